@@ -1,0 +1,1 @@
+# Headers, library, CMake package and pkg-config file.

@@ -1,0 +1,51 @@
+// The run-length form of 1-bit rows: a 32-bit count N, then N 16-bit run lengths, little-endian, clear pixels first.
+//
+// A run that would pass 65535 pixels is closed, followed by a run of length 0 and continued. Where it is closed is part
+// of the form: pixels are added as the bytes of the row bring them, so a run of whole bytes closes at a multiple of 8
+// (counted from the row's first byte boundary) that does not pass 65535.
+//
+// Everything here works on plain memory, allocates nothing and trusts no run word: a reader never looks past the N words
+// and never writes past the pixels it was asked for.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::runlength {
+
+/// Header plus words.
+constexpr size_t row_bytes(uint32_t words) noexcept { return 4u + 2u * static_cast<size_t>(words); }
+
+/// Most bytes that `pixels` pixels can need.
+constexpr size_t max_row_bytes(uint32_t pixels) noexcept
+{
+    return 4u + 2u * (static_cast<size_t>(pixels) + 1u + 2u * (pixels / 65528u));
+}
+
+/// The number N in front of a row.
+uint32_t word_count(const void* row) noexcept;
+
+/// Compresses `pixels` pixels from bit `bit_offset` (0 to 7) of the first byte on. Returns the row's bytes, 4 + 2N.
+size_t compress(void* row, const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noexcept;
+
+/// The size that compress would give, without writing.
+size_t measure(const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noexcept;
+
+/// Writes pixels [start, start + pixels) into (pixels + 7) / 8 bytes; missing ones are clear.
+void expand(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept;
+
+/// Pixels that the runs cover, counted no further than `limit`.
+uint32_t covered(const void* row, uint32_t limit) noexcept;
+
+/// Mirrors a row of `pixels` pixels in place; needs room for one more word when the row ends with set pixels. Pixels the
+/// runs do not cover count as clear, runs past `pixels` are cut.
+void mirror(void* row, uint32_t pixels) noexcept;
+
+/// Reverses the order of `rows` rows that lie back to back.
+void flip(void* buffer, uint32_t rows) noexcept;
+
+/// The plain, byte-wise forms that the fast ones must equal; tests and benchmarks run both.
+size_t compress_plain(void* row, const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noexcept;
+void expand_plain(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept;
+
+} // namespace vk::runlength

@@ -1,0 +1,87 @@
+// The platform layer: everything the library asks of the operating system, as plain functions.
+//
+// `platform/posix` and `platform/win32` implement these functions in namespace vk::backend; `platform/forward.cpp` binds
+// vk::platform to the back end for the shipped library, `platform/fault/` does so for test programs, where every call
+// that can fail can be made to fail. Only files below platform/ include system headers.
+//
+// Functions report a Status; `to_result` alone turns one into a result code. An out argument is written on
+// Status::ok only, unless said otherwise.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk {
+
+/// What a system call came to.
+enum class Status {
+    ok,
+    no_memory,   ///< memory, address space or handles ran out
+    not_found,   ///< no such file or directory
+    exists,      ///< a file that must be new is there already
+    denied,      ///< no permission, read-only, sharing violation
+    disk_full,   ///< no space, quota or file-size limit
+    bad_handle,  ///< a handle that is not open
+    bad_name,    ///< a file name the system cannot take
+    unsupported, ///< the system has no such service
+    failed,      ///< anything else
+};
+
+/// The result code of a status; `fallback` for those that have no code of their own.
+int to_result(Status status, int fallback) noexcept;
+
+/// No file.
+constexpr int64_t kNoFile = -1;
+
+/// Room for a temporary file name, in characters with the final zero.
+constexpr size_t kMaxTempName = 260;
+
+/// A block of pixel memory: zeroed, page aligned, given back whole.
+struct Section {
+    void* handle = nullptr; ///< the system's object, where it has one
+    void* view = nullptr;   ///< first byte
+    size_t bytes = 0;       ///< size asked for
+};
+
+/// The machine's memory at this moment, in bytes.
+struct MemoryStatus {
+    uint64_t total_physical = 0;
+    uint64_t available_physical = 0;
+    uint64_t total_page_file = 0;     ///< swap space
+    uint64_t available_page_file = 0;
+};
+
+enum class Access : uint8_t { read, write, read_write };
+enum class Share : uint8_t { none, read, read_write };
+enum class Disposition : uint8_t {
+    open_existing,
+    create_always,     ///< a new file, or an existing one emptied
+    truncate_existing, ///< an existing file, emptied
+};
+
+struct OpenOptions {
+    Access access = Access::read;
+    Share share = Share::none;
+    Disposition disposition = Disposition::open_existing;
+    bool delete_on_close = false; ///< gone when the last handle closes, also after a crash
+    bool read_only = false;       ///< attributes of a file that is created
+    bool hidden = false;
+    bool system = false;
+};
+
+enum class Origin : uint8_t { start, current, end };
+
+/// Views of files start at multiples of this.
+constexpr size_t kMapGranularity = 65536;
+
+namespace platform {
+#include "platform/functions.inc"
+}
+
+namespace backend {
+#include "platform/functions.inc"
+/// Test builds only: moves an unlocked movable block to a new address and poisons the old one.
+void movable_relocate(void* handle) noexcept;
+} // namespace backend
+
+} // namespace vk
