@@ -1,9 +1,13 @@
-// The buffer converter: one row of pixels from any depth and colour order to any other, in place.
-// The formats stand in common/pixel/; this is the entry that the kernel itself uses.
+// The buffer converter: a row of pixels from any depth and colour order to any other.
+//
+// This is what the kernel itself uses. convert_buffer works in place; whole-bitmap operations that read one store and
+// write another use convert_rows, which decides once and leaves big results to streaming stores. The formats and all
+// arithmetic stand in common/pixel/.
 #pragma once
 
 #include "Vkkrnx.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace vk {
@@ -29,5 +33,19 @@ struct ConvertJob {
 
 /// Converts; SUCCESS or ERROR_INVALID_PARAMETER.
 int convert_buffer(void* buffer, const ConvertJob& job) noexcept;
+
+/// Rows in memory.
+struct SourceRows {
+    const void* data;
+    size_t stride;
+};
+struct TargetRows {
+    void* data;
+    size_t stride;
+};
+
+/// Converts `rows` rows of job.width pixels from one block to another that does not overlap it. Bytes between the end
+/// of a row and the stride are left alone. SUCCESS or ERROR_INVALID_PARAMETER.
+int convert_rows(SourceRows src, TargetRows dst, size_t rows, const ConvertJob& job) noexcept;
 
 } // namespace vk

@@ -36,6 +36,8 @@ struct StoreFigures {
 struct Store {
     const char* name;
     uint32_t memory_type; ///< TYPE_ value that V_GetBitmapMemoryInfo reports
+    int before_start;     ///< result of a transfer at a negative position
+    int read_past_end;    ///< result of a read that runs past the extent
 
     /// Makes zeroed storage for the record's geometry and sets Handle, Data, DataOffset and the storage flags (without
     /// Allocated). SUCCESS or a code; on failure the record is unchanged.

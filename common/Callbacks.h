@@ -1,0 +1,24 @@
+// The callbacks that take part in allocation: one for the process, and nine that a bitmap may carry.
+#pragma once
+
+#include "Vkkrnx.h"
+
+#include <cstdint>
+
+namespace vk {
+
+/// Asks the process-wide callback, which may change `memory`. SUCCESS when there is none.
+int ask_allocate_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept;
+
+/// Asks the bitmap's own allocation callback, with `Handle` and `Data` cleared. SUCCESS when there is none.
+int ask_data_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept;
+
+/// Replaces the record's copy of a table; null removes it.
+int set_data_callbacks(BITMAPHANDLE& bitmap, const BITMAPDATACALLBACKS* callbacks) noexcept;
+
+void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept;
+
+/// Frees the bitmap's region through the region hooks and forgets it.
+void free_region(BITMAPHANDLE& bitmap) noexcept;
+
+} // namespace vk

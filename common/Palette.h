@@ -1,0 +1,33 @@
+// The built-in palettes and palette memory.
+//
+// A palette is a plain array of RGBQUAD. The built-in ones are read-only constants; those the library makes are movable
+// global memory that stays locked for as long as the palette lives. Palette_bitmap.cpp has the operations on records,
+// ColorMatch.h the search for the nearest entry.
+#pragma once
+
+#include "Vkkrnx.h"
+
+#include <cstdint>
+
+namespace vk {
+
+/// Most entries a palette has.
+constexpr uint32_t kMaxPaletteEntries = 256;
+
+/// The fixed palette of 1 to 8 bits, 1 << bits entries; null for other widths.
+const RGBQUAD* fixed_palette(int32_t bits) noexcept;
+
+/// The 256 grays: entry i is (i, i, i).
+const RGBQUAD* gray_levels() noexcept;
+
+/// The 216-colour cube and 40 black entries.
+const RGBQUAD* netscape_palette() noexcept;
+
+/// New palettes; null without memory. `count` is 1 to 256, `bits` 1 to 8.
+RGBQUAD* new_palette(const RGBQUAD* entries, uint32_t count) noexcept;
+RGBQUAD* new_gray_palette(int32_t bits) noexcept;
+
+/// Frees a palette made by one of the above. False when the block is none (null included); it is then left alone.
+bool free_palette(RGBQUAD* palette) noexcept;
+
+} // namespace vk

@@ -1,0 +1,47 @@
+// Palette objects of the platform, made from palettes and read back into them.
+#include "Vkcolor.h"
+#include "platform/display.h"
+
+using namespace vk;
+
+HPALETTE V_CreatePalette(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
+{
+    if (pPalette == nullptr || uCount == 0 || uCount > platform::kMaxObjectEntries) {
+        return nullptr;
+    }
+    return platform::palette_create(pPalette, uCount);
+}
+
+HPALETTE V_DupPalette(HPALETTE hPalette) V_NOEXCEPT
+{
+    RGBQUAD entries[platform::kMaxObjectEntries];
+    const uint32_t count = hPalette != nullptr ? platform::palette_size(hPalette) : 0;
+    if (count == 0 || count > platform::kMaxObjectEntries ||
+        platform::palette_read(hPalette, 0, count, entries) != count) {
+        return nullptr;
+    }
+    return platform::palette_create(entries, count);
+}
+
+HPALETTE V_CreateSystemPalette(void) V_NOEXCEPT
+{
+    RGBQUAD entries[platform::kMaxObjectEntries];
+    const uint32_t count = platform::display_palette(entries);
+    return count != 0 ? platform::palette_create(entries, count) : nullptr;
+}
+
+uint32_t V_GetPaletteEntries(HPALETTE hPalette, uint32_t uStart, uint32_t uCount, RGBQUAD* pEntries) V_NOEXCEPT
+{
+    if (hPalette == nullptr) {
+        return 0;
+    }
+    return pEntries != nullptr ? platform::palette_read(hPalette, uStart, uCount, pEntries)
+                               : platform::palette_size(hPalette);
+}
+
+#if !defined(_WIN32)
+int V_DeletePalette(HPALETTE hPalette) V_NOEXCEPT
+{
+    return platform::palette_delete(hPalette) ? 1 : 0;
+}
+#endif

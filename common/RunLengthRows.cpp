@@ -1,0 +1,271 @@
+// The run-length form by words: expansion, and what is done to rows in compressed form. Set runs are gathered in a word
+// that is stored at every run, which costs less than finding out when it is full. No word of a row is trusted: sums are
+// 64 bits wide and cut at the pixels asked for.
+#include "common/RunLength.h"
+
+#include "common/RunLengthWords.h"
+
+#include <algorithm>
+
+namespace vk::runlength {
+
+namespace {
+
+inline uint64_t load_word(const void* from) noexcept
+{
+    uint64_t word = 0;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+constexpr uint64_t kAllSet = ~uint64_t{0};
+
+inline uint64_t load_pixels(const uint8_t* from) noexcept
+{
+    return __builtin_bswap64(load_word(from));
+}
+
+inline void store_pixels(uint8_t* to, uint64_t pixels) noexcept
+{
+    pixels = __builtin_bswap64(pixels);
+    std::memcpy(to, &pixels, sizeof pixels);
+}
+
+/// Sets pixels [begin, end).
+void set_pixels(uint8_t* out, uint64_t begin, uint64_t end) noexcept
+{
+    if (begin >= end)
+        return;
+    const uint32_t front = 0xFFu >> (begin % 8);
+    const uint32_t back = 0xFF00u >> (end % 8) & 0xFFu; // of the byte that `end` lies in
+    const auto first = static_cast<size_t>(begin / 8);
+    const auto last = static_cast<size_t>(end / 8);
+    if (first == last) {
+        out[first] = static_cast<uint8_t>(out[first] | (front & back));
+        return;
+    }
+    out[first] = static_cast<uint8_t>(out[first] | front);
+    std::memset(out + first + 1, 0xFF, last - first - 1);
+    if (back)
+        out[last] = static_cast<uint8_t>(out[last] | back);
+}
+
+void clear_pixels(uint8_t* out, uint64_t begin, uint64_t end) noexcept
+{
+    if (begin >= end)
+        return;
+    const uint32_t front = 0xFFu >> (begin % 8);
+    const uint32_t back = 0xFF00u >> (end % 8) & 0xFFu;
+    const auto first = static_cast<size_t>(begin / 8);
+    const auto last = static_cast<size_t>(end / 8);
+    if (first == last) {
+        out[first] = static_cast<uint8_t>(out[first] & ~(front & back));
+        return;
+    }
+    out[first] = static_cast<uint8_t>(out[first] & ~front);
+    std::memset(out + first + 1, 0, last - first - 1);
+    if (back)
+        out[last] = static_cast<uint8_t>(out[last] & ~back);
+}
+
+/// Runs still to come.
+struct Runs {
+    const uint8_t* words;
+    uint32_t left;
+
+    uint16_t take() noexcept
+    {
+        const uint16_t run = load_run(words, 0);
+        words += 2;
+        --left;
+        return run;
+    }
+};
+
+/// Sets the pixels of pairs of a clear and a set run from bit `position` on, while they end inside the whole words of
+/// [0, end). Bits from `position` on are clear. Returns the position reached.
+uint64_t fill_pairs(Runs& runs, uint8_t* out, uint64_t position, uint64_t end) noexcept
+{
+    const uint64_t whole_end = end / 64 * 64;
+    if (position >= whole_end)
+        return position;
+    uint64_t word = position / 64;
+    uint64_t pixels = load_pixels(out + 8 * word);
+    const uint8_t* words = runs.words;
+    const uint8_t* const words_end = words + 4 * static_cast<size_t>(runs.left / 2);
+    for (; words < words_end; words += 4) {
+        uint32_t pair = 0;
+        std::memcpy(&pair, words, sizeof pair);
+        const uint64_t begin = position + (pair & 0xFFFFu);
+        const uint64_t behind = begin + (pair >> 16);
+        if (behind >= whole_end)
+            break;
+        position = behind;
+        pixels = begin / 64 == word ? pixels : 0;
+        word = behind / 64;
+        const uint64_t from_begin = kAllSet >> (begin % 64);
+        const uint64_t before_behind = ~(kAllSet >> (behind % 64));
+        if (begin / 64 == word) {
+            pixels |= from_begin & before_behind;
+        } else {
+            store_pixels(out + begin / 64 * 8, pixels | from_begin);
+            for (uint64_t i = begin / 64 + 1; i < word; ++i)
+                store_pixels(out + 8 * i, kAllSet);
+            pixels = before_behind;
+        }
+        store_pixels(out + 8 * word, pixels);
+    }
+    runs.left -= static_cast<uint32_t>((words - runs.words) / 2);
+    runs.words = words;
+    return position;
+}
+
+/// Sets the pixels of the runs, of which a clear one is next, in [position, end). All of these are clear.
+void fill_runs(Runs runs, uint8_t* out, uint64_t position, uint64_t end) noexcept
+{
+    position = fill_pairs(runs, out, position, end);
+    while (runs.left != 0 && position < end) {
+        position += runs.take();
+        if (runs.left == 0 || position >= end)
+            break;
+        const uint64_t behind = position + runs.take();
+        set_pixels(out, position, std::min(behind, end));
+        position = behind;
+    }
+}
+
+} // namespace
+
+uint32_t word_count(const void* row) noexcept
+{
+    uint32_t count = 0;
+    std::memcpy(&count, row, sizeof count);
+    return count;
+}
+
+void expand(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept
+{
+    auto* const out = static_cast<uint8_t*>(pixels_out);
+    std::memset(out, 0, static_cast<size_t>((uint64_t{pixels} + 7) / 8));
+    Runs runs{words_of(row), word_count(row)};
+    uint64_t position = 0; // in the row
+    bool set = false;      // colour of the run that comes next
+    while (runs.left != 0) {
+        const uint64_t behind = position + load_run(runs.words, 0);
+        if (behind > start)
+            break;
+        position = behind;
+        runs.take();
+        set = !set;
+    }
+    if (runs.left == 0)
+        return;
+    uint64_t filled = 0;
+    if (position < start || set) { // the run that `start` lies in, or a set one in front of the pairs
+        filled = position + runs.take() - start;
+        if (set)
+            set_pixels(out, 0, std::min<uint64_t>(filled, pixels));
+        else if (filled < pixels && runs.left != 0) {
+            const uint64_t begin = filled;
+            filled += runs.take();
+            set_pixels(out, begin, std::min<uint64_t>(filled, pixels));
+        }
+    }
+    if (filled < pixels)
+        fill_runs(runs, out, filled, pixels);
+}
+
+uint32_t overlay(const void* row, void* pixels_out, uint32_t bit_offset, uint32_t pixels) noexcept
+{
+    auto* const out = static_cast<uint8_t*>(pixels_out);
+    const uint32_t count = covered(row, pixels);
+    const uint64_t end = uint64_t{bit_offset} + count;
+    clear_pixels(out, bit_offset, end);
+    fill_runs(Runs{words_of(row), word_count(row)}, out, bit_offset, end);
+    return count;
+}
+
+uint32_t covered(const void* row, uint32_t limit) noexcept
+{
+    Runs runs{words_of(row), word_count(row)};
+    uint64_t sum = 0;
+    while (runs.left != 0 && sum < limit)
+        sum += runs.take();
+    return static_cast<uint32_t>(std::min<uint64_t>(sum, limit));
+}
+
+bool is_canonical(const void* row, uint32_t pixels) noexcept
+{
+    Runs runs{words_of(row), word_count(row)};
+    if (runs.left == 0)
+        return pixels == 0;
+    uint64_t sum = runs.take();
+    while (runs.left != 0 && sum < pixels) {
+        const uint16_t run = runs.take();
+        if (run == 0) // a splice, or one too many
+            return false;
+        sum += run;
+    }
+    return pixels != 0 && runs.left == 0 && sum == pixels;
+}
+
+bool mirror(void* row, uint32_t pixels) noexcept
+{
+    uint8_t* const words = words_of(row);
+    const uint32_t all = word_count(row);
+    uint32_t count = 0; // words up to the one that reaches `pixels`
+    uint64_t sum = 0;
+    while (count < all && sum < pixels)
+        sum += load_run(words, count++);
+    const uint64_t missing = sum < pixels ? pixels - sum : 0;
+    const uint64_t surplus = sum > pixels ? sum - pixels : 0;
+    const bool ends_clear = count % 2 == 1;
+    const uint64_t last = count == 0 ? 0 : load_run(words, count - 1) - surplus;
+    if (count == 0 && missing != 0) // nothing covered: clear, and so is its mirror image
+        return true;
+    if (missing + (ends_clear ? last : 0) > kLongest)
+        return false;
+    if (count != 0)
+        store_run(words, count - 1, static_cast<uint32_t>(last + (ends_clear ? missing : 0)));
+    for (uint32_t i = 0, k = count; i + 1 < k; ++i, --k) {
+        const uint16_t run = load_run(words, i);
+        store_run(words, i, load_run(words, k - 1));
+        store_run(words, k - 1, run);
+    }
+    while (count != 0 && load_run(words, count - 1) == 0)
+        --count; // the row started with set pixels
+    if (count != 0 && !ends_clear) {
+        std::memmove(words + 2, words, 2 * static_cast<size_t>(count));
+        store_run(words, 0, static_cast<uint32_t>(missing));
+        ++count;
+    }
+    set_word_count(row, count);
+    return true;
+}
+
+void flip(void* buffer, uint32_t rows) noexcept
+{
+    // Reversed as a whole, unit by unit, the rows come in the right order and each is back to front. Their headers are
+    // then at their ends, low half last, so that the rows can be found and turned again from the end on.
+    auto* const units = static_cast<uint8_t*>(buffer);
+    const auto reverse = [units](size_t begin, size_t end) noexcept {
+        while (begin + 1 < end) {
+            const uint16_t unit = load_run(units, begin);
+            store_run(units, begin++, load_run(units, --end));
+            store_run(units, end, unit);
+        }
+    };
+    size_t end = 0;
+    for (uint32_t i = 0; i < rows; ++i)
+        end += row_bytes(word_count(units + 2 * end)) / 2;
+    reverse(0, end);
+    while (end != 0) {
+        const uint32_t count =
+            static_cast<uint32_t>(load_run(units, end - 1)) | static_cast<uint32_t>(load_run(units, end - 2)) << 16;
+        const size_t begin = end - row_bytes(count) / 2;
+        reverse(begin, end);
+        end = begin;
+    }
+}
+
+} // namespace vk::runlength

@@ -1,0 +1,62 @@
+// A conversion, decided once and run over any number of rows.
+//
+// `make_plan` does all the checking and choosing; running a plan cannot fail and allocates nothing. The general run
+// goes in chunks of 256 pixels: unpack to a working form, undo the wide gamut, reduce to the other working form, set
+// alpha, apply the wide gamut, pack. A fused path (Fused.h) does a chunk in one step for pairs worth it.
+//
+// A plan fills some of its tables while it runs, so one plan is for one thread. It points into the job's palettes.
+#pragma once
+
+#include "common/Convert.h"
+#include "common/pixel/Format.h"
+#include "common/pixel/Gray.h"
+#include "common/pixel/Match.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::pixel {
+
+struct Plan;
+struct FusedPath;
+
+/// Takes `count` pixels (at most kChunk) from one working form to another.
+using Reduce = void (*)(Plan& plan, const void* in, void* out, size_t count) noexcept;
+
+/// Pixels that are converted at a time. A multiple of 8, so that a chunk starts on a byte at every depth.
+constexpr size_t kChunk = 256;
+
+/// No colour is equal to this one.
+constexpr uint32_t kNoColor = 0xFFFFFFFFu;
+
+struct Plan {
+    Plan() noexcept {} // NOLINT: the tables are large and only filled when they are used
+
+    const Format* src;
+    const Format* dst;
+    const FusedPath* fused;     ///< or null
+    Reduce reduce;              ///< null when the working forms are the same and nothing changes
+    const RGBQUAD* src_palette; ///< never null for an indexed source
+    const V_RGBQUAD16* src_palette16;
+    GrayRange src_range; ///< of deep gray sources
+    GrayRange dst_range; ///< of deep gray destinations
+    bool undo_gamut;
+    bool apply_gamut;
+    bool set_alpha;       ///< alpha comes from the comparison with `transparent`, pixel by pixel
+    uint32_t transparent; ///< red in the low byte, or kNoColor
+
+    alignas(16) uint8_t table[256 * sizeof(Rgba16)]; ///< the working form of each index of an indexed source
+    int16_t index_of[256]; ///< destination index of each source index or gray; -1 not yet asked
+    Matcher matcher;
+};
+
+/// Decides on a conversion; false when the job is not a valid one. The job's width is not looked at.
+bool make_plan(const ConvertJob& job, Plan* plan) noexcept;
+
+/// Converts `width` pixels within one buffer.
+void run_in_place(Plan& plan, uint8_t* buffer, size_t width) noexcept;
+
+/// Converts `width` pixels from one buffer to another that does not overlap it.
+void run_row(Plan& plan, const uint8_t* src, uint8_t* dst, size_t width) noexcept;
+
+} // namespace vk::pixel

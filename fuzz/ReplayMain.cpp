@@ -1,0 +1,63 @@
+// Runs a fuzz target over stored inputs, as a test: every file of the directories named on the command line, and every
+// prefix of each small one, since a reader that runs off a cut input is the commonest fault. Fails when a directory is
+// missing or holds no input.
+#include <cstdint>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <system_error>
+#include <vector>
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+
+namespace {
+
+constexpr size_t kCutUpTo = 512;
+
+// A heap block of exactly the input's size, so that sanitizers see the first byte read beyond it.
+void run(const std::vector<char>& input, size_t size)
+{
+    const std::vector<uint8_t> exact(input.begin(), input.begin() + static_cast<std::ptrdiff_t>(size));
+    LLVMFuzzerTestOneInput(exact.data(), exact.size());
+}
+
+bool replay(const std::filesystem::path& file)
+{
+    std::ifstream in(file, std::ios::binary);
+    const std::vector<char> input{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+    if (!in.is_open() || in.bad()) {
+        std::fprintf(stderr, "cannot read %s\n", file.string().c_str());
+        return false;
+    }
+    run(input, input.size());
+    for (size_t size = 0; input.size() <= kCutUpTo && size < input.size(); ++size) {
+        run(input, size);
+    }
+    return true;
+}
+
+} // namespace
+
+int main(int count, char** arguments)
+{
+    size_t inputs = 0;
+    for (int i = 1; i < count; ++i) {
+        std::error_code error;
+        for (const auto& entry : std::filesystem::directory_iterator(arguments[i], error)) {
+            if (entry.is_regular_file(error)) {
+                if (!replay(entry.path())) {
+                    return 1;
+                }
+                ++inputs;
+            }
+        }
+        if (error) {
+            std::fprintf(stderr, "%s: %s\n", arguments[i], error.message().c_str());
+            return 1;
+        }
+    }
+    std::printf("replayed %zu inputs\n", inputs);
+    return inputs == 0 ? 1 : 0;
+}

@@ -1,0 +1,30 @@
+// Moves an unlocked block to a new address, for test builds: whoever kept the old one reads poison or trips a
+// sanitizer.
+//
+// Linked with the fault layer only. A block that cannot be moved for lack of memory stays where it is.
+#include "platform/posix/MovableTable.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace vk::backend {
+
+void movable_relocate(void* handle) noexcept
+{
+    posix::TableLock lock;
+    posix::Block* block = posix::table_find(handle);
+    if (block == nullptr || !block->movable || block->locks != 0 || block->data == nullptr)
+        return;
+    void* data = std::malloc(std::max<size_t>(block->bytes, 1));
+    if (data == nullptr)
+        return;
+    std::memcpy(data, block->data, block->bytes);
+    void* old = block->data;
+    const size_t old_capacity = block->capacity;
+    posix::table_set_data(*block, data, block->bytes);
+    std::memset(old, 0xDD, old_capacity);
+    std::free(old);
+}
+
+} // namespace vk::backend

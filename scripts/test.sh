@@ -1,0 +1,41 @@
+#!/usr/bin/env bash
+# Builds and tests everything on a Debian machine, from a bare one on: the release build, the sanitizers, the Windows
+# build under Wine and the fuzz targets. Each configuration is built once; then one ctest runs them all, so that what it
+# prints last counts every test. Takes no input, and may be called from anywhere.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+exec </dev/null
+
+# shellcheck source=scripts/packages.sh
+. scripts/packages.sh
+ensure_packages build-essential cmake ninja-build ccache pkg-config python3 googletest clang clang-format doxygen \
+    libbenchmark-dev libtiff-dev libyuv-dev g++-mingw-w64-x86-64-posix wine wine64
+
+jobs=$(nproc)
+export CCACHE_SLOPPINESS=pch_defines,time_macros CTEST_PARALLEL_LEVEL=$jobs
+
+# prepare <preset> <what to build> [<cache entries>...]
+prepare() {
+    local preset=$1 targets=$2
+    shift 2
+    echo "== $preset: building $targets"
+    cmake --preset "$preset" "$@" >"build/$preset.configure.log" 2>&1 || {
+        cat "build/$preset.configure.log"
+        return 1
+    }
+    # shellcheck disable=SC2086
+    cmake --build "build/$preset" --parallel "$jobs" --target $targets -- --quiet
+}
+
+mkdir -p build
+started=$SECONDS
+prepare native all -DVKKRNX_BENCH=ON
+prepare windows all
+prepare asan all
+prepare tsan 'vk_tests vk_abi_tests' -DVKKRNX_TOOLS=OFF
+prepare fuzz vk_fuzz
+echo "== built in $((SECONDS - started)) s"
+
+# The configurations as one test tree.
+printf 'subdirs("%s")\n' native windows asan tsan fuzz/fuzz >build/CTestTestfile.cmake
+ctest --test-dir build --output-on-failure --no-tests=error
