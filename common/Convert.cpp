@@ -32,11 +32,8 @@ int convert_rows(SourceRows src, TargetRows dst, size_t rows, const ConvertJob& 
     if (!pixel::make_plan(job, &plan)) {
         return ERROR_INVALID_PARAMETER;
     }
-    const auto* from = static_cast<const uint8_t*>(src.data);
-    auto* to = static_cast<uint8_t*>(dst.data);
-    for (size_t row = 0; row < rows; ++row) {
-        pixel::run_row(plan, from + row * src.stride, to + row * dst.stride, static_cast<size_t>(job.width));
-    }
+    pixel::run_rows(plan, static_cast<const uint8_t*>(src.data), src.stride, static_cast<uint8_t*>(dst.data),
+                    dst.stride, static_cast<size_t>(job.width), rows);
     return SUCCESS;
 }
 

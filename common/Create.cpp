@@ -94,13 +94,13 @@ int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uin
     int result = init_bitmap(*pBitmap, uStructSize, nWidth, nHeight, creation.depth(), pCallbacks);
     if (result == V_SUCCESS) {
         result = create_initialised(*pBitmap, uMemory, creation, nViewPerspective);
+        // A callback may have changed the request, and then the caller's memory need not fit.
+        if (result == V_SUCCESS && uMemory & TYPE_USER && pData)
+            result = V_SetBitmapDataPointer(pBitmap, pData, uDataSize);
         if (result != V_SUCCESS)
             free_bitmap(*pBitmap);
     }
-    if (result != V_SUCCESS) {
+    if (result != V_SUCCESS)
         clear_record(*pBitmap, uStructSize);
-        return result;
-    }
-    // Attaching fails for no bitmap that was just made from this request.
-    return uMemory == TYPE_USER && pData ? V_SetBitmapDataPointer(pBitmap, pData, uDataSize) : V_SUCCESS;
+    return result;
 }

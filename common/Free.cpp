@@ -3,6 +3,7 @@
 #include "common/Blocks.h"
 #include "common/Callbacks.h"
 #include "common/Checks.h"
+#include "common/Dither.h"
 #include "common/ExtraData.h"
 #include "common/Overlay.h"
 #include "common/Palette.h"
@@ -64,6 +65,7 @@ void free_bitmap(BITMAPHANDLE& bitmap) noexcept
     if (is_current(bitmap) && bitmap.LockCount != 0)
         trace::lock_count("V_FreeBitmap", bitmap.LockCount);
     free_region(bitmap);
+    stop_dithering(bitmap);
     free_palette(bitmap.Palette);
     bitmap.Palette = nullptr;
     free_overlays(bitmap);

@@ -140,7 +140,9 @@ int V_OsDelete(const wchar_t* pszName) noexcept
 
 int V_OsSetFileSize(int64_t hFile, int64_t nSize) noexcept
 {
-    return V_OsSeek(hFile, nSize, 0, nullptr) == nSize && platform::file_truncate(hFile) == Status::ok ? 0 : -1;
+    if (nSize < 0 || V_OsSeek(hFile, nSize, 0, nullptr) != nSize)
+        return -1;
+    return platform::file_truncate(hFile) == Status::ok ? 0 : -1;
 }
 
 namespace vk::osys {

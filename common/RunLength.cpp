@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <atomic>
 #include <emmintrin.h>
+#include <iterator>
 
 namespace vk::runlength {
 
@@ -69,11 +70,18 @@ size_t find_changes_sse2(const uint8_t* pixels, size_t words, uint32_t base, uin
     return count;
 }
 
+/// The loops, by level.
+constexpr FindChanges kFinders[] = {find_changes_sse2, find_changes_avx2, find_changes_avx512};
+
 Level best_level() noexcept
 {
-    const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                      __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
-    return avx2 ? Level::avx2 : Level::sse2;
+    if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") || !__builtin_cpu_supports("bmi2") ||
+        !__builtin_cpu_supports("popcnt"))
+        return Level::sse2;
+    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+                        __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
+    return avx512 ? Level::avx512 : Level::avx2;
 }
 
 std::atomic<FindChanges> finder{nullptr};
@@ -82,7 +90,7 @@ FindChanges chosen_finder() noexcept
 {
     FindChanges find = finder.load(std::memory_order_relaxed);
     if (!find) {
-        find = best_level() == Level::avx2 ? find_changes_avx2 : find_changes_sse2;
+        find = kFinders[static_cast<size_t>(best_level())];
         finder.store(find, std::memory_order_relaxed);
     }
     return find;
@@ -240,14 +248,15 @@ size_t measure(const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noex
 
 Level level() noexcept
 {
-    return chosen_finder() == find_changes_avx2 ? Level::avx2 : Level::sse2;
+    const auto* const found = std::find(std::begin(kFinders), std::end(kFinders), chosen_finder());
+    return static_cast<Level>(found - kFinders);
 }
 
 Level limit_level(Level limit) noexcept
 {
-    const bool avx2 = limit == Level::avx2 && best_level() == Level::avx2;
-    finder.store(avx2 ? find_changes_avx2 : find_changes_sse2, std::memory_order_relaxed);
-    return level();
+    const Level chosen = std::min(limit, best_level());
+    finder.store(kFinders[static_cast<size_t>(chosen)], std::memory_order_relaxed);
+    return chosen;
 }
 
 } // namespace vk::runlength

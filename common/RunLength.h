@@ -71,7 +71,7 @@ size_t compress_plain(void* row, const void* pixels_in, uint32_t bit_offset, uin
 void expand_plain(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept;
 
 /// What compress may use of the processor; for tests and benchmarks, while nothing compresses.
-enum class Level : uint8_t { sse2, avx2 };
+enum class Level : uint8_t { sse2, avx2, avx512 };
 /// The level in use.
 Level level() noexcept;
 /// Goes down to a level, or up again to the best the processor has; returns the one now in use.

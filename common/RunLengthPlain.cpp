@@ -114,6 +114,8 @@ size_t compress_plain(void* row, const void* pixels_in, uint32_t bit_offset, uin
 
 void expand_plain(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept
 {
+    if (pixels == 0)
+        return;
     const auto* const words = static_cast<const uint8_t*>(row) + row_bytes(0);
     auto* const out = static_cast<uint8_t*>(pixels_out);
     const uint32_t count = word_count(row);

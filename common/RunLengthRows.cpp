@@ -20,15 +20,9 @@ inline uint64_t load_word(const void* from) noexcept
 
 constexpr uint64_t kAllSet = ~uint64_t{0};
 
-inline uint64_t load_pixels(const uint8_t* from) noexcept
+inline void store_word(uint8_t* to, uint64_t word) noexcept
 {
-    return __builtin_bswap64(load_word(from));
-}
-
-inline void store_pixels(uint8_t* to, uint64_t pixels) noexcept
-{
-    pixels = __builtin_bswap64(pixels);
-    std::memcpy(to, &pixels, sizeof pixels);
+    std::memcpy(to, &word, sizeof word);
 }
 
 /// Sets pixels [begin, end).
@@ -82,15 +76,31 @@ struct Runs {
     }
 };
 
+/// All pixels of a word from the k-th on, as they lie in memory.
+struct Suffixes {
+    uint64_t words[64];
+};
+constexpr Suffixes make_suffixes() noexcept
+{
+    Suffixes all{};
+    for (uint32_t k = 0; k < 64; ++k)
+        all.words[k] = (kAllSet << (k / 8 * 8)) ^ (k % 8 == 0 ? 0 : uint64_t{0xFFu & ~(0xFFu >> k % 8)} << (k / 8 * 8));
+    return all;
+}
+constexpr Suffixes kFrom = make_suffixes();
+
 /// Sets the pixels of pairs of a clear and a set run from bit `position` on, while they end inside the whole words of
 /// [0, end). Bits from `position` on are clear. Returns the position reached.
+///
+/// Where the colour changes, the rest of the word is turned over and the word stored. Whether the change before was in
+/// the same word cannot be predicted, so it chooses what is turned over, not where the code goes.
 uint64_t fill_pairs(Runs& runs, uint8_t* out, uint64_t position, uint64_t end) noexcept
 {
     const uint64_t whole_end = end / 64 * 64;
     if (position >= whole_end)
         return position;
     uint64_t word = position / 64;
-    uint64_t pixels = load_pixels(out + 8 * word);
+    uint64_t pixels = load_word(out + 8 * word);
     const uint8_t* words = runs.words;
     const uint8_t* const words_end = words + 4 * static_cast<size_t>(runs.left / 2);
     for (; words < words_end; words += 4) {
@@ -100,20 +110,15 @@ uint64_t fill_pairs(Runs& runs, uint8_t* out, uint64_t position, uint64_t end) n
         const uint64_t behind = begin + (pair >> 16);
         if (behind >= whole_end)
             break;
-        position = behind;
-        pixels = begin / 64 == word ? pixels : 0;
+        const uint64_t first = begin / 64;
+        pixels = (first == word ? pixels : 0) ^ kFrom.words[begin % 64];
+        store_word(out + 8 * first, pixels);
         word = behind / 64;
-        const uint64_t from_begin = kAllSet >> (begin % 64);
-        const uint64_t before_behind = ~(kAllSet >> (behind % 64));
-        if (begin / 64 == word) {
-            pixels |= from_begin & before_behind;
-        } else {
-            store_pixels(out + begin / 64 * 8, pixels | from_begin);
-            for (uint64_t i = begin / 64 + 1; i < word; ++i)
-                store_pixels(out + 8 * i, kAllSet);
-            pixels = before_behind;
-        }
-        store_pixels(out + 8 * word, pixels);
+        pixels = (first == word ? pixels : kAllSet) ^ kFrom.words[behind % 64];
+        store_word(out + 8 * word, pixels);
+        position = behind;
+        if (word - first > 1)
+            std::memset(out + 8 * (first + 1), 0xFF, static_cast<size_t>(8 * (word - first - 1)));
     }
     runs.left -= static_cast<uint32_t>((words - runs.words) / 2);
     runs.words = words;
@@ -145,6 +150,8 @@ uint32_t word_count(const void* row) noexcept
 
 void expand(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept
 {
+    if (pixels == 0)
+        return;
     auto* const out = static_cast<uint8_t*>(pixels_out);
     std::memset(out, 0, static_cast<size_t>((uint64_t{pixels} + 7) / 8));
     Runs runs{words_of(row), word_count(row)};

@@ -765,4 +765,8 @@ V_API int V_FreePalette(RGBQUAD* pPalette) V_NOEXCEPT;
 
 V_EXTERN_C_END
 
+#include "Vkbitmap.h"
+#include "Vkcolor.h"
+#include "Vkdither.h"
+
 #endif /* VKKRNX_H */

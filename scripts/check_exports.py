@@ -5,7 +5,7 @@ The declarations are taken from the headers as the target's own compiler preproc
 to its own set of names. Three checks, each run when its option is given:
   --library     the library exports every declared function and nothing else, and needs system libraries only
   --document    the document names every declared function
-  --record-test the file names every declared function that takes a bitmap record
+  --record-test the files name every declared function that takes a bitmap record
 """
 import argparse
 import pathlib
@@ -65,13 +65,12 @@ def check_library(declared, options):
     return problems
 
 
-def check_mentions(names, path, what):
-    file = pathlib.Path(path)
-    if not file.is_file():
-        return [f"{path} is missing"]
-    words = set(re.findall(r"\bV_\w+", file.read_text()))
-    print(f"{path}: {len(names & words)} of {len(names)} {what} named")
-    return [f"{path} does not name {n}" for n in sorted(names - words)]
+def check_mentions(names, paths, what):
+    words = set()
+    for path in paths:
+        words |= set(re.findall(r"\bV_\w+", pathlib.Path(path).read_text()))
+    print(f"{paths[0]}: {len(names & words)} of {len(names)} {what} named")
+    return [f"{paths[0]} does not name {n}" for n in sorted(names - words)]
 
 
 def main():
@@ -81,7 +80,7 @@ def main():
     parser.add_argument("--objdump")
     parser.add_argument("--library")
     parser.add_argument("--document")
-    parser.add_argument("--record-test")
+    parser.add_argument("--record-test", nargs="+")
     options = parser.parse_args()
 
     functions = declarations(options.compiler)
@@ -89,7 +88,7 @@ def main():
     if options.library:
         problems += check_library(set(functions), options)
     if options.document:
-        problems += check_mentions(set(functions), options.document, "functions")
+        problems += check_mentions(set(functions), [options.document], "functions")
     if options.record_test:
         takers = {name for name, parameters in functions.items() if re.search(r"\bBITMAPHANDLE\s*\*", parameters)}
         problems += check_mentions(takers, options.record_test, "functions that take a record")

@@ -7,6 +7,7 @@
 
 #include "common/ColorMatch.h"
 #include "common/Palette.h"
+#include "common/pixel/Fused.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -23,6 +24,7 @@ constexpr uint32_t kCells = 1u << 3 * kSideBits; ///< all cells
 constexpr uint32_t kCellColors = 64;             ///< colours in a cell
 constexpr uint32_t kLastCell = kCells - 1;       ///< the one with white
 constexpr uint32_t kListWords = 1u << 18;        ///< room for lists, in candidates
+constexpr size_t kOverread = 4;                  ///< bytes behind the answers that gathering them may read
 constexpr uint32_t kUnknown = 0;                 ///< a cell or list not settled yet
 
 /// A run of candidates: place in the list memory and length; none has length 0.
@@ -268,24 +270,30 @@ bool settle(ExactLookup& lookup, uint32_t cell, List* list) noexcept
     return true;
 }
 
-constexpr uint32_t cell_of(const Rgba8& c) noexcept
+/// The bytes of a colour: blue lowest, then green, red and alpha.
+constexpr uint32_t word_of(const Rgba8& c) noexcept
 {
-    return static_cast<uint32_t>((c.r >> 2) << 2 * kSideBits | (c.g >> 2) << kSideBits | c.b >> 2);
+    return std::bit_cast<uint32_t>(c);
 }
 
-constexpr uint32_t place_in_cell(const Rgba8& c) noexcept
+constexpr uint32_t cell_of(uint32_t word) noexcept
 {
-    return static_cast<uint32_t>((c.r & 3) << 4 | (c.g & 3) << 2 | (c.b & 3));
+    return (word >> 6 & 0x3F000u) | (word >> 4 & 0xFC0u) | (word >> 2 & 0x3Fu);
+}
+
+constexpr uint32_t place_in_cell(uint32_t word) noexcept
+{
+    return (word >> 12 & 0x30u) | (word >> 6 & 0xCu) | (word & 3u);
 }
 
 /// The answer for a colour whose cell is not settled.
 uint8_t ask(ExactLookup& lookup, const Rgba8& c) noexcept
 {
     List list;
-    const uint32_t cell = cell_of(c);
+    const uint32_t cell = cell_of(word_of(c));
     if (settle(lookup, cell, &list)) {
         const uint32_t value = lookup.cells[cell] - 1;
-        return lookup.indices[(value >> 6) + (place_in_cell(c) & value)];
+        return lookup.indices[(value >> 6) + (place_in_cell(word_of(c)) & value)];
     }
     if (c.r == c.g && c.g == c.b && (c.r == 0 || c.r == 255)) {
         return c.r == 0 ? lookup.black : lookup.white;
@@ -293,24 +301,41 @@ uint8_t ask(ExactLookup& lookup, const Rgba8& c) noexcept
     return scan(lookup.lists + list.place, list.count, c.r, c.g, c.b);
 }
 
+// A look-up learns while it is asked; the header has more on threads.
+ExactLookup& learning(const ColorLookup* self) noexcept
+{
+    return *const_cast<ExactLookup*>(reinterpret_cast<const ExactLookup*>(self));
+}
+
 void match_cells(const ColorLookup* self, const Rgba8* colors, uint8_t* indices, size_t count) noexcept
 {
-    // The look-up learns; see the header on threads.
-    auto& lookup = *const_cast<ExactLookup*>(reinterpret_cast<const ExactLookup*>(self));
+    ExactLookup& lookup = learning(self);
+    const uint8_t* known = lookup.indices;
     for (size_t i = 0; i < count; ++i) {
-        const Rgba8 c = colors[i];
-        const uint32_t value = lookup.cells[cell_of(c)];
+        const uint32_t word = word_of(colors[i]);
+        const uint32_t value = lookup.cells[cell_of(word)];
         if (value == kUnknown) {
-            indices[i] = ask(lookup, c);
-            continue;
+            indices[i] = ask(lookup, colors[i]);
+        } else {
+            indices[i] = known[((value - 1) >> 6) + (place_in_cell(word) & (value - 1))];
         }
-        indices[i] = lookup.indices[((value - 1) >> 6) + (place_in_cell(c) & (value - 1))];
+    }
+}
+
+void match_cells_avx2(const ColorLookup* self, const Rgba8* colors, uint8_t* indices, size_t count) noexcept
+{
+    const ExactLookup& lookup = learning(self);
+    for (size_t i = 0; i < count;) {
+        i += match_known_avx2(lookup.cells, lookup.indices, colors + i, indices + i, count - i);
+        const size_t some = std::min<size_t>(count - i, 8);
+        match_cells(self, colors + i, indices + i, some);
+        i += some;
     }
 }
 
 } // namespace
 
-ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels) noexcept
+ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels, bool plain) noexcept
 {
     const auto blocks = static_cast<uint32_t>(std::clamp<uint64_t>(pixels / 32, 1024, kCells));
     auto* lookup = static_cast<ExactLookup*>(platform::heap_alloc(sizeof(ExactLookup)));
@@ -318,13 +343,13 @@ ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_
         return nullptr;
     }
     std::memset(lookup, 0, sizeof *lookup);
-    lookup->base.match = match_cells;
+    lookup->base.match = !plain && cpu_level() >= Cpu::avx2 ? match_cells_avx2 : match_cells;
     lookup->count = count;
     lookup->blocks = blocks;
     lookup->used_list = count;
     lookup->black = static_cast<uint8_t>(find_palette_index(entries, count, 0, 0, 0));
     lookup->white = static_cast<uint8_t>(find_palette_index(entries, count, 255, 255, 255));
-    lookup->indices = static_cast<uint8_t*>(platform::heap_alloc(256 + size_t{kCellColors} * blocks));
+    lookup->indices = static_cast<uint8_t*>(platform::heap_alloc(256 + size_t{kCellColors} * blocks + kOverread));
     lookup->lists = static_cast<Candidate*>(platform::heap_alloc(kListWords * sizeof(Candidate)));
     if (lookup->indices == nullptr || lookup->lists == nullptr) {
         destroy_exact_lookup(&lookup->base);

@@ -186,6 +186,38 @@ void pack_channels(const void* work, uint8_t* packed, size_t count) noexcept
     }
 }
 
+// 24-bit colour, a word at a time: the fourth byte is the next pixel's, so the last pixel goes alone.
+
+template <bool RedFirst> constexpr uint32_t in_order(uint32_t word) noexcept
+{
+    return RedFirst ? (word & 0xFF00FF00u) | (word >> 16 & 0xFFu) | (word & 0xFFu) << 16 : word;
+}
+
+template <bool RedFirst> void unpack_24(const uint8_t* packed, void* work, size_t count) noexcept
+{
+    auto* out = static_cast<uint8_t*>(work);
+    for (size_t i = 0; i + 1 < count; ++i) {
+        store(out + 4 * i, in_order<RedFirst>(load<uint32_t>(packed + 3 * i)) | 0xFF000000u);
+    }
+    if (count != 0) {
+        uint8_t last[4] = {};
+        std::memcpy(last, packed + 3 * (count - 1), 3);
+        store(out + 4 * (count - 1), in_order<RedFirst>(load<uint32_t>(last)) | 0xFF000000u);
+    }
+}
+
+template <bool RedFirst> void pack_24(const void* work, uint8_t* packed, size_t count) noexcept
+{
+    const auto* in = static_cast<const uint8_t*>(work);
+    for (size_t i = 0; i + 1 < count; ++i) {
+        store(packed + 3 * i, in_order<RedFirst>(load<uint32_t>(in + 4 * i)));
+    }
+    if (count != 0) {
+        const uint32_t last = in_order<RedFirst>(load<uint32_t>(in + 4 * (count - 1)));
+        std::memcpy(packed + 3 * (count - 1), &last, 3);
+    }
+}
+
 // Rows of the table.
 
 template <unsigned Bits> constexpr Format index_row() noexcept
@@ -223,6 +255,11 @@ template <class Pixel, bool Alpha> constexpr Format channels_row(int32_t order) 
             red_first ? pack_channels<Pixel, 0, 2, Alpha> : pack_channels<Pixel, 2, 0, Alpha>};
 }
 
+template <bool RedFirst> constexpr Format row_24(int32_t order) noexcept
+{
+    return {24, order, Work::rgba8, false, order == COLORORDER_ROMM, unpack_24<RedFirst>, pack_24<RedFirst>};
+}
+
 constexpr Format kFormats[] = {
     byte_row(0, kAnyOrder, Work::gray8),
     index_row<1>(),
@@ -239,9 +276,9 @@ constexpr Format kFormats[] = {
     fields_row<0, 10, 5>(COLORORDER_RGB),
     fields_row<10, 0, 5>(COLORORDER_BGR),
     fields_row<11, 0, 6>(COLORORDER_RGB565),
-    channels_row<Rgba8, false>(COLORORDER_RGB),
-    channels_row<Rgba8, false>(COLORORDER_BGR),
-    channels_row<Rgba8, false>(COLORORDER_ROMM),
+    row_24<true>(COLORORDER_RGB),
+    row_24<false>(COLORORDER_BGR),
+    row_24<false>(COLORORDER_ROMM),
     channels_row<Rgba8, true>(COLORORDER_RGB),
     channels_row<Rgba8, true>(COLORORDER_BGR),
     gray_row<uint32_t>(32),

@@ -1,5 +1,5 @@
-// The wide-gamut matrices in 13-bit fixed point. The rounding constant is 4095, not 4096: equal inputs then stay equal
-// and 8-bit white stays 255.
+// The wide-gamut matrices in 13-bit fixed point. The rounding constant is 4095, one less than half: results depend on
+// it, and it is the same in both directions.
 #include "common/pixel/Gamut.h"
 
 #include <algorithm>

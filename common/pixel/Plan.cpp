@@ -12,6 +12,10 @@
 namespace vk::pixel {
 namespace {
 
+/// Fused paths take longer chunks, as each ends with a step on the side, from pixels of at most so many bytes.
+constexpr size_t kFusedChunk = 2048;
+constexpr size_t kFusedPixelBytes = 4;
+
 /// The flags that count: gray bits follow the orders, a range needs a gray side, and a full range is no range.
 /// False when they contradict each other.
 bool normalise_flags(const ConvertJob& job, uint32_t* flags) noexcept
@@ -101,7 +105,7 @@ void run_chunk(Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexc
     plan.dst->pack(work, dst, count);
 }
 
-/// One chunk in place, by the fused path when there is one. Fused paths want separate memory.
+/// One chunk in place. Fused paths want separate memory, so they get a copy of the chunk.
 void convert_chunk(Plan& plan, uint8_t* buffer, size_t first, size_t count) noexcept
 {
     const uint8_t* src = buffer + format_bytes(*plan.src, first);
@@ -110,9 +114,9 @@ void convert_chunk(Plan& plan, uint8_t* buffer, size_t first, size_t count) noex
         run_chunk(plan, src, dst, count);
         return;
     }
-    alignas(32) uint8_t copy[kChunk * sizeof(Rgba16)];
+    alignas(64) uint8_t copy[kFusedChunk * kFusedPixelBytes + kFusedSlack];
     std::memcpy(copy, src, format_bytes(*plan.src, count));
-    plan.fused->run(plan, copy, dst, count);
+    run_fused(plan, copy, dst, count, {kFusedSlack, 0});
 }
 
 /// True when the conversion leaves every bit as it is.
@@ -142,24 +146,25 @@ void run_in_place(Plan& plan, uint8_t* buffer, size_t width) noexcept
     if (changes_nothing(plan)) {
         return;
     }
+    const size_t chunk = plan.fused != nullptr ? kFusedChunk : kChunk;
     if (plan.dst->stored_bits() <= plan.src->stored_bits()) {
-        for (size_t at = 0; at < width; at += kChunk) {
-            convert_chunk(plan, buffer, at, width - at < kChunk ? width - at : kChunk);
+        for (size_t at = 0; at < width; at += chunk) {
+            convert_chunk(plan, buffer, at, width - at < chunk ? width - at : chunk);
         }
         return;
     }
     // A row that grows is converted from its end, so that no chunk overwrites one still to be read.
     for (size_t end = width; end != 0;) {
-        const size_t at = (end - 1) / kChunk * kChunk;
+        const size_t at = (end - 1) / chunk * chunk;
         convert_chunk(plan, buffer, at, end - at);
         end = at;
     }
 }
 
-void run_row(Plan& plan, const uint8_t* src, uint8_t* dst, size_t width) noexcept
+void run_row(Plan& plan, const uint8_t* src, uint8_t* dst, size_t width, Spare spare) noexcept
 {
     if (plan.fused != nullptr) {
-        plan.fused->run(plan, src, dst, width);
+        run_fused(plan, src, dst, width, spare);
         return;
     }
     if (changes_nothing(plan)) {

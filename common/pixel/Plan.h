@@ -56,7 +56,18 @@ bool make_plan(const ConvertJob& job, Plan* plan) noexcept;
 /// Converts `width` pixels within one buffer.
 void run_in_place(Plan& plan, uint8_t* buffer, size_t width) noexcept;
 
+/// Bytes behind a run of pixels that may be touched all the same: read at the source, overwritten at the destination.
+struct Spare {
+    size_t src = 0;
+    size_t dst = 0;
+};
+
 /// Converts `width` pixels from one buffer to another that does not overlap it.
-void run_row(Plan& plan, const uint8_t* src, uint8_t* dst, size_t width) noexcept;
+void run_row(Plan& plan, const uint8_t* src, uint8_t* dst, size_t width, Spare spare) noexcept;
+
+/// Converts `rows` rows from one block to another that does not overlap it, strides in bytes. Large results go past the
+/// caches.
+void run_rows(Plan& plan, const uint8_t* src, size_t src_stride, uint8_t* dst, size_t dst_stride, size_t width,
+              size_t rows) noexcept;
 
 } // namespace vk::pixel

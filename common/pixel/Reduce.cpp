@@ -130,49 +130,49 @@ void gray8_to_color16(Plan&, const void* in, void* out, size_t count) noexcept
     each<uint8_t, Rgba16>(in, out, count, [](uint8_t g) noexcept { return gray_color16(times257(g)); });
 }
 
-/// Deep gray samples in `Bits` bits each.
-template <uint32_t Bits> uint32_t level(const GrayRange& from, uint32_t sample) noexcept
+/// One loop over deep gray samples, given to the rule in `bits` bits each. Most samples have more bits than are wanted
+/// and only need a shift, which the compiler can do for many at once.
+template <class To, class Rule>
+void each_level(const GrayRange& from, uint32_t bits, const void* in, void* out, size_t count, Rule rule) noexcept
 {
-    return resize_gray(from.extract(sample), from.bits, Bits);
+    if (from.bits >= bits && from.shift < 32) {
+        const uint32_t mask = (1u << (from.bits - 1) << 1) - 1u;
+        const uint32_t drop = from.bits - bits;
+        const uint32_t shift = from.shift;
+        each<uint32_t, To>(in, out, count, [=](uint32_t v) noexcept { return rule((v >> shift & mask) >> drop); });
+        return;
+    }
+    each<uint32_t, To>(in, out, count,
+                       [=](uint32_t v) noexcept { return rule(resize_gray(from.extract(v), from.bits, bits)); });
 }
 
 void deep_to_gray8(Plan& plan, const void* in, void* out, size_t count) noexcept
 {
-    const GrayRange from = plan.src_range;
-    each<uint32_t, uint8_t>(in, out, count,
-                            [from](uint32_t v) noexcept { return static_cast<uint8_t>(level<8>(from, v)); });
+    each_level<uint8_t>(plan.src_range, 8, in, out, count, [](uint32_t g) noexcept { return static_cast<uint8_t>(g); });
 }
 
 void deep_to_deep(Plan& plan, const void* in, void* out, size_t count) noexcept
 {
-    const GrayRange from = plan.src_range;
     const GrayRange to = plan.dst_range;
-    each<uint32_t, uint32_t>(in, out, count, [from, to](uint32_t v) noexcept {
-        return to.place(resize_gray(from.extract(v), from.bits, to.bits));
-    });
+    each_level<uint32_t>(plan.src_range, to.bits, in, out, count, [to](uint32_t g) noexcept { return to.place(g); });
 }
 
 void deep_to_color8(Plan& plan, const void* in, void* out, size_t count) noexcept
 {
-    const GrayRange from = plan.src_range;
-    each<uint32_t, Rgba8>(in, out, count,
-                          [from](uint32_t v) noexcept { return gray_color8(static_cast<uint8_t>(level<8>(from, v))); });
+    each_level<Rgba8>(plan.src_range, 8, in, out, count,
+                      [](uint32_t g) noexcept { return gray_color8(static_cast<uint8_t>(g)); });
 }
 
 void deep_to_color16(Plan& plan, const void* in, void* out, size_t count) noexcept
 {
-    const GrayRange from = plan.src_range;
-    each<uint32_t, Rgba16>(in, out, count, [from](uint32_t v) noexcept {
-        return gray_color16(static_cast<uint16_t>(level<16>(from, v)));
-    });
+    each_level<Rgba16>(plan.src_range, 16, in, out, count,
+                       [](uint32_t g) noexcept { return gray_color16(static_cast<uint16_t>(g)); });
 }
 
 void deep_to_index(Plan& plan, const void* in, void* out, size_t count) noexcept
 {
-    const GrayRange from = plan.src_range;
-    each<uint32_t, uint8_t>(in, out, count, [&plan, from](uint32_t v) noexcept {
-        return index_of_gray(plan, static_cast<uint8_t>(level<8>(from, v)));
-    });
+    each_level<uint8_t>(plan.src_range, 8, in, out, count,
+                        [&plan](uint32_t g) noexcept { return index_of_gray(plan, static_cast<uint8_t>(g)); });
 }
 
 /// Through the palette of 16-bit channels, by the high bytes of its entries.

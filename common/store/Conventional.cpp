@@ -120,6 +120,9 @@ int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
     if (!wanted || platform::section_resize(&block->section, wanted) != Status::ok)
         return V_ERROR_NO_MEMORY;
     block->bytes = bytes;
+    if (bytes > before) // rows cut off earlier may stand in the room for alignment, which counts as part of the section
+        std::memset(block->pixels() + before, 0,
+                    static_cast<size_t>(std::min<uint64_t>(bytes - before, kAlignment - 1)));
     if (lent) // the pixels are in memory that was attached later
         std::memcpy(block->pixels(), lent, static_cast<size_t>(std::min(before, bytes)));
     bitmap.Data = block->pixels();

@@ -21,8 +21,9 @@ namespace vk {
 namespace {
 
 constexpr uint64_t kMaxTiles = 1u << 20;
-/// What the store keeps mapped by its own choice.
+/// What the store keeps mapped by its own choice: so many bytes, and no more views than a process can spare.
 constexpr uint64_t kMappedBytes = 48u << 20;
+constexpr uint64_t kMappedViews = 1024;
 
 struct Tile {
     uint8_t* view;   ///< the tile's bytes, null while a file tile is not mapped
@@ -178,8 +179,8 @@ void describe(TileTable& table, uint64_t rows, uint64_t line, const StoreRequest
     const uint64_t by_limit = std::min(request.memory_limit / table.tile_bytes, kMaxTiles);
     table.memory_allowed = std::max(static_cast<uint32_t>(by_limit), resolve(request.memory_tiles, count));
     const uint32_t mapped = resolve(request.mapped_tiles, count);
-    table.mapped_limit =
-        mapped ? mapped : static_cast<uint32_t>(std::max<uint64_t>(1, kMappedBytes / table.tile_bytes));
+    const uint64_t by_size = std::clamp<uint64_t>(kMappedBytes / table.tile_bytes, 1, kMappedViews);
+    table.mapped_limit = mapped ? mapped : static_cast<uint32_t>(by_size);
 }
 
 int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
@@ -318,12 +319,11 @@ bool clear_tail(TileTable& table, uint64_t height) noexcept
 }
 
 /// Cuts tiles off the end. Their slots are given back when the file can be cut, and else never used again, because they
-/// may hold old rows.
+/// may hold old rows; so the slots in use need not be the first ones.
 void shrink(TileTable& table, uint32_t count) noexcept
 {
     free_tiles(table, count);
-    uint32_t slots =
-        0; // up to the last one in use: where the file could not be cut before, there are unused ones between
+    uint32_t slots = 0;
     for (uint32_t i = 0; i < count; ++i) {
         const Tile& tile = table.tiles()[i];
         if (tile.file != kNoFile)

@@ -55,7 +55,7 @@ TEST(Locks, CountNestsAndOnlyTheOutermostPairLocks)
             EXPECT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
             EXPECT_EQ(depth, bitmap->LockCount);
             EXPECT_TRUE(is_locked(bitmap));
-            EXPECT_EQ(static_cast<uint8_t*>(GlobalLock(bitmap->Handle)) + bitmap->DataOffset, bitmap->Data);
+            EXPECT_EQ(static_cast<uint8_t*>(GlobalLock(bitmap->Handle)) + bitmap->DataOffset, +bitmap->Data);
             GlobalUnlock(bitmap->Handle);
         }
         for (int32_t depth = 2; depth >= 0; --depth) {

@@ -69,12 +69,12 @@ struct DeepCase {
 constexpr DeepCase kDeepCases[] = {
     {24, COLORORDER_BGR, 0x112233, 0x332211, 0x112233},
     {24, COLORORDER_RGB, 0x332211, 0x332211, 0x332211},
-    {32, COLORORDER_BGR, 0xAA112233, 0x332211, 0x00112233},
-    {32, COLORORDER_RGB, 0xAA332211, 0x332211, 0x00332211},
+    {32, COLORORDER_BGR, 0xAA112233, 0x332211, 0xFF112233},
+    {32, COLORORDER_RGB, 0xAA332211, 0x332211, 0xFF332211},
     {48, COLORORDER_BGR, 0x11FF22EE33DD, 0x332211, 0x111122223333},
     {48, COLORORDER_RGB, 0x33DD22EE11FF, 0x332211, 0x333322221111},
-    {64, COLORORDER_BGR, 0xBEEF11FF22EE33DD, 0x332211, 0x0000111122223333},
-    {64, COLORORDER_RGB, 0xBEEF33DD22EE11FF, 0x332211, 0x0000333322221111},
+    {64, COLORORDER_BGR, 0xBEEF11FF22EE33DD, 0x332211, 0xFFFF111122223333},
+    {64, COLORORDER_RGB, 0xBEEF33DD22EE11FF, 0x332211, 0xFFFF333322221111},
     {16, COLORORDER_BGR, 0x7C00, 0x0000FF, 0x7C00}, // 5-5-5, red on top
     {16, COLORORDER_BGR, 0x001F, 0xFF0000, 0x001F},
     {16, COLORORDER_BGR, 0x03E0, 0x00FF00, 0x03E0},
@@ -132,17 +132,19 @@ TEST(Pixels, GrayRanges)
                 for (const uint32_t sample : samples) {
                     set_pixel(bitmap->Data, bits, 3, sample);
                     const COLORREF color = V_GetPixelColor(bitmap.get(), 0, 3);
-                    if (sound)
+                    if (sound) {
                         ASSERT_EQ(deep_gray(sample & ((1u << bits) - 1), bits, low, high), color)
                             << sample << " at " << bits << " bits from " << low << " to " << high;
-                    else
+                    } else {
                         ASSERT_TRUE(color == gray(color & 0xFF)) << "an impossible range still gives some gray";
+                    }
                 }
                 const int code = V_PutPixelColor(bitmap.get(), 0, 3, gray(0x80));
                 EXPECT_EQ(SUCCESS, code) << bits << " bits from " << low << " to " << high;
                 const bool within = sound && high < bits && (high < 0 ? bits - 1 : high) - std::max(low, 0) >= 7;
-                if (within)
+                if (within) {
                     EXPECT_EQ(gray(0x80), V_GetPixelColor(bitmap.get(), 0, 3)) << low << " to " << high;
+                }
             }
         }
     }

@@ -67,7 +67,7 @@ TEST(Record, DescribesSizesAndRefusesWrongOnes)
         EXPECT_EQ(c.height, bitmap->Height);
         EXPECT_EQ(c.bits, bitmap->BitsPerPixel);
         EXPECT_EQ(c.line, bitmap->BytesPerLine);
-        EXPECT_EQ(c.size, bitmap->Size);
+        EXPECT_EQ(c.size, +bitmap->Size);
         EXPECT_EQ(c.size, bitmap.data_size());
     }
     BITMAPHANDLE record;
@@ -104,7 +104,7 @@ TEST(Record, DepthsSetColoursOrderAndGrayRange)
         EXPECT_EQ(0u, bitmap->Flags);
         EXPECT_EQ(0, bitmap->LockCount);
         EXPECT_EQ(0, bitmap->OriginalFormat);
-        EXPECT_EQ(nullptr, bitmap->DataCallbacks);
+        EXPECT_TRUE(bitmap->DataCallbacks == nullptr);
         EXPECT_TRUE(bitmap->Unused1 == 0 && bitmap->Unused2 == 0 && bitmap->Palette == nullptr);
     }
 }
@@ -139,14 +139,14 @@ TEST(Record, DataCallbacksAreCopiedWhereTheyFit)
     ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), kNow, 3, 3, 8));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_SetBitmapDataCallbacks(bitmap.get(), &wrong));
     EXPECT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &table));
-    EXPECT_NE(&table, bitmap->DataCallbacks) << "the record keeps a copy";
+    EXPECT_NE(&table, +bitmap->DataCallbacks) << "the record keeps a copy";
     EXPECT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &table));
     BITMAPDATACALLBACKS seen{};
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_GetBitmapDataCallbacks(bitmap.get(), &seen, sizeof seen + 1));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetBitmapDataCallbacks(bitmap.get(), nullptr, sizeof seen));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_SetBitmapDataCallbacks(nullptr, &table));
     EXPECT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), nullptr));
-    EXPECT_EQ(nullptr, bitmap->DataCallbacks);
+    EXPECT_TRUE(bitmap->DataCallbacks == nullptr);
     ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), kNow, 3, 0, 8));
     EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, V_SetBitmapDataCallbacks(bitmap.get(), &table));
 }
@@ -203,12 +203,13 @@ std::string message(int code)
 TEST(Messages, EveryCodeHasItsText)
 {
     for (int code = -2000; code <= 200; ++code) {
-        const auto* const known = std::find_if(std::begin(kTexts), std::end(kTexts),
-                                               [code](const Text& text) { return text.code == code; });
-        if (code == ERROR_FEATURE_NOT_SUPPORTED)
+        const auto* const known =
+            std::find_if(std::begin(kTexts), std::end(kTexts), [code](const Text& text) { return text.code == code; });
+        if (code == ERROR_FEATURE_NOT_SUPPORTED) {
             EXPECT_EQ(0u, message(code).find("Feature not supported.")) << message(code);
-        else
+        } else {
             EXPECT_EQ(known == std::end(kTexts) ? kNoText : known->text, message(code)) << code;
+        }
     }
     for (const int code : {-2147483647 - 1, 2147483647, 105, -1854})
         EXPECT_EQ(kNoText, message(code));

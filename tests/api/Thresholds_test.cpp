@@ -49,9 +49,9 @@ TEST(Thresholds, SettingStopsAtTheFirstRefusedValue)
     for (const auto& c : cases) {
         const Thresholds one;
         ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, -100, 0, 0, 0, 31));
-        EXPECT_EQ(c.result, V_SetMemoryThresholds(static_cast<int32_t>(c.set[0]), c.set[1], c.set[2],
-                                                  static_cast<int32_t>(c.set[3]), static_cast<int32_t>(c.set[4]),
-                                                  c.flags));
+        EXPECT_EQ(c.result,
+                  V_SetMemoryThresholds(static_cast<int32_t>(c.set[0]), c.set[1], c.set[2],
+                                        static_cast<int32_t>(c.set[3]), static_cast<int32_t>(c.set[4]), c.flags));
         EXPECT_EQ(c.then, values()) << "case " << &c - cases;
     }
 }
@@ -163,8 +163,9 @@ TEST(StorageMoves, RefusalsChangeNothing)
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapCompression(bitmap.get(), 3));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapCompression(bitmap.get(), -1));
         EXPECT_EQ(ERROR_FEATURE_NOT_SUPPORTED, V_ChangeBitmapCompression(bitmap.get(), 2));
-        if (bits != 1)
+        if (bits != 1) {
             EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ChangeBitmapCompression(bitmap.get(), 1));
+        }
         ASSERT_EQ(SUCCESS, V_SetStatusCallback(refuse, nullptr, nullptr, nullptr));
         EXPECT_EQ(-29, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_DISK, 0, 0, 0, 0, 0, 1));
         EXPECT_EQ(SUCCESS, V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr));
@@ -186,17 +187,24 @@ TEST(StorageMoves, FiguresShapeTheTiles)
         uint32_t flags;
         int32_t expected_tiles, expected_memory, expected_mapped; // 0: the library's choice
     } const cases[] = {
-        {64, 0, 0, 0, 0, 3, 25, 0, 0},        {65, 0, 0, 0, 3, 35, 25, 0, 3},    {1, 0, 0, 0, 0, 3, 50, 0, 0},
-        {0, 7, 0, 0, 0, 5, 7, 0, 0},          {64, 7, 9, 0, 0, 15, 25, 9, 0},    {64, 0, -20, 0, -40, 43, 25, 5, 10},
-        {64, 0, 0, 20, 0, 19, 25, 5, 0},      {64, 0, 0, 99, 0, 19, 25, 0, 0},   {64, 0, 3, 20, 0, 27, 25, 3, 0},
-        {INT64_MAX, 0, 0, 0, 0, 3, 1, 0, 0},  {0, INT32_MAX, INT32_MAX, 0, INT32_MAX, 45, 50, 50, 0},
+        {64, 0, 0, 0, 0, 3, 25, 0, 0},
+        {65, 0, 0, 0, 3, 35, 25, 0, 3},
+        {1, 0, 0, 0, 0, 3, 50, 0, 0},
+        {0, 7, 0, 0, 0, 5, 7, 0, 0},
+        {64, 7, 9, 0, 0, 15, 25, 9, 0},
+        {64, 0, -20, 0, -40, 43, 25, 5, 10},
+        {64, 0, 0, 20, 0, 19, 25, 5, 0},
+        {64, 0, 0, 99, 0, 19, 25, 0, 0},
+        {64, 0, 3, 20, 0, 27, 25, 3, 0},
+        {INT64_MAX, 0, 0, 0, 0, 3, 1, 0, 0},
+        {0, INT32_MAX, INT32_MAX, 0, INT32_MAX, 45, 50, 50, 0},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(&c - cases);
         TestBitmap bitmap;
         bitmap.make(Kind::conv, 32, 50, 8);
-        ASSERT_EQ(SUCCESS, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_TILED, c.tile, c.tiles, c.conv, c.left, c.buffers,
-                                                 c.flags));
+        ASSERT_EQ(SUCCESS,
+                  V_SetBitmapMemoryInfo(bitmap.get(), TYPE_TILED, c.tile, c.tiles, c.conv, c.left, c.buffers, c.flags));
         uint32_t memory = 0;
         int32_t tiles = 0;
         int32_t in_memory = 0;
@@ -205,8 +213,9 @@ TEST(StorageMoves, FiguresShapeTheTiles)
         EXPECT_EQ(TYPE_TILED, memory);
         EXPECT_EQ(c.expected_tiles, tiles);
         EXPECT_EQ(c.expected_memory, in_memory);
-        if (c.expected_mapped != 0)
+        if (c.expected_mapped != 0) {
             EXPECT_EQ(c.expected_mapped, mapped);
+        }
     }
 }
 

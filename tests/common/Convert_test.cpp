@@ -336,9 +336,9 @@ TEST(Convert, AgreesWithTheReferenceForEveryPair)
 
 TEST(Convert, AgreesWithTheReferenceWithoutFusedPaths)
 {
-    pixel::limit_fused(pixel::FusedLimit::none);
-    compare_pairs(20240602, 12);
-    pixel::limit_fused(pixel::FusedLimit::avx512);
+    pixel::limit_fused(pixel::Cpu::none);
+    compare_pairs(20240602, 30);
+    pixel::limit_fused(pixel::Cpu::avx512);
 }
 
 TEST(Convert, WritesRowsAtTheirStridesOnly)

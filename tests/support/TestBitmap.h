@@ -99,6 +99,7 @@ public:
     void make(Kind kind, int32_t width, int32_t height, int32_t bits)
     {
         const Thresholds restore;
+        ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, -100, 0, 0, 0, 31));
         ASSERT_EQ(SUCCESS, V_InitBitmap(&record_, size_, width, height, bits));
         if (bits > 8)
             record_.Order = bits == 12 ? COLORORDER_GRAY : COLORORDER_BGR;
@@ -151,8 +152,9 @@ public:
             const intptr_t moved = V_GetBitmapRow(&record_, all.data() + row * line, row, record_.BytesPerLine);
             if (moved != line && code != nullptr)
                 *code = moved;
-            else
+            else {
                 EXPECT_EQ(line, moved) << "row " << row;
+            }
         }
         EXPECT_EQ(SUCCESS, V_ReleaseBitmap(&record_));
         return all;
@@ -166,7 +168,7 @@ private:
     void make_global()
     {
         record_.Handle = GlobalAlloc(GHND, static_cast<size_t>(kGlobalOffset) + bytes());
-        ASSERT_NE(nullptr, record_.Handle);
+        ASSERT_TRUE(record_.Handle != nullptr);
         record_.DataOffset = kGlobalOffset;
         record_.Flags |= BITMAPFLAG_ALLOCATED | BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL;
     }

@@ -1,0 +1,324 @@
+"""The vk command from outside: what it reads and writes, the storage kinds, and how it fails."""
+import argparse
+import hashlib
+import itertools
+import json
+import os
+import random
+import subprocess
+import sys
+import tempfile
+import unittest
+
+from pictures import CHANNELS, chunk, png, read_png
+
+KINDS = ["conv", "global", "user", "disk", "tiled", "compressed"]
+options = argparse.Namespace()
+
+
+def vk(*arguments):
+    environment = dict(os.environ, LC_ALL="C.UTF-8")
+    return subprocess.run(options.command + [str(a) for a in arguments], env=environment, capture_output=True,
+                          timeout=120, check=False)
+
+
+def formats():
+    return vk("--version").stdout.decode().split("reads ")[1].split(";")[0].split(", ")
+
+
+class VkTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def path(self, name, data=None):
+        path = os.path.join(self.folder, name)
+        if data is not None:
+            with open(path, "wb") as file:
+                file.write(data)
+        return path
+
+    def hold(self, source, kind, output, *more):
+        """Holds a picture and gives the report and the file written."""
+        done = vk("hold", source, "--as", kind, "-o", output, "--json", *more)
+        self.assertEqual((done.returncode, done.stderr), (0, b""), (source, kind))
+        with open(output, "rb") as file:
+            return json.loads(done.stdout), file.read()
+
+    def fails(self, code, message, *arguments):
+        done = vk(*arguments)
+        self.assertEqual(done.returncode, code, (arguments, done))
+        self.assertIn(message, done.stderr.decode(), arguments)
+        self.assertEqual(done.stdout, b"", arguments)
+
+
+class Pictures(VkTest):
+    """Every pixel format of every file format, against pixels worked out here."""
+
+    def setUp(self):
+        super().setUp()
+        self.random = random.Random(7)
+
+    def rows(self, depth, colour, width=13, height=9):
+        return [[self.random.randrange(1 << depth) for _ in range(width * CHANNELS[colour])] for _ in range(height)]
+
+    def test_pnm(self):
+        # Kind, greatest value, samples; the text form, then the bytes, then what comes out.
+        cases = [("P2", "P5", most) for most in (255, 7, 65535, 1000)] + [("P3", "P6", most) for most in (255, 100, 65535, 256)]
+        for text, raw, most in cases:
+            full = 255 if most < 256 else 65535
+            size = (full + 1).bit_length() // 8
+            samples = [self.random.randrange(most + 1) for _ in range(5 * 3 * (3 if text == "P3" else 1))]
+            scaled = [(sample * full + most // 2) // most for sample in samples]
+            expected = f"{raw}\n5 3\n{full}\n".encode() + b"".join(s.to_bytes(size, "big") for s in scaled)
+            given = b"".join(s.to_bytes(size, "big") for s in samples)
+            inputs = {"text.pnm": f"{text} # comment\n5\t3 # 9 9\n{most}\n{' '.join(map(str, samples))}".encode(),
+                      "raw.pnm": f"{raw} 5\n#\n3 {most}\n".encode() + given}
+            for name, data in inputs.items():
+                report, out = self.hold(self.path(name, data), "conv", self.path("out.pnm"))
+                self.assertEqual(out, expected, (text, most, name))
+                channels = 3 if text == "P3" else 1
+                self.assertEqual(report["bits_per_pixel"], 8 * size * channels)
+                self.assertEqual(report["bytes_per_line"], (5 * size * channels + 3) // 4 * 4)
+        raw = b"P4\n11 2\n\xA5\xE0\x01\x20"
+        for data in (raw, b"P1 11 2\n1010 0101111\n0 0 0 0 0 0 0 1 0 0 1"):
+            for kind in ("disk", "compressed"):
+                self.assertEqual(self.hold(self.path("in.pnm", data), kind, self.path("out.pbm"))[1], raw)
+
+    def test_names_beyond_ascii(self):
+        source = self.path("Bild \u00e4\u56f3 \u2603.pgm", b"P5 1 1 255\n\x80")
+        out = self.path("Kopie \u00e4\u56f3 \u2603.pgm")
+        report, data = self.hold(source, "conv", out)
+        self.assertEqual(data, b"P5\n1 1\n255\n\x80")
+        self.assertEqual((report["file"], report["output"]), (source, out))
+
+    def test_replaces_its_own_input(self):
+        source = self.path("same.pnm", b"P2 2 1 3 0 3")
+        self.hold(source, "conv", source)
+        self.assertEqual(os.listdir(self.folder), ["same.pnm"])
+        with open(source, "rb") as file:
+            self.assertEqual(file.read(), b"P5\n2 1\n255\n\0\xff")
+
+    def test_png(self):
+        if "PNG" not in formats():
+            self.skipTest("this build has no PNG")
+        palette = bytes(self.random.randrange(256) for _ in range(256 * 3))
+        density = chunk(b"pHYs", bytes([0, 0, 0x2E, 0x23, 0, 0, 0x17, 0x12, 1]))  # 300 x 150 dots per inch
+        kinds = [(d, 0) for d in (1, 2, 4, 8, 16)] + [(d, 3) for d in (1, 2, 4, 8)] + [(d, c) for c in (2, 6) for d in (8, 16)]
+        for (depth, colour), interlaced in itertools.product(kinds, (False, True)):
+            rows = self.rows(depth, colour)
+            extra = density + (chunk(b"PLTE", palette[:3 << depth]) if colour == 3 else b"")
+            source = self.path("in.png", png(rows, depth, colour, extra, interlaced))
+            report, out = self.hold(source, "conv", self.path("out.png"))
+            out_depth, out_colour, out_rows, chunks = read_png(out)
+            self.assertEqual((out_depth, out_colour, out_rows), (depth, colour, rows))
+            self.assertEqual(chunks.get(b"PLTE"), palette[:3 << depth] if colour == 3 else None)
+            self.assertEqual(chunks[b"pHYs"], density[8:-4])
+            self.assertEqual((report["bits_per_pixel"], report["x_resolution"], report["y_resolution"]),
+                             (depth * CHANNELS[colour], 300, 150))
+        # The colours through another door: indexed and gray pictures as PNM.
+        rows = self.rows(4, 3)
+        source = self.path("in.png", png(rows, 4, 3, chunk(b"PLTE", palette[:48])))
+        pixels = b"".join(palette[3 * i:3 * i + 3] for row in rows for i in row)
+        self.assertEqual(self.hold(source, "conv", self.path("out.ppm"))[1], b"P6\n13 9\n255\n" + pixels)
+        rows = self.rows(2, 0)
+        source = self.path("in.png", png(rows, 2, 0))
+        self.assertEqual(self.hold(source, "conv", self.path("out.pgm"))[1], b"P5\n13 9\n3\n" + bytes(sum(rows, [])))
+
+    def test_png_transparency(self):
+        if "PNG" not in formats():
+            self.skipTest("this build has no PNG")
+        gray8 = [[1, 0, 2, 255], [3, 7, 4, 9]]
+        cases = [  # depth, colour, chunks, rows, and the rows as colour with alpha
+            (8, 4, b"", gray8, [[1, 1, 1, 0, 2, 2, 2, 255], [3, 3, 3, 7, 4, 4, 4, 9]]),
+            (16, 4, b"", [[513, 7]], [[513, 513, 513, 7]]),
+            (8, 0, chunk(b"tRNS", b"\0\5"), [[5, 6]], [[5, 5, 5, 0, 6, 6, 6, 255]]),
+            (1, 0, chunk(b"tRNS", b"\0\1"), [[0, 1]], [[0, 0, 0, 255, 255, 255, 255, 0]]),
+            (8, 2, chunk(b"tRNS", b"\0\1\0\2\0\3"), [[1, 2, 3, 3, 2, 1]], [[1, 2, 3, 0, 3, 2, 1, 255]]),
+            (2, 3, chunk(b"PLTE", b"abcdefghi") + chunk(b"tRNS", b"\x80"), [[0, 2]],
+             [[97, 98, 99, 128, 103, 104, 105, 255]]),
+        ]
+        for depth, colour, extra, rows, expected in cases:
+            source = self.path("in.png", png(rows, depth, colour, extra))
+            out = self.hold(source, "conv", self.path("out.png"))[1]
+            self.assertEqual(read_png(out)[:3], (max(depth, 8), 6, expected), (depth, colour))
+        self.fails(1, "alpha", "hold", source, "--as", "conv", "-o", self.path("out.ppm"))
+
+
+class Holding(VkTest):
+    """The sample pictures through every storage kind."""
+
+    # Of the samples as PPM and PBM, made with Pillow.
+    HASHES = {"astronaut.png": "07b5a5bf3b50328f1fa86ed445d32031588049d28add8eacaa382f683c933b07",
+              "page.png": "9b55c1168d4e5b1b22f155a8d801c1a03c44b310bd230da4eece7ea31984f4e4"}
+
+    def check_report(self, report, kind):
+        memory = {"disk": "disk", "tiled": "tiled", "compressed": "compressed"}.get(kind, "conventional")
+        self.assertEqual((report["kind"], report["memory"], report["equal"]), (kind, memory, True))
+        self.assertEqual(report["raw_bytes"], report["bytes_per_line"] * report["height"])
+        if kind == "compressed":
+            self.assertLess(report["stored_bytes"], report["raw_bytes"])
+        else:
+            self.assertEqual(report["stored_bytes"], report["raw_bytes"])
+        if kind == "tiled":
+            self.assertEqual(report["tiles"], -(-report["raw_bytes"] // report["tile_bytes"]))
+            self.assertEqual(report["tiles"], report["tiles_in_memory"] + report["tiles_in_file"])
+            self.assertGreaterEqual(report["tiles"], 8)
+
+    def through_all_kinds(self, source, bits):
+        """Holds a picture in every kind; gives the one file that all of them write."""
+        files = set()
+        for kind in KINDS:
+            out = self.path("out.pnm")
+            if kind == "compressed" and bits != 1:
+                self.fails(1, "1 bit per pixel", "hold", source, "--as", kind, "-o", out + ".pnm")
+                continue
+            report, data = self.hold(source, kind, out)
+            self.assertEqual(report["bits_per_pixel"], bits)
+            self.check_report(report, kind)
+            files.add(data)
+        self.assertEqual(os.listdir(self.folder).count("out.pnm.pnm"), 0)
+        self.assertEqual(len(files), 1)
+        return files.pop()
+
+    def test_samples(self):
+        available = formats()
+        for name, needs, bits in (("astronaut.png", "PNG", 24), ("page.png", "PNG", 1), ("rocket.jpg", "JPEG", 24)):
+            if needs not in available:
+                continue
+            data = self.through_all_kinds(os.path.join(options.samples, name), bits)
+            if name in self.HASHES:
+                self.assertEqual(hashlib.sha256(data).hexdigest(), self.HASHES[name], name)
+            # The plain form of a sample gives itself again.
+            self.assertEqual(self.through_all_kinds(self.path("plain.pnm", data), bits), data)
+
+    def test_plain_pictures(self):
+        generator = random.Random(1)
+        for magic, width, bits in ((b"P4", 8 * 61, 1), (b"P5", 61, 8), (b"P6", 61, 24)):
+            # Runs of equal bytes, as pages have them.
+            data = magic + f" {width} 96 ".encode() + (b"" if bits == 1 else b"255\n")
+            size = 96 * ((width * bits + 7) // 8)
+            pixels = b"".join(bytes([generator.choice([0, 255])] * generator.randrange(1, 40)) for _ in range(size))[:size]
+            out = self.through_all_kinds(self.path("in.pnm", data + pixels), bits)
+            self.assertTrue(out.endswith(pixels))
+
+    def test_tile_sizes(self):
+        source = self.path("in.pgm", b"P5 100 64 255\n" + bytes(range(100)) * 64)
+        for size, tile, tiles in (("1", 100, 64), ("350", 300, 22), ("1K", 1000, 7), ("6399", 6300, 2)):
+            report = self.hold(source, "tiled", self.path("out.pgm"), "--tile-size", size)[0]
+            self.assertEqual((report["tile_bytes"], report["tiles"]), (tile, tiles), size)
+        self.fails(1, "one tile", "hold", source, "--as", "tiled", "--tile-size", "1M")
+
+    def test_info(self):
+        done = vk("info", self.path("in.pbm", b"P4 33 2\n" + bytes(10)), "--json")
+        report = json.loads(done.stdout)
+        expected = {"width": 33, "height": 2, "bits_per_pixel": 1, "palette_entries": 2, "bytes_per_line": 8,
+                    "raw_bytes": 16, "memory": "conventional", "view_perspective": "top left", "order": "RGB"}
+        self.assertEqual({key: report[key] for key in expected}, expected)
+        self.assertIn(b"33 pixels", vk("info", self.path("in.pbm")).stdout)
+
+
+class Failures(VkTest):
+    """Wrong usage, wrong files, and files that cannot be."""
+
+    def test_usage(self):
+        good = self.path("good.pnm", b"P1 1 1 1")
+        for arguments in ([], ["nonsense"], ["--nonsense"], ["info"], ["info", good, good], ["info", good, "--as", "conv"],
+                          ["hold"], ["hold", good, "--as"], ["hold", good, "--as", "paper"],
+                          ["hold", good, "--as=conv", "--as=disk"], ["hold", good, "--json=1", "--as", "conv"],
+                          ["hold", good, "--as", "conv", "-o", self.path("out.gif")]):
+            self.fails(2, "Try 'vk --help'", *arguments)
+        for size in ("0", "-1", "x", "1T", "9999999999G", ""):
+            self.fails(2, "--tile-size", "hold", good, "--as", "tiled", "--tile-size", size)
+        for arguments in (["--help"], ["-h"], ["info", "--help"], ["hold", "-h"], ["--version"]):
+            self.assertEqual(vk(*arguments).returncode, 0, arguments)
+
+    def test_output_that_cannot_be(self):
+        good = self.path("good.pnm", b"P1 1 1 1")
+        os.mkdir(self.path("folder.pnm"))
+        for out in (self.path("missing/out.pnm"), self.path("folder.pnm")):
+            self.fails(3, out, "hold", good, "--as", "conv", "-o", out)
+        if os.path.exists("/dev/full") and not options.runner:
+            self.fails(3, "not a regular file", "hold", good, "--as", "conv", "-o", self.link("/dev/full"))
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run(options.command + ["--help"], stdout=full, stderr=subprocess.PIPE, check=False)
+            self.assertEqual(done.returncode, 3)
+        # What was there stays, and nothing is left over, when the picture turns out broken half way.
+        out = self.path("out.pnm", b"precious")
+        self.fails(3, "greatest value", "hold", self.path("bad.pnm", b"P2 1 2 1 1 2"), "--as", "conv", "-o", out)
+        with open(out, "rb") as file:
+            self.assertEqual(file.read(), b"precious")
+        self.assertEqual([name for name in os.listdir(self.folder) if ".part" in name], [])
+
+    def link(self, target):
+        path = self.path("link.pnm")
+        os.symlink(target, path)
+        return path
+
+    def test_files_that_are_no_pictures(self):
+        cases = [b"", b"P", b"P7 1 1", b"GIF89a", b"P5", b"P5 x 1 255\n", b"P5 0 1 255\n", b"P5 1 0 255\n\0", b"P5 1 1 0\n\0",
+                 b"P5 1 1 65536\n\0", b"P5 -1 1 255\n\0", b"P5 1 1 255", b"P5 1 1 255\n", b"P5 2 2 255\n\0\0\0",
+                 b"P6 16777217 1 255\n", b"P6 2000000000 2000000000 255\n\0", b"P6 99999999999999999999 1 255\n",
+                 b"P5 1 1 7\n\x08", b"P4 9 2\n\0\0\0", b"P1 2 1 1", b"P1 1 1 2", b"P3 1 1 255 1 2", b"P2 1 1 255 256",
+                 b"P2 1 1 65535 65536", b"P2 1 1 255 1x", b"P2 1 1 255 # 1"]
+        if "PNG" in formats():
+            vast = bytearray(png([[0]], 8, 0))
+            for size in ((0, 1), (1, 0), (1 << 25, 1), (1 << 24, 0x7FFFFFFF)):
+                header = size[0].to_bytes(4, "big") + size[1].to_bytes(4, "big") + b"\x08\0\0\0\0"
+                cases.append(bytes(vast[:8]) + chunk(b"IHDR", header) + bytes(vast[33:]))
+        else:
+            cases.append(b"\x89PNG\r\n\x1a\n")
+        for data in cases:
+            source = self.path("bad.file", data)
+            self.fails(3, source, "hold", source, "--as", "conv")
+        for name in (self.path("missing"), self.folder):
+            self.fails(3, name, "info", name)
+
+    def samples(self):
+        """Small files of every format there is, and how far apart to cut the sample files."""
+        yield "text.pnm", b"P3 2 2 255\n1 2 3 4 5 6 7 8 9 10 11 120", 1
+        yield "raw.pnm", b"P6 2 2 255\n" + bytes(range(12)), 1
+        available = formats()
+        if "PNG" in available:
+            yield "small.png", png([[1, 2, 3], [4, 5, 6]], 8, 2), 1
+            yield "woven.png", png([[1, 2, 3], [4, 5, 6]], 8, 0, interlaced=True), 1
+        for name, needs in (("astronaut.png", "PNG"), ("page.png", "PNG"), ("rocket.jpg", "JPEG")):
+            if needs in available:
+                with open(os.path.join(options.samples, name), "rb") as file:
+                    data = file.read()
+                yield name, data, len(data) // 12
+
+    def test_cut_files(self):
+        for name, data, step in self.samples():
+            # Every number of the last pixel's but its first digit may be missing: that is another picture.
+            last = len(data) - 2 if name == "text.pnm" else len(data)
+            for length in range(0, last, step * (4 if options.runner else 1)):
+                source = self.path(name, data[:length])
+                self.fails(3, source, "hold", source, "--as", "conv")
+
+    def test_damaged_files(self):
+        generator = random.Random(3)
+        for name, data, _ in self.samples():
+            for _ in range(5 if options.runner else 30):
+                damaged = bytearray(data)
+                for _ in range(generator.randrange(1, 4)):
+                    damaged[generator.randrange(min(len(data), 2000))] = generator.randrange(256)
+                done = vk("hold", self.path(name, bytes(damaged)), "--as", "conv")
+                self.assertIn(done.returncode, (0, 3), (name, done.stderr))
+                self.assertEqual(done.returncode == 0, done.stderr == b"", (name, done.stderr))
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--vk", required=True)
+    parser.add_argument("--runner", default="", help="program that runs the command, such as wine.sh")
+    parser.add_argument("--samples", required=True)
+    parser.add_argument("rest", nargs="*")
+    parser.parse_args(namespace=options)
+    options.command = ([options.runner] if options.runner else []) + [options.vk]
+    unittest.main(argv=[sys.argv[0]] + options.rest)
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,123 @@
+/**
+ * @file Main.cpp
+ * The vk command: picks the sub-command, shows help, and turns failures into messages and exit codes.
+ */
+#include "tools/Command.h"
+#include "tools/Failure.h"
+#include "tools/Platform.h"
+#include "tools/picture/Picture.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+#include <new>
+
+namespace vk::tool {
+
+extern const Command kConvertCommand;
+extern const Command kHoldCommand;
+extern const Command kInfoCommand;
+
+namespace {
+
+constexpr const Command* kCommands[] = {
+    &kInfoCommand,
+    &kHoldCommand,
+    &kConvertCommand,
+};
+
+void print_help()
+{
+    std::printf("Tries the Vkkrnx imaging kernel out on picture files.\n\nUsage: vk COMMAND ...\n\nCommands:\n");
+    for (const Command* command : kCommands) {
+        std::printf("  %-8s %s\n", command->name, command->summary);
+    }
+    std::printf(
+        "\nOptions:\n  --help     this text; after a command, its own\n  --version  the version and the picture "
+        "formats of this build\n\nExit codes: 0 done, 1 the operation failed, 2 wrong usage, 3 a file cannot "
+        "be read or written.\n");
+}
+
+void print_help(const Command& command)
+{
+    std::printf("%s\n\nUsage: vk %s %s [OPTION]...\n\nOptions:\n", command.summary, command.name, command.files);
+    const auto print = [](const Option& option) {
+        const std::string left = option.value == nullptr ? option.name : std::string(option.name) + " " + option.value;
+        std::printf("  %-20s %s\n", left.c_str(), option.description);
+    };
+    std::for_each(command.options.begin(), command.options.end(), print);
+    print({"--help", nullptr, "this text"});
+}
+
+void print_version()
+{
+    std::printf("vk %d.%d.%d\nreads %s; writes %s\n", VKKRNX_VERSION_MAJOR, VKKRNX_VERSION_MINOR, VKKRNX_VERSION_PATCH,
+                readable_formats(), writable_formats());
+}
+
+void run(std::span<const std::string> words)
+{
+    if (words.empty()) {
+        throw UsageError("no command given");
+    }
+    if (words[0] == "--help" || words[0] == "-h") {
+        return print_help();
+    }
+    if (words[0] == "--version") {
+        return print_version();
+    }
+    const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
+                                    [&](const Command* command) { return words[0] == command->name; });
+    if (found == std::end(kCommands)) {
+        throw UsageError("unknown " + std::string(words[0].starts_with("-") ? "option " : "command ") + words[0]);
+    }
+    const Command& command = **found;
+    words = words.subspan(1);
+    if (std::any_of(words.begin(), words.end(), [](const auto& word) { return word == "--help" || word == "-h"; })) {
+        return print_help(command);
+    }
+    command.run(parse_arguments(command, words));
+}
+
+int report(int exit_code, const char* message)
+{
+    std::fprintf(stderr, "vk: %s\n", message);
+    if (exit_code == kExitUsage) {
+        std::fprintf(stderr, "Try 'vk --help'.\n");
+    }
+    return exit_code;
+}
+
+int run_program(int argc, char** argv)
+{
+    try {
+        const std::vector<std::string> words = start_program(argc, argv);
+        run(words);
+        if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0) {
+            throw FileError("standard output", "cannot be written");
+        }
+        return 0;
+    } catch (const Failure& failure) {
+        return report(failure.exit_code(), failure.what());
+    } catch (const std::bad_alloc&) {
+        return report(kExitOperation, "not enough memory");
+    } catch (const std::exception& error) {
+        return report(kExitOperation, error.what());
+    }
+}
+
+} // namespace
+
+void throw_library_error(intptr_t code, const std::string& doing)
+{
+    char text[512] = "";
+    V_GetFriendlyErrorMessageA(static_cast<int>(code), text, sizeof text);
+    throw OperationError(doing + ": " + text + " (code " + std::to_string(code) + ")");
+}
+
+} // namespace vk::tool
+
+int main(int argc, char** argv)
+{
+    return vk::tool::run_program(argc, argv);
+}

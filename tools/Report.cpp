@@ -1,0 +1,72 @@
+/**
+ * @file Report.cpp
+ * The two forms of Report.h.
+ */
+#include "tools/Report.h"
+
+#include <cstdio>
+
+namespace vk::tool {
+
+namespace {
+
+std::string json_string(const std::string& text)
+{
+    std::string result = "\"";
+    for (const char c : text) {
+        if (c == '"' || c == '\\') {
+            result += '\\';
+            result += c;
+        } else if (static_cast<unsigned char>(c) < 0x20) {
+            char escape[8];
+            std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+            result += escape;
+        } else {
+            result += c;
+        }
+    }
+    return result + '"';
+}
+
+} // namespace
+
+void Report::text(const char* key, const char* label, const std::string& value)
+{
+    lines_.push_back({key, label, json_string(value), value});
+}
+
+void Report::number(const char* key, const char* label, int64_t value, const char* unit)
+{
+    const std::string digits = std::to_string(value);
+    lines_.push_back({key, label, digits, digits + unit});
+}
+
+void Report::measure(const char* key, const char* label, double value, const char* unit)
+{
+    char digits[64];
+    std::snprintf(digits, sizeof digits, "%.3f", value);
+    lines_.push_back({key, label, digits, std::string(digits) + unit});
+}
+
+void Report::truth(const char* key, const char* label, bool value)
+{
+    lines_.push_back({key, label, value ? "true" : "false", value ? "yes" : "no"});
+}
+
+void Report::print(bool json) const
+{
+    const char* separator = "{\n";
+    for (const Line& line : lines_) {
+        if (json) {
+            std::printf("%s  \"%s\": %s", separator, line.key, line.json.c_str());
+            separator = ",\n";
+        } else {
+            std::printf("%-18s %s\n", line.label, line.text.c_str());
+        }
+    }
+    if (json) {
+        std::printf("\n}\n");
+    }
+}
+
+} // namespace vk::tool

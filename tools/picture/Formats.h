@@ -1,0 +1,45 @@
+/**
+ * @file Formats.h
+ * What the format files share: their entry points, the limits on sizes, and gray ramps.
+ */
+#ifndef VK_TOOLS_FORMATS_H
+#define VK_TOOLS_FORMATS_H
+
+#include "tools/Platform.h"
+#include "tools/picture/Picture.h"
+
+namespace vk::tool {
+
+std::unique_ptr<PictureReader> read_pnm(File file, const std::string& name);
+std::unique_ptr<PictureReader> read_png(File file, const std::string& name);
+std::unique_ptr<PictureReader> read_jpeg(File file, const std::string& name);
+
+std::unique_ptr<PictureWriter> write_pnm(const std::string& name);
+std::unique_ptr<PictureWriter> write_png(const std::string& name);
+
+/** A row of 64-bit pixels of this width has 128 MiB; no row size comes near 32 bits. */
+constexpr int64_t kMaxWidth = int64_t{1} << 24;
+constexpr int64_t kMaxHeight = 0x7FFFFFFF;
+/** For what a decoder has to keep in memory as a whole: interlaced and progressive files. */
+constexpr uint64_t kMaxBuffered = uint64_t{1} << 30;
+
+/** FileError when a file claims a size that is 0 or beyond the limits. */
+void check_size(const std::string& name, int64_t width, int64_t height);
+
+std::vector<RGBQUAD> gray_ramp(int32_t bits);
+
+bool same_palette(const std::vector<RGBQUAD>& a, const std::vector<RGBQUAD>& b);
+
+/** Swaps the first and the third of every three samples. */
+template <typename Sample> void swap_red_blue(Sample* samples, size_t pixels)
+{
+    for (Sample* const end = samples + pixels * 3; samples != end; samples += 3) {
+        const Sample first = samples[0];
+        samples[0] = samples[2];
+        samples[2] = first;
+    }
+}
+
+} // namespace vk::tool
+
+#endif

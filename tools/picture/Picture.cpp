@@ -1,0 +1,137 @@
+/**
+ * @file Picture.cpp
+ * Chooses the format of a file: by its first bytes when reading, by the name's extension when writing.
+ */
+#include "tools/picture/Formats.h"
+
+#include "tools/Failure.h"
+
+#include <algorithm>
+#include <array>
+#include <cctype>
+#include <cerrno>
+#include <cstring>
+
+namespace vk::tool {
+
+namespace {
+
+// What this build can do; what it cannot is not compiled either, so its names must not be used.
+constexpr bool kPng = VK_WITH_PNG;
+constexpr bool kJpeg = VK_WITH_JPEG;
+
+using Magic = std::array<unsigned char, 8>;
+
+std::unique_ptr<PictureReader> make_reader(const Magic& magic, size_t length, File file, const std::string& name)
+{
+    if (length == 8 && std::memcmp(magic.data(), "\x89PNG\r\n\x1a\n", 8) == 0) {
+        if constexpr (kPng) {
+            return read_png(std::move(file), name);
+        }
+        throw FileError(name, "this build does not read PNG");
+    }
+    if (length >= 3 && std::memcmp(magic.data(), "\xFF\xD8\xFF", 3) == 0) {
+        if constexpr (kJpeg) {
+            return read_jpeg(std::move(file), name);
+        }
+        throw FileError(name, "this build does not read JPEG");
+    }
+    if (length >= 2 && magic[0] == 'P' && magic[1] >= '1' && magic[1] <= '6') {
+        return read_pnm(std::move(file), name);
+    }
+    throw FileError(name, std::string("not a picture this program reads (") + readable_formats() + ")");
+}
+
+void clear_padding(const PictureInfo& info, uint8_t* row)
+{
+    const size_t bits = static_cast<size_t>(info.width) * static_cast<size_t>(info.bits);
+    size_t used = bits / 8;
+    if (bits % 8 != 0) {
+        row[used] = static_cast<uint8_t>(row[used] & (0xFF00 >> (bits % 8)));
+        ++used;
+    }
+    std::memset(row + used, 0, info.row_bytes() - used);
+}
+
+} // namespace
+
+void PictureReader::read_row(uint8_t* row)
+{
+    decode_row(row);
+    clear_padding(info_, row);
+}
+
+std::unique_ptr<PictureReader> open_picture(const std::string& name)
+{
+    errno = 0;
+    File file = open_for_reading(name);
+    if (file == nullptr) {
+        throw FileError(name, error_text(errno));
+    }
+    Magic magic{};
+    const size_t length = std::fread(magic.data(), 1, magic.size(), file.get());
+    if (std::ferror(file.get()) != 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) {
+        throw FileError(name, error_text(errno));
+    }
+    return make_reader(magic, length, std::move(file), name);
+}
+
+std::unique_ptr<PictureWriter> create_picture(const std::string& name)
+{
+    const std::u8string end = path_of(name).extension().u8string();
+    std::string extension(end.begin(), end.end());
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    if constexpr (kPng) {
+        if (extension == ".png") {
+            return write_png(name);
+        }
+    }
+    if (extension == ".pnm" || extension == ".pbm" || extension == ".pgm" || extension == ".ppm") {
+        return write_pnm(name);
+    }
+    throw UsageError(name + ": the extension names no format this program writes (" + writable_formats() + ")");
+}
+
+const char* readable_formats()
+{
+    if (kPng) {
+        return kJpeg ? "PNG, JPEG, PNM" : "PNG, PNM";
+    }
+    return kJpeg ? "JPEG, PNM" : "PNM";
+}
+
+const char* writable_formats()
+{
+    return kPng ? "PNG, PNM" : "PNM";
+}
+
+void check_size(const std::string& name, int64_t width, int64_t height)
+{
+    if (width < 1 || height < 1) {
+        throw FileError(name, "the picture is empty");
+    }
+    if (width > kMaxWidth || height > kMaxHeight) {
+        throw FileError(name, "the picture is too large: " + std::to_string(width) + " x " + std::to_string(height));
+    }
+}
+
+std::vector<RGBQUAD> gray_ramp(int32_t bits)
+{
+    const int32_t last = (1 << bits) - 1;
+    std::vector<RGBQUAD> palette;
+    for (int32_t i = 0; i <= last; ++i) {
+        const auto gray = static_cast<uint8_t>(i * 255 / last);
+        palette.push_back({gray, gray, gray, 0});
+    }
+    return palette;
+}
+
+bool same_palette(const std::vector<RGBQUAD>& a, const std::vector<RGBQUAD>& b)
+{
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(), [](const RGBQUAD& x, const RGBQUAD& y) {
+        return x.rgbRed == y.rgbRed && x.rgbGreen == y.rgbGreen && x.rgbBlue == y.rgbBlue;
+    });
+}
+
+} // namespace vk::tool
