@@ -1,6 +1,7 @@
 // Changing a whole bitmap's colours, into a second bitmap whose storage is made each time, as callers do. And how good
 // optimized palettes are: the mean squared error per pixel, all channels added, of the samples reduced without
-// dithering, as the counter `mse`. Figures of other libraries for the same pictures stand in docs/performance.md.
+// dithering, as the counter `mse`. Of Pillow, libimagequant, ImageMagick and libvips the best reach 347 and 178 with 16
+// colours, 30.9 and 16.8 with 256.
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"

@@ -191,13 +191,11 @@ extern "C"
     int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
                          uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) noexcept
     {
-        const int result = check_allocated(pSrc);
+        const ColorResRequest request{nBitsPerPixel, uFlags, pPalette, hPalette, uColors};
+        const bool is_in_place = !pDst || pDst == pSrc;
+        const int result = is_in_place ? check_allocated(pSrc) : check_duplicate(pDst, pSrc, uStructSize);
         if (result != V_SUCCESS)
             return result;
-        const ColorResRequest request{nBitsPerPixel, uFlags, pPalette, hPalette, uColors};
-        if (!pDst || pDst == pSrc)
-            return change_colors(*pSrc, request);
-        return is_record_size(uStructSize) ? make_colors(*pDst, *pSrc, uStructSize, request)
-                                           : V_ERROR_INVALID_STRUCT_SIZE;
+        return is_in_place ? change_colors(*pSrc, request) : make_colors(*pDst, *pSrc, uStructSize, request);
     }
 }

@@ -26,6 +26,10 @@ Shape shape_of(const BITMAPHANDLE& bitmap) noexcept;
 /// True when samples of one bitmap mean the same in the other: equal depths, and both gray data or neither.
 bool same_format(const BITMAPHANDLE& a, const BITMAPHANDLE& b) noexcept;
 
+/// The checks of a duplicate's record against its source's: different, the size one there is, the source allocated. The
+/// duplicate is empty but for StructSize when only the source is to blame.
+int check_duplicate(BITMAPHANDLE* made, const BITMAPHANDLE* source, uint32_t struct_size) noexcept;
+
 /// Initialises `made` as a bitmap like `source` with clear pixels and copies of the parts that `dup_flags` name. The
 /// source keeps everything; with DUPFLAG_TAKEOVER data callbacks are copied too. On failure the record is empty but for
 /// StructSize.
@@ -37,6 +41,8 @@ void hand_over(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t copied) noexce
 
 /// Replaces a bitmap's palette. Its block has all entries that the depth can index, those past `count` are black.
 int give_palette(BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count) noexcept;
+
+// CopyBitmap.cpp
 
 /// Copies all stored rows between accessed bitmaps with equal rows, `reversed` from the last on. Reports progress from
 /// the present state of `progress` on, whose steps are rows; it has begun.

@@ -5,8 +5,10 @@
 #include "Vkbitmap.h"
 #include "common/Checks.h"
 #include "common/ColorRes.h"
+#include "common/Duplicate.h"
 #include "common/PackedBits.h"
 #include "common/Palette.h"
+#include "common/Record.h"
 #include "common/Rows.h"
 
 #include <algorithm>
@@ -145,11 +147,12 @@ extern "C"
     int V_CreateGrayScaleBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
                                 int32_t nBitsPerPixel) noexcept
     {
-        if (!pDst || pDst == pSrc)
-            return V_ERROR_INVALID_PARAMETER;
-        int result = is_record_size(uStructSize) ? check_allocated(pSrc) : V_ERROR_INVALID_STRUCT_SIZE;
-        if (result == V_SUCCESS)
-            result = check_depth(nBitsPerPixel);
+        int result = check_duplicate(pDst, pSrc, uStructSize);
+        if (result != V_SUCCESS)
+            return result;
+        result = check_depth(nBitsPerPixel);
+        if (result != V_SUCCESS)
+            clear_record(*pDst, uStructSize);
         return result == V_SUCCESS ? make_colors(*pDst, *pSrc, uStructSize, gray_request(nBitsPerPixel)) : result;
     }
 

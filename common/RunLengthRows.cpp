@@ -89,36 +89,44 @@ constexpr Suffixes make_suffixes() noexcept
 }
 constexpr Suffixes kFrom = make_suffixes();
 
-/// Sets the pixels of pairs of a clear and a set run from bit `position` on, while they end inside the whole words of
-/// [0, end). Bits from `position` on are clear. Returns the position reached.
+/// Sets the pixels of pairs of a clear and a set run from bit `position` on, while eight bytes may be written from the
+/// byte on in which a set run begins. Bits in [position, end) are clear. Returns the position reached.
 ///
-/// Where the colour changes, the rest of the word is turned over and the word stored. Whether the change before was in
-/// the same word cannot be predicted, so it chooses what is turned over, not where the code goes.
+/// A set run is written as eight bytes: what is set in its first byte already, the run, and clear pixels. Whether the
+/// run before ended in the same byte cannot be predicted, so it decides about a value, not about where the code goes.
 uint64_t fill_pairs(Runs& runs, uint8_t* out, uint64_t position, uint64_t end) noexcept
 {
-    const uint64_t whole_end = end / 64 * 64;
-    if (position >= whole_end)
+    constexpr uint64_t kLongestAtOnce = 56; // from any bit of the first byte on
+    if (end < 64 || position >= end)
         return position;
-    uint64_t word = position / 64;
-    uint64_t pixels = load_word(out + 8 * word);
+    const uint64_t last_begin = end / 8 * 8 - 57; // that leaves eight bytes
+    uint64_t byte = position / 8;
+    uint64_t there = out[byte]; // what is set in that byte
     const uint8_t* words = runs.words;
     const uint8_t* const words_end = words + 4 * static_cast<size_t>(runs.left / 2);
     for (; words < words_end; words += 4) {
         uint32_t pair = 0;
         std::memcpy(&pair, words, sizeof pair);
+        const uint64_t run = pair >> 16;
         const uint64_t begin = position + (pair & 0xFFFFu);
-        const uint64_t behind = begin + (pair >> 16);
-        if (behind >= whole_end)
+        if (begin > last_begin)
             break;
-        const uint64_t first = begin / 64;
-        pixels = (first == word ? pixels : 0) ^ kFrom.words[begin % 64];
-        store_word(out + 8 * first, pixels);
-        word = behind / 64;
-        pixels = (first == word ? pixels : kAllSet) ^ kFrom.words[behind % 64];
-        store_word(out + 8 * word, pixels);
-        position = behind;
-        if (word - first > 1)
-            std::memset(out + 8 * (first + 1), 0xFF, static_cast<size_t>(8 * (word - first - 1)));
+        if (run > kLongestAtOnce) {
+            if (begin + run > end)
+                break;
+            set_pixels(out, begin, begin + run);
+            position = begin + run;
+            byte = position / 8;
+            there = 0xFF00u >> (position % 8) & 0xFFu;
+            continue;
+        }
+        const uint64_t behind = begin % 8 + run; // in bits of the eight bytes
+        there = begin / 8 == byte ? there : 0;
+        const uint64_t pixels = there | (kFrom.words[begin % 8] ^ kFrom.words[behind]);
+        store_word(out + begin / 8, pixels);
+        position = begin + run;
+        byte = position / 8;
+        there = pixels >> (behind & 0x38);
     }
     runs.left -= static_cast<uint32_t>((words - runs.words) / 2);
     runs.words = words;

@@ -19,13 +19,13 @@ def row(*runs, count=None):
 
 INPUTS = {
     "pixels": head(offset=3, width=60) + bytes([0x0F, 0xFF, 0x00, 0xA5, 0x18, 0x00, 0x00, 0xFF]),
-    "clear": head(width=4000) + bytes(500),
-    "set": head(offset=7, width=3000) + b"\xff" * 376,
+    "clear": head(scale=5, width=4000) + bytes(500),
+    "set": head(offset=7, scale=5, width=3000) + b"\xff" * 376,
     "words": head(width=300, start=17, rows=4) + words(5, 7, 0, 3, 64, 64, 1, 1, 100, 55),
-    "splice": head(scale=1, width=35000) + words(65528, 0, 4472),
-    "splice_set": head(scale=3, width=50000, start=65535) + words(0, 65528, 0, 65528, 0, 3408),
+    "splice": head(scale=6, width=35000) + words(65528, 0, 4472),
+    "splice_set": head(scale=7, width=44827, start=65535) + words(0, 65528, 0, 65528, 0, 3425),
     "overrun": head(width=100, start=99) + words(65535, 65535, 65535),
-    "short": head(width=5000) + words(3, 4),
+    "short": head(scale=5, width=5000) + words(3, 4),
     "row": head(width=99) + row(10, 20, 70),
     "row_cut": head(width=99, start=50) + row(10, 20, 70, count=4000000000),
     "row_zeros": head(width=2000) + row(*[0] * 64, 100, 1900),

@@ -7,10 +7,11 @@
 namespace vk::dither {
 namespace {
 
+/// AVX2 and what comes with it in every processor that has it.
 bool has_avx2() noexcept
 {
     return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") && __builtin_cpu_supports("bmi2") &&
-           __builtin_cpu_supports("lzcnt") && __builtin_cpu_supports("popcnt");
+           __builtin_cpu_supports("popcnt");
 }
 
 /// The thresholds of the run's next row.

@@ -3,6 +3,8 @@
 
 #include "common/ColorMatch.h"
 
+#include <algorithm>
+
 namespace vk::dither {
 namespace {
 
@@ -38,14 +40,19 @@ constexpr uint32_t distance(uint32_t a, uint32_t b) noexcept
     return a < b ? b - a : a - b;
 }
 
+void prepare_classes(DitherState& state) noexcept
+{
+    for (uint32_t i = 0; i < state.count; ++i) {
+        state.classes[i] = static_cast<uint8_t>(channel_class(state.entries[i]));
+    }
+}
+
 void prepare_cube(DitherState& state) noexcept
 {
     const Cube cube = cube_of(state.kind);
     state.green_step = cube.step(1);
     state.red_step = cube.step(2);
-    for (uint32_t i = 0; i < state.count; ++i) {
-        state.classes[i] = static_cast<uint8_t>(channel_class(state.entries[i]));
-    }
+    prepare_classes(state);
     for (uint32_t c = 0; c < 3; ++c) {
         const uint32_t step = cube.step(c);
         const auto level = [&](uint32_t k) { return state.choices[k * step] >> (8 * c) & 0xFFu; };
@@ -63,6 +70,7 @@ void prepare_cube(DitherState& state) noexcept
 
 void prepare_fixed4(DitherState& state) noexcept
 {
+    prepare_classes(state);
     // The dark half counts red, green, blue from bit 0 on, and so does the bright one behind silver.
     constexpr uint32_t kBit[] = {2, 1, 0};
     const auto square = [](uint32_t v) { return uint64_t{v} * v; };
@@ -203,6 +211,37 @@ uint32_t CubeMatch::between(uint32_t color, uint64_t sum) const noexcept
     uint32_t best = first;
     for (const uint32_t at : others) {
         best = state.classes[at] == own ? at : best;
+    }
+    return state.choices[best];
+}
+
+uint32_t Fixed4Match::between(uint32_t color, uint64_t sum) const noexcept
+{
+    constexpr uint32_t kField = (1u << kFieldBits) - 1;
+    const uint32_t dark = static_cast<uint32_t>(sum) & kField;
+    const uint32_t silver = static_cast<uint32_t>(sum >> kFieldBits) & kField;
+    const uint32_t bright = static_cast<uint32_t>(sum >> (2 * kFieldBits)) & kField;
+    const uint32_t dark_bits = static_cast<uint32_t>(sum >> kDarkAt) & 7u;
+    const uint32_t bright_bits = static_cast<uint32_t>(sum >> kBrightAt) & 7u;
+    const uint32_t least = std::min({dark, silver, bright});
+    const uint32_t own = channel_class(red_of(color), green_of(color), blue_of(color));
+    uint32_t best = UINT32_MAX;
+    const auto consider = [&](uint32_t at) { best = best == UINT32_MAX || state.classes[at] == own ? at : best; };
+    if (dark == least) {
+        // Channels half-way between 0 and 128 may go either way; entries in palette order.
+        const uint32_t free =
+            (red_of(color) == 64 ? 1u : 0u) | (green_of(color) == 64 ? 2u : 0u) | (blue_of(color) == 64 ? 4u : 0u);
+        uint32_t subset = 0;
+        do {
+            consider((dark_bits & ~free) | subset);
+            subset = (subset - free) & free;
+        } while (subset != 0);
+    }
+    if (silver == least) {
+        consider(kSilver);
+    }
+    if (bright == least && bright_bits != 0) {
+        consider(kSilver + bright_bits);
     }
     return state.choices[best];
 }

@@ -104,8 +104,10 @@ struct Fixed4Match {
         best = silver < best ? silver : best;
         tie |= bright == best;
         index = bright < best ? kSilver + bright_bits : index;
-        return tie ? match_plain(state, color) : state.choices[index];
+        return tie ? between(color, sum) : state.choices[index];
     }
+    /// The choice among entries that may be equally far.
+    uint32_t between(uint32_t color, uint64_t sum) const noexcept;
 };
 
 /// Calls `act` with the run's way of matching.

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include <emmintrin.h>
+
 namespace vk::quantize {
 
 namespace {
@@ -106,6 +108,16 @@ void ColorCount::add_to_cell(uint32_t color, uint32_t count) noexcept
     cell.red += (color >> 16 & 3u) * count;
 }
 
+/// add_to_cell for a single pixel, all four sums at once.
+void ColorCount::add_one(uint32_t color) noexcept
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>((color & 0x00030303u) | 0x01000000u));
+    const __m128i step = _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero);
+    auto* const cell = reinterpret_cast<__m128i*>(cells_ + cell_of(color));
+    _mm_storeu_si128(cell, _mm_add_epi32(_mm_loadu_si128(cell), step));
+}
+
 void ColorCount::add_to_cells(const uint8_t* pixels, size_t count) noexcept
 {
     while (count != 0) {
@@ -113,7 +125,7 @@ void ColorCount::add_to_cells(const uint8_t* pixels, size_t count) noexcept
             halve();
         const auto part = static_cast<size_t>(std::min<uint64_t>(count, kMostPixels - total_));
         for (size_t i = 0; i < part; ++i)
-            add_to_cell(color_of(pixels + 4 * i), 1);
+            add_one(color_of(pixels + 4 * i));
         total_ += part;
         pixels += 4 * part;
         count -= part;
@@ -124,7 +136,7 @@ void ColorCount::add_to_cells(const uint8_t* pixels, size_t count) noexcept
 void ColorCount::halve() noexcept
 {
     for (Cell* cell = cells_; cell != cells_ + kCells; ++cell)
-        *cell = {cell->count / 2, cell->blue / 2, cell->green / 2, cell->red / 2};
+        *cell = {cell->blue / 2, cell->green / 2, cell->red / 2, cell->count / 2};
     total_ /= 2;
 }
 

@@ -42,7 +42,7 @@ public:
 private:
     /// How often a cell's colours were there, and the sums of the low bits of their channels.
     struct Cell {
-        uint32_t count, blue, green, red;
+        uint32_t blue, green, red, count;
     };
     struct Known {
         uint32_t color, count;
@@ -54,6 +54,7 @@ private:
     bool start_cells() noexcept;
     void add_to_cells(const uint8_t* pixels, size_t count) noexcept;
     void add_to_cell(uint32_t color, uint32_t count) noexcept;
+    void add_one(uint32_t color) noexcept;
     void halve() noexcept;
 
     uint32_t limit_;

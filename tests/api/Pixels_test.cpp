@@ -35,6 +35,8 @@ TEST(Pixels, IndexesWithAndWithoutPalette)
             const auto column = static_cast<int32_t>(index % 7);
             set_pixel(bitmap->Data + bitmap->BytesPerLine, bits, column, index);
             ASSERT_EQ(gray(index), V_GetPixelColor(bitmap.get(), 1, column)) << "the index, unscaled";
+            ASSERT_EQ(SUCCESS, V_PutPixelColor(bitmap.get(), 1, column, 0x04000000u | (count - 1 - index) << 8));
+            ASSERT_EQ(gray(count - 1 - index), V_GetPixelColor(bitmap.get(), 1, column)) << "and back";
         }
         RGBQUAD palette[256];
         for (uint32_t i = 0; i < count; ++i)

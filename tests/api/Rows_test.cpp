@@ -337,9 +337,12 @@ TEST(Rows, ArgumentChecks)
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PutBitmapRowSegments(bitmap.get(), nullptr, 0, nullptr, 0));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PutBitmapRowSegments(bitmap.get(), buffer, 0, nullptr, 1));
     EXPECT_EQ(0, V_PutBitmapRowSegments(bitmap.get(), buffer, 0, nullptr, 0));
+    bitmap->Width = 9;
+    EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, V_PutBitmapRowSegments(bitmap.get(), buffer, 0, nullptr, 0));
     bitmap->StructSize = 0;
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_GetBitmapRow(bitmap.get(), buffer, 0, 5));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_GetPixelData(bitmap.get(), buffer, 0, 0, 5));
+    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_PutBitmapRowSegments(bitmap.get(), buffer, 0, nullptr, 0));
     bitmap->StructSize = BITMAPHANDLE_SIZE;
 }
 

@@ -160,15 +160,20 @@ TEST(StorageMoves, RefusalsChangeNothing)
         TestBitmap bitmap;
         bitmap.make(Kind::global, 10, 9, bits);
         const auto before = bitmap.image();
+        for (const int32_t height : {0, -1, -2147483647 - 1})
+            EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, V_ChangeBitmapHeight(bitmap.get(), height));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapCompression(bitmap.get(), 3));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapCompression(bitmap.get(), -1));
         EXPECT_EQ(ERROR_FEATURE_NOT_SUPPORTED, V_ChangeBitmapCompression(bitmap.get(), 2));
         if (bits != 1) {
             EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ChangeBitmapCompression(bitmap.get(), 1));
         }
-        ASSERT_EQ(SUCCESS, V_SetStatusCallback(refuse, nullptr, nullptr, nullptr));
+        V_STATUSCALLBACK status = nullptr;
+        void* user = nullptr;
+        ASSERT_EQ(SUCCESS, V_SetStatusCallback(refuse, &bitmap, nullptr, nullptr));
         EXPECT_EQ(-29, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_DISK, 0, 0, 0, 0, 0, 1));
-        EXPECT_EQ(SUCCESS, V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr));
+        EXPECT_EQ(SUCCESS, V_SetStatusCallback(nullptr, nullptr, &status, &user));
+        EXPECT_TRUE(status == refuse && user == &bitmap);
         EXPECT_EQ(before, bitmap.image());
         EXPECT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_DISK, 0, 0, 0, 0, 0, 1));

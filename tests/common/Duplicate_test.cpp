@@ -172,7 +172,7 @@ TEST(Duplicate, CopiesEveryDepthAndStorageKind)
                 ASSERT_EQ(SUCCESS, V_CopyBitmap(copy.get(), source.get(), size));
                 EXPECT_EQ(source.pixels(), copy.pixels());
                 EXPECT_EQ(memory_type(source), memory_type(copy));
-                EXPECT_NE(source->Handle, copy->Handle);
+                EXPECT_TRUE(source->Handle != copy->Handle);
                 EXPECT_EQ(1, copy->LowBit);
                 EXPECT_EQ(DITHER_JARVIS, copy->DitheringMethod);
                 EXPECT_EQ(source->Order, copy->Order);

@@ -80,6 +80,8 @@ bool round_of(const Operation& operation, Kind kind, uint32_t struct_size, uint6
         TestBitmap bitmap(struct_size);
         bitmap.make(kind, kWidth, kHeight, 1);
         EXPECT_EQ(static_cast<int64_t>(kBytes), put(bitmap, before));
+        Bytes first(size_t{4} * kLine); // of tiles in a file, the first ones are mapped now, not the last
+        EXPECT_LT(0, accessed(bitmap, [&] { return V_GetBitmapRow(bitmap.get(), first.data(), 0, first.size()); }));
         const Bytes record = bitmap.image();
         fault::arm(call, persistent);
         const int64_t code = operation.run(bitmap);
@@ -335,7 +337,7 @@ TEST(CoreFaults, CallbackTablesAndTemporaryNames)
 TEST(CoreFaults, TilesWithoutViewsAreReadAndWrittenInTheFile)
 {
     const Bytes bytes = picture(3);
-    for (const uint64_t first : {1, 2, 4}) { // from which view on there is none
+    for (const uint64_t first : {1u, 2u, 4u}) { // from which view on there is none
         for (const bool short_ones : {false, true}) {
             TestBitmap bitmap;
             bitmap.make(Kind::tiled_file, kWidth, kHeight, 1);

@@ -106,7 +106,7 @@ TEST(Huge, BigTransfersGoInPieces)
     EXPECT_EQ(count, V_OsReadBig(file, back.data(), back.size()));
     EXPECT_EQ(2u, fault::calls(fault::Call::file_read));
     EXPECT_TRUE(bytes == back);
-    for (const uint64_t call : {1, 2}) {
+    for (const uint64_t call : {1u, 2u}) {
         EXPECT_EQ(0, V_OsSeek(file, 0, 0, nullptr));
         fault::arm_call(fault::Call::file_read, call, false);
         EXPECT_EQ(-1, V_OsReadBig(file, back.data(), back.size()));
