@@ -185,17 +185,13 @@ int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, 
 
 using namespace vk;
 
-extern "C"
+int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
+                     uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) noexcept
 {
-
-    int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
-                         uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) noexcept
-    {
-        const ColorResRequest request{nBitsPerPixel, uFlags, pPalette, hPalette, uColors};
-        const bool is_in_place = !pDst || pDst == pSrc;
-        const int result = is_in_place ? check_allocated(pSrc) : check_duplicate(pDst, pSrc, uStructSize);
-        if (result != V_SUCCESS)
-            return result;
-        return is_in_place ? change_colors(*pSrc, request) : make_colors(*pDst, *pSrc, uStructSize, request);
-    }
+    const ColorResRequest request{nBitsPerPixel, uFlags, pPalette, hPalette, uColors};
+    const bool is_in_place = !pDst || pDst == pSrc;
+    const int result = is_in_place ? check_allocated(pSrc) : check_duplicate(pDst, pSrc, uStructSize);
+    if (result != V_SUCCESS)
+        return result;
+    return is_in_place ? change_colors(*pSrc, request) : make_colors(*pDst, *pSrc, uStructSize, request);
 }

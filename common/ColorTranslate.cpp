@@ -108,12 +108,12 @@ COLORREF translate_index(const BITMAPHANDLE& dst, const BITMAPHANDLE* src, COLOR
 
 using namespace vk;
 
-uint32_t V_GetNearestPaletteIndex(BITMAPHANDLE* pBitmap, COLORREF crColor) V_NOEXCEPT
+uint32_t V_GetNearestPaletteIndex(BITMAPHANDLE* pBitmap, COLORREF crColor) noexcept
 {
     return check_record(pBitmap) == SUCCESS ? nearest_index(*pBitmap, crColor) : 0;
 }
 
-COLORREF V_TranslateBitmapColor(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, COLORREF crColor) V_NOEXCEPT
+COLORREF V_TranslateBitmapColor(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, COLORREF crColor) noexcept
 {
     if (check_record(pDst) != SUCCESS) {
         return crColor;

@@ -171,80 +171,76 @@ void expand_rows(const void* from, void* to, uint32_t start, uint32_t pixels, in
 
 } // namespace
 
-extern "C"
+int V_CompressRow(void* pDst, const void* pSrc, int32_t nBitOffset, int32_t nPixels) noexcept
 {
+    return V_CompressRows(pDst, pSrc, nBitOffset, nPixels, 1, 0);
+}
 
-    int V_CompressRow(void* pDst, const void* pSrc, int32_t nBitOffset, int32_t nPixels) noexcept
-    {
-        return V_CompressRows(pDst, pSrc, nBitOffset, nPixels, 1, 0);
-    }
+int V_ExpandRow(const void* pSrc, void* pDst, int32_t nStart, int32_t nPixels) noexcept
+{
+    return V_ExpandRows(pSrc, pDst, nStart, nPixels, 1, 0);
+}
 
-    int V_ExpandRow(const void* pSrc, void* pDst, int32_t nStart, int32_t nPixels) noexcept
-    {
-        return V_ExpandRows(pSrc, pDst, nStart, nPixels, 1, 0);
-    }
+int V_CompressRows(void* pDst, const void* pSrc, int32_t nBitOffset, int32_t nPixels, int32_t nRows,
+                   size_t uSrcStride) noexcept
+{
+    if (!pDst || !pSrc || nPixels < 0 || nRows < 0)
+        return V_ERROR_INVALID_PARAMETER;
+    compress_rows(pDst, pSrc, bit_of(nBitOffset), static_cast<uint32_t>(nPixels), nRows, uSrcStride);
+    return nPixels;
+}
 
-    int V_CompressRows(void* pDst, const void* pSrc, int32_t nBitOffset, int32_t nPixels, int32_t nRows,
-                       size_t uSrcStride) noexcept
-    {
-        if (!pDst || !pSrc || nPixels < 0 || nRows < 0)
-            return V_ERROR_INVALID_PARAMETER;
-        compress_rows(pDst, pSrc, bit_of(nBitOffset), static_cast<uint32_t>(nPixels), nRows, uSrcStride);
-        return nPixels;
-    }
+int V_ExpandRows(const void* pSrc, void* pDst, int32_t nStart, int32_t nPixels, int32_t nRows,
+                 size_t uDstStride) noexcept
+{
+    if (!pSrc || !pDst || nStart < 0 || nPixels < 0 || nRows < 0)
+        return V_ERROR_INVALID_PARAMETER;
+    expand_rows(pSrc, pDst, static_cast<uint32_t>(nStart), static_cast<uint32_t>(nPixels), nRows, uDstStride);
+    return V_SUCCESS;
+}
 
-    int V_ExpandRows(const void* pSrc, void* pDst, int32_t nStart, int32_t nPixels, int32_t nRows,
-                     size_t uDstStride) noexcept
-    {
-        if (!pSrc || !pDst || nStart < 0 || nPixels < 0 || nRows < 0)
-            return V_ERROR_INVALID_PARAMETER;
-        expand_rows(pSrc, pDst, static_cast<uint32_t>(nStart), static_cast<uint32_t>(nPixels), nRows, uDstStride);
-        return V_SUCCESS;
-    }
+intptr_t V_GetBitmapRowCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) noexcept
+{
+    return V_GetBitmapRowColCompressed(pBitmap, pBuffer, nRow, 0, uBytes);
+}
 
-    intptr_t V_GetBitmapRowCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) noexcept
-    {
-        return V_GetBitmapRowColCompressed(pBitmap, pBuffer, nRow, 0, uBytes);
-    }
+intptr_t V_PutBitmapRowCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, size_t uBytes) noexcept
+{
+    const int result = check_row(pBitmap, pBuffer, nRow, 0);
+    if (result != V_SUCCESS)
+        return result;
+    return put_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, 0), uBytes, true);
+}
 
-    intptr_t V_PutBitmapRowCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, size_t uBytes) noexcept
-    {
-        const int result = check_row(pBitmap, pBuffer, nRow, 0);
-        if (result != V_SUCCESS)
-            return result;
-        return put_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, 0), uBytes, true);
-    }
+intptr_t V_GetBitmapRowColCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
+                                     size_t uBytes) noexcept
+{
+    const int result = check_row(pBitmap, pBuffer, nRow, nCol);
+    if (result != V_SUCCESS)
+        return result;
+    return get_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, nCol), uBytes);
+}
 
-    intptr_t V_GetBitmapRowColCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
-                                         size_t uBytes) noexcept
-    {
-        const int result = check_row(pBitmap, pBuffer, nRow, nCol);
-        if (result != V_SUCCESS)
-            return result;
-        return get_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, nCol), uBytes);
-    }
+intptr_t V_PutBitmapRowColCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
+                                     size_t uBytes) noexcept
+{
+    const int result = check_row(pBitmap, pBuffer, nRow, nCol);
+    if (result != V_SUCCESS)
+        return result;
+    return put_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, nCol), uBytes, false);
+}
 
-    intptr_t V_PutBitmapRowColCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
-                                         size_t uBytes) noexcept
-    {
-        const int result = check_row(pBitmap, pBuffer, nRow, nCol);
-        if (result != V_SUCCESS)
-            return result;
-        return put_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, nCol), uBytes, false);
-    }
+int V_MirrorCompressedBuffer(void* pBuffer, int32_t nPixels) noexcept
+{
+    if (!pBuffer || nPixels < 0)
+        return V_ERROR_INVALID_PARAMETER;
+    return runlength::mirror(pBuffer, static_cast<uint32_t>(nPixels)) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
+}
 
-    int V_MirrorCompressedBuffer(void* pBuffer, int32_t nPixels) noexcept
-    {
-        if (!pBuffer || nPixels < 0)
-            return V_ERROR_INVALID_PARAMETER;
-        return runlength::mirror(pBuffer, static_cast<uint32_t>(nPixels)) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
-    }
-
-    int V_FlipCompressedBuffer(void* pBuffer, int32_t nRows) noexcept
-    {
-        if (!pBuffer || nRows < 0)
-            return V_ERROR_INVALID_PARAMETER;
-        runlength::flip(pBuffer, static_cast<uint32_t>(nRows));
-        return V_SUCCESS;
-    }
+int V_FlipCompressedBuffer(void* pBuffer, int32_t nRows) noexcept
+{
+    if (!pBuffer || nRows < 0)
+        return V_ERROR_INVALID_PARAMETER;
+    runlength::flip(pBuffer, static_cast<uint32_t>(nRows));
+    return V_SUCCESS;
 }

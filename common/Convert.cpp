@@ -80,7 +80,7 @@ using namespace vk;
 int V_ConvertBufferExt3(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc, int32_t nBitsPerPixelDst,
                         int32_t nOrderSrc, int32_t nOrderDst, const RGBQUAD* pPaletteSrc, const RGBQUAD* pPaletteDst,
                         const V_RGBQUAD16* pPaletteSrc16, void*, uint32_t uFlags, int32_t nLowBit, int32_t nHighBit,
-                        COLORREF crTransparent) V_NOEXCEPT
+                        COLORREF crTransparent) noexcept
 {
     ConvertJob job;
     job.width = nWidth;
@@ -101,7 +101,7 @@ int V_ConvertBufferExt3(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
 int V_ConvertBufferExt2(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc, int32_t nBitsPerPixelDst,
                         int32_t nOrderSrc, int32_t nOrderDst, const RGBQUAD* pPaletteSrc, const RGBQUAD* pPaletteDst,
                         const V_RGBQUAD16* pPaletteSrc16, void*, uint32_t uFlags, int32_t nLowBit,
-                        int32_t nHighBit) V_NOEXCEPT
+                        int32_t nHighBit) noexcept
 {
     return V_ConvertBufferExt3(pBuffer, nWidth, nBitsPerPixelSrc, nBitsPerPixelDst, nOrderSrc, nOrderDst, pPaletteSrc,
                                pPaletteDst, pPaletteSrc16, nullptr, uFlags, nLowBit, nHighBit, 0);
@@ -109,7 +109,7 @@ int V_ConvertBufferExt2(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc,
 
 int V_ConvertBufferExt(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc, int32_t nBitsPerPixelDst,
                        int32_t nOrderSrc, int32_t nOrderDst, const RGBQUAD* pPaletteSrc, const RGBQUAD* pPaletteDst,
-                       uint32_t uFlags, int32_t nLowBit, int32_t nHighBit) V_NOEXCEPT
+                       uint32_t uFlags, int32_t nLowBit, int32_t nHighBit) noexcept
 {
     return V_ConvertBufferExt3(pBuffer, nWidth, nBitsPerPixelSrc, nBitsPerPixelDst, nOrderSrc, nOrderDst, pPaletteSrc,
                                pPaletteDst, nullptr, nullptr, uFlags, nLowBit, nHighBit, 0);
@@ -117,14 +117,14 @@ int V_ConvertBufferExt(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc, 
 
 int V_ConvertBuffer(void* pBuffer, int32_t nWidth, int32_t nBitsPerPixelSrc, int32_t nBitsPerPixelDst,
                     int32_t nOrderSrc, int32_t nOrderDst, const RGBQUAD* pPaletteSrc,
-                    const RGBQUAD* pPaletteDst) V_NOEXCEPT
+                    const RGBQUAD* pPaletteDst) noexcept
 {
     return V_ConvertBufferExt3(pBuffer, nWidth, nBitsPerPixelSrc, nBitsPerPixelDst, nOrderSrc, nOrderDst, pPaletteSrc,
                                pPaletteDst, nullptr, nullptr, 0, -1, -1, 0);
 }
 
 int32_t V_CalcConvertSize(int32_t nWidthSrc, int32_t nBitsPerPixelSrc, int32_t nWidthDst,
-                          int32_t nBitsPerPixelDst) V_NOEXCEPT
+                          int32_t nBitsPerPixelDst) noexcept
 {
     if (nWidthSrc < 0 || nBitsPerPixelSrc < 0 || nWidthDst < 0 || nBitsPerPixelDst < 0) {
         return ERROR_INVALID_PARAMETER;
@@ -136,7 +136,7 @@ int32_t V_CalcConvertSize(int32_t nWidthSrc, int32_t nBitsPerPixelSrc, int32_t n
 }
 
 int V_PadPixelData(void* pBuffer, int32_t nBitsPerPixel, uint32_t uCount, int32_t nHighBit, int32_t nLowBit,
-                   int32_t nMargin) V_NOEXCEPT
+                   int32_t nMargin) noexcept
 {
     if (pBuffer == nullptr || nBitsPerPixel != 16) {
         return ERROR_INVALID_PARAMETER;

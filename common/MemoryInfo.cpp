@@ -3,20 +3,17 @@
 // operation leaves the bitmap as it was.
 #include "common/Alloc.h"
 #include "common/Checks.h"
+#include "common/Duplicate.h"
 #include "common/Locks.h"
 #include "common/Progress.h"
-#include "common/RowCol.h"
 #include "common/RowMath.h"
 #include "common/ThreadState.h"
-#include "platform/platform.h"
 
 #include <algorithm>
 
 namespace vk {
 
 namespace {
-
-constexpr uint64_t kCopyBytes = 256 * 1024;
 
 /// A record like the bitmap's with no storage, for new storage to be made on. Freed again unless its storage is taken.
 class StagedStorage {
@@ -53,28 +50,12 @@ private:
     BITMAPHANDLE record_ = {};
 };
 
-/// Copies all rows, several at a time.
-int copy_rows(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+/// Copies all rows, with progress.
+int fill(BITMAPHANDLE& staged, BITMAPHANDLE& bitmap) noexcept
 {
-    const uint64_t line = from.BytesPerLine;
-    const auto height = from.Height;
-    const auto batch = static_cast<int32_t>(std::clamp<uint64_t>(kCopyBytes / line, 1, static_cast<uint32_t>(height)));
-    void* const buffer = platform::heap_alloc(static_cast<size_t>(line) * static_cast<uint32_t>(batch));
-    if (!buffer)
-        return V_ERROR_NO_MEMORY;
-    Progress progress(height);
-    intptr_t result = progress.begin();
-    for (int32_t row = 0; row < height && result == V_SUCCESS; row += std::min(batch, height - row)) {
-        const int32_t rows = std::min(batch, height - row);
-        const size_t bytes = static_cast<size_t>(line) * static_cast<uint32_t>(rows);
-        result = get_row(from, buffer, row, bytes);
-        if (result >= 0)
-            result = put_row(to, buffer, row, bytes);
-        if (result >= 0)
-            result = progress.update(row + rows);
-    }
-    platform::heap_free(buffer);
-    return static_cast<int>(result);
+    Progress progress(bitmap.Height);
+    const int result = progress.begin();
+    return result == V_SUCCESS ? copy_rows(bitmap, staged, false, progress) : result;
 }
 
 int check_movable(const BITMAPHANDLE& bitmap) noexcept
@@ -207,7 +188,7 @@ int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) no
     BitmapAccess access(bitmap);
     result = access.result();
     if (result == V_SUCCESS)
-        result = copy_rows(bitmap, staged.record());
+        result = fill(staged.record(), bitmap);
     const int released = access.release();
     if (result == V_SUCCESS)
         result = released;

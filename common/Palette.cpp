@@ -132,7 +132,7 @@ bool free_palette(RGBQUAD* palette) noexcept
 
 using namespace vk;
 
-int V_GetFixedPalette(RGBQUAD* pPalette, int32_t nBits) V_NOEXCEPT
+int V_GetFixedPalette(RGBQUAD* pPalette, int32_t nBits) noexcept
 {
     if (pPalette == nullptr || nBits < 0 || nBits > 8) {
         return ERROR_INVALID_PARAMETER;
@@ -143,17 +143,17 @@ int V_GetFixedPalette(RGBQUAD* pPalette, int32_t nBits) V_NOEXCEPT
     return SUCCESS;
 }
 
-const RGBQUAD* V_IntGetFixedPalette(int32_t nBits) V_NOEXCEPT
+const RGBQUAD* V_IntGetFixedPalette(int32_t nBits) noexcept
 {
     return fixed_palette(nBits);
 }
 
-const RGBQUAD* V_IntGetNetscapePalette(void) V_NOEXCEPT
+const RGBQUAD* V_IntGetNetscapePalette(void) noexcept
 {
     return netscape_palette();
 }
 
-RGBQUAD* V_CreateFixedPalette(int32_t nBits) V_NOEXCEPT
+RGBQUAD* V_CreateFixedPalette(int32_t nBits) noexcept
 {
     if (nBits < 0 || nBits > 8) {
         return nullptr;
@@ -162,7 +162,7 @@ RGBQUAD* V_CreateFixedPalette(int32_t nBits) V_NOEXCEPT
     return new_palette(fixed_palette(bits), 1u << bits);
 }
 
-RGBQUAD* V_CreateGrayPalette(int32_t nBits) V_NOEXCEPT
+RGBQUAD* V_CreateGrayPalette(int32_t nBits) noexcept
 {
     if (nBits < 0 || nBits > 8) {
         return nullptr;
@@ -170,7 +170,7 @@ RGBQUAD* V_CreateGrayPalette(int32_t nBits) V_NOEXCEPT
     return new_gray_palette(nBits == 0 ? 8 : nBits);
 }
 
-RGBQUAD* V_CreateNewPalette(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
+RGBQUAD* V_CreateNewPalette(const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
     if (pPalette == nullptr || uCount == 0 || uCount > kMaxPaletteEntries) {
         return nullptr;
@@ -178,7 +178,7 @@ RGBQUAD* V_CreateNewPalette(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
     return new_palette(pPalette, uCount);
 }
 
-int V_FreePalette(RGBQUAD* pPalette) V_NOEXCEPT
+int V_FreePalette(RGBQUAD* pPalette) noexcept
 {
     return free_palette(pPalette) ? SUCCESS : ERROR_INVALID_PARAMETER;
 }

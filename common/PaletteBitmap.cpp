@@ -60,13 +60,13 @@ const RGBQUAD* fixed_entries_for(uint32_t colors) noexcept
 
 using namespace vk;
 
-int V_SetBitmapNewPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
+int V_SetBitmapNewPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
     const int result = check_record(pBitmap);
     return result == SUCCESS ? set_new_palette(*pBitmap, pPalette, uCount) : result;
 }
 
-int V_SetBitmapPalette(BITMAPHANDLE* pBitmap, HPALETTE hPalette) V_NOEXCEPT
+int V_SetBitmapPalette(BITMAPHANDLE* pBitmap, HPALETTE hPalette) noexcept
 {
     if (pBitmap == nullptr) {
         return ERROR_INVALID_IMAGE;
@@ -87,7 +87,7 @@ int V_SetBitmapPalette(BITMAPHANDLE* pBitmap, HPALETTE hPalette) V_NOEXCEPT
     return SUCCESS;
 }
 
-int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) V_NOEXCEPT
+int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
 {
     if (pDst == nullptr || pSrc == nullptr) {
         return ERROR_INVALID_PARAMETER;
@@ -105,7 +105,7 @@ int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) V_NOEXCEPT
     return set_new_palette(*pDst, pSrc->Palette, pSrc->Colors);
 }
 
-int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) V_NOEXCEPT
+int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) noexcept
 {
     const int result = check_record(pBitmap);
     if (result != SUCCESS) {
@@ -123,7 +123,7 @@ int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) V_NOEXCEPT
     return SUCCESS;
 }
 
-int V_CreateBitmapFixedPalette(BITMAPHANDLE* pBitmap) V_NOEXCEPT
+int V_CreateBitmapFixedPalette(BITMAPHANDLE* pBitmap) noexcept
 {
     const int result = check_record(pBitmap);
     if (result != SUCCESS) {
@@ -139,7 +139,7 @@ int V_CreateBitmapFixedPalette(BITMAPHANDLE* pBitmap) V_NOEXCEPT
     return palette != nullptr ? SUCCESS : ERROR_NO_MEMORY;
 }
 
-int V_CompareBitmapToPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
+int V_CompareBitmapToPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
     if (check_record(pBitmap) != SUCCESS) {
         return 0;

@@ -4,7 +4,7 @@
 
 using namespace vk;
 
-HPALETTE V_CreatePalette(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
+HPALETTE V_CreatePalette(const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
     if (pPalette == nullptr || uCount == 0 || uCount > platform::kMaxObjectEntries) {
         return nullptr;
@@ -12,7 +12,7 @@ HPALETTE V_CreatePalette(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
     return platform::palette_create(pPalette, uCount);
 }
 
-HPALETTE V_DupPalette(HPALETTE hPalette) V_NOEXCEPT
+HPALETTE V_DupPalette(HPALETTE hPalette) noexcept
 {
     RGBQUAD entries[platform::kMaxObjectEntries];
     const uint32_t count = hPalette != nullptr ? platform::palette_size(hPalette) : 0;
@@ -23,14 +23,14 @@ HPALETTE V_DupPalette(HPALETTE hPalette) V_NOEXCEPT
     return platform::palette_create(entries, count);
 }
 
-HPALETTE V_CreateSystemPalette(void) V_NOEXCEPT
+HPALETTE V_CreateSystemPalette(void) noexcept
 {
     RGBQUAD entries[platform::kMaxObjectEntries];
     const uint32_t count = platform::display_palette(entries);
     return count != 0 ? platform::palette_create(entries, count) : nullptr;
 }
 
-uint32_t V_GetPaletteEntries(HPALETTE hPalette, uint32_t uStart, uint32_t uCount, RGBQUAD* pEntries) V_NOEXCEPT
+uint32_t V_GetPaletteEntries(HPALETTE hPalette, uint32_t uStart, uint32_t uCount, RGBQUAD* pEntries) noexcept
 {
     if (hPalette == nullptr) {
         return 0;
@@ -40,7 +40,7 @@ uint32_t V_GetPaletteEntries(HPALETTE hPalette, uint32_t uStart, uint32_t uCount
 }
 
 #if !defined(_WIN32)
-int V_DeletePalette(HPALETTE hPalette) V_NOEXCEPT
+int V_DeletePalette(HPALETTE hPalette) noexcept
 {
     return platform::palette_delete(hPalette) ? 1 : 0;
 }

@@ -10,7 +10,6 @@
 #include <algorithm>
 #include <atomic>
 #include <emmintrin.h>
-#include <iterator>
 
 namespace vk::runlength {
 
@@ -244,12 +243,6 @@ size_t measure(const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noex
     if (pixels == 0)
         return row_bytes(0);
     return row_bytes(compress_words<false>(nullptr, Source(pixels_in, bit_offset, pixels), bit_offset));
-}
-
-Level level() noexcept
-{
-    const auto* const found = std::find(std::begin(kFinders), std::end(kFinders), chosen_finder());
-    return static_cast<Level>(found - kFinders);
 }
 
 Level limit_level(Level limit) noexcept

@@ -72,9 +72,7 @@ void expand_plain(const void* row, void* pixels_out, uint32_t start, uint32_t pi
 
 /// What compress may use of the processor; for tests and benchmarks, while nothing compresses.
 enum class Level : uint8_t { sse2, avx2, avx512 };
-/// The level in use.
-Level level() noexcept;
-/// Goes down to a level, or up again to the best the processor has; returns the one now in use.
+/// Goes down to a level, or up again as far as the processor goes; returns the one now in use.
 Level limit_level(Level limit) noexcept;
 
 } // namespace vk::runlength

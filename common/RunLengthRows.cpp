@@ -11,13 +11,6 @@ namespace vk::runlength {
 
 namespace {
 
-inline uint64_t load_word(const void* from) noexcept
-{
-    uint64_t word = 0;
-    std::memcpy(&word, from, sizeof word);
-    return word;
-}
-
 constexpr uint64_t kAllSet = ~uint64_t{0};
 
 inline void store_word(uint8_t* to, uint64_t word) noexcept
@@ -111,7 +104,7 @@ uint64_t fill_pairs(Runs& runs, uint8_t* out, uint64_t position, uint64_t end) n
         const uint64_t begin = position + (pair & 0xFFFFu);
         if (begin > last_begin)
             break;
-        if (run > kLongestAtOnce) {
+        if (run > kLongestAtOnce) [[unlikely]] {
             if (begin + run > end)
                 break;
             set_pixels(out, begin, begin + run);

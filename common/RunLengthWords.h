@@ -1,4 +1,5 @@
-// Access to the parts of a run-length row: what the files of the codec share. Rows need no alignment.
+// Access to the parts of a run-length row: what the files of the codec share. Rows need no alignment, so words are
+// copied in and out; the form is little-endian, as is every machine this is built for.
 #pragma once
 
 #include "common/RunLength.h"

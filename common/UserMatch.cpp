@@ -20,7 +20,7 @@ constexpr uint8_t level5(uint32_t field) noexcept
 
 using namespace vk;
 
-uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT
+uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
     if (pPalette == nullptr) {
         return nullptr;
@@ -33,13 +33,13 @@ uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) V_NOE
     return table;
 }
 
-int V_FreeUserMatchTable(uint32_t* pTable) V_NOEXCEPT
+int V_FreeUserMatchTable(uint32_t* pTable) noexcept
 {
     platform::heap_free(pTable);
     return SUCCESS;
 }
 
-uint32_t* V_SetUserMatchTable(uint32_t* pTable) V_NOEXCEPT
+uint32_t* V_SetUserMatchTable(uint32_t* pTable) noexcept
 {
     ThreadState& state = thread_state_for_set();
     uint32_t* old = state.user_match_table;

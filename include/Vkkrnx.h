@@ -671,7 +671,8 @@ V_API intptr_t V_GetBitmapRowColCompressed(BITMAPHANDLE* pBitmap, void* pBuffer,
 V_API intptr_t V_PutBitmapRowColCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
                                            size_t uBytes) V_NOEXCEPT;
 /** Mirrors a compressed row of nPixels pixels in place. A row that ends with set pixels grows by one run word (2
- * bytes), for which the buffer has room. @return SUCCESS; ERROR_INVALID_PARAMETER: null or negative. */
+ * bytes), for which the buffer has room. Pixels its runs do not cover count as clear. @return SUCCESS;
+ * ERROR_INVALID_PARAMETER: null, negative, or so many pixels not covered that the row would need more room. */
 V_API int V_MirrorCompressedBuffer(void* pBuffer, int32_t nPixels) V_NOEXCEPT;
 /** Reverses the order of nRows compressed rows that lie back to back, in place.
  *  @return SUCCESS; ERROR_INVALID_PARAMETER: null or negative. */

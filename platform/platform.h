@@ -1,8 +1,8 @@
 // The platform layer: everything the library asks of the operating system, as plain functions.
 //
-// `platform/posix` and `platform/win32` implement these functions in namespace vk::backend; `platform/forward.cpp` binds
-// vk::platform to the back end for the shipped library, `platform/fault/` does so for test programs, where every call
-// that can fail can be made to fail. Only files below platform/ include system headers.
+// `platform/posix` and `platform/win32` implement these functions in namespace vk::backend; `platform/forward.cpp`
+// binds vk::platform to the back end for the shipped library, `platform/fault/` does so for test programs, where every
+// call that can fail can be made to fail. Only files below platform/ include system headers.
 //
 // Functions report a Status; `to_result` alone turns one into a result code. An out argument is written on
 // Status::ok only, unless said otherwise.
@@ -47,7 +47,7 @@ struct Section {
 struct MemoryStatus {
     uint64_t total_physical = 0;
     uint64_t available_physical = 0;
-    uint64_t total_page_file = 0;     ///< swap space
+    uint64_t total_page_file = 0; ///< swap space
     uint64_t available_page_file = 0;
 };
 

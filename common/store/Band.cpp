@@ -1,3 +1,6 @@
+// Records in the buffer of a band. Counts are kept with every change, so that nothing has to walk the rows: what the
+// records of rows need (live), what the buffer holds (used), and the bytes of the rows themselves.
+// A row may shrink within its record; what it leaves unused is garbage like a record that nobody points to.
 #include "common/store/Band.h"
 
 #include "common/RunLength.h"
