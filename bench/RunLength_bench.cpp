@@ -1,10 +1,14 @@
-// Run-length rows of a text-like 1-bit page, beside libtiff's PackBits and the byte-wise form. Each is compared with
-// the memcpy of what it reads plus writes itself: the page's bytes and those of its own compressed form.
+// Run-length rows of 1-bit pages, beside libtiff's PackBits and the byte-wise form. Each is compared with the memcpy of
+// what it reads plus writes itself: the page's bytes and those of its own compressed form. The text page is the sample,
+// its pixels doubled to 600 dpi; the dense one has strokes from margin to margin, several times what text has.
 #include "BenchSupport.h"
 #include "common/RunLength.h"
 
 #ifdef VKKRNX_BENCH_TIFF
 #include <tiffio.h>
+#endif
+#ifdef VKKRNX_BENCH_SAMPLES
+#include <png.h>
 #endif
 
 namespace {
@@ -15,11 +19,44 @@ using namespace vk::bench;
 constexpr size_t kStride = (kPageWidth + 31) / 32 * 4;
 constexpr uint64_t kPixels = uint64_t{kPageWidth} * kPageHeight;
 
-const std::vector<uint8_t>& text_page()
+const std::vector<uint8_t>& dense_page()
 {
     static const std::vector<uint8_t> rows = page(kPageWidth, kPageHeight, kStride);
     return rows;
 }
+
+#ifdef VKKRNX_BENCH_SAMPLES
+/// The sample page with each pixel doubled both ways, cut or filled up to the page's size.
+std::vector<uint8_t> double_sample()
+{
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_file(&image, VKKRNX_BENCH_SAMPLES "/page.png") == 0)
+        return dense_page();
+    image.format = PNG_FORMAT_GRAY;
+    std::vector<uint8_t> gray(PNG_IMAGE_SIZE(image));
+    png_image_finish_read(&image, nullptr, gray.data(), 0, nullptr);
+    std::vector<uint8_t> rows(kStride * kPageHeight);
+    for (size_t y = 0; y < std::min<size_t>(kPageHeight, 2 * image.height); ++y)
+        for (size_t x = 0; x < std::min<size_t>(kPageWidth, 2 * image.width); ++x)
+            if (gray[y / 2 * image.width + x / 2] < 128)
+                rows[y * kStride + x / 8] = static_cast<uint8_t>(rows[y * kStride + x / 8] | 0x80 >> x % 8);
+    return rows;
+}
+
+const std::vector<uint8_t>& text_page()
+{
+    static const std::vector<uint8_t> rows = double_sample();
+    return rows;
+}
+#else
+const std::vector<uint8_t>& text_page()
+{
+    return dense_page();
+}
+#endif
+
+using Page = const std::vector<uint8_t>& (*)();
 
 using Compress = size_t (*)(void*, const void*, uint32_t, uint32_t) noexcept;
 using Expand = void (*)(const void*, void*, uint32_t, uint32_t) noexcept;
@@ -38,24 +75,24 @@ std::vector<uint8_t> compressed_room()
     return std::vector<uint8_t>(runlength::max_row_bytes(kPageWidth) * kPageHeight);
 }
 
-void encode(benchmark::State& state, Compress compress, runlength::Level level)
+void encode(benchmark::State& state, Page page, Compress compress, runlength::Level level)
 {
     if (runlength::limit_level(level) != level) {
         state.SkipWithError("this processor cannot");
         return;
     }
     std::vector<uint8_t> out = compressed_room();
-    const size_t bytes = compress_page(compress, text_page(), out);
-    against_memcpy(state, text_page().size(), bytes, kPixels, [&] { compress_page(compress, text_page(), out); });
-    state.counters["ratio"] = static_cast<double>(text_page().size()) / static_cast<double>(bytes);
+    const size_t bytes = compress_page(compress, page(), out);
+    against_memcpy(state, page().size(), bytes, kPixels, [&] { compress_page(compress, page(), out); });
+    state.counters["ratio"] = static_cast<double>(page().size()) / static_cast<double>(bytes);
     runlength::limit_level(runlength::Level::avx512);
 }
 
-void decode(benchmark::State& state, Expand expand)
+void decode(benchmark::State& state, Page page, Expand expand)
 {
     std::vector<uint8_t> packed = compressed_room();
-    const size_t bytes = compress_page(runlength::compress, text_page(), packed);
-    std::vector<uint8_t> out(text_page().size());
+    const size_t bytes = compress_page(runlength::compress, page(), packed);
+    std::vector<uint8_t> out(page().size());
     against_memcpy(state, bytes, out.size(), kPixels, [&] {
         const uint8_t* from = packed.data();
         for (size_t y = 0; y < kPageHeight; ++y) {
@@ -63,17 +100,23 @@ void decode(benchmark::State& state, Expand expand)
             from += runlength::row_bytes(runlength::word_count(from));
         }
     });
-    if (out != text_page()) {
+    if (out != page()) {
         state.SkipWithError("not the page");
     }
 }
 
-BENCHMARK_CAPTURE(encode, fast, runlength::compress, runlength::Level::avx512)->Apply(settings);
-BENCHMARK_CAPTURE(encode, avx2, runlength::compress, runlength::Level::avx2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, sse2, runlength::compress, runlength::Level::sse2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, plain, runlength::compress_plain, runlength::Level::sse2)->Apply(settings);
-BENCHMARK_CAPTURE(decode, fast, runlength::expand)->Apply(settings);
-BENCHMARK_CAPTURE(decode, plain, runlength::expand_plain)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_fast, text_page, runlength::compress, runlength::Level::avx512)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_fast, dense_page, runlength::compress, runlength::Level::avx512)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_avx2, text_page, runlength::compress, runlength::Level::avx2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_avx2, dense_page, runlength::compress, runlength::Level::avx2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_sse2, text_page, runlength::compress, runlength::Level::sse2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_sse2, dense_page, runlength::compress, runlength::Level::sse2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_plain, text_page, runlength::compress_plain, runlength::Level::sse2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_plain, dense_page, runlength::compress_plain, runlength::Level::sse2)->Apply(settings);
+BENCHMARK_CAPTURE(decode, text_fast, text_page, runlength::expand)->Apply(settings);
+BENCHMARK_CAPTURE(decode, dense_fast, dense_page, runlength::expand)->Apply(settings);
+BENCHMARK_CAPTURE(decode, text_plain, text_page, runlength::expand_plain)->Apply(settings);
+BENCHMARK_CAPTURE(decode, dense_plain, dense_page, runlength::expand_plain)->Apply(settings);
 
 #ifdef VKKRNX_BENCH_TIFF
 /// A TIFF file in memory.
