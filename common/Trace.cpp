@@ -1,6 +1,5 @@
 #include "common/Trace.h"
 
-#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 
@@ -19,15 +18,9 @@ Sink sink_from_environment() noexcept
     return value && value[0] != '\0' && value[0] != '0' ? to_standard_error : nullptr;
 }
 
-std::atomic<Sink>& current_sink() noexcept
-{
-    static std::atomic<Sink> sink{sink_from_environment()};
-    return sink;
-}
-
 void report(const char* function, const char* format, int count) noexcept
 {
-    const Sink sink = current_sink().load();
+    const Sink sink = g_sink.load();
     if (!sink)
         return;
     char text[64];
@@ -37,14 +30,11 @@ void report(const char* function, const char* format, int count) noexcept
 
 } // namespace
 
+std::atomic<Sink> g_sink{sink_from_environment()};
+
 Sink set_sink(Sink sink) noexcept
 {
-    return current_sink().exchange(sink);
-}
-
-bool enabled() noexcept
-{
-    return current_sink().load(std::memory_order_relaxed) != nullptr;
+    return g_sink.exchange(sink);
 }
 
 void lock_count(const char* function, int count) noexcept

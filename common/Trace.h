@@ -2,14 +2,22 @@
 // 0) sends it to the standard error stream; tests catch it with a sink of their own.
 #pragma once
 
+#include <atomic>
+
 namespace vk::trace {
 
 using Sink = void (*)(const char* function, const char* text);
 
+/// The sink in force, null while the trace is off. Set from the environment when the library is loaded.
+extern std::atomic<Sink> g_sink;
+
 /// Replaces the sink; null turns the trace off. Returns the one before.
 Sink set_sink(Sink sink) noexcept;
 
-bool enabled() noexcept;
+inline bool enabled() noexcept
+{
+    return g_sink.load(std::memory_order_relaxed) != nullptr;
+}
 
 /// Reports a lock count with the name of the function that met it.
 void lock_count(const char* function, int count) noexcept;
