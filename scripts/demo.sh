@@ -53,4 +53,4 @@ for method in none floyd-steinberg stucki burkes sierra stevenson-arce jarvis or
 done
 
 python3 scripts/demo_page.py "$out"
-echo "== done: open $out/index.html and $out/colors.html"
+echo "== done: open $PWD/$out/index.html and $PWD/$out/colors.html"

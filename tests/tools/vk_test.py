@@ -17,9 +17,14 @@ options = argparse.Namespace()
 
 
 def vk(*arguments):
+    """Runs the command. What it prints goes to files: Wine's server inherits pipes and keeps them open for seconds."""
     environment = dict(os.environ, LC_ALL="C.UTF-8")
-    return subprocess.run(options.command + [str(a) for a in arguments], env=environment, capture_output=True,
-                          timeout=120, check=False)
+    with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
+        done = subprocess.run(options.command + [str(a) for a in arguments], env=environment, stdout=output, stderr=errors,
+                              timeout=120, check=False)
+        for file in (output, errors):
+            file.seek(0)
+        return subprocess.CompletedProcess(done.args, done.returncode, output.read(), errors.read())
 
 
 def formats():
