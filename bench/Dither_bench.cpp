@@ -77,7 +77,14 @@ BENCHMARK(dither)
     ->Args({DITHER_ORDERED, 8, 2, fixed, by_rows})
     ->Args({DITHER_STUCKI, 24, 256, custom, whole})
     ->Args({DITHER_STEVENSON_ARCE, 24, 256, custom, whole})
+    ->Args({DITHER_FLOYD_STEINBERG, 24, 16, fixed, plain})
     ->Args({DITHER_FLOYD_STEINBERG, 24, 16, custom, plain})
+    ->Args({DITHER_FLOYD_STEINBERG, 24, 256, fixed, plain})
+    ->Args({DITHER_FLOYD_STEINBERG, 24, 256, custom, plain})
+    ->Args({DITHER_ORDERED, 24, 256, fixed, plain})
+    ->Args({DITHER_ORDERED, 24, 256, custom, plain})
+    ->Args({DITHER_FLOYD_STEINBERG, 8, 2, fixed, plain})
+    ->Args({DITHER_ORDERED, 8, 2, fixed, plain})
     ->Apply(vk::bench::settings);
 
 } // namespace
