@@ -768,6 +768,13 @@ V_EXTERN_C_END
 
 #include "Vkbitmap.h"
 #include "Vkcolor.h"
+#include "Vkdib.h"
 #include "Vkdither.h"
+#include "Vklist.h"
+#include "Vkredirect.h"
+#include "Vkresample.h"
+#include "Vkresize.h"
+#include "Vkrotate.h"
+#include "Vkview.h"
 
 #endif /* VKKRNX_H */
