@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <vector>
 
 namespace vk::bench {
@@ -89,6 +90,23 @@ void against_memcpy(benchmark::State& state, uint64_t bytes_read, uint64_t bytes
         state.counters["x_memcpy"] = op_time / median(copy_times);
         state.counters["pixels/s"] = static_cast<double>(pixels) / op_time;
     }
+}
+
+/// Memory that begins at a page, as the library's own storage does.
+template <class T> struct PageAllocator {
+    using value_type = T;
+    static constexpr std::align_val_t kPage{4096};
+    PageAllocator() = default;
+    template <class U> explicit PageAllocator(const PageAllocator<U>&) {}
+    T* allocate(size_t count) { return static_cast<T*>(::operator new(count * sizeof(T), kPage)); }
+    void deallocate(T* block, size_t) { ::operator delete(block, kPage); }
+    bool operator==(const PageAllocator&) const { return true; }
+};
+using Block = std::vector<uint8_t, PageAllocator<uint8_t>>;
+
+inline Block block_of(const std::vector<uint8_t>& bytes)
+{
+    return Block(bytes.begin(), bytes.end());
 }
 
 /// Registers with BENCHMARK(...)->Apply(vk::bench::settings): against_memcpy repeats by itself.

@@ -16,16 +16,16 @@ namespace {
 constexpr size_t kPixels = size_t{kPhotoWidth} * kPhotoHeight;
 constexpr int32_t kBgr = COLORORDER_BGR, kRgb = COLORORDER_RGB, kGray = COLORORDER_GRAY, k565 = COLORORDER_RGB565;
 
-size_t row_bytes(int32_t bits)
+size_t row_bytes(int32_t bits, int32_t width = kPhotoWidth)
 {
-    return size_t{kPhotoWidth} * static_cast<size_t>(bits == 0 ? 8 : bits) / 8;
+    return static_cast<size_t>(width) * static_cast<size_t>(bits == 0 ? 8 : bits) / 8;
 }
 
 /// A photograph in 24-bit BGR, converted to the source's format.
-std::vector<uint8_t> picture(int32_t bits, int32_t order)
+Block picture(int32_t bits, int32_t order)
 {
     const std::vector<uint8_t> photo24 = photo(kPhotoWidth, kPhotoHeight, 3);
-    std::vector<uint8_t> pixels(row_bytes(bits) * kPhotoHeight);
+    Block pixels(row_bytes(bits) * kPhotoHeight);
     ConvertJob job;
     job.width = kPhotoWidth;
     job.src_bits = 24;
@@ -39,15 +39,20 @@ std::vector<uint8_t> picture(int32_t bits, int32_t order)
     return pixels;
 }
 
+/// 1-bit sources are pages, all others photographs.
 void run(benchmark::State& state, const ConvertJob& base, pixel::Cpu highest)
 {
     pixel::limit_fused(highest);
     ConvertJob job = base;
-    job.width = kPhotoWidth;
-    const std::vector<uint8_t> src = picture(job.src_bits, job.src_order);
-    std::vector<uint8_t> dst(row_bytes(job.dst_bits) * kPhotoHeight, 1);
-    against_memcpy(state, src.size(), dst.size(), kPixels, [&] {
-        convert_rows({src.data(), row_bytes(job.src_bits)}, {dst.data(), row_bytes(job.dst_bits)}, kPhotoHeight, job);
+    const bool is_page = job.src_bits == 1;
+    job.width = is_page ? kPageWidth : kPhotoWidth;
+    const auto rows = static_cast<size_t>(is_page ? kPageHeight : kPhotoHeight);
+    const size_t src_row = row_bytes(job.src_bits, job.width);
+    const size_t dst_row = row_bytes(job.dst_bits, job.width);
+    const Block src = is_page ? block_of(page(kPageWidth, kPageHeight, src_row)) : picture(job.src_bits, job.src_order);
+    Block dst(dst_row * rows, 1);
+    against_memcpy(state, src.size(), dst.size(), rows * static_cast<size_t>(job.width), [&] {
+        convert_rows({src.data(), src_row}, {dst.data(), dst_row}, rows, job);
     });
     pixel::limit_fused(pixel::Cpu::avx512);
 }
@@ -83,8 +88,8 @@ void nearest256(benchmark::State& state)
     ConvertJob job = pair(24, kBgr, 8, kBgr);
     job.width = kPhotoWidth;
     job.dst_palette = palette;
-    const std::vector<uint8_t> src = picture(24, kBgr);
-    std::vector<uint8_t> dst(kPixels, 1);
+    const Block src = picture(24, kBgr);
+    Block dst(kPixels, 1);
     against_memcpy(state, src.size(), dst.size(), kPixels, [&] {
         // Preparing the look-up is part of the work.
         ColorLookup* lookup = pixel::create_exact_lookup(palette, 256, kPixels);
@@ -133,8 +138,8 @@ const Row kRows[] = {
 template <class Convert>
 void yuv(benchmark::State& state, int32_t src_bits, int32_t src_order, int32_t dst_bits, Convert convert)
 {
-    const std::vector<uint8_t> src = picture(src_bits, src_order);
-    std::vector<uint8_t> dst(row_bytes(dst_bits) * kPhotoHeight, 1);
+    const Block src = picture(src_bits, src_order);
+    Block dst(row_bytes(dst_bits) * kPhotoHeight, 1);
     against_memcpy(state, src.size(), dst.size(), kPixels, [&] {
         convert(src.data(), static_cast<int>(row_bytes(src_bits)), dst.data(), static_cast<int>(row_bytes(dst_bits)),
                 kPhotoWidth, kPhotoHeight);

@@ -52,6 +52,21 @@ const FusedPath* fused_path(size_t index) noexcept;
 /// Switches paths above a level off, Cpu::none all of them; for tests and benchmarks, while nothing converts.
 void limit_fused(Cpu highest) noexcept;
 
+/// How far ahead of their loads the streaming kernels ask for the source, in bytes: beyond the page that the processor
+/// looks ahead in by itself.
+constexpr size_t kFetchAhead = 8192;
+
+/// Asks for the source of a streaming kernel's later step, `Bytes` of them per step. Nothing is read, so the address
+/// may lie behind the source.
+template <bool Stream, size_t Bytes> inline void fetch_ahead(const uint8_t* src) noexcept
+{
+    if constexpr (Stream) {
+        for (size_t offset = 0; offset < Bytes; offset += 64) {
+            __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(src) + kFetchAhead + offset));
+        }
+    }
+}
+
 /// Runs the plan's path past the caches where the destination allows it, else as run_fused does.
 void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept;
 

@@ -72,6 +72,7 @@ template <bool Stream> void widen_24(const uint8_t* src, uint8_t* dst, size_t co
 {
     const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
     for (; count != 0; count -= 8, src += 24, dst += 32) {
+        fetch_ahead<Stream, 24>(src);
         put32<Stream>(dst, _mm256_or_si256(_mm256_shuffle_epi8(load_24(src), shuffle), alpha));
     }
 }
@@ -83,13 +84,12 @@ void narrow_32(const uint8_t* src, uint8_t* dst, size_t count, __m256i shuffle) 
     }
 }
 
-/// Gray of eight pixels in double words. `weights` holds 1, 5, 2, 0 in the order of the bytes: sums of two stay below
-/// 2040, so the signed arithmetic is exact.
+/// Eight times the gray of eight pixels, in double words. `weights` holds 1, 5, 2, 0 in the order of the bytes: sums of
+/// two stay below 2040, so the signed arithmetic is exact.
 __m256i weigh(__m256i pixels, __m256i weights) noexcept
 {
     const __m256i pairs = _mm256_maddubs_epi16(pixels, weights);
-    const __m256i sums = _mm256_madd_epi16(pairs, _mm256_set1_epi16(1));
-    return _mm256_srli_epi32(_mm256_add_epi32(sums, _mm256_set1_epi32(4)), 3);
+    return _mm256_madd_epi16(pairs, _mm256_set1_epi16(1));
 }
 
 __m256i weights_bgr() noexcept
@@ -101,10 +101,12 @@ __m256i weights_rgb() noexcept
     return _mm256_set1_epi32(0x00010502);
 }
 
-/// 32 grays from four registers of eight, in order.
+/// 32 grays, in order, from four registers of eightfold ones. The multiplication is an eighth, rounded.
 __m256i pack_grays(__m256i a, __m256i b, __m256i c, __m256i d) noexcept
 {
-    const __m256i bytes = _mm256_packus_epi16(_mm256_packs_epi32(a, b), _mm256_packs_epi32(c, d));
+    const __m256i eighth = _mm256_set1_epi16(4096);
+    const __m256i bytes = _mm256_packus_epi16(_mm256_mulhrs_epi16(_mm256_packs_epi32(a, b), eighth),
+                                              _mm256_mulhrs_epi16(_mm256_packs_epi32(c, d), eighth));
     return _mm256_permutevar8x32_epi32(bytes, _mm256_setr_epi32(0, 4, 1, 5, 2, 6, 3, 7));
 }
 
@@ -115,6 +117,7 @@ template <bool Stream> void gray_of_24(const uint8_t* src, uint8_t* dst, size_t 
         return weigh(_mm256_shuffle_epi8(load_24(src + offset), shuffle), weights);
     };
     for (; count != 0; count -= 32, src += 96, dst += 32) {
+        fetch_ahead<Stream, 96>(src);
         put32<Stream>(dst, pack_grays(gray(0), gray(24), gray(48), gray(72)));
     }
 }
@@ -123,6 +126,7 @@ template <bool Stream> void gray_of_32(const uint8_t* src, uint8_t* dst, size_t 
 {
     const auto gray = [&](size_t offset) noexcept { return weigh(load32(src + offset), weights); };
     for (; count != 0; count -= 32, src += 128, dst += 32) {
+        fetch_ahead<Stream, 128>(src);
         put32<Stream>(dst, pack_grays(gray(0), gray(32), gray(64), gray(96)));
     }
 }
@@ -214,6 +218,7 @@ template <bool Stream> void c32_swap(const Plan&, const uint8_t* src, uint8_t* d
 {
     const __m256i shuffle = twice(_mm_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15));
     for (; count != 0; count -= 8, src += 32, dst += 32) {
+        fetch_ahead<Stream, 32>(src);
         put32<Stream>(dst, _mm256_shuffle_epi8(load32(src), shuffle));
     }
 }
@@ -244,6 +249,7 @@ template <bool Stream> void gray8_to_24(const Plan&, const uint8_t* src, uint8_t
     const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
     const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
     for (; count != 0; count -= 16, src += 16, dst += 48) {
+        fetch_ahead<Stream, 16>(src);
         const __m128i gray = load16(src);
         put16<Stream>(dst, _mm_shuffle_epi8(gray, first));
         put16<Stream>(dst + 16, _mm_shuffle_epi8(gray, second));
@@ -257,6 +263,7 @@ template <bool Stream> void gray8_to_32(const Plan&, const uint8_t* src, uint8_t
                                              4, 4, 4, -1, 5, 5, 5, -1, 6, 6, 6, -1, 7, 7, 7, -1);
     const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
     for (; count != 0; count -= 8, src += 8, dst += 32) {
+        fetch_ahead<Stream, 8>(src);
         const __m128i gray = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src));
         put32<Stream>(dst, _mm256_or_si256(_mm256_shuffle_epi8(twice(gray), shuffle), alpha));
     }
@@ -266,6 +273,7 @@ template <bool Stream> void c24_to_48(const Plan&, const uint8_t* src, uint8_t* 
 {
     // Times 257 is the byte twice.
     for (size_t bytes = count * 3; bytes != 0; bytes -= 32, src += 32, dst += 64) {
+        fetch_ahead<Stream, 32>(src);
         const __m256i v = _mm256_permute4x64_epi64(load32(src), 0xD8);
         put32<Stream>(dst, _mm256_unpacklo_epi8(v, v));
         put32<Stream>(dst + 32, _mm256_unpackhi_epi8(v, v));
@@ -310,6 +318,7 @@ template <bool Stream> void bit_to_gray8(const Plan& plan, const uint8_t* src, u
                                              2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3);
     const __m256i bit_of = _mm256_set1_epi64x(0x0102040810204080);
     for (; count != 0; count -= 32, src += 4, dst += 32) {
+        fetch_ahead<Stream, 4>(src);
         int32_t bits;
         __builtin_memcpy(&bits, src, sizeof bits);
         const __m256i bytes = _mm256_shuffle_epi8(_mm256_set1_epi32(bits), byte_of);
