@@ -78,6 +78,22 @@ void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept
     bitmap.DataCallbacks = nullptr;
 }
 
+int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept
+{
+    return g_region_hooks.ScaleRegion ? g_region_hooks.ScaleRegion(&bitmap, width, height, g_region_hooks.UserData)
+                                      : V_SUCCESS;
+}
+
+int flip_region(BITMAPHANDLE& bitmap) noexcept
+{
+    return g_region_hooks.FlipRegion ? g_region_hooks.FlipRegion(&bitmap, g_region_hooks.UserData) : V_SUCCESS;
+}
+
+int reverse_region(BITMAPHANDLE& bitmap) noexcept
+{
+    return g_region_hooks.ReverseRegion ? g_region_hooks.ReverseRegion(&bitmap, g_region_hooks.UserData) : V_SUCCESS;
+}
+
 void free_region(BITMAPHANDLE& bitmap) noexcept
 {
     if (bitmap.RgnInfo && g_region_hooks.FreeRegion)

@@ -18,6 +18,13 @@ int set_data_callbacks(BITMAPHANDLE& bitmap, const BITMAPDATACALLBACKS* callback
 
 void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept;
 
+/// Calls the hook that scales the bitmap's region to a new size; SUCCESS when there is none.
+int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept;
+
+/// Calls the hook that flips, or reverses, the bitmap's region; SUCCESS when there is none.
+int flip_region(BITMAPHANDLE& bitmap) noexcept;
+int reverse_region(BITMAPHANDLE& bitmap) noexcept;
+
 /// Frees the bitmap's region through the region hooks and forgets it.
 void free_region(BITMAPHANDLE& bitmap) noexcept;
 

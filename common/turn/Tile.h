@@ -1,0 +1,50 @@
+// Tiles: what transposing works on, small enough for both sides of one to stay in the nearest cache. A tile is written
+// to memory of its own first, from where its rows go to the target as whole lines.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::turn {
+
+/// A tile, written to rows kTilePitch bytes apart.
+struct Tile {
+    const uint8_t* from;
+    ptrdiff_t stride;
+    uint8_t* to;
+    int32_t columns;
+    int32_t rows;
+};
+
+/// Bytes between the rows of a tile in memory of its own: four lines, and what a vector writes too far.
+constexpr size_t kTilePitch = 272;
+/// Its most rows there.
+constexpr int32_t kTileColumns = 128;
+
+/// Columns and rows of the blocks that transpose_avx2 does.
+struct BlockSize {
+    int32_t columns;
+    int32_t rows;
+};
+constexpr int32_t kOddSide = 4; ///< of 24- and 48-bit pixels
+constexpr BlockSize avx2_block(int32_t bits) noexcept
+{
+    return bits % 24 == 0 ? BlockSize{kOddSide, kOddSide} : BlockSize{128 / bits, 256 / bits};
+}
+
+/// Transposes, of a tile of pixels of whole bytes whose rows have 16 bytes, the full blocks.
+void transpose_avx2(const Tile& tile, int32_t bits) noexcept;
+
+/// 32 rows of 128 pixels of 1 bit, to rows of a tile.
+void transpose_bits_avx2(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noexcept;
+
+/// Pixels of 2 to 7 bits spread to bytes, and back. Reads and writes no byte without pixels; the rest of the last one
+/// is cleared.
+void spread_avx2(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept;
+void gather_avx2(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept;
+
+/// Pixels of 12 bits spread to 16, and back: as many from the first on as full vectors allow, an even number.
+int32_t spread12_avx2(const uint8_t* from, uint8_t* to, int32_t count) noexcept;
+int32_t gather12_avx2(const uint8_t* from, uint8_t* to, int32_t count) noexcept;
+
+} // namespace vk::turn
