@@ -1,0 +1,53 @@
+// Resampling: the bitmap keeps its dimensions in the end.
+#include "tests/abi/RecordOperations.h"
+
+#include "Vkbitmap.h"
+#include "Vkresample.h"
+
+namespace vk::testing {
+
+namespace {
+
+template <auto function> intptr_t there_and_back(B bitmap)
+{
+    const int code = function(bitmap, kWidth + 5, kHeight - 4);
+    return code == SUCCESS ? function(bitmap, kWidth, kHeight) : code;
+}
+
+template <auto function> intptr_t into_other(B bitmap)
+{
+    return with_other(bitmap, [](B b, B other, uint32_t size) {
+        const int made = V_DupBitmapNewDim(other, b, size, 11, 5, b->BitsPerPixel, 0, DUPFLAG_PALETTE);
+        return made == SUCCESS ? function(b, other) : made;
+    });
+}
+
+template <bool is_second> intptr_t stream(B bitmap)
+{
+    void* state = nullptr;
+    const int code = is_second ? V_StartResizeBitmap2(bitmap, 11, 0, 24, nullptr, COLORORDER_BGR, STREAMFLAG_AREA,
+                                                      nullptr, nullptr, &state, 0, 0)
+                               : V_StartResizeBitmap(nullptr, 11, 5, 4, nullptr, COLORORDER_RGB, STREAMFLAG_SHARP,
+                                                     bitmap, nullptr, &state);
+    if (code != SUCCESS)
+        return code;
+    const intptr_t got = V_GetResizedRowCol(state, g_row.data(), 1, 2, 7);
+    return got * 1000 + V_StopResizeBitmap(state);
+}
+
+} // namespace
+
+std::span<const Operation> resample_operations()
+{
+    static const Operation operations[] = {
+        {"V_ResampleBitmap", there_and_back<V_ResampleBitmap>, true},
+        {"V_BicubicResampleBitmap", there_and_back<V_BicubicResampleBitmap>, true},
+        {"V_IntResampleBitmap", into_other<V_IntResampleBitmap>, true},
+        {"V_IntBicubicResampleBitmap", into_other<V_IntBicubicResampleBitmap>, true},
+        {"V_StartResizeBitmap", stream<false>, true},
+        {"V_StartResizeBitmap2", stream<true>, true},
+    };
+    return operations;
+}
+
+} // namespace vk::testing
