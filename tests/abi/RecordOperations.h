@@ -33,6 +33,10 @@ std::span<const Operation> row_operations();
 std::span<const Operation> palette_operations();
 std::span<const Operation> dither_operations();
 std::span<const Operation> bitmap_operations();
+std::span<const Operation> view_operations();
+std::span<const Operation> rotate_operations();
+std::span<const Operation> resize_operations();
+std::span<const Operation> resample_operations();
 std::span<const Operation> storage_operations();
 
 /// An operation without further arguments.

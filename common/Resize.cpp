@@ -1,0 +1,160 @@
+// Nearest resizing of whole bitmaps, and the choice among the ways to resize. A source row is read once and resized
+// once, however many destination rows take it.
+#include "common/Resize.h"
+
+#include "common/Checks.h"
+#include "common/FavorBlack.h"
+#include "common/GrayScale.h"
+#include "common/Progress.h"
+#include "common/Resample.h"
+#include "common/RowMath.h"
+#include "common/Rows.h"
+#include "common/resize/Access.h"
+#include "common/resize/Nearest.h"
+#include "common/resize/Stepping.h"
+
+#include <cstring>
+#include <emmintrin.h>
+
+namespace vk {
+
+namespace {
+
+/// Bytes of a destination from which storing past the caches pays.
+constexpr uint64_t kStreamFrom = uint64_t{16} << 20;
+
+/// Writes the rows of a destination, in stored or in reverse order.
+class NearestRows {
+public:
+    NearestRows(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+        : reader_(from), writer_(to), line_(to.BytesPerLine), height_(to.Height),
+          is_reversed_(from.ViewPerspective != to.ViewPerspective),
+          is_streamed_(writer_.in_place() && plain_size(to) >= kStreamFrom)
+    {}
+    NearestRows(const NearestRows&) = delete;
+    NearestRows& operator=(const NearestRows&) = delete;
+    ~NearestRows()
+    {
+        if (is_streamed_)
+            _mm_sfence();
+    }
+
+    int prepare(int32_t bits, int32_t from, int32_t to) noexcept
+    {
+        int result = reader_.reserve(1);
+        if (result == V_SUCCESS)
+            result = writer_.reserve(1);
+        if (result == V_SUCCESS && is_streamed_ && !buffer_.allocate(line_))
+            result = V_ERROR_NO_MEMORY;
+        return result == V_SUCCESS ? resize::plan_nearest(plan_, bits, from, to) : result;
+    }
+
+    /// The source row that goes to destination row `row` and perhaps those behind it.
+    int first(int32_t source_row, int32_t row) noexcept
+    {
+        const uint8_t* data = nullptr;
+        const int result = reader_.read(source_row, 1, &data);
+        if (result != V_SUCCESS)
+            return result;
+        made_ = is_streamed_ ? buffer_.data() : writer_.place(stored(row));
+        const size_t bytes = plan_.to_bytes();
+        resize::run_nearest(plan_, data, made_);
+        std::memset(made_ + bytes, 0, line_ - bytes);
+        return is_streamed_ ? again(row) : writer_.write(stored(row), 1);
+    }
+
+    /// The same once more.
+    int again(int32_t row) noexcept
+    {
+        if (is_streamed_)
+            resize::stream_row(made_, writer_.place(stored(row)), line_);
+        else if (writer_.in_place())
+            std::memcpy(writer_.place(stored(row)), made_, line_);
+        return writer_.write(stored(row), 1);
+    }
+
+private:
+    int32_t stored(int32_t row) const noexcept { return is_reversed_ ? height_ - 1 - row : row; }
+
+    RowReader reader_;
+    RowWriter writer_;
+    RowBuffer buffer_;
+    resize::NearestPlan plan_;
+    uint8_t* made_ = nullptr;
+    size_t line_;
+    int32_t height_;
+    bool is_reversed_;
+    bool is_streamed_;
+};
+
+int fill_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+{
+    const int32_t height = to.Height;
+    NearestRows rows(from, to);
+    Progress progress(height);
+    int result = rows.prepare(from.BitsPerPixel, from.Width, to.Width);
+    if (result == V_SUCCESS)
+        result = progress.begin();
+    resize::Walk walk(from.Height, height);
+    int64_t fetched = -1;
+    for (int32_t row = 0; row < height && result == V_SUCCESS; ++row, walk.next()) {
+        const int64_t wanted = walk.source();
+        result = wanted != fetched ? rows.first(static_cast<int32_t>(wanted), row) : rows.again(row);
+        fetched = wanted;
+        if (result == V_SUCCESS)
+            result = progress.update(row + 1);
+    }
+    return result;
+}
+
+int resize_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+{
+    if (&from == &to)
+        return V_SUCCESS;
+    return with_access(from, to, fill_nearest);
+}
+
+bool is_gray8(const BITMAPHANDLE& bitmap) noexcept
+{
+    return bitmap.BitsPerPixel == 8 && gray_kind(bitmap) == GrayKind::ramp;
+}
+
+} // namespace
+
+int check_resize(const BITMAPHANDLE* from, const BITMAPHANDLE* to) noexcept
+{
+    int result = check_allocated(from);
+    if (result == V_SUCCESS)
+        result = check_allocated(to);
+    if (result == V_SUCCESS)
+        result = check_rows(*from);
+    return result == V_SUCCESS ? check_rows(*to) : result;
+}
+
+int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
+{
+    if (from.BitsPerPixel != to.BitsPerPixel)
+        return from.BitsPerPixel == 1 && is_gray8(to) ? resample_into(from, to, Filter::area)
+                                                      : V_ERROR_INVALID_BITS_PER_PIXEL;
+    if (flags & SIZEFLAG_FAVORBLACK && from.BitsPerPixel == 1)
+        return favor_black(from, to);
+    if (flags & SIZEFLAG_ALTRESAMPLE)
+        return resample_into(from, to, Filter::alternative);
+    if (flags & SIZEFLAG_RESAMPLE)
+        return resample_into(from, to, Filter::area);
+    if (flags & SIZEFLAG_BICUBIC) {
+        const bool grows = to.Width > from.Width || to.Height > from.Height;
+        return resample_into(from, to, grows ? Filter::bicubic : Filter::area);
+    }
+    return resize_nearest(from, to);
+}
+
+} // namespace vk
+
+using namespace vk;
+
+int V_IntResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) noexcept
+{
+    const int result = check_resize(pSrc, pDst);
+    return result == V_SUCCESS ? resize_into(*pSrc, *pDst, uFlags) : result;
+}

@@ -1,0 +1,17 @@
+// Resizing one bitmap into another, and the choice of how. SizeBitmap.cpp replaces bitmaps with the help of this,
+// Stretch.cpp brings depths and view perspectives together first.
+#pragma once
+
+#include "Vkresize.h"
+
+#include <cstdint>
+
+namespace vk {
+
+/// V_IntResizeBitmap for checked records.
+int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept;
+
+/// What both bitmaps of a resize must be: allocated, and check_rows accepts them.
+int check_resize(const BITMAPHANDLE* from, const BITMAPHANDLE* to) noexcept;
+
+} // namespace vk
