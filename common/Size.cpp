@@ -8,11 +8,13 @@ using namespace vk;
 namespace {
 
 /// The size that a height change leaves in the record. For memory it counts the gap in front of the first row, on
-/// purpose.
+/// purpose; a file has none.
 uint64_t size_after(const BITMAPHANDLE& bitmap, const Store& store) noexcept
 {
     if (bitmap.Flags & BITMAPFLAG_COMPRESSED)
         return store.recount(bitmap);
+    if (bitmap.Flags & BITMAPFLAG_DISKMEMORY)
+        return plain_size(bitmap);
     return plain_size(bitmap) + static_cast<uint64_t>(bitmap.DataOffset);
 }
 

@@ -5,6 +5,10 @@
 #include "common/Text.h"
 #include "platform/platform.h"
 
+#include <atomic>
+#include <chrono>
+#include <cwchar>
+#include <iterator>
 #include <mutex>
 
 namespace vk {
@@ -37,6 +41,34 @@ private:
 
 Options g_options;
 
+std::atomic<uint64_t> g_made_up{0};
+
+/// A number that is not used twice: the time tells processes apart, the counter calls at one time.
+uint64_t unique_number() noexcept
+{
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    return static_cast<uint64_t>(now) * 0x10000 + g_made_up.fetch_add(1) % 0x10000;
+}
+
+/// A name for a file that the system knows nothing of.
+bool make_up_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name) noexcept
+{
+    constexpr size_t kDigits = 16;
+    constexpr wchar_t kEnding[] = L".tmp";
+    const size_t first = std::wcslen(directory);
+    const size_t second = std::wcslen(prefix);
+    if (first + second + kDigits + std::size(kEnding) > kMaxTempName)
+        return false;
+    std::wmemcpy(name, directory, first);
+    std::wmemcpy(name + first, prefix, second);
+    wchar_t* end = name + first + second;
+    uint64_t number = unique_number();
+    for (size_t i = 0; i < kDigits; ++i, number >>= 4)
+        *end++ = L"0123456789abcdef"[number & 15];
+    std::wmemcpy(end, kEnding, std::size(kEnding));
+    return true;
+}
+
 } // namespace
 
 bool temp_files_forbidden() noexcept
@@ -49,15 +81,19 @@ uint32_t set_temp_file_mode(uint32_t mode) noexcept
     return g_options.set_mode(mode);
 }
 
-int64_t create_storage_file() noexcept
+bool opens_in_system(const redirect::Table& table) noexcept
 {
-    wchar_t name[kMaxTempName];
-    if (V_GetTempFileName(name, L"VD") != V_SUCCESS)
-        return kNoFile;
-    const int64_t file = V_OsCreat(name, OSCREAT_DELETEONCLOSE);
-    if (file == kNoFile)
-        V_OsDelete(name);
-    return file;
+    return table.slots[redirect::kOpen].function == redirect::default_table().slots[redirect::kOpen].function;
+}
+
+int make_temp_name(const redirect::Table& table, const wchar_t* prefix, wchar_t* name) noexcept
+{
+    wchar_t directory[kMaxTempName];
+    if (V_GetTempDirectory(directory, kMaxTempName) != V_SUCCESS)
+        return V_ERROR_NO_MEMORY;
+    if (!opens_in_system(table))
+        return make_up_name(directory, prefix, name) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    return platform::temp_name(directory, prefix, name) == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 } // namespace vk
@@ -68,11 +104,7 @@ int V_GetTempFileName(wchar_t* pszName, const wchar_t* pszPrefix) noexcept
 {
     if (!pszName)
         return V_ERROR_INVALID_PARAMETER;
-    wchar_t directory[kMaxTempName];
-    if (V_GetTempDirectory(directory, kMaxTempName) != V_SUCCESS)
-        return V_ERROR_NO_MEMORY;
-    const Status status = platform::temp_name(directory, pszPrefix ? pszPrefix : L"V_", pszName);
-    return status == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    return make_temp_name(redirect::temp_table(), pszPrefix ? pszPrefix : L"V_", pszName);
 }
 
 int V_GetTempFileNameA(char* pszName, const char* pszPrefix) noexcept
@@ -88,7 +120,8 @@ int V_GetTempFileNameA(char* pszName, const char* pszPrefix) noexcept
     if (result != V_SUCCESS)
         return result;
     if (!wide_to_utf8(name, pszName, kNarrowName)) {
-        V_OsDelete(name);
+        if (opens_in_system(redirect::temp_table()))
+            V_OsDelete(name);
         return V_ERROR_FILE_READ;
     }
     return V_SUCCESS;

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Vkkrnx.h"
+#include "common/redirect/Table.h"
 
 #include <cstdint>
 
@@ -25,6 +26,7 @@ struct ThreadState {
     uint32_t* user_match_table = nullptr;
     V_STATUSCALLBACK status_callback = nullptr;
     void* status_user_data = nullptr;
+    redirect::Table redirect = {}; ///< operations in front of the library's; 0 where the thread has none
 };
 
 /// The calling thread's values: its own state, or the process-wide one.

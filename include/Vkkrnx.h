@@ -55,6 +55,7 @@
 #define V_ERROR_INVALID_STRUCT_SIZE (-789)
 #define V_ERROR_NULL_PTR (-814)
 #define V_ERROR_INVALID_LUT_LENGTH (-1486)
+#define V_ERROR_INVALID_REDIRECTHANDLE (-1852)
 
 #define SUCCESS V_SUCCESS
 #define FAILURE V_FAILURE
@@ -82,6 +83,7 @@
 #define ERROR_INVALID_STRUCT_SIZE V_ERROR_INVALID_STRUCT_SIZE
 #define ERROR_NULL_PTR V_ERROR_NULL_PTR
 #define ERROR_INVALID_LUT_LENGTH V_ERROR_INVALID_LUT_LENGTH
+#define ERROR_INVALID_REDIRECTHANDLE V_ERROR_INVALID_REDIRECTHANDLE
 
 /* Three names are macros of the Windows headers with other values. Ours replace them, unless the including file asks to
  * keep the system's by defining VKKRNX_KEEP_SYSTEM_ERRORS; the V_ names are always ours. */
@@ -722,6 +724,7 @@ V_API int V_OsSetFileSize(int64_t hFile, int64_t nSize) V_NOEXCEPT;
 
 /**
  * Makes a new empty temporary file with a unique name, readable by its owner alone.
+ * While the thread's open operation is redirected it makes up a unique name alone; the file comes with its opening.
  * @param pszName receives the name; room for 260 characters. @param pszPrefix start of the file's name, null for "V_".
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null name; ERROR_NO_MEMORY: no directory, or no file could be made.
  */
@@ -775,6 +778,7 @@ V_EXTERN_C_END
 #include "Vkresample.h"
 #include "Vkresize.h"
 #include "Vkrotate.h"
+#include "Vkthread.h"
 #include "Vkview.h"
 
 #endif /* VKKRNX_H */

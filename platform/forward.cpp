@@ -135,6 +135,11 @@ Status file_delete(const wchar_t* name) noexcept
     return backend::file_delete(name);
 }
 
+void set_last_error(Status status) noexcept
+{
+    backend::set_last_error(status);
+}
+
 Status temp_directory(wchar_t* directory, size_t length) noexcept
 {
     return backend::temp_directory(directory, length);
@@ -143,6 +148,86 @@ Status temp_directory(wchar_t* directory, size_t length) noexcept
 Status temp_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name) noexcept
 {
     return backend::temp_name(directory, prefix, name);
+}
+
+Status event_create(bool manual_reset, bool signalled, void** event) noexcept
+{
+    return backend::event_create(manual_reset, signalled, event);
+}
+
+Status event_duplicate(void* event, void** copy) noexcept
+{
+    return backend::event_duplicate(event, copy);
+}
+
+void event_close(void* event) noexcept
+{
+    backend::event_close(event);
+}
+
+Waited event_wait(void* event, uint32_t milliseconds) noexcept
+{
+    return backend::event_wait(event, milliseconds);
+}
+
+void event_set(void* event) noexcept
+{
+    backend::event_set(event);
+}
+
+void event_reset(void* event) noexcept
+{
+    backend::event_reset(event);
+}
+
+Status lock_create(void* lock) noexcept
+{
+    return backend::lock_create(lock);
+}
+
+void lock_destroy(void* lock) noexcept
+{
+    backend::lock_destroy(lock);
+}
+
+void lock_acquire(void* lock, bool shared) noexcept
+{
+    backend::lock_acquire(lock, shared);
+}
+
+void lock_release(void* lock, bool shared) noexcept
+{
+    backend::lock_release(lock, shared);
+}
+
+void lock_look_up() noexcept
+{
+    backend::lock_look_up();
+}
+
+uint32_t processor_count() noexcept
+{
+    return backend::processor_count();
+}
+
+void sleep_for(uint32_t milliseconds) noexcept
+{
+    backend::sleep_for(milliseconds);
+}
+
+Status thread_start(ThreadRoutine routine, void* parameter) noexcept
+{
+    return backend::thread_start(routine, parameter);
+}
+
+Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, ThreadDrop drop) noexcept
+{
+    return backend::pool_queue(routine, parameter, long_running, drop);
+}
+
+void set_unload_hook(void (*hook)()) noexcept
+{
+    backend::set_unload_hook(hook);
 }
 
 } // namespace vk::platform

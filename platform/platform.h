@@ -74,6 +74,25 @@ enum class Origin : uint8_t { start, current, end };
 /// Views of files start at multiples of this.
 constexpr size_t kMapGranularity = 65536;
 
+/// What a thread runs.
+#if defined(_WIN32)
+using ThreadRoutine = unsigned long (*)(void*);
+#else
+using ThreadRoutine = uint32_t (*)(void*);
+#endif
+
+/// What gets the parameter of a routine that will not run.
+using ThreadDrop = void (*)(void*);
+
+/// What waiting came to.
+enum class Waited : uint8_t { signalled, timed_out, failed };
+
+/// A time to wait that never ends.
+constexpr uint32_t kForever = 0xFFFFFFFF;
+
+/// Room for a reader/writer lock.
+constexpr size_t kLockBytes = 64;
+
 namespace platform {
 #include "platform/functions.inc"
 }

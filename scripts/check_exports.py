@@ -3,7 +3,8 @@
 
 The declarations are taken from the headers as the target's own compiler preprocesses them, so that each platform is held
 to its own set of names. Three checks, each run when its option is given:
-  --library     the library exports every declared function and nothing else, and needs system libraries only
+  --library     the library exports every declared function, the members, tables and type information of every declared
+                class, and nothing else, and needs system libraries only
   --document    the document names every declared function
   --record-test the files name every declared function that takes a bitmap record
 """
@@ -39,6 +40,38 @@ def declarations(compiler):
     return dict(found)
 
 
+def class_members(compiler):
+    """Class -> the names of its member functions, one for every declaration, from the headers that only C++ can read."""
+    found = {}
+    for header in sorted((ROOT / "include").glob("*.h")):
+        if "class " not in header.read_text():
+            continue
+        text = run([compiler, "-std=c++20", "-E", "-P", "-I", str(ROOT / "include"), "-x", "c++", "-"],
+                   f'#include "{header.name}"\n')
+        for name, body in re.findall(rf"^class\s+{MARK}\s*(\w+)\s*{{(.*?)^}};", text, re.M | re.S):
+            found[name] = re.findall(r"(~?\b\w+|\boperator=)\s*\([^;{}]*\)[\w\s]*;", body)
+            if not found[name]:
+                sys.exit(f"no members found in class {name}")
+    return found
+
+
+def class_problems(classes, mangled, filter_program):
+    """What is wrong with the C++ names of a library."""
+    plain = run([filter_program], "\n".join(sorted(mangled)) + "\n").split("\n") if mangled else []
+    plain = {name for name in plain if name}
+    expected = {f"{kind} for {name}" for name in classes for kind in ("vtable", "typeinfo")}
+    problems = [f"declared but not exported: {name}" for name in sorted(expected - plain)]
+    expected |= {f"typeinfo name for {name}" for name in classes}  # ELF only
+    for name, members in classes.items():
+        for member in sorted(set(members)):
+            start = f"{name}::{member}("
+            exported = {p for p in plain if p.startswith(start)}
+            expected |= exported
+            if len(exported) != members.count(member):
+                problems.append(f"{len(exported)} of {members.count(member)} declared are exported: {name}::{member}")
+    return problems + [f"exported but not declared: {name}" for name in sorted(plain - expected)]
+
+
 def elf_facts(nm, objdump, library):
     names = {line.split()[-1] for line in run([nm, "-D", "--defined-only", library]).splitlines() if line.strip()}
     needed = re.findall(r"^\s*NEEDED\s+(\S+)", run([objdump, "-p", library]), re.M)
@@ -58,10 +91,15 @@ def check_library(declared, options):
         names, foreign = pe_facts(options.objdump, options.library)
     else:
         names, foreign = elf_facts(options.nm, options.objdump, options.library)
-    problems = [f"declared but not exported: {n}" for n in sorted(declared - names)]
+    mangled = {n for n in names if n.startswith("_Z")}
+    names -= mangled
+    classes = class_members(options.compiler)
+    problems = class_problems(classes, mangled, options.filt)
+    problems += [f"declared but not exported: {n}" for n in sorted(declared - names)]
     problems += [f"exported but not declared: {n}" for n in sorted(names - declared)]
     problems += [f"needs a library that is not the system's: {n}" for n in foreign]
-    print(f"{options.library}: {len(names)} names exported, {len(declared)} declared")
+    print(f"{options.library}: {len(names)} names exported, {len(declared)} declared; {len(classes)} classes with "
+          f"{len(mangled)} names")
     return problems
 
 
@@ -78,6 +116,7 @@ def main():
     parser.add_argument("--compiler", required=True)
     parser.add_argument("--nm")
     parser.add_argument("--objdump")
+    parser.add_argument("--filt", default="c++filt", help="the program that gives C++ names back")
     parser.add_argument("--library")
     parser.add_argument("--document")
     parser.add_argument("--record-test", nargs="+")

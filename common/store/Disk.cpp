@@ -1,35 +1,43 @@
-// Disk storage: one temporary file of exactly the data size, whose handle is the record's `Handle`. Row n lies at
-// n * BytesPerLine; the file is gone when the handle closes.
+// Disk storage: one temporary file of exactly the data size. Row n lies at n * BytesPerLine; the file is gone when it
+// is closed.
+//
+// The record's `Handle` is the file's handle; when files are redirected it is the redirected file, and `DataOffset`,
+// which means nothing for disk storage otherwise, says so.
 #include "common/Checks.h"
-#include "common/Osys.h"
-#include "common/TempFile.h"
+#include "common/StorageFile.h"
+#include "common/redirect/File.h"
 #include "common/store/Store.h"
-#include "platform/platform.h"
 
 namespace vk {
 
 namespace {
 
-int64_t file_of(const BITMAPHANDLE& bitmap) noexcept
+constexpr int64_t kRedirected = 1;
+
+StorageFile file_of(const BITMAPHANDLE& bitmap) noexcept
 {
-    return reinterpret_cast<intptr_t>(bitmap.Handle);
+    if (bitmap.DataOffset != kRedirected)
+        return {reinterpret_cast<intptr_t>(bitmap.Handle), nullptr};
+    auto* const file = static_cast<redirect::File*>(bitmap.Handle);
+    return {file->handle, file};
 }
 
 int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
 {
     if (request.files_forbidden || request.bytes > INT64_MAX)
         return V_ERROR_NO_MEMORY;
-    const int64_t file = create_storage_file();
-    if (file == kNoFile)
+    StorageFile file;
+    if (!storage_file::open(file))
         return V_ERROR_NO_MEMORY;
     const uint8_t last = 0;
-    if (osys::write_at(file, request.bytes - 1, &last, 1) != 1) {
-        V_OsClose(file, nullptr);
+    if (storage_file::write_at(file, request.bytes - 1, &last, 1) != 1) {
+        storage_file::close(file);
         return V_ERROR_NO_MEMORY;
     }
-    bitmap.Handle = reinterpret_cast<void*>(static_cast<intptr_t>(file));
+    bitmap.Handle = file.redirected ? static_cast<void*>(file.redirected)
+                                    : reinterpret_cast<void*>(static_cast<intptr_t>(file.handle));
     bitmap.Data = nullptr;
-    bitmap.DataOffset = 0;
+    bitmap.DataOffset = file.redirected ? kRedirected : 0;
     bitmap.Flags |= BITMAPFLAG_DISKMEMORY;
     bitmap.Flags &= ~(BITMAPFLAG_GLOBAL | BITMAPFLAG_MIRROR);
     return V_SUCCESS;
@@ -37,27 +45,26 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
 
 intptr_t read(BITMAPHANDLE& bitmap, uint64_t position, void* buffer, size_t bytes) noexcept
 {
-    return osys::read_at(file_of(bitmap), position, buffer, bytes);
+    return storage_file::read_at(file_of(bitmap), position, buffer, bytes);
 }
 
 intptr_t write(BITMAPHANDLE& bitmap, uint64_t position, const void* buffer, size_t bytes) noexcept
 {
-    return osys::write_at(file_of(bitmap), position, buffer, bytes);
+    return storage_file::write_at(file_of(bitmap), position, buffer, bytes);
 }
 
 int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
 {
     const uint64_t bytes = static_cast<uint64_t>(bitmap.BytesPerLine) * static_cast<uint32_t>(height);
-    if (bytes > INT64_MAX || V_OsSetFileSize(file_of(bitmap), static_cast<int64_t>(bytes)) != 0)
-        return V_ERROR_NO_MEMORY;
-    return V_SUCCESS;
+    return storage_file::set_size(file_of(bitmap), bytes) ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
 
 void destroy(BITMAPHANDLE& bitmap) noexcept
 {
-    V_OsClose(file_of(bitmap), nullptr); // a failing close frees the handle all the same
+    StorageFile file = file_of(bitmap);
+    storage_file::close(file);
 }
 
 } // namespace

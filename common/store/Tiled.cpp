@@ -1,17 +1,12 @@
 // Tiled storage, for bitmaps larger than the memory they may take. A tile holds whole rows. The first tiles live in
 // memory sections as far as the conventional limit goes; the others lie in one temporary file, a slot each, and are
-// mapped on demand. Only a few slots are mapped at a time, the least recently used gives way.
-//
-// A slot takes disk space with its first write, all at once, so that writing through a view cannot run out of it; until
-// then it reads as clear. Where a view cannot be had, the file is read and written at the position instead.
+// seen through windows (Windows.cpp).
 //
 // `Data` points to the table: a locked global block with the tile count, the header and one entry per tile.
 #include "common/Blocks.h"
 #include "common/Checks.h"
-#include "common/Osys.h"
-#include "common/TempFile.h"
 #include "common/store/Store.h"
-#include "platform/platform.h"
+#include "common/store/Tiles.h"
 
 #include <algorithm>
 #include <cstring>
@@ -25,34 +20,6 @@ constexpr uint64_t kMaxTiles = 1u << 20;
 constexpr uint64_t kMappedBytes = 48u << 20;
 constexpr uint64_t kMappedViews = 1024;
 
-struct Tile {
-    uint8_t* view;   ///< the tile's bytes, null while a file tile is not mapped
-    uint64_t bytes;  ///< capacity
-    int64_t file;    ///< the spill file, or kNoFile for a tile in memory
-    uint64_t offset; ///< of the slot in the file
-    uint64_t used;   ///< stamp of the last use, for file tiles
-    Section section; ///< of a tile in memory
-    bool backed;     ///< the slot has disk space and may hold data
-};
-
-struct TileTable {
-    uint32_t count;
-    uint32_t rows_per_tile;
-    uint64_t tile_bytes;
-    uint64_t memory_limit;
-    int64_t file; ///< spill file of all tiles that are not in memory
-    uint64_t slot_bytes;
-    uint32_t slots; ///< slots in the file
-    uint32_t memory_tiles;
-    uint32_t memory_allowed; ///< tiles that may live in memory
-    uint32_t mapped;
-    uint32_t mapped_limit;
-    uint64_t clock;
-    bool files_forbidden;
-
-    Tile* tiles() noexcept { return reinterpret_cast<Tile*>(this + 1); }
-};
-
 TileTable* table_of(const BITMAPHANDLE& bitmap) noexcept
 {
     return static_cast<TileTable*>(bitmap.Handle);
@@ -64,18 +31,9 @@ TileTable* new_table(uint64_t count) noexcept
         return nullptr;
     auto* const table =
         static_cast<TileTable*>(locked_block_alloc(sizeof(TileTable) + static_cast<size_t>(count) * sizeof(Tile)));
-    if (table)
-        table->file = kNoFile;
+    if (table) // the block is clear, the handle of no file is not
+        table->storage = {};
     return table;
-}
-
-void unmap(TileTable& table, Tile& tile) noexcept
-{
-    if (tile.file == kNoFile || !tile.view)
-        return;
-    platform::file_unmap(tile.view, static_cast<size_t>(tile.bytes));
-    tile.view = nullptr;
-    --table.mapped;
 }
 
 void free_tile(TileTable& table, Tile& tile) noexcept
@@ -84,7 +42,7 @@ void free_tile(TileTable& table, Tile& tile) noexcept
         platform::section_free(&tile.section);
         --table.memory_tiles;
     } else {
-        unmap(table, tile);
+        discard_window(table, tile);
     }
 }
 
@@ -100,8 +58,7 @@ void free_tiles(TileTable& table, uint32_t first) noexcept
 void destroy_table(TileTable* table) noexcept
 {
     free_tiles(*table, 0);
-    if (table->file != kNoFile)
-        V_OsClose(table->file, nullptr);
+    storage_file::close(table->storage);
     locked_block_free(table);
 }
 
@@ -112,7 +69,7 @@ bool make_memory_tile(TileTable& table, Tile& tile) noexcept
     Section section;
     if (platform::section_create(static_cast<size_t>(table.tile_bytes), &section) != Status::ok)
         return false;
-    tile = Tile{static_cast<uint8_t*>(section.view), table.tile_bytes, kNoFile, 0, 0, section, true};
+    tile = Tile{static_cast<uint8_t*>(section.view), table.tile_bytes, kNoFile, 0, 0, section, true, false};
     ++table.memory_tiles;
     return true;
 }
@@ -121,22 +78,19 @@ bool make_file_tile(TileTable& table, Tile& tile) noexcept
 {
     if (table.files_forbidden)
         return false;
-    if (table.file == kNoFile)
-        table.file = create_storage_file();
-    if (table.file == kNoFile)
+    if (!table.storage.is_open() && !storage_file::open(table.storage))
         return false;
-    tile = Tile{nullptr, table.tile_bytes, table.file, table.slots * table.slot_bytes, 0, {}, false};
+    tile = Tile{nullptr, table.tile_bytes, table.storage.handle, table.slots * table.slot_bytes, 0, {}, false, false};
     ++table.slots;
     return true;
 }
 
-/// Gives the file the size of its slots; without space in them as yet.
+/// Gives a plain file the size of its slots; without space in them as yet. A redirected one grows as slots are written.
 bool size_file(const TileTable& table) noexcept
 {
-    if (table.file == kNoFile)
+    if (!table.storage.is_open() || table.storage.redirected)
         return true;
-    const uint64_t bytes = table.slots * table.slot_bytes;
-    return bytes <= INT64_MAX && V_OsSetFileSize(table.file, static_cast<int64_t>(bytes)) == 0;
+    return storage_file::set_size(table.storage, table.slots * table.slot_bytes);
 }
 
 /// Appends tiles until there are `count`; what was appended before a failure stays in the table.
@@ -180,7 +134,7 @@ void describe(TileTable& table, uint64_t rows, uint64_t line, const StoreRequest
     table.memory_allowed = std::max(static_cast<uint32_t>(by_limit), resolve(request.memory_tiles, count));
     const uint32_t mapped = resolve(request.mapped_tiles, count);
     const uint64_t by_size = std::clamp<uint64_t>(kMappedBytes / table.tile_bytes, 1, kMappedViews);
-    table.mapped_limit = mapped ? mapped : static_cast<uint32_t>(by_size);
+    table.window_limit = mapped ? mapped : static_cast<uint32_t>(by_size);
 }
 
 int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
@@ -202,63 +156,6 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
     bitmap.DataOffset = 0;
     bitmap.Flags |= BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_TILED;
     return V_SUCCESS;
-}
-
-void unmap_least_recent(TileTable& table) noexcept
-{
-    Tile* oldest = nullptr;
-    for (uint32_t i = 0; i < table.count; ++i) {
-        Tile& tile = table.tiles()[i];
-        if (tile.file != kNoFile && tile.view && (!oldest || tile.used < oldest->used))
-            oldest = &tile;
-    }
-    if (oldest)
-        unmap(table, *oldest);
-}
-
-/// The tile's bytes, mapped if need be; null when there is no view to be had.
-uint8_t* view_of(TileTable& table, Tile& tile) noexcept
-{
-    tile.used = ++table.clock;
-    if (tile.view)
-        return tile.view;
-    if (table.mapped >= table.mapped_limit)
-        unmap_least_recent(table);
-    void* view = nullptr;
-    if (platform::file_map(tile.file, static_cast<int64_t>(tile.offset), static_cast<size_t>(tile.bytes), &view) !=
-        Status::ok)
-        return nullptr;
-    tile.view = static_cast<uint8_t*>(view);
-    ++table.mapped;
-    return tile.view;
-}
-
-bool read_tile(TileTable& table, Tile& tile, uint64_t offset, uint8_t* out, size_t bytes) noexcept
-{
-    if (!tile.backed) {
-        std::memset(out, 0, bytes);
-        return true;
-    }
-    if (const uint8_t* const view = view_of(table, tile)) {
-        std::memcpy(out, view + offset, bytes);
-        return true;
-    }
-    return osys::read_at(tile.file, tile.offset + offset, out, bytes) >= 0;
-}
-
-bool write_tile(TileTable& table, Tile& tile, uint64_t offset, const uint8_t* in, size_t bytes) noexcept
-{
-    if (!tile.backed) {
-        const auto slot = static_cast<int64_t>(tile.offset);
-        if (platform::file_reserve(tile.file, slot, static_cast<size_t>(tile.bytes)) != Status::ok)
-            return false;
-        tile.backed = true;
-    }
-    if (uint8_t* const view = view_of(table, tile)) {
-        std::memcpy(view + offset, in, bytes);
-        return true;
-    }
-    return osys::write_at(tile.file, tile.offset + offset, in, bytes) >= 0;
 }
 
 /// Calls `move(tile, offset in tile, bytes)` for each tile that [position, position + bytes) meets.
@@ -329,7 +226,7 @@ void shrink(TileTable& table, uint32_t count) noexcept
         if (tile.file != kNoFile)
             slots = std::max(slots, static_cast<uint32_t>(tile.offset / table.slot_bytes) + 1);
     }
-    if (slots < table.slots && V_OsSetFileSize(table.file, static_cast<int64_t>(slots * table.slot_bytes)) == 0)
+    if (slots < table.slots && storage_file::cut(table.storage, slots * table.slot_bytes))
         table.slots = slots;
 }
 
@@ -344,8 +241,8 @@ int grow(BITMAPHANDLE& bitmap, uint32_t count) noexcept
     std::memcpy(table, old_table, sizeof(TileTable) + kept * sizeof(Tile));
     if (!append_tiles(*table, count)) {
         free_tiles(*table, kept);
-        if (old_table->file == kNoFile && table->file != kNoFile)
-            V_OsClose(table->file, nullptr);
+        if (!old_table->storage.is_open())
+            storage_file::close(table->storage);
         locked_block_free(table);
         return V_ERROR_NO_MEMORY;
     }
@@ -377,7 +274,7 @@ void figures(const BITMAPHANDLE& bitmap, StoreFigures& figures) noexcept
     figures.tiles = static_cast<int32_t>(table.count);
     figures.memory_tiles = static_cast<int32_t>(table.memory_tiles);
     figures.file_tiles = static_cast<int32_t>(table.count - table.memory_tiles);
-    figures.mapped_tiles = static_cast<int32_t>(table.mapped_limit);
+    figures.mapped_tiles = static_cast<int32_t>(table.window_limit);
 }
 
 void destroy(BITMAPHANDLE& bitmap) noexcept

@@ -2,7 +2,7 @@
 //
 // Besides failing on demand it makes carelessness show: new heap memory is filled with 0xCD, and a movable block moves
 // whenever its last lock goes.
-#include "platform/fault/fault.h"
+#include "platform/fault/Gate.h"
 
 #include <algorithm>
 #include <atomic>
@@ -24,13 +24,19 @@ struct Kind {
 };
 
 constexpr Kind kKinds[kCalls] = {
-    {"heap_alloc", Status::no_memory},     {"heap_realloc", Status::no_memory},  {"section_create", Status::no_memory},
-    {"section_resize", Status::no_memory}, {"movable_alloc", Status::no_memory}, {"movable_realloc", Status::no_memory},
-    {"movable_lock", Status::no_memory},   {"memory_status", Status::failed},    {"handle_count", Status::failed},
-    {"file_open", Status::denied},         {"file_read", Status::failed},        {"file_write", Status::disk_full},
-    {"file_seek", Status::failed},         {"file_truncate", Status::disk_full}, {"file_reserve", Status::disk_full},
-    {"file_map", Status::no_memory},       {"file_close", Status::failed},       {"file_delete", Status::denied},
+    {"heap_alloc", Status::no_memory},     {"heap_realloc", Status::no_memory},
+    {"section_create", Status::no_memory}, {"section_resize", Status::no_memory},
+    {"movable_alloc", Status::no_memory},  {"movable_realloc", Status::no_memory},
+    {"movable_lock", Status::no_memory},   {"memory_status", Status::failed},
+    {"handle_count", Status::failed},      {"file_open", Status::denied},
+    {"file_read", Status::failed},         {"file_write", Status::disk_full},
+    {"file_seek", Status::failed},         {"file_truncate", Status::disk_full},
+    {"file_reserve", Status::disk_full},   {"file_map", Status::no_memory},
+    {"file_close", Status::failed},        {"file_delete", Status::denied},
     {"temp_directory", Status::failed},    {"temp_name", Status::denied},
+    {"event_create", Status::no_memory},   {"event_duplicate", Status::no_memory},
+    {"lock_create", Status::no_memory},    {"processor_count", Status::failed},
+    {"thread_start", Status::no_memory},   {"pool_queue", Status::no_memory},
 };
 
 std::atomic<uint64_t> seen[kCalls + 1]; ///< by kind, and all of them at kAnyCall
@@ -59,29 +65,6 @@ std::map<void*, Movable>& movables() noexcept
 {
     static auto* map = new std::map<void*, Movable>; // outlives every user, also at the program's end
     return *map;
-}
-
-/// Counts a call; true when it has to fail.
-bool must_fail(Call call) noexcept
-{
-    const auto kind = static_cast<size_t>(call);
-    const uint64_t of_kind = seen[kind].fetch_add(1) + 1;
-    const uint64_t of_any = seen[kAnyCall].fetch_add(1) + 1;
-    const uint64_t number = armed_number;
-    const size_t armed = armed_call;
-    if (number == 0 || (armed != kAnyCall && armed != kind))
-        return false;
-    const uint64_t count = armed == kAnyCall ? of_any : of_kind;
-    if (count != number && !(armed_persistent && count > number))
-        return false;
-    has_fired = true;
-    return true;
-}
-
-Status failure_of(Call call) noexcept
-{
-    const Status status = injected;
-    return status == Status::ok ? kKinds[static_cast<size_t>(call)].status : status;
 }
 
 void arm_any(size_t call, uint64_t n, bool persistent) noexcept
@@ -157,6 +140,28 @@ size_t transfer_size(size_t bytes) noexcept
 
 } // namespace
 
+bool must_fail(Call call) noexcept
+{
+    const auto kind = static_cast<size_t>(call);
+    const uint64_t of_kind = seen[kind].fetch_add(1) + 1;
+    const uint64_t of_any = seen[kAnyCall].fetch_add(1) + 1;
+    const uint64_t number = armed_number;
+    const size_t armed = armed_call;
+    if (number == 0 || (armed != kAnyCall && armed != kind))
+        return false;
+    const uint64_t count = armed == kAnyCall ? of_any : of_kind;
+    if (count != number && !(armed_persistent && count > number))
+        return false;
+    has_fired = true;
+    return true;
+}
+
+Status failure_of(Call call) noexcept
+{
+    const Status status = injected;
+    return status == Status::ok ? kKinds[static_cast<size_t>(call)].status : status;
+}
+
 const char* name_of(Call call) noexcept
 {
     return kKinds[static_cast<size_t>(call)].name;
@@ -209,6 +214,7 @@ Live live() noexcept
     now.sections = live_sections;
     now.files = live_files;
     now.views = live_views;
+    count_thread_objects(now);
     count_movables(now);
     return now;
 }
@@ -404,6 +410,11 @@ Status file_close(int64_t file) noexcept
 Status file_delete(const wchar_t* name) noexcept
 {
     return must_fail(Call::file_delete) ? failure_of(Call::file_delete) : backend::file_delete(name);
+}
+
+void set_last_error(Status status) noexcept
+{
+    backend::set_last_error(status);
 }
 
 Status temp_directory(wchar_t* directory, size_t length) noexcept

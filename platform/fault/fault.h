@@ -35,8 +35,14 @@ enum class Call : uint8_t {
     file_delete,
     temp_directory,
     temp_name,
+    event_create,
+    event_duplicate,
+    lock_create,
+    processor_count, ///< the answer is 0
+    thread_start,
+    pool_queue,
 };
-constexpr size_t kCalls = static_cast<size_t>(Call::temp_name) + 1;
+constexpr size_t kCalls = static_cast<size_t>(Call::pool_queue) + 1;
 
 const char* name_of(Call call) noexcept;
 
@@ -71,6 +77,8 @@ struct Live {
     int64_t locks = 0;
     int64_t files = 0;
     int64_t views = 0;
+    int64_t events = 0;
+    int64_t rw_locks = 0;
 
     bool operator==(const Live&) const = default;
 };

@@ -50,3 +50,12 @@ Status last_status() noexcept
 }
 
 } // namespace vk::backend::posix
+
+namespace vk::backend {
+
+void set_last_error(Status status) noexcept
+{
+    errno = status == Status::exists ? EEXIST : EIO;
+}
+
+} // namespace vk::backend

@@ -8,6 +8,7 @@
 #include <climits>
 #include <cstddef>
 #include <cstdint>
+#include <ctime>
 
 namespace vk::backend::posix {
 
@@ -30,5 +31,8 @@ Status check_size_limit(int64_t end) noexcept;
 
 /// Backs [offset, end) with zeros where the file has none of its own, on file systems that cannot do it themselves.
 Status reserve_by_writing(int file, int64_t offset, int64_t end) noexcept;
+
+/// A time of the monotonic clock.
+timespec time_from_now(uint32_t milliseconds) noexcept;
 
 } // namespace vk::backend::posix

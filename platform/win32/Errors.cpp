@@ -60,3 +60,12 @@ Status last_status() noexcept
 }
 
 } // namespace vk::backend::win32
+
+namespace vk::backend {
+
+void set_last_error(Status status) noexcept
+{
+    SetLastError(status == Status::exists ? ERROR_FILE_EXISTS : ERROR_GEN_FAILURE);
+}
+
+} // namespace vk::backend

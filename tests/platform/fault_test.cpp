@@ -1,7 +1,7 @@
 // The fault layer itself: other tests rely on it to break every call and to notice every leak.
 #include "tests/platform/TempFile.h"
 
-#include "Vktypes.h"
+#include "Vkthread.h"
 #include "platform/fault/fault.h"
 
 #include <atomic>
@@ -15,6 +15,11 @@ namespace {
 using fault::Call;
 using testing::position_of;
 using testing::TempFile;
+
+V_THREADRESULT no_work(void*)
+{
+    return 0;
+}
 
 Status found(const void* block)
 {
@@ -90,6 +95,30 @@ protected:
         return found(block);
     }
 
+    static Status make_event(bool duplicated)
+    {
+        void* event = nullptr;
+        void* copy = nullptr;
+        const Status made = platform::event_create(true, true, &event);
+        const Status twice = made == Status::ok ? platform::event_duplicate(event, &copy) : made;
+        if (copy != nullptr) {
+            EXPECT_EQ(Waited::signalled, platform::event_wait(copy, 0));
+        }
+        platform::event_close(copy);
+        platform::event_close(event);
+        return duplicated ? twice : made;
+    }
+
+    static Status make_lock()
+    {
+        platform::lock_look_up();
+        void* lock[kLockBytes / sizeof(void*)];
+        const Status made = platform::lock_create(lock);
+        if (made == Status::ok)
+            platform::lock_destroy(lock);
+        return made;
+    }
+
     /// Every call that can fail, each giving back what it acquires.
     std::vector<Row> rows()
     {
@@ -146,6 +175,14 @@ protected:
                  return platform::temp_directory(directory, kMaxTempName);
              }},
             {Call::temp_name, Status::denied, [this] { return make_and_delete(false); }},
+            {Call::event_create, Status::no_memory, [] { return make_event(false); }},
+            {Call::event_duplicate, Status::no_memory, [] { return make_event(true); }},
+            {Call::lock_create, Status::no_memory, [] { return make_lock(); }},
+            {Call::processor_count, Status::failed,
+             [] { return platform::processor_count() == 0 ? Status::failed : Status::ok; }},
+            {Call::thread_start, Status::no_memory, [] { return platform::thread_start(&no_work, nullptr); }},
+            {Call::pool_queue, Status::no_memory,
+             [] { return platform::pool_queue(&no_work, nullptr, false, nullptr); }},
         };
     }
 
@@ -177,7 +214,7 @@ TEST_F(FaultCalls, EveryKindFailsOnDemandAndLeaksNothing)
             EXPECT_TRUE(fault::fired()) << "can still be asked for";
             EXPECT_EQ(before, fault::live());
         }
-        if (row.usual != Status::no_memory || row.call == Call::file_map) {
+        if ((row.usual != Status::no_memory || row.call == Call::file_map) && row.call != Call::processor_count) {
             fault::set_status(Status::unsupported);
             fault::arm_call(row.call, 1, false);
             EXPECT_EQ(Status::unsupported, row.make());

@@ -30,6 +30,8 @@ inline void expect_same_live(const fault::Live& before, const fault::Live& after
     EXPECT_EQ(before.locks, after.locks);
     EXPECT_EQ(before.files, after.files);
     EXPECT_EQ(before.views, after.views);
+    EXPECT_EQ(before.events, after.events);
+    EXPECT_EQ(before.rw_locks, after.rw_locks);
 }
 
 /// Runs one round; `check` sees it before the leak check. Returns whether the fault fired.
