@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Does the library's main job on real pictures with the vk command: holds them in every storage kind and takes them to
-# every depth, palette and dithering method. Leaves what came out and two pages to look at in demo-out/. Installs what is
-# missing and builds first; may be called from anywhere.
+# every depth, palette and dithering method, size, angle and view perspective. Leaves what came out and pages to look at in
+# demo-out/. Installs what is missing and builds first; may be called from anywhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -25,6 +25,14 @@ convert() {
     shift
     echo "-- $name: vk convert --bits $*"
     "$vk" convert samples/astronaut.png "$out/color-$name.png" --json --bits "$@" >"$out/color-$name.json"
+}
+
+# geometry <name> <sample> <command> <options>...: a sample moved about, and the figures.
+geometry() {
+    local name=$1 sample=$2
+    shift 2
+    echo "-- $name: vk $*"
+    "$vk" "$1" "samples/$sample.png" "$out/geometry-$name.png" --json "${@:2}" >"$out/geometry-$name.json"
 }
 
 for sample in samples/astronaut.png samples/rocket.jpg samples/page.png; do
@@ -52,5 +60,28 @@ for method in none floyd-steinberg stucki burkes sierra stevenson-arce jarvis or
     convert "dither256-$method" 8 --palette fixed --dither "$method"
 done
 
+echo "== geometry"
+for filter in nearest area bicubic sharp; do
+    geometry "smaller-$filter" astronaut resize --scale 37 --filter $filter
+    geometry "larger-$filter" astronaut resize --scale 150 --filter $filter
+    geometry "page-$filter" page resize --scale 37 --filter $filter
+done
+geometry page-favor-black page resize --scale 37 --filter favor-black
+geometry page-gray page resize --scale 37 --filter gray
+for filter in nearest bilinear bicubic; do
+    geometry "rotate-$filter" astronaut rotate --angle 7.3 --filter $filter --fill 336699
+    geometry "rotate-page-$filter" page rotate --angle -3.5 --filter $filter --fill ffffff
+done
+geometry rotate-kept astronaut rotate --angle 30 --keep --fill ffffff
+geometry rotate-corner astronaut rotate --angle 30 --keep --center 0,0
+for angle in 90 180 270; do
+    geometry "rotate-quarter-$angle" astronaut rotate --angle $angle
+done
+geometry rotate-flip astronaut flip
+geometry rotate-mirror astronaut mirror
+for perspective in 1 2 3 4 5 6 7 8; do
+    geometry "view-$perspective" astronaut orient --to $perspective
+done
+
 python3 scripts/demo_page.py "$out"
-echo "== done: open $PWD/$out/index.html and $PWD/$out/colors.html"
+echo "== done: open $PWD/$out/index.html"

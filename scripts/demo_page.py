@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Writes the demo's pages, index.html and colors.html: demo_page.py <folder with the demo's pictures and figures>."""
+"""Writes the demo's pages, of which index.html leads to the others: demo_page.py <folder with its pictures and figures>."""
 import html
 import json
 import pathlib
@@ -76,7 +76,7 @@ def storage_page(folder):
         "One picture, every kind of storage",
         "<p>Each picture was put row by row into a bitmap of each storage kind, read back and compared with the file. What is "
         'shown was written from the rows that came back. Rates count the time in the library only. See also the <a href="colors.html">'
-        "colours</a>.</p>" + "".join(storage_section(*item) for item in pictures.items()),
+        'colours</a> and the <a href="geometry.html">sizes, angles and perspectives</a>.</p>' + "".join(storage_section(*item) for item in pictures.items()),
     )
 
 
@@ -91,7 +91,7 @@ def color_section(folder, title, group):
         size = (folder / picture).stat().st_size
         what = path.stem.removeprefix(f"color-{group}-")
         colors = f", {made['colors']} colours" if made["colors"] else ""
-        caption = f"{what}: {made['bits']} bits{colors}, {made['data_bytes']:,} bytes, file {size:,}, {made['convert_ms']:.1f} ms"
+        caption = f"{what}: {made['bits']} bits{colors}, {made['data_bytes']:,} bytes, file {size:,}, {made['operation_ms']:.1f} ms"
         body += figure(picture, caption)
     return f"<h2>{title}</h2>{body}"
 
@@ -110,7 +110,35 @@ def color_page(folder):
     )
 
 
+def geometry_section(folder, title, group):
+    paths = sorted(folder.glob(f"geometry-{group}-*.json"))
+    if not paths:
+        sys.exit(f"no figures for {group}")
+    body = ""
+    for path in paths:
+        made = json.loads(path.read_text())
+        what = path.stem.removeprefix(f"geometry-{group}-")
+        caption = f"{what}: {made['width']} × {made['height']}, {made['bits']} bits, {made['operation_ms']:.1f} ms"
+        body += figure(path.with_suffix(".png").name, caption)
+    return f"<h2>{title}</h2>{body}"
+
+
+def geometry_page(folder):
+    page(
+        folder / "geometry.html",
+        "One photograph, one page, moved about",
+        "<p>Made by <code>vk resize</code>, <code>rotate</code>, <code>flip</code>, <code>mirror</code> and <code>orient</code>. "
+        'Back to the <a href="index.html">storage kinds</a>.</p>'
+        + geometry_section(folder, "37 % of the size", "smaller")
+        + geometry_section(folder, "150 % of the size", "larger")
+        + geometry_section(folder, "A 1-bit page at 37 %", "page")
+        + geometry_section(folder, "Turned", "rotate")
+        + geometry_section(folder, "The stored rows of each view perspective", "view"),
+    )
+
+
 if __name__ == "__main__":
     target = pathlib.Path(sys.argv[1])
     storage_page(target)
     color_page(target)
+    geometry_page(target)

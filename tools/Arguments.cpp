@@ -13,8 +13,13 @@ namespace vk::tool {
 
 namespace {
 
+constexpr Option kJson = {"--json", nullptr, ""};
+
 const Option& find_option(const Command& command, const std::string& name)
 {
+    if (name == kJson.name) {
+        return kJson;
+    }
     const auto found = std::find_if(command.options.begin(), command.options.end(),
                                     [&](const Option& option) { return name == option.name; });
     if (found == command.options.end()) {
@@ -32,6 +37,10 @@ Arguments parse_arguments(const Command& command, std::span<const std::string> w
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
         if (only_files || word.size() < 2 || word[0] != '-') {
+            if (command.takes_chain && arguments.files.size() == command.file_count) {
+                arguments.chain.assign(words.begin() + static_cast<std::ptrdiff_t>(i), words.end());
+                break;
+            }
             arguments.files.push_back(word);
             continue;
         }

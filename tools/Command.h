@@ -8,6 +8,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <span>
@@ -25,6 +26,7 @@ struct Option {
 class Arguments {
 public:
     std::vector<std::string> files;
+    std::vector<std::string> chain;             ///< what follows the files, where a command takes operations
     std::map<std::string, std::string> options; ///< by name; a flag's value is empty
 
     bool has(const std::string& name) const { return options.contains(name); }
@@ -35,11 +37,12 @@ public:
 
 struct Command {
     const char* name;
-    const char* files;   ///< the command's other arguments as the help shows them
-    size_t file_count;   ///< how many they are
-    const char* summary; ///< one line
-    std::span<const Option> options;
-    void (*run)(const Arguments& arguments);
+    const char* files;               ///< the command's other arguments as the help shows them
+    size_t file_count;               ///< how many they are
+    const char* summary;             ///< one line
+    std::span<const Option> options; ///< besides --json, which every command has
+    std::function<void(const Arguments&)> run;
+    bool takes_chain = false; ///< further words are operations with their options
 };
 
 /** Sorts a command line (without the command's name); UsageError for anything the command does not know. */

@@ -4,6 +4,7 @@
  */
 #include "tools/Command.h"
 #include "tools/Failure.h"
+#include "tools/Operation.h"
 #include "tools/Platform.h"
 #include "tools/picture/Picture.h"
 
@@ -14,23 +15,31 @@
 
 namespace vk::tool {
 
-extern const Command kConvertCommand;
+extern const Command kBatchCommand;
 extern const Command kHoldCommand;
 extern const Command kInfoCommand;
 
 namespace {
 
-constexpr const Command* kCommands[] = {
-    &kInfoCommand,
-    &kHoldCommand,
-    &kConvertCommand,
-};
+/** The commands in the order of the help. */
+const std::vector<Command>& commands()
+{
+    static const std::vector<Command> all = [] {
+        std::vector<Command> list = {kInfoCommand, kHoldCommand};
+        for (const Operation* operation : operations()) {
+            list.push_back(operation_command(*operation));
+        }
+        list.push_back(kBatchCommand);
+        return list;
+    }();
+    return all;
+}
 
 void print_help()
 {
     std::printf("Tries the Vkkrnx imaging kernel out on picture files.\n\nUsage: vk COMMAND ...\n\nCommands:\n");
-    for (const Command* command : kCommands) {
-        std::printf("  %-8s %s\n", command->name, command->summary);
+    for (const Command& command : commands()) {
+        std::printf("  %-8s %s\n", command.name, command.summary);
     }
     std::printf(
         "\nOptions:\n  --help     this text; after a command, its own\n  --version  the version and the picture "
@@ -46,6 +55,7 @@ void print_help(const Command& command)
         std::printf("  %-20s %s\n", left.c_str(), option.description);
     };
     std::for_each(command.options.begin(), command.options.end(), print);
+    print({"--json", nullptr, "print one JSON object"});
     print({"--help", nullptr, "this text"});
 }
 
@@ -66,12 +76,12 @@ void run(std::span<const std::string> words)
     if (words[0] == "--version") {
         return print_version();
     }
-    const auto found = std::find_if(std::begin(kCommands), std::end(kCommands),
-                                    [&](const Command* command) { return words[0] == command->name; });
-    if (found == std::end(kCommands)) {
+    const auto found = std::find_if(commands().begin(), commands().end(),
+                                    [&](const Command& command) { return words[0] == command.name; });
+    if (found == commands().end()) {
         throw UsageError("unknown " + std::string(words[0].starts_with("-") ? "option " : "command ") + words[0]);
     }
-    const Command& command = **found;
+    const Command& command = *found;
     words = words.subspan(1);
     if (std::any_of(words.begin(), words.end(), [](const auto& word) { return word == "--help" || word == "-h"; })) {
         return print_help(command);

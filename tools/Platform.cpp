@@ -4,6 +4,7 @@
  */
 #include "tools/Platform.h"
 
+#include <atomic>
 #include <cerrno>
 #include <fcntl.h>
 #include <string_view>
@@ -16,6 +17,7 @@
 // After windows.h, which it builds on.
 #include <shellapi.h>
 #else
+#include <csignal>
 #include <unistd.h>
 #endif
 
@@ -23,7 +25,15 @@ namespace vk::tool {
 
 namespace {
 
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "signal handlers may set it");
+
 #if defined(_WIN32)
+BOOL WINAPI on_console_event(DWORD)
+{
+    return g_interrupted.exchange(true) ? FALSE : TRUE;
+}
+
 std::string utf8(const wchar_t* text)
 {
     const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
@@ -34,6 +44,11 @@ std::string utf8(const wchar_t* text)
     WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
     result.pop_back();
     return result;
+}
+#else
+extern "C" void on_interrupt(int)
+{
+    g_interrupted = true;
 }
 #endif
 
@@ -101,6 +116,23 @@ bool stderr_is_terminal()
 #else
     return isatty(STDERR_FILENO) == 1;
 #endif
+}
+
+void note_interrupts()
+{
+#if defined(_WIN32)
+    SetConsoleCtrlHandler(&on_console_event, TRUE);
+#else
+    struct sigaction action = {};
+    action.sa_handler = &on_interrupt;
+    action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
+    sigaction(SIGINT, &action, nullptr);
+#endif
+}
+
+bool interrupted()
+{
+    return g_interrupted;
 }
 
 } // namespace vk::tool

@@ -1,6 +1,7 @@
 /**
  * @file Platform.h
- * What differs between systems: names of files, the command line and terminals. Text is UTF-8 throughout the program.
+ * What differs between systems: names of files, the command line, terminals and Ctrl-C. Text is UTF-8 throughout the
+ * program.
  */
 #ifndef VK_TOOLS_PLATFORM_H
 #define VK_TOOLS_PLATFORM_H
@@ -33,6 +34,10 @@ File create_new(const std::filesystem::path& path);
 std::string error_text(int error);
 
 bool stderr_is_terminal();
+
+/** From now on the first Ctrl-C is only noted; a second one ends the program. */
+void note_interrupts();
+bool interrupted();
 
 } // namespace vk::tool
 

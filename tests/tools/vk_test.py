@@ -5,9 +5,12 @@ import itertools
 import json
 import os
 import random
+import re
+import signal
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 from pictures import CHANNELS, chunk, png, read_png
@@ -222,6 +225,168 @@ class Holding(VkTest):
                     "raw_bytes": 16, "memory": "conventional", "view_perspective": "top left", "order": "RGB"}
         self.assertEqual({key: report[key] for key in expected}, expected)
         self.assertIn(b"33 pixels", vk("info", self.path("in.pbm")).stdout)
+
+
+class Batches(VkTest):
+    """Whole folders, several pictures at once."""
+
+    def setUp(self):
+        super().setUp()
+        self.source = self.path("in")
+        os.mkdir(self.source)
+
+    def fill(self, count, width=40, height=30):
+        generator = random.Random(5)
+        for i in range(count):
+            pixels = bytes(generator.randrange(256) for _ in range((width + i) * height * 3))
+            self.path(f"in/picture {i:02}.ppm", f"P6 {width + i} {height} 255\n".encode() + pixels)
+
+    def contents(self, name):
+        found = {}
+        for file in os.listdir(self.path(name)):
+            with open(self.path(f"{name}/{file}"), "rb") as stream:
+                found[file] = stream.read()
+        return found
+
+    def test_same_as_one_after_the_other(self):
+        self.fill(30)
+        self.path("in/readme.txt", b"no picture")
+        colours = ["convert", "--bits", "8", "--palette", "cube", "--dither", "stucki"]
+        for jobs in ([], ["--jobs", "1"], ["--jobs", "7"]):
+            out = "out" + "".join(jobs)
+            done = vk("batch", self.source, "-o", self.path(out + "/deeper"), *jobs, "--json", *colours, "flip", "flip")
+            self.assertEqual((done.returncode, done.stderr), (0, b""))
+            report = json.loads(done.stdout)
+            self.assertEqual((report["pictures"], report["written"]), (30, 30))
+            self.assertEqual(report["workers"], int(jobs[1]) if jobs else min(report["workers"], 30))
+            self.assertEqual(self.contents(out + "/deeper"), self.contents("out/deeper"))
+        self.assertEqual(len(self.contents("out/deeper")), 30)
+        one = self.path("one.ppm")
+        self.assertEqual(vk(colours[0], self.path("in/picture 03.ppm"), one, *colours[1:]).returncode, 0)
+        with open(one, "rb") as file:
+            self.assertEqual(file.read(), self.contents("out/deeper")["picture 03.ppm"])
+
+    def test_formats_and_names(self):
+        self.fill(2)
+        self.assertEqual(vk("batch", self.source, "-o", self.path("out"), "--format", "pnm").returncode, 0)
+        self.assertEqual(sorted(self.contents("out")), ["picture 00.pnm", "picture 01.pnm"])
+        self.assertEqual(vk("batch", self.source, "-o", self.source, "convert", "--bits", "16").returncode, 0)
+        self.assertEqual(len(self.contents("in")), 2)  # in their own place
+        self.path("in/picture 00.pgm", b"P5 1 1 255\n\0")
+        self.fails(2, "would both become", "batch", self.source, "-o", self.path("both"), "--format", "pnm")
+        self.assertFalse(os.path.exists(self.path("both")))
+        os.mkdir(self.path("empty"))
+        self.assertEqual(vk("batch", self.path("empty"), "-o", self.path("out")).returncode, 0)
+
+    def test_failures_hinder_no_other(self):
+        self.fill(6)
+        for name in ("bad.ppm", "cut.ppm"):
+            self.path(f"in/{name}", b"P6 2 2 255\n" + bytes(5))
+        os.makedirs(self.path("out/picture 04.ppm"))
+        done = vk("batch", self.source, "-o", self.path("out"), "--json")
+        self.assertEqual(done.returncode, 1)
+        self.assertEqual(json.loads(done.stdout)["written"], 5)
+        errors = done.stderr.decode()
+        for name in ("bad.ppm", "cut.ppm", "picture 04.ppm", "3 of 8 pictures failed"):
+            self.assertIn(name, errors)
+        self.assertEqual(len(errors.splitlines()), 4)
+        self.assertEqual(len(os.listdir(self.path("out"))), 6)
+
+    def test_usage(self):
+        self.fill(1)
+        for arguments in (["-o"], [], ["-o", "x", "convert", "--bits", "0"], ["-o", "x", "convert", "--dither", "salt"],
+                          ["-o", "x", "--jobs", "0"], ["-o", "x", "sharpen"], ["-o", "x", "flip", "--jobs", "2"],
+                          ["-o", "x", "--format", "gif"], ["-o", "x", "convert", "--order", "up"]):
+            self.fails(2, "vk: ", "batch", self.source, *arguments)
+        self.fails(3, "missing", "batch", self.path("missing"), "-o", self.path("out"))
+        self.path("file", b"")
+        self.fails(3, "cannot be made", "batch", self.source, "-o", self.path("file/out"))
+
+    def test_stops_when_interrupted(self):
+        if options.runner:
+            self.skipTest("no Ctrl-C can be sent to a Windows program from here")
+        self.fill(24, 700, 700)
+        process = subprocess.Popen(options.command + ["batch", self.source, "-o", self.path("out"), "convert", "--bits", "8"],
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        while process.poll() is None and not (os.path.exists(self.path("out")) and os.listdir(self.path("out"))):
+            time.sleep(0.001)
+        process.send_signal(signal.SIGINT)
+        _, errors = process.communicate(timeout=60)
+        self.assertEqual(process.returncode, 1, errors)
+        done = re.fullmatch(rb"vk: stopped: (\d+) of 24 pictures done\n", errors)
+        self.assertTrue(done, errors)
+        self.assertLess(int(done[1]), 24)
+        written = self.contents("out")
+        self.assertEqual(len(written), int(done[1]))  # and nothing half-written
+        for data in written.values():
+            self.assertGreater(len(data), 700 * 700 * 3)
+
+
+class Geometry(VkTest):
+    """Sizes, angles and perspectives of a small picture, worked out here."""
+
+    ROWS = [[10, 20, 30], [40, 50, 60]]
+
+    def pgm(self, rows):
+        header = f"P5\n{len(rows[0])} {len(rows)}\n255\n".encode()
+        return header + b"".join(bytes(row) for row in rows)
+
+    def moved(self, *arguments):
+        """The small picture after a command."""
+        source = self.path("in.pgm", self.pgm(self.ROWS))
+        out = self.path("out.pgm")
+        done = vk(arguments[0], source, out, *arguments[1:], "--json")
+        self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
+        with open(out, "rb") as file:
+            data = file.read()
+        report = json.loads(done.stdout)
+        width, height = report["width"], report["height"]
+        self.assertEqual(len(data), len(f"P5\n{width} {height}\n255\n") + width * height, arguments)
+        pixels = data[-width * height:]
+        return [list(pixels[y * width:(y + 1) * width]) for y in range(height)]
+
+    def test_flips_turns_and_perspectives(self):
+        rows = self.ROWS
+        flipped, mirrored = rows[::-1], [row[::-1] for row in rows]
+        clockwise = [list(column) for column in zip(*rows[::-1])]
+        counter = [list(column) for column in zip(*rows)][::-1]
+        half = [row[::-1] for row in rows[::-1]]
+        transposed = [list(column) for column in zip(*rows)]
+        self.assertEqual(self.moved("flip"), flipped)
+        self.assertEqual(self.moved("mirror"), mirrored)
+        for angle, expected in ((0, rows), (90, clockwise), (-90, counter), (180, half), (450, clockwise), (-270, clockwise)):
+            self.assertEqual(self.moved("rotate", f"--angle={angle}"), expected, angle)
+        # Each perspective as cameras count them, brought upright.
+        upright = {1: rows, 2: mirrored, 3: half, 4: flipped, 5: transposed, 6: clockwise,
+                   7: [row[::-1] for row in transposed[::-1]], 8: counter}
+        for perspective, expected in upright.items():
+            self.assertEqual(self.moved("orient", "--from", perspective), expected, perspective)
+            self.assertEqual(self.moved("orient", "--from", perspective, "--to", perspective), rows, perspective)
+        kept = self.moved("rotate", "--angle", "90", "--keep", "--fill", "ffffff")
+        self.assertEqual((len(kept), len(kept[0])), (2, 3))
+        self.assertTrue({255}.issubset(sum(kept, [])))
+
+    def test_sizes(self):
+        doubled = [[v for v in row for _ in range(2)] for row in self.ROWS for _ in range(2)]
+        for size in (("--size", "6x4"), ("--size", "6x"), ("--size", "x4"), ("--scale", "200")):
+            self.assertEqual(self.moved("resize", *size, "--filter", "nearest"), doubled, size)
+        self.assertEqual(self.moved("resize", "--size", "1x1"), [[35]])
+        for kind in ("nearest", "area", "bicubic", "sharp"):
+            self.assertEqual(self.moved("resize", "--size", "3x2", "--filter", kind), self.ROWS, kind)
+        page = self.path("page.pbm", b"P4 16 2\n" + b"\xff\x00" * 2)
+        self.assertEqual(vk("resize", page, self.path("gray.pgm"), "--size", "2x1", "--filter", "gray").returncode, 0)
+        with open(self.path("gray.pgm"), "rb") as file:
+            self.assertEqual(file.read(), b"P5\n2 1\n255\n\x00\xff")
+
+    def test_wrong_values(self):
+        source, out = self.path("in.pgm", self.pgm(self.ROWS)), self.path("out.pgm")
+        for arguments in (["resize"], ["resize", "--size", "x"], ["resize", "--size", "3"], ["resize", "--size", "0x3"],
+                          ["resize", "--scale", "-5"], ["resize", "--size", "3x3", "--scale", "5"],
+                          ["resize", "--size", "3x3", "--filter", "magic"], ["rotate"], ["rotate", "--angle", "much"],
+                          ["rotate", "--angle", "1", "--fill", "12345"], ["rotate", "--angle", "1", "--center", "3"],
+                          ["orient", "--to", "9"], ["flip", "--angle", "3"]):
+            self.fails(2, "vk:", arguments[0], source, out, *arguments[1:])
+        self.fails(1, "vk:", "resize", source, out, "--size", "2000000000x2000000000")
 
 
 class Failures(VkTest):

@@ -22,7 +22,6 @@ const Option kOptions[] = {
     {"--as", "KIND", kAsDescription.c_str()},
     {"--tile-size", "BYTES", "with tiled: bytes per tile, such as 64K (default: an eighth of the picture)"},
     {"-o", "FILE", "write the picture as read back from the bitmap: .png, .pnm, .pbm, .pgm or .ppm"},
-    {"--json", nullptr, "print one JSON object"},
 };
 
 using Clock = std::chrono::steady_clock;

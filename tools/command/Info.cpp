@@ -9,10 +9,6 @@ namespace vk::tool {
 
 namespace {
 
-constexpr Option kOptions[] = {
-    {"--json", nullptr, "print one JSON object"},
-};
-
 void run_info(const Arguments& arguments)
 {
     const std::string& name = arguments.files[0];
@@ -28,7 +24,7 @@ void run_info(const Arguments& arguments)
 
 extern const Command kInfoCommand;
 const Command kInfoCommand = {
-    "info", "FILE", 1, "Tells what a picture is and how a bitmap would hold it.", kOptions, &run_info,
+    "info", "FILE", 1, "Tells what a picture is and how a bitmap would hold it.", {}, &run_info,
 };
 
 } // namespace vk::tool

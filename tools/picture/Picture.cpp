@@ -42,6 +42,20 @@ std::unique_ptr<PictureReader> make_reader(const Magic& magic, size_t length, Fi
     throw FileError(name, std::string("not a picture this program reads (") + readable_formats() + ")");
 }
 
+std::string extension_of(const std::string& name)
+{
+    const std::u8string end = path_of(name).extension().u8string();
+    std::string extension(end.begin(), end.end());
+    std::transform(extension.begin(), extension.end(), extension.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return extension;
+}
+
+bool is_pnm(const std::string& extension)
+{
+    return extension == ".pnm" || extension == ".pbm" || extension == ".pgm" || extension == ".ppm";
+}
+
 void clear_padding(const PictureInfo& info, uint8_t* row)
 {
     const size_t bits = static_cast<size_t>(info.width) * static_cast<size_t>(info.bits);
@@ -78,19 +92,33 @@ std::unique_ptr<PictureReader> open_picture(const std::string& name)
 
 std::unique_ptr<PictureWriter> create_picture(const std::string& name)
 {
-    const std::u8string end = path_of(name).extension().u8string();
-    std::string extension(end.begin(), end.end());
-    std::transform(extension.begin(), extension.end(), extension.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::string extension = extension_of(name);
     if constexpr (kPng) {
         if (extension == ".png") {
             return write_png(name);
         }
     }
-    if (extension == ".pnm" || extension == ".pbm" || extension == ".pgm" || extension == ".ppm") {
+    if (is_pnm(extension)) {
         return write_pnm(name);
     }
     throw UsageError(name + ": the extension names no format this program writes (" + writable_formats() + ")");
+}
+
+bool has_writable_name(const std::string& name)
+{
+    const std::string extension = extension_of(name);
+    return is_pnm(extension) || (kPng && extension == ".png");
+}
+
+bool has_readable_name(const std::string& name)
+{
+    const std::string extension = extension_of(name);
+    return has_writable_name(name) || (kJpeg && (extension == ".jpg" || extension == ".jpeg"));
+}
+
+const char* default_extension()
+{
+    return kPng ? ".png" : ".pnm";
 }
 
 const char* readable_formats()

@@ -64,6 +64,12 @@ std::unique_ptr<PictureReader> open_picture(const std::string& name);
 /** Gives the writer that the name's extension asks for, and touches nothing yet. UsageError when there is none. */
 std::unique_ptr<PictureWriter> create_picture(const std::string& name);
 
+/** Whether a name's extension is that of a format this build reads, or writes. */
+bool has_readable_name(const std::string& name);
+bool has_writable_name(const std::string& name);
+/** The extension for pictures whose own format is not written, with its dot. */
+const char* default_extension();
+
 /** The formats of this build, in words. */
 const char* readable_formats();
 const char* writable_formats();

@@ -1,0 +1,90 @@
+/**
+ * @file Operation.cpp
+ * The list of operations, and how a sub-command is made of one.
+ */
+#include "tools/Operation.h"
+
+#include "tools/Failure.h"
+#include "tools/PictureFile.h"
+#include "tools/Progress.h"
+#include "tools/Report.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace vk::tool {
+
+extern const Operation kConvert;
+extern const Operation kFlip;
+extern const Operation kMirror;
+extern const Operation kOrient;
+extern const Operation kResize;
+extern const Operation kRotate;
+
+namespace {
+
+constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kFlip, &kMirror, &kOrient};
+
+void run_operation(const Operation& operation, const Arguments& arguments)
+{
+    const Action action = operation.prepare(arguments);
+    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1]);
+    const auto shown = [](const char* label) {
+        return [progress = std::make_shared<Progress>(label)](int32_t done, int32_t total) {
+            progress->count(done, total);
+        };
+    };
+    const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"));
+    const auto start = std::chrono::steady_clock::now();
+    {
+        Progress progress(operation.doing);
+        action(*bitmap);
+    }
+    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
+    save_bitmap(*bitmap, *writer, shown("writing"));
+
+    const BITMAPHANDLE& record = bitmap->record();
+    Report report;
+    report.text("file", "written to", arguments.files[1]);
+    report.number("width", "width", record.Width, " pixels");
+    report.number("height", "height", record.Height, " pixels");
+    report.number("bits", "bits per pixel", record.BitsPerPixel);
+    report.number("colors", "palette", record.Colors, " entries");
+    report.number("data_bytes", "data size", static_cast<int64_t>(record.Size64), " bytes");
+    report.measure("operation_ms", "time", spent.count() * 1e3, " ms");
+    report.print(arguments.has("--json"));
+}
+
+} // namespace
+
+std::span<const Operation* const> operations()
+{
+    return kOperations;
+}
+
+std::vector<Action> read_chain(std::vector<std::string> words)
+{
+    std::vector<Action> chain;
+    while (!words.empty()) {
+        const auto found = std::find_if(std::begin(kOperations), std::end(kOperations),
+                                        [&](const Operation* operation) { return words[0] == operation->name; });
+        if (found == std::end(kOperations)) {
+            throw UsageError("unknown operation " + words[0]);
+        }
+        const Command step{(*found)->name, "", 0, "", (*found)->options, {}, true};
+        Arguments arguments = parse_arguments(step, std::span<const std::string>(words).subspan(1));
+        chain.push_back((*found)->prepare(arguments));
+        words = std::move(arguments.chain);
+    }
+    return chain;
+}
+
+Command operation_command(const Operation& operation)
+{
+    return {
+        operation.name, "FILE OUT", 2, operation.summary, operation.options, [&operation](const Arguments& arguments) {
+            run_operation(operation, arguments);
+        }};
+}
+
+} // namespace vk::tool

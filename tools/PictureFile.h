@@ -1,0 +1,28 @@
+/**
+ * @file PictureFile.h
+ * Whole picture files into bitmaps and back.
+ */
+#ifndef VK_TOOLS_PICTURE_FILE_H
+#define VK_TOOLS_PICTURE_FILE_H
+
+#include "tools/Bitmap.h"
+
+#include <functional>
+#include <memory>
+#include <string>
+
+namespace vk::tool {
+
+/** Told after each row how many are done; may throw, which ends the work. */
+using RowDone = std::function<void(int32_t done, int32_t total)>;
+
+/** Reads a picture into a bitmap of the default memory type, top row first. The file is closed again. */
+std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done);
+
+/** Writes the stored rows, first one at the top. Depths and orders that picture files do not have are written in the
+ *  nearest form that has all their values. */
+void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const RowDone& row_done);
+
+} // namespace vk::tool
+
+#endif
