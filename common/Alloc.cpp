@@ -81,20 +81,6 @@ int settle_request(int32_t bits, uint32_t& memory) noexcept
                : V_ERROR_INVALID_PARAMETER;
 }
 
-bool give_paint_table(BITMAPHANDLE& bitmap) noexcept
-{
-    constexpr size_t kEntries = 256;
-    auto* const table = static_cast<uint8_t*>(locked_block_alloc(kEntries));
-    if (!table)
-        return false;
-    for (size_t i = 0; i < kEntries; ++i)
-        table[i] = static_cast<uint8_t>(i);
-    bitmap.PaintLUT = table;
-    if (is_current(bitmap))
-        bitmap.PaintLUT16 = nullptr;
-    return true;
-}
-
 /// `percent` of `whole`, without overflow.
 uint64_t percent_of(uint64_t whole, uint64_t percent) noexcept
 {
@@ -160,6 +146,20 @@ int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palet
 }
 
 } // namespace
+
+bool give_paint_table(BITMAPHANDLE& bitmap) noexcept
+{
+    constexpr size_t kEntries = 256;
+    auto* const table = static_cast<uint8_t*>(locked_block_alloc(kEntries));
+    if (!table)
+        return false;
+    for (size_t i = 0; i < kEntries; ++i)
+        table[i] = static_cast<uint8_t>(i);
+    bitmap.PaintLUT = table;
+    if (is_current(bitmap))
+        bitmap.PaintLUT16 = nullptr;
+    return true;
+}
 
 StoreRequest store_request(uint64_t bytes) noexcept
 {

@@ -14,6 +14,9 @@ StoreRequest store_request(uint64_t bytes) noexcept;
 /// Bytes that may be had as conventional memory at this moment, by the thread's thresholds.
 uint64_t conventional_limit() noexcept;
 
+/// Gives the record the paint table that every allocated bitmap has; false without memory.
+bool give_paint_table(BITMAPHANDLE& bitmap) noexcept;
+
 /// Allocates storage of a requested kind, with the paint table and all callbacks. The record keeps its state on
 /// failure.
 int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept;

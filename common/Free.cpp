@@ -8,6 +8,7 @@
 #include "common/Overlay.h"
 #include "common/Palette.h"
 #include "common/Trace.h"
+#include "platform/platform.h"
 
 namespace vk {
 
@@ -54,6 +55,8 @@ void free_storage(BITMAPHANDLE& bitmap) noexcept
     const Store* const store = store_of(bitmap.Flags);
     if (store && !(bitmap.Flags & BITMAPFLAG_MIRROR))
         store->destroy(bitmap);
+    else if (store && bitmap.Flags & BITMAPFLAG_GLOBAL && bitmap.Flags & BITMAPFLAG_LOCKED)
+        platform::movable_unlock(bitmap.Handle); // a borrowed block keeps no lock of ours
     bitmap.Flags &= ~(kStorageFlags | BITMAPFLAG_GLOBAL | BITMAPFLAG_LOCKED);
     bitmap.Handle = nullptr;
     bitmap.Data = nullptr;

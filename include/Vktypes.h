@@ -71,6 +71,108 @@ typedef struct tagRECT {
     int32_t bottom;
 } RECT;
 
+/** The oldest header of a device-independent bitmap, 12 bytes. */
+typedef struct tagBITMAPCOREHEADER {
+    uint32_t bcSize;
+    uint16_t bcWidth;
+    uint16_t bcHeight;
+    uint16_t bcPlanes;
+    uint16_t bcBitCount;
+} BITMAPCOREHEADER;
+
+/** The usual header, 40 bytes. */
+typedef struct tagBITMAPINFOHEADER {
+    uint32_t biSize;
+    int32_t biWidth;
+    int32_t biHeight; /**< negative: the top row comes first */
+    uint16_t biPlanes;
+    uint16_t biBitCount;
+    uint32_t biCompression; /**< BI_ value or a four-character code */
+    uint32_t biSizeImage;
+    int32_t biXPelsPerMeter;
+    int32_t biYPelsPerMeter;
+    uint32_t biClrUsed;
+    uint32_t biClrImportant;
+} BITMAPINFOHEADER;
+
+/** A header and the start of its colour table. */
+typedef struct tagBITMAPINFO {
+    BITMAPINFOHEADER bmiHeader;
+    RGBQUAD bmiColors[1];
+} BITMAPINFO;
+
+/** A point of a colour space, as numbers with 30 bits of fraction. */
+typedef struct tagCIEXYZ {
+    int32_t ciexyzX;
+    int32_t ciexyzY;
+    int32_t ciexyzZ;
+} CIEXYZ;
+
+/** The primaries of a colour space. */
+typedef struct tagCIEXYZTRIPLE {
+    CIEXYZ ciexyzRed;
+    CIEXYZ ciexyzGreen;
+    CIEXYZ ciexyzBlue;
+} CIEXYZTRIPLE;
+
+/** The header with a colour space, 108 bytes. */
+typedef struct tagBITMAPV4HEADER {
+    uint32_t bV4Size;
+    int32_t bV4Width;
+    int32_t bV4Height;
+    uint16_t bV4Planes;
+    uint16_t bV4BitCount;
+    uint32_t bV4V4Compression;
+    uint32_t bV4SizeImage;
+    int32_t bV4XPelsPerMeter;
+    int32_t bV4YPelsPerMeter;
+    uint32_t bV4ClrUsed;
+    uint32_t bV4ClrImportant;
+    uint32_t bV4RedMask;
+    uint32_t bV4GreenMask;
+    uint32_t bV4BlueMask;
+    uint32_t bV4AlphaMask;
+    uint32_t bV4CSType;
+    CIEXYZTRIPLE bV4Endpoints;
+    uint32_t bV4GammaRed;
+    uint32_t bV4GammaGreen;
+    uint32_t bV4GammaBlue;
+} BITMAPV4HEADER;
+
+/** The header with a colour profile, 124 bytes. */
+typedef struct tagBITMAPV5HEADER {
+    uint32_t bV5Size;
+    int32_t bV5Width;
+    int32_t bV5Height;
+    uint16_t bV5Planes;
+    uint16_t bV5BitCount;
+    uint32_t bV5Compression;
+    uint32_t bV5SizeImage;
+    int32_t bV5XPelsPerMeter;
+    int32_t bV5YPelsPerMeter;
+    uint32_t bV5ClrUsed;
+    uint32_t bV5ClrImportant;
+    uint32_t bV5RedMask;
+    uint32_t bV5GreenMask;
+    uint32_t bV5BlueMask;
+    uint32_t bV5AlphaMask;
+    uint32_t bV5CSType;
+    CIEXYZTRIPLE bV5Endpoints;
+    uint32_t bV5GammaRed;
+    uint32_t bV5GammaGreen;
+    uint32_t bV5GammaBlue;
+    uint32_t bV5Intent;
+    uint32_t bV5ProfileData;
+    uint32_t bV5ProfileSize;
+    uint32_t bV5Reserved;
+} BITMAPV5HEADER;
+
+#define BI_RGB 0u
+#define BI_RLE8 1u
+#define BI_RLE4 2u
+#define BI_BITFIELDS 3u
+#define LCS_sRGB 0x73524742u
+
 /** A block of global memory: an opaque handle for movable blocks, the address itself for fixed ones. */
 typedef void* HGLOBAL;
 

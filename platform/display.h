@@ -1,5 +1,6 @@
-// Logical palettes and the display's own palette. On Windows they are GDI's; elsewhere they are small blocks of ours,
-// and the display is never palette-based. `platform/win32/Display.cpp` and `platform/posix/Display.cpp` implement this.
+// Logical palettes, the display's own palette and its resolution. On Windows they are GDI's; elsewhere they are small
+// blocks of ours, and the display is never palette-based. `platform/win32/Display.cpp` and `platform/posix/Display.cpp`
+// implement this.
 #pragma once
 
 #include "Vkkrnx.h"
@@ -25,6 +26,9 @@ uint32_t palette_read(HPALETTE palette, uint32_t start, uint32_t count, RGBQUAD*
 
 /// Index of the entry that the platform holds nearest to a colour without form byte.
 uint32_t palette_nearest(HPALETTE palette, COLORREF color) noexcept;
+
+/// Pixels per metre of the display. False, with nothing written, where there is no display to ask or it does not say.
+bool display_resolution(int32_t* horizontal, int32_t* vertical) noexcept;
 
 /// The display's palette as up to 256 entries; 0 when the display has none.
 uint32_t display_palette(RGBQUAD* entries) noexcept;

@@ -140,6 +140,21 @@ void set_last_error(Status status) noexcept
     backend::set_last_error(status);
 }
 
+Status module_open(const char* name, void** module) noexcept
+{
+    return backend::module_open(name, module);
+}
+
+void* module_symbol(void* module, const char* symbol) noexcept
+{
+    return backend::module_symbol(module, symbol);
+}
+
+void module_close(void* module) noexcept
+{
+    backend::module_close(module);
+}
+
 Status temp_directory(wchar_t* directory, size_t length) noexcept
 {
     return backend::temp_directory(directory, length);

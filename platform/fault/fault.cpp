@@ -37,6 +37,7 @@ constexpr Kind kKinds[kCalls] = {
     {"event_create", Status::no_memory},   {"event_duplicate", Status::no_memory},
     {"lock_create", Status::no_memory},    {"processor_count", Status::failed},
     {"thread_start", Status::no_memory},   {"pool_queue", Status::no_memory},
+    {"module_open", Status::not_found},    {"module_symbol", Status::not_found},
 };
 
 std::atomic<uint64_t> seen[kCalls + 1]; ///< by kind, and all of them at kAnyCall
@@ -51,6 +52,7 @@ std::atomic<int64_t> live_heap{0};
 std::atomic<int64_t> live_sections{0};
 std::atomic<int64_t> live_files{0};
 std::atomic<int64_t> live_views{0};
+std::atomic<int64_t> live_modules{0};
 
 /// What this layer knows of a movable block.
 struct Movable {
@@ -215,6 +217,7 @@ Live live() noexcept
     now.files = live_files;
     now.views = live_views;
     count_thread_objects(now);
+    now.modules = live_modules;
     count_movables(now);
     return now;
 }
@@ -415,6 +418,27 @@ Status file_delete(const wchar_t* name) noexcept
 void set_last_error(Status status) noexcept
 {
     backend::set_last_error(status);
+}
+
+Status module_open(const char* name, void** module) noexcept
+{
+    if (must_fail(Call::module_open))
+        return failure_of(Call::module_open);
+    const Status status = backend::module_open(name, module);
+    if (status == Status::ok)
+        ++fault::live_modules;
+    return status;
+}
+
+void* module_symbol(void* module, const char* symbol) noexcept
+{
+    return must_fail(Call::module_symbol) ? nullptr : backend::module_symbol(module, symbol);
+}
+
+void module_close(void* module) noexcept
+{
+    --fault::live_modules;
+    backend::module_close(module);
 }
 
 Status temp_directory(wchar_t* directory, size_t length) noexcept

@@ -41,8 +41,10 @@ enum class Call : uint8_t {
     processor_count, ///< the answer is 0
     thread_start,
     pool_queue,
+    module_open,
+    module_symbol,
 };
-constexpr size_t kCalls = static_cast<size_t>(Call::pool_queue) + 1;
+constexpr size_t kCalls = static_cast<size_t>(Call::module_symbol) + 1;
 
 const char* name_of(Call call) noexcept;
 
@@ -79,6 +81,7 @@ struct Live {
     int64_t views = 0;
     int64_t events = 0;
     int64_t rw_locks = 0;
+    int64_t modules = 0;
 
     bool operator==(const Live&) const = default;
 };

@@ -61,6 +61,11 @@ uint32_t palette_nearest(HPALETTE palette, COLORREF color) noexcept
     return static_cast<uint32_t>(nearest - first);
 }
 
+bool display_resolution(int32_t*, int32_t*) noexcept
+{
+    return false;
+}
+
 uint32_t display_palette(RGBQUAD*) noexcept
 {
     return 0;

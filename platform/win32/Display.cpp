@@ -65,6 +65,23 @@ uint32_t palette_nearest(HPALETTE palette, COLORREF color) noexcept
     return GetNearestPaletteIndex(palette, color);
 }
 
+bool display_resolution(int32_t* horizontal, int32_t* vertical) noexcept
+{
+    const HDC screen = GetDC(nullptr);
+    if (screen == nullptr) {
+        return false;
+    }
+    const int x = MulDiv(GetDeviceCaps(screen, HORZRES), 1000, GetDeviceCaps(screen, HORZSIZE));
+    const int y = MulDiv(GetDeviceCaps(screen, VERTRES), 1000, GetDeviceCaps(screen, VERTSIZE));
+    ReleaseDC(nullptr, screen);
+    if (x <= 0 || y <= 0) { // a size of 0 makes it -1
+        return false;
+    }
+    *horizontal = x;
+    *vertical = y;
+    return true;
+}
+
 uint32_t display_palette(RGBQUAD* entries) noexcept
 {
     const HDC screen = GetDC(nullptr);

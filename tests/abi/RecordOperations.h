@@ -37,6 +37,8 @@ std::span<const Operation> view_operations();
 std::span<const Operation> rotate_operations();
 std::span<const Operation> resize_operations();
 std::span<const Operation> resample_operations();
+std::span<const Operation> dib_operations();
+std::span<const Operation> list_operations();
 std::span<const Operation> storage_operations();
 
 /// An operation without further arguments.

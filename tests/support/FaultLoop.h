@@ -32,6 +32,7 @@ inline void expect_same_live(const fault::Live& before, const fault::Live& after
     EXPECT_EQ(before.views, after.views);
     EXPECT_EQ(before.events, after.events);
     EXPECT_EQ(before.rw_locks, after.rw_locks);
+    EXPECT_EQ(before.modules, after.modules);
 }
 
 /// Runs one round; `check` sees it before the leak check. Returns whether the fault fired.

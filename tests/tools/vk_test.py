@@ -13,6 +13,7 @@ import tempfile
 import time
 import unittest
 
+from bitmaps import bmp, packed, read_bmp
 from pictures import CHANNELS, chunk, png, read_png
 
 KINDS = ["conv", "global", "user", "disk", "tiled", "compressed"]
@@ -133,6 +134,51 @@ class Pictures(VkTest):
         rows = self.rows(2, 0)
         source = self.path("in.png", png(rows, 2, 0))
         self.assertEqual(self.hold(source, "conv", self.path("out.pgm"))[1], b"P5\n13 9\n3\n" + bytes(sum(rows, [])))
+
+    def test_bmp(self):
+        for bits, size, top_down in itertools.product((1, 2, 4, 8, 24), (12, 40, 52, 108, 124), (False, True)):
+            if top_down and size == 12:
+                continue
+            palette = [tuple(self.random.randrange(256) for _ in range(3)) for _ in range(1 << bits)] if bits <= 8 else []
+            rows = [[self.random.randrange(1 << bits) for _ in range(13)] for _ in range(5)]
+            source = self.path("in.bmp", bmp(rows, bits, palette, size, top_down=top_down))
+            report, out = self.hold(source, "conv", self.path("out.bmp"))
+            depth, fields, table, found = read_bmp(out)
+            self.assertEqual((report["bits_per_pixel"], depth), (bits, 4 if bits == 2 else bits))
+            self.assertEqual(table, b"".join(bytes(entry) + b"\0" for entry in palette))
+            self.assertEqual(found, [packed(row, depth, 13) for row in rows], (bits, size, top_down))
+            self.assertEqual((fields["header"], fields["compression"]), (40, 0))
+            if size != 12:
+                self.assertEqual(fields["resolution"], (2835, 2835))
+
+    def test_bmp_masks_and_runs(self):
+        colours = {  # depth, masks, header: a pixel and its red, green and blue
+            (16, (0xF800, 0x7E0, 0x1F), 52): (0x8A51, (140, 73, 140)), (16, (), 40): (0x7FE1, (255, 255, 8)),
+            (32, (0xFF, 0xFF00, 0xFF0000), 108): (0x123456, (0x56, 0x34, 0x12)), (32, (), 40): (0x99123456, (0x12, 0x34, 0x56))}
+        for (bits, masks, size), (pixel, colour) in colours.items():
+            source = self.path("in.bmp", bmp([[pixel, 0]], bits, size=size, masks=masks))
+            out = self.hold(source, "conv", self.path("out.ppm"))[1]
+            self.assertEqual(out, b"P6\n2 1\n255\n" + bytes(colour) + b"\0\0\0", (bits, masks))
+        alpha = bmp([[0x80112233, 0x00445566]], 32, size=124, masks=(0xFF0000, 0xFF00, 0xFF, 0xFF000000))
+        depth, fields, _, rows = read_bmp(self.hold(self.path("in.bmp", alpha), "conv", self.path("out.bmp"))[1])
+        self.assertEqual((depth, fields["header"], fields["compression"]), (32, 124, 3))
+        self.assertEqual(rows, [packed([0x80112233, 0x00445566], 32, 2)])
+        runs = b"\x05\x02\0\0\0\x03\x00\x01\x02\0\x02\x01\0\0\0\x01"
+        gray = [(0, 0, 0), (7, 7, 7), (255, 255, 255)]
+        good = bmp([[0] * 5] * 2, 8, gray, data=runs, compression=1)
+        out = self.hold(self.path("in.bmp", good), "conv", self.path("out.ppm"))[1]
+        self.assertEqual(out[11:], b"".join(bytes(gray[i]) for i in (0, 1, 2, 1, 1, 2, 2, 2, 2, 2)))
+
+    def test_bmp_files_that_lie(self):
+        good = bmp([[1, 2, 3], [4, 5, 6]], 8, [(1, 2, 3)] * 256)
+        huge = (0x7FFFFFFF).to_bytes(4, "little")
+        for at, value in ((10, b"\0\0\0\0"), (10, huge), (14, b"\x0d"), (14, huge), (18, huge), (18, b"\xff" * 4), (22, huge),
+                          (22, b"\0\0\0\x80"), (26, b"\2"), (28, b"\7"), (30, b"\4"), (30, b"\2"), (46, b"\2\1"), (46, huge)):
+            data = good[:at] + value + good[at + len(value):]
+            self.fails(3, "BMP" if at not in (18, 22) else "in.bmp", "info", self.path("in.bmp", data))
+        self.fails(3, "run lengths", "info", self.path("in.bmp", bmp([[0] * 5], 8, [(0, 0, 0)], data=b"\4\1\0\1", compression=1)))
+        for length in range(2, len(good), 7):
+            self.fails(3, "in.bmp", "info", self.path("in.bmp", good[:length]))
 
     def test_png_transparency(self):
         if "PNG" not in formats():

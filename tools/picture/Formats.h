@@ -13,7 +13,9 @@ namespace vk::tool {
 std::unique_ptr<PictureReader> read_pnm(File file, const std::string& name);
 std::unique_ptr<PictureReader> read_png(File file, const std::string& name);
 std::unique_ptr<PictureReader> read_jpeg(File file, const std::string& name);
+std::unique_ptr<PictureReader> read_bmp(File file, const std::string& name);
 
+std::unique_ptr<PictureWriter> write_bmp(const std::string& name);
 std::unique_ptr<PictureWriter> write_pnm(const std::string& name);
 std::unique_ptr<PictureWriter> write_png(const std::string& name);
 

@@ -36,6 +36,9 @@ std::unique_ptr<PictureReader> make_reader(const Magic& magic, size_t length, Fi
         }
         throw FileError(name, "this build does not read JPEG");
     }
+    if (length >= 2 && magic[0] == 'B' && magic[1] == 'M') {
+        return read_bmp(std::move(file), name);
+    }
     if (length >= 2 && magic[0] == 'P' && magic[1] >= '1' && magic[1] <= '6') {
         return read_pnm(std::move(file), name);
     }
@@ -98,6 +101,9 @@ std::unique_ptr<PictureWriter> create_picture(const std::string& name)
             return write_png(name);
         }
     }
+    if (extension == ".bmp") {
+        return write_bmp(name);
+    }
     if (is_pnm(extension)) {
         return write_pnm(name);
     }
@@ -107,7 +113,7 @@ std::unique_ptr<PictureWriter> create_picture(const std::string& name)
 bool has_writable_name(const std::string& name)
 {
     const std::string extension = extension_of(name);
-    return is_pnm(extension) || (kPng && extension == ".png");
+    return is_pnm(extension) || extension == ".bmp" || (kPng && extension == ".png");
 }
 
 bool has_readable_name(const std::string& name)
@@ -124,14 +130,14 @@ const char* default_extension()
 const char* readable_formats()
 {
     if (kPng) {
-        return kJpeg ? "PNG, JPEG, PNM" : "PNG, PNM";
+        return kJpeg ? "PNG, JPEG, PNM, BMP" : "PNG, PNM, BMP";
     }
-    return kJpeg ? "JPEG, PNM" : "PNM";
+    return kJpeg ? "JPEG, PNM, BMP" : "PNM, BMP";
 }
 
 const char* writable_formats()
 {
-    return kPng ? "PNG, PNM" : "PNM";
+    return kPng ? "PNG, PNM, BMP" : "PNM, BMP";
 }
 
 void check_size(const std::string& name, int64_t width, int64_t height)

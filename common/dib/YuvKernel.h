@@ -1,0 +1,28 @@
+// One row of YUV samples, in the forms that have a fast kernel: luma and chroma either interleaved in fours of bytes
+// for two pixels, or in separate rows with one chroma sample for two pixels.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::dib {
+
+/// A row's samples. Packed: `y` points at the first luma byte, `u` and `v` at the first chroma bytes, luma bytes are
+/// two and chroma bytes four apart. Planar: all are one apart.
+struct YuvRow {
+    const uint8_t* y;
+    const uint8_t* u;
+    const uint8_t* v;
+};
+
+/// Converts the first pixels of a row, as many as come in whole steps; returns their number. Reads no byte outside the
+/// row's samples and writes none behind its pixels. With `stream`, for rows at multiples of 16 bytes, writes go past
+/// the caches; the caller ends them with a fence.
+using YuvKernel = uint32_t(const YuvRow& row, uint32_t width, uint8_t* bgr, bool stream) noexcept;
+
+YuvKernel yuy2_full_avx2;
+YuvKernel uyvy_studio_avx2;
+YuvKernel yvyu_studio_avx2;
+YuvKernel planar_studio_avx2;
+
+} // namespace vk::dib

@@ -1,0 +1,92 @@
+// Device-independent bitmaps.
+#include "tests/abi/RecordOperations.h"
+
+#include "Vkdib.h"
+
+#include <cstring>
+
+namespace vk::testing {
+
+namespace {
+
+intptr_t freed_size(HGLOBAL dib)
+{
+    const auto size = static_cast<intptr_t>(dib ? GlobalSize(dib) : 0);
+    if (dib)
+        GlobalFree(dib);
+    return size;
+}
+
+intptr_t convert_to(B bitmap)
+{
+    return freed_size(V_ConvertToDIB(bitmap, DIB_V5HEADER));
+}
+
+intptr_t convert_to_memory(B bitmap)
+{
+    uint32_t size = 0;
+    void* const dib = V_ConvertToDIB2(bitmap, DIB_INFOHEADER, &size, 0);
+    V_FreeMemory(dib);
+    return size;
+}
+
+/// A small DIB as a block, or null when a function is to refuse the record anyway.
+HGLOBAL small_dib()
+{
+    HGLOBAL const block = GlobalAlloc(GHND, sizeof(BITMAPINFOHEADER) + 4 * kHeight);
+    if (auto* const header = static_cast<BITMAPINFOHEADER*>(GlobalLock(block))) {
+        header->biSize = sizeof *header;
+        header->biWidth = 1;
+        header->biHeight = kHeight;
+        header->biPlanes = 1;
+        header->biBitCount = 24;
+        GlobalUnlock(block);
+    }
+    return block;
+}
+
+/// The record's size field is what these take as its size; the bitmap it held is freed first.
+template <auto function> intptr_t from_block(B bitmap)
+{
+    HGLOBAL const block = small_dib();
+    V_FreeBitmap(bitmap);
+    const int code = function(bitmap, bitmap->StructSize, block);
+    if (code != SUCCESS || function == V_MirrorFromDIB) {
+        V_FreeBitmap(bitmap);
+        GlobalFree(block);
+    }
+    return code;
+}
+
+intptr_t convert_from(B bitmap)
+{
+    HGLOBAL const block = small_dib();
+    const auto* const data = static_cast<const uint8_t*>(GlobalLock(block));
+    V_FreeBitmap(bitmap);
+    const int code = V_ConvertFromDIB(bitmap, bitmap->StructSize, reinterpret_cast<const BITMAPINFO*>(data), data + 40);
+    GlobalUnlock(block);
+    GlobalFree(block);
+    return code;
+}
+
+intptr_t change_to(B bitmap)
+{
+    return freed_size(V_ChangeToDIB(bitmap, DIB_V4HEADER));
+}
+
+} // namespace
+
+std::span<const Operation> dib_operations()
+{
+    static const Operation operations[] = {
+        {"V_ConvertToDIB", convert_to, false},
+        {"V_ConvertToDIB2", convert_to_memory, false},
+        {"V_MirrorFromDIB", from_block<V_MirrorFromDIB>, true},
+        {"V_ChangeFromDIB", from_block<V_ChangeFromDIB>, true},
+        {"V_ChangeToDIB", change_to, false},
+        {"V_ConvertFromDIB", convert_from, true},
+    };
+    return operations;
+}
+
+} // namespace vk::testing
