@@ -6,6 +6,7 @@
 #include "common/Duplicate.h"
 #include "common/Locks.h"
 #include "common/Progress.h"
+#include "common/RowCol.h"
 #include "common/RowMath.h"
 #include "common/ThreadState.h"
 
@@ -77,6 +78,14 @@ struct Target {
     StoreRequest request;
 };
 
+/// Whether a kind can hold pixels of a depth.
+bool holds_depth(const Store* store, int32_t bits) noexcept
+{
+    if (store == &kCompressedStore)
+        return bits == 1;
+    return store != &kSuperCompressedStore || bits == 1 || bits == 8 || bits == 24;
+}
+
 int make_target(BITMAPHANDLE& staged, const void* context) noexcept
 {
     const auto& target = *static_cast<const Target*>(context);
@@ -147,7 +156,7 @@ int change_memory(BITMAPHANDLE& bitmap, uint32_t memory, const TileArguments& ar
     Target target{arguments.flags & MEMORYINFO_MEMORY ? store_for(memory) : present, store_request(plain_size(bitmap))};
     if (!target.store || bitmap.Flags & BITMAPFLAG_LOCKED)
         return V_ERROR_INVALID_PARAMETER;
-    if (target.store == &kCompressedStore && bitmap.BitsPerPixel != 1)
+    if (!holds_depth(target.store, bitmap.BitsPerPixel))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     if (!shape_tiles(bitmap, arguments, target.request))
         return V_ERROR_INVALID_PARAMETER;
@@ -169,7 +178,7 @@ int change_compression(BITMAPHANDLE& bitmap, int32_t compression) noexcept
     const Target target{wanted[compression], store_request(plain_size(bitmap))};
     if (target.store == present)
         return V_SUCCESS;
-    if (target.store == &kCompressedStore && bitmap.BitsPerPixel != 1)
+    if (!holds_depth(target.store, bitmap.BitsPerPixel))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     return move_storage(bitmap, make_target, &target);
 }
@@ -192,6 +201,8 @@ int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) no
     const int released = access.release();
     if (result == V_SUCCESS)
         result = released;
+    if (result == V_SUCCESS && V_BitmapIsSuperCompressed(&staged.record()))
+        recount_size(staged.record()); // packs what the cache still holds
     if (result == V_SUCCESS)
         staged.commit_to(bitmap);
     return result;

@@ -415,9 +415,8 @@ V_API int V_GetStatusCallback(V_STATUSCALLBACK* ppfnCallback, void** ppUserData)
  * bits. TYPE_COMPRESSED counts at 1 bit per pixel only and TYPE_SUPERCOMPRESSED at 1, 8 and 24; elsewhere they are
  * dropped, and a request they leave empty is TYPE_CONV.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or another request; ERROR_INVALID_STRUCT_SIZE;
- * ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY: no kind could be had; ERROR_FEATURE_NOT_SUPPORTED:
- * super-compressed storage, which this version does not have; the result of a callback that refused. On failure the
- * record is as it was.
+ * ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY: no kind could be had; the result of a callback that refused.
+ * On failure the record is as it was.
  */
 V_API int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) V_NOEXCEPT;
 
@@ -517,11 +516,11 @@ V_API int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64
                                 int32_t* pnConvTiles, int32_t* pnTilesLeft, int32_t* pnConvBuffers) V_NOEXCEPT;
 /**
  * Moves an allocated bitmap's pixels to storage of another kind, or re-tiles it. Reports progress.
- * @param uMemory TYPE_CONV, TYPE_TILED, TYPE_DISK or, at 1 bit per pixel, TYPE_COMPRESSED. The remaining arguments
- * shape tiles. @param uFlags MEMORYINFO_ bits: which arguments count.
+ * @param uMemory TYPE_CONV, TYPE_TILED, TYPE_DISK, at 1 bit per pixel TYPE_COMPRESSED, at 1, 8 and 24 bits
+ * TYPE_SUPERCOMPRESSED. The remaining arguments shape tiles. @param uFlags MEMORYINFO_ bits: which arguments count.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, other kind, bad figure or a bitmap that is locked;
- * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated or without data; ERROR_INVALID_BITS_PER_PIXEL: run
- * lengths at other than 1 bit; ERROR_FEATURE_NOT_SUPPORTED: super-compressed, or pixels held by data callbacks;
+ * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated or without data; ERROR_INVALID_BITS_PER_PIXEL: a
+ * depth that the kind does not hold; ERROR_FEATURE_NOT_SUPPORTED: pixels held by data callbacks;
  * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; ERROR_FILE_SEEK, ERROR_FILE_READ,
  * ERROR_FILE_WRITE; the status callback's refusal. On failure the bitmap is as it was.
  */
@@ -681,10 +680,10 @@ V_API int V_MirrorCompressedBuffer(void* pBuffer, int32_t nPixels) V_NOEXCEPT;
 V_API int V_FlipCompressedBuffer(void* pBuffer, int32_t nRows) V_NOEXCEPT;
 /**
  * Changes the way a bitmap's rows are stored. Reports progress.
- * @param nCompression 0 none, 1 run-length (1 bit per pixel), 2 super-compressed.
+ * @param nCompression 0 none, 1 run-length (1 bit per pixel), 2 super-compressed (1, 8 and 24 bits). The record's
+ * size is that of what is stored afterwards.
  * @return SUCCESS (also when nothing changes); ERROR_INVALID_PARAMETER: null record, other value, lent or locked
- * memory; ERROR_INVALID_IMAGE: not allocated; ERROR_FEATURE_NOT_SUPPORTED: super-compressed; otherwise as
- * V_SetBitmapMemoryInfo. On failure the bitmap is as it was.
+ * memory; ERROR_INVALID_IMAGE: not allocated; otherwise as V_SetBitmapMemoryInfo. On failure the bitmap is as it was.
  */
 V_API int V_ChangeBitmapCompression(BITMAPHANDLE* pBitmap, int32_t nCompression) V_NOEXCEPT;
 /** V_ChangeBitmapCompression to 0 for a compressed bitmap, to 1 for any other 1-bit bitmap, to 2 for deeper ones. */
@@ -773,6 +772,7 @@ V_EXTERN_C_END
 #include "Vkcolor.h"
 #include "Vkdib.h"
 #include "Vkdither.h"
+#include "Vkhuge.h"
 #include "Vklist.h"
 #include "Vkredirect.h"
 #include "Vkresample.h"

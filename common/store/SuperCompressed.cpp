@@ -1,35 +1,74 @@
-// Super-compressed storage: rows kept compressed by a codec. This version has no codec, and says so: a request fails,
-// and nothing falls back to another kind behind the caller's back. The entry holds the kind's place in the table.
+// Super-compressed storage: the record's side of it. The rows live in common/store/SuperBands.h, which the record's
+// `Handle` points to; all bytes of a row are kept, those behind its pixels too. `Data` is null: there is nothing that a
+// caller could look at.
 #include "common/Checks.h"
+#include "common/RowMath.h"
 #include "common/store/Store.h"
+#include "common/store/SuperBands.h"
 
 namespace vk {
 
 namespace {
 
-int create(BITMAPHANDLE&, const StoreRequest&) noexcept
+SuperBands* bands_of(const BITMAPHANDLE& bitmap) noexcept
 {
-    return V_ERROR_FEATURE_NOT_SUPPORTED;
+    return static_cast<SuperBands*>(bitmap.Handle);
 }
 
-intptr_t read(BITMAPHANDLE&, uint64_t, void*, size_t) noexcept
+int create(BITMAPHANDLE& bitmap, const StoreRequest&) noexcept
 {
-    return V_ERROR_FEATURE_NOT_SUPPORTED;
+    if (bitmap.Height < 1 || bitmap.Width < 1 || bitmap.BytesPerLine == 0 ||
+        !row_holds_width(bitmap.BytesPerLine, bitmap.Width, bitmap.BitsPerPixel))
+        return V_ERROR_INVALID_WIDTH_HEIGHT;
+    SuperBands* const bands = SuperBands::create(static_cast<uint32_t>(bitmap.Width), bitmap.BytesPerLine,
+                                                 static_cast<uint32_t>(bitmap.Height), bitmap.BitsPerPixel);
+    if (!bands)
+        return V_ERROR_NO_MEMORY;
+    bitmap.Handle = bands;
+    bitmap.Data = nullptr;
+    bitmap.DataOffset = 0;
+    bitmap.Flags |= BITMAPFLAG_SUPERCOMPRESSED | BITMAPFLAG_CONVENTIONALMEMORY;
+    return V_SUCCESS;
 }
 
-intptr_t write(BITMAPHANDLE&, uint64_t, const void*, size_t) noexcept
+uint64_t extent(const BITMAPHANDLE& bitmap) noexcept
 {
-    return V_ERROR_FEATURE_NOT_SUPPORTED;
+    const SuperBands* const bands = bands_of(bitmap);
+    return bands ? bands->extent() : 0;
 }
 
-int resize(BITMAPHANDLE&, int32_t) noexcept
+intptr_t read(BITMAPHANDLE& bitmap, uint64_t position, void* buffer, size_t bytes) noexcept
 {
-    return V_ERROR_FEATURE_NOT_SUPPORTED;
+    const int result = bands_of(bitmap)->read(position, static_cast<uint8_t*>(buffer), bytes);
+    return result == V_SUCCESS ? static_cast<intptr_t>(bytes) : result;
+}
+
+intptr_t write(BITMAPHANDLE& bitmap, uint64_t position, const void* buffer, size_t bytes) noexcept
+{
+    const int result = bands_of(bitmap)->write(position, static_cast<const uint8_t*>(buffer), bytes);
+    return result == V_SUCCESS ? static_cast<intptr_t>(bytes) : result;
+}
+
+int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
+{
+    SuperBands* const bands = bands_of(bitmap);
+    return bands && height >= 0 ? bands->resize(static_cast<uint32_t>(height)) : V_ERROR_INVALID_PARAMETER;
+}
+
+/// What was written and not yet packed is packed first.
+uint64_t recount(const BITMAPHANDLE& bitmap) noexcept
+{
+    SuperBands* const bands = bands_of(bitmap);
+    return bands ? bands->flush() : 0;
 }
 
 void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
 
-void destroy(BITMAPHANDLE&) noexcept {}
+void destroy(BITMAPHANDLE& bitmap) noexcept
+{
+    if (SuperBands* const bands = bands_of(bitmap))
+        bands->destroy();
+}
 
 } // namespace
 
@@ -39,11 +78,11 @@ const Store kSuperCompressedStore = {
     .before_start = V_ERROR_INVALID_PARAMETER,
     .read_past_end = V_ERROR_INVALID_PARAMETER,
     .create = create,
-    .extent = plain_size,
+    .extent = extent,
     .read = read,
     .write = write,
     .resize = resize,
-    .recount = plain_size,
+    .recount = recount,
     .figures = figures,
     .destroy = destroy,
 };

@@ -34,7 +34,7 @@ int expected_memory(uint32_t memory, int32_t bits)
         return ERROR_INVALID_PARAMETER;
     if (memory == 768)
         return TYPE_COMPRESSED;
-    return (memory & 1024) != 0 ? ERROR_FEATURE_NOT_SUPPORTED : memory == 128 ? TYPE_DISK : TYPE_CONV;
+    return static_cast<int>((memory & 1024) != 0 ? TYPE_SUPERCOMPRESSED : memory == 128 ? TYPE_DISK : TYPE_CONV);
 }
 
 TEST(Allocation, EveryRequestAtEveryDepth)

@@ -187,15 +187,15 @@ private:
 
     void expect_size(uint64_t gap)
     {
-        if (!V_BitmapIsCompressed(bitmap_.get())) {
+        if (!V_BitmapIsCompressed(bitmap_.get()) && !V_BitmapIsSuperCompressed(bitmap_.get())) {
             ASSERT_EQ(bytes_.size() + gap, bitmap_.data_size());
         }
     }
 
     void move()
     {
-        constexpr uint32_t kinds[] = {TYPE_CONV, TYPE_TILED, TYPE_DISK, TYPE_COMPRESSED};
-        const uint32_t memory = kinds[random_.below(bits() == 1 ? 4 : 3)];
+        constexpr uint32_t kinds[] = {TYPE_CONV, TYPE_TILED, TYPE_DISK, TYPE_SUPERCOMPRESSED, TYPE_COMPRESSED};
+        const uint32_t memory = kinds[random_.below(bits() == 1 ? 5 : can_make(Kind::super, bits()) ? 4 : 3)];
         if (random_.one_in(2))
             return; // rarer than the others
         const int32_t in_memory = random_.between(0, 3);
@@ -264,7 +264,7 @@ TEST(Rows, EveryDepthOnEveryStorageLikeAPlainArray)
     SCOPED_TRACE(random);
     for (const int32_t bits : kDepths) {
         for (const Kind kind : kKinds) {
-            if (kind == Kind::compressed && bits != 1)
+            if (!can_make(kind, bits))
                 continue;
             for (const uint32_t size : {BITMAPHANDLE_SIZE, BITMAPHANDLE_SIZE_EARLIER}) {
                 SCOPED_TRACE(std::string(name_of(kind)) + ", bits " + std::to_string(bits) + ", record " +

@@ -19,11 +19,6 @@ constexpr int32_t kWidth = 37;
 constexpr int32_t kHeight = 7;
 constexpr uint32_t kSizes[] = {BITMAPHANDLE_SIZE, BITMAPHANDLE_SIZE_EARLIER};
 
-bool can_make(Kind kind, int32_t bits)
-{
-    return kind != Kind::compressed || bits == 1;
-}
-
 /// Fills the pixels, padding included where the storage keeps it.
 void paint(TestBitmap& bitmap, TestRandom& random)
 {

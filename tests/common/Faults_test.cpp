@@ -150,6 +150,7 @@ const Operation kOperations[] = {
     {"moving to tiles", [](TestBitmap& b) { return move_to(b, TYPE_TILED, 1); }, kTransfer, {}},
     {"moving to a file", [](TestBitmap& b) { return move_to(b, TYPE_DISK, 0); }, kTransfer, {}},
     {"compressing", [](TestBitmap& b) { return move_to(b, TYPE_COMPRESSED, 0); }, kTransfer, {}},
+    {"super-compressing", [](TestBitmap& b) { return move_to(b, TYPE_SUPERCOMPRESSED, 0); }, kTransfer, {}},
     {"putting a row", [](TestBitmap& b) { return put(b, picture(8, 1)); }, kTransfer,
      [](const Bytes& b) { return over(b, picture(8, 1)); }},
     {"putting rows", [](TestBitmap& b) { return put(b, picture(8, 5)); }, kTransfer,

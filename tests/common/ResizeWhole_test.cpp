@@ -97,6 +97,8 @@ TEST(Resize, NearestInEveryStorage)
             for (const int step : {0, 1, 2}) {
                 const auto& size = kSizes[static_cast<size_t>(round + step) % std::size(kSizes)];
                 const Kind to_kind = kKinds[static_cast<size_t>(++round) % std::size(kKinds)];
+                if (!can_make(kind, bits) || !can_make(to_kind, bits))
+                    continue;
                 SCOPED_TRACE(std::to_string(bits) + " bits, " + name_of(kind) + " to " + name_of(to_kind));
                 Pixels pixels = random_pixels(random, size.from_w, size.from_h, bits);
                 TestBitmap from;
@@ -116,7 +118,7 @@ TEST(Resize, NearestInEveryStorage)
                 ASSERT_EQ(SUCCESS, V_SizeBitmap(from.get(), size.to_w, size.to_h, SIZEFLAG_NORMAL));
                 ASSERT_TRUE(!is_locked || V_ReleaseBitmap(from.get()) == SUCCESS);
                 ASSERT_EQ(nearest(pixels, size.to_w, size.to_h), read(from));
-                EXPECT_EQ(kind == Kind::compressed && bits == 1, V_BitmapIsCompressed(from.get()) != 0);
+                EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(from.get()) != 0);
                 EXPECT_EQ(kind == Kind::disk, V_BitmapIsDiskMemory(from.get()) != 0);
             }
 }

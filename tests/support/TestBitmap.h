@@ -16,11 +16,19 @@ namespace vk::testing {
 constexpr int32_t kDepths[] = {1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
 
 /// Where a test bitmap's pixels are. The tiled kinds differ in how many tiles stay in memory.
-enum class Kind { conv, global, user, disk, tiled_file, tiled_memory, tiled_mixed, compressed };
-constexpr Kind kKinds[] = {Kind::conv,       Kind::global,       Kind::user,        Kind::disk,
-                           Kind::tiled_file, Kind::tiled_memory, Kind::tiled_mixed, Kind::compressed};
-constexpr const char* kKindNames[] = {"conventional",    "global",       "user",        "disk",
-                                      "tiles in a file", "memory tiles", "mixed tiles", "compressed"};
+enum class Kind { conv, global, user, disk, tiled_file, tiled_memory, tiled_mixed, compressed, super };
+constexpr Kind kKinds[] = {Kind::conv,         Kind::global,      Kind::user,       Kind::disk, Kind::tiled_file,
+                           Kind::tiled_memory, Kind::tiled_mixed, Kind::compressed, Kind::super};
+constexpr const char* kKindNames[] = {"conventional", "global",          "user",
+                                      "disk",         "tiles in a file", "memory tiles",
+                                      "mixed tiles",  "compressed",      "super-compressed"};
+
+inline bool can_make(Kind kind, int32_t bits)
+{
+    if (kind == Kind::compressed)
+        return bits == 1;
+    return kind != Kind::super || bits == 1 || bits == 8 || bits == 24;
+}
 
 inline const char* name_of(Kind kind)
 {
@@ -131,6 +139,10 @@ public:
             break;
         case Kind::compressed:
             ASSERT_EQ(SUCCESS, V_AllocateBitmap(&record_, TYPE_COMPRESSED));
+            break;
+        case Kind::super:
+            ASSERT_EQ(SUCCESS, V_AllocateBitmap(&record_, TYPE_SUPERCOMPRESSED));
+            ASSERT_TRUE(V_BitmapIsSuperCompressed(&record_));
             break;
         }
     }
