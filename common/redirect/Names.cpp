@@ -25,7 +25,7 @@ struct Entry {
 
 class Registry {
 public:
-    constexpr Registry() noexcept = default;
+    Registry() noexcept = default;
     Registry(const Registry&) = delete;
     Registry& operator=(const Registry&) = delete;
     /// Frees the entries when the library goes.
