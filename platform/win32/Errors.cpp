@@ -21,6 +21,7 @@ Status to_status(DWORD error) noexcept
     case ERROR_PATH_NOT_FOUND:
     case ERROR_INVALID_DRIVE:
     case ERROR_BAD_NETPATH:
+    case ERROR_MOD_NOT_FOUND:
         return Status::not_found;
     case ERROR_FILE_EXISTS:
     case ERROR_ALREADY_EXISTS:
