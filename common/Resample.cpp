@@ -2,6 +2,7 @@
 #include "common/Resample.h"
 
 #include "Vkresample.h"
+#include "common/Callbacks.h"
 #include "common/Checks.h"
 #include "common/GrayScale.h"
 #include "common/Progress.h"
@@ -174,6 +175,8 @@ int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter 
     result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
     if (result == V_SUCCESS)
         result = resample_into(bitmap, staged.record(), filter);
+    if (result == V_SUCCESS)
+        result = scale_region(bitmap, width, height);
     return result == V_SUCCESS ? staged.replace() : result;
 }
 

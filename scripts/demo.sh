@@ -39,7 +39,7 @@ for sample in samples/astronaut.png samples/rocket.jpg samples/page.png; do
     name=$(basename "${sample%.*}")
     echo "== $sample"
     "$vk" info "$sample"
-    kinds=(conv global user disk tiled)
+    kinds=(conv global user disk tiled super)
     [ "$name" = page ] && kinds+=(compressed)
     for kind in "${kinds[@]}"; do
         echo "-- held as $kind"

@@ -21,6 +21,7 @@ KINDS = {
     "disk": "temporary file",
     "tiled": "tiles",
     "compressed": "run-length rows",
+    "super": "super-compressed bands",
 }
 
 

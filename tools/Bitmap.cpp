@@ -19,6 +19,7 @@ constexpr StorageKind kKinds[] = {
     {"disk", TYPE_DISK, TYPE_DISK},
     {"tiled", TYPE_TILED, TYPE_TILED},
     {"compressed", TYPE_COMPRESSED, TYPE_COMPRESSED},
+    {"super", TYPE_SUPERCOMPRESSED, TYPE_SUPERCOMPRESSED},
 };
 
 /** Tiles of the given size, or eight of them and a bit, at least a row each. */
@@ -38,7 +39,7 @@ void set_tile_size(const PictureInfo& info, std::optional<int64_t> tile_bytes)
 
 const char* storage_kind_names()
 {
-    return "conv, global, user, disk, tiled or compressed";
+    return "conv, global, user, disk, tiled, compressed or super";
 }
 
 const StorageKind& storage_kind(const std::string& name)
@@ -80,6 +81,10 @@ Bitmap::Bitmap(const PictureInfo& info, const StorageKind& kind, std::optional<i
 {
     if (kind.reported == TYPE_COMPRESSED && info.bits != 1) {
         throw OperationError("compressed storage holds pictures of 1 bit per pixel, this one has " +
+                             std::to_string(info.bits));
+    }
+    if (kind.reported == TYPE_SUPERCOMPRESSED && info.bits != 1 && info.bits != 8 && info.bits != 24) {
+        throw OperationError("super-compressed storage holds pictures of 1, 8 or 24 bits per pixel, this one has " +
                              std::to_string(info.bits));
     }
     if (kind.reported == TYPE_TILED) {

@@ -382,6 +382,9 @@ TEST(Resize, RegionAndOverlaysFollow)
         EXPECT_TRUE(from->RgnInfo == &pixels);
         EXPECT_EQ(3, slots_of(from)[3].Data[0]);
         EXPECT_EQ(0x01000007u, from->Transparency);
+        EXPECT_EQ(hook, V_ResampleBitmap(from.get(), 8, 31));
+        EXPECT_EQ(3, region.calls);
+        EXPECT_EQ(31, region.height);
         region.stop();
         from->RgnInfo = nullptr;
         to->RgnInfo = nullptr;

@@ -16,7 +16,7 @@ import unittest
 from bitmaps import bmp, packed, read_bmp
 from pictures import CHANNELS, chunk, png, read_png
 
-KINDS = ["conv", "global", "user", "disk", "tiled", "compressed"]
+KINDS = ["conv", "global", "user", "disk", "tiled", "compressed", "super"]
 options = argparse.Namespace()
 
 
@@ -208,10 +208,10 @@ class Holding(VkTest):
               "page.png": "9b55c1168d4e5b1b22f155a8d801c1a03c44b310bd230da4eece7ea31984f4e4"}
 
     def check_report(self, report, kind):
-        memory = {"disk": "disk", "tiled": "tiled", "compressed": "compressed"}.get(kind, "conventional")
+        memory = {"disk": "disk", "tiled": "tiled", "compressed": "compressed", "super": "super-compressed"}.get(kind, "conventional")
         self.assertEqual((report["kind"], report["memory"], report["equal"]), (kind, memory, True))
         self.assertEqual(report["raw_bytes"], report["bytes_per_line"] * report["height"])
-        if kind == "compressed":
+        if kind in ("compressed", "super"):
             self.assertLess(report["stored_bytes"], report["raw_bytes"])
         else:
             self.assertEqual(report["stored_bytes"], report["raw_bytes"])
@@ -271,6 +271,8 @@ class Holding(VkTest):
                     "raw_bytes": 16, "memory": "conventional", "view_perspective": "top left", "order": "RGB"}
         self.assertEqual({key: report[key] for key in expected}, expected)
         self.assertIn(b"33 pixels", vk("info", self.path("in.pbm")).stdout)
+        page = self.path("page.pbm", b"P4 4000 100\n" + bytes(50000))
+        self.assertGreater(json.loads(vk("info", page, "--compress", "--json").stdout)["ratio"], 10)
 
 
 class Batches(VkTest):

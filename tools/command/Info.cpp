@@ -1,13 +1,19 @@
 /**
  * @file Info.cpp
- * vk info: what is in a picture file, and what the library would make of it. The pixels are not read.
+ * vk info: what is in a picture file, and what the library would make of it. The pixels are read only to find out how
+ * they compress.
  */
 #include "tools/Command.h"
 #include "tools/command/Describe.h"
+#include "tools/command/Trial.h"
 
 namespace vk::tool {
 
 namespace {
+
+const Option kOptions[] = {
+    {"--compress", nullptr, "also hold the picture super-compressed: its ratio and speed (1, 8 and 24 bits)"},
+};
 
 void run_info(const Arguments& arguments)
 {
@@ -17,6 +23,9 @@ void run_info(const Arguments& arguments)
     Report report;
     describe_picture(report, name, reader->info(), bitmap);
     describe_storage(report, bitmap.memory_info());
+    if (arguments.has("--compress")) {
+        describe_trial(report, try_storage(name, storage_kind("super"), std::nullopt, nullptr));
+    }
     report.print(arguments.has("--json"));
 }
 
@@ -24,7 +33,7 @@ void run_info(const Arguments& arguments)
 
 extern const Command kInfoCommand;
 const Command kInfoCommand = {
-    "info", "FILE", 1, "Tells what a picture is and how a bitmap would hold it.", {}, &run_info,
+    "info", "FILE", 1, "Tells what a picture is and how a bitmap would hold it.", kOptions, &run_info,
 };
 
 } // namespace vk::tool
