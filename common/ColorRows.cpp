@@ -58,7 +58,8 @@ void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
         // Indices past the entries in use are black.
         const RGBQUAD* const own = source.Palette;
         const uint32_t most = 1u << bits;
-        std::copy_n(own ? own : fixed_palette(bits), own ? std::min<uint32_t>(source.Colors, most) : most, palette_);
+        std::copy_n(own ? own : fixed_palette(bits), own ? std::min<uint32_t>(uint32_t{source.Colors}, most) : most,
+                    palette_);
         first_.palette = palette_;
     }
     if (kind == GrayKind::deep) {

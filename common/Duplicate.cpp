@@ -101,10 +101,12 @@ void copy_animation(BITMAPHANDLE& made, const BITMAPHANDLE& source) noexcept
 
 int copy_palette(BITMAPHANDLE& made, const BITMAPHANDLE& source) noexcept
 {
-    const uint32_t colors = std::min<uint32_t>(source.Colors, kMaxPaletteEntries);
-    if (made.BitsPerPixel > 8 || !source.Palette || colors == 0)
+    const uint32_t in_use = source.Colors;
+    const int32_t bits = made.BitsPerPixel;
+    const uint32_t colors = std::min<uint32_t>(in_use, kMaxPaletteEntries);
+    if (bits > 8 || !source.Palette || colors == 0)
         return V_SUCCESS;
-    return give_palette(made, source.Palette, std::min(colors, 1u << made.BitsPerPixel));
+    return give_palette(made, source.Palette, std::min(colors, 1u << bits));
 }
 
 int copy_overlays(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept

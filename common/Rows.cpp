@@ -54,7 +54,7 @@ int32_t reported_rows(int32_t height) noexcept
 int32_t buffered_rows(const BITMAPHANDLE& from, const BITMAPHANDLE& to) noexcept
 {
     const uint32_t from_line = from.BytesPerLine;
-    const uint32_t line = std::max<uint32_t>({1u, from_line, to.BytesPerLine});
+    const uint32_t line = std::max<uint32_t>({1u, from_line, uint32_t{to.BytesPerLine}});
     const auto most = static_cast<uint32_t>(reported_rows(from.Height));
     return static_cast<int32_t>(std::clamp<uint64_t>(kBufferBytes / line, 1, most));
 }

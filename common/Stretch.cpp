@@ -35,7 +35,7 @@ ColorResRequest request_like(const BITMAPHANDLE& to) noexcept
     } else {
         const uint32_t most = 1u << request.bits;
         request.palette = to.Palette;
-        request.colors = to.Palette && to.Colors > 0 ? std::min<uint32_t>(to.Colors, most) : most;
+        request.colors = to.Palette && to.Colors > 0 ? std::min<uint32_t>(uint32_t{to.Colors}, most) : most;
     }
     return request;
 }

@@ -144,7 +144,7 @@ BoxSize box_size(const Window& window, const Canvas& canvas, const BITMAPHANDLE&
     if (!window.in_place())
         return {kBoxSide, kBoxSide};
     const int32_t rows = std::min(reported, kBandRows);
-    const uint32_t line = std::max<uint32_t>(made.BytesPerLine, 1);
+    const uint32_t line = std::max<uint32_t>(uint32_t{made.BytesPerLine}, 1);
     const auto buffered = static_cast<int32_t>(std::max<uint64_t>(kBandBytes / line, 1));
     return {made.Width, canvas.in_place() ? rows : std::min(rows, buffered)};
 }

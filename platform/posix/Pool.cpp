@@ -102,8 +102,21 @@ public:
     PoolUnlock& operator=(const PoolUnlock&) = delete;
 };
 
+// A fork finds the pool at rest, so that the child can take it apart.
+
+void before_fork() noexcept
+{
+    pthread_mutex_lock(&g_pool.mutex);
+}
+
+void after_fork_in_parent() noexcept
+{
+    pthread_mutex_unlock(&g_pool.mutex);
+}
+
 void after_fork_in_child() noexcept
 {
+    std::free(g_pool.ring);
     new (&g_pool) Pool; // its threads are the parent's
     t_is_ours = false;
 }
@@ -159,7 +172,7 @@ void* thread_main(void* started) noexcept
 Status start(void (*run)(Thread&) noexcept, ThreadRoutine routine, void* parameter) noexcept
 {
     if (g_pool.processors == 0) {
-        if (const int error = pthread_atfork(nullptr, nullptr, &after_fork_in_child); error != 0)
+        if (const int error = pthread_atfork(&before_fork, &after_fork_in_parent, &after_fork_in_child); error != 0)
             return posix::to_status(error);
         g_pool.processors = std::max(processor_count(), 1u);
     }
