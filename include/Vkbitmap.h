@@ -57,12 +57,14 @@ V_EXTERN_C_BEGIN
  * @return as V_CreateBitmap; ERROR_INVALID_PARAMETER: also pDst equal to pSrc, or unknown flags; ERROR_INVALID_IMAGE:
  * the source is not allocated; ERROR_INVALID_WIDTH_HEIGHT: also a width whose rows a record cannot state. On failure
  * the source is as it was and the duplicate empty but for StructSize.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_DupBitmapNewDim(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize, int32_t nWidth,
                             int32_t nHeight, int32_t nBitsPerPixel, uint32_t uMemory, uint32_t uDupFlags) V_NOEXCEPT;
 /**
  * Makes a full copy of a bitmap, pixels and all parts but the region, in storage of the same kind.
  * @return as V_DupBitmapNewDim and V_CopyBitmapData. On failure the copy is empty but for StructSize.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize) V_NOEXCEPT;
 /**
@@ -76,10 +78,11 @@ V_API int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructS
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: sizes differ, or
  * BytesPerLine cannot hold Width; ERROR_INVALID_BITS_PER_PIXEL: depths differ; ERROR_NO_MEMORY; a failed transfer; the
  * status callback's refusal. After a failure the destination's pixels may be changed in part.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_CopyBitmapData(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) V_NOEXCEPT;
 /** Frees what is left of a bitmap whose place a duplicate took (DUPFLAG_TAKEOVER). Ignores a null record or one of
- *  wrong size. */
+ *  wrong size. @remark One thread per bitmap at a time. */
 V_API void V_FreeDuplicateBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /**
@@ -101,6 +104,7 @@ V_API void V_FreeDuplicateBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_BITS_PER_PIXEL; ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot
  * hold Width; ERROR_INVALID_LUT_LENGTH: LUT is too short; ERROR_NO_MEMORY; a failed transfer; the status callback's
  * refusal. On failure the source is as it was, and a second record empty but for StructSize.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
                            uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) V_NOEXCEPT;
@@ -109,15 +113,17 @@ V_API int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStr
  * Makes a bitmap gray: 8 bits with a gray ramp, or gray samples of 12 or 16 bits.
  * @param nBitsPerPixel 8, 12 or 16; 0 means 8.
  * @return as V_ColorResBitmap; ERROR_INVALID_BITS_PER_PIXEL: another depth.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_GrayScaleBitmap(BITMAPHANDLE* pBitmap, int32_t nBitsPerPixel) V_NOEXCEPT;
-/** V_GrayScaleBitmap into a second record. */
+/** V_GrayScaleBitmap into a second record. @remark One thread per bitmap at a time, for both bitmaps. */
 V_API int V_CreateGrayScaleBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
                                   int32_t nBitsPerPixel) V_NOEXCEPT;
 /**
  * Tells whether a bitmap is gray. A ramp's entries are equally spaced (one off at most), all 1 << depth of them.
  * @return 0: no, or a null record or one of wrong size; 1: indices of a ramp from black to white, or 8-bit gray levels;
  * 2: indices of a ramp from white to black; 3: gray samples of more than 8 bits.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
@@ -126,6 +132,7 @@ V_API int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * @param puMask receives the mask. @param pnShift receives the shift. @param pnBits receives the number of bits.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_BITS_PER_PIXEL:
  * pixels of more than 32 bits, which are not gray samples.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, int32_t* pnBits) V_NOEXCEPT;
 

@@ -36,9 +36,11 @@ V_EXTERN_C_BEGIN
  * @return the DIB, the caller's to free, with rows bottom up; or null: null or unallocated bitmap, wrong record size,
  * locked block, rows that BytesPerLine cannot hold, more than 4 GiB, no memory, a failed transfer, or the status
  * callback's refusal. The bitmap is then as it was, except that its view perspective may have been changed.
+ * @remark One thread per bitmap at a time.
  */
 V_API HGLOBAL V_ChangeToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) V_NOEXCEPT;
-/** Makes a packed DIB from a bitmap, which stays as it is: V_ConvertToDIB2 into movable global memory. */
+/** Makes a packed DIB from a bitmap, which stays as it is: V_ConvertToDIB2 into movable global memory.
+ *  @remark One thread per bitmap at a time. */
 V_API HGLOBAL V_ConvertToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) V_NOEXCEPT;
 /**
  * Makes a packed DIB from a bitmap, which stays as it is. Depths change as in V_ChangeToDIB; colours of 16 bits are
@@ -47,6 +49,7 @@ V_API HGLOBAL V_ConvertToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) V_NOEXCEPT;
  * @param bGlobal non-zero: the result is the handle of a movable global block; zero: a pointer to memory that
  * V_FreeMemory frees.
  * @return the DIB, the caller's to free; null as V_ChangeToDIB (a locked bitmap is no obstacle here).
+ * @remark One thread per bitmap at a time.
  */
 V_API void* V_ConvertToDIB2(BITMAPHANDLE* pBitmap, uint32_t uType, uint32_t* puSize, int bGlobal) V_NOEXCEPT;
 
@@ -65,12 +68,14 @@ V_API void* V_ConvertToDIB2(BITMAPHANDLE* pBitmap, uint32_t uType, uint32_t* puS
  * pixel array that the block does not hold; ERROR_INVALID_STRUCT_SIZE; ERROR_FEATURE_NOT_SUPPORTED: planes other than
  * 1, or a depth or compression there is none of; ERROR_NO_MEMORY; or as V_ConvertFromDIB. After a failure the block is
  * as it was and the caller's; the record, past the check of its size, is empty but for StructSize.
+ * @remark One thread per bitmap and block at a time.
  */
 V_API int V_ChangeFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL hDIB) V_NOEXCEPT;
 /**
  * V_ChangeFromDIB for a block that stays the caller's: the bitmap borrows it (BITMAPFLAG_MIRROR), and it must outlive
  * the bitmap. DIBs with bit fields are copied, as are those that are decoded. The block is never changed or freed here;
  * writing to the bitmap writes into it.
+ * @remark One thread per bitmap and block at a time.
  */
 V_API int V_MirrorFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL hDIB) V_NOEXCEPT;
 /**
@@ -90,6 +95,7 @@ V_API int V_MirrorFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL h
  * missing; V_ERROR_CODEC_MISSING; what the codec says; ERROR_INVALID_WIDTH_HEIGHT; ERROR_NO_MEMORY; or as
  * V_AllocateBitmap and V_PutBitmapRow; the status callback's refusal. After a failure the record, past the check of its
  * size, is empty but for StructSize.
+ * @remark One thread per bitmap at a time; several threads may read one DIB at once.
  */
 V_API int V_ConvertFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, const BITMAPINFO* pInfo,
                            const void* pBits) V_NOEXCEPT;

@@ -28,6 +28,7 @@ V_EXTERN_C_BEGIN
 /**
  * Starts dithering a bitmap's rows with its `DitheringMethod` to the fewest destination bits that number uColors
  * entries; otherwise V_StartDitheringExt without a match table.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_StartDithering(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uColors) V_NOEXCEPT;
 /**
@@ -44,6 +45,7 @@ V_API int V_StartDithering(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint3
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, no such method or pixel format, negative width, number of
  * colours or bits out of range or not going together, no palette with a match table, no entry that may be chosen;
  * ERROR_INVALID_STRUCT_SIZE; ERROR_NO_MEMORY. `DitherData` is then as it was.
+ * @remark One thread per bitmap at a time; runs on several threads may share a match table.
  */
 V_API int V_StartDitheringExt(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uColors, int32_t nBitsPerPixel,
                               uint32_t* pMatchTable) V_NOEXCEPT;
@@ -54,15 +56,17 @@ V_API int V_StartDitheringExt(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, ui
  * significant bit first, spare bits of the last byte clear; it may be the source row.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or row, no run, or the bitmap's format or width is not the
  * run's; ERROR_INVALID_STRUCT_SIZE.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_DitherLine(BITMAPHANDLE* pBitmap, void* pSrcRow, void* pDstRow) V_NOEXCEPT;
 /** Ends a bitmap's run. @return SUCCESS, also without one; ERROR_INVALID_PARAMETER: null record;
- *  ERROR_INVALID_STRUCT_SIZE. */
+ *  ERROR_INVALID_STRUCT_SIZE. @remark One thread per bitmap at a time. */
 V_API int V_StopDithering(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /** Sets the `DitheringMethod` that the calling thread's new bitmaps get. @return SUCCESS; ERROR_INVALID_PARAMETER: no
- *  such method. */
+ *  such method. @remark Affects the calling thread only. */
 V_API int V_DefaultDithering(int32_t nMethod) V_NOEXCEPT;
-/** @return the method that the calling thread's new bitmaps get: DITHER_FLOYD_STEINBERG unless set. */
+/** @return the method that the calling thread's new bitmaps get: DITHER_FLOYD_STEINBERG unless set.
+ *  @remark Reads the calling thread's own setting. */
 V_API int32_t V_GetDefaultDithering(void) V_NOEXCEPT;
 
 V_EXTERN_C_END

@@ -24,6 +24,7 @@ typedef struct V_HUGEMEMORY_* HHUGEMEMORY;
  * memory and nothing else.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer, size 0, another kind; ERROR_NO_MEMORY: neither memory nor a
  * file could be had, or is allowed.
+ * @remark Thread-safe.
  */
 V_API int V_AllocHugeMemory(HHUGEMEMORY* phMemory, uint64_t uSize, uint32_t uMemory) V_NOEXCEPT;
 
@@ -32,6 +33,7 @@ V_API int V_AllocHugeMemory(HHUGEMEMORY* phMemory, uint64_t uSize, uint32_t uMem
  * and must outlive the block.
  * @param phMemory receives the block, or null on failure. @param pData the memory. @param uSize its size in bytes.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer or size 0; ERROR_NO_MEMORY.
+ * @remark Thread-safe.
  */
 V_API int V_CreateHugeMemoryFromPtr(HHUGEMEMORY* phMemory, void* pData, uint64_t uSize) V_NOEXCEPT;
 
@@ -44,6 +46,7 @@ V_API int V_CreateHugeMemoryFromPtr(HHUGEMEMORY* phMemory, void* pData, uint64_t
  * ERROR_NO_DISK_SPACE: the disk has no room for that part of the file; ERROR_NO_MEMORY: the window cannot be mapped;
  * ERROR_FILE_SEEK, ERROR_FILE_READ, ERROR_FILE_WRITE: of a redirected file. The bytes of the block are untouched by a
  * failure.
+ * @remark One thread per block at a time.
  */
 V_API int V_AccessHugeMemory(HHUGEMEMORY hMemory, uint64_t uOffset, uint64_t uBytes, void** ppData) V_NOEXCEPT;
 
@@ -52,12 +55,14 @@ V_API int V_AccessHugeMemory(HHUGEMEMORY hMemory, uint64_t uOffset, uint64_t uBy
  * @param hMemory the block. @param uOffset first byte. @param uBytes number of bytes; 0 clears nothing.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null block, or bytes outside it; as V_AccessHugeMemory, bytes before those
  * that could not be had being clear.
+ * @remark One thread per block at a time.
  */
 V_API int V_ZeroHugeMemory(HHUGEMEMORY hMemory, uint64_t uOffset, uint64_t uBytes) V_NOEXCEPT;
 
 /**
  * Frees a block, its window and its file; memory that was the caller's stays.
  * @param hMemory the block. @return SUCCESS; ERROR_INVALID_PARAMETER: null block.
+ * @remark One thread per block at a time.
  */
 V_API int V_FreeHugeMemory(HHUGEMEMORY hMemory) V_NOEXCEPT;
 

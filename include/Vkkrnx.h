@@ -11,7 +11,9 @@
  *  - The caller owns every record it passes. The blocks a bitmap record points to belong to the record and are freed by
  *    V_FreeBitmap alone.
  *  - Wide strings are the platform's wchar_t; functions whose names end in A take or give UTF-8.
- *  - Different bitmaps may be used by different threads at once; one bitmap belongs to one thread at a time.
+ *  - Different bitmaps may be used by different threads at once; one bitmap belongs to one thread at a time. Each
+ *    function's remark says what holds for it: a thread-safe one may be called by any threads at any time, and settings
+ *    of the calling thread are those that it made itself, or was started with (V_VellThreadCreateAndRun).
  */
 #ifndef VKKRNX_H
 #define VKKRNX_H
@@ -366,12 +368,13 @@ V_EXTERN_C_BEGIN
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_WIDTH_HEIGHT:
  * negative size; ERROR_INVALID_BITS_PER_PIXEL; ERROR_MEMORY_TOO_LARGE: more than 0xFFFF0000 bytes in an earlier record.
  * After a failure past the structure size the record is empty but for StructSize.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_InitBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
                        int32_t nBitsPerPixel) V_NOEXCEPT;
 
 /** As V_InitBitmap, and gives the record a copy of a table of data callbacks (null: none). A table that cannot be
- *  installed (V_SetBitmapDataCallbacks) is left out without a word. */
+ *  installed (V_SetBitmapDataCallbacks) is left out without a word. @remark One thread per bitmap at a time. */
 V_API int V_InitBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
                                     int32_t nBitsPerPixel, const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
 
@@ -382,9 +385,10 @@ V_API int V_InitBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize,
  * accepted and not used: no text has places for them.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null buffer; ERROR_BUFFER_TOO_SMALL: the text was cut (it still ends with a
  * zero when uLength is not 0).
+ * @remark Thread-safe.
  */
 V_API int V_GetFriendlyErrorMessage(int nCode, wchar_t* pszBuffer, uint32_t uLength, ...) V_NOEXCEPT;
-/** V_GetFriendlyErrorMessage in 8-bit characters. */
+/** V_GetFriendlyErrorMessage in 8-bit characters. @remark Thread-safe. */
 V_API int V_GetFriendlyErrorMessageA(int nCode, char* pszBuffer, uint32_t uLength, ...) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -396,10 +400,12 @@ V_API int V_GetFriendlyErrorMessageA(int nCode, char* pszBuffer, uint32_t uLengt
  * @param pfnCallback the callback, or null for none. @param pUserData passed back to it.
  * @param ppfnOld,ppOldUserData receive the previous ones; may be null.
  * @return SUCCESS.
+ * @remark Affects the calling thread only.
  */
 V_API int V_SetStatusCallback(V_STATUSCALLBACK pfnCallback, void* pUserData, V_STATUSCALLBACK* ppfnOld,
                               void** ppOldUserData) V_NOEXCEPT;
-/** Reads the calling thread's status callback; either out pointer may be null. @return SUCCESS. */
+/** Reads the calling thread's status callback; either out pointer may be null. @return SUCCESS.
+ *  @remark Reads the calling thread's own setting. */
 V_API int V_GetStatusCallback(V_STATUSCALLBACK* ppfnCallback, void** ppUserData) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -417,6 +423,7 @@ V_API int V_GetStatusCallback(V_STATUSCALLBACK* ppfnCallback, void** ppUserData)
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or another request; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY: no kind could be had; the result of a callback that refused.
  * On failure the record is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) V_NOEXCEPT;
 
@@ -430,29 +437,33 @@ V_API int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) V_NOEXCEPT;
  * @param uDataSize bytes at pData.
  * @return as V_InitBitmap and V_AllocateBitmap; ERROR_INVALID_BITS_PER_PIXEL: wide gamut at other than 24 or 48 bits;
  * ERROR_INVALID_PARAMETER: perspective outside 0 to 8. On failure the record is empty but for StructSize.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_CreateBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uint32_t uMemory, int32_t nWidth, int32_t nHeight,
                          int32_t nBitsPerPixel, int32_t nOrder, const RGBQUAD* pPalette, int32_t nViewPerspective,
                          void* pData, uint64_t uDataSize) V_NOEXCEPT;
-/** As V_CreateBitmap, with a table of data callbacks for the record to copy (null: none). */
+/** As V_CreateBitmap, with a table of data callbacks for the record to copy (null: none).
+ *  @remark One thread per bitmap at a time. */
 V_API int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uint32_t uMemory, int32_t nWidth,
                                       int32_t nHeight, int32_t nBitsPerPixel, int32_t nOrder, const RGBQUAD* pPalette,
                                       int32_t nViewPerspective, void* pData, uint64_t uDataSize,
                                       const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
 
 /** Frees a bitmap's storage and every block the record owns. Ignores a null record or one of wrong size; memory the
- *  caller lent (Mirror) stays the caller's. */
+ *  caller lent (Mirror) stays the caller's. @remark One thread per bitmap at a time. */
 V_API void V_FreeBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /**
  * Locks a bitmap for row access; calls nest. The first lock makes `Data` of a Global bitmap valid.
  * @return SUCCESS; ERROR_NULL_PTR: null record; ERROR_NO_MEMORY: the block cannot be locked; the result of an
  * AccessBitmapCallback that refused. On failure the lock count is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_AccessBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
  * Takes one lock off a bitmap. @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE; the result of a failing
  * ReleaseBitmapCallback (the lock is off all the same).
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_ReleaseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
@@ -462,6 +473,7 @@ V_API int V_ReleaseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * @param pData the pixels or null. @param uDataSize bytes at pData.
  * @return SUCCESS; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: null record, or neither a user-memory bitmap,
  * nor a null pointer, nor exactly the bitmap's data size.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSize) V_NOEXCEPT;
 
@@ -470,16 +482,19 @@ V_API int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uD
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, lent memory or a locked block; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: height below 1; ERROR_NO_MEMORY. On failure the
  * bitmap is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) V_NOEXCEPT;
 /** Brings `Size` up to date: the stored bytes of compressed bitmaps, else BytesPerLine * Height.
- *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated. */
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_UpdateBitmapSize(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /** Sets the calling thread's default memory type. @return SUCCESS; ERROR_INVALID_PARAMETER: neither TYPE_CONV nor
- *  TYPE_DISK. */
+ *  TYPE_DISK. @remark Affects the calling thread only. */
 V_API int V_SetDefaultMemoryType(uint32_t uMemory) V_NOEXCEPT;
-/** Reads the default memory type. @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer. */
+/** Reads the default memory type. @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer.
+ *  @remark Reads the calling thread's own setting. */
 V_API int V_GetDefaultMemoryType(uint32_t* puMemory) V_NOEXCEPT;
 
 /**
@@ -491,16 +506,19 @@ V_API int V_GetDefaultMemoryType(uint32_t* puMemory) V_NOEXCEPT;
  * @param nConvBuffers tiles in files that stay mapped: a number, -p for p percent, 0 for the library's choice.
  * @param uFlags THRESHOLD_ bits: which of the five to set.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: a value below -100, or a tile size below 0; values before it stay set.
+ * @remark Affects the calling thread only.
  */
 V_API int V_SetMemoryThresholds(int32_t nReservedMemory, int64_t nMaxConvSize, int64_t nTileSize, int32_t nConvTiles,
                                 int32_t nConvBuffers, uint32_t uFlags) V_NOEXCEPT;
-/** Reads the thresholds as they were set; each out pointer may be null. @return SUCCESS. */
+/** Reads the thresholds as they were set; each out pointer may be null. @return SUCCESS.
+ *  @remark Reads the calling thread's own setting. */
 V_API int V_GetMemoryThresholds(int32_t* pnReservedMemory, int64_t* pnMaxConvSize, int64_t* pnTileSize,
                                 int32_t* pnConvTiles, int32_t* pnConvBuffers) V_NOEXCEPT;
 /** Sets the process-wide disk threshold; null clears it. @return SUCCESS; ERROR_INVALID_STRUCT_SIZE;
- *  ERROR_INVALID_PARAMETER: a threshold below -1. */
+ *  ERROR_INVALID_PARAMETER: a threshold below -1. @remark Thread-safe; the value holds for all threads. */
 V_API int V_SetGlobalMemoryThresholds(const GLOBALMEMORYTHRESHOLDS* pThresholds) V_NOEXCEPT;
 /** Reads the disk threshold (after -1, the computed one). @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE.
+ * @remark Thread-safe; the value holds for all threads.
  */
 V_API int V_GetGlobalMemoryThresholds(GLOBALMEMORYTHRESHOLDS* pThresholds, uint32_t uStructSize) V_NOEXCEPT;
 
@@ -511,6 +529,7 @@ V_API int V_GetGlobalMemoryThresholds(GLOBALMEMORYTHRESHOLDS* pThresholds, uint3
  * @param pnTilesLeft tiles in the file. @param pnConvBuffers tiles of the file that may be mapped at once.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or type pointer; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_IMAGE: not allocated.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64_t* pnTileSize, int32_t* pnTiles,
                                 int32_t* pnConvTiles, int32_t* pnTilesLeft, int32_t* pnConvBuffers) V_NOEXCEPT;
@@ -523,6 +542,7 @@ V_API int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64
  * depth that the kind does not hold; ERROR_FEATURE_NOT_SUPPORTED: pixels held by data callbacks;
  * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; ERROR_FILE_SEEK, ERROR_FILE_READ,
  * ERROR_FILE_WRITE; the status callback's refusal. On failure the bitmap is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_SetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t uMemory, int64_t nTileSize, int32_t nTiles,
                                 int32_t nConvTiles, int32_t nTilesLeft, int32_t nConvBuffers,
@@ -530,38 +550,42 @@ V_API int V_SetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t uMemory, int64_t
 
 /** Gives the record a zeroed block of uSize bytes in ExtraData, in place of any earlier one.
  *  @return SUCCESS; ERROR_INVALID_IMAGE: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: size 0;
- *  ERROR_NO_MEMORY: the earlier block stays. */
+ *  ERROR_NO_MEMORY: the earlier block stays. @remark One thread per bitmap at a time. */
 V_API int V_AllocateBitmapExtraData(BITMAPHANDLE* pBitmap, uint64_t uSize) V_NOEXCEPT;
 /** Frees the record's extra data, if any. @return SUCCESS; ERROR_INVALID_IMAGE: null record;
- *  ERROR_INVALID_STRUCT_SIZE. */
+ *  ERROR_INVALID_STRUCT_SIZE. @remark One thread per bitmap at a time. */
 V_API int V_FreeBitmapExtraData(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /** Sets the process-wide allocation callback (null: none). The out pointers receive the previous one; they may be null.
- *  Set it before other threads allocate. @return SUCCESS. */
+ *  Set it before other threads allocate. @return SUCCESS. @remark Not while other threads use the library. */
 V_API int V_SetAllocateBitmapCallback(V_ALLOCATEBITMAPCALLBACK pfnCallback, void* pUserData,
                                       V_ALLOCATEBITMAPCALLBACK* ppfnOld, void** ppOldUserData) V_NOEXCEPT;
 /** Gives a record a copy of a table of data callbacks in place of any earlier one; null removes it.
  *  @return SUCCESS; ERROR_INVALID_PARAMETER: null record; ERROR_INVALID_STRUCT_SIZE: of the record or table, or an
- *  earlier record, which cannot hold callbacks; ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY. */
+ *  earlier record, which cannot hold callbacks; ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_SetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
 /** Copies a record's data callbacks out; all null when it has none.
- *  @return SUCCESS; ERROR_INVALID_PARAMETER: null record or table; ERROR_INVALID_STRUCT_SIZE. */
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER: null record or table; ERROR_INVALID_STRUCT_SIZE.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_GetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, BITMAPDATACALLBACKS* pCallbacks,
                                    uint32_t uStructSize) V_NOEXCEPT;
 
 /** Gives back unused memory of a run-length compressed bitmap, band by band from the last.
  *  @return SUCCESS; FAILURE: a band could not be trimmed; ERROR_INVALID_PARAMETER: null, or not an allocated compressed
- *  bitmap; ERROR_INVALID_STRUCT_SIZE. */
+ *  bitmap; ERROR_INVALID_STRUCT_SIZE. @remark One thread per bitmap at a time. */
 V_API int V_TrimBitmapHeap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /** Makes room for uBytes more bytes of run words, divided evenly among the bands, so that puts need not allocate.
- *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_NO_MEMORY. */
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_NO_MEMORY.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) V_NOEXCEPT;
 
-/** Frees a block that the library handed out and whose description names this function. Null is ignored. */
+/** Frees a block that the library handed out and whose description names this function. Null is ignored.
+ *  @remark Thread-safe; no other thread may be using the block. */
 V_API void V_FreeMemory(void* pBlock) V_NOEXCEPT;
 
 /** Installs the callbacks of the module that implements regions, process-wide; null removes them.
- *  @return SUCCESS; ERROR_INVALID_STRUCT_SIZE. */
+ *  @return SUCCESS; ERROR_INVALID_STRUCT_SIZE. @remark Not while other threads use the library. */
 V_API int V_SetRegionHooks(const REGIONHOOKS* pHooks) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -577,15 +601,18 @@ V_API int V_SetRegionHooks(const REGIONHOOKS* pHooks) V_NOEXCEPT;
  * @return uBytes; ERROR_INVALID_PARAMETER: null pointer, or bytes outside the storage; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_IMAGE: no data; ERROR_NO_MEMORY: no storage; ERROR_FILE_SEEK, ERROR_FILE_READ: disk storage; -1: tiles
  * that cannot be read; a non-zero result of GetBitmapRowColCallback.
+ * @remark One thread per bitmap at a time.
  */
 V_API intptr_t V_GetBitmapRow(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) V_NOEXCEPT;
 /** Copies a buffer into stored rows; as V_GetBitmapRow, with ERROR_FILE_WRITE for disk storage. Compressed storage
- *  keeps no padding bits, and recounts `Size`. */
+ *  keeps no padding bits, and recounts `Size`. @remark One thread per bitmap at a time. */
 V_API intptr_t V_PutBitmapRow(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, size_t uBytes) V_NOEXCEPT;
-/** As V_GetBitmapRow, starting at the byte that holds the first bit of pixel nCol. */
+/** As V_GetBitmapRow, starting at the byte that holds the first bit of pixel nCol.
+ *  @remark One thread per bitmap at a time. */
 V_API intptr_t V_GetBitmapRowCol(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
                                  size_t uBytes) V_NOEXCEPT;
-/** As V_PutBitmapRow, starting at the byte that holds the first bit of pixel nCol. */
+/** As V_PutBitmapRow, starting at the byte that holds the first bit of pixel nCol.
+ *  @remark One thread per bitmap at a time. */
 V_API intptr_t V_PutBitmapRowCol(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
                                  size_t uBytes) V_NOEXCEPT;
 /**
@@ -594,6 +621,7 @@ V_API intptr_t V_PutBitmapRowCol(BITMAPHANDLE* pBitmap, const void* pBuffer, int
  * @param pSegments the runs of pixels to take from it, each within 0 to Width. @param uSegments their number.
  * @return the number of pixels put; ERROR_INVALID_PARAMETER: null pointer, row outside the bitmap or segment outside
  * the row (nothing is then moved); otherwise as V_PutBitmapRow.
+ * @remark One thread per bitmap at a time.
  */
 V_API intptr_t V_PutBitmapRowSegments(BITMAPHANDLE* pBitmap, const void* pRow, int32_t nRow,
                                       const ROWSEGMENT* pSegments, uint32_t uSegments) V_NOEXCEPT;
@@ -602,10 +630,11 @@ V_API intptr_t V_PutBitmapRowSegments(BITMAPHANDLE* pBitmap, const void* pRow, i
  * neighbouring pixels too.
  * @return SUCCESS; ERROR_INVALID_IMAGE: null or unallocated bitmap, or null buffer; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_PARAMETER: uBufferSize is too small; ERROR_NO_MEMORY: the bytes could not be moved.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_GetPixelData(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
                          size_t uBufferSize) V_NOEXCEPT;
-/** Writes the bytes that hold one pixel; as V_GetPixelData. */
+/** Writes the bytes that hold one pixel; as V_GetPixelData. @remark One thread per bitmap at a time. */
 V_API int V_PutPixelData(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
                          size_t uBufferSize) V_NOEXCEPT;
 /**
@@ -613,6 +642,7 @@ V_API int V_PutPixelData(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRo
  * all three channels, gray samples deeper than 8 bits as the top 8 bits of their significant range.
  * @return the colour, or 0x80000000: null or unallocated bitmap, wrong record size, position outside the bitmap, 32-bit
  * gray, failed access.
+ * @remark One thread per bitmap at a time.
  */
 V_API COLORREF V_GetPixelColor(BITMAPHANDLE* pBitmap, int32_t nRow, int32_t nCol) V_NOEXCEPT;
 /**
@@ -621,6 +651,7 @@ V_API COLORREF V_GetPixelColor(BITMAPHANDLE* pBitmap, int32_t nRow, int32_t nCol
  * @return SUCCESS; ERROR_INVALID_IMAGE: null or unallocated bitmap; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER:
  * position outside the bitmap, index the depth cannot hold, index for a bitmap deeper than 8 bits, or 32-bit gray; a
  * failed access or transfer.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_PutPixelColor(BITMAPHANDLE* pBitmap, int32_t nRow, int32_t nCol, COLORREF crColor) V_NOEXCEPT;
 
@@ -636,6 +667,7 @@ V_API int V_PutPixelColor(BITMAPHANDLE* pBitmap, int32_t nRow, int32_t nCol, COL
  * @param pDst receives the row; 4 + 2 * (nPixels + 1 + 2 * (nPixels / 65528)) bytes always suffice.
  * @param pSrc 1-bit pixels, most significant bit first; only read. @param nBitOffset the first pixel's bit, modulo 8.
  * @param nPixels pixels. @return nPixels; ERROR_INVALID_PARAMETER: null pointer or negative number.
+ * @remark Thread-safe; a buffer belongs to one thread at a time.
  */
 V_API int V_CompressRow(void* pDst, const void* pSrc, int32_t nBitOffset, int32_t nPixels) V_NOEXCEPT;
 /**
@@ -643,14 +675,17 @@ V_API int V_CompressRow(void* pDst, const void* pSrc, int32_t nBitOffset, int32_
  * @param pSrc the row; no more than its 4 + 2N bytes are read. @param pDst receives (nPixels + 7) / 8 bytes.
  * @param nStart first pixel. @param nPixels pixels.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer or negative number.
+ * @remark Thread-safe; a buffer belongs to one thread at a time.
  */
 V_API int V_ExpandRow(const void* pSrc, void* pDst, int32_t nStart, int32_t nPixels) V_NOEXCEPT;
 /** Compresses nRows rows that lie uSrcStride bytes apart into compressed rows that lie back to back.
- *  @return nPixels; ERROR_INVALID_PARAMETER: null pointer or negative number. */
+ *  @return nPixels; ERROR_INVALID_PARAMETER: null pointer or negative number.
+ *  @remark Thread-safe; a buffer belongs to one thread at a time. */
 V_API int V_CompressRows(void* pDst, const void* pSrc, int32_t nBitOffset, int32_t nPixels, int32_t nRows,
                          size_t uSrcStride) V_NOEXCEPT;
 /** Expands nRows compressed rows that lie back to back into rows that lie uDstStride bytes apart.
- *  @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer or negative number. */
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer or negative number.
+ *  @remark Thread-safe; a buffer belongs to one thread at a time. */
 V_API int V_ExpandRows(const void* pSrc, void* pDst, int32_t nStart, int32_t nPixels, int32_t nRows,
                        size_t uDstStride) V_NOEXCEPT;
 /**
@@ -658,25 +693,29 @@ V_API int V_ExpandRows(const void* pSrc, void* pDst, int32_t nStart, int32_t nPi
  * @param pBuffer receives the row. @param uBytes room in it.
  * @return the bytes used; ERROR_INVALID_PARAMETER: null pointer or row outside the bitmap; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_BITS_PER_PIXEL; ERROR_BUFFER_TOO_SMALL; ERROR_NO_MEMORY; or as V_GetBitmapRow.
+ * @remark One thread per bitmap at a time.
  */
 V_API intptr_t V_GetBitmapRowCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) V_NOEXCEPT;
 /** Writes a compressed row into a 1-bit bitmap of any storage kind; pixels its runs do not cover become clear.
  *  @return the bytes used; ERROR_BUFFER_TOO_SMALL: uBytes is less than the row's 4 + 2N; else as
- *  V_GetBitmapRowCompressed and V_PutBitmapRow. */
+ *  V_GetBitmapRowCompressed and V_PutBitmapRow. @remark One thread per bitmap at a time. */
 V_API intptr_t V_PutBitmapRowCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow,
                                         size_t uBytes) V_NOEXCEPT;
-/** As V_GetBitmapRowCompressed, for the pixels from nCol to the row's end. */
+/** As V_GetBitmapRowCompressed, for the pixels from nCol to the row's end. @remark One thread per bitmap at a time. */
 V_API intptr_t V_GetBitmapRowColCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
                                            size_t uBytes) V_NOEXCEPT;
-/** As V_PutBitmapRowCompressed, for the pixels from nCol on that the runs cover; the others stay as they are. */
+/** As V_PutBitmapRowCompressed, for the pixels from nCol on that the runs cover; the others stay as they are.
+ *  @remark One thread per bitmap at a time. */
 V_API intptr_t V_PutBitmapRowColCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
                                            size_t uBytes) V_NOEXCEPT;
 /** Mirrors a compressed row of nPixels pixels in place. A row that ends with set pixels grows by one run word (2
  * bytes), for which the buffer has room. Pixels its runs do not cover count as clear. @return SUCCESS;
- * ERROR_INVALID_PARAMETER: null, negative, or so many pixels not covered that the row would need more room. */
+ * ERROR_INVALID_PARAMETER: null, negative, or so many pixels not covered that the row would need more room.
+ * @remark Thread-safe; a buffer belongs to one thread at a time. */
 V_API int V_MirrorCompressedBuffer(void* pBuffer, int32_t nPixels) V_NOEXCEPT;
 /** Reverses the order of nRows compressed rows that lie back to back, in place.
- *  @return SUCCESS; ERROR_INVALID_PARAMETER: null or negative. */
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER: null or negative.
+ *  @remark Thread-safe; a buffer belongs to one thread at a time. */
 V_API int V_FlipCompressedBuffer(void* pBuffer, int32_t nRows) V_NOEXCEPT;
 /**
  * Changes the way a bitmap's rows are stored. Reports progress.
@@ -684,41 +723,49 @@ V_API int V_FlipCompressedBuffer(void* pBuffer, int32_t nRows) V_NOEXCEPT;
  * size is that of what is stored afterwards.
  * @return SUCCESS (also when nothing changes); ERROR_INVALID_PARAMETER: null record, other value, lent or locked
  * memory; ERROR_INVALID_IMAGE: not allocated; otherwise as V_SetBitmapMemoryInfo. On failure the bitmap is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_ChangeBitmapCompression(BITMAPHANDLE* pBitmap, int32_t nCompression) V_NOEXCEPT;
-/** V_ChangeBitmapCompression to 0 for a compressed bitmap, to 1 for any other 1-bit bitmap, to 2 for deeper ones. */
+/** V_ChangeBitmapCompression to 0 for a compressed bitmap, to 1 for any other 1-bit bitmap, to 2 for deeper ones.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_ToggleBitmapCompression(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
  * File layer and temporary files
  * --------------------------------------------------------------------------------------------------------------- */
 
-/** Creates a file anew, or empties it. @param nMode OSCREAT_ bits. @return the handle, or -1. */
+/** Creates a file anew, or empties it. @param nMode OSCREAT_ bits. @return the handle, or -1. @remark Thread-safe. */
 V_API int64_t V_OsCreat(const wchar_t* pszName, int nMode) V_NOEXCEPT;
 /**
  * Opens a file.
  * @param nAccess bits 0-1: 0 read, 1 write, 2 or 3 both; 0x40 delete on close; 0x100 create always, else 0x200 empty an
  * existing file, else open an existing one. @param nShare bits 0x80 and 0x100: share reading and writing; 0x100: share
  * reading; else none. @param pUserData not used. @return the handle, or -1.
+ * @remark Thread-safe.
  */
 V_API int64_t V_OsOpen(const wchar_t* pszName, int nAccess, int nShare, void* pUserData) V_NOEXCEPT;
-/** Reads uCount bytes at the current position. @return bytes read (less at the end of the file), or -1. */
+/** Reads uCount bytes at the current position. @return bytes read (less at the end of the file), or -1.
+ *  @remark One thread per file at a time. */
 V_API int64_t V_OsRead(int64_t hFile, void* pBuffer, size_t uCount, void* pUserData) V_NOEXCEPT;
-/** Writes uCount bytes at the current position; 0 ends the file there. @return bytes written, or -1. */
+/** Writes uCount bytes at the current position; 0 ends the file there. @return bytes written, or -1.
+ *  @remark One thread per file at a time. */
 V_API int64_t V_OsWrite(int64_t hFile, const void* pBuffer, size_t uCount, void* pUserData) V_NOEXCEPT;
 /** Moves the position. @param nOrigin 0 from the start, 1 from the current position, else from the end.
- *  @return the new position, or -1. */
+ *  @return the new position, or -1. @remark One thread per file at a time. */
 V_API int64_t V_OsSeek(int64_t hFile, int64_t nOffset, int nOrigin, void* pUserData) V_NOEXCEPT;
-/** Closes a file. @return 0, or -1. */
+/** Closes a file. @return 0, or -1. @remark One thread per file at a time. */
 V_API int V_OsClose(int64_t hFile, void* pUserData) V_NOEXCEPT;
-/** Reads exactly uCount bytes in pieces of at most 0x7FFFFFF. @return uCount, or -1 on any failure or short read. */
+/** Reads exactly uCount bytes in pieces of at most 0x7FFFFFF. @return uCount, or -1 on any failure or short read.
+ *  @remark One thread per file at a time. */
 V_API int64_t V_OsReadBig(int64_t hFile, void* pBuffer, uint64_t uCount) V_NOEXCEPT;
 /** Writes exactly uCount bytes in pieces of at most 0x7FFFFFF; 0 ends the file at the position. @return uCount, or -1.
+ * @remark One thread per file at a time.
  */
 V_API int64_t V_OsWriteBig(int64_t hFile, const void* pBuffer, uint64_t uCount) V_NOEXCEPT;
-/** Deletes a file. @return 0, or -1. */
+/** Deletes a file. @return 0, or -1. @remark Thread-safe. */
 V_API int V_OsDelete(const wchar_t* pszName) V_NOEXCEPT;
-/** Cuts or extends a file to nSize bytes and leaves the position there. @return 0, or -1. */
+/** Cuts or extends a file to nSize bytes and leaves the position there. @return 0, or -1.
+ *  @remark One thread per file at a time. */
 V_API int V_OsSetFileSize(int64_t hFile, int64_t nSize) V_NOEXCEPT;
 
 /**
@@ -726,21 +773,25 @@ V_API int V_OsSetFileSize(int64_t hFile, int64_t nSize) V_NOEXCEPT;
  * While the thread's open operation is redirected it makes up a unique name alone; the file comes with its opening.
  * @param pszName receives the name; room for 260 characters. @param pszPrefix start of the file's name, null for "V_".
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null name; ERROR_NO_MEMORY: no directory, or no file could be made.
+ * @remark Thread-safe; follows the redirection in force on the calling thread.
  */
 V_API int V_GetTempFileName(wchar_t* pszName, const wchar_t* pszPrefix) V_NOEXCEPT;
 /** V_GetTempFileName in UTF-8, with room for 780 bytes. @return also ERROR_NO_DISK_SPACE: the prefix is not UTF-8;
- *  ERROR_FILE_READ: the name cannot be given in UTF-8 (the file is deleted). */
+ *  ERROR_FILE_READ: the name cannot be given in UTF-8 (the file is deleted).
+ *  @remark Thread-safe; follows the redirection in force on the calling thread. */
 V_API int V_GetTempFileNameA(char* pszName, const char* pszPrefix) V_NOEXCEPT;
 /** Gives the directory of temporary files with its final separator. @param uLength room in characters.
- *  @return SUCCESS; ERROR_NULL_PTR; ERROR_BUFFER_TOO_SMALL; ERROR_NO_MEMORY: the system has none. */
+ *  @return SUCCESS; ERROR_NULL_PTR; ERROR_BUFFER_TOO_SMALL; ERROR_NO_MEMORY: the system has none.
+ *  @remark Thread-safe. */
 V_API int V_GetTempDirectory(wchar_t* pszDirectory, uint32_t uLength) V_NOEXCEPT;
-/** Disabled. @return ERROR_NULL_PTR: null; else ERROR_FEATURE_NOT_SUPPORTED. */
+/** Disabled. @return ERROR_NULL_PTR: null; else ERROR_FEATURE_NOT_SUPPORTED. @remark Thread-safe. */
 V_API int V_SetTempDirectory(const wchar_t* pszDirectory) V_NOEXCEPT;
-/** Reads the options of temporary files. @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE. */
+/** Reads the options of temporary files. @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE.
+ *  @remark Thread-safe. */
 V_API int V_GetTempFileOptions(TEMPFILEOPTIONS* pOptions, uint32_t uStructSize) V_NOEXCEPT;
-/** Disabled. @return ERROR_FEATURE_NOT_SUPPORTED. */
+/** Disabled. @return ERROR_FEATURE_NOT_SUPPORTED. @remark Thread-safe. */
 V_API int V_SetTempFileOptions(const TEMPFILEOPTIONS* pOptions) V_NOEXCEPT;
-/** @return the mode of temporary files: 1, or 3 when no physical ones may be made. */
+/** @return the mode of temporary files: 1, or 3 when no physical ones may be made. @remark Thread-safe. */
 V_API int V_GetTempFileMode(void) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -748,22 +799,26 @@ V_API int V_GetTempFileMode(void) V_NOEXCEPT;
  * --------------------------------------------------------------------------------------------------------------- */
 
 /** Fills the fixed palette of a width. @param pPalette room for 1 << nBits entries (256 for 0).
- *  @param nBits 1 to 8, or 0 for the 256 grays. @return SUCCESS; ERROR_INVALID_PARAMETER: null array or other width. */
+ *  @param nBits 1 to 8, or 0 for the 256 grays. @return SUCCESS; ERROR_INVALID_PARAMETER: null array or other width.
+ *  @remark Thread-safe. */
 V_API int V_GetFixedPalette(RGBQUAD* pPalette, int32_t nBits) V_NOEXCEPT;
-/** @return the read-only fixed palette of 1 to 8 bits, null for other widths. */
+/** @return the read-only fixed palette of 1 to 8 bits, null for other widths.
+ *  @remark Thread-safe; the entries never change. */
 V_API const RGBQUAD* V_IntGetFixedPalette(int32_t nBits) V_NOEXCEPT;
-/** @return the read-only 216-colour cube, index = 36 r + 6 g + b; 256 entries, the last 40 black. */
+/** @return the read-only 216-colour cube, index = 36 r + 6 g + b; 256 entries, the last 40 black.
+ *  @remark Thread-safe; the entries never change. */
 V_API const RGBQUAD* V_IntGetNetscapePalette(void) V_NOEXCEPT;
 /** @return a new fixed palette of nBits (0 and 1: two entries), to be freed with V_FreePalette; null above 8 bits or
- *  without memory. */
+ *  without memory. @remark Thread-safe. */
 V_API RGBQUAD* V_CreateFixedPalette(int32_t nBits) V_NOEXCEPT;
 /** @return a new gray ramp of 1 << nBits entries (0: 256), to be freed with V_FreePalette; null for a width outside 0
- * to 8 or without memory. */
+ * to 8 or without memory. @remark Thread-safe. */
 V_API RGBQUAD* V_CreateGrayPalette(int32_t nBits) V_NOEXCEPT;
 /** @return a copy of uCount entries (1 to 256), to be freed with V_FreePalette; null for other arguments or without
- *  memory. */
+ *  memory. @remark Thread-safe. */
 V_API RGBQUAD* V_CreateNewPalette(const RGBQUAD* pPalette, uint32_t uCount) V_NOEXCEPT;
-/** Frees a palette that the library made. @return SUCCESS; ERROR_INVALID_PARAMETER: null, or not such a palette. */
+/** Frees a palette that the library made. @return SUCCESS; ERROR_INVALID_PARAMETER: null, or not such a palette.
+ *  @remark Thread-safe; no other thread may be using the block. */
 V_API int V_FreePalette(RGBQUAD* pPalette) V_NOEXCEPT;
 
 V_EXTERN_C_END

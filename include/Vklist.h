@@ -17,11 +17,13 @@ V_EXTERN_C_BEGIN
 typedef struct V_BITMAPLIST* HBITMAPLIST;
 
 /** Makes an empty list. @param phList receives it, or null. @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer;
- *  ERROR_NO_MEMORY. */
+ *  ERROR_NO_MEMORY. @remark Thread-safe. */
 V_API int V_CreateBitmapList(HBITMAPLIST* phList) V_NOEXCEPT;
-/** Frees a list and all its bitmaps. @return SUCCESS; ERROR_INVALID_PARAMETER: null list. */
+/** Frees a list and all its bitmaps. @return SUCCESS; ERROR_INVALID_PARAMETER: null list.
+ *  @remark One thread per list at a time. */
 V_API int V_DestroyBitmapList(HBITMAPLIST hList) V_NOEXCEPT;
-/** Counts a list's items. @return SUCCESS; ERROR_INVALID_PARAMETER: null list or pointer. */
+/** Counts a list's items. @return SUCCESS; ERROR_INVALID_PARAMETER: null list or pointer.
+ *  @remark One thread per list at a time. */
 V_API int V_GetBitmapListCount(HBITMAPLIST hList, uint32_t* puCount) V_NOEXCEPT;
 
 /**
@@ -31,6 +33,7 @@ V_API int V_GetBitmapListCount(HBITMAPLIST hList, uint32_t* puCount) V_NOEXCEPT;
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null list or record; ERROR_NULL_PTR: the list is damaged;
  * ERROR_INVALID_STRUCT_SIZE: the record, or the list's first one; ERROR_NO_MEMORY. After a failure list and bitmap are
  * as they were.
+ * @remark One thread per list and bitmap at a time.
  */
 V_API int V_InsertBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
@@ -39,6 +42,7 @@ V_API int V_InsertBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDL
  * caller has a copy of it already.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null or empty list, or no such item; ERROR_INVALID_STRUCT_SIZE: the list's
  * first record is not a current one.
+ * @remark One thread per list and bitmap at a time.
  */
 V_API int V_RemoveBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
@@ -50,13 +54,14 @@ V_API int V_RemoveBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDL
  * @param uOldSize bytes to write to pOld, cut at the size of a current record.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null or empty list, null record, or no such place;
  * ERROR_INVALID_STRUCT_SIZE: the new record, or the list's first one.
+ * @remark One thread per list and bitmap at a time.
  */
 V_API int V_ReplaceBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pNew, BITMAPHANDLE* pOld,
                                   uint32_t uOldSize) V_NOEXCEPT;
 /** Removes items and frees their bitmaps.
  *  @param hList the list. @param uIndex first item. @param uCount items; those past the end do not count.
  *  @return SUCCESS; ERROR_INVALID_PARAMETER: null list, no such item, or a count of 0; ERROR_INVALID_STRUCT_SIZE: the
- *  list's first record is not a current one. */
+ *  list's first record is not a current one. @remark One thread per list at a time. */
 V_API int V_DeleteBitmapListItems(HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) V_NOEXCEPT;
 /**
  * Copies an item's record out. The pixels are shared, the list goes on owning them.
@@ -65,6 +70,7 @@ V_API int V_DeleteBitmapListItems(HBITMAPLIST hList, uint32_t uIndex, uint32_t u
  * allocated bitmap, the list's item gives up what only a current record can have (LUT16, PaintLUT16, DataCallbacks), so
  * that the shorter record describes it in full.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null list or record, or no such item; ERROR_INVALID_STRUCT_SIZE.
+ * @remark One thread per list at a time.
  */
 V_API int V_GetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap,
                               uint32_t uStructSize) V_NOEXCEPT;
@@ -73,6 +79,7 @@ V_API int V_GetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* 
  * @param hList the list. @param uIndex the item. @param pBitmap the record, of either size, or null to clear the item.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null list or no such item; ERROR_INVALID_STRUCT_SIZE: the record's size is
  * neither, and the item is clear now.
+ * @remark One thread per list at a time.
  */
 V_API int V_SetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
@@ -81,6 +88,7 @@ V_API int V_SetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* 
  * @param uCount items; those past the end do not count.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null list or pointer, no such item, or a count of 0; otherwise as
  * V_CopyBitmap.
+ * @remark One thread per list at a time.
  */
 V_API int V_CopyBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) V_NOEXCEPT;
 /**
@@ -89,6 +97,7 @@ V_API int V_CopyBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t 
  * @param uCount items; those past the end do not count.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: as V_CopyBitmapListItems; ERROR_INVALID_STRUCT_SIZE: the list's first
  * record is not a current one; ERROR_NO_MEMORY. After a failure the list is as it was.
+ * @remark One thread per list at a time.
  */
 V_API int V_MoveBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) V_NOEXCEPT;
 

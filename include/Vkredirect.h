@@ -106,6 +106,7 @@ typedef struct REDIRECTFUNCTIONS {
  * Sets the calling thread's five file operations. For each, null sets the library's own and V_REDIRECT_NONE none, which
  * lets the library-wide operation apply.
  * @param pfnOpen,pfnRead,pfnWrite,pfnSeek,pfnClose the operations. @param pUserData goes to all five.
+ * @remark Affects the calling thread only.
  */
 V_API void V_RedirectIO(V_REDIRECTOPEN pfnOpen, V_REDIRECTREAD pfnRead, V_REDIRECTWRITE pfnWrite,
                         V_REDIRECTSEEK pfnSeek, V_REDIRECTCLOSE pfnClose, void* pUserData) V_NOEXCEPT;
@@ -118,11 +119,13 @@ V_API void V_RedirectIO(V_REDIRECTOPEN pfnOpen, V_REDIRECTREAD pfnRead, V_REDIRE
  * @param ppOpenUserData,ppReadUserData,ppWriteUserData,ppSeekUserData,ppCloseUserData each that is not null is
  * exchanged with the thread's.
  * @return SUCCESS.
+ * @remark Affects the calling thread only.
  */
 V_API int V_FilterIO(V_REDIRECTOPEN* ppfnOpen, V_REDIRECTREAD* ppfnRead, V_REDIRECTWRITE* ppfnWrite,
                      V_REDIRECTSEEK* ppfnSeek, V_REDIRECTCLOSE* ppfnClose, void** ppOpenUserData, void** ppReadUserData,
                      void** ppWriteUserData, void** ppSeekUserData, void** ppCloseUserData) V_NOEXCEPT;
-/** Reads the user data of the five file operations in force; each pointer may be null. @return SUCCESS. */
+/** Reads the user data of the five file operations in force; each pointer may be null. @return SUCCESS.
+ *  @remark Thread-safe; reads what is in force on the calling thread. */
 V_API int V_GetFilterIOData(void** ppOpenUserData, void** ppReadUserData, void** ppWriteUserData, void** ppSeekUserData,
                             void** ppCloseUserData) V_NOEXCEPT;
 /**
@@ -131,6 +134,7 @@ V_API int V_GetFilterIOData(void** ppOpenUserData, void** ppReadUserData, void**
  * @param bGlobalOnly for REDIRECTTYPE_FILES: not 0 gives the library-wide table, 0 the one in force on the calling
  * thread: the library-wide one with the file operations that the thread has set in place of its own.
  * @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: another type.
+ * @remark Thread-safe; a thread's own operations are seen by itself alone.
  */
 V_API int V_GetRedirectFunctions(REDIRECTFUNCTIONS* pFunctions, uint32_t uSize, uint32_t uType,
                                  int bGlobalOnly) V_NOEXCEPT;
@@ -139,6 +143,7 @@ V_API int V_GetRedirectFunctions(REDIRECTFUNCTIONS* pFunctions, uint32_t uSize, 
  * @param pszName a name that begins with V_REDIRECT_NAME_PREFIX: the table registered for it; any other, or null: as
  * V_GetRedirectFunctions. @param pFunctions,uSize,uType,bGlobalOnly as there.
  * @return also ERROR_FILE_NOT_FOUND: no table is registered for the name.
+ * @remark Thread-safe; a thread's own operations are seen by itself alone.
  */
 V_API int V_GetRedirectFunctions2(const wchar_t* pszName, REDIRECTFUNCTIONS* pFunctions, uint32_t uSize, uint32_t uType,
                                   int bGlobalOnly) V_NOEXCEPT;
@@ -149,12 +154,14 @@ V_API int V_GetRedirectFunctions2(const wchar_t* pszName, REDIRECTFUNCTIONS* pFu
  * operation as it is; 0: the calling thread's, where it takes the thread's own away.
  * @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE; ERROR_FEATURE_NOT_SUPPORTED: one of the two types for
  * temporary files; ERROR_INVALID_PARAMETER: another type.
+ * @remark Thread-safe: the library-wide table is exchanged as a whole, and a thread only changes its own.
  */
 V_API int V_SetRedirectFunctions(REDIRECTFUNCTIONS* pFunctions, uint32_t uType, int bGlobal) V_NOEXCEPT;
 /**
  * Sets operations of one open file. Those that are 0 in the table stay as they are.
  * @param hFile the file. @param pFunctions the operations; receives those that were replaced.
  * @return SUCCESS; ERROR_NULL_PTR: null table; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_REDIRECTHANDLE.
+ * @remark One thread per file at a time.
  */
 V_API int V_UpdateRedirectFunctions(V_REDIRECTHANDLE hFile, REDIRECTFUNCTIONS* pFunctions) V_NOEXCEPT;
 /**
@@ -162,6 +169,7 @@ V_API int V_UpdateRedirectFunctions(V_REDIRECTHANDLE hFile, REDIRECTFUNCTIONS* p
  * @param pszName a name, or null. @param hFile an open file, or null.
  * @return 1 when a file operation in force on the calling thread is not the library's own, the name begins with
  * V_REDIRECT_NAME_PREFIX, or a file operation of the open file is not the library's own; else 0.
+ * @remark One thread per file at a time.
  */
 V_API int V_UsesRedirectIO(const wchar_t* pszName, V_REDIRECTHANDLE hFile) V_NOEXCEPT;
 
@@ -174,43 +182,51 @@ V_API int V_UsesRedirectIO(const wchar_t* pszName, V_REDIRECTHANDLE hFile) V_NOE
  * @param pszName the name. @param nFlags V_OPENFLAG_ values, passed to the open operation. @param nMode a V_OPENMODE_
  * value, passed likewise.
  * @return the file, to be closed with V_RedirectedClose; `(void*)-1` on any failure.
+ * @remark Thread-safe; follows the redirection in force on the calling thread.
  */
 V_API V_REDIRECTHANDLE V_RedirectedOpen(const wchar_t* pszName, int nFlags, int nMode) V_NOEXCEPT;
-/** V_RedirectedOpen with a name in UTF-8. */
+/** V_RedirectedOpen with a name in UTF-8.
+ *  @remark Thread-safe; follows the redirection in force on the calling thread. */
 V_API V_REDIRECTHANDLE V_RedirectedOpenA(const char* pszName, int nFlags, int nMode) V_NOEXCEPT;
-/** V_RedirectedOpen with a name in UTF-8. */
+/** V_RedirectedOpen with a name in UTF-8.
+ *  @remark Thread-safe; follows the redirection in force on the calling thread. */
 V_API V_REDIRECTHANDLE V_RedirectedOpenUTF8(const char* pszName, int nFlags, int nMode) V_NOEXCEPT;
 /** V_RedirectedOpen with the operations for temporary files (REDIRECTTYPE_TEMP_REDIRECTED). Whether the file goes when
- *  it is closed is up to V_OPENFLAG_TEMPORARY. */
+ *  it is closed is up to V_OPENFLAG_TEMPORARY.
+ *  @remark Thread-safe; follows the redirection in force on the calling thread. */
 V_API V_REDIRECTHANDLE V_RedirectedTempFileOpen(const wchar_t* pszName, int nFlags, int nMode) V_NOEXCEPT;
 /** Reads at the position, at most 0x7FFFFFFF bytes. @return the bytes read, or -1, also when the operation claims to
- *  have read more than asked for. */
+ *  have read more than asked for. @remark One thread per file at a time. */
 V_API int32_t V_RedirectedRead(V_REDIRECTHANDLE hFile, void* pBuffer, uint32_t uCount) V_NOEXCEPT;
-/** V_RedirectedRead without its limit. */
+/** V_RedirectedRead without its limit. @remark One thread per file at a time. */
 V_API int64_t V_RedirectedReadBig(V_REDIRECTHANDLE hFile, void* pBuffer, uint64_t uCount) V_NOEXCEPT;
 /** Writes at the position, at most 0x7FFFFFFF bytes; 0 ends the file there. @return the bytes written, or -1, also when
- *  the operation claims to have written more than asked for. */
+ *  the operation claims to have written more than asked for. @remark One thread per file at a time. */
 V_API int32_t V_RedirectedWrite(V_REDIRECTHANDLE hFile, const void* pBuffer, uint32_t uCount) V_NOEXCEPT;
-/** V_RedirectedWrite without its limit. */
+/** V_RedirectedWrite without its limit. @remark One thread per file at a time. */
 V_API int64_t V_RedirectedWriteBig(V_REDIRECTHANDLE hFile, const void* pBuffer, uint64_t uCount) V_NOEXCEPT;
 /** Moves the position. @param hFile the file. @param nOffset how far. @param nOrigin from the start (0), the position
- *  (1) or the end (2). @return the new position, or -1, also when 32 bits cannot hold it. */
+ *  (1) or the end (2). @return the new position, or -1, also when 32 bits cannot hold it.
+ *  @remark One thread per file at a time. */
 V_API int32_t V_RedirectedSeek(V_REDIRECTHANDLE hFile, int32_t nOffset, int nOrigin) V_NOEXCEPT;
-/** V_RedirectedSeek in 64 bits. */
+/** V_RedirectedSeek in 64 bits. @remark One thread per file at a time. */
 V_API int64_t V_RedirectedSeekBig(V_REDIRECTHANDLE hFile, int64_t nOffset, int nOrigin) V_NOEXCEPT;
 /** Closes a file. @return the close operation's result: when it is negative the file stays open and the handle valid;
- *  ERROR_NULL_PTR: null; ERROR_INVALID_HANDLE: not an open file. */
+ *  ERROR_NULL_PTR: null; ERROR_INVALID_HANDLE: not an open file. @remark One thread per file at a time. */
 V_API int V_RedirectedClose(V_REDIRECTHANDLE hFile) V_NOEXCEPT;
 /**
  * Makes a redirected file of a handle that the operations in force have opened. Closing it leaves that handle open.
  * @param hFile the handle. @param phFile receives the file.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: -1; ERROR_NULL_PTR; ERROR_NO_MEMORY.
+ * @remark Thread-safe; follows the redirection in force on the calling thread.
  */
 V_API int V_CreateRedirectedFileHandle(int64_t hFile, V_REDIRECTHANDLE* phFile) V_NOEXCEPT;
-/** @return the handle that the open operation returned for a redirected file; -1: not such a file. */
+/** @return the handle that the open operation returned for a redirected file; -1: not such a file.
+ *  @remark One thread per file at a time. */
 V_API int64_t V_ExtractRedirectedFileHandle(V_REDIRECTHANDLE hFile) V_NOEXCEPT;
 /** Reads the operations of an open file. @param hFile the file. @param pFunctions receives them. @param uSize the
- *  table's size, 120. @return SUCCESS; ERROR_INVALID_REDIRECTHANDLE; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE. */
+ *  table's size, 120. @return SUCCESS; ERROR_INVALID_REDIRECTHANDLE; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE.
+ *  @remark One thread per file at a time. */
 V_API int V_ExtractRedirectFunctions(V_REDIRECTHANDLE hFile, REDIRECTFUNCTIONS* pFunctions, uint32_t uSize) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -218,7 +234,8 @@ V_API int V_ExtractRedirectFunctions(V_REDIRECTHANDLE hFile, REDIRECTFUNCTIONS* 
  * --------------------------------------------------------------------------------------------------------------- */
 
 /** Makes up a name for V_RegisterRedirectName, another one each time. @param pszName receives it. @param uLength room
- * in characters, at least V_REDIRECT_NAME_LENGTH. @return SUCCESS; ERROR_NULL_PTR; ERROR_BUFFER_TOO_SMALL. */
+ * in characters, at least V_REDIRECT_NAME_LENGTH. @return SUCCESS; ERROR_NULL_PTR; ERROR_BUFFER_TOO_SMALL.
+ * @remark Thread-safe. */
 V_API int V_GetUniqueRedirectFileName(wchar_t* pszName, uint32_t uLength) V_NOEXCEPT;
 /**
  * Registers operations for the files of one name, on all threads. A table registered before for it is replaced; files
@@ -226,10 +243,11 @@ V_API int V_GetUniqueRedirectFileName(wchar_t* pszName, uint32_t uLength) V_NOEX
  * @param pszName a name of V_REDIRECT_NAME_PREFIX and more, told apart exactly. @param pFunctions the operations; 0 and
  * V_REDIRECT_NONE mean none, V_REDIRECT_DEFAULT the library's own.
  * @return SUCCESS; ERROR_NULL_PTR; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: another name; ERROR_NO_MEMORY.
+ * @remark Thread-safe; holds for all threads.
  */
 V_API int V_RegisterRedirectName(const wchar_t* pszName, const REDIRECTFUNCTIONS* pFunctions) V_NOEXCEPT;
 /** Takes a registration back; files that are open stay so. @return SUCCESS; ERROR_NULL_PTR; ERROR_FILE_NOT_FOUND: there
- *  is none of this name. */
+ *  is none of this name. @remark Thread-safe; holds for all threads. */
 V_API int V_UnregisterRedirectName(const wchar_t* pszName) V_NOEXCEPT;
 
 /* ------------------------------------------------------------------------------------------------------------------
@@ -244,6 +262,7 @@ V_API int V_UnregisterRedirectName(const wchar_t* pszName) V_NOEXCEPT;
  * @param pBuffer the buffer; with REDIRECTBUFFER_GROW a locked movable block of global memory, or null: one is then
  * allocated with the first byte. The library does not free it. @param uCapacity its size in bytes.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null ppObject; ERROR_NO_MEMORY: nothing is then redirected.
+ * @remark Affects the calling thread only.
  */
 V_API int V_StartRedirectToBuffer(void** ppObject, V_REDIRECTHANDLE* phFile, uint32_t uOptions, void* pBuffer,
                                   size_t uCapacity) V_NOEXCEPT;
@@ -253,6 +272,7 @@ V_API int V_StartRedirectToBuffer(void** ppObject, V_REDIRECTHANDLE* phFile, uin
  * caller's: a locked movable block when the library allocated it. @param puSize null, or receives the bytes of data in
  * it.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null, or not a redirection.
+ * @remark Affects the calling thread only.
  */
 V_API int V_StopRedirectToBuffer(void* pObject, void** ppBuffer, size_t* puSize) V_NOEXCEPT;
 

@@ -35,6 +35,7 @@ V_EXTERN_C_BEGIN
  * together; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: rows that do not
  * hold the width, or a new width too large; ERROR_NO_MEMORY and the other failures of storage; the status callback's
  * refusal.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_ResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight) V_NOEXCEPT;
 /**
@@ -43,6 +44,7 @@ V_API int V_ResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeigh
  * Source: R. Keys, Cubic Convolution Interpolation for Digital Image Processing, 1981.
  * @param pBitmap replaced on success only. @param nWidth,nHeight the new dimensions; those it has leave it alone.
  * @return as V_ResampleBitmap.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_BicubicResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight) V_NOEXCEPT;
 /**
@@ -54,12 +56,14 @@ V_API int V_BicubicResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: rows that do not hold the
  * width; ERROR_NO_MEMORY and the other failures of storage; the status callback's refusal. The destination's pixels are
  * undefined after a failure.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_IntResampleBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst) V_NOEXCEPT;
 /**
  * V_IntResampleBitmap with the filter of V_BicubicResampleBitmap.
  * @param pSrc the source. @param pDst the destination.
  * @return as V_IntResampleBitmap.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_IntBicubicResampleBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst) V_NOEXCEPT;
 
@@ -67,7 +71,8 @@ V_API int V_IntBicubicResampleBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst) V_N
  * Resized rows on demand
  * --------------------------------------------------------------------------------------------------------------- */
 
-/** V_StartResizeBitmap2 without STREAMFLAG_AREA, and with 0 for the last two arguments. */
+/** V_StartResizeBitmap2 without STREAMFLAG_AREA, and with 0 for the last two arguments.
+ *  @remark One thread per bitmap at a time, for both bitmaps. */
 V_API int V_StartResizeBitmap(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
                               const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,
                               void* pUserData, void** ppState) V_NOEXCEPT;
@@ -92,6 +97,7 @@ V_API int V_StartResizeBitmap(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t 
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: null state pointer, dimensions that cannot be completed, a depth
  * and order there are not; ERROR_INVALID_WIDTH_HEIGHT: rows that do not hold the width; ERROR_INVALID_LUT_LENGTH;
  * ERROR_NO_MEMORY; what locking says. The state pointer is only written on success.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_StartResizeBitmap2(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
                                const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,
@@ -104,11 +110,13 @@ V_API int V_StartResizeBitmap2(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t
  * pieces of so many, of which a failing one ends the call.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null or foreign state, null buffer, pixels outside of the result;
  * ERROR_NO_MEMORY; the failure of reading the source.
+ * @remark One thread per state, and per bitmap it reads, at a time.
  */
 V_API int V_GetResizedRowCol(void* pState, void* pBuffer, int32_t nRow, int32_t nCol, uint32_t uWidth) V_NOEXCEPT;
 /** Ends a streaming resize: unlocks what the start call locked and frees the state.
  *  @return SUCCESS, or the failure of unlocking; ERROR_NULL_PTR: it had no source bitmap, everything is freed all the
- *  same; ERROR_INVALID_PARAMETER: null or foreign state. */
+ *  same; ERROR_INVALID_PARAMETER: null or foreign state.
+ *  @remark One thread per state, and per bitmap it reads, at a time. */
 V_API int V_StopResizeBitmap(void* pState) V_NOEXCEPT;
 
 V_EXTERN_C_END

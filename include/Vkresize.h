@@ -39,6 +39,7 @@ V_EXTERN_C_BEGIN
  * storage, size of 0 or less; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width, or
  * the new rows cannot be stated; ERROR_MEMORY_TOO_LARGE: too big for an earlier record; ERROR_NO_MEMORY; a failed
  * transfer; the refusal of the status callback or of the ScaleRegion hook.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_SizeBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, uint32_t uFlags) V_NOEXCEPT;
 
@@ -53,6 +54,7 @@ V_API int V_SizeBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, u
  * @param pSrc,pDst allocated bitmaps. @param uFlags as for V_IntResizeBitmap, and SIZEFLAG_SCALETOGRAY.
  * @return as V_IntResizeBitmap; the codes of V_ColorResBitmap and V_ChangeBitmapViewPerspective for what is brought
  * together; the hook's refusal.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) V_NOEXCEPT;
 
@@ -73,6 +75,7 @@ V_API int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags
  * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_INVALID_BITS_PER_PIXEL: depths differ;
  * ERROR_NO_MEMORY; a failed transfer; the status callback's refusal. After a failure the destination's pixels may be
  * changed in part.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_IntResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) V_NOEXCEPT;
 
@@ -88,6 +91,7 @@ V_API int V_IntResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFl
  * freed with V_StopResize; null after a failure.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer, negative sizes, an old side of 0, both new sides 0, or a
  * computed side of 0 or too large; ERROR_NO_MEMORY.
+ * @remark Thread-safe.
  */
 V_API int V_StartResize(int32_t nOldWidth, int32_t nOldHeight, int32_t nNewWidth, int32_t nNewHeight,
                         void** ppState) V_NOEXCEPT;
@@ -100,10 +104,12 @@ V_API int V_StartResize(int32_t nOldWidth, int32_t nOldHeight, int32_t nNewWidth
  * @param pState from V_StartResize.
  * @return how often the row is to be emitted, 0 for never; ERROR_INVALID_PARAMETER: another null pointer, or, where the
  * size changes, a row or depth there is none of.
+ * @remark One thread per state at a time.
  */
 V_API int V_Resize(void* pRow, int32_t nRow, int32_t nBitsPerPixel, int32_t* pnNewWidth, int32_t* pnCopies,
                    void* pState) V_NOEXCEPT;
-/** Frees what V_StartResize made. @return SUCCESS; ERROR_INVALID_PARAMETER: null. */
+/** Frees what V_StartResize made. @return SUCCESS; ERROR_INVALID_PARAMETER: null.
+ *  @remark One thread per state at a time. */
 V_API int V_StopResize(void* pState) V_NOEXCEPT;
 
 /**
@@ -121,12 +127,13 @@ V_API int V_StopResize(void* pState) V_NOEXCEPT;
  * nXRemainder as above, from 0 on. @param pSrc,pDst the buffers. @param nCount destination pixels. @param nDenominator
  * above 0. @param bEnlarge not 0: nXQuotient does not count. With null buffers or values there are none of, nothing is
  * done.
+ * @remark Thread-safe; a buffer belongs to one thread at a time.
  */
 V_API void V_GetResizedScanLine(int32_t nBitsPerPixel, uint32_t uDstBytes, int32_t nStartX, int32_t nXQuotient,
                                 int32_t nAccumulator, int32_t nXRemainder, const void* pSrc, void* pDst, int32_t nCount,
                                 int32_t nDenominator, int bEnlarge) V_NOEXCEPT;
 /** V_GetResizedScanLine, walking from the row's end, with the same result. The buffers may be the same where no pixel
- *  moves to an earlier place. */
+ *  moves to an earlier place. @remark Thread-safe; a buffer belongs to one thread at a time. */
 V_API void V_ReverseGetResizedScanLine(int32_t nBitsPerPixel, uint32_t uDstBytes, int32_t nStartX, int32_t nXQuotient,
                                        int32_t nAccumulator, int32_t nXRemainder, const void* pSrc, void* pDst,
                                        int32_t nCount, int32_t nDenominator, int bEnlarge) V_NOEXCEPT;

@@ -16,9 +16,9 @@
 V_EXTERN_C_BEGIN
 
 /** @return 16384 times the sine of an angle, rounded. @param nAngle hundredths of a degree, 0 to 36000; others are not
- *  allowed, and not checked. */
+ *  allowed, and not checked. @remark Thread-safe. */
 V_API int V_SinValue(int32_t nAngle) V_NOEXCEPT;
-/** @return 16384 times the cosine of an angle, rounded. @param nAngle as for V_SinValue. */
+/** @return 16384 times the cosine of an angle, rounded. @param nAngle as for V_SinValue. @remark Thread-safe. */
 V_API int V_CosValue(int32_t nAngle) V_NOEXCEPT;
 
 /**
@@ -26,6 +26,7 @@ V_API int V_CosValue(int32_t nAngle) V_NOEXCEPT;
  * @param pBitmap the bitmap. @param nAngle hundredths of a degree; positive angles turn the displayed image clockwise.
  * @param uFlags ROTATEFLAG_ bits. @param crFill colour of what the turned image does not cover.
  * @return as V_IntRotateBitmap, and ERROR_INVALID_STRUCT_SIZE before anything else for a record of neither size.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_RotateBitmap(BITMAPHANDLE* pBitmap, int32_t nAngle, uint32_t uFlags, COLORREF crFill) V_NOEXCEPT;
 /**
@@ -56,6 +57,7 @@ V_API int V_RotateBitmap(BITMAPHANDLE* pBitmap, int32_t nAngle, uint32_t uFlags,
  * @return SUCCESS; ERROR_INVALID_IMAGE: null or no storage; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_WIDTH_HEIGHT: rows
  * that do not hold the width, or a canvas too large to describe; what an allocation, a row transfer or the status
  * callback says. After a failure the bitmap is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_IntRotateBitmap(BITMAPHANDLE* pBitmap, int32_t nAngle, uint32_t uFlags, COLORREF crFill,
                             int32_t nProgressStart, int32_t nProgressEnd, double dCenterX, double dCenterY) V_NOEXCEPT;

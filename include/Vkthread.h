@@ -38,6 +38,7 @@ typedef V_THREADRESULT (*V_THREADROUTINE)(void*);
  * @param puResult receives the routine's result when VELLTHREAD_WAIT is given; may be null. Untouched otherwise.
  * @return SUCCESS: the routine runs, or with VELLTHREAD_WAIT has run; ERROR_INVALID_PARAMETER: null routine or unknown
  * options; ERROR_NO_MEMORY: no thread or no memory could be had, and the routine does not run.
+ * @remark Thread-safe; the new thread shares no settings with any other.
  */
 V_API int V_VellThreadCreateAndRun(V_THREADROUTINE pfnRoutine, void* pParameter, uint32_t uFlags,
                                    uint32_t* puResult) V_NOEXCEPT;

@@ -39,6 +39,7 @@ typedef int (*VKWORKITEMCALLBACK)(VKWorkItems* pItems, void* pUserData);
 
 /**
  * An event that threads wait for. A copy refers to the same event, which lives until the last of them lets go of it.
+ * @remark WaitOne, Set, Reset and IsCreated are thread-safe; the other members are for one thread at a time.
  */
 class V_API VKWaitEvent {
 public:
@@ -82,6 +83,7 @@ class VKReaderWriterLock;
 /**
  * Holds a lock until it is destroyed. Guards come from VKReaderWriterLock; copying one hands the hold over, so that a
  * lock is released exactly once.
+ * @remark One thread per guard at a time, the one that the lock was taken on.
  */
 class V_API VKReaderWriterLockItem {
 public:
@@ -105,6 +107,7 @@ private:
 /**
  * A lock for many readers or one writer. A thread that holds it must not take it again, in either mode. A lock that was
  * never created lets everybody through. A copy is a lock of its own, free, and created when the other is.
+ * @remark Acquiring, Lock, Unlock and IsCreated are thread-safe; the other members are for one thread at a time.
  */
 class V_API VKReaderWriterLock {
 public:
@@ -152,6 +155,8 @@ private:
  * It must stay where it is, created, until then. On a machine with one processor, or with VKWORKITEMS_NEVERTHREAD, the
  * items run inside QueueItem. A copy shares the event that Wait waits for; items belong to the batch they were queued
  * on.
+ * @remark Thread-safe, also from the items, but for Create, Destroy, copying and assigning, which no other member may
+ * meet.
  */
 class V_API VKWorkItems {
 public:
@@ -215,7 +220,7 @@ private:
     uint32_t pool_flags_;
 };
 
-/** The thread pool. */
+/** The thread pool. @remark Thread-safe. */
 class V_API VKThreadPool {
 public:
     /** The object holds nothing, and neither do its copies. */
@@ -235,7 +240,7 @@ public:
     static int QueueUserWorkItem(VKTHREADROUTINE routine, void* parameter, uint32_t flags) noexcept;
 };
 
-/** What is to be known about the machine. */
+/** What is to be known about the machine. @remark Thread-safe. */
 class V_API VKThreadToolsManaged {
 public:
     /** The object holds nothing, and neither do its copies. */
@@ -250,7 +255,7 @@ public:
     static uint32_t GetCoreCount() noexcept;
 };
 
-/** Atomic counters, and the system's lock functions. */
+/** Atomic counters, and the system's lock functions. @remark Thread-safe. */
 class V_API VKThreadToolsUnmanaged {
 public:
     /** Looks the system's slim reader/writer locks up, once per process. Locks do this by themselves. */

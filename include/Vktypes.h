@@ -193,6 +193,7 @@ typedef struct V_PALETTE_OBJECT* HPALETTE;
  * @param uFlags GMEM_FIXED or GMEM_MOVEABLE, with GMEM_ZEROINIT to clear the block.
  * @param uBytes its size in bytes; 0 gives an empty block.
  * @return the block, owned by the caller until V_GlobalFree, or null when there is no memory.
+ * @remark Thread-safe.
  */
 V_API HGLOBAL V_GlobalAlloc(uint32_t uFlags, size_t uBytes) V_NOEXCEPT;
 
@@ -201,25 +202,29 @@ V_API HGLOBAL V_GlobalAlloc(uint32_t uFlags, size_t uBytes) V_NOEXCEPT;
  * @param hMem the block; @param uBytes the new size; @param uFlags GMEM_ZEROINIT clears what is added, GMEM_MOVEABLE
  * lets a fixed block move.
  * @return the block (a fixed one may have a new handle), or null: the old block is then unchanged.
+ * @remark Thread-safe; no other thread may be using the data.
  */
 V_API HGLOBAL V_GlobalReAlloc(HGLOBAL hMem, size_t uBytes, uint32_t uFlags) V_NOEXCEPT;
 
-/** Locks a block at its present address. @return the address, or null for a handle that is not a block. */
+/** Locks a block at its present address. @return the address, or null for a handle that is not a block.
+ *  @remark Thread-safe; locks are counted over all threads. */
 V_API void* V_GlobalLock(HGLOBAL hMem) V_NOEXCEPT;
 
-/** Takes one lock off a movable block, which may then move. @return 1 while locks remain, else 0. */
+/** Takes one lock off a movable block, which may then move. @return 1 while locks remain, else 0.
+ *  @remark Thread-safe; locks are counted over all threads. */
 V_API int V_GlobalUnlock(HGLOBAL hMem) V_NOEXCEPT;
 
-/** Frees a block, locked or not. @return null on success, the handle itself when it is not a block. */
+/** Frees a block, locked or not. @return null on success, the handle itself when it is not a block.
+ *  @remark Thread-safe; no other thread may be using the data. */
 V_API HGLOBAL V_GlobalFree(HGLOBAL hMem) V_NOEXCEPT;
 
-/** @return the size of a block in bytes, 0 for a handle that is not a block. */
+/** @return the size of a block in bytes, 0 for a handle that is not a block. @remark Thread-safe. */
 V_API size_t V_GlobalSize(HGLOBAL hMem) V_NOEXCEPT;
 
-/** @return the handle of the block whose data start at pMem, or null. */
+/** @return the handle of the block whose data start at pMem, or null. @remark Thread-safe. */
 V_API HGLOBAL V_GlobalHandle(const void* pMem) V_NOEXCEPT;
 
-/** @return the lock count in the low byte, or GMEM_INVALID_HANDLE. */
+/** @return the lock count in the low byte, or GMEM_INVALID_HANDLE. @remark Thread-safe. */
 V_API uint32_t V_GlobalFlags(HGLOBAL hMem) V_NOEXCEPT;
 
 V_EXTERN_C_END

@@ -29,11 +29,13 @@ V_EXTERN_C_BEGIN
 /**
  * Reverses the displayed image top to bottom: V_IntReverseBitmap in the rotated perspectives, else V_IntFlipBitmap.
  * @return as these; ERROR_INVALID_PARAMETER: null, or not allocated; ERROR_INVALID_STRUCT_SIZE.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_FlipBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
  * Reverses the displayed image left to right: V_IntFlipBitmap in the rotated perspectives, else V_IntReverseBitmap.
  * @return as these; ERROR_INVALID_PARAMETER: null; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_ReverseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
@@ -43,12 +45,14 @@ V_API int V_ReverseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * @return SUCCESS; ERROR_INVALID_IMAGE: null, or not allocated; ERROR_INVALID_STRUCT_SIZE;
  * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; a failed transfer. On failure the bitmap
  * is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_IntFlipBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
  * Reverses the order of the pixels in each stored row, and calls the ReverseRegion hook. Reports progress. Compressed
  * rows stay compressed.
  * @return as V_IntFlipBitmap, and the status callback's refusal; a failed release, after which the pixels are reversed.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_IntReverseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
@@ -56,6 +60,7 @@ V_API int V_IntReverseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * @param pRow the row, (uWidth * nBitsPerPixel + 7) / 8 bytes. @param uWidth pixels. @param nBitsPerPixel the depth;
  * where a bitmap cannot have it the row stays as it is.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null.
+ * @remark Thread-safe; a buffer belongs to one thread at a time.
  */
 V_API int V_MirrorLine(void* pRow, uint32_t uWidth, int32_t nBitsPerPixel) V_NOEXCEPT;
 /**
@@ -65,6 +70,7 @@ V_API int V_MirrorLine(void* pRow, uint32_t uWidth, int32_t nBitsPerPixel) V_NOE
  * @return SUCCESS; ERROR_INVALID_IMAGE: null, or not allocated; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER:
  * another direction; ERROR_INVALID_WIDTH_HEIGHT; ERROR_NO_MEMORY; a failed transfer; the status callback's refusal. On
  * failure the bitmap is as it was.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_RotateBitmap90(BITMAPHANDLE* pBitmap, int32_t nDirection) V_NOEXCEPT;
 
@@ -73,13 +79,15 @@ V_API int V_RotateBitmap90(BITMAPHANDLE* pBitmap, int32_t nDirection) V_NOEXCEPT
  * --------------------------------------------------------------------------------------------------------------- */
 
 /** Flips the displayed image by changing ViewPerspective alone; values outside 1 to 8 stay. Needs no storage.
- *  @return SUCCESS; ERROR_INVALID_PARAMETER: null; ERROR_INVALID_STRUCT_SIZE. */
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER: null; ERROR_INVALID_STRUCT_SIZE.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_FlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
-/** The same as V_FlipBitmapViewPerspective. */
+/** The same as V_FlipBitmapViewPerspective. @remark One thread per bitmap at a time. */
 V_API int V_IntFlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
-/** Mirrors the displayed image left to right; as V_FlipBitmapViewPerspective. */
+/** Mirrors the displayed image left to right; as V_FlipBitmapViewPerspective.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_ReverseBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
-/** The same as V_ReverseBitmapViewPerspective. */
+/** The same as V_ReverseBitmapViewPerspective. @remark One thread per bitmap at a time. */
 V_API int V_IntReverseBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /**
@@ -87,6 +95,7 @@ V_API int V_IntReverseBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * a flip and a turn by 180 degrees.
  * @param nFrom,nTo perspectives. @param pbFlip receives 0 or 1. @param pnAngle receives 0, 90, 180 or 270.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer, or a perspective outside 1 to 8.
+ * @remark Thread-safe.
  */
 V_API int V_GetChangeViewPerspectiveParams(int32_t nFrom, int32_t nTo, int32_t* pbFlip, int32_t* pnAngle) V_NOEXCEPT;
 /**
@@ -95,6 +104,7 @@ V_API int V_GetChangeViewPerspectiveParams(int32_t nFrom, int32_t nTo, int32_t* 
  * @param pSrc an allocated bitmap. @param uStructSize size of pDst's record, not used without one.
  * @param nViewPerspective 1 to 8.
  * @return as V_IntChangeBitmapViewPerspective; ERROR_INVALID_PARAMETER: also when the source is not allocated.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_ChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
                                         int32_t nViewPerspective) V_NOEXCEPT;
@@ -110,6 +120,7 @@ V_API int V_ChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, 
  * perspective outside 1 to 8, unknown flags; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; a failure
  * of the copy, the flip or the turn. A copy that fails leaves pDst empty but for StructSize and the source as it was. A
  * turn in place that fails after a flip leaves the bitmap flipped, in perspective 1; otherwise it is as it was.
+ * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_IntChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
                                            int32_t nViewPerspective, uint32_t uDupFlags) V_NOEXCEPT;
@@ -118,6 +129,7 @@ V_API int V_IntChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSr
  * Carries a rectangle from one perspective to another. Its right and bottom lie just outside it.
  * @param nFrom,nTo perspectives. @param nWidth,nHeight stored size in perspective nFrom. @param pRect the rectangle.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null, or a perspective outside 1 to 8.
+ * @remark Thread-safe.
  */
 V_API int V_ChangeRectViewPerspective(int32_t nFrom, int32_t nWidth, int32_t nHeight, int32_t nTo,
                                       RECT* pRect) V_NOEXCEPT;
@@ -130,14 +142,18 @@ V_API int V_ChangeRectViewPerspective(int32_t nFrom, int32_t nWidth, int32_t nHe
  * @param px,py the point.
  * @return SUCCESS, with no change when the perspectives are equal; ERROR_INVALID_PARAMETER: null pointer, or different
  * perspectives of which one is outside 1 to 8; ERROR_INVALID_STRUCT_SIZE.
+ * @remark One thread per bitmap at a time.
  */
 V_API int V_PointToBitmap(BITMAPHANDLE* pBitmap, int32_t nViewPerspective, int32_t* px, int32_t* py) V_NOEXCEPT;
 /** Carries the index of a pixel from a bitmap's perspective to a caller's; as V_PointToBitmap, with the bitmap's stored
- *  size. Null coordinates are noticed only when there is something to change. */
+ *  size. Null coordinates are noticed only when there is something to change.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_PointFromBitmap(BITMAPHANDLE* pBitmap, int32_t nViewPerspective, int32_t* px, int32_t* py) V_NOEXCEPT;
-/** As V_PointToBitmap, for a rectangle whose right and bottom lie just outside it. */
+/** As V_PointToBitmap, for a rectangle whose right and bottom lie just outside it.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_RectToBitmap(BITMAPHANDLE* pBitmap, int32_t nViewPerspective, RECT* pRect) V_NOEXCEPT;
-/** As V_PointFromBitmap, for a rectangle; a null one is always ERROR_INVALID_PARAMETER. */
+/** As V_PointFromBitmap, for a rectangle; a null one is always ERROR_INVALID_PARAMETER.
+ *  @remark One thread per bitmap at a time. */
 V_API int V_RectFromBitmap(BITMAPHANDLE* pBitmap, int32_t nViewPerspective, RECT* pRect) V_NOEXCEPT;
 
 V_EXTERN_C_END

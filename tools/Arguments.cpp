@@ -20,12 +20,16 @@ const Option& find_option(const Command& command, const std::string& name)
     if (name == kJson.name) {
         return kJson;
     }
-    const auto found = std::find_if(command.options.begin(), command.options.end(),
-                                    [&](const Option& option) { return name == option.name; });
-    if (found == command.options.end()) {
+    const auto has_name = [&](const Option& option) { return name == option.name; };
+    const auto found = std::find_if(command.options.begin(), command.options.end(), has_name);
+    if (found != command.options.end()) {
+        return *found;
+    }
+    const Option* const pipe = std::find_if(std::begin(kPipeOptions), std::end(kPipeOptions), has_name);
+    if (!command.can_pipe || pipe == std::end(kPipeOptions)) {
         throw UsageError("unknown option " + name);
     }
-    return *found;
+    return *pipe;
 }
 
 } // namespace
@@ -66,9 +70,13 @@ Arguments parse_arguments(const Command& command, std::span<const std::string> w
             throw UsageError(std::string(option.name) + " is given twice");
         }
     }
-    if (arguments.files.size() != command.file_count) {
-        throw UsageError(std::string("expected ") + command.files + ", got " + std::to_string(arguments.files.size()) +
-                         (arguments.files.size() == 1 ? " name" : " names"));
+    const bool pipe = command.can_pipe && arguments.has("--pipe");
+    if (command.can_pipe && !pipe && arguments.has("--format")) {
+        throw UsageError("--format goes with --pipe");
+    }
+    if (arguments.files.size() != (pipe ? 0 : command.file_count)) {
+        throw UsageError(std::string("expected ") + (pipe ? "no names with --pipe" : command.files) + ", got " +
+                         std::to_string(arguments.files.size()) + (arguments.files.size() == 1 ? " name" : " names"));
     }
     return arguments;
 }

@@ -23,6 +23,12 @@ struct Option {
     const char* description; ///< one line
 };
 
+/** Of the commands that can read standard input and write standard output. */
+constexpr Option kPipeOptions[] = {
+    {"--pipe", nullptr, "read the picture from standard input, write it to standard output; no FILE and OUT then"},
+    {"--format", "EXT", "with --pipe: the format to write, by its file name extension"},
+};
+
 class Arguments {
 public:
     std::vector<std::string> files;
@@ -43,6 +49,7 @@ struct Command {
     std::span<const Option> options; ///< besides --json, which every command has
     std::function<void(const Arguments&)> run;
     bool takes_chain = false; ///< further words are operations with their options
+    bool can_pipe = false;    ///< has kPipeOptions, too; with --pipe there are no files
 };
 
 /** Sorts a command line (without the command's name); UsageError for anything the command does not know. */

@@ -49,12 +49,19 @@ void print_help()
 
 void print_help(const Command& command)
 {
-    std::printf("%s\n\nUsage: vk %s %s [OPTION]...\n\nOptions:\n", command.summary, command.name, command.files);
+    std::printf("%s\n\nUsage: vk %s %s [OPTION]...\n", command.summary, command.name, command.files);
+    if (command.can_pipe) {
+        std::printf("       vk %s --pipe [OPTION]...\n", command.name);
+    }
+    std::printf("\nOptions:\n");
     const auto print = [](const Option& option) {
         const std::string left = option.value == nullptr ? option.name : std::string(option.name) + " " + option.value;
         std::printf("  %-20s %s\n", left.c_str(), option.description);
     };
     std::for_each(command.options.begin(), command.options.end(), print);
+    if (command.can_pipe) {
+        std::for_each(std::begin(kPipeOptions), std::end(kPipeOptions), print);
+    }
     print({"--json", nullptr, "print one JSON object"});
     print({"--help", nullptr, "this text"});
 }

@@ -6,6 +6,7 @@
 
 #include "tools/Failure.h"
 #include "tools/PictureFile.h"
+#include "tools/Pipe.h"
 #include "tools/Progress.h"
 #include "tools/Report.h"
 
@@ -25,34 +26,72 @@ namespace {
 
 constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kFlip, &kMirror, &kOrient};
 
-void run_operation(const Operation& operation, const Arguments& arguments)
-{
-    const Action action = operation.prepare(arguments);
-    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1]);
-    const auto shown = [](const char* label) {
-        return [progress = std::make_shared<Progress>(label)](int32_t done, int32_t total) {
-            progress->count(done, total);
-        };
-    };
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"));
-    const auto start = std::chrono::steady_clock::now();
-    {
-        Progress progress(operation.doing);
-        action(*bitmap);
-    }
-    const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-    save_bitmap(*bitmap, *writer, shown("writing"));
+using Milliseconds = std::chrono::duration<double, std::milli>;
 
-    const BITMAPHANDLE& record = bitmap->record();
+RowDone shown(const char* label)
+{
+    return
+        [progress = std::make_shared<Progress>(label)](int32_t done, int32_t total) { progress->count(done, total); };
+}
+
+/** Does it, and gives the time that took. */
+Milliseconds act(const Operation& operation, const Action& action, Bitmap& bitmap)
+{
+    const auto start = std::chrono::steady_clock::now();
+    Progress progress(operation.doing);
+    action(bitmap);
+    return std::chrono::steady_clock::now() - start;
+}
+
+Report describe(const BITMAPHANDLE& record, const std::string& written_to, Milliseconds spent)
+{
     Report report;
-    report.text("file", "written to", arguments.files[1]);
+    report.text("file", "written to", written_to);
     report.number("width", "width", record.Width, " pixels");
     report.number("height", "height", record.Height, " pixels");
     report.number("bits", "bits per pixel", record.BitsPerPixel);
     report.number("colors", "palette", record.Colors, " entries");
     report.number("data_bytes", "data size", static_cast<int64_t>(record.Size64), " bytes");
-    report.measure("operation_ms", "time", spent.count() * 1e3, " ms");
-    report.print(arguments.has("--json"));
+    report.measure("operation_ms", "time", spent.count(), " ms");
+    return report;
+}
+
+/** From standard input to standard output, which gets the picture only when it is complete. The report, when it is
+ *  asked for, has to go elsewhere. */
+void run_piped(const Operation& operation, const Arguments& arguments)
+{
+    const Action action = operation.prepare(arguments);
+    const std::optional<std::string> format = arguments.value("--format");
+    if (format && !has_writable_name("x." + *format)) {
+        throw UsageError("--format does not know " + *format);
+    }
+    std::unique_ptr<Bitmap> bitmap;
+    {
+        BufferRedirection input;
+        input.fill_from_input();
+        bitmap = load_bitmap("standard input", shown("reading"));
+    }
+    const Milliseconds spent = act(operation, action, *bitmap);
+    const std::string name = "standard output" + (format ? "." + *format : default_extension());
+    BufferRedirection output;
+    save_bitmap(*bitmap, *create_picture(name), shown("writing"));
+    output.send_to_output();
+    if (arguments.has("--json")) {
+        describe(bitmap->record(), "standard output", spent).print(true, stderr);
+    }
+}
+
+void run_operation(const Operation& operation, const Arguments& arguments)
+{
+    if (arguments.has("--pipe")) {
+        return run_piped(operation, arguments);
+    }
+    const Action action = operation.prepare(arguments);
+    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1]);
+    const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"));
+    const Milliseconds spent = act(operation, action, *bitmap);
+    save_bitmap(*bitmap, *writer, shown("writing"));
+    describe(bitmap->record(), arguments.files[1], spent).print(arguments.has("--json"));
 }
 
 } // namespace
@@ -81,10 +120,8 @@ std::vector<Action> read_chain(std::vector<std::string> words)
 
 Command operation_command(const Operation& operation)
 {
-    return {
-        operation.name, "FILE OUT", 2, operation.summary, operation.options, [&operation](const Arguments& arguments) {
-            run_operation(operation, arguments);
-        }};
+    const auto run = [&operation](const Arguments& arguments) { run_operation(operation, arguments); };
+    return {operation.name, "FILE OUT", 2, operation.summary, operation.options, run, false, true};
 }
 
 } // namespace vk::tool

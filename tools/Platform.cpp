@@ -57,7 +57,8 @@ extern "C" void on_interrupt(int)
 std::vector<std::string> start_program(int argc, char** argv)
 {
 #if defined(_WIN32)
-    // Line ends stay as they are written, and text is UTF-8 on consoles, too.
+    // Line ends stay as they come and as they are written, and text is UTF-8 on consoles, too.
+    _setmode(_fileno(stdin), _O_BINARY);
     _setmode(_fileno(stdout), _O_BINARY);
     SetConsoleOutputCP(CP_UTF8);
     static_cast<void>(argc);

@@ -4,8 +4,6 @@
  */
 #include "tools/Report.h"
 
-#include <cstdio>
-
 namespace vk::tool {
 
 namespace {
@@ -53,19 +51,19 @@ void Report::truth(const char* key, const char* label, bool value)
     lines_.push_back({key, label, value ? "true" : "false", value ? "yes" : "no"});
 }
 
-void Report::print(bool json) const
+void Report::print(bool json, std::FILE* to) const
 {
     const char* separator = "{\n";
     for (const Line& line : lines_) {
         if (json) {
-            std::printf("%s  \"%s\": %s", separator, line.key, line.json.c_str());
+            std::fprintf(to, "%s  \"%s\": %s", separator, line.key, line.json.c_str());
             separator = ",\n";
         } else {
-            std::printf("%-18s %s\n", line.label, line.text.c_str());
+            std::fprintf(to, "%-18s %s\n", line.label, line.text.c_str());
         }
     }
     if (json) {
-        std::printf("\n}\n");
+        std::fprintf(to, "\n}\n");
     }
 }
 

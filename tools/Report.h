@@ -6,6 +6,7 @@
 #define VK_TOOLS_REPORT_H
 
 #include <cstdint>
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,7 @@ public:
     void measure(const char* key, const char* label, double value, const char* unit = "");
     void truth(const char* key, const char* label, bool value);
 
-    void print(bool json) const;
+    void print(bool json, std::FILE* to = stdout) const;
 
 private:
     struct Line {

@@ -20,12 +20,14 @@ KINDS = ["conv", "global", "user", "disk", "tiled", "compressed", "super"]
 options = argparse.Namespace()
 
 
-def vk(*arguments):
+def vk(*arguments, given=b""):
     """Runs the command. What it prints goes to files: Wine's server inherits pipes and keeps them open for seconds."""
     environment = dict(os.environ, LC_ALL="C.UTF-8")
-    with tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
-        done = subprocess.run(options.command + [str(a) for a in arguments], env=environment, stdout=output, stderr=errors,
-                              timeout=120, check=False)
+    with tempfile.TemporaryFile() as input_, tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
+        input_.write(given)
+        input_.seek(0)
+        done = subprocess.run(options.command + [str(a) for a in arguments], env=environment, stdin=input_, stdout=output,
+                              stderr=errors, timeout=120, check=False)
         for file in (output, errors):
             file.seek(0)
         return subprocess.CompletedProcess(done.args, done.returncode, output.read(), errors.read())
@@ -55,8 +57,8 @@ class VkTest(unittest.TestCase):
         with open(output, "rb") as file:
             return json.loads(done.stdout), file.read()
 
-    def fails(self, code, message, *arguments):
-        done = vk(*arguments)
+    def fails(self, code, message, *arguments, given=b""):
+        done = vk(*arguments, given=given)
         self.assertEqual(done.returncode, code, (arguments, done))
         self.assertIn(message, done.stderr.decode(), arguments)
         self.assertEqual(done.stdout, b"", arguments)
@@ -435,6 +437,71 @@ class Geometry(VkTest):
                           ["orient", "--to", "9"], ["flip", "--angle", "3"]):
             self.fails(2, "vk:", arguments[0], source, out, *arguments[1:])
         self.fails(1, "vk:", "resize", source, out, "--size", "2000000000x2000000000")
+
+
+class Pipes(VkTest):
+    """Pictures from standard input to standard output, against the same done with files."""
+
+    OPERATIONS = [["convert", "--bits", "8"], ["resize", "--scale", "50"], ["rotate", "--angle", "90"], ["flip"], ["mirror"],
+                  ["orient", "--from", "6"]]
+
+    def inputs(self):
+        # Bytes that text modes would change, rows of more than one buffer, and what has to be sought in.
+        every = bytes(range(256)) * 3
+        ends = bytes(random.Random(4).choice(b"\r\n\x1a\0") for _ in range(300 * 250 * 3))
+        yield "a.ppm", b"P6 16 16 255\n" + every
+        yield "b.ppm", b"P6 300 250 255\n" + ends
+        yield "c.bmp", bmp([[i * j * 1000 for i in range(7)] for j in range(5)], 24)
+        if "PNG" in formats():
+            rows = [[(7 * i * j) % 256 for i in range(200 * 3)] for j in range(100)]
+            yield "d.png", png(rows, 8, 2)
+            yield "e.png", png(rows, 8, 2, b"", True)
+        if "JPEG" in formats():
+            with open(os.path.join(options.samples, "rocket.jpg"), "rb") as file:
+                yield "f.jpg", file.read()
+
+    def test_same_as_with_files(self):
+        outputs = ["ppm", "bmp"] + (["png"] if "PNG" in formats() else [])
+        for (name, data), operation in zip(self.inputs(), itertools.cycle(self.OPERATIONS)):
+            for extension in outputs:
+                out = self.path("out." + extension)
+                self.assertEqual(vk(operation[0], self.path(name, data), out, *operation[1:]).returncode, 0, (name, operation))
+                done = vk(operation[0], "--pipe", *operation[1:], "--format", extension, given=data)
+                self.assertEqual((done.returncode, done.stderr), (0, b""), (name, operation))
+                with open(out, "rb") as file:
+                    self.assertEqual(done.stdout, file.read(), (name, operation, extension))
+        done = vk("flip", "--pipe", "--json", given=b"P5 2 1 255\n\1\2")  # the report keeps out of the picture's way
+        self.assertEqual(json.loads(done.stderr)["width"], 2)
+        self.assertTrue(done.stdout.startswith(b"\x89PNG" if "PNG" in formats() else b"P5"))
+
+    def test_every_operation_through_a_chain_of_pipes(self):
+        data = next(self.inputs())[1]
+        with open(self.path("0.ppm", data), "rb") as file:
+            last = file.read()
+        for number, operation in enumerate(self.OPERATIONS):
+            self.assertEqual(vk(operation[0], self.path(f"{number}.ppm"), self.path(f"{number + 1}.ppm"),
+                                *operation[1:]).returncode, 0)
+            last = vk(operation[0], "--pipe", "--format", "ppm", *operation[1:], given=last).stdout
+        with open(self.path(f"{len(self.OPERATIONS)}.ppm"), "rb") as file:
+            self.assertEqual(last, file.read())
+
+    def test_failures(self):
+        good = b"P5 2 1 255\n\1\2"
+        self.fails(3, "standard input", "flip", "--pipe")
+        self.fails(3, "standard input: damaged PNM file", "flip", "--pipe", given=good[:-1])
+        self.fails(3, "standard input: not a picture", "flip", "--pipe", given=b"nonsense")
+        for name, data in self.inputs():
+            self.fails(3, "standard input", "flip", "--pipe", given=data[:len(data) // 2])
+        self.fails(1, "vk:", "resize", "--pipe", "--size", "2000000000x2000000000", given=good)
+        for arguments in (["--pipe", self.path("a.pnm")], ["--pipe", "a", "b"], ["--format", "png", "a", "b"],
+                          ["--pipe", "--format", "gif"], ["--pipe=1"]):
+            self.fails(2, "vk:", "flip", *arguments, given=good)
+        self.fails(2, "unknown option", "batch", self.folder, "-o", self.path("out"), "flip", "--pipe")
+        if os.path.exists("/dev/full") and not options.runner:
+            with open("/dev/full", "wb") as full:
+                done = subprocess.run(options.command + ["flip", "--pipe"], input=good, stdout=full, stderr=subprocess.PIPE,
+                                      check=False)
+            self.assertEqual(done.returncode, 3)
 
 
 class Failures(VkTest):

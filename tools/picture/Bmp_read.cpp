@@ -9,9 +9,7 @@
 #include "tools/Failure.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <system_error>
 
 namespace vk::tool {
 
@@ -34,9 +32,9 @@ template <typename Value> Value value_at(const Bytes& bytes, size_t at)
 
 class BmpReader : public PictureReader {
 public:
-    BmpReader(File file, const std::string& name) : name_(name)
+    BmpReader(Input file, const std::string& name) : name_(name)
     {
-        load(std::move(file));
+        load(*file);
         const size_t header = read_header();
         decode(header);
         describe();
@@ -53,7 +51,7 @@ public:
     BmpReader& operator=(const BmpReader&) = delete;
 
 private:
-    void load(File file);
+    void load(InputFile& file);
     size_t read_header();
     void copy_colors(size_t header);
     bool has_alpha(size_t header) const;
@@ -75,22 +73,15 @@ private:
     int32_t next_row_ = 0;
 };
 
-void BmpReader::load(File file)
+void BmpReader::load(InputFile& file)
 {
-    std::error_code error;
-    const uint64_t size = std::filesystem::file_size(path_of(name_), error);
-    if (error) {
-        throw FileError(name_, error.message());
+    const std::optional<uint64_t> size = file.size();
+    if (!size || *size > 2 * kMaxBuffered) {
+        throw FileError(name_, size ? "the BMP file is too large" : "the BMP file has no size");
     }
-    if (size > 2 * kMaxBuffered) {
-        throw FileError(name_, "the BMP file is too large");
-    }
-    bytes_.resize(static_cast<size_t>(size));
-    errno = 0;
-    bytes_.resize(std::fread(bytes_.data(), 1, bytes_.size(), file.get()));
-    if (std::ferror(file.get()) != 0) {
-        throw FileError(name_, error_text(errno));
-    }
+    bytes_.resize(static_cast<size_t>(*size));
+    bytes_.resize(file.read(bytes_.data(), bytes_.size()));
+    file.check();
     if (bytes_.size() < kFileHeader + kCoreHeader) {
         fail("ends too early");
     }
@@ -245,7 +236,7 @@ void BmpReader::decode_row(uint8_t* row)
 
 } // namespace
 
-std::unique_ptr<PictureReader> read_bmp(File file, const std::string& name)
+std::unique_ptr<PictureReader> read_bmp(Input file, const std::string& name)
 {
     return std::make_unique<BmpReader>(std::move(file), name);
 }

@@ -5,15 +5,15 @@
 #ifndef VK_TOOLS_FORMATS_H
 #define VK_TOOLS_FORMATS_H
 
-#include "tools/Platform.h"
+#include "tools/picture/InputFile.h"
 #include "tools/picture/Picture.h"
 
 namespace vk::tool {
 
-std::unique_ptr<PictureReader> read_pnm(File file, const std::string& name);
-std::unique_ptr<PictureReader> read_png(File file, const std::string& name);
-std::unique_ptr<PictureReader> read_jpeg(File file, const std::string& name);
-std::unique_ptr<PictureReader> read_bmp(File file, const std::string& name);
+std::unique_ptr<PictureReader> read_pnm(Input file, const std::string& name);
+std::unique_ptr<PictureReader> read_png(Input file, const std::string& name);
+std::unique_ptr<PictureReader> read_jpeg(Input file, const std::string& name);
+std::unique_ptr<PictureReader> read_bmp(Input file, const std::string& name);
 
 std::unique_ptr<PictureWriter> write_bmp(const std::string& name);
 std::unique_ptr<PictureWriter> write_pnm(const std::string& name);

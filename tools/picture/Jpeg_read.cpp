@@ -52,9 +52,60 @@ void on_progress(j_common_ptr jpeg)
     }
 }
 
+/** Where the decoder has its bytes from. */
+struct JpegSource {
+    jpeg_source_mgr manager; ///< first, so that a pointer to it is one to this
+    InputFile* file;
+    bool started;
+    JOCTET bytes[1 << 14];
+};
+
+/** A file that ends early is given an end-of-image mark, of which the decoder warns. */
+boolean fill_input(j_decompress_ptr jpeg)
+{
+    auto* const source = reinterpret_cast<JpegSource*>(jpeg->src);
+    size_t count = source->file->read(source->bytes, sizeof source->bytes);
+    if (count == 0) {
+        if (!source->started) {
+            ERREXIT(jpeg, JERR_INPUT_EMPTY);
+        }
+        WARNMS(jpeg, JWRN_JPEG_EOF);
+        source->bytes[0] = 0xFF;
+        source->bytes[1] = JPEG_EOI;
+        count = 2;
+    }
+    source->started = true;
+    source->manager.next_input_byte = source->bytes;
+    source->manager.bytes_in_buffer = count;
+    return TRUE;
+}
+
+void skip_input(j_decompress_ptr jpeg, long count)
+{
+    jpeg_source_mgr& manager = *jpeg->src;
+    for (; count > 0 && static_cast<size_t>(count) > manager.bytes_in_buffer; fill_input(jpeg)) {
+        count -= static_cast<long>(manager.bytes_in_buffer);
+    }
+    if (count > 0) {
+        manager.next_input_byte += count;
+        manager.bytes_in_buffer -= static_cast<size_t>(count);
+    }
+}
+
+void read_from(jpeg_decompress_struct& jpeg, JpegSource& source, InputFile& file)
+{
+    source.file = &file;
+    source.manager.init_source = [](j_decompress_ptr) {};
+    source.manager.fill_input_buffer = &fill_input;
+    source.manager.skip_input_data = &skip_input;
+    source.manager.resync_to_restart = &jpeg_resync_to_restart;
+    source.manager.term_source = [](j_decompress_ptr) {};
+    jpeg.src = &source.manager;
+}
+
 class JpegReader : public PictureReader {
 public:
-    JpegReader(File file, const std::string& name);
+    JpegReader(Input file, const std::string& name);
     ~JpegReader() override { jpeg_destroy_decompress(&jpeg_); }
     JpegReader(const JpegReader&) = delete;
     JpegReader& operator=(const JpegReader&) = delete;
@@ -72,14 +123,15 @@ private:
     }
 
     std::string name_;
-    File file_;
+    Input file_;
+    JpegSource source_{};
     JpegErrors errors_{};
     jpeg_progress_mgr progress_{};
     jpeg_decompress_struct jpeg_{};
     int32_t next_row_ = 0;
 };
 
-JpegReader::JpegReader(File file, const std::string& name) : name_(name), file_(std::move(file))
+JpegReader::JpegReader(Input file, const std::string& name) : name_(name), file_(std::move(file))
 {
     jpeg_.err = jpeg_std_error(&errors_.manager);
     errors_.manager.error_exit = &on_error;
@@ -99,7 +151,7 @@ void JpegReader::read_header()
         jpeg_create_decompress(&jpeg_);
         jpeg_.progress = &progress_;
         jpeg_.mem->max_memory_to_use = static_cast<long>(kMaxBuffered);
-        jpeg_stdio_src(&jpeg_, file_.get());
+        read_from(jpeg_, source_, *file_);
         jpeg_read_header(&jpeg_, TRUE);
     });
     if (jpeg_.num_components != 1 && jpeg_.num_components != 3) {
@@ -141,7 +193,7 @@ void JpegReader::decode_row(uint8_t* row)
 
 } // namespace
 
-std::unique_ptr<PictureReader> read_jpeg(File file, const std::string& name)
+std::unique_ptr<PictureReader> read_jpeg(Input file, const std::string& name)
 {
     return std::make_unique<JpegReader>(std::move(file), name);
 }

@@ -13,6 +13,19 @@ namespace vk::tool {
 
 OutputFile::OutputFile(const std::string& name) : name_(name), target_(path_of(name))
 {
+    if (V_UsesRedirectIO(nullptr, nullptr) == 0) {
+        make_temporary();
+        return;
+    }
+    constexpr int kFlags = V_OPENFLAG_READWRITE | V_OPENFLAG_CREATE | V_OPENFLAG_TRUNCATE;
+    redirected_ = V_RedirectedOpenUTF8(name.c_str(), kFlags, V_OPENMODE_READWRITE);
+    if (reinterpret_cast<intptr_t>(redirected_) == -1) {
+        throw FileError(name_, "cannot be created");
+    }
+}
+
+void OutputFile::make_temporary()
+{
     std::error_code error;
     if (std::filesystem::is_symlink(target_, error)) {
         const std::filesystem::path real = std::filesystem::weakly_canonical(target_, error);
@@ -38,6 +51,9 @@ OutputFile::OutputFile(const std::string& name) : name_(name), target_(path_of(n
 
 OutputFile::~OutputFile()
 {
+    if (redirected_ != nullptr) {
+        V_RedirectedClose(redirected_);
+    }
     if (!temporary_.empty()) {
         file_.reset();
         std::error_code ignored;
@@ -45,15 +61,31 @@ OutputFile::~OutputFile()
     }
 }
 
+bool OutputFile::put(const void* data, size_t bytes) noexcept
+{
+    if (redirected_ != nullptr) {
+        errno = ENOMEM; // what a buffer cannot take
+        return V_RedirectedWriteBig(redirected_, data, bytes) == static_cast<int64_t>(bytes);
+    }
+    return std::fwrite(data, 1, bytes, file_.get()) == bytes;
+}
+
 void OutputFile::write(const void* data, size_t bytes)
 {
-    if (std::fwrite(data, 1, bytes, file_.get()) != bytes) {
+    if (!put(data, bytes)) {
         throw FileError(name_, "cannot be written: " + error_text(errno));
     }
 }
 
 void OutputFile::commit()
 {
+    if (redirected_ != nullptr) {
+        if (V_RedirectedClose(redirected_) < 0) {
+            throw FileError(name_, "cannot be written");
+        }
+        redirected_ = nullptr;
+        return;
+    }
     if (std::ferror(file_.get()) != 0 || std::fclose(file_.release()) != 0) {
         throw FileError(name_, "cannot be written: " + error_text(errno));
     }

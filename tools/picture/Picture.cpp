@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <cerrno>
 #include <cstring>
 
 namespace vk::tool {
@@ -22,7 +21,7 @@ constexpr bool kJpeg = VK_WITH_JPEG;
 
 using Magic = std::array<unsigned char, 8>;
 
-std::unique_ptr<PictureReader> make_reader(const Magic& magic, size_t length, File file, const std::string& name)
+std::unique_ptr<PictureReader> make_reader(const Magic& magic, size_t length, Input file, const std::string& name)
 {
     if (length == 8 && std::memcmp(magic.data(), "\x89PNG\r\n\x1a\n", 8) == 0) {
         if constexpr (kPng) {
@@ -80,16 +79,11 @@ void PictureReader::read_row(uint8_t* row)
 
 std::unique_ptr<PictureReader> open_picture(const std::string& name)
 {
-    errno = 0;
-    File file = open_for_reading(name);
-    if (file == nullptr) {
-        throw FileError(name, error_text(errno));
-    }
+    auto file = std::make_unique<InputFile>(name);
     Magic magic{};
-    const size_t length = std::fread(magic.data(), 1, magic.size(), file.get());
-    if (std::ferror(file.get()) != 0 || std::fseek(file.get(), 0, SEEK_SET) != 0) {
-        throw FileError(name, error_text(errno));
-    }
+    const size_t length = file->read(magic.data(), magic.size());
+    file->check();
+    file->rewind();
     return make_reader(magic, length, std::move(file), name);
 }
 

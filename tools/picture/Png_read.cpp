@@ -7,15 +7,21 @@
 #include "tools/picture/Png.h"
 
 #include <cstring>
-#include <system_error>
 
 namespace vk::tool {
 
 namespace {
 
+void read_png_bytes(png_structp png, png_bytep bytes, size_t count)
+{
+    if (static_cast<InputFile*>(png_get_io_ptr(png))->read(bytes, count) != count) {
+        png_error(png, "Read Error");
+    }
+}
+
 class PngReader : public PictureReader {
 public:
-    PngReader(File file, const std::string& name);
+    PngReader(Input file, const std::string& name);
     ~PngReader() override { png_destroy_read_struct(&png_, &header_, nullptr); }
     PngReader(const PngReader&) = delete;
     PngReader& operator=(const PngReader&) = delete;
@@ -31,7 +37,7 @@ private:
     template <typename Step> void guard(Step step) { guard_png(png_, error_, name_, step); }
 
     std::string name_;
-    File file_;
+    Input file_;
     PngError error_;
     png_structp png_ = nullptr;
     png_infop header_ = nullptr;
@@ -41,7 +47,7 @@ private:
     std::vector<png_bytep> starts_; ///< of the rows in whole_
 };
 
-PngReader::PngReader(File file, const std::string& name) : name_(name), file_(std::move(file))
+PngReader::PngReader(Input file, const std::string& name) : name_(name), file_(std::move(file))
 {
     png_ = png_create_read_struct(PNG_LIBPNG_VER_STRING, &error_, &on_png_error, &on_png_warning);
     header_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
@@ -65,7 +71,7 @@ void PngReader::read_header()
     bool transparent = false;
     size_t encoded_row = 0;
     guard([&] {
-        png_init_io(png_, file_.get());
+        png_set_read_fn(png_, file_.get(), &read_png_bytes);
         png_set_user_limits(png_, kMaxWidth, kMaxHeight);
         png_read_info(png_, header_);
         int interlace = 0;
@@ -92,9 +98,8 @@ void PngReader::read_header()
 /** No deflate stream stands for more than 1032 times its size: refuses small files that claim to be vast. */
 void PngReader::check_file_size(uint64_t encoded_row) const
 {
-    std::error_code error;
-    const uint64_t size = std::filesystem::file_size(path_of(name_), error);
-    if (!error && (encoded_row + 1) * static_cast<uint64_t>(info_.height) / 1032 > size) {
+    const std::optional<uint64_t> size = file_->size();
+    if (size && (encoded_row + 1) * static_cast<uint64_t>(info_.height) / 1032 > *size) {
         throw FileError(name_, "PNG: the file is too short for " + std::to_string(info_.width) + " x " +
                                    std::to_string(info_.height) + " pixels");
     }
@@ -180,7 +185,7 @@ void PngReader::decode_row(uint8_t* row)
 
 } // namespace
 
-std::unique_ptr<PictureReader> read_png(File file, const std::string& name)
+std::unique_ptr<PictureReader> read_png(Input file, const std::string& name)
 {
     return std::make_unique<PngReader>(std::move(file), name);
 }

@@ -41,6 +41,15 @@ PngKind kind_of(const PictureInfo& info)
     throw OperationError("PNG cannot hold a picture of " + std::to_string(info.bits) + " bits per pixel");
 }
 
+void write_png_bytes(png_structp png, png_bytep bytes, size_t count)
+{
+    if (!static_cast<OutputFile*>(png_get_io_ptr(png))->put(bytes, count)) {
+        png_error(png, "Write Error");
+    }
+}
+
+void flush_nothing(png_structp) {}
+
 class PngWriter : public PictureWriter {
 public:
     explicit PngWriter(const std::string& name) : name_(name) {}
@@ -90,7 +99,7 @@ void PngWriter::write_header(const PictureInfo& info, const PngKind& kind)
     }
     const auto per_metre = [](int32_t dpi) { return static_cast<png_uint_32>(dpi / 0.0254 + 0.5); };
     guard([&] {
-        png_init_io(png_, file_->stream());
+        png_set_write_fn(png_, &*file_, &write_png_bytes, &flush_nothing);
         png_set_user_limits(png_, kMaxWidth, kMaxHeight);
         png_set_IHDR(png_, header_, static_cast<png_uint_32>(info.width), static_cast<png_uint_32>(info.height),
                      kind.depth, kind.colour, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,

@@ -11,9 +11,7 @@
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstring>
-#include <system_error>
 
 namespace vk::tool {
 
@@ -22,7 +20,7 @@ namespace {
 /** The bytes of a file, one by one or in bulk. */
 class ByteSource {
 public:
-    ByteSource(File file, const std::string& name) : file_(std::move(file)), name_(name) {}
+    ByteSource(Input file, const std::string& name) : file_(std::move(file)), name_(name) {}
 
     /** The next byte, or -1 at the end. */
     int peek() { return position_ < end_ || refill() ? buffer_[position_] : -1; }
@@ -47,9 +45,8 @@ public:
     /** Bytes left in the file; of what has no size, more than any picture asks for. */
     uint64_t left() const
     {
-        std::error_code error;
-        const uint64_t size = std::filesystem::file_size(path_of(name_), error);
-        return error ? UINT64_MAX : size - std::min(size, consumed_ + position_);
+        const std::optional<uint64_t> size = file_->size();
+        return size ? *size - std::min(*size, consumed_ + position_) : UINT64_MAX;
     }
 
     [[noreturn]] void fail(const std::string& why) const { throw FileError(name_, "damaged PNM file: " + why); }
@@ -59,14 +56,14 @@ private:
     {
         consumed_ += end_;
         position_ = 0;
-        end_ = std::fread(buffer_.data(), 1, buffer_.size(), file_.get());
-        if (end_ == 0 && std::ferror(file_.get()) != 0) {
-            throw FileError(name_, error_text(errno));
+        end_ = file_->read(buffer_.data(), buffer_.size());
+        if (end_ == 0) {
+            file_->check();
         }
         return end_ > 0;
     }
 
-    File file_;
+    Input file_;
     std::string name_;
     std::array<uint8_t, 1 << 16> buffer_{};
     size_t position_ = 0;
@@ -81,7 +78,7 @@ bool is_space(int c)
 
 class PnmReader : public PictureReader {
 public:
-    PnmReader(File file, const std::string& name) : source_(std::move(file), name) { read_header(name); }
+    PnmReader(Input file, const std::string& name) : source_(std::move(file), name) { read_header(name); }
 
 private:
     void read_header(const std::string& name);
@@ -259,7 +256,7 @@ void PnmReader::decode_row(uint8_t* row)
 
 } // namespace
 
-std::unique_ptr<PictureReader> read_pnm(File file, const std::string& name)
+std::unique_ptr<PictureReader> read_pnm(Input file, const std::string& name)
 {
     return std::make_unique<PnmReader>(std::move(file), name);
 }

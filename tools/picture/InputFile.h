@@ -1,0 +1,44 @@
+/**
+ * @file InputFile.h
+ * The bytes of a picture file. Where the library's file operations are redirected on the calling thread, the file is
+ * opened, read and sought through the library, so that a picture may come from a memory buffer; elsewhere it is the
+ * system's file.
+ */
+#ifndef VK_TOOLS_INPUT_FILE_H
+#define VK_TOOLS_INPUT_FILE_H
+
+#include "include/Vkkrnx.h"
+#include "tools/Platform.h"
+
+#include <optional>
+
+namespace vk::tool {
+
+class InputFile {
+public:
+    /** FileError when it cannot be opened. */
+    explicit InputFile(const std::string& name);
+    ~InputFile();
+    InputFile(const InputFile&) = delete;
+    InputFile& operator=(const InputFile&) = delete;
+
+    /** Gives the bytes read, fewer only at the end and after a failure. Throws nothing: C libraries call it. */
+    size_t read(void* bytes, size_t count) noexcept;
+    /** FileError when a read has failed. */
+    void check() const;
+    void rewind();
+    /** Bytes in the file; none for what has no size. */
+    std::optional<uint64_t> size();
+
+private:
+    std::string name_;
+    File file_;
+    V_REDIRECTHANDLE redirected_ = nullptr; ///< in place of file_
+    int error_ = 0;                         ///< of the first read that failed, an errno value
+};
+
+using Input = std::unique_ptr<InputFile>;
+
+} // namespace vk::tool
+
+#endif
