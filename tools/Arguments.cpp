@@ -66,6 +66,9 @@ Arguments parse_arguments(const Command& command, std::span<const std::string> w
             throw UsageError(std::string(option.name) + " is given twice");
         }
     }
+    if (command.takes_more && arguments.files.size() > command.file_count) {
+        return arguments;
+    }
     if (arguments.files.size() != command.file_count) {
         throw UsageError(std::string("expected ") + command.files + ", got " + std::to_string(arguments.files.size()) +
                          (arguments.files.size() == 1 ? " name" : " names"));

@@ -43,6 +43,7 @@ struct Command {
     std::span<const Option> options; ///< besides --json, which every command has
     std::function<void(const Arguments&)> run;
     bool takes_chain = false; ///< further words are operations with their options
+    bool takes_more = false;  ///< files beyond that count, too
 };
 
 /** Sorts a command line (without the command's name); UsageError for anything the command does not know. */
