@@ -70,6 +70,9 @@ Arguments parse_arguments(const Command& command, std::span<const std::string> w
             throw UsageError(std::string(option.name) + " is given twice");
         }
     }
+    if (command.takes_more && arguments.files.size() > command.file_count) {
+        return arguments;
+    }
     const bool pipe = command.can_pipe && arguments.has("--pipe");
     if (command.can_pipe && !pipe && arguments.has("--format")) {
         throw UsageError("--format goes with --pipe");

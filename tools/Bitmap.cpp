@@ -154,14 +154,14 @@ uint64_t Bitmap::stored_bytes()
     return record_.Size;
 }
 
-Access::Access(Bitmap& bitmap) : bitmap_(bitmap)
+Access::Access(BITMAPHANDLE& bitmap) : bitmap_(bitmap)
 {
-    check(V_AccessBitmap(&bitmap.record()), "accessing the bitmap");
+    check(V_AccessBitmap(&bitmap), "accessing the bitmap");
 }
 
-void Access::put(int32_t row, const uint8_t* bytes, size_t count)
+void Access::put(int32_t row, int32_t column, const uint8_t* bytes, size_t count)
 {
-    const intptr_t moved = V_PutBitmapRow(&bitmap_.record(), bytes, row, count);
+    const intptr_t moved = V_PutBitmapRowCol(&bitmap_, bytes, row, column, count);
     if (moved != static_cast<intptr_t>(count)) {
         throw_library_error(moved, "putting row " + std::to_string(row));
     }
@@ -169,7 +169,7 @@ void Access::put(int32_t row, const uint8_t* bytes, size_t count)
 
 void Access::get(int32_t row, uint8_t* bytes, size_t count)
 {
-    const intptr_t moved = V_GetBitmapRow(&bitmap_.record(), bytes, row, count);
+    const intptr_t moved = V_GetBitmapRow(&bitmap_, bytes, row, count);
     if (moved != static_cast<intptr_t>(count)) {
         throw_library_error(moved, "getting row " + std::to_string(row));
     }

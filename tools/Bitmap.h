@@ -11,6 +11,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace vk::tool {
 
@@ -47,6 +48,8 @@ public:
     Bitmap& operator=(const Bitmap&) = delete;
 
     BITMAPHANDLE& record() { return record_; }
+    /** The record, with everything on it, becomes the caller's; this bitmap is none any more. */
+    BITMAPHANDLE give_away() { return std::exchange(record_, {}); }
     MemoryInfo memory_info();
     /** Bytes the pixels take where they are stored now. */
     uint64_t stored_bytes();
@@ -62,16 +65,18 @@ private:
 /** Holds a bitmap accessed. */
 class Access {
 public:
-    explicit Access(Bitmap& bitmap);
-    ~Access() { V_ReleaseBitmap(&bitmap_.record()); }
+    explicit Access(Bitmap& bitmap) : Access(bitmap.record()) {}
+    explicit Access(BITMAPHANDLE& bitmap);
+    ~Access() { V_ReleaseBitmap(&bitmap_); }
     Access(const Access&) = delete;
     Access& operator=(const Access&) = delete;
 
-    void put(int32_t row, const uint8_t* bytes, size_t count);
+    void put(int32_t row, const uint8_t* bytes, size_t count) { put(row, 0, bytes, count); }
+    void put(int32_t row, int32_t column, const uint8_t* bytes, size_t count);
     void get(int32_t row, uint8_t* bytes, size_t count);
 
 private:
-    Bitmap& bitmap_;
+    BITMAPHANDLE& bitmap_;
 };
 
 } // namespace vk::tool

@@ -50,6 +50,7 @@ struct Command {
     std::function<void(const Arguments&)> run;
     bool takes_chain = false; ///< further words are operations with their options
     bool can_pipe = false;    ///< has kPipeOptions, too; with --pipe there are no files
+    bool takes_more = false;  ///< files beyond that count, too
 };
 
 /** Sorts a command line (without the command's name); UsageError for anything the command does not know. */

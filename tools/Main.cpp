@@ -18,6 +18,7 @@ namespace vk::tool {
 extern const Command kBatchCommand;
 extern const Command kHoldCommand;
 extern const Command kInfoCommand;
+extern const Command kSheetCommand;
 
 namespace {
 
@@ -29,6 +30,7 @@ const std::vector<Command>& commands()
         for (const Operation* operation : operations()) {
             list.push_back(operation_command(*operation));
         }
+        list.push_back(kSheetCommand);
         list.push_back(kBatchCommand);
         return list;
     }();

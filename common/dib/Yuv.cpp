@@ -114,20 +114,26 @@ std::atomic<bool> level_known{false};
 
 YuvLevel best_level() noexcept
 {
+    const bool is_wide = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                         __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+                         __builtin_cpu_supports("avx512vbmi");
+    if (is_wide && __builtin_cpu_supports("avx2"))
+        return YuvLevel::avx512;
     return __builtin_cpu_supports("avx2") ? YuvLevel::avx2 : YuvLevel::plain;
 }
 
-bool use_avx2() noexcept
+YuvLevel current_level() noexcept
 {
     if (!level_known.load(std::memory_order_relaxed))
-        limit_yuv_level(YuvLevel::avx2);
-    return level_in_use.load(std::memory_order_relaxed) == YuvLevel::avx2;
+        limit_yuv_level(YuvLevel::avx512);
+    return level_in_use.load(std::memory_order_relaxed);
 }
 
 /// How rows are converted.
 struct Manner {
-    bool fast = false;   ///< by the vector kernels, as far as they go
-    bool stream = false; ///< with writes past the caches
+    YuvLevel level = YuvLevel::plain; ///< vector kernels do what they can
+    bool stream = false;              ///< with writes past the caches
+    bool stream_wide = false;         ///< of the wider kernels, too
 };
 
 /// Where writing past the caches begins to pay.
@@ -135,14 +141,27 @@ constexpr size_t kStreamedBytes = size_t{16} << 20;
 
 Manner manner_for(const uint8_t* to, size_t stride, uint32_t rows) noexcept
 {
-    const bool aligned = (reinterpret_cast<uintptr_t>(to) | stride) % 16 == 0;
-    return {use_avx2(), aligned && stride * rows >= kStreamedBytes};
+    const uintptr_t places = reinterpret_cast<uintptr_t>(to) | stride;
+    const bool is_big = stride * rows >= kStreamedBytes;
+    return {current_level(), is_big && places % 16 == 0, is_big && places % 64 == 0};
 }
 
-template <PutPixel put>
-void packed_row(const YuvRow& row, uint32_t width, uint8_t* bgr, YuvKernel* kernel, Manner manner) noexcept
+using RowFrom = YuvRow (YuvRow::*)(uint32_t x) const noexcept;
+
+/// Converts what the kernels can, the wider one first; returns the number of pixels.
+template <YuvKernel wide, YuvKernel narrow, RowFrom from>
+uint32_t run_kernels(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner manner) noexcept
 {
-    pairs<put>(row, manner.fast ? kernel(row, width, bgr, manner.stream) : 0, width, bgr);
+    if (manner.level == YuvLevel::plain)
+        return 0;
+    const uint32_t done = manner.level == YuvLevel::avx512 ? wide(row, width, bgr, manner.stream_wide) : 0;
+    return done + narrow((row.*from)(done), width - done, bgr + 3 * size_t{done}, manner.stream);
+}
+
+template <PutPixel put, YuvKernel wide, YuvKernel narrow>
+void packed_row(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner manner) noexcept
+{
+    pairs<put>(row, run_kernels<wide, narrow, &YuvRow::packed_from>(row, width, bgr, manner), width, bgr);
 }
 
 void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner manner) noexcept
@@ -152,11 +171,14 @@ void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner m
     const uint8_t* const from = picture.samples + row_bytes(format, width) * row;
     switch (format.layout) {
     case YuvLayout::yuy2:
-        return packed_row<full_range_pixel>({from, from + 1, from + 3}, width, bgr, yuy2_full_avx2, manner);
+        return packed_row<full_range_pixel, yuy2_full_avx512, yuy2_full_avx2>({from, from + 1, from + 3}, width, bgr,
+                                                                              manner);
     case YuvLayout::uyvy:
-        return packed_row<studio_pixel>({from + 1, from, from + 2}, width, bgr, uyvy_studio_avx2, manner);
+        return packed_row<studio_pixel, uyvy_studio_avx512, uyvy_studio_avx2>({from + 1, from, from + 2}, width, bgr,
+                                                                              manner);
     case YuvLayout::yvyu:
-        return packed_row<studio_pixel>({from, from + 3, from + 1}, width, bgr, yvyu_studio_avx2, manner);
+        return packed_row<studio_pixel, yvyu_studio_avx512, yvyu_studio_avx2>({from, from + 3, from + 1}, width, bgr,
+                                                                              manner);
     case YuvLayout::y41p:
         return y41p_row(from, width, bgr);
     case YuvLayout::y211:
@@ -166,8 +188,9 @@ void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner m
         break;
     }
     const YuvRow samples = planar_row(picture, row);
-    const bool is_kernels = manner.fast && format.layout == YuvLayout::planar2;
-    const uint32_t done = is_kernels ? planar_studio_avx2(samples, width, bgr, manner.stream) : 0;
+    uint32_t done = 0;
+    if (format.layout == YuvLayout::planar2)
+        done = run_kernels<planar_studio_avx512, planar_studio_avx2, &YuvRow::planar_from>(samples, width, bgr, manner);
     planes<studio_pixel>(samples, done, width, chroma_step(format), bgr);
 }
 

@@ -46,7 +46,7 @@ void full_range_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept;
 void studio_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept;
 
 /// What the conversion may use of the processor; for tests and benchmarks, while nothing converts.
-enum class YuvLevel : uint8_t { plain, avx2 };
+enum class YuvLevel : uint8_t { plain, avx2, avx512 };
 /// Goes down to a level, or up again as far as the processor goes; returns the one now in use.
 YuvLevel limit_yuv_level(YuvLevel limit) noexcept;
 

@@ -13,16 +13,24 @@ struct YuvRow {
     const uint8_t* y;
     const uint8_t* u;
     const uint8_t* v;
+
+    YuvRow packed_from(uint32_t x) const noexcept { return {y + 2 * size_t{x}, u + 2 * size_t{x}, v + 2 * size_t{x}}; }
+    YuvRow planar_from(uint32_t x) const noexcept { return {y + x, u + x / 2, v + x / 2}; }
 };
 
 /// Converts the first pixels of a row, as many as come in whole steps; returns their number. Reads no byte outside the
-/// row's samples and writes none behind its pixels. With `stream`, for rows at multiples of 16 bytes, writes go past
-/// the caches; the caller ends them with a fence.
+/// row's samples and writes none behind its pixels. With `stream`, for rows at multiples of 16 bytes (of 64 for the
+/// wider kernels), writes go past the caches; the caller ends them with a fence.
 using YuvKernel = uint32_t(const YuvRow& row, uint32_t width, uint8_t* bgr, bool stream) noexcept;
 
 YuvKernel yuy2_full_avx2;
 YuvKernel uyvy_studio_avx2;
 YuvKernel yvyu_studio_avx2;
 YuvKernel planar_studio_avx2;
+
+YuvKernel yuy2_full_avx512;
+YuvKernel uyvy_studio_avx512;
+YuvKernel yvyu_studio_avx512;
+YuvKernel planar_studio_avx512;
 
 } // namespace vk::dib

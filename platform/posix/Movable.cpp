@@ -2,7 +2,8 @@
 //
 // Every handle is looked up in the table first, so that a null, stale or foreign one gives the failure result. A locked
 // block keeps its address; one that shrinks while locked keeps its room and may grow into it again. As on Windows, an
-// empty movable block has no data and cannot be locked, and unlocking a fixed block does nothing and gives 1.
+// empty movable block has no data and cannot be locked, and unlocking a fixed block does nothing and gives 1. Big
+// blocks are sections: their pages are large, which spares most faults of a first pass, and come cleared.
 #include "platform/posix/MovableTable.h"
 
 #include <algorithm>
@@ -24,6 +25,20 @@ constexpr uint32_t kDiscarded = 0x4000; ///< an empty movable block
 constexpr uint32_t kInvalidHandle = 0x8000;
 constexpr uint8_t kMaxLocks = 0xFF;
 
+/// From this size on a block is a section.
+constexpr size_t kBigBlock = size_t{2} << 20;
+
+bool is_big(size_t capacity) noexcept
+{
+    return capacity >= kBigBlock;
+}
+
+void* resize_section(void* data, size_t capacity, size_t bytes) noexcept
+{
+    Section section{nullptr, data, capacity};
+    return section_resize(&section, bytes) == Status::ok ? section.view : nullptr;
+}
+
 /// Makes a movable block that is not locked empty, or refuses.
 void* discard(Block& block, void* handle, uint32_t flags) noexcept
 {
@@ -32,8 +47,9 @@ void* discard(Block& block, void* handle, uint32_t flags) noexcept
     if (block.locks != 0 || (flags & kMoveable) == 0)
         return nullptr;
     void* old = block.data;
+    const size_t capacity = block.capacity;
     table_set_data(block, nullptr, 0);
-    std::free(old);
+    posix::data_free(old, capacity);
     return handle;
 }
 
@@ -52,7 +68,8 @@ bool resize_in_place(Block& block, size_t bytes, bool zero) noexcept
 /// one: that needs the lock.
 bool resize_moving(Block& block, size_t bytes, bool zero) noexcept
 {
-    void* data = std::realloc(block.data, std::max<size_t>(bytes, 1));
+    void* data =
+        block.data == nullptr ? posix::data_alloc(bytes, false) : posix::data_resize(block.data, block.capacity, bytes);
     if (data == nullptr)
         return false;
     if (zero && bytes > block.bytes)
@@ -63,13 +80,44 @@ bool resize_moving(Block& block, size_t bytes, bool zero) noexcept
 
 } // namespace
 
+void* posix::data_alloc(size_t capacity, bool zero) noexcept
+{
+    if (is_big(capacity)) {
+        Section section;
+        return section_create(capacity, &section) == Status::ok ? section.view : nullptr;
+    }
+    const size_t size = std::max<size_t>(capacity, 1);
+    return zero ? std::calloc(1, size) : std::malloc(size);
+}
+
+void* posix::data_resize(void* data, size_t capacity, size_t bytes) noexcept
+{
+    if (is_big(capacity) && is_big(bytes))
+        return resize_section(data, capacity, bytes);
+    if (!is_big(capacity) && !is_big(bytes))
+        return std::realloc(data, std::max<size_t>(bytes, 1));
+    void* const other = data_alloc(bytes, false);
+    if (other != nullptr) {
+        std::memcpy(other, data, std::min(capacity, bytes));
+        data_free(data, capacity);
+    }
+    return other;
+}
+
+void posix::data_free(void* data, size_t capacity) noexcept
+{
+    if (!is_big(capacity))
+        return std::free(data);
+    Section section{nullptr, data, capacity};
+    section_free(&section);
+}
+
 void* movable_alloc(uint32_t flags, size_t bytes) noexcept
 {
     const bool movable = (flags & kMoveable) != 0;
     void* data = nullptr;
     if (bytes != 0 || !movable) {
-        const size_t size = std::max<size_t>(bytes, 1);
-        data = (flags & kZeroInit) != 0 ? std::calloc(1, size) : std::malloc(size);
+        data = posix::data_alloc(bytes, (flags & kZeroInit) != 0);
         if (data == nullptr)
             return nullptr;
     }
@@ -79,7 +127,7 @@ void* movable_alloc(uint32_t flags, size_t bytes) noexcept
         handle = posix::table_add(movable, data, bytes);
     }
     if (handle == nullptr)
-        std::free(data);
+        posix::data_free(data, bytes);
     return handle;
 }
 
@@ -126,15 +174,17 @@ int movable_unlock(void* handle) noexcept
 void* movable_free(void* handle) noexcept
 {
     void* data = nullptr;
+    size_t capacity = 0;
     {
         TableLock lock;
         Block* block = posix::table_find(handle);
         if (block == nullptr)
             return handle;
         data = block->data;
+        capacity = block->capacity;
         posix::table_remove(*block);
     }
-    std::free(data);
+    posix::data_free(data, capacity);
     return nullptr;
 }
 

@@ -4,8 +4,6 @@
 // Linked with the fault layer only. A block that cannot be moved for lack of memory stays where it is.
 #include "platform/posix/MovableTable.h"
 
-#include <algorithm>
-#include <cstdlib>
 #include <cstring>
 
 namespace vk::backend {
@@ -16,7 +14,7 @@ void movable_relocate(void* handle) noexcept
     posix::Block* block = posix::table_find(handle);
     if (block == nullptr || !block->movable || block->locks != 0 || block->data == nullptr)
         return;
-    void* data = std::malloc(std::max<size_t>(block->bytes, 1));
+    void* data = posix::data_alloc(block->bytes, false);
     if (data == nullptr)
         return;
     std::memcpy(data, block->data, block->bytes);
@@ -24,7 +22,7 @@ void movable_relocate(void* handle) noexcept
     const size_t old_capacity = block->capacity;
     posix::table_set_data(*block, data, block->bytes);
     std::memset(old, 0xDD, old_capacity);
-    std::free(old);
+    posix::data_free(old, old_capacity);
 }
 
 } // namespace vk::backend

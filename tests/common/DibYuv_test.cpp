@@ -152,9 +152,20 @@ TEST(DibYuv, EightPixelsInTwelveBytes)
     }
 }
 
+/// The forms besides the plain one that this processor has.
+std::vector<dib::YuvLevel> fast_levels()
+{
+    std::vector<dib::YuvLevel> levels;
+    for (const dib::YuvLevel level : {dib::YuvLevel::avx2, dib::YuvLevel::avx512})
+        if (dib::limit_yuv_level(level) == level)
+            levels.push_back(level);
+    return levels;
+}
+
 TEST(DibYuv, FastFormsEqualThePlainOne)
 {
-    if (dib::limit_yuv_level(dib::YuvLevel::avx2) != dib::YuvLevel::avx2)
+    const std::vector<dib::YuvLevel> levels = fast_levels();
+    if (levels.empty())
         GTEST_SKIP() << "this processor has the plain form only";
     // Every chroma pair with a few lumas, in the order of each layout; 512 pixels in a row.
     for (const char* code : {"YUY2", "UYVY", "YVYU"})
@@ -173,38 +184,46 @@ TEST(DibYuv, FastFormsEqualThePlainOne)
                 }
             Bytes fast(512 * 3 * 256);
             Bytes plain(fast.size());
-            dib::limit_yuv_level(dib::YuvLevel::avx2);
-            dib::convert_yuv({format, data.data(), 512, 256}, 0, 256, fast.data(), 512 * 3);
             dib::limit_yuv_level(dib::YuvLevel::plain);
             dib::convert_yuv({format, data.data(), 512, 256}, 0, 256, plain.data(), 512 * 3);
-            EXPECT_TRUE(fast == plain) << code << ' ' << luma;
+            for (const dib::YuvLevel level : levels) {
+                dib::limit_yuv_level(level);
+                dib::convert_yuv({format, data.data(), 512, 256}, 0, 256, fast.data(), 512 * 3);
+                EXPECT_TRUE(fast == plain) << code << ' ' << luma << ' ' << static_cast<int>(level);
+            }
         }
-    dib::limit_yuv_level(dib::YuvLevel::avx2);
+    dib::limit_yuv_level(dib::YuvLevel::avx512);
 }
 
 TEST(DibYuv, PastTheCaches)
 {
     // As many bytes as writes past the caches are used for.
-    constexpr uint32_t kWide = 2064, kHigh = 2800;
+    constexpr uint32_t kWide = 2112, kHigh = 2800;
     for (const char* code : {"YUY2", "UYVY", "I420"}) {
         const dib::YuvFormat* const format = dib::find_yuv(code_of(code));
         Bytes data(static_cast<size_t>(dib::yuv_bytes(*format, kWide, kHigh)));
         TestRandom(5).fill(data.data(), data.size());
-        Bytes whole(size_t{kWide} * 3 * kHigh);
+        Bytes memory(size_t{kWide} * 3 * kHigh + 64);
         Bytes row(size_t{kWide} * 3);
-        dib::convert_yuv({format, data.data(), kWide, kHigh}, 0, kHigh, whole.data(), row.size());
-        dib::limit_yuv_level(dib::YuvLevel::plain);
-        for (uint32_t y = 0; y < kHigh; y += 7) {
-            dib::convert_yuv({format, data.data(), kWide, kHigh}, y, 1, row.data(), row.size());
-            ASSERT_EQ(0, std::memcmp(row.data(), whole.data() + y * row.size(), row.size())) << code << ' ' << y;
+        // At a cache line, at a quarter of one, and at neither.
+        for (const size_t place : {0, 16, 1}) {
+            uint8_t* const whole = memory.data() + (place + 64 - reinterpret_cast<uintptr_t>(memory.data()) % 64) % 64;
+            dib::convert_yuv({format, data.data(), kWide, kHigh}, 0, kHigh, whole, row.size());
+            dib::limit_yuv_level(dib::YuvLevel::plain);
+            for (uint32_t y = 0; y < kHigh; y += 7) {
+                dib::convert_yuv({format, data.data(), kWide, kHigh}, y, 1, row.data(), row.size());
+                ASSERT_EQ(0, std::memcmp(row.data(), whole + y * row.size(), row.size())) << code << ' ' << y;
+            }
+            dib::limit_yuv_level(dib::YuvLevel::avx512);
         }
-        dib::limit_yuv_level(dib::YuvLevel::avx2);
     }
 }
 
 TEST(DibYuv, WidthsBetweenGuards)
 {
     TestRandom random(7);
+    std::vector<dib::YuvLevel> levels = fast_levels();
+    levels.push_back(dib::YuvLevel::plain);
     for (const char* code : {"YUY2", "UYVY", "YVYU", "Y41P", "Y211", "I420", "YV12", "YVU9"})
         for (uint32_t width = 16; width <= 144; width += 16)
             for (uint32_t extra = 0; extra < 16; extra += 2) {
@@ -213,18 +232,20 @@ TEST(DibYuv, WidthsBetweenGuards)
                                                   static_cast<uint32_t>(format->width_step);
                 const auto height = static_cast<uint32_t>(format->height_step);
                 const auto bytes = static_cast<size_t>(dib::yuv_bytes(*format, wide, height));
-                Bytes results[2];
+                Bytes first;
                 const uint64_t seed = random.next();
-                for (const auto edge : {GuardedBuffer::Edge::front, GuardedBuffer::Edge::back}) {
+                for (const dib::YuvLevel level : levels) {
+                    const auto edge =
+                        level == dib::YuvLevel::plain ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
                     GuardedBuffer from(bytes, edge);
                     GuardedBuffer to(size_t{wide} * 3 * height, edge);
                     TestRandom(seed).fill(from.data(), bytes);
-                    const bool fast = edge == GuardedBuffer::Edge::back;
-                    dib::limit_yuv_level(fast ? dib::YuvLevel::avx2 : dib::YuvLevel::plain);
+                    dib::limit_yuv_level(level);
                     dib::convert_yuv({format, from.data(), wide, height}, 0, height, to.data(), size_t{wide} * 3);
-                    results[fast ? 1 : 0].assign(to.data(), to.data() + to.size());
+                    const Bytes result(to.data(), to.data() + to.size());
+                    first = first.empty() ? result : first;
+                    ASSERT_TRUE(result == first) << code << ' ' << wide << ' ' << static_cast<int>(level);
                 }
-                ASSERT_TRUE(results[0] == results[1]) << code << ' ' << wide;
             }
-    dib::limit_yuv_level(dib::YuvLevel::avx2);
+    dib::limit_yuv_level(dib::YuvLevel::avx512);
 }

@@ -96,13 +96,15 @@ TEST(Movable, ReallocKeepsWhatFitsAndClearsWhatIsAdded)
         std::memset(lock(handle), 7, 100);
         platform::movable_unlock(handle);
         size_t kept = 100;
-        for (const size_t bytes : {50u, 60u, 100000u, 20u, 4000u}) {
+        for (const size_t bytes :
+             {50u, 60u, 5u << 20, 3u << 20, 100000u, (2u << 20) - 1, 7u << 20, 8u << 20, 20u, 4000u}) {
             handle = platform::movable_realloc(handle, bytes, GMEM_MOVEABLE | GMEM_ZEROINIT);
             ASSERT_NE(nullptr, handle);
             kept = std::min(kept, bytes);
-            const uint8_t* data = lock(handle);
+            uint8_t* data = lock(handle);
             EXPECT_EQ(bytes, platform::movable_size(handle));
             EXPECT_TRUE(holds(data, 0, kept, 7) && holds(data, kept, bytes, 0)) << bytes;
+            std::memset(data, 7, kept = bytes);
             platform::movable_unlock(handle);
         }
         EXPECT_EQ(handle, platform::movable_realloc(handle, 1, GMEM_MODIFY | kind)) << "attributes only";

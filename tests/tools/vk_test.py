@@ -13,7 +13,7 @@ import tempfile
 import time
 import unittest
 
-from bitmaps import bmp, packed, read_bmp
+from bitmaps import bmp, packed, read_bmp, runs
 from pictures import CHANNELS, chunk, png, read_png
 
 KINDS = ["conv", "global", "user", "disk", "tiled", "compressed", "super"]
@@ -138,8 +138,8 @@ class Pictures(VkTest):
         self.assertEqual(self.hold(source, "conv", self.path("out.pgm"))[1], b"P5\n13 9\n3\n" + bytes(sum(rows, [])))
 
     def test_bmp(self):
-        for bits, size, top_down in itertools.product((1, 2, 4, 8, 24), (12, 40, 52, 108, 124), (False, True)):
-            if top_down and size == 12:
+        for bits, size, top_down in itertools.product((1, 2, 4, 8, 24), (12, 16, 40, 52, 64, 108, 124), (False, True)):
+            if top_down and size < 40:
                 continue
             palette = [tuple(self.random.randrange(256) for _ in range(3)) for _ in range(1 << bits)] if bits <= 8 else []
             rows = [[self.random.randrange(1 << bits) for _ in range(13)] for _ in range(5)]
@@ -150,7 +150,7 @@ class Pictures(VkTest):
             self.assertEqual(table, b"".join(bytes(entry) + b"\0" for entry in palette))
             self.assertEqual(found, [packed(row, depth, 13) for row in rows], (bits, size, top_down))
             self.assertEqual((fields["header"], fields["compression"]), (40, 0))
-            if size != 12:
+            if size >= 40:
                 self.assertEqual(fields["resolution"], (2835, 2835))
 
     def test_bmp_masks_and_runs(self):
@@ -161,24 +161,63 @@ class Pictures(VkTest):
             source = self.path("in.bmp", bmp([[pixel, 0]], bits, size=size, masks=masks))
             out = self.hold(source, "conv", self.path("out.ppm"))[1]
             self.assertEqual(out, b"P6\n2 1\n255\n" + bytes(colour) + b"\0\0\0", (bits, masks))
-        alpha = bmp([[0x80112233, 0x00445566]], 32, size=124, masks=(0xFF0000, 0xFF00, 0xFF, 0xFF000000))
-        depth, fields, _, rows = read_bmp(self.hold(self.path("in.bmp", alpha), "conv", self.path("out.bmp"))[1])
-        self.assertEqual((depth, fields["header"], fields["compression"]), (32, 124, 3))
-        self.assertEqual(rows, [packed([0x80112233, 0x00445566], 32, 2)])
+        for size, masks, pixels in ((124, (0xFF0000, 0xFF00, 0xFF), [0x80112233, 0x00445566]),
+                                    (56, (0xFF0000, 0xFF00, 0xFF), [0x80112233, 0x00445566]),
+                                    (108, (0xFF, 0xFF00, 0xFF0000), [0x80332211, 0x00665544]),
+                                    (40, (0xFF, 0xFF00, 0xFF0000), [0x80332211, 0x00665544])):
+            alpha = bmp([pixels], 32, size=size, masks=(*masks, 0xFF000000), compression=6 if size == 40 else 3)
+            depth, fields, _, rows = read_bmp(self.hold(self.path("in.bmp", alpha), "conv", self.path("out.bmp"))[1])
+            self.assertEqual((depth, fields["header"], fields["compression"]), (32, 124, 3))
+            self.assertEqual(rows, [packed([0x80112233, 0x00445566], 32, 2)])
         runs = b"\x05\x02\0\0\0\x03\x00\x01\x02\0\x02\x01\0\0\0\x01"
         gray = [(0, 0, 0), (7, 7, 7), (255, 255, 255)]
         good = bmp([[0] * 5] * 2, 8, gray, data=runs, compression=1)
         out = self.hold(self.path("in.bmp", good), "conv", self.path("out.ppm"))[1]
         self.assertEqual(out[11:], b"".join(bytes(gray[i]) for i in (0, 1, 2, 1, 1, 2, 2, 2, 2, 2)))
 
+    def test_bmp_from_elsewhere(self):
+        """Headers, masks and run lengths of other programs, against the pixels they were made from."""
+        def decoded(data):
+            return self.hold(self.path("in.bmp", data), "conv", self.path("out.ppm"))[1].split(b"255\n", 1)[1]
+
+        palette = [tuple(self.random.randrange(256) for _ in range(3)) for _ in range(256)]
+        for bits, width in itertools.product((4, 8), (1, 7, 40, 700)):
+            for _ in range(6):
+                rows = [[self.random.choice((0, 0, self.random.randrange(1 << bits)))] * width for _ in range(9)]
+                for row in self.random.choices(rows, k=4):
+                    row[:] = [self.random.choice((0, 5, 9)) * self.random.randrange(2) for _ in row]
+                data = runs(rows, bits, self.random)
+                expected = b"".join(bytes(palette[index][::-1]) for row in rows for index in row)
+                source = bmp(rows, bits, palette[:1 << bits], data=data + b"\1\1", compression=3 - bits // 4,
+                             image_size=self.random.choice((0, len(data), 1)))
+                self.assertEqual(decoded(source), expected, (bits, width, data))
+        # Colour tables that are short or said to be long, and pixels that begin later.
+        rows = [[2, 0, 1], [1, 1, 2]]
+        expected = b"".join(bytes(palette[index][::-1]) for row in rows for index in row)
+        for bits, colours, used, gap in ((8, 3, None, 0), (8, 256, 0, 0), (8, 256, 1000, 5), (4, 3, 0, 0), (8, 3, 0, 0),
+                                         (8, 3, 3, 77), (2, 3, 3, 1), (8, 256, 0xFFFFFFFF, 0)):
+            self.assertEqual(decoded(bmp(rows, bits, palette[:colours], gap=b"\x55" * gap, used=used, image_size=0)), expected,
+                             (bits, colours, used))
+        for bits, masks in ((16, (0xF00, 0xF0, 0xF)), (16, (0x3F, 0xFC0, 0xF000)), (16, (0xE000, 0x1F00, 0xFF)), (16, (0, 0xFF00, 1)),
+                            (32, (0x3FF00000, 0xFFC00, 0x3FF)), (32, (0xFF00, 0xFF0000, 0xFF000000)), (32, (7, 0x38, 0x40))):
+            pixels = [self.random.randrange(1 << bits) for _ in range(33)]
+            def level(pixel, mask):
+                width = bin(mask).count("1")
+                value = (pixel & mask) // (mask & -mask or 1)
+                return value >> (width - 8) if width > 8 else int((format(value, f"0{width}b") * 8)[:8], 2) if width else 0
+            expected = bytes(level(pixel, mask) for pixel in pixels for mask in masks)
+            for size in (40, 52):
+                self.assertEqual(decoded(bmp([pixels], bits, size=size, masks=masks)), expected, (bits, masks))
+
     def test_bmp_files_that_lie(self):
         good = bmp([[1, 2, 3], [4, 5, 6]], 8, [(1, 2, 3)] * 256)
         huge = (0x7FFFFFFF).to_bytes(4, "little")
         for at, value in ((10, b"\0\0\0\0"), (10, huge), (14, b"\x0d"), (14, huge), (18, huge), (18, b"\xff" * 4), (22, huge),
-                          (22, b"\0\0\0\x80"), (26, b"\2"), (28, b"\7"), (30, b"\4"), (30, b"\2"), (46, b"\2\1"), (46, huge)):
+                          (22, b"\0\0\0\x80"), (26, b"\2"), (28, b"\7"), (30, b"\4"), (30, b"\2")):
             data = good[:at] + value + good[at + len(value):]
             self.fails(3, "BMP" if at not in (18, 22) else "in.bmp", "info", self.path("in.bmp", data))
-        self.fails(3, "run lengths", "info", self.path("in.bmp", bmp([[0] * 5], 8, [(0, 0, 0)], data=b"\4\1\0\1", compression=1)))
+        self.fails(3, "run lengths", "info", self.path("in.bmp", bmp([[0] * 5], 8, [(0, 0, 0)], data=b"\4\1\0", compression=1)))
+        self.fails(3, "run lengths", "info", self.path("in.bmp", bmp([[0] * 5], 8, [(0, 0, 0)], data=b"\x09\1\0\1", compression=1)))
         for length in range(2, len(good), 7):
             self.fails(3, "in.bmp", "info", self.path("in.bmp", good[:length]))
 
@@ -502,6 +541,47 @@ class Pipes(VkTest):
                 done = subprocess.run(options.command + ["flip", "--pipe"], input=good, stdout=full, stderr=subprocess.PIPE,
                                       check=False)
             self.assertEqual(done.returncode, 3)
+
+
+class Sheets(VkTest):
+    """Many pictures on one."""
+
+    def test_layout(self):
+        colours = [(10 * i, 20 * i, 30 * i) for i in range(1, 6)]
+        ppm = [b"P6 %d %d 255\n" % size + bytes(colour) * size[0] * size[1]
+               for size, colour in zip(((8, 4), (2, 2), (30, 90), (1, 7), (600, 3)), colours)]
+        sources = [self.path(f"{i}.ppm", data) for i, data in enumerate(ppm)]
+        fitted = [(6, 3), (4, 4), (1, 4), (1, 4), (6, 1)]  # in a cell of 6 x 4
+        # Other formats and depths of the same colours.
+        sources[1] = self.path("1.bmp", bmp([[1, 1], [1, 1]], 1, [(9, 9, 9), colours[1][::-1]]))
+        if "PNG" in formats():
+            sources[3] = self.path("3.png", png([[c * 257 for c in colours[3]]] * 7, 16, 2))
+        for more, columns, gap in (([], 3, 8), (["--columns", "2", "--gap", "0"], 2, 0), (["--columns", "9", "--gap=1"], 5, 1)):
+            rows = -(-5 // columns)
+            width, height = columns * (6 + gap) + gap, rows * (4 + gap) + gap
+            expected = [[(255, 255, 255)] * width for _ in range(height)]
+            for i, (w, h) in enumerate(fitted):
+                left, top = gap + i % columns * (6 + gap) + (6 - w) // 2, gap + i // columns * (4 + gap) + (4 - h) // 2
+                for y in range(top, top + h):
+                    expected[y][left:left + w] = [colours[i]] * w
+            out = self.path("out.ppm")
+            done = vk("sheet", *sources, "-o", out, "--size", "6x4", "--json", *more)
+            self.assertEqual((done.returncode, done.stderr), (0, b""), more)
+            report = json.loads(done.stdout)
+            self.assertEqual([report[key] for key in ("pictures", "columns", "rows", "width", "height")],
+                             [5, columns, rows, width, height])
+            with open(out, "rb") as file:
+                self.assertEqual(file.read(), b"P6\n%d %d\n255\n" % (width, height) +
+                                 bytes(c for row in expected for pixel in row for c in pixel), more)
+
+    def test_wrong_sheets(self):
+        good, out = self.path("good.ppm", b"P6 1 1 255\n\1\2\3"), self.path("out.ppm")
+        for arguments in ([good], [good, "-o", self.path("out.gif")], ["-o", out], [good, "-o", out, "--columns", "0"],
+                          [good, "-o", out, "--size", "5"], [good, "-o", out, "--size", "0x5"], [good, "-o", out, "--gap=-1"],
+                          [good, "-o", out, "--size", "2000000000x2"]):
+            self.fails(2, "vk:", "sheet", *arguments)
+        self.fails(3, "cut.ppm", "sheet", good, self.path("cut.ppm", b"P6 1 1 255\n"), "-o", out)
+        self.assertFalse(os.path.exists(out))
 
 
 class Failures(VkTest):
