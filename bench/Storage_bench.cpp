@@ -2,8 +2,7 @@
 // that goes through tiles against a plain temporary file that is written and read in the same pieces.
 #include "BenchSupport.h"
 #include "Vkkrnx.h"
-#include "common/Osys.h"
-#include "common/TempFile.h"
+#include "common/StorageFile.h"
 
 #include <fstream>
 #include <string>
@@ -124,12 +123,18 @@ void tiles_4_gib(benchmark::State& state)
     for ([[maybe_unused]] auto _ : state) {
         double file_rate = 0;
         {
-            const int64_t file = create_storage_file();
+            StorageFile file;
+            if (!storage_file::open(file)) {
+                state.SkipWithError("no storage file");
+                return;
+            }
             const auto at = [](int32_t y) { return static_cast<uint64_t>(y) * kHugeLine; };
-            const double written = huge_rate([&](int32_t y) { osys::write_at(file, at(y), row.data(), kHugeLine); });
-            const double read = huge_rate([&](int32_t y) { osys::read_at(file, at(y), row.data(), kHugeLine); });
+            const double written =
+                huge_rate([&](int32_t y) { storage_file::write_at(file, at(y), row.data(), kHugeLine); });
+            const double read =
+                huge_rate([&](int32_t y) { storage_file::read_at(file, at(y), row.data(), kHugeLine); });
             file_rate = 2 / (1 / written + 1 / read);
-            V_OsClose(file, nullptr);
+            storage_file::close(file);
         }
         Bitmap bitmap(TYPE_TILED, static_cast<int32_t>(kHugeLine), kHugeRows, 8);
         if (!bitmap.ok) {

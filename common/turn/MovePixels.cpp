@@ -17,7 +17,7 @@ namespace vk {
 namespace {
 
 /// Moving this much and more is worth writing past the caches.
-constexpr uint64_t kStreamedBytes = 16u << 20;
+constexpr uint64_t kStreamedBytes = 8u << 20;
 /// Buffers of rows on their way to become columns.
 constexpr uint64_t kTargetBytes = 24u << 20;
 constexpr uint64_t kSourceBytes = 4u << 20;
