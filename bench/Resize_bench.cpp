@@ -82,7 +82,7 @@ void resize_nearest_without_avx2(benchmark::State& state)
 {
     vk::resize::limit_level(vk::resize::Level::plain);
     resize_nearest(state);
-    vk::resize::limit_level(vk::resize::Level::avx2);
+    vk::resize::limit_level(vk::resize::Level::avx512);
 }
 BENCHMARK(resize_nearest_without_avx2)->Apply(sizes);
 

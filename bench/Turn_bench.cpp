@@ -98,26 +98,25 @@ void quarter_kernel(benchmark::State& state, turn::Level level)
 {
     const auto bits = static_cast<int32_t>(state.range(0));
     const Size size = size_of(bits);
-    const std::vector<uint8_t> from = content(bits);
+    const Block from = block_of(content(bits));
     const size_t stride = stride_of(size.width, bits);
     const size_t to_stride = stride_of(size.height, bits);
-    std::vector<uint8_t> to(to_stride * static_cast<size_t>(size.width) + 64);
-    uint8_t* const target = to.data() + (64 - reinterpret_cast<uintptr_t>(to.data()) % 64) % 64;
+    Block to(to_stride * static_cast<size_t>(size.width));
     const TransposeBlock block{from.data() + stride * static_cast<size_t>(size.height - 1),
                                -static_cast<ptrdiff_t>(stride),
-                               target,
+                               to.data(),
                                static_cast<ptrdiff_t>(to_stride),
                                size.width,
                                size.height};
     turn::limit_level(level);
-    const bool stream = to.size() >= 16u << 20;
+    const bool stream = to.size() >= 8u << 20;
     measure(state, stride * static_cast<size_t>(size.height), size, [&] { transpose(block, bits, stream); });
-    turn::limit_level(turn::Level::avx2);
+    turn::limit_level(turn::Level::avx512);
 }
 
 void quarter_turn_in_place_of(benchmark::State& state)
 {
-    quarter_kernel(state, turn::Level::avx2);
+    quarter_kernel(state, turn::Level::avx512);
 }
 
 void quarter_turn_plain(benchmark::State& state)
@@ -129,7 +128,7 @@ void mirror_plain(benchmark::State& state)
 {
     turn::limit_level(turn::Level::plain);
     whole<V_IntReverseBitmap>(state);
-    turn::limit_level(turn::Level::avx2);
+    turn::limit_level(turn::Level::avx512);
 }
 
 BENCHMARK(whole<V_IntFlipBitmap>)->Name("flip")->Apply(depths);

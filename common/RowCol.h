@@ -23,6 +23,12 @@ inline intptr_t put_row(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, s
     return put_row_col(bitmap, buffer, row, 0, bytes);
 }
 
+/// The result code of a transfer: SUCCESS, or what it failed with.
+inline int code_of(intptr_t moved) noexcept
+{
+    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
+}
+
 /// Writes the stored bytes of a compressed bitmap into its size fields.
 void recount_size(BITMAPHANDLE& bitmap) noexcept;
 

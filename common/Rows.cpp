@@ -29,11 +29,6 @@ uint64_t rows_bytes(const BITMAPHANDLE& bitmap, int32_t count) noexcept
     return uint64_t{bitmap.BytesPerLine} * static_cast<uint32_t>(count);
 }
 
-int code_of(intptr_t moved) noexcept
-{
-    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
-}
-
 } // namespace
 
 int check_rows(const BITMAPHANDLE& bitmap) noexcept

@@ -3,8 +3,10 @@
 
 #include "common/PackedBits.h"
 #include "common/RowMath.h"
+#include "common/pixel/Fused.h"
 #include "common/resize/Stepping.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstring>
 #include <emmintrin.h>
@@ -18,8 +20,8 @@ constexpr int32_t kMostPicked = 16;
 
 Level best_level() noexcept
 {
-    const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
-    return avx2 ? Level::avx2 : Level::plain;
+    const pixel::Cpu cpu = pixel::cpu_level();
+    return cpu >= pixel::Cpu::avx512 ? Level::avx512 : cpu >= pixel::Cpu::avx2 ? Level::avx2 : Level::plain;
 }
 
 std::atomic<int> chosen{-1};
@@ -27,7 +29,7 @@ std::atomic<int> chosen{-1};
 Level chosen_level() noexcept
 {
     const int level = chosen.load(std::memory_order_relaxed);
-    return level < 0 ? limit_level(Level::avx2) : static_cast<Level>(level);
+    return level < 0 ? limit_level(Level::avx512) : static_cast<Level>(level);
 }
 
 /// Some processors have these instructions, but take hundreds of cycles for one.
@@ -109,7 +111,7 @@ void copy_row(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcep
 
 Level limit_level(Level limit) noexcept
 {
-    const Level level = limit == Level::plain ? Level::plain : best_level();
+    const Level level = std::min(limit, best_level());
     chosen.store(static_cast<int>(level), std::memory_order_relaxed);
     return level;
 }
@@ -137,7 +139,7 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
     else if (chosen_level() == Level::plain)
         return V_SUCCESS;
     else if (bits >= 8 && bits % 8 == 0)
-        made = make_shuffle(plan);
+        made = (chosen_level() < Level::avx512 || make_permute(plan)) && (plan.way != Way::walk || make_shuffle(plan));
     else if (bits == 1 && int64_t{from} * 2 == to)
         make_double(plan);
     else if (bits == 1 && from < to && moves_bits_fast())
@@ -147,7 +149,7 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
     return made ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
-void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept
 {
     switch (plan.way) {
     case Way::copy:
@@ -155,6 +157,8 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noex
     case Way::shuffle:
         shuffle_avx2(plan, src, dst);
         break;
+    case Way::permute:
+        return permute_avx512(plan, src, dst, ahead);
     case Way::pick_bits:
         pick_avx2(plan, src, dst);
         break;
@@ -170,7 +174,7 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noex
     walk_row(plan, src, dst);
 }
 
-void stream_row(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
+void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
 {
     constexpr size_t kLine = 64;
     const size_t head = (kLine - reinterpret_cast<uintptr_t>(to) % kLine) % kLine;
@@ -179,13 +183,17 @@ void stream_row(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
         return;
     }
     std::memcpy(to, from, head);
-    size_t at = head;
-    for (; at + kLine <= bytes; at += kLine)
-        for (size_t part = 0; part < kLine; part += sizeof(__m128i)) {
-            const __m128i piece = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at + part));
-            _mm_stream_si128(reinterpret_cast<__m128i*>(to + at + part), piece);
-        }
-    std::memcpy(to + at, from + at, bytes - at);
+    from += head;
+    to += head;
+    const size_t tail = (bytes - head) % kLine;
+    const size_t lines = bytes - head - tail;
+    if (chosen_level() >= Level::avx2)
+        stream_lines_avx2(from, to, lines);
+    else
+        for (size_t at = 0; at < lines; at += sizeof(__m128i))
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + at),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at)));
+    std::memcpy(to + lines, from + lines, tail);
 }
 
 } // namespace vk::resize

@@ -13,6 +13,7 @@ namespace {
 
 constexpr size_t kLane = 16;
 constexpr size_t kStep = 2 * kLane;
+constexpr size_t kWide = 64;
 constexpr uint32_t kMostParts = 4; ///< more loads per store than that and walking is as fast
 
 /// Where bytes of a destination row of whole-byte pixels come from.
@@ -33,10 +34,10 @@ struct Span {
     int64_t high;
 };
 
-Span span_of(const ByteSource& source, int64_t first) noexcept
+Span span_of(const ByteSource& source, int64_t first, size_t count = kLane) noexcept
 {
     Span span{source(first), source(first)};
-    for (int64_t byte = first + 1; byte < first + static_cast<int64_t>(kLane); ++byte) {
+    for (int64_t byte = first + 1; byte < first + static_cast<int64_t>(count); ++byte) {
         span.low = std::min(span.low, source(byte));
         span.high = std::max(span.high, source(byte));
     }
@@ -55,15 +56,16 @@ void fill_masks(uint8_t* masks, uint32_t parts, const ByteSource& source, int64_
 }
 
 /// Steps of one period and the source bytes it takes; a table for the whole row when it repeats too late.
-void find_period(NearestPlan& plan, int64_t pixel_bytes) noexcept
+void find_period(NearestPlan& plan, int64_t pixel_bytes, size_t step_bytes) noexcept
 {
+    const auto step = static_cast<int64_t>(step_bytes);
     const int64_t common = std::gcd(plan.from, plan.to);
     const int64_t repeat = plan.to / common * pixel_bytes; // destination bytes
-    const int64_t period = std::lcm(repeat, static_cast<int64_t>(kStep));
+    const int64_t period = std::lcm(repeat, step);
     plan.period = plan.steps;
     plan.advance = 0;
-    if (period / static_cast<int64_t>(kStep) <= plan.steps / 2) {
-        plan.period = period / static_cast<int64_t>(kStep);
+    if (period / step <= plan.steps / 2) {
+        plan.period = period / step;
         plan.advance = static_cast<size_t>(period / repeat * (plan.from / common) * pixel_bytes);
     }
 }
@@ -88,6 +90,32 @@ void cut_steps(NearestPlan& plan, const ShuffleStep* bases) noexcept
     };
     while (plan.steps > 0 && reads_past(plan.steps - 1))
         --plan.steps;
+}
+
+/// One step of 64 bytes, of which those behind the row are never stored.
+void fill_permute(PermuteStep& step, const ByteSource& source, int64_t first, Span span) noexcept
+{
+    step.base = static_cast<uint32_t>(span.low);
+    step.is_back = 0;
+    for (size_t i = 0; i < kWide; ++i) {
+        const auto offset = static_cast<size_t>(source(first + static_cast<int64_t>(i)) - span.low);
+        step.order[i] = static_cast<uint8_t>(offset % (2 * kWide));
+        if (offset >= 2 * kWide)
+            step.is_back |= uint64_t{1} << i;
+    }
+}
+
+/// Steps whose loads lie within the source row, which are those in front.
+int64_t count_inner(const NearestPlan& plan, const PermuteStep* table) noexcept
+{
+    const auto reads_past = [&](int64_t step) noexcept {
+        const size_t start = static_cast<size_t>(step / plan.period) * plan.advance;
+        return start + table[step % plan.period].base + kWide * plan.parts > plan.from_bytes();
+    };
+    int64_t inner = static_cast<int64_t>(plan.to_bytes() / kWide); // the last store is whole
+    while (inner > 0 && reads_past(inner - 1))
+        --inner;
+    return inner;
 }
 
 /// Destination words of 64 pixels that are read without passing the source row.
@@ -146,7 +174,7 @@ bool make_shuffle(NearestPlan& plan) noexcept
     // Where even the pixels of one lane lie too far apart there is no need to look at all of them.
     if (plan.steps == 0 || plan.from / plan.to > 3 * static_cast<int32_t>(kMostParts))
         return true;
-    find_period(plan, pixel_bytes);
+    find_period(plan, pixel_bytes, kStep);
     const ByteSource source{plan.from, plan.to, pixel_bytes};
     plan.parts = parts_needed(plan, source);
     if (plan.parts > kMostParts)
@@ -169,6 +197,34 @@ bool make_shuffle(NearestPlan& plan) noexcept
     return true;
 }
 
+bool make_permute(NearestPlan& plan) noexcept
+{
+    const int64_t pixel_bytes = plan.bits / 8;
+    const auto wide = static_cast<int64_t>(kWide);
+    if (plan.from / plan.to > static_cast<int32_t>(kMostParts))
+        return true;
+    plan.steps = (static_cast<int64_t>(plan.to_bytes()) + wide - 1) / wide;
+    find_period(plan, pixel_bytes, kWide);
+    const ByteSource source{plan.from, plan.to, pixel_bytes};
+    int64_t most = 0;
+    for (int64_t step = 0; step < plan.period; ++step) {
+        const Span span = span_of(source, step * wide, kWide);
+        most = std::max(most, span.high - span.low);
+    }
+    plan.parts = static_cast<uint32_t>(most / wide + 1);
+    if (plan.parts > kMostParts)
+        return true;
+    if (!plan.table.allocate((static_cast<uint64_t>(plan.period) + 1) * sizeof(PermuteStep)))
+        return false;
+    PermuteStep* const table = permute_steps(plan.table);
+    for (int64_t step = 0; step < plan.period; ++step)
+        fill_permute(table[step], source, step * wide, span_of(source, step * wide, kWide));
+    plan.inner_steps = count_inner(plan, table);
+    plan.walked_from = plan.to;
+    plan.way = Way::permute;
+    return true;
+}
+
 bool make_spread(NearestPlan& plan) noexcept
 {
     if (!plan.table.allocate((static_cast<uint64_t>(plan.to) / 64 + 1) * sizeof(SpreadStep)))
@@ -180,9 +236,13 @@ bool make_spread(NearestPlan& plan) noexcept
 
 void make_double(NearestPlan& plan) noexcept
 {
-    constexpr int64_t kPixels = 256; // written per step
-    plan.steps = plan.to / kPixels;
-    plan.walked_from = plan.steps * kPixels;
+    constexpr int32_t kPixels = 256; // written per step
+    if (plan.to < kPixels)
+        return;
+    plan.steps = (plan.to + kPixels - 1) / kPixels;
+    plan.walked_from = plan.to / 16 * 16;
+    if (plan.walked_from <= (plan.steps - 1) * kPixels)
+        plan.steps -= 1;
     plan.way = Way::double_bits;
 }
 

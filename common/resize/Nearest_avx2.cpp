@@ -75,19 +75,21 @@ void shuffle_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noe
 }
 
 // Four bits become eight by look-up. The halves of a vector are spread apart first, so that interleaving within lanes
-// leaves the bytes in order.
+// leaves the bytes in order. The last step ends with the last full source byte, over what the one before may have done.
 void double_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
 {
     const __m256i doubled =
         _mm256_broadcastsi128_si256(_mm_setr_epi8(0x00, 0x03, 0x0C, 0x0F, 0x30, 0x33, 0x3C, 0x3F, '\xC0', '\xC3',
                                                   '\xCC', '\xCF', '\xF0', '\xF3', '\xFC', '\xFF'));
     const __m256i nibble = _mm256_set1_epi8(0x0F);
-    for (int64_t step = 0; step < plan.steps; ++step, src += 16, dst += 32) {
-        const __m128i loaded = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src));
+    const int64_t last = plan.walked_from / 16 - 16; // source byte
+    for (int64_t step = 0; step < plan.steps; ++step) {
+        const int64_t at = step + 1 < plan.steps ? 16 * step : last;
+        const __m128i loaded = _mm_loadu_si128(reinterpret_cast<const __m128i*>(src + at));
         const __m256i bytes = _mm256_permute4x64_epi64(_mm256_castsi128_si256(loaded), 0x10);
         const __m256i high = _mm256_shuffle_epi8(doubled, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble));
         const __m256i low = _mm256_shuffle_epi8(doubled, _mm256_and_si256(bytes, nibble));
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst), _mm256_unpacklo_epi8(high, low));
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(dst + 2 * at), _mm256_unpacklo_epi8(high, low));
     }
 }
 
@@ -117,6 +119,13 @@ void pick_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexce
         carried = word << (used / 8 * 8);
         used %= 8;
     }
+}
+
+void stream_lines_avx2(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
+{
+    for (size_t at = 0; at < bytes; at += sizeof(__m256i))
+        _mm256_stream_si256(reinterpret_cast<__m256i*>(to + at),
+                            _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + at)));
 }
 
 } // namespace vk::resize

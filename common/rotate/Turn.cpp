@@ -20,11 +20,6 @@ constexpr uint64_t kBandBytes = 256 * 1024;
 /// Pixels that a byte's worth of packed pixels may be.
 constexpr int32_t kAligned = 8;
 
-int code_of(intptr_t moved) noexcept
-{
-    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
-}
-
 size_t bytes_of(int32_t pixels, int32_t bits) noexcept
 {
     return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(pixels), bits));

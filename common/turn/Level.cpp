@@ -1,5 +1,7 @@
 #include "common/turn/Level.h"
 
+#include "common/pixel/Fused.h"
+
 #include <algorithm>
 #include <atomic>
 
@@ -9,12 +11,11 @@ namespace {
 
 Level best_level() noexcept
 {
-    __builtin_cpu_init();
-    const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi2");
-    return avx2 ? Level::avx2 : Level::sse2;
+    const pixel::Cpu cpu = pixel::cpu_level();
+    return cpu >= pixel::Cpu::avx512 ? Level::avx512 : cpu >= pixel::Cpu::avx2 ? Level::avx2 : Level::sse2;
 }
 
-std::atomic<Level> g_limit{Level::avx2};
+std::atomic<Level> g_limit{Level::avx512};
 
 } // namespace
 

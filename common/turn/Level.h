@@ -6,7 +6,7 @@
 namespace vk::turn {
 
 /// Plain forms work pixel by pixel; SSE2 is always there, the choice exists for tests and benchmarks.
-enum class Level : uint8_t { plain, sse2, avx2 };
+enum class Level : uint8_t { plain, sse2, avx2, avx512 };
 
 /// The level in use.
 Level level() noexcept;

@@ -155,7 +155,12 @@ void mirror_plain(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits)
 
 void mirror_row(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept
 {
-    const int64_t done = turn::level() == turn::Level::avx2 ? turn::mirror_avx2(from, to, width, bits) : 0;
+    const turn::Level level = turn::level();
+    int64_t done = 0;
+    if (level == turn::Level::avx512)
+        done = turn::mirror_avx512(from, to, width, bits);
+    if (level >= turn::Level::avx2)
+        done += turn::mirror_avx2(from, to + bytes_of(done, bits), width - done, bits);
     mirror_plain(from, to + bytes_of(done, bits), width - done, bits);
 }
 

@@ -18,6 +18,9 @@ namespace turn {
 /// Mirrors as many pixels from the end of the row on as full vectors allow, a number that fills bytes, and returns it.
 int64_t mirror_avx2(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept;
 
+/// The same by wider vectors, where they pay.
+int64_t mirror_avx512(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept;
+
 } // namespace turn
 
 } // namespace vk

@@ -17,17 +17,12 @@ namespace vk {
 namespace {
 
 /// Moving this much and more is worth writing past the caches.
-constexpr uint64_t kStreamedBytes = 16u << 20;
+constexpr uint64_t kStreamedBytes = 8u << 20;
 /// Buffers of rows on their way to become columns.
 constexpr uint64_t kTargetBytes = 24u << 20;
 constexpr uint64_t kSourceBytes = 4u << 20;
 /// Pixels that fill bytes, and tiles, at every depth.
 constexpr int64_t kBlock = 512;
-
-int code_of(intptr_t moved) noexcept
-{
-    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
-}
 
 /// Rows that stay rows.
 int move_rows(BITMAPHANDLE& from, BITMAPHANDLE& to, Layout layout, Progress& progress) noexcept

@@ -7,36 +7,48 @@
 
 namespace vk::turn {
 
-/// A tile, written to rows kTilePitch bytes apart.
+/// A tile. Where the next one is known, reading goes `ahead` bytes further to have its lines fetched.
 struct Tile {
     const uint8_t* from;
     ptrdiff_t stride;
     uint8_t* to;
+    ptrdiff_t pitch; ///< bytes between the rows written
     int32_t columns;
     int32_t rows;
+    ptrdiff_t ahead = 0;
 };
-
-/// Bytes between the rows of a tile in memory of its own: four lines, and what a vector writes too far.
-constexpr size_t kTilePitch = 272;
-/// Its most rows there.
-constexpr int32_t kTileColumns = 128;
 
 /// Columns and rows of the blocks that transpose_avx2 does.
 struct BlockSize {
     int32_t columns;
     int32_t rows;
 };
-constexpr int32_t kOddSide = 4; ///< of 24- and 48-bit pixels
+constexpr int32_t kOddSide = 4; ///< columns of 24- and 48-bit blocks
 constexpr BlockSize avx2_block(int32_t bits) noexcept
 {
-    return bits % 24 == 0 ? BlockSize{kOddSide, kOddSide} : BlockSize{128 / bits, 256 / bits};
+    return bits == 24   ? BlockSize{kOddSide, 8}
+           : bits == 48 ? BlockSize{kOddSide, 4}
+                        : BlockSize{128 / bits, 256 / bits};
 }
 
 /// Transposes, of a tile of pixels of whole bytes whose rows have 16 bytes, the full blocks.
 void transpose_avx2(const Tile& tile, int32_t bits) noexcept;
 
 /// 32 rows of 128 pixels of 1 bit, to rows of a tile.
-void transpose_bits_avx2(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noexcept;
+void transpose_bits_avx2(const uint8_t* from, ptrdiff_t stride, uint8_t* to, ptrdiff_t pitch) noexcept;
+
+/// Rows of a tile on their way to the target, of which each is written once.
+struct Lines {
+    const uint8_t* from;
+    ptrdiff_t pitch;
+    uint8_t* to;
+    ptrdiff_t stride;
+    int32_t rows;
+    size_t bytes; ///< of a row
+};
+
+/// Copies the rows, past the caches where `stream` says that they are whole cache lines.
+void copy_lines_avx2(const Lines& lines, bool stream) noexcept;
 
 /// Pixels of 2 to 7 bits spread to bytes, and back. Reads and writes no byte without pixels; the rest of the last one
 /// is cleared.

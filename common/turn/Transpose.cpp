@@ -19,7 +19,6 @@ using turn::Level;
 using turn::Tile;
 
 constexpr size_t kLine = 64;
-constexpr auto kPitch = static_cast<ptrdiff_t>(turn::kTilePitch);
 
 /// Pixels of whole bytes, those of columns from `column` and rows from `row` on.
 template <int kBytes> void transpose_rest(const Tile& tile, int32_t first_column, int32_t first_row) noexcept
@@ -27,7 +26,7 @@ template <int kBytes> void transpose_rest(const Tile& tile, int32_t first_column
     for (int32_t row = 0; row < tile.rows; ++row) {
         const uint8_t* const from = tile.from + row * tile.stride;
         for (int32_t column = row < first_row ? first_column : 0; column < tile.columns; ++column)
-            std::memcpy(tile.to + column * kPitch + row * kBytes, from + column * kBytes, kBytes);
+            std::memcpy(tile.to + column * tile.pitch + row * kBytes, from + column * kBytes, kBytes);
     }
 }
 
@@ -39,14 +38,14 @@ template <int kBytes> void transpose_blocks(const Tile& tile) noexcept
     for (int32_t row = 0; row < rows; row += Block::kSide)
         for (int32_t column = 0; column < columns; column += Block::kSide)
             Block::run(tile.from + row * tile.stride + column * kBytes, tile.stride,
-                       tile.to + column * kPitch + row * kBytes, kPitch);
+                       tile.to + column * tile.pitch + row * kBytes, tile.pitch);
     transpose_rest<kBytes>(tile, columns, rows);
 }
 
 template <int kBytes> void transpose_bytes(const Tile& tile, Level level) noexcept
 {
     constexpr bool kHasBlock = kBytes != 3 && kBytes != 6;
-    if (level == Level::avx2 && tile.columns * kBytes >= 16) {
+    if (level >= Level::avx2 && tile.columns * kBytes >= 16) {
         constexpr turn::BlockSize kBlock = turn::avx2_block(8 * kBytes);
         turn::transpose_avx2(tile, 8 * kBytes);
         return transpose_rest<kBytes>(tile, tile.columns / kBlock.columns * kBlock.columns,
@@ -61,13 +60,13 @@ template <int kBytes> void transpose_bytes(const Tile& tile, Level level) noexce
 void transpose_1(const Tile& tile, Level level) noexcept
 {
     int32_t row = 0;
-    if (level == Level::avx2 && tile.columns == turn::kTileColumns)
+    if (level >= Level::avx2 && tile.columns == 128)
         for (; row + 32 <= tile.rows; row += 32)
-            turn::transpose_bits_avx2(tile.from + row * tile.stride, tile.stride, tile.to + row / 8);
+            turn::transpose_bits_avx2(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, tile.pitch);
     if (level != Level::plain) {
         for (; row < tile.rows; row += 16)
-            turn::transpose_bits(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, kPitch, tile.columns,
-                                 std::min(tile.rows - row, 16));
+            turn::transpose_bits(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, tile.pitch,
+                                 tile.columns, std::min(tile.rows - row, 16));
         return;
     }
     for (int32_t column = 0; column < tile.columns; ++column)
@@ -77,7 +76,7 @@ void transpose_1(const Tile& tile, Level level) noexcept
                 byte = byte << 1 |
                        (row + i < tile.rows ? tile.from[(row + i) * tile.stride + column / 8] >> (7 - column % 8) & 1u
                                             : 0u);
-            tile.to[column * kPitch + row / 8] = static_cast<uint8_t>(byte);
+            tile.to[column * tile.pitch + row / 8] = static_cast<uint8_t>(byte);
         }
 }
 
@@ -96,30 +95,32 @@ void gather_plain(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits)
 
 /// The side of tiles of packed pixels, which are spread to whole bytes, transposed and packed again.
 constexpr int32_t kSpreadSide = 64;
+/// Bytes between its rows: those of 16-bit pixels, and what a vector writes too far.
+constexpr ptrdiff_t kSpreadPitch = 2 * kSpreadSide + 32;
 
 void transpose_packed(const Tile& tile, Level level, int32_t bits) noexcept
 {
-    const auto spread = level == Level::avx2 ? turn::spread_avx2 : spread_plain;
-    const auto gather = level == Level::avx2 ? turn::gather_avx2 : gather_plain;
+    const auto spread = level >= Level::avx2 ? turn::spread_avx2 : spread_plain;
+    const auto gather = level >= Level::avx2 ? turn::gather_avx2 : gather_plain;
     uint8_t before[kSpreadSide * kSpreadSide];
-    uint8_t after[kSpreadSide * turn::kTilePitch];
+    uint8_t after[kSpreadSide * kSpreadPitch];
     for (int32_t row = 0; row < tile.rows; ++row)
         spread(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, bits);
-    transpose_bytes<1>({before, kSpreadSide, after, tile.columns, tile.rows}, level);
+    transpose_bytes<1>({before, kSpreadSide, after, kSpreadPitch, tile.columns, tile.rows}, level);
     for (int32_t column = 0; column < tile.columns; ++column)
-        gather(after + column * kPitch, tile.to + column * kPitch, tile.rows, bits);
+        gather(after + column * kSpreadPitch, tile.to + column * tile.pitch, tile.rows, bits);
 }
 
 void transpose_12(const Tile& tile, Level level) noexcept
 {
     uint16_t before[kSpreadSide * kSpreadSide];
-    alignas(uint16_t) uint8_t after[kSpreadSide * turn::kTilePitch];
+    alignas(uint16_t) uint8_t after[kSpreadSide * kSpreadPitch];
     for (int32_t row = 0; row < tile.rows; ++row) {
         const uint8_t* const from = tile.from + row * tile.stride;
         uint16_t* const to = before + row * kSpreadSide;
         const int32_t pairs = tile.columns / 2;
         const int32_t done =
-            level == Level::avx2 ? turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), tile.columns) : 0;
+            level >= Level::avx2 ? turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), tile.columns) : 0;
         for (int32_t i = done / 2; i < pairs; ++i) {
             const uint8_t* const bytes = from + 3 * i;
             to[2 * i] = static_cast<uint16_t>(bytes[0] | (bytes[1] & 0xF) << 8);
@@ -128,12 +129,13 @@ void transpose_12(const Tile& tile, Level level) noexcept
         if (tile.columns % 2 != 0)
             to[2 * pairs] = static_cast<uint16_t>(extract_12(from + 3 * pairs, 0));
     }
-    transpose_bytes<2>({reinterpret_cast<const uint8_t*>(before), 2 * kSpreadSide, after, tile.columns, tile.rows},
-                       level);
+    transpose_bytes<2>(
+        {reinterpret_cast<const uint8_t*>(before), 2 * kSpreadSide, after, kSpreadPitch, tile.columns, tile.rows},
+        level);
     for (int32_t column = 0; column < tile.columns; ++column) {
-        const uint8_t* pixels = after + column * kPitch;
-        uint8_t* to = tile.to + column * kPitch;
-        const int32_t done = level == Level::avx2 ? turn::gather12_avx2(pixels, to, tile.rows) : 0;
+        const uint8_t* pixels = after + column * kSpreadPitch;
+        uint8_t* to = tile.to + column * tile.pitch;
+        const int32_t done = level >= Level::avx2 ? turn::gather12_avx2(pixels, to, tile.rows) : 0;
         pixels += 2 * done;
         to += done / 2 * 3;
         for (int32_t i = done; i + 1 < tile.rows; i += 2, pixels += 4, to += 3) {
@@ -170,42 +172,55 @@ void transpose_tile(const Tile& tile, Level level, int32_t bits) noexcept
     }
 }
 
-/// Columns and rows of a full tile. Its rows in the target are one or three lines, or fill the pitch's start.
+/// Columns and rows of a full tile, and bytes between its rows in memory of its own: long stretches on both sides,
+/// since each is a place of its own in memory, while the whole stays in the second cache. Vectors may write 32 bytes
+/// too far.
 struct TileSize {
     int32_t columns;
     int32_t rows;
+    int32_t pitch;
 };
 
 constexpr TileSize tile_size(int32_t bits) noexcept
 {
     switch (bits) {
     case 1:
-        return {128, 512};
+        return {128, 512, 64 + 64};
     case 8:
-        return {64, 256};
+        return {128, 512, 512 + 64};
     case 16:
-        return {32, 128};
+        return {128, 256, 512 + 64};
     case 24:
-        return {64, 64};
+        return {128, 192, 576 + 64};
     case 32:
-        return {16, 64};
+        return {128, 128, 512 + 64};
     case 48:
-        return {32, 32};
+        return {64, 96, 576 + 64};
     case 64:
-        return {8, 32};
+        return {64, 64, 512 + 64};
     default:
-        return {kSpreadSide, kSpreadSide};
+        return {kSpreadSide, kSpreadSide, kSpreadPitch};
     }
 }
 
-void stream_lines(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
+constexpr size_t kTileBytes = 256 * (256 + 64);
+
+void copy_lines(const turn::Lines& lines, bool stream) noexcept
 {
-    for (size_t i = 0; i < bytes; i += 16)
-        _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), turn::load_vector(from + i));
+    for (int32_t row = 0; row < lines.rows; ++row) {
+        const uint8_t* const from = lines.from + row * lines.pitch;
+        uint8_t* const to = lines.to + row * lines.stride;
+        if (!stream) {
+            std::memcpy(to, from, lines.bytes);
+            continue;
+        }
+        for (size_t i = 0; i < lines.bytes; i += 16)
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), turn::load_vector(from + i));
+    }
 }
 
 /// Tiles near each other are done together, so that few pages are in use at a time.
-constexpr int32_t kNeighbours = 512;
+constexpr int32_t kNeighbours = 1024;
 
 class Transposer {
 public:
@@ -218,37 +233,53 @@ public:
 
     void run() noexcept
     {
-        const int32_t side = std::max(kNeighbours, size_.rows);
-        for (int32_t column = 0; column < block_.columns; column += kNeighbours)
-            for (int32_t row = 0; row < block_.rows; row += side)
+        const int32_t high = (kNeighbours + size_.rows - 1) / size_.rows * size_.rows;
+        for (int32_t row = 0; row < block_.rows; row += high)
+            for (int32_t column = 0; column < block_.columns; column += kNeighbours)
                 run_part(column, std::min(block_.columns, column + kNeighbours), row,
-                         std::min(block_.rows, row + side));
+                         std::min(block_.rows, row + high));
         if (stream_)
             _mm_sfence();
     }
 
 private:
-    void run_part(int32_t column, int32_t end_column, int32_t first_row, int32_t end_row) noexcept
+    void run_part(int32_t first_column, int32_t end_column, int32_t row, int32_t end_row) noexcept
     {
-        for (; column < end_column; column += size_.columns)
-            for (int32_t row = first_row; row < end_row; row += size_.rows)
-                run_tile(column, std::min(size_.columns, end_column - column), row,
-                         std::min(size_.rows, end_row - row));
+        for (; row < end_row; row += size_.rows)
+            for (int32_t column = first_column; column < end_column; column += size_.columns)
+                run_tile(column, std::min(size_.columns, end_column - column), row, std::min(size_.rows, end_row - row),
+                         ahead(first_column, column, end_column, row, end_row));
     }
 
-    void run_tile(int32_t column, int32_t columns, int32_t row, int32_t rows) noexcept
+    /// How far the next tile of a part is away; 0 without one that is whole.
+    ptrdiff_t ahead(int32_t first_column, int32_t column, int32_t end_column, int32_t row,
+                    int32_t end_row) const noexcept
     {
-        const uint8_t* const from = block_.from + row * block_.from_stride + offset(column);
-        transpose_tile({from, block_.from_stride, tile_, columns, rows}, level_, bits_);
-        const auto bytes = static_cast<size_t>(packed_bytes(static_cast<uint32_t>(rows), bits_));
-        for (int32_t i = 0; i < columns; ++i) {
-            uint8_t* const to = block_.to + (column + i) * block_.to_stride + offset(row);
-            const uint8_t* const made = tile_ + i * kPitch;
-            if (stream_ && bytes % kLine == 0)
-                stream_lines(to, made, bytes);
-            else
-                std::memcpy(to, made, bytes);
-        }
+        if (column + 2 * size_.columns <= end_column)
+            return offset(size_.columns);
+        if (column + size_.columns < end_column || row + 2 * size_.rows > end_row)
+            return 0;
+        return size_.rows * block_.from_stride - offset(column - first_column);
+    }
+
+    void run_tile(int32_t column, int32_t columns, int32_t row, int32_t rows, ptrdiff_t ahead) noexcept
+    {
+        const Tile tile{block_.from + row * block_.from_stride + offset(column),
+                        block_.from_stride,
+                        tile_,
+                        size_.pitch,
+                        columns,
+                        rows,
+                        ahead};
+        transpose_tile(tile, level_, bits_);
+        const turn::Lines lines{tile_,
+                                size_.pitch,
+                                block_.to + column * block_.to_stride + offset(row),
+                                block_.to_stride,
+                                columns,
+                                static_cast<size_t>(packed_bytes(static_cast<uint32_t>(rows), bits_))};
+        const bool stream = stream_ && lines.bytes % kLine == 0;
+        return level_ >= Level::avx2 ? turn::copy_lines_avx2(lines, stream) : copy_lines(lines, stream);
     }
 
     ptrdiff_t offset(int32_t pixel) const noexcept
@@ -261,7 +292,7 @@ private:
     const TileSize size_;
     const Level level_;
     bool stream_ = false;
-    alignas(64) uint8_t tile_[turn::kTileColumns * turn::kTilePitch];
+    alignas(64) uint8_t tile_[kTileBytes];
 };
 
 } // namespace

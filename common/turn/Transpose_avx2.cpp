@@ -9,35 +9,8 @@ namespace vk::turn {
 
 namespace {
 
-constexpr auto kPitch = static_cast<ptrdiff_t>(kTilePitch);
-
-/// Four by four pixels of 24 bits. Each row is read as 16 bytes that end with its last pixel, or begin with its first
-/// where that would be in front of the row.
-template <bool kAtEnd> void transpose_24(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noexcept
-{
-    const char s = kAtEnd ? 4 : 0;
-    const __m128i spread = _mm_setr_epi8(
-        s, static_cast<char>(s + 1), static_cast<char>(s + 2), -1, static_cast<char>(s + 3), static_cast<char>(s + 4),
-        static_cast<char>(s + 5), -1, static_cast<char>(s + 6), static_cast<char>(s + 7), static_cast<char>(s + 8), -1,
-        static_cast<char>(s + 9), static_cast<char>(s + 10), static_cast<char>(s + 11), -1);
-    const __m128i gather = _mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1);
-    const uint8_t* const first = from - s;
-    const __m128i a = _mm_shuffle_epi8(load_vector(first), spread);
-    const __m128i b = _mm_shuffle_epi8(load_vector(first + stride), spread);
-    const __m128i c = _mm_shuffle_epi8(load_vector(first + 2 * stride), spread);
-    const __m128i d = _mm_shuffle_epi8(load_vector(first + 3 * stride), spread);
-    const __m128i ab = _mm_unpacklo_epi32(a, b);
-    const __m128i cd = _mm_unpacklo_epi32(c, d);
-    const __m128i ab_high = _mm_unpackhi_epi32(a, b);
-    const __m128i cd_high = _mm_unpackhi_epi32(c, d);
-    store_vector(to, _mm_shuffle_epi8(_mm_unpacklo_epi64(ab, cd), gather));
-    store_vector(to + kPitch, _mm_shuffle_epi8(_mm_unpackhi_epi64(ab, cd), gather));
-    store_vector(to + 2 * kPitch, _mm_shuffle_epi8(_mm_unpacklo_epi64(ab_high, cd_high), gather));
-    store_vector(to + 3 * kPitch, _mm_shuffle_epi8(_mm_unpackhi_epi64(ab_high, cd_high), gather));
-}
-
 /// Four by four pixels of 48 bits, whose rows are two loads that overlap.
-void transpose_48(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noexcept
+void transpose_48(const uint8_t* from, ptrdiff_t stride, uint8_t* to, ptrdiff_t pitch) noexcept
 {
     const __m128i front = _mm_setr_epi8(0, 1, 2, 3, 4, 5, -1, -1, 6, 7, 8, 9, 10, 11, -1, -1);
     const __m128i back = _mm_setr_epi8(4, 5, 6, 7, 8, 9, -1, -1, 10, 11, 12, 13, 14, 15, -1, -1);
@@ -48,9 +21,9 @@ void transpose_48(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noexcept
         const __m128i c = _mm_shuffle_epi8(load_vector(from + 8), back);
         const __m128i d = _mm_shuffle_epi8(load_vector(from + stride + 8), back);
         store_vector(to, _mm_shuffle_epi8(_mm_unpacklo_epi64(a, b), gather));
-        store_vector(to + kPitch, _mm_shuffle_epi8(_mm_unpackhi_epi64(a, b), gather));
-        store_vector(to + 2 * kPitch, _mm_shuffle_epi8(_mm_unpacklo_epi64(c, d), gather));
-        store_vector(to + 3 * kPitch, _mm_shuffle_epi8(_mm_unpackhi_epi64(c, d), gather));
+        store_vector(to + pitch, _mm_shuffle_epi8(_mm_unpackhi_epi64(a, b), gather));
+        store_vector(to + 2 * pitch, _mm_shuffle_epi8(_mm_unpacklo_epi64(c, d), gather));
+        store_vector(to + 3 * pitch, _mm_shuffle_epi8(_mm_unpackhi_epi64(c, d), gather));
     }
 }
 
@@ -115,29 +88,111 @@ template <int kBytes> void transpose_block(const uint8_t* from, ptrdiff_t stride
         store_wide(to + i * pitch, rows[i]);
 }
 
-template <int kBytes> void transpose_even(const Tile& tile) noexcept
+/// Four columns, eight rows of 24 bits. Each row is read as 16 bytes that end with its last pixel, or begin with its
+/// first where that would be in front of the row.
+template <bool kAtEnd> void transpose_24(const uint8_t* from, ptrdiff_t stride, uint8_t* to, ptrdiff_t pitch) noexcept
 {
-    constexpr int32_t kColumns = 16 / kBytes;
-    for (int32_t row = 0; row + 2 * kColumns <= tile.rows; row += 2 * kColumns)
-        for (int32_t column = 0; column + kColumns <= tile.columns; column += kColumns)
-            transpose_block<kBytes>(tile.from + row * tile.stride + column * kBytes, tile.stride,
-                                    tile.to + column * kPitch + row * kBytes, kPitch);
+    constexpr char s = kAtEnd ? 4 : 0;
+    const __m256i spread = _mm256_broadcastsi128_si256(_mm_setr_epi8(
+        s, s + 1, s + 2, -1, s + 3, s + 4, s + 5, -1, s + 6, s + 7, s + 8, -1, s + 9, s + 10, s + 11, -1));
+    const __m256i gather =
+        _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, -1, -1, -1, -1));
+    const __m256i closed = _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7);
+    __m256i rows[4];
+    from -= s;
+    for (int i = 0; i < 4; ++i)
+        rows[i] = _mm256_shuffle_epi8(load_pair(from + i * stride, from + (i + 4) * stride), spread);
+    transpose_squares<4>(rows);
+    for (int i = 0; i < 4; ++i)
+        store_wide(to + i * pitch, _mm256_permutevar8x32_epi32(_mm256_shuffle_epi8(rows[i], gather), closed));
 }
 
-void transpose_odd(const Tile& tile, int32_t bits) noexcept
+template <int kBytes>
+void transpose_one(const uint8_t* from, ptrdiff_t stride, uint8_t* to, ptrdiff_t pitch, bool is_first) noexcept
 {
-    const int32_t bytes = bits / 8;
-    for (int32_t row = 0; row + kOddSide <= tile.rows; row += kOddSide)
-        for (int32_t column = 0; column + kOddSide <= tile.columns; column += kOddSide) {
-            const uint8_t* const from = tile.from + row * tile.stride + column * bytes;
-            uint8_t* const to = tile.to + column * kPitch + row * bytes;
-            if (bits == 48)
-                transpose_48(from, tile.stride, to);
-            else if (column == 0)
-                transpose_24<false>(from, tile.stride, to);
-            else
-                transpose_24<true>(from, tile.stride, to);
+    if constexpr (kBytes == 6)
+        transpose_48(from, stride, to, pitch);
+    else if constexpr (kBytes != 3)
+        transpose_block<kBytes>(from, stride, to, pitch);
+    else if (is_first)
+        transpose_24<false>(from, stride, to, pitch);
+    else
+        transpose_24<true>(from, stride, to, pitch);
+}
+
+/// Rows of a block one after the other. In a picture whose rows are some pages apart they would share one set of the
+/// first cache, which does not hold as many lines as a block of small pixels has rows.
+class BlockRows {
+public:
+    static constexpr int32_t kWide = 256;
+    static constexpr ptrdiff_t kPitch = kWide + 64;
+
+    const uint8_t* take(const uint8_t* from, ptrdiff_t stride, int32_t rows, int32_t bytes) noexcept
+    {
+        for (int32_t row = 0; row < rows; ++row, from += stride) {
+            uint8_t* const to = rows_ + row * kPitch;
+            int32_t at = 0;
+            for (; at + 32 <= bytes; at += 32)
+                store_wide(to + at, _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + at)));
+            if (at < bytes)
+                std::memcpy(to + at, from + at, static_cast<size_t>(bytes - at));
         }
+        return rows_;
+    }
+
+private:
+    alignas(64) uint8_t rows_[32 * kPitch];
+};
+
+/// The blocks of a tile, row by row. Each has its share of the lines of the next tile fetched: a row of blocks takes
+/// all lines of its rows once.
+template <int kBytes> void transpose_blocks(const Tile& tile) noexcept
+{
+    constexpr BlockSize kBlock = avx2_block(8 * kBytes);
+    constexpr int32_t kWide = kBlock.columns * kBytes;
+    constexpr int32_t kLine = 64;
+    BlockRows taken;
+    for (int32_t row = 0; row + kBlock.rows <= tile.rows; row += kBlock.rows) {
+        const uint8_t* from = tile.from + row * tile.stride;
+        ptrdiff_t stride = tile.stride;
+        const uint8_t* fetched = from + tile.ahead;
+        if constexpr (kBlock.rows >= 16) {
+            from = taken.take(from, stride, kBlock.rows, tile.columns * kBytes);
+            stride = BlockRows::kPitch;
+        }
+        int32_t fetched_row = 0;
+        for (int32_t column = 0; column + kBlock.columns <= tile.columns; column += kBlock.columns) {
+            if (tile.ahead != 0)
+                for (int32_t bytes = 0; bytes < kWide * kBlock.rows; bytes += kLine) {
+                    _mm_prefetch(reinterpret_cast<const char*>(fetched + fetched_row * tile.stride), _MM_HINT_T0);
+                    if (++fetched_row == kBlock.rows) {
+                        fetched_row = 0;
+                        fetched += kLine;
+                    }
+                }
+            transpose_one<kBytes>(from + column * kBytes, stride, tile.to + column * tile.pitch + row * kBytes,
+                                  tile.pitch, column == 0);
+        }
+    }
+}
+
+template <bool kStream> void copy_rows(const Lines& lines) noexcept
+{
+    const uint8_t* from = lines.from;
+    uint8_t* to = lines.to;
+    for (int32_t row = 0; row < lines.rows; ++row, from += lines.pitch, to += lines.stride) {
+        size_t at = 0;
+        for (; at + 32 <= lines.bytes; at += 32) {
+            const __m256i bytes = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + at));
+            if constexpr (kStream)
+                _mm256_stream_si256(reinterpret_cast<__m256i*>(to + at), bytes);
+            else
+                store_wide(to + at, bytes);
+        }
+        if constexpr (!kStream)
+            if (at < lines.bytes)
+                std::memcpy(to + at, from + at, lines.bytes - at);
+    }
 }
 
 /// Eight bytes with those bits set that a pixel takes.
@@ -195,19 +250,26 @@ void transpose_avx2(const Tile& tile, int32_t bits) noexcept
 {
     switch (bits) {
     case 8:
-        return transpose_even<1>(tile);
+        return transpose_blocks<1>(tile);
     case 16:
-        return transpose_even<2>(tile);
+        return transpose_blocks<2>(tile);
+    case 24:
+        return transpose_blocks<3>(tile);
     case 32:
-        return transpose_even<4>(tile);
-    case 64:
-        return transpose_even<8>(tile);
+        return transpose_blocks<4>(tile);
+    case 48:
+        return transpose_blocks<6>(tile);
     default:
-        return transpose_odd(tile, bits);
+        return transpose_blocks<8>(tile);
     }
 }
 
-void transpose_bits_avx2(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noexcept
+void copy_lines_avx2(const Lines& lines, bool stream) noexcept
+{
+    return stream ? copy_rows<true>(lines) : copy_rows<false>(lines);
+}
+
+void transpose_bits_avx2(const uint8_t* from, ptrdiff_t stride, uint8_t* to, ptrdiff_t pitch) noexcept
 {
     // In each byte of the result the first row is the highest bit, in a vector's mask the last lane is.
     __m256i rows[16];
@@ -217,7 +279,7 @@ void transpose_bits_avx2(const uint8_t* from, ptrdiff_t stride, uint8_t* to) noe
     }
     transpose_squares<1>(rows);
     for (__m256i byte : rows)
-        for (int bit = 0; bit < 8; ++bit, to += kPitch) {
+        for (int bit = 0; bit < 8; ++bit, to += pitch) {
             const int mask = _mm256_movemask_epi8(byte);
             std::memcpy(to, &mask, sizeof mask);
             byte = _mm256_add_epi8(byte, byte);

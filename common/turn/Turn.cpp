@@ -136,12 +136,31 @@ private:
         if (!layout_.mirror)
             return swap_rows(a, row(height_ - 1 - index), line_);
         std::memcpy(buffer_.data(), a, bytes_);
+        if (!layout_.flip && bits_ % 8 == 0)
+            return mirror_by_pieces(a);
         uint8_t* b = a;
         if (layout_.flip && index != height_ - 1 - index) {
             b = row(height_ - 1 - index);
             mirror_row(b, a, width_, bits_);
         }
         mirror_row(buffer_.data(), b, width_, bits_);
+    }
+
+    /// Mirrors the copied row, and has the next one fetched meanwhile: a row on its way back keeps memory idle.
+    void mirror_by_pieces(uint8_t* to) noexcept
+    {
+        constexpr int32_t kPiece = 2048;
+        constexpr size_t kFetched = 64;
+        const auto pixel = static_cast<size_t>(bits_ / 8);
+        const int32_t most = kPiece / (bits_ / 8);
+        for (int32_t end = width_; end > 0; end -= most) {
+            const int32_t count = std::min(most, end);
+            const size_t bytes = static_cast<uint32_t>(count) * pixel;
+            for (size_t at = 0; at < bytes; at += kFetched)
+                __builtin_prefetch(to + line_ + at, 1, 2);
+            mirror_row(buffer_.data() + static_cast<uint32_t>(end - count) * pixel, to, count, bits_);
+            to += bytes;
+        }
     }
 
     const Layout layout_;

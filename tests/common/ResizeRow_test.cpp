@@ -40,9 +40,9 @@ TEST(ResizeRow, KernelsFollowTheRule)
     GuardedBuffer dst(kMost, Edge::back);
     TestRandom random(310);
     SCOPED_TRACE(random);
-    const Level best = vk::resize::limit_level(Level::avx2);
-    int ways[6] = {};
-    for (const Level level : {Level::plain, Level::avx2})
+    const Level best = vk::resize::limit_level(Level::avx512);
+    int ways[7] = {};
+    for (const Level level : {Level::plain, Level::avx2, Level::avx512})
         for (const int32_t bits : kDepths)
             for (const int32_t from : kWidths)
                 for (int32_t to : kWidths) {
@@ -53,9 +53,10 @@ TEST(ResizeRow, KernelsFollowTheRule)
                     vk::resize::NearestPlan plan;
                     ASSERT_EQ(SUCCESS, vk::resize::plan_nearest(plan, bits, from, to));
                     ++ways[static_cast<int>(plan.way)];
-                    EXPECT_TRUE(level == Level::avx2 || plan.way == Way::walk || from == to);
+                    EXPECT_TRUE(level != Level::plain || plan.way == Way::walk || from == to);
                     EXPECT_TRUE(best == Level::plain || level == Level::plain || bits != 24 || from == to ||
-                                from / to > 3 || plan.to_bytes() < 32 || plan.way == Way::shuffle);
+                                from / to > 3 || plan.to_bytes() < 32 ||
+                                plan.way == (std::min(best, level) == Level::avx2 ? Way::shuffle : Way::permute));
                     src.place(bytes_of(from, bits), edge);
                     dst.place(bytes_of(to, bits), edge);
                     random.fill(src.data(), src.size());
@@ -65,8 +66,11 @@ TEST(ResizeRow, KernelsFollowTheRule)
                               Bytes(dst.data(), dst.data() + dst.size()))
                         << bits << " bits, " << from << " to " << to << ", way " << static_cast<int>(plan.way);
                 }
-    for (const Way way : {Way::copy, Way::walk, Way::shuffle, Way::pick_bits, Way::spread_bits, Way::double_bits})
-        EXPECT_TRUE(ways[static_cast<int>(way)] > 0 || best == Level::plain) << static_cast<int>(way);
+    for (const Way way :
+         {Way::copy, Way::walk, Way::shuffle, Way::permute, Way::pick_bits, Way::spread_bits, Way::double_bits})
+        EXPECT_TRUE(ways[static_cast<int>(way)] > 0 || best == Level::plain ||
+                    (best == Level::avx2 && way == Way::permute))
+            << static_cast<int>(way);
 }
 
 TEST(ResizeRow, StreamedRowsAreCopies)
@@ -76,7 +80,7 @@ TEST(ResizeRow, StreamedRowsAreCopies)
     for (size_t start = 0; start < 70; start += 3)
         for (const size_t bytes : {0, 1, 63, 64, 65, 127, 200, 600}) {
             Bytes to(700, 0xA5);
-            vk::resize::stream_row(from.data() + 5, to.data() + start, bytes);
+            vk::resize::stream_rows(from.data() + 5, to.data() + start, bytes);
             Bytes expected(700, 0xA5);
             std::copy_n(from.begin() + 5, bytes, expected.begin() + static_cast<std::ptrdiff_t>(start));
             ASSERT_EQ(expected, to) << start << ", " << bytes;

@@ -134,14 +134,19 @@ TEST(Resize, BigDestinationsAreStreamed)
         ASSERT_EQ(SUCCESS, to.create(TYPE_CONV, width, height, bits, COLORORDER_BGR));
         ASSERT_LE(size_t{16} << 20, to.bytes());
         from->ViewPerspective = TOP_LEFT;
-        std::memset(to->Data, 0xA5, to.bytes());
-        ASSERT_EQ(SUCCESS, V_IntResizeBitmap(from.get(), to.get(), 0));
-        for (int32_t y = 0; y < height; y += 97)
-            for (int32_t x = 0; x < width; x += 1 + y % 5)
-                ASSERT_EQ(pixels.at(static_cast<int32_t>(int64_t{x} * 301 / width),
-                                    static_cast<int32_t>(int64_t{y} * 17 / height)),
-                          get_pixel(to->Data + static_cast<size_t>(y) * to->BytesPerLine, bits, x))
-                    << x << ", " << y;
+        for (const bool reversed : {false, true}) {
+            to->ViewPerspective = reversed ? BOTTOM_LEFT : TOP_LEFT;
+            std::memset(to->Data, 0xA5, to.bytes());
+            ASSERT_EQ(SUCCESS, V_IntResizeBitmap(from.get(), to.get(), 0));
+            for (int32_t y = 0; y < height; y += y < 5 || y > height - 8 ? 1 : 97)
+                for (int32_t x = 0; x < width; x += 1 + y % 5)
+                    ASSERT_EQ(
+                        pixels.at(static_cast<int32_t>(int64_t{x} * 301 / width),
+                                  static_cast<int32_t>(int64_t{y} * 17 / height)),
+                        get_pixel(to->Data + static_cast<size_t>(reversed ? height - 1 - y : y) * to->BytesPerLine,
+                                  bits, x))
+                        << x << ", " << y;
+        }
     }
 }
 

@@ -125,6 +125,20 @@ TEST(Turn, InPlaceInMemory)
         }
 }
 
+TEST(Turn, LongRowsInPieces)
+{
+    for (const Operation& operation : kOperations)
+        for (const int32_t bits : {1, 8, 12, 24, 48, 64})
+            for (const int32_t width : {512, 683, 1366, 4097}) {
+                TestBitmap bitmap;
+                const Picture picture = Picture::noise(width, 5, bits, static_cast<uint64_t>(width));
+                ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, picture, bits));
+                ASSERT_EQ(SUCCESS, operation.run(bitmap.get()));
+                ASSERT_EQ(operation.make(picture), read(bitmap.get()))
+                    << operation.name << ", " << bits << " bits, " << width << " wide";
+            }
+}
+
 TEST(Turn, LongRunsAndManyBandsStayCompressed)
 {
     constexpr int32_t kRows = 32768 + 5; // a second band
