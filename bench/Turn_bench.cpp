@@ -159,6 +159,19 @@ void yuv_mirror(benchmark::State& state)
 }
 BENCHMARK(yuv_mirror)->Apply(settings)->Arg(8)->Arg(24)->Arg(32);
 
+/// A copy of rows in reversed order, which serves every depth.
+void yuv_flip(benchmark::State& state)
+{
+    const auto bits = static_cast<int32_t>(state.range(0));
+    const Size size = size_of(bits);
+    const std::vector<uint8_t> from = content(bits);
+    std::vector<uint8_t> to(from.size());
+    const int stride = size.width * bits / 8;
+    measure(state, from.size(), size,
+            [&] { libyuv::CopyPlane(from.data(), stride, to.data(), stride, stride, -size.height); });
+}
+BENCHMARK(yuv_flip)->Apply(settings)->Arg(1)->Arg(8)->Arg(24)->Arg(32);
+
 template <libyuv::RotationMode mode> void yuv_turn(benchmark::State& state)
 {
     const auto bits = static_cast<int32_t>(state.range(0));
