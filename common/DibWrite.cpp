@@ -79,9 +79,9 @@ bool lay_out(const BITMAPHANDLE& bitmap, uint32_t type, Fields fields, DibLayout
     if (fields == Fields::keep && bits == 16 && bitmap.Order == COLORORDER_RGB565)
         layout.order = COLORORDER_RGB565;
     layout.header_bytes = header_bytes(type);
-    if (bits <= 8) { // a bitmap that says nothing of its colours has all its depth can index
-        const uint32_t most = 1u << layout.bits;
-        layout.colors = std::min<uint32_t>(bitmap.Colors != 0 ? bitmap.Colors : 1u << bits, most);
+    if (bits <= 8) {                      // a bitmap that says nothing of its colours has all its depth can index
+        const uint32_t most = 1u << bits; // which is what a palette's block holds, whatever the record says is in use
+        layout.colors = std::min<uint32_t>(bitmap.Colors != 0 ? bitmap.Colors : most, most);
     }
     dib::Header header;
     header.width = bitmap.Width;

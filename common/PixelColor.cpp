@@ -25,9 +25,12 @@ constexpr COLORREF rgb(uint32_t red, uint32_t green, uint32_t blue) noexcept
     return red | green << 8 | blue << 16;
 }
 
+/// A pixel that the record has, of a size that any depth has.
 bool is_inside(const BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
 {
-    return row >= 0 && row < bitmap.Height && column >= 0 && column < bitmap.Width;
+    constexpr int32_t kMostBits = 8 * static_cast<int32_t>(kMaxPixelBytes);
+    return bitmap.BitsPerPixel >= 1 && bitmap.BitsPerPixel <= kMostBits && row >= 0 && row < bitmap.Height &&
+           column >= 0 && column < bitmap.Width;
 }
 
 bool is_deep_gray(const BITMAPHANDLE& bitmap) noexcept

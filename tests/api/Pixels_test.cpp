@@ -195,6 +195,13 @@ TEST(Pixels, PositionsAndChecks)
     ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &table));
     EXPECT_EQ(kNone, V_GetPixelColor(bitmap.get(), 0, 0));
     EXPECT_EQ(-29, V_PutPixelColor(bitmap.get(), 0, 0, 0));
+    for (const int32_t bits : {0, -8, 65, 256, kMost}) { // of no pixel there is
+        BITMAPHANDLE broken = *bitmap.get();
+        broken.DataCallbacks = nullptr;
+        broken.BitsPerPixel = bits;
+        EXPECT_EQ(kNone, V_GetPixelColor(&broken, 0, 0));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PutPixelColor(&broken, 0, 0, 0));
+    }
     bitmap->StructSize = 1;
     EXPECT_EQ(kNone, V_GetPixelColor(bitmap.get(), 0, 0));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_PutPixelColor(bitmap.get(), 0, 0, 0));

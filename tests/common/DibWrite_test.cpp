@@ -362,6 +362,20 @@ TEST(DibWrite, Refused)
     EXPECT_EQ(before, bitmap.pixels());
 }
 
+TEST(DibWrite, MoreColoursStatedThanTheDepthHas)
+{
+    for (const bool keeps : {true, false}) { // 2 bits become 4, whose table would have room for all thirteen
+        TestBitmap bitmap;
+        ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 5, 5, 2));
+        bitmap->Colors = 13;
+        const DibBlock block(keeps ? V_ConvertToDIB(bitmap.get(), 0) : V_ChangeToDIB(bitmap.get(), 0));
+        ASSERT_NE(nullptr, block.get());
+        const auto* const header = static_cast<const BITMAPINFOHEADER*>(GlobalLock(block.get()));
+        EXPECT_EQ(4u, header->biClrUsed);
+        GlobalUnlock(block.get());
+    }
+}
+
 TEST(DibWrite, Faults)
 {
     const struct {
