@@ -4,6 +4,7 @@
 #include "common/Dither.h"
 #include "common/GrayScale.h"
 #include "common/PackedBits.h"
+#include "common/Palette.h"
 #include "common/RowMath.h"
 #include "common/ThreadState.h"
 #include "common/pixel/ExactLookup.h"
@@ -58,8 +59,7 @@ void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
         // Indices past the entries in use are black.
         const RGBQUAD* const own = source.Palette;
         const uint32_t most = 1u << bits;
-        std::copy_n(own ? own : fixed_palette(bits), own ? std::min<uint32_t>(uint32_t{source.Colors}, most) : most,
-                    palette_);
+        std::copy_n(own ? own : fixed_palette(bits), own ? palette_entries(source) : most, palette_);
         first_.palette = palette_;
     }
     if (kind == GrayKind::deep) {

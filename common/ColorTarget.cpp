@@ -3,6 +3,7 @@
 #include "Vkdither.h"
 #include "common/ColorRes.h"
 #include "common/GrayScale.h"
+#include "common/Palette.h"
 #include "common/RowMath.h"
 #include "common/pixel/Gray.h"
 #include "platform/display.h"
@@ -169,7 +170,7 @@ void drop_useless_dithering(const BITMAPHANDLE& source, ColorTarget& target) noe
     if (!target.dithered || source.BitsPerPixel > 8 || source.Order == COLORORDER_GRAY)
         return;
     const RGBQUAD* const own = source.Palette ? source.Palette : fixed_palette(source.BitsPerPixel);
-    const uint32_t count = source.Palette ? source.Colors : 1u << source.BitsPerPixel;
+    const uint32_t count = source.Palette ? palette_entries(source) : 1u << source.BitsPerPixel;
     const RGBQUAD* const begin = target.entries;
     const RGBQUAD* const end = begin + target.count;
     target.dithered = std::any_of(own, own + count, [&](RGBQUAD entry) noexcept {

@@ -4,6 +4,7 @@
 #include "Vkcolor.h"
 #include "common/Checks.h"
 #include "common/ColorMatch.h"
+#include "common/Palette.h"
 #include "platform/display.h"
 
 #include <algorithm>
@@ -48,7 +49,7 @@ bool is_indexed(const BITMAPHANDLE& bitmap) noexcept
 bool entry_color(const BITMAPHANDLE* bitmap, uint32_t index, COLORREF* color) noexcept
 {
     if (check_record(bitmap) != SUCCESS || !is_indexed(*bitmap) || bitmap->Palette == nullptr ||
-        index >= bitmap->Colors) {
+        index >= palette_entries(*bitmap)) {
         return false;
     }
     *color = color_of(bitmap->Palette[index]);

@@ -101,10 +101,9 @@ void copy_animation(BITMAPHANDLE& made, const BITMAPHANDLE& source) noexcept
 
 int copy_palette(BITMAPHANDLE& made, const BITMAPHANDLE& source) noexcept
 {
-    const uint32_t in_use = source.Colors;
     const int32_t bits = made.BitsPerPixel;
-    const uint32_t colors = std::min<uint32_t>(in_use, kMaxPaletteEntries);
-    if (bits > 8 || !source.Palette || colors == 0)
+    const uint32_t colors = palette_entries(source);
+    if (bits > 8 || colors == 0)
         return V_SUCCESS;
     return give_palette(made, source.Palette, std::min(colors, 1u << bits));
 }

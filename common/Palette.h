@@ -23,6 +23,17 @@ const RGBQUAD* gray_levels() noexcept;
 /// The 216-colour cube and 40 black entries.
 const RGBQUAD* netscape_palette() noexcept;
 
+/// Entries of a bitmap's palette that may be looked at: those stated, but no more than its depth can index, which is
+/// what a palette's block holds. 0 without a palette, and above 8 bits.
+inline uint32_t palette_entries(const BITMAPHANDLE& bitmap) noexcept
+{
+    const int32_t bits = bitmap.BitsPerPixel;
+    const uint32_t stated = bitmap.Colors;
+    if (!bitmap.Palette || bits < 1 || bits > 8)
+        return 0;
+    return stated < 1u << bits ? stated : 1u << bits;
+}
+
 /// New palettes; null without memory. `count` is 1 to 256, `bits` 1 to 8.
 RGBQUAD* new_palette(const RGBQUAD* entries, uint32_t count) noexcept;
 RGBQUAD* new_gray_palette(int32_t bits) noexcept;

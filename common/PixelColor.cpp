@@ -6,6 +6,7 @@
 #include "common/Convert.h"
 #include "common/Locks.h"
 #include "common/PackedBits.h"
+#include "common/Palette.h"
 #include "common/RowCol.h"
 #include "common/RowMath.h"
 
@@ -77,7 +78,7 @@ COLORREF indexed_color(const BITMAPHANDLE& bitmap, const uint8_t* pixel, int32_t
     const RGBQUAD* const palette = bitmap.Palette;
     if (!palette)
         return rgb(index, index, index); // unscaled: a 1-bit pixel reads as 0 or 1
-    if (index >= bitmap.Colors)
+    if (index >= palette_entries(bitmap))
         return rgb(0, 0, 0);
     return rgb(palette[index].rgbRed, palette[index].rgbGreen, palette[index].rgbBlue);
 }
@@ -110,8 +111,8 @@ int64_t index_of(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
         red = blue = green;
     if (!bitmap.Palette) // the inverse of reading: the value stands in every channel
         return std::min(red, largest);
-    return find_palette_index(bitmap.Palette, bitmap.Colors, static_cast<uint8_t>(red), static_cast<uint8_t>(green),
-                              static_cast<uint8_t>(blue));
+    return find_palette_index(bitmap.Palette, palette_entries(bitmap), static_cast<uint8_t>(red),
+                              static_cast<uint8_t>(green), static_cast<uint8_t>(blue));
 }
 
 int write_index(const BITMAPHANDLE& bitmap, uint8_t* pixel, int32_t column, COLORREF color) noexcept

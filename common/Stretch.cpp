@@ -5,6 +5,7 @@
 #include "common/ColorRes.h"
 #include "common/Duplicate.h"
 #include "common/Overlay.h"
+#include "common/Palette.h"
 #include "common/Resize.h"
 #include "common/RowMath.h"
 #include "common/ViewPerspective.h"
@@ -35,7 +36,7 @@ ColorResRequest request_like(const BITMAPHANDLE& to) noexcept
     } else {
         const uint32_t most = 1u << request.bits;
         request.palette = to.Palette;
-        request.colors = to.Palette && to.Colors > 0 ? std::min<uint32_t>(uint32_t{to.Colors}, most) : most;
+        request.colors = palette_entries(to) > 0 ? palette_entries(to) : most;
     }
     return request;
 }

@@ -25,7 +25,7 @@ void read_palette(const BITMAPHANDLE& bitmap, Form& form) noexcept
 {
     const uint32_t most = 1u << form.bits;
     const RGBQUAD* const own = bitmap.Palette;
-    form.colors = own ? std::min<uint32_t>(uint32_t{bitmap.Colors}, most) : most;
+    form.colors = own ? palette_entries(bitmap) : most;
     std::copy_n(own ? own : fixed_palette(form.bits), form.colors, form.entries);
 }
 

@@ -42,7 +42,7 @@ uint32_t nearest_entry(const BITMAPHANDLE& bitmap, const Color& color) noexcept
     const RGBQUAD* const own = bitmap.Palette;
     const uint32_t most = 1u << bitmap.BitsPerPixel;
     const RGBQUAD* const entries = own ? own : fixed_palette(bitmap.BitsPerPixel);
-    const uint32_t count = own ? std::min<uint32_t>(uint32_t{bitmap.Colors}, most) : most;
+    const uint32_t count = own ? palette_entries(bitmap) : most;
     return static_cast<uint32_t>(
         std::max(find_palette_index(entries, count, color.red, color.green, color.blue), int32_t{0}));
 }

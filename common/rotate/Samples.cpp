@@ -1,6 +1,7 @@
 #include "common/rotate/Samples.h"
 
 #include "common/GrayScale.h"
+#include "common/Palette.h"
 #include "common/pixel/ExactLookup.h"
 
 #include <algorithm>
@@ -73,7 +74,7 @@ int Samples::open_palette(const BITMAPHANDLE& bitmap) noexcept
 {
     const RGBQUAD* const own = bitmap.Palette;
     const uint32_t most = 1u << bitmap.BitsPerPixel;
-    const uint32_t count = own ? std::clamp<uint32_t>(uint32_t{bitmap.Colors}, 1, most) : most;
+    const uint32_t count = own ? std::max<uint32_t>(palette_entries(bitmap), 1) : most;
     std::copy_n(own ? own : fixed_palette(bitmap.BitsPerPixel), count, palette_);
     const auto pixels = static_cast<uint64_t>(bitmap.Width) * static_cast<uint32_t>(bitmap.Height);
     lookup_ = pixel::create_exact_lookup(palette_, count, pixels);
