@@ -3,7 +3,7 @@
 // ones.
 #include "BenchSupport.h"
 #include "Vkkrnx.h"
-#include "common/codec/Codec.h"
+#include "kernel/storage/codec/Codec.h"
 
 #ifdef VKKRNX_BENCH_SAMPLES
 #include <png.h>

@@ -1,10 +1,10 @@
 // The buffer converter on whole pictures, from one block to another, beside libyuv for the pairs it has.
 #include "BenchSupport.h"
 
-#include "common/Convert.h"
-#include "common/Palette.h"
-#include "common/pixel/ExactLookup.h"
-#include "common/pixel/Fused.h"
+#include "kernel/convert/Convert.h"
+#include "kernel/convert/ExactLookup.h"
+#include "kernel/convert/Fused.h"
+#include "kernel/palette/Palette.h"
 
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>

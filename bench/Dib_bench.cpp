@@ -2,9 +2,9 @@
 #include "BenchSupport.h"
 
 #include "Vkdib.h"
-#include "common/dib/Header.h"
-#include "common/dib/Runs.h"
-#include "common/dib/Yuv.h"
+#include "kernel/dib/Header.h"
+#include "kernel/dib/Runs.h"
+#include "kernel/dib/Yuv.h"
 
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>

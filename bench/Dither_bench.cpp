@@ -1,7 +1,7 @@
 // Dithering of whole pictures, as the library does its own, and row by row, as callers do.
 #include "BenchSupport.h"
 #include "Vkdither.h"
-#include "common/Dither.h"
+#include "kernel/dither/Dither.h"
 
 #include <vector>
 

@@ -3,8 +3,8 @@
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"
-#include "common/Resample.h"
-#include "common/resample/RowResampler.h"
+#include "kernel/resample/Resample.h"
+#include "kernel/resample/RowResampler.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"
-#include "common/resize/Nearest.h"
+#include "kernel/resize/Nearest.h"
 
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>

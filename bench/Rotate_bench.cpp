@@ -3,7 +3,7 @@
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"
-#include "common/rotate/Nearest.h"
+#include "kernel/rotate/Nearest.h"
 
 namespace {
 

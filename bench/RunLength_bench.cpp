@@ -2,7 +2,7 @@
 // what it reads plus writes itself: the page's bytes and those of its own compressed form. The text page is the sample,
 // its pixels doubled to 600 dpi; the dense one has strokes from margin to margin, several times what text has.
 #include "BenchSupport.h"
-#include "common/RunLength.h"
+#include "kernel/runs/RunLength.h"
 
 #ifdef VKKRNX_BENCH_TIFF
 #include <tiffio.h>

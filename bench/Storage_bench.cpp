@@ -2,7 +2,7 @@
 // that goes through tiles against a plain temporary file that is written and read in the same pieces.
 #include "BenchSupport.h"
 #include "Vkkrnx.h"
-#include "common/StorageFile.h"
+#include "kernel/storage/StorageFile.h"
 
 #include <fstream>
 #include <string>

@@ -3,10 +3,10 @@
 #include "BenchSupport.h"
 #include "Vkkrnx.h"
 #include "Vkview.h"
-#include "common/turn/Level.h"
-#include "common/turn/MirrorRow.h"
-#include "common/turn/Transpose.h"
-#include "common/turn/Turn.h"
+#include "kernel/view/Level.h"
+#include "kernel/view/MirrorRow.h"
+#include "kernel/view/Relayout.h"
+#include "kernel/view/Transpose.h"
 
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>

@@ -2,7 +2,7 @@
 // Every buffer is of the exact size, so that sanitizers see what is touched beyond it.
 #pragma once
 
-#include "common/codec/Codec.h"
+#include "kernel/storage/codec/Codec.h"
 
 #include <algorithm>
 #include <cstdlib>

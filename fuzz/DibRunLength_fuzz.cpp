@@ -1,7 +1,7 @@
 // Run lengths from anyone, against a decoder that puts one pixel at a time. An input is depth, width, and height
 // with the width's scale (3 bytes), then the data.
-#include "common/dib/Runs.h"
 #include "fuzz/DibSupport.h"
+#include "kernel/dib/Runs.h"
 
 using namespace vk::fuzz;
 

@@ -4,7 +4,7 @@
 // An input is a bit offset, a width, a start and a count of rows (8 bytes), then bytes that serve as pixels, as the
 // words of a row, and as a row with a count of its own.
 #include "Vkkrnx.h"
-#include "common/RunLength.h"
+#include "kernel/runs/RunLength.h"
 
 #include <algorithm>
 #include <cstdint>

@@ -21,8 +21,8 @@ forbid() {
 # Standard C++ headers have no ".h"; vector intrinsics are the compiler's.
 forbid "only platform/ includes system headers" '<([^>]*/|[^>]*[^n]\.h>|[^>]*[^i]n\.h>)' common shared
 forbid "the kernel reaches the system through platform/platform.h alone" '"platform/(posix|win32|fault)/' common shared
-forbid "pixel conversion knows nothing of storage" '"common/store/' common/pixel
-forbid "storage knows nothing of pixel conversion" '"common/pixel/' common/store
+forbid "pixel conversion knows nothing of storage" '"kernel/storage/' common/pixel
+forbid "storage knows nothing of pixel conversion" '"kernel/convert/' common/store
 forbid "the library knows nothing of its tests and tools" '"(tests|tools|bench|fuzz)/' common platform shared include
 
 while read -r lines file; do

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Vkdither.h"
-#include "common/Dither.h"
+#include "kernel/dither/Dither.h"
 #include "tests/reference/DitherReference.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,0 @@
-// Error diffusion of colours by one method. See Fast.h.
-#include "common/dither/DiffuseColors.h"
-
-template void vk::dither::diffuse_colors<DITHER_BURKES>(DitherState&, int32_t) noexcept;

@@ -1,0 +1,251 @@
+// Allocation and creation. A request passes the process-wide callback, is brought to an accepted form, passes the
+// bitmap's own callback, and is then served by the first storage kind that can be had, in the order conventional,
+// tiled, disk.
+#include "kernel/bitmap/Alloc.h"
+
+#include "kernel/system/Blocks.h"
+#include "kernel/bitmap/Callbacks.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/HandleLimit.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/system/System.h"
+#include "kernel/temp/Temp.h"
+#include "kernel/system/ThreadState.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace vk {
+
+namespace {
+
+constexpr uint32_t kRunLengthRequest = TYPE_COMPRESSED | TYPE_NODISK;
+constexpr uint32_t kAccepted[] = {1, 2, 4, 8, 9, 128, 256, 257, 260, 264, 265, 768, 769, 1024, 1025, 1280, 1281};
+constexpr uint32_t kAllocationFlags = kStorageFlags | BITMAPFLAG_ALLOCATED | BITMAPFLAG_LOCKED | BITMAPFLAG_GLOBAL;
+/// Result of a data callback that holds the pixels itself.
+constexpr int kOwnedByCallback = 2;
+
+/// The fields that allocation writes, to be put back when it fails. A copy of the whole record would undo what
+/// callbacks did to other fields.
+class Undo {
+public:
+    explicit Undo(BITMAPHANDLE& bitmap) noexcept
+        : bitmap_(bitmap), handle_(bitmap.Handle), data_(bitmap.Data), offset_(bitmap.DataOffset), flags_(bitmap.Flags),
+          paint_lut_(bitmap.PaintLUT), paint_lut16_(is_current(bitmap) ? bitmap.PaintLUT16 : nullptr)
+    {}
+
+    void restore() const noexcept
+    {
+        bitmap_.Handle = handle_;
+        bitmap_.Data = data_;
+        bitmap_.DataOffset = offset_;
+        bitmap_.Flags = flags_;
+        bitmap_.PaintLUT = paint_lut_;
+        if (is_current(bitmap_))
+            bitmap_.PaintLUT16 = paint_lut16_;
+    }
+
+private:
+    BITMAPHANDLE& bitmap_;
+    void* handle_;
+    uint8_t* data_;
+    int64_t offset_;
+    uint32_t flags_;
+    uint8_t* paint_lut_;
+    uint16_t* paint_lut16_;
+};
+
+bool keeps_super_compressed(int32_t bits) noexcept
+{
+    return (bits == 1 || bits == 8 || bits == 24) && !near_handle_limit();
+}
+
+/// Brings a request to its accepted form, or refuses it.
+int settle_request(int32_t bits, uint32_t& memory) noexcept
+{
+    if (memory == 0)
+        return V_ERROR_INVALID_PARAMETER;
+    if (memory & TYPE_USER)
+        memory &= ~(TYPE_NOTILED | TYPE_NODISK);
+    else if (memory & TYPE_DISK && temp_files_forbidden())
+        memory = (memory & ~TYPE_DISK) | TYPE_NODISK;
+    if (memory & TYPE_COMPRESSED)
+        memory = bits == 1 ? kRunLengthRequest : memory & ~TYPE_COMPRESSED;
+    if (memory & TYPE_SUPERCOMPRESSED && !keeps_super_compressed(bits))
+        memory &= ~TYPE_SUPERCOMPRESSED;
+    if (memory == 0) // the kind that was dropped was all there was
+        memory = TYPE_CONV;
+    return std::find(std::begin(kAccepted), std::end(kAccepted), memory) != std::end(kAccepted)
+               ? V_SUCCESS
+               : V_ERROR_INVALID_PARAMETER;
+}
+
+/// `percent` of `whole`, without overflow.
+uint64_t percent_of(uint64_t whole, uint64_t percent) noexcept
+{
+    return whole / 100 * percent + whole % 100 * percent / 100;
+}
+
+/// A threshold that is a number of bytes, or with a minus sign a percentage of `whole`.
+uint64_t resolve_bytes(int64_t setting, uint64_t whole) noexcept
+{
+    return setting >= 0 ? static_cast<uint64_t>(setting) : percent_of(whole, static_cast<uint64_t>(-setting));
+}
+
+int try_disk(BITMAPHANDLE& bitmap, uint32_t memory, const StoreRequest& request) noexcept
+{
+    return memory & TYPE_NODISK ? V_ERROR_NO_MEMORY : kDiskStore.create(bitmap, request);
+}
+
+/// Serves a settled request; the data callback has had its say.
+int make_storage(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
+{
+    if (memory == TYPE_USER) {
+        bitmap.Flags |= BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_MIRROR;
+        bitmap.Handle = nullptr;
+        bitmap.Data = nullptr;
+        bitmap.DataOffset = 0;
+        return V_SUCCESS;
+    }
+    const StoreRequest request = store_request(data_size(bitmap));
+    if (memory & TYPE_COMPRESSED) {
+        const int result = kCompressedStore.create(bitmap, request);
+        return result == V_SUCCESS ? result : try_disk(bitmap, memory, request);
+    }
+    if (memory & TYPE_SUPERCOMPRESSED)
+        return kSuperCompressedStore.create(bitmap, request);
+    return allocate_plain(bitmap, memory);
+}
+
+/// Steps between the process-wide callback and success.
+int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept
+{
+    int result = settle_request(bitmap.BitsPerPixel, memory);
+    if (result != V_SUCCESS)
+        return result;
+    if (!give_paint_table(bitmap))
+        return V_ERROR_NO_MEMORY;
+    uint8_t* const paint_table = bitmap.PaintLUT;
+    const uint32_t asked = memory;
+    result = ask_data_callback(bitmap, memory, palette);
+    if (result == kOwnedByCallback) {
+        bitmap.Flags |= BITMAPFLAG_ALLOCATED | BITMAPFLAG_MIRROR;
+        return V_SUCCESS;
+    }
+    if (result == V_SUCCESS && memory != asked)
+        result = settle_request(bitmap.BitsPerPixel, memory);
+    if (result == V_SUCCESS)
+        result = make_storage(bitmap, memory);
+    if (result != V_SUCCESS) {
+        locked_block_free(paint_table);
+        return result;
+    }
+    bitmap.Flags |= BITMAPFLAG_ALLOCATED;
+    return V_SUCCESS;
+}
+
+} // namespace
+
+bool give_paint_table(BITMAPHANDLE& bitmap) noexcept
+{
+    constexpr size_t kEntries = 256;
+    auto* const table = static_cast<uint8_t*>(locked_block_alloc(kEntries));
+    if (!table)
+        return false;
+    for (size_t i = 0; i < kEntries; ++i)
+        table[i] = static_cast<uint8_t>(i);
+    bitmap.PaintLUT = table;
+    if (is_current(bitmap))
+        bitmap.PaintLUT16 = nullptr;
+    return true;
+}
+
+StoreRequest store_request(uint64_t bytes) noexcept
+{
+    const ThreadState& settings = thread_state();
+    StoreRequest request;
+    request.bytes = bytes;
+    request.tile_bytes = tile_size_in_force();
+    request.memory_tiles = settings.conv_tiles;
+    request.mapped_tiles = settings.conv_buffers;
+    request.files_forbidden = temp_files_forbidden();
+    return request;
+}
+
+uint64_t conventional_limit() noexcept
+{
+    MemoryStatus memory;
+    if (platform::memory_status(&memory) != Status::ok)
+        return UINT64_MAX; // nothing is known: let the allocation itself decide
+    const ThreadState& settings = thread_state();
+    const uint64_t available = memory.available_physical + memory.available_page_file;
+    const uint64_t reserve = resolve_bytes(settings.reserved_memory, memory.total_physical + memory.total_page_file);
+    const int64_t max_setting = settings.max_conv_size;
+    // Of a size in bytes the low 32 bits count.
+    const uint64_t largest = resolve_bytes(max_setting >= 0 ? max_setting & 0xFFFFFFFF : max_setting, available);
+    return std::min(available > reserve ? available - reserve : 0, largest);
+}
+
+int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
+{
+    const uint64_t bytes = data_size(bitmap);
+    StoreRequest request = store_request(bytes);
+    if (memory & TYPE_TILED) {
+        if (near_handle_limit() || bytes <= request.tile_bytes)
+            memory = (memory & ~TYPE_TILED) | TYPE_CONV;
+    } else if (disk_threshold() && bytes > disk_threshold() && !(memory & TYPE_NODISK)) {
+        memory |= TYPE_DISK;
+    } else {
+        request.memory_limit = conventional_limit();
+        if (bytes > request.memory_limit)
+            memory |= TYPE_TILED;
+    }
+    if (!(memory & (TYPE_TILED | TYPE_DISK)) && kConventionalStore.create(bitmap, request) == V_SUCCESS)
+        return V_SUCCESS;
+    if (!(memory & (TYPE_DISK | TYPE_NOTILED))) {
+        StoreRequest tiles = request;
+        tiles.files_forbidden = request.files_forbidden || memory & TYPE_NODISK;
+        if (kTiledStore.create(bitmap, tiles) == V_SUCCESS)
+            return V_SUCCESS;
+    }
+    return try_disk(bitmap, memory, request);
+}
+
+int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept
+{
+    if (data_size(bitmap) == 0)
+        return V_ERROR_INVALID_WIDTH_HEIGHT;
+    int result = ask_allocate_callback(bitmap, memory, palette);
+    if (result != V_SUCCESS)
+        return result;
+    const Undo undo(bitmap);
+    bitmap.Flags &= ~kAllocationFlags;
+    result = allocate_settled(bitmap, memory, palette);
+    if (result != V_SUCCESS)
+        undo.restore();
+    return result;
+}
+
+} // namespace vk
+
+using namespace vk;
+
+int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) noexcept
+{
+    const int result = check_record(pBitmap);
+    return result == V_SUCCESS ? allocate_bitmap(*pBitmap, uMemory, nullptr) : result;
+}
+
+int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSize) noexcept
+{
+    const int result = check_record(pBitmap);
+    if (result != V_SUCCESS)
+        return result;
+    constexpr uint32_t kUser = BITMAPFLAG_ALLOCATED | BITMAPFLAG_MIRROR;
+    const bool is_user = (pBitmap->Flags & (kUser | BITMAPFLAG_GLOBAL)) == kUser;
+    if (!is_user && pData && uDataSize != data_size(*pBitmap))
+        return V_ERROR_INVALID_PARAMETER;
+    pBitmap->Data = static_cast<uint8_t*>(pData);
+    return V_SUCCESS;
+}

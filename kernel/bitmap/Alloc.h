@@ -1,0 +1,38 @@
+// Making, replacing and freeing the storage of a bitmap.
+#pragma once
+
+#include "Vkkrnx.h"
+#include "kernel/storage/Store.h"
+
+#include <cstdint>
+
+namespace vk {
+
+/// The tile figures and limits that the calling thread's settings give for `bytes` bytes. The memory limit is 0.
+StoreRequest store_request(uint64_t bytes) noexcept;
+
+/// Bytes that may be had as conventional memory at this moment, by the thread's thresholds.
+uint64_t conventional_limit() noexcept;
+
+/// Gives the record the paint table that every allocated bitmap has; false without memory.
+bool give_paint_table(BITMAPHANDLE& bitmap) noexcept;
+
+/// Allocates storage of a requested kind, with the paint table and all callbacks. The record keeps its state on
+/// failure.
+int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept;
+
+/// Chooses among conventional, tiled and disk storage for an accepted request and makes it. Callbacks are not asked.
+int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept;
+
+/// Frees the pixels by the record's flags, and clears those.
+void free_storage(BITMAPHANDLE& bitmap) noexcept;
+
+/// V_FreeBitmap for a record of valid size.
+void free_bitmap(BITMAPHANDLE& bitmap) noexcept;
+
+/// Moves the pixels into storage that `make(staged)` creates on a copy of the record without storage. The record takes
+/// the new storage over on success only.
+using MakeStorage = int (*)(BITMAPHANDLE& staged, const void* context) noexcept;
+int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) noexcept;
+
+} // namespace vk

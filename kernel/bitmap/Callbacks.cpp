@@ -1,0 +1,152 @@
+#include "kernel/bitmap/Callbacks.h"
+
+#include "kernel/system/Checks.h"
+#include "platform/platform.h"
+
+namespace vk {
+
+namespace {
+
+// Process-wide and unguarded: set before other threads allocate.
+V_ALLOCATEBITMAPCALLBACK g_allocate_callback = nullptr;
+void* g_allocate_user_data = nullptr;
+REGIONHOOKS g_region_hooks = {};
+
+ALLOCATEBITMAPCALLBACKDATA describe_request(const BITMAPHANDLE& bitmap, uint32_t memory,
+                                            const RGBQUAD* palette) noexcept
+{
+    ALLOCATEBITMAPCALLBACKDATA request = {};
+    request.StructSize = sizeof request;
+    request.Memory = memory;
+    request.Width = bitmap.Width;
+    request.Height = bitmap.Height;
+    request.BitsPerPixel = bitmap.BitsPerPixel;
+    request.Order = bitmap.Order;
+    request.ViewPerspective = bitmap.ViewPerspective;
+    request.Size = data_size(bitmap);
+    request.Palette = palette;
+    return request;
+}
+
+} // namespace
+
+int ask_allocate_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept
+{
+    if (!g_allocate_callback)
+        return V_SUCCESS;
+    ALLOCATEBITMAPCALLBACKDATA request = describe_request(bitmap, memory, palette);
+    const int result = g_allocate_callback(&bitmap, &request, g_allocate_user_data);
+    memory = request.Memory;
+    return result;
+}
+
+int ask_data_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept
+{
+    const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
+    if (!calls || !calls->AllocateBitmapDataCallback)
+        return V_SUCCESS;
+    bitmap.Handle = nullptr;
+    bitmap.Data = nullptr;
+    ALLOCATEBITMAPCALLBACKDATA request = describe_request(bitmap, memory, palette);
+    request.BytesPerLine = bitmap.BytesPerLine;
+    const int result = calls->AllocateBitmapDataCallback(&bitmap, &request, calls->UserData);
+    memory = request.Memory;
+    return result;
+}
+
+int set_data_callbacks(BITMAPHANDLE& bitmap, const BITMAPDATACALLBACKS* callbacks) noexcept
+{
+    if (!is_current(bitmap)) // an earlier record has none to remove and cannot take any
+        return callbacks ? V_ERROR_INVALID_STRUCT_SIZE : V_SUCCESS;
+    BITMAPDATACALLBACKS* copy = nullptr;
+    if (callbacks) {
+        copy = static_cast<BITMAPDATACALLBACKS*>(platform::heap_alloc(sizeof *copy));
+        if (!copy)
+            return V_ERROR_NO_MEMORY;
+        *copy = *callbacks;
+    }
+    free_data_callbacks(bitmap);
+    bitmap.DataCallbacks = copy;
+    return V_SUCCESS;
+}
+
+void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept
+{
+    if (!is_current(bitmap))
+        return;
+    platform::heap_free(bitmap.DataCallbacks);
+    bitmap.DataCallbacks = nullptr;
+}
+
+int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept
+{
+    return g_region_hooks.ScaleRegion ? g_region_hooks.ScaleRegion(&bitmap, width, height, g_region_hooks.UserData)
+                                      : V_SUCCESS;
+}
+
+int flip_region(BITMAPHANDLE& bitmap) noexcept
+{
+    return g_region_hooks.FlipRegion ? g_region_hooks.FlipRegion(&bitmap, g_region_hooks.UserData) : V_SUCCESS;
+}
+
+int reverse_region(BITMAPHANDLE& bitmap) noexcept
+{
+    return g_region_hooks.ReverseRegion ? g_region_hooks.ReverseRegion(&bitmap, g_region_hooks.UserData) : V_SUCCESS;
+}
+
+void free_region(BITMAPHANDLE& bitmap) noexcept
+{
+    if (bitmap.RgnInfo && g_region_hooks.FreeRegion)
+        g_region_hooks.FreeRegion(&bitmap, g_region_hooks.UserData);
+    bitmap.RgnInfo = nullptr;
+}
+
+} // namespace vk
+
+using namespace vk;
+
+int V_SetAllocateBitmapCallback(V_ALLOCATEBITMAPCALLBACK pfnCallback, void* pUserData,
+                                V_ALLOCATEBITMAPCALLBACK* ppfnOld, void** ppOldUserData) noexcept
+{
+    if (ppfnOld)
+        *ppfnOld = g_allocate_callback;
+    if (ppOldUserData)
+        *ppOldUserData = g_allocate_user_data;
+    g_allocate_callback = pfnCallback;
+    g_allocate_user_data = pUserData;
+    return V_SUCCESS;
+}
+
+int V_SetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, const BITMAPDATACALLBACKS* pCallbacks) noexcept
+{
+    const int result = check_record(pBitmap);
+    if (result != V_SUCCESS)
+        return result;
+    if (data_size(*pBitmap) == 0)
+        return V_ERROR_INVALID_WIDTH_HEIGHT;
+    if (pCallbacks && pCallbacks->StructSize != sizeof *pCallbacks)
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    return set_data_callbacks(*pBitmap, pCallbacks);
+}
+
+int V_GetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, BITMAPDATACALLBACKS* pCallbacks, uint32_t uStructSize) noexcept
+{
+    const int result = pCallbacks ? check_record(pBitmap) : V_ERROR_INVALID_PARAMETER;
+    if (result != V_SUCCESS)
+        return result;
+    if (uStructSize != sizeof *pCallbacks)
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    *pCallbacks = BITMAPDATACALLBACKS{};
+    if (const BITMAPDATACALLBACKS* const calls = data_callbacks(*pBitmap))
+        *pCallbacks = *calls;
+    pCallbacks->StructSize = uStructSize;
+    return V_SUCCESS;
+}
+
+int V_SetRegionHooks(const REGIONHOOKS* pHooks) noexcept
+{
+    if (pHooks && pHooks->StructSize != sizeof *pHooks)
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    g_region_hooks = pHooks ? *pHooks : REGIONHOOKS{};
+    return V_SUCCESS;
+}

@@ -1,0 +1,173 @@
+// Copying pixels from bitmap to bitmap, and whole bitmaps. Rows are moved as they are stored, by the shortest way that
+// the two kinds of storage leave; data callbacks may do the work instead.
+#include "Vkbitmap.h"
+#include "kernel/bitmap/Alloc.h"
+#include "kernel/system/Checks.h"
+#include "kernel/convert/Convert.h"
+#include "kernel/bitmap/Duplicate.h"
+#include "kernel/rows/Locks.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/rows/RowCol.h"
+#include "kernel/rows/RowAccess.h"
+
+#include <algorithm>
+
+namespace vk {
+
+namespace {
+
+int to_code(intptr_t moved) noexcept
+{
+    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
+}
+
+/// One batch of rows. Where both are memory, the converter's copy knows best how to move much at once.
+int move_rows(RowReader& reader, RowWriter& writer, BITMAPHANDLE& from, BITMAPHANDLE& to, int32_t row, int32_t rows,
+              bool reversed) noexcept
+{
+    const size_t line = from.BytesPerLine;
+    const size_t bytes = line * static_cast<uint32_t>(rows);
+    if (writer.in_place() && !reader.in_place() && !reversed)
+        return to_code(get_row(from, writer.place(row), row, bytes));
+    const uint8_t* data = nullptr;
+    int result = reader.read(row, rows, &data);
+    if (result != V_SUCCESS)
+        return result;
+    if (reversed) {
+        for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i)
+            result = to_code(put_row(to, data + line * static_cast<uint32_t>(i), from.Height - 1 - row - i, line));
+        return result;
+    }
+    if (!writer.in_place())
+        return to_code(put_row(to, data, row, bytes));
+    ConvertJob bytes_as_they_are;
+    bytes_as_they_are.width = static_cast<int32_t>(line);
+    bytes_as_they_are.src_bits = bytes_as_they_are.dst_bits = 8;
+    bytes_as_they_are.src_order = bytes_as_they_are.dst_order = COLORORDER_GRAY;
+    return convert_rows({data, line}, {writer.place(row), line}, static_cast<size_t>(rows), bytes_as_they_are);
+}
+
+int copy_accessed(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
+{
+    Progress progress(from.Height);
+    const int result = progress.begin();
+    return result == V_SUCCESS ? copy_rows(from, to, from.ViewPerspective != to.ViewPerspective, progress) : result;
+}
+
+int copy_with_access(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
+{
+    BitmapAccess from_access(from);
+    if (from_access.result() != V_SUCCESS)
+        return from_access.result();
+    BitmapAccess to_access(to);
+    if (to_access.result() != V_SUCCESS)
+        return to_access.result();
+    const int result = copy_accessed(to, from);
+    const int to_released = to_access.release();
+    const int from_released = from_access.release();
+    if (result != V_SUCCESS)
+        return result;
+    return to_released == V_SUCCESS ? from_released : to_released;
+}
+
+/// Whose copy callbacks count: the source's, else the destination's.
+const BITMAPDATACALLBACKS* copy_callbacks(const BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept
+{
+    const auto has = [](const BITMAPDATACALLBACKS* calls) noexcept {
+        return calls && (calls->BeginCopyBitmapDataCallback || calls->EndCopyBitmapDataCallback);
+    };
+    const BITMAPDATACALLBACKS* const own = data_callbacks(from);
+    const BITMAPDATACALLBACKS* const other = data_callbacks(to);
+    return has(own) ? own : has(other) ? other : nullptr;
+}
+
+int check_copy(const BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept
+{
+    if (to.Width != from.Width || to.Height != from.Height)
+        return V_ERROR_INVALID_WIDTH_HEIGHT;
+    if (to.BitsPerPixel != from.BitsPerPixel)
+        return V_ERROR_INVALID_BITS_PER_PIXEL;
+    if (to.BytesPerLine != from.BytesPerLine)
+        return V_ERROR_INVALID_WIDTH_HEIGHT;
+    const int32_t a = to.ViewPerspective;
+    const int32_t b = from.ViewPerspective;
+    const bool is_reversed = (a == TOP_LEFT && b == BOTTOM_LEFT) || (a == BOTTOM_LEFT && b == TOP_LEFT);
+    if (a != b && !is_reversed)
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = check_rows(from);
+    return result == V_SUCCESS ? check_rows(to) : result;
+}
+
+} // namespace
+
+int copy_rows(BITMAPHANDLE& from, BITMAPHANDLE& to, bool reversed, Progress& progress) noexcept
+{
+    RowReader reader(from);
+    RowWriter writer(to);
+    const int32_t height = from.Height;
+    const bool is_direct = reader.in_place() && writer.in_place() && !reversed;
+    const int32_t batch = is_direct ? reported_rows(height) : buffered_rows(from, to);
+    int result = writer.in_place() && !reversed ? V_SUCCESS : reader.reserve(batch);
+    for (int32_t row = 0; row < height && result == V_SUCCESS;) {
+        const int32_t rows = std::min(batch, height - row);
+        result = move_rows(reader, writer, from, to, row, rows, reversed);
+        row += rows;
+        if (result == V_SUCCESS)
+            result = progress.update(row);
+    }
+    return result;
+}
+
+int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
+{
+    constexpr int kDoneByCallback = 2;
+    int result = check_copy(to, from);
+    if (result != V_SUCCESS)
+        return result;
+    const BITMAPDATACALLBACKS* const found = copy_callbacks(to, from);
+    if (!found)
+        return copy_with_access(to, from);
+    const BITMAPDATACALLBACKS calls = *found; // a callback may exchange the table
+    if (calls.BeginCopyBitmapDataCallback) {
+        result = calls.BeginCopyBitmapDataCallback(&to, &from, calls.UserData);
+        if (result != V_SUCCESS)
+            return result == kDoneByCallback ? V_SUCCESS : result;
+    }
+    result = copy_with_access(to, from);
+    if (!calls.EndCopyBitmapDataCallback)
+        return result;
+    const int ended = calls.EndCopyBitmapDataCallback(&to, &from, calls.UserData);
+    return result == V_SUCCESS && ended != kDoneByCallback ? ended : result;
+}
+
+int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size) noexcept
+{
+    const int checked = check_rows(from);
+    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape_of(from), DUPFLAG_COPY) : checked;
+    if (result == V_SUCCESS) {
+        result = copy_bitmap_data(to, from);
+        if (result != V_SUCCESS)
+            free_bitmap(to);
+    }
+    if (result != V_SUCCESS)
+        clear_record(to, struct_size);
+    return result;
+}
+
+} // namespace vk
+
+using namespace vk;
+
+int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize) noexcept
+{
+    const int result = check_duplicate(pDst, pSrc, uStructSize);
+    return result == V_SUCCESS ? copy_bitmap(*pDst, *pSrc, uStructSize) : result;
+}
+
+int V_CopyBitmapData(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
+{
+    int result = check_allocated(pDst);
+    if (result == V_SUCCESS)
+        result = check_allocated(pSrc);
+    return result == V_SUCCESS && pDst != pSrc ? copy_bitmap_data(*pDst, *pSrc) : result;
+}

@@ -1,0 +1,82 @@
+// The one copy of the rule "a bitmap is replaced on success only": a bitmap is staged beside its source, filled, and
+// committed at the end. Until then the source keeps everything it has, and a staged bitmap that is not committed is
+// freed, so that every early return leaves the caller's records right.
+//
+//     Staged staged(bitmap);
+//     int result = staged.make(shape, DUPFLAG_PALETTE);   // copied; the rest is handed over by replace
+//     if (result == V_SUCCESS)
+//         result = fill(staged.record(), bitmap);
+//     return result == V_SUCCESS ? staged.replace() : result;
+#pragma once
+
+#include "Vkbitmap.h"
+#include "kernel/bitmap/Alloc.h"
+#include "kernel/system/Checks.h"
+#include "kernel/bitmap/Duplicate.h"
+#include "kernel/rows/Locks.h"
+
+#include <cstring>
+
+namespace vk {
+
+class Staged {
+public:
+    explicit Staged(BITMAPHANDLE& source) noexcept : source_(source) {}
+    Staged(const Staged&) = delete;
+    Staged& operator=(const Staged&) = delete;
+    ~Staged()
+    {
+        if (is_made_)
+            free_bitmap(record_);
+    }
+
+    /// Makes the staged bitmap, to take the source's place in the end: a record of the source's size.
+    int make(const Shape& shape, uint32_t copied) noexcept
+    {
+        return make(shape, source_.StructSize, copied | DUPFLAG_TAKEOVER);
+    }
+
+    /// Makes the staged bitmap, to go to a second record of `struct_size` bytes in the end.
+    int make(const Shape& shape, uint32_t struct_size, uint32_t dup_flags) noexcept
+    {
+        copied_ = dup_flags;
+        const int result = make_like(record_, source_, struct_size, shape, dup_flags);
+        is_made_ = result == V_SUCCESS;
+        return result;
+    }
+
+    BITMAPHANDLE& record() noexcept { return record_; }
+
+    /// Hands over what was not copied, frees the rest of the source and puts the staged record in its place. Locks that
+    /// the caller holds go on. No access of the operation itself may be left. SUCCESS, or the source is as it was.
+    int replace() noexcept
+    {
+        const int32_t locks = is_current(source_) ? source_.LockCount : 0;
+        if (locks > 0) {
+            const int result = access_bitmap(record_);
+            if (result != V_SUCCESS)
+                return result;
+            record_.LockCount = locks;
+            source_.LockCount = 0;
+        }
+        hand_over(record_, source_, copied_);
+        free_bitmap(source_);
+        give(source_);
+        return V_SUCCESS;
+    }
+
+    /// Writes the staged record to a second record, whose old contents are forgotten.
+    void give(BITMAPHANDLE& target) noexcept
+    {
+        std::memcpy(static_cast<void*>(&target), &record_, record_.StructSize);
+        is_made_ = false;
+    }
+
+private:
+    BITMAPHANDLE& source_;
+    BITMAPHANDLE record_ = {};
+    uint32_t copied_ = 0;
+    bool is_made_ = false;
+};
+
+} // namespace vk

@@ -1,0 +1,54 @@
+// Changing a bitmap's depth, colour order or palette. ColorTarget.cpp settles what is asked for, ColorRows.h takes rows
+// from the one form to the other, kernel/colorres/ makes palettes; here they come together.
+#pragma once
+
+#include "Vkcolor.h"
+#include "Vkkrnx.h"
+#include "kernel/palette/Palette.h"
+
+#include <cstdint>
+
+namespace vk {
+
+/// As V_ColorResBitmap takes it.
+struct ColorResRequest {
+    int32_t bits = 0;
+    uint32_t flags = 0;
+    const RGBQUAD* palette = nullptr;
+    HPALETTE handle = nullptr;
+    uint32_t colors = 0;
+};
+
+/// A request that is settled: the new form, and how pixels get there.
+struct ColorTarget {
+    int32_t bits = 0;
+    int32_t order = COLORORDER_RGB;
+    uint32_t count = 0;     ///< entries of the palette; most of them while it is to be made. 0 above 8 bits
+    bool optimized = false; ///< the palette is still to be made
+    bool gray_ramp = false; ///< colours become gray before they meet the palette
+    bool dithered = false;  ///< else each pixel gets the nearest entry
+    bool passed = false;    ///< the palette is one the caller passed
+    RGBQUAD entries[kMaxPaletteEntries] = {};
+
+    bool indexed() const noexcept { return bits <= 8; }
+    /// Gray levels that are their own indices.
+    bool gray_levels() const noexcept { return gray_ramp && bits == 8; }
+};
+
+/// Settles a request for a source that check_rows accepts. Whether dithering pays is for drop_useless_dithering.
+int settle_target(const BITMAPHANDLE& source, const ColorResRequest& request, ColorTarget& target) noexcept;
+
+/// True when the bitmap has the settled form already.
+bool has_form(const BITMAPHANDLE& bitmap, const ColorTarget& target) noexcept;
+
+/// Switches dithering off where the palette holds every colour that the source can have.
+void drop_useless_dithering(const BITMAPHANDLE& source, ColorTarget& target) noexcept;
+
+/// Replaces an allocated bitmap.
+int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request) noexcept;
+
+/// Makes a second bitmap; on failure its record is empty but for StructSize.
+int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
+                const ColorResRequest& request) noexcept;
+
+} // namespace vk

@@ -1,0 +1,251 @@
+#include "kernel/colorres/ColorRows.h"
+
+#include "kernel/system/Checks.h"
+#include "kernel/dither/Dither.h"
+#include "kernel/colorres/GrayScale.h"
+#include "kernel/format/PackedBits.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/system/ThreadState.h"
+#include "kernel/convert/ExactLookup.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vk {
+
+namespace {
+
+constexpr uint64_t kBufferBytes = 256 * 1024;
+/// Fewer pixels than this do not pay for a prepared look-up.
+constexpr int64_t kFewPixels = 4096;
+
+bool has_alpha(int32_t bits, int32_t order) noexcept
+{
+    return bits == 64 || (bits == 32 && order != COLORORDER_GRAY);
+}
+
+} // namespace
+
+ColorRows::~ColorRows()
+{
+    stop_dithering(dither_);
+    pixel::destroy_exact_lookup(lookup_);
+}
+
+int ColorRows::open(const BITMAPHANDLE& source, const ColorTarget& target) noexcept
+{
+    target_ = &target;
+    width_ = source.Width;
+    height_ = source.Height;
+    start_from(source);
+    last_ = {target.bits, target.gray_levels() ? COLORORDER_GRAY : target.order, target.entries};
+    int result = open_table(source);
+    if (result == V_SUCCESS)
+        result = open_middle();
+    if (result == V_SUCCESS && target.indexed() && !target.gray_levels())
+        result = target.dithered ? open_dithering(source) : open_matching();
+    return result;
+}
+
+void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
+{
+    const int32_t bits = source.BitsPerPixel;
+    const GrayKind kind = gray_kind(source);
+    is_gray_ = kind != GrayKind::none;
+    first_ = {bits, source.Order, nullptr};
+    if (bits <= 8) {
+        first_.order = source.Order == COLORORDER_GRAY && bits == 8 ? COLORORDER_GRAY : COLORORDER_RGB;
+        // Indices past the entries in use are black.
+        const RGBQUAD* const own = source.Palette;
+        const uint32_t most = 1u << bits;
+        std::copy_n(own ? own : fixed_palette(bits), own ? palette_entries(source) : most, palette_);
+        first_.palette = palette_;
+    }
+    if (kind == GrayKind::deep) {
+        const GrayParams params = gray_params_of(source);
+        first_.low = params.shift;
+        first_.high = params.shift + params.bits - 1;
+        sample_shift_ = params.shift;
+        sample_mask_ = params.mask;
+    }
+    has_transparency_ = source.Flags & BITMAPFLAG_TRANSPARENCY && !has_alpha(bits, source.Order);
+    transparent_ = source.Transparency;
+}
+
+/// The table of 16-bit channels counts where more than 8 bits of a channel are wanted, or where it is the only one.
+int ColorRows::open_table(const BITMAPHANDLE& source) noexcept
+{
+    if (!is_deep_gray(source) || source.BitsPerPixel > 16 || !(source.Flags & BITMAPFLAG_USELUT))
+        return V_SUCCESS;
+    lut_ = source.LUT;
+    lut16_ = is_current(source) ? source.LUT16 : nullptr;
+    const bool is_deep_target = target_->bits > 32 || (target_->order == COLORORDER_GRAY && !target_->indexed());
+    if (lut_ && lut16_)
+        is_deep_target ? void(lut_ = nullptr) : void(lut16_ = nullptr);
+    if (!lut_ && !lut16_)
+        return V_SUCCESS;
+    const uint32_t held = lut_ ? source.LUTLength : source.LUTLength16;
+    if (held <= sample_mask_)
+        return V_ERROR_INVALID_LUT_LENGTH;
+    has_table_ = true;
+    is_gray_ = false;
+    table_ = {lut_ ? 32 : 48, COLORORDER_BGR, nullptr};
+    return V_SUCCESS;
+}
+
+/// Colours become gray before a gray ramp. Dithering would change wide-gamut rows where they stand.
+int ColorRows::open_middle() noexcept
+{
+    const Form from = form_for_last();
+    if (target_->indexed() && target_->gray_ramp && !target_->gray_levels() && !is_gray_) {
+        middle_ = {8, COLORORDER_GRAY, nullptr};
+        has_middle_ = true;
+    } else if (target_->dithered && from.order == COLORORDER_ROMM) {
+        middle_ = {24, COLORORDER_BGR, nullptr};
+        has_middle_ = true;
+    }
+    return open_buffers();
+}
+
+size_t ColorRows::line_of(const Form& form) const noexcept
+{
+    return static_cast<size_t>((packed_bytes(static_cast<uint32_t>(width_), form.bits) + 3) / 4 * 4);
+}
+
+int ColorRows::open_buffers() noexcept
+{
+    if (!has_table_ && !has_middle_)
+        return V_SUCCESS;
+    const size_t table_line = has_table_ ? line_of(table_) : 0;
+    const size_t middle_line = has_middle_ ? line_of(middle_) : 0;
+    const auto rows = static_cast<uint64_t>(height_);
+    batch_ = static_cast<int32_t>(std::clamp<uint64_t>(kBufferBytes / (table_line + middle_line), 1, rows));
+    const auto count = static_cast<uint64_t>(batch_);
+    if (has_table_ && !table_rows_.allocate(table_line * count))
+        return V_ERROR_NO_MEMORY;
+    return !has_middle_ || middle_rows_.allocate(middle_line * count) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+/// Sources of at most 256 values ask once for each, and the converter's own matching does for few pixels; but that goes
+/// by all entries the depth can index.
+int ColorRows::open_matching() noexcept
+{
+    const bool asks_little = form_for_last().bits <= 8 || int64_t{width_} * height_ < kFewPixels;
+    if (asks_little && target_->count == 1u << target_->bits)
+        return V_SUCCESS;
+    const uint64_t pixels = asks_little ? 256 : static_cast<uint64_t>(width_) * static_cast<uint64_t>(height_);
+    lookup_ = pixel::create_exact_lookup(target_->entries, target_->count, pixels);
+    return lookup_ ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+int ColorRows::open_dithering(const BITMAPHANDLE& source) noexcept
+{
+    const Form& from = form_for_last();
+    dither_.StructSize = kRecordSize;
+    dither_.Width = width_;
+    dither_.Height = height_;
+    dither_.BitsPerPixel = from.bits;
+    dither_.Order = from.order;
+    dither_.Palette = from.palette ? palette_ : nullptr;
+    dither_.Colors = from.palette ? 1u << from.bits : 0;
+    dither_.LowBit = std::max(from.low, 0);
+    dither_.HighBit = from.high;
+    dither_.DitheringMethod = source.DitheringMethod;
+    uint32_t* const match_table = target_->passed ? thread_state().user_match_table : nullptr;
+    return start_dithering(dither_, target_->entries, target_->count, target_->bits, match_table);
+}
+
+ConvertJob ColorRows::job(const Form& from, const Form& to) const noexcept
+{
+    ConvertJob job;
+    job.width = width_;
+    job.src_bits = from.bits;
+    job.src_order = from.order;
+    job.src_palette = from.palette;
+    job.dst_bits = to.bits;
+    job.dst_order = to.order;
+    job.dst_palette = to.palette;
+    if (from.high >= 0) {
+        job.flags |= CVT_SRC_USE_BITS;
+        job.low_bit = from.low;
+        job.high_bit = from.high;
+    }
+    if (has_transparency_ && has_alpha(to.bits, to.order)) {
+        job.flags |= CVT_TRANSPARENT_COLOR;
+        job.transparent = transparent_;
+    }
+    return job;
+}
+
+template <class Entry> void ColorRows::expand_row(const uint8_t* row, const Entry* table, uint8_t* out) const noexcept
+{
+    constexpr size_t kBytes = sizeof(Entry) == 4 ? 4 : 6; // a palette entry is BGR and a spare byte, or 48-bit BGR
+    for (size_t i = 0; i < static_cast<size_t>(width_); ++i) {
+        uint32_t sample = 0;
+        if (first_.bits == 12)
+            sample = extract_12(row + i + i / 2, static_cast<uint32_t>(i));
+        else
+            sample = row[2 * i] | uint32_t{row[2 * i + 1]} << 8;
+        std::memcpy(out + kBytes * i, table + (sample >> sample_shift_ & sample_mask_), kBytes);
+        if constexpr (kBytes == 4)
+            out[4 * i + 3] = 0xFF;
+    }
+}
+
+SourceRows ColorRows::expand(SourceRows src, int32_t rows) noexcept
+{
+    const size_t line = line_of(table_);
+    for (size_t i = 0; i < static_cast<size_t>(rows); ++i) {
+        const uint8_t* const row = static_cast<const uint8_t*>(src.data) + i * src.stride;
+        uint8_t* const out = table_rows_.data() + i * line;
+        lut_ ? expand_row(row, lut_, out) : expand_row(row, lut16_, out);
+    }
+    return {table_rows_.data(), line};
+}
+
+int ColorRows::last_step(SourceRows src, TargetRows dst, int32_t rows) noexcept
+{
+    const auto count = static_cast<size_t>(rows);
+    if (DitherState* const state = dither_state(dither_)) {
+        // Rows are only read: wide-gamut ones have become others before.
+        auto* const from = static_cast<uint8_t*>(const_cast<void*>(src.data));
+        dither_rows(*state, from, src.stride, static_cast<uint8_t*>(dst.data), dst.stride, count);
+        return V_SUCCESS;
+    }
+    ConvertJob last = job(form_for_last(), last_);
+    last.lookup = lookup_;
+    return convert_rows(src, dst, count, last);
+}
+
+int ColorRows::run_batch(SourceRows src, TargetRows dst, int32_t rows) noexcept
+{
+    if (has_table_)
+        src = expand(src, rows);
+    if (has_middle_) {
+        const size_t line = line_of(middle_);
+        const ConvertJob to_middle = job(has_table_ ? table_ : first_, middle_);
+        const int result = convert_rows(src, {middle_rows_.data(), line}, static_cast<size_t>(rows), to_middle);
+        if (result != V_SUCCESS)
+            return result;
+        src = {middle_rows_.data(), line};
+    }
+    return last_step(src, dst, rows);
+}
+
+int ColorRows::run(SourceRows src, TargetRows dst, int32_t rows) noexcept
+{
+    if (!has_table_ && !has_middle_)
+        return run_batch(src, dst, rows);
+    int result = V_SUCCESS;
+    for (int32_t row = 0; row < rows && result == V_SUCCESS;) {
+        const int32_t count = std::min(batch_, rows - row);
+        const auto done = static_cast<size_t>(row);
+        result = run_batch({static_cast<const uint8_t*>(src.data) + done * src.stride, src.stride},
+                           {static_cast<uint8_t*>(dst.data) + done * dst.stride, dst.stride}, count);
+        row += count;
+    }
+    return result;
+}
+
+} // namespace vk

@@ -1,0 +1,176 @@
+// The gray-scale operations. Making a bitmap gray is a change of colours like any other (ColorRes.h); telling whether
+// one is gray goes by its order and its palette alone, never by its pixels.
+#include "kernel/colorres/GrayScale.h"
+
+#include "Vkbitmap.h"
+#include "kernel/system/Checks.h"
+#include "kernel/colorres/ColorRes.h"
+#include "kernel/bitmap/Duplicate.h"
+#include "kernel/format/PackedBits.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/rows/RowAccess.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+namespace vk {
+
+namespace {
+
+/// True when an entry is gray and stands where it should among `count` equally spaced ones.
+bool is_ramp_entry(const RGBQUAD& entry, uint32_t index, uint32_t count) noexcept
+{
+    const auto wanted = static_cast<int>(index * 255 / (count - 1));
+    return entry.rgbRed == entry.rgbGreen && entry.rgbGreen == entry.rgbBlue && std::abs(entry.rgbRed - wanted) <= 1;
+}
+
+template <class Index> bool is_ramp(const RGBQUAD* entries, uint32_t count, Index index) noexcept
+{
+    for (uint32_t i = 0; i < count; ++i)
+        if (!is_ramp_entry(entries[i], index(i), count))
+            return false;
+    return true;
+}
+
+GrayKind palette_kind(const RGBQUAD* entries, uint32_t count) noexcept
+{
+    if (is_ramp(entries, count, [](uint32_t i) noexcept { return i; }))
+        return GrayKind::ramp;
+    const auto from_end = [count](uint32_t i) noexcept { return count - 1 - i; };
+    return is_ramp(entries, count, from_end) ? GrayKind::inverted : GrayKind::none;
+}
+
+/// The smallest and largest value of a range of samples so far.
+struct Limits {
+    uint32_t least = UINT32_MAX;
+    uint32_t most = 0;
+
+    void see(uint32_t value) noexcept
+    {
+        least = std::min(least, value);
+        most = std::max(most, value);
+    }
+};
+
+template <class Sample>
+void see_samples(const uint8_t* row, uint32_t width, const GrayParams& params, Limits& limits) noexcept
+{
+    for (uint32_t i = 0; i < width; ++i) {
+        Sample sample;
+        std::memcpy(&sample, row + i * sizeof sample, sizeof sample);
+        limits.see(static_cast<uint32_t>(sample >> params.shift) & params.mask);
+    }
+}
+
+void see_row(const uint8_t* row, int32_t bits, uint32_t width, const GrayParams& params, Limits& limits) noexcept
+{
+    if (bits == 16)
+        see_samples<uint16_t>(row, width, params, limits);
+    else if (bits == 32)
+        see_samples<uint32_t>(row, width, params, limits);
+    else
+        for (uint32_t i = 0; i < width; ++i)
+            limits.see(extract_12(row + i + i / 2, i) >> params.shift & params.mask);
+}
+
+int check_depth(int32_t bits) noexcept
+{
+    return bits == 0 || bits == 8 || bits == 12 || bits == 16 ? V_SUCCESS : V_ERROR_INVALID_BITS_PER_PIXEL;
+}
+
+ColorResRequest gray_request(int32_t bits) noexcept
+{
+    ColorResRequest request;
+    request.bits = bits == 0 ? 8 : bits;
+    request.flags = COLORRES_ORDER_GRAY | COLORRES_NODITHER;
+    return request;
+}
+
+} // namespace
+
+GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept
+{
+    const int32_t bits = bitmap.BitsPerPixel;
+    if (bits > 8 || bits < 1)
+        return is_deep_gray(bitmap) ? GrayKind::deep : GrayKind::none;
+    if (bits == 8 && bitmap.Order == COLORORDER_GRAY)
+        return GrayKind::ramp;
+    const uint32_t count = 1u << bits;
+    if (!bitmap.Palette)
+        return palette_kind(fixed_palette(bits), count);
+    return bitmap.Colors >= count ? palette_kind(bitmap.Palette, count) : GrayKind::none;
+}
+
+int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept
+{
+    if (!is_deep_gray(bitmap))
+        return V_SUCCESS;
+    const GrayParams params = gray_params_of(bitmap);
+    const auto width = static_cast<uint32_t>(bitmap.Width);
+    RowReader reader(bitmap);
+    const int32_t batch = buffered_rows(bitmap, bitmap);
+    int result = reader.reserve(batch);
+    Limits limits;
+    for (int32_t row = 0; row < bitmap.Height && result == V_SUCCESS;) {
+        const int32_t rows = std::min(batch, bitmap.Height - row);
+        const uint8_t* data = nullptr;
+        result = reader.read(row, rows, &data);
+        for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i)
+            see_row(data + size_t{bitmap.BytesPerLine} * static_cast<uint32_t>(i), bitmap.BitsPerPixel, width, params,
+                    limits);
+        row += rows;
+    }
+    if (result == V_SUCCESS) {
+        bitmap.MinVal = static_cast<int32_t>(std::min<uint32_t>(limits.least, INT32_MAX));
+        bitmap.MaxVal = static_cast<int32_t>(std::min<uint32_t>(limits.most, INT32_MAX));
+    }
+    return result;
+}
+
+} // namespace vk
+
+using namespace vk;
+
+int V_GrayScaleBitmap(BITMAPHANDLE* pBitmap, int32_t nBitsPerPixel) noexcept
+{
+    int result = check_allocated(pBitmap);
+    if (result == V_SUCCESS)
+        result = check_depth(nBitsPerPixel);
+    return result == V_SUCCESS ? change_colors(*pBitmap, gray_request(nBitsPerPixel)) : result;
+}
+
+int V_CreateGrayScaleBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
+                            int32_t nBitsPerPixel) noexcept
+{
+    int result = check_duplicate(pDst, pSrc, uStructSize);
+    if (result != V_SUCCESS)
+        return result;
+    result = check_depth(nBitsPerPixel);
+    if (result != V_SUCCESS)
+        clear_record(*pDst, uStructSize);
+    return result == V_SUCCESS ? make_colors(*pDst, *pSrc, uStructSize, gray_request(nBitsPerPixel)) : result;
+}
+
+int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) noexcept
+{
+    return check_record(pBitmap) == V_SUCCESS ? static_cast<int>(gray_kind(*pBitmap)) : 0;
+}
+
+int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, int32_t* pnBits) noexcept
+{
+    const int result = check_record(pBitmap);
+    if (result != V_SUCCESS)
+        return result;
+    if (pBitmap->BitsPerPixel < 1 || pBitmap->BitsPerPixel > 32)
+        return V_ERROR_INVALID_BITS_PER_PIXEL;
+    const GrayParams params = gray_params_of(*pBitmap);
+    if (puMask)
+        *puMask = params.mask;
+    if (pnShift)
+        *pnShift = params.shift;
+    if (pnBits)
+        *pnBits = params.bits;
+    return V_SUCCESS;
+}

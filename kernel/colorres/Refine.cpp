@@ -1,0 +1,136 @@
+#include "kernel/colorres/Refine.h"
+
+#include <algorithm>
+
+namespace vk::quantize {
+
+namespace {
+
+constexpr int kMostTurns = 40;
+
+int32_t squared(int32_t a, int32_t b, int32_t c) noexcept
+{
+    return a * a + b * b + c * c;
+}
+
+int32_t distance(const Center& a, const Center& b) noexcept
+{
+    return squared(a.at[0] - b.at[0], a.at[1] - b.at[1], a.at[2] - b.at[2]);
+}
+
+int32_t distance(const Point& a, const Center& b) noexcept
+{
+    return squared(a.at[0] - b.at[0], a.at[1] - b.at[1], a.at[2] - b.at[2]);
+}
+
+uint64_t near_entry(const Center& from, const Center* centers, uint32_t to) noexcept
+{
+    return static_cast<uint64_t>(distance(from, centers[to])) << 8 | to;
+}
+
+void order_centers(const Center* centers, uint32_t count, RefineTables& tables) noexcept
+{
+    for (uint32_t i = 0; i < count; ++i) {
+        for (uint32_t j = 0; j < count; ++j)
+            tables.nearby[i][j] = near_entry(centers[i], centers, j);
+        std::sort(tables.nearby[i], tables.nearby[i] + count);
+    }
+}
+
+/// The same after the centres have moved. The order changes little from turn to turn, which suits this way of sorting.
+void reorder_centers(const Center* centers, uint32_t count, RefineTables& tables) noexcept
+{
+    for (uint32_t i = 0; i < count; ++i) {
+        uint64_t* const nearby = tables.nearby[i];
+        for (uint32_t j = 0; j < count; ++j) {
+            const uint64_t entry = near_entry(centers[i], centers, nearby[j] & 0xFFu);
+            uint32_t at = j;
+            for (; at != 0 && nearby[at - 1] > entry; --at)
+                nearby[at] = nearby[at - 1];
+            nearby[at] = entry;
+        }
+    }
+}
+
+/// The centre nearest to a point, from the one it had on: a centre more than twice as far from that one as the point is
+/// cannot be nearer. Writes the squared distance.
+int16_t nearest(const Point& point, const Center* centers, uint32_t count, const RefineTables& tables,
+                int32_t* error) noexcept
+{
+    const auto from = static_cast<uint32_t>(point.owner);
+    int32_t best = distance(point, centers[from]);
+    const uint64_t reach = static_cast<uint64_t>(best) << 10; // four times the squared distance
+    const uint64_t* const nearby = tables.nearby[from];
+    int16_t owner = point.owner;
+    for (uint32_t i = 0; i < count && nearby[i] < reach; ++i) {
+        const auto other = static_cast<uint32_t>(nearby[i] & 0xFFu);
+        const int32_t there = distance(point, centers[other]);
+        if (there < best) {
+            best = there;
+            owner = static_cast<int16_t>(other);
+        }
+    }
+    *error = best;
+    return owner;
+}
+
+/// What a turn finds out about the points of each centre.
+struct Turn {
+    int64_t weights[256] = {};
+    int64_t sums[256][3] = {};
+    uint64_t error = 0;
+    uint64_t worst = 0; ///< largest weighted error of a point
+    const Point* worst_point = nullptr;
+};
+
+void assign(Point* points, uint32_t count, const Center* centers, uint32_t center_count, const RefineTables& tables,
+            Turn& turn) noexcept
+{
+    for (Point* point = points; point != points + count; ++point) {
+        int32_t error = 0;
+        point->owner = nearest(*point, centers, center_count, tables, &error);
+        turn.weights[point->owner] += point->weight;
+        for (int axis = 0; axis < 3; ++axis)
+            turn.sums[point->owner][axis] += int64_t{point->at[axis]} * point->weight;
+        const uint64_t weighted = static_cast<uint64_t>(error) * point->weight;
+        turn.error += weighted;
+        if (weighted > turn.worst) {
+            turn.worst = weighted;
+            turn.worst_point = point;
+        }
+    }
+}
+
+/// Moves each centre to its points; one that has lost all of them goes to the point that is worst off.
+void move_centers(const Turn& turn, Center* centers, uint32_t count) noexcept
+{
+    bool has_moved = false;
+    for (uint32_t i = 0; i < count; ++i) {
+        if (turn.weights[i] != 0) {
+            centers[i] = mean_of(turn.sums[i], turn.weights[i]);
+        } else if (turn.worst_point && !has_moved) {
+            const Point& point = *turn.worst_point;
+            centers[i] = {{point.at[0], point.at[1], point.at[2]}};
+            has_moved = true;
+        }
+    }
+}
+
+} // namespace
+
+void refine(Point* points, uint32_t count, Center* centers, uint32_t center_count, RefineTables& tables) noexcept
+{
+    order_centers(centers, center_count, tables);
+    uint64_t before = UINT64_MAX;
+    for (int i = 0; i < kMostTurns; ++i) {
+        Turn turn;
+        assign(points, count, centers, center_count, tables, turn);
+        if (turn.error >= before - before / 2000) // hardly better: done
+            return;
+        before = turn.error;
+        move_centers(turn, centers, center_count);
+        reorder_centers(centers, center_count, tables);
+    }
+}
+
+} // namespace vk::quantize

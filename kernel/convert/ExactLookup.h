@@ -1,0 +1,29 @@
+// A prepared look-up that gives the plain scan's answer for every colour (kernel/palette/ColorMatch.h), ties included.
+//
+// The colour cube is cut into cells of 4 x 4 x 4 colours. The colours nearer to one entry than to another lie on one
+// side of a plane, so whether an entry can win, or tie, anywhere in a cell follows from the cell's corners. A cell that
+// only one entry can win holds its index; any other holds the index of each of its 64 colours, found by scanning the
+// few entries that can win there, in palette order, so that ties fall as in the scan of all. Cells are settled when a
+// colour first falls into them, in memory that is there from the start: asking never fails and allocates nothing.
+#pragma once
+
+#include "kernel/convert/ColorLookup.h"
+
+#include <cstdint>
+
+namespace vk::pixel {
+
+/// Prepares a look-up for `count` entries (1 to 256), which are copied, and some number of pixels, by which its memory
+/// is chosen (up to 20 MiB). Null without memory. It learns while it is asked, so it is for one thread at a time.
+/// `plain` keeps it from the wider instruction sets, for tests.
+ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels, bool plain = false) noexcept;
+
+/// Answers colours whose cells are settled, eight at a time, up to the first eight with one that is not; returns how
+/// many. `cells` and `answers` are the look-up's tables; three bytes behind the answers may be read. For AVX2.
+size_t match_known_avx2(const uint32_t* cells, const uint8_t* answers, const Rgba8* colors, uint8_t* indices,
+                        size_t count) noexcept;
+
+/// Frees a look-up made by create_exact_lookup; null is ignored.
+void destroy_exact_lookup(ColorLookup* lookup) noexcept;
+
+} // namespace vk::pixel

@@ -1,0 +1,88 @@
+// Fused paths: conversions of hot pairs in one step, in place of unpack, reduce and pack.
+//
+// They are rows of one table. A path may serve a plan when formats agree, its own condition holds, the processor has
+// what it needs and the path is not switched off; the first that may is taken. Its result is the general way's, bit for
+// bit: the tests run every row against it.
+#pragma once
+
+#include "kernel/convert/Plan.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::pixel {
+
+/// What a path needs of the processor. Each level has all of those before it.
+enum class Cpu : uint8_t { none, any, avx2, avx512 };
+
+/// The highest level of this processor.
+Cpu cpu_level() noexcept;
+
+/// Pixels a path may convert in one step at most.
+constexpr size_t kMaxFusedStep = 64;
+/// Bytes a path may read or write past the pixels it is given.
+constexpr size_t kFusedSlack = 64;
+
+/// Converts `count` pixels, a multiple of the path's step, from one place to another that does not overlap it.
+using Kernel = void(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept;
+
+struct FusedPath {
+    const char* name;
+    int32_t src_bits, src_order; ///< as in the format table
+    int32_t dst_bits, dst_order;
+    Cpu cpu;
+    size_t step;  ///< pixels are converted by so many at a time, a multiple of 8
+    size_t slack; ///< bytes the last step may read and write too far
+    Kernel* run;
+    Kernel* stream; ///< the same past the caches, to a destination at a cache line, writing nothing too far; or null
+    /// Whether the path serves this plan beyond its formats, which have neither gamut nor alpha steps; may prepare what
+    /// it needs in the plan's table. Null: always.
+    bool (*serves)(Plan& plan) noexcept;
+};
+
+/// The path a plan takes, or null. Everything else of the plan is decided.
+const FusedPath* find_fused(Plan& plan) noexcept;
+
+/// Runs the plan's path over any number of pixels, without touching a byte outside of them and what is spare.
+void run_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count, Spare spare) noexcept;
+
+/// Row `index` of the whole table, special before general; null past its end.
+const FusedPath* fused_path(size_t index) noexcept;
+
+/// Switches paths above a level off, Cpu::none all of them; for tests and benchmarks, while nothing converts.
+void limit_fused(Cpu highest) noexcept;
+
+/// How far ahead of their loads the streaming kernels ask for the source, in bytes: beyond the page that the processor
+/// looks ahead in by itself.
+constexpr size_t kFetchAhead = 8192;
+
+/// Asks for the source of a streaming kernel's later step, `Bytes` of them per step. Nothing is read, so the address
+/// may lie behind the source.
+template <bool Stream, size_t Bytes> inline void fetch_ahead(const uint8_t* src) noexcept
+{
+    if constexpr (Stream) {
+        for (size_t offset = 0; offset < Bytes; offset += 64) {
+            __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(src) + kFetchAhead + offset));
+        }
+    }
+}
+
+/// Runs the plan's path past the caches where the destination allows it, else as run_fused does.
+void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept;
+
+/// The rows of one file.
+struct FusedRows {
+    const FusedPath* first;
+    size_t count;
+};
+
+// The files that have the rows, from special to general. Only code chosen by level runs in the first two.
+FusedRows fused_avx512() noexcept;
+FusedRows fused_avx2() noexcept;
+FusedRows fused_plain() noexcept;
+
+/// For gray to one bit, which is a comparison unless the palette is odd: leaves the lowest gray that has the other
+/// index than black in the plan's table, and after it black's index. False when there is no such limit.
+bool find_threshold(Plan& plan) noexcept;
+
+} // namespace vk::pixel

@@ -1,0 +1,15 @@
+// The arithmetic between working forms. Every rule about which bits count, in which order, is in Reduce.cpp.
+#pragma once
+
+#include "kernel/convert/Plan.h"
+
+namespace vk::pixel {
+
+/// Sets the plan's reduce step and fills the tables it needs; formats, ranges, palettes and transparency are set.
+void prepare_reduce(Plan& plan, COLORREF transparent, bool transparent_used) noexcept;
+
+/// Full alpha everywhere but at the transparent colour.
+void set_alpha8(Rgba8* pixels, size_t count, uint32_t transparent) noexcept;
+void set_alpha16(Rgba16* pixels, size_t count, uint32_t transparent) noexcept;
+
+} // namespace vk::pixel

@@ -1,0 +1,35 @@
+// Device-independent bitmaps. DibRead.cpp decodes and copies one into a bitmap, DibAdopt.cpp makes its block a bitmap's
+// storage, DibWrite.cpp makes one from a bitmap; kernel/dib/ knows headers, colour masks, run lengths and YUV.
+#pragma once
+
+#include "Vkdib.h"
+#include "kernel/dib/Header.h"
+
+#include <cstdint>
+
+namespace vk {
+
+/// A DIB in memory, with how much of it may be read. For the exported function, which is told no sizes, that is all.
+struct DibSource {
+    const uint8_t* header = nullptr;
+    uint64_t header_room = UINT64_MAX;
+    const uint8_t* bits = nullptr; ///< null: only describe the bitmap
+    uint64_t bits_room = UINT64_MAX;
+};
+
+/// V_ConvertFromDIB for a record of a size there is. On failure the record is empty but for StructSize.
+int convert_from_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, const DibSource& dib) noexcept;
+
+/// Depths that bitmaps take from DIBs as they are.
+constexpr bool is_dib_depth(int32_t bits) noexcept
+{
+    return (bits >= 1 && bits <= 8) || bits == 16 || bits == 24 || bits == 32;
+}
+
+/// Codes whose pixels a codec module decodes.
+bool is_jpeg_code(uint32_t code) noexcept;
+
+/// Gives a bitmap of up to 8 bits a palette from a colour table, `entry_bytes` (3 or 4) for each of 1 to 256 entries.
+int set_color_table(BITMAPHANDLE& bitmap, const uint8_t* table, uint32_t count, uint32_t entry_bytes) noexcept;
+
+} // namespace vk

@@ -1,0 +1,390 @@
+// From a bitmap to a packed DIB. The DIB is laid out first; then either the bitmap's own block becomes it, or a block
+// is made and rows are put into it, as they are or converted, the bottom one first.
+#include "Vkbitmap.h"
+#include "kernel/bitmap/Alloc.h"
+#include "kernel/system/Checks.h"
+#include "kernel/colorres/ColorRows.h"
+#include "kernel/convert/Convert.h"
+#include "kernel/dib/Dib.h"
+#include "kernel/rows/Locks.h"
+#include "kernel/format/PackedBits.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/system/Progress.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/view/ViewPerspective.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+
+namespace vk {
+
+namespace {
+
+constexpr uint32_t kMoveableZeroed = 0x42;
+constexpr uint32_t kMasks565[] = {0xF800, 0x07E0, 0x001F};
+static_assert(sizeof kMasks565 == dib::kMaskBytes);
+
+/// Orders of 16-bit pixels that a DIB may have.
+enum class Fields { keep, make_555 };
+
+struct DibLayout {
+    int32_t bits = 0;
+    int32_t order = COLORORDER_BGR;
+    uint32_t header_bytes = 0;
+    uint32_t colors = 0;
+    uint64_t stride = 0;
+    uint64_t image = 0;
+    bool as_stored = false; ///< rows need no conversion
+
+    uint64_t pixels() const noexcept { return header_bytes + uint64_t{colors} * sizeof(RGBQUAD); }
+    uint64_t total() const noexcept { return pixels() + image; }
+    bool has_masks() const noexcept { return bits == 16 && order == COLORORDER_RGB565; }
+};
+
+int32_t dib_bits(int32_t bits, int32_t order) noexcept
+{
+    switch (bits) {
+    case 2:
+    case 3:
+        return 4;
+    case 5:
+    case 6:
+    case 7:
+        return 8;
+    case 12:
+    case 48:
+        return 24;
+    case 16:
+        return order == COLORORDER_GRAY ? 24 : 16;
+    case 64:
+        return 32;
+    default:
+        return bits;
+    }
+}
+
+uint32_t header_bytes(uint32_t type) noexcept
+{
+    return type == DIB_V4HEADER ? dib::kV4Size : type == DIB_V5HEADER ? dib::kV5Size : dib::kInfoSize;
+}
+
+/// Lays a bitmap's DIB out; false when there is no such DIB.
+bool lay_out(const BITMAPHANDLE& bitmap, uint32_t type, Fields fields, DibLayout& layout) noexcept
+{
+    if (check_rows(bitmap) != V_SUCCESS)
+        return false;
+    const int32_t bits = bitmap.BitsPerPixel;
+    layout.bits = dib_bits(bits, bitmap.Order);
+    if (fields == Fields::keep && bits == 16 && bitmap.Order == COLORORDER_RGB565)
+        layout.order = COLORORDER_RGB565;
+    layout.header_bytes = header_bytes(type);
+    if (bits <= 8) {                      // a bitmap that says nothing of its colours has all its depth can index
+        const uint32_t most = 1u << bits; // which is what a palette's block holds, whatever the record says is in use
+        layout.colors = std::min<uint32_t>(bitmap.Colors != 0 ? bitmap.Colors : most, most);
+    }
+    dib::Header header;
+    header.width = bitmap.Width;
+    header.height = bitmap.Height;
+    header.bits = static_cast<uint16_t>(layout.bits);
+    layout.stride = header.stride();
+    layout.image = header.plain_bytes();
+    layout.as_stored = layout.bits == bits && (bits <= 8 || bitmap.Order == layout.order);
+    return layout.total() <= UINT32_MAX;
+}
+
+/// Copies the bitmap's colours behind the header.
+void write_colors(uint8_t* to, const BITMAPHANDLE& bitmap, uint32_t count) noexcept
+{
+    const bool is_levels = bitmap.BitsPerPixel == 8 && bitmap.Order == COLORORDER_GRAY;
+    const RGBQUAD* const own = bitmap.Palette;
+    const bool has_own = own && bitmap.Colors != 0;
+    const RGBQUAD* const from = is_levels ? gray_levels() : has_own ? own : fixed_palette(bitmap.BitsPerPixel);
+    const uint32_t known = has_own && !is_levels ? count : std::min(count, 1u << bitmap.BitsPerPixel);
+    std::memset(to, 0, count * sizeof(RGBQUAD));
+    for (uint32_t i = 0; i < known; ++i)
+        dib::write_value(to + i * sizeof(RGBQUAD), RGBQUAD{from[i].rgbBlue, from[i].rgbGreen, from[i].rgbRed, 0});
+}
+
+/// Everything in front of the pixels; for 5-6-5 behind the shortest header also the masks, which lie over the first of
+/// them.
+void write_head(uint8_t* block, const BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    dib::Header header;
+    header.size = layout.header_bytes;
+    header.width = bitmap.Width;
+    header.height = bitmap.Height;
+    header.planes = 1;
+    header.bits = static_cast<uint16_t>(layout.bits);
+    header.compression = layout.has_masks() ? BI_BITFIELDS : BI_RGB;
+    header.image_bytes = static_cast<uint32_t>(layout.image);
+    header.x_per_metre = dib::per_metre(bitmap.XResolution);
+    header.y_per_metre = dib::per_metre(bitmap.YResolution);
+    header.colors_used = layout.colors;
+    dib::write_header(block, header);
+    if (layout.header_bytes > dib::kInfoSize)
+        std::memset(block + dib::kInfoSize, 0, layout.header_bytes - dib::kInfoSize);
+    else if (layout.has_masks())
+        std::memcpy(block + dib::kInfoSize, kMasks565, std::min<uint64_t>(sizeof kMasks565, layout.image));
+    if (layout.header_bytes == dib::kV5Size)
+        dib::write_value(block + dib::kColorSpaceOffset, dib::kSrgb);
+    if (layout.colors != 0)
+        write_colors(block + layout.header_bytes, bitmap, layout.colors);
+}
+
+/// Puts rows of a bitmap into a DIB's pixel array.
+class ImageRows {
+public:
+    ImageRows(const BITMAPHANDLE& bitmap, const DibLayout& layout, uint8_t* image) noexcept
+        : bitmap_(bitmap), layout_(layout), image_(image), line_(bitmap.BytesPerLine),
+          used_(static_cast<size_t>(packed_bytes(static_cast<uint32_t>(bitmap.Width), layout.bits)))
+    {
+        target_.bits = layout.bits;
+        target_.order = layout.order;
+    }
+
+    int open() noexcept { return converts_colors() ? colors_.open(bitmap_, target_) : V_SUCCESS; }
+
+    /// Takes `rows` rows from `row` on.
+    int put(const uint8_t* from, int32_t row, int32_t rows) noexcept
+    {
+        const bool in_order = bitmap_.ViewPerspective == BOTTOM_LEFT;
+        if (in_order && layout_.as_stored && line_ == stride())
+            return copy_block(from, place(row), rows);
+        for (int32_t i = 0; i < rows; ++i) {
+            const int32_t at = in_order ? row + i : bitmap_.Height - 1 - row - i;
+            const int result = put_one(from + line_ * static_cast<uint32_t>(i), place(at));
+            if (result != V_SUCCESS)
+                return result;
+        }
+        return V_SUCCESS;
+    }
+
+private:
+    bool converts_colors() const noexcept { return !layout_.as_stored && bitmap_.BitsPerPixel > 8; }
+    size_t stride() const noexcept { return static_cast<size_t>(layout_.stride); }
+    uint8_t* place(int32_t row) const noexcept { return image_ + stride() * static_cast<uint32_t>(row); }
+
+    /// The converter's copy knows best how to move much at once.
+    int copy_block(const uint8_t* from, uint8_t* to, int32_t rows) const noexcept
+    {
+        ConvertJob bytes_as_they_are;
+        bytes_as_they_are.width = static_cast<int32_t>(line_);
+        bytes_as_they_are.src_bits = bytes_as_they_are.dst_bits = 8;
+        bytes_as_they_are.src_order = bytes_as_they_are.dst_order = COLORORDER_GRAY;
+        return convert_rows({from, line_}, {to, line_}, static_cast<size_t>(rows), bytes_as_they_are);
+    }
+
+    int put_one(const uint8_t* from, uint8_t* to) noexcept
+    {
+        int result = V_SUCCESS;
+        size_t written = used_;
+        if (layout_.as_stored) {
+            written = std::min(line_, stride());
+            std::memcpy(to, from, written);
+        } else if (bitmap_.BitsPerPixel <= 8) {
+            widen_indices(from, to);
+        } else {
+            result = colors_.run({from, line_}, {to, stride()}, 1);
+        }
+        std::memset(to + written, 0, stride() - written);
+        return result;
+    }
+
+    /// Indices stay what they are at the greater depth.
+    void widen_indices(const uint8_t* from, uint8_t* to) const noexcept
+    {
+        const int32_t bits = bitmap_.BitsPerPixel;
+        const auto width = static_cast<uint32_t>(bitmap_.Width);
+        std::memset(to, 0, used_);
+        for (uint32_t x = 0; x < width; ++x) {
+            const uint32_t index = extract_bits(from + column_offset(bits, static_cast<int32_t>(x)), bits, x);
+            if (layout_.bits == 8)
+                to[x] = static_cast<uint8_t>(index);
+            else
+                to[x / 2] = static_cast<uint8_t>(to[x / 2] | index << (x % 2 ? 0 : 4));
+        }
+    }
+
+    const BITMAPHANDLE& bitmap_;
+    const DibLayout& layout_;
+    uint8_t* image_;
+    size_t line_;
+    size_t used_; ///< bytes of a DIB row with pixels in them
+    ColorTarget target_;
+    ColorRows colors_;
+};
+
+/// Fills the pixel array.
+int write_image(uint8_t* image, BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    BitmapAccess access(bitmap);
+    int result = access.result();
+    if (result != V_SUCCESS)
+        return result;
+    RowReader reader(bitmap);
+    const int32_t height = bitmap.Height;
+    const int32_t batch = reader.in_place() ? reported_rows(height) : buffered_rows(bitmap, bitmap);
+    Progress progress(height);
+    ImageRows rows(bitmap, layout, image);
+    result = progress.begin();
+    if (result == V_SUCCESS)
+        result = rows.open();
+    if (result == V_SUCCESS)
+        result = reader.reserve(batch);
+    for (int32_t row = 0; row < height && result == V_SUCCESS;) {
+        const int32_t count = std::min(batch, height - row);
+        const uint8_t* data = nullptr;
+        result = reader.read(row, count, &data);
+        if (result == V_SUCCESS)
+            result = rows.put(data, row, count);
+        row += count;
+        if (result == V_SUCCESS)
+            result = progress.update(row);
+    }
+    const int released = access.release();
+    return result == V_SUCCESS ? released : result;
+}
+
+bool write_dib(uint8_t* block, BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    if (write_image(block + layout.pixels(), bitmap, layout) != V_SUCCESS)
+        return false;
+    write_head(block, bitmap, layout);
+    return true;
+}
+
+/// A new DIB in a movable block; null when anything fails.
+HGLOBAL new_dib_block(BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    HGLOBAL handle = platform::movable_alloc(kMoveableZeroed, static_cast<size_t>(layout.total()));
+    if (!handle)
+        return nullptr;
+    auto* const block = static_cast<uint8_t*>(platform::movable_lock(handle));
+    const bool is_done = block && write_dib(block, bitmap, layout);
+    if (block)
+        platform::movable_unlock(handle);
+    if (!is_done) {
+        platform::movable_free(handle);
+        handle = nullptr;
+    }
+    return handle;
+}
+
+/// A new DIB in plain memory.
+void* new_dib_memory(BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    auto* const block = static_cast<uint8_t*>(platform::heap_alloc(static_cast<size_t>(layout.total())));
+    if (block && !write_dib(block, bitmap, layout)) {
+        platform::heap_free(block);
+        return nullptr;
+    }
+    return block;
+}
+
+/// Whether the bitmap's own block can be the DIB.
+bool has_dib_block(const BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    constexpr uint32_t kWanted = BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL;
+    const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
+    if ((bitmap.Flags & (kStorageFlags | BITMAPFLAG_GLOBAL)) != kWanted || !layout.as_stored ||
+        bitmap.ViewPerspective != BOTTOM_LEFT || bitmap.BytesPerLine != layout.stride || bitmap.DataOffset < 0 ||
+        (calls && calls->GetBitmapRowColCallback))
+        return false;
+    const uint64_t held = platform::movable_size(bitmap.Handle);
+    const auto offset = static_cast<uint64_t>(bitmap.DataOffset);
+    return offset <= held && layout.image <= held - offset;
+}
+
+/// Makes the bitmap's own block the DIB; null leaves the bitmap as it was.
+HGLOBAL give_block(BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
+{
+    const auto offset = static_cast<uint64_t>(bitmap.DataOffset);
+    if (layout.total() > offset + layout.image) {
+        HGLOBAL const grown =
+            platform::movable_realloc(bitmap.Handle, static_cast<size_t>(layout.total()), kMoveableZeroed);
+        if (!grown)
+            return nullptr;
+        bitmap.Handle = grown;
+    }
+    HGLOBAL const handle = bitmap.Handle;
+    auto* const block = static_cast<uint8_t*>(platform::movable_lock(handle));
+    if (!block)
+        return nullptr;
+    if (offset != layout.pixels())
+        std::memmove(block + layout.pixels(), block + offset, static_cast<size_t>(layout.image));
+    write_head(block, bitmap, layout);
+    platform::movable_unlock(handle);
+    bitmap.Handle = nullptr;
+    bitmap.Flags &= ~(BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL); // nothing of the pixels is left to free
+    free_bitmap(bitmap);
+    return handle;
+}
+
+bool is_upright(const BITMAPHANDLE& bitmap) noexcept
+{
+    return bitmap.ViewPerspective == TOP_LEFT || bitmap.ViewPerspective == BOTTOM_LEFT;
+}
+
+HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept
+{
+    DibLayout layout;
+    if (!lay_out(bitmap, type, Fields::keep, layout))
+        return nullptr;
+    if (has_dib_block(bitmap, layout))
+        return give_block(bitmap, layout);
+    if (!is_upright(bitmap) &&
+        (change_view_perspective(bitmap, BOTTOM_LEFT) != V_SUCCESS || !lay_out(bitmap, type, Fields::keep, layout)))
+        return nullptr;
+    HGLOBAL const handle = new_dib_block(bitmap, layout);
+    if (handle)
+        free_bitmap(bitmap);
+    return handle;
+}
+
+void* convert_upright(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
+{
+    DibLayout layout;
+    if (!lay_out(bitmap, type, Fields::make_555, layout))
+        return nullptr;
+    void* const made = global ? new_dib_block(bitmap, layout) : new_dib_memory(bitmap, layout);
+    if (made && size)
+        *size = static_cast<uint32_t>(layout.total());
+    return made;
+}
+
+void* convert_to_dib(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
+{
+    if (is_upright(bitmap))
+        return convert_upright(bitmap, type, size, global);
+    BITMAPHANDLE upright;
+    constexpr uint32_t kParts = DUPFLAG_PALETTE | DUPFLAG_GRAYTABLES | DUPFLAG_ANIMATION;
+    if (copy_in_view_perspective(upright, bitmap, kRecordSize, BOTTOM_LEFT, kParts) != V_SUCCESS)
+        return nullptr;
+    void* const made = convert_upright(upright, type, size, global);
+    free_bitmap(upright);
+    return made;
+}
+
+} // namespace
+
+} // namespace vk
+
+using namespace vk;
+
+HGLOBAL V_ChangeToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) noexcept
+{
+    if (check_allocated(pBitmap) != V_SUCCESS || pBitmap->Flags & BITMAPFLAG_LOCKED)
+        return nullptr;
+    return change_to_dib(*pBitmap, uType);
+}
+
+HGLOBAL V_ConvertToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) noexcept
+{
+    return check_allocated(pBitmap) == V_SUCCESS ? convert_to_dib(*pBitmap, uType, nullptr, true) : nullptr;
+}
+
+void* V_ConvertToDIB2(BITMAPHANDLE* pBitmap, uint32_t uType, uint32_t* puSize, int bGlobal) noexcept
+{
+    return check_allocated(pBitmap) == V_SUCCESS ? convert_to_dib(*pBitmap, uType, puSize, bGlobal != 0) : nullptr;
+}

@@ -1,0 +1,252 @@
+#include "kernel/dib/Yuv.h"
+
+#include "kernel/dib/Header.h"
+#include "kernel/dib/YuvKernel.h"
+
+#include <algorithm>
+#include <atomic>
+#include <emmintrin.h>
+
+namespace vk::dib {
+
+namespace {
+
+constexpr YuvFormat kFormats[] = {
+    {four_cc("YUY2"), YuvLayout::yuy2, true, false, false, 2, 1, 16},
+    {four_cc("UYVY"), YuvLayout::uyvy, false, false, true, 2, 1, 16},
+    {four_cc("cyuv"), YuvLayout::uyvy, false, false, false, 2, 1, 16},
+    {four_cc("Y42T"), YuvLayout::uyvy, false, false, true, 2, 1, 16},
+    {four_cc("YVYU"), YuvLayout::yvyu, false, false, true, 2, 1, 16},
+    {four_cc("Y41P"), YuvLayout::y41p, true, false, true, 4, 4, 12},
+    {four_cc("Y41T"), YuvLayout::y41p, true, false, true, 4, 4, 12},
+    {four_cc("Y211"), YuvLayout::y211, true, false, true, 2, 1, 8},
+    {four_cc("I420"), YuvLayout::planar2, false, false, true, 4, 4, 12},
+    {four_cc("IYUV"), YuvLayout::planar2, false, false, true, 4, 4, 12},
+    {four_cc("YV12"), YuvLayout::planar2, false, true, true, 4, 4, 12},
+    {four_cc("YVU9"), YuvLayout::planar4, false, true, true, 16, 16, 9},
+    {four_cc("IF09"), YuvLayout::planar4, false, true, true, 16, 16, 9},
+};
+
+uint8_t clamped(int32_t value) noexcept
+{
+    return static_cast<uint8_t>(std::clamp(value, 0, 255));
+}
+
+using PutPixel = void (*)(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept;
+
+/// Two pixels in four bytes.
+template <PutPixel put> void pairs(const YuvRow& row, uint32_t from, uint32_t width, uint8_t* bgr) noexcept
+{
+    for (uint32_t x = from; x + 1 < width; x += 2)
+        for (uint32_t i = x; i < x + 2; ++i)
+            put(row.y[2 * i], row.u[2 * x], row.v[2 * x], bgr + 3 * size_t{i});
+}
+
+/// Chroma samples for `step` pixels each.
+template <PutPixel put>
+void planes(const YuvRow& row, uint32_t from, uint32_t width, uint32_t step, uint8_t* bgr) noexcept
+{
+    for (uint32_t x = from; x < width; ++x)
+        put(row.y[x], row.u[x / step], row.v[x / step], bgr + 3 * size_t{x});
+}
+
+/// Eight pixels in the twelve bytes U Y V Y U Y V Y Y Y Y Y; the first and last four share chroma. Four pixels left
+/// over are U Y V Y Y Y.
+void y41p_row(const uint8_t* row, uint32_t width, uint8_t* bgr) noexcept
+{
+    static constexpr uint8_t kLuma[] = {1, 3, 5, 7, 8, 9, 10, 11};
+    static constexpr uint8_t kShortLuma[] = {1, 3, 4, 5};
+    for (uint32_t x = 0; x < width; ++x) {
+        const uint32_t in_group = x % 8;
+        const uint8_t* const group = row + size_t{x} / 8 * 12;
+        const bool is_short = x - in_group + 8 > width;
+        const uint8_t* const chroma = group + (in_group < 4 ? 0 : 4);
+        full_range_pixel(group[is_short ? kShortLuma[in_group] : kLuma[in_group]], chroma[0], chroma[2],
+                         bgr + 3 * size_t{x});
+    }
+}
+
+/// Four pixels in the bytes Y U Y V. Two pixels left over are Y U, without red difference.
+void y211_row(const uint8_t* row, uint32_t width, uint8_t* bgr) noexcept
+{
+    constexpr int32_t kNeutral = 128;
+    for (uint32_t x = 0; x < width; ++x) {
+        const uint8_t* const group = row + x / 4 * 4;
+        const int32_t v = x / 4 * 4 + 4 > width ? kNeutral : group[3];
+        full_range_pixel(group[x % 4 / 2 * 2], group[1], v, bgr + 3 * size_t{x});
+    }
+}
+
+uint64_t row_bytes(const YuvFormat& format, uint32_t width) noexcept
+{
+    switch (format.layout) {
+    case YuvLayout::yuy2:
+    case YuvLayout::uyvy:
+    case YuvLayout::yvyu:
+        return uint64_t{width} * 2;
+    case YuvLayout::y41p:
+        return uint64_t{width} * 3 / 2;
+    default:
+        return width;
+    }
+}
+
+/// Pixels in a row for each chroma sample of a planar format.
+uint32_t chroma_step(const YuvFormat& format) noexcept
+{
+    return format.layout == YuvLayout::planar2 ? 2 : 4;
+}
+
+YuvRow planar_row(const YuvPicture& picture, uint32_t row) noexcept
+{
+    const uint32_t step = chroma_step(*picture.format);
+    const size_t luma = size_t{picture.width} * picture.height;
+    const size_t plane = luma / (step * step);
+    const size_t line = size_t{row / step} * (picture.width / step);
+    const uint8_t* const first = picture.samples + luma + line;
+    const uint8_t* const second = first + plane;
+    const bool v_first = picture.format->v_first;
+    return {picture.samples + size_t{row} * picture.width, v_first ? second : first, v_first ? first : second};
+}
+
+std::atomic<YuvLevel> level_in_use{YuvLevel::plain};
+std::atomic<bool> level_known{false};
+
+YuvLevel best_level() noexcept
+{
+    const bool is_wide = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                         __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
+                         __builtin_cpu_supports("avx512vbmi");
+    if (is_wide && __builtin_cpu_supports("avx2"))
+        return YuvLevel::avx512;
+    return __builtin_cpu_supports("avx2") ? YuvLevel::avx2 : YuvLevel::plain;
+}
+
+YuvLevel current_level() noexcept
+{
+    if (!level_known.load(std::memory_order_relaxed))
+        limit_yuv_level(YuvLevel::avx512);
+    return level_in_use.load(std::memory_order_relaxed);
+}
+
+/// How rows are converted.
+struct Manner {
+    YuvLevel level = YuvLevel::plain; ///< vector kernels do what they can
+    bool stream = false;              ///< with writes past the caches
+    bool stream_wide = false;         ///< of the wider kernels, too
+};
+
+/// Where writing past the caches begins to pay.
+constexpr size_t kStreamedBytes = size_t{16} << 20;
+
+Manner manner_for(const uint8_t* to, size_t stride, uint32_t rows) noexcept
+{
+    const uintptr_t places = reinterpret_cast<uintptr_t>(to) | stride;
+    const bool is_big = stride * rows >= kStreamedBytes;
+    return {current_level(), is_big && places % 16 == 0, is_big && places % 64 == 0};
+}
+
+using RowFrom = YuvRow (YuvRow::*)(uint32_t x) const noexcept;
+
+/// Converts what the kernels can, the wider one first; returns the number of pixels.
+template <YuvKernel wide, YuvKernel narrow, RowFrom from>
+uint32_t run_kernels(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner manner) noexcept
+{
+    if (manner.level == YuvLevel::plain)
+        return 0;
+    const uint32_t done = manner.level == YuvLevel::avx512 ? wide(row, width, bgr, manner.stream_wide) : 0;
+    return done + narrow((row.*from)(done), width - done, bgr + 3 * size_t{done}, manner.stream);
+}
+
+template <PutPixel put, YuvKernel wide, YuvKernel narrow>
+void packed_row(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner manner) noexcept
+{
+    pairs<put>(row, run_kernels<wide, narrow, &YuvRow::packed_from>(row, width, bgr, manner), width, bgr);
+}
+
+void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner manner) noexcept
+{
+    const YuvFormat& format = *picture.format;
+    const uint32_t width = picture.width;
+    const uint8_t* const from = picture.samples + row_bytes(format, width) * row;
+    switch (format.layout) {
+    case YuvLayout::yuy2:
+        return packed_row<full_range_pixel, yuy2_full_avx512, yuy2_full_avx2>({from, from + 1, from + 3}, width, bgr,
+                                                                              manner);
+    case YuvLayout::uyvy:
+        return packed_row<studio_pixel, uyvy_studio_avx512, uyvy_studio_avx2>({from + 1, from, from + 2}, width, bgr,
+                                                                              manner);
+    case YuvLayout::yvyu:
+        return packed_row<studio_pixel, yvyu_studio_avx512, yvyu_studio_avx2>({from, from + 3, from + 1}, width, bgr,
+                                                                              manner);
+    case YuvLayout::y41p:
+        return y41p_row(from, width, bgr);
+    case YuvLayout::y211:
+        return y211_row(from, width, bgr);
+    case YuvLayout::planar2:
+    case YuvLayout::planar4:
+        break;
+    }
+    const YuvRow samples = planar_row(picture, row);
+    uint32_t done = 0;
+    if (format.layout == YuvLayout::planar2)
+        done = run_kernels<planar_studio_avx512, planar_studio_avx2, &YuvRow::planar_from>(samples, width, bgr, manner);
+    planes<studio_pixel>(samples, done, width, chroma_step(format), bgr);
+}
+
+} // namespace
+
+const YuvFormat* find_yuv(uint32_t code) noexcept
+{
+    for (const YuvFormat& format : kFormats)
+        if (format.code == code)
+            return &format;
+    return nullptr;
+}
+
+uint64_t yuv_bytes(const YuvFormat& format, uint32_t width, uint32_t height) noexcept
+{
+    const uint64_t luma = row_bytes(format, width) * height;
+    if (!format.planar())
+        return luma;
+    const uint32_t step = chroma_step(format);
+    return luma + 2 * (luma / (step * step));
+}
+
+void full_range_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept
+{
+    const int32_t d = u - 128;
+    const int32_t e = v - 128;
+    bgr[0] = clamped(y + (1772 * d + 500) / 1000);
+    bgr[1] = clamped(y + (-344 * d - 714 * e + 500) / 1000);
+    bgr[2] = clamped(y + (1402 * e + 500) / 1000);
+}
+
+void studio_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept
+{
+    const int32_t c = (y - 16) * 1192;
+    const int32_t d = u - 128;
+    const int32_t e = v - 128;
+    bgr[0] = clamped((c + 2066 * d + 511) >> 10);
+    bgr[1] = clamped((c - 401 * d - 832 * e + 511) >> 10);
+    bgr[2] = clamped((c + 1634 * e + 511) >> 10);
+}
+
+void convert_yuv(const YuvPicture& picture, uint32_t first, uint32_t rows, uint8_t* to, size_t stride) noexcept
+{
+    const Manner manner = manner_for(to, stride, rows);
+    for (uint32_t i = 0; i < rows; ++i)
+        convert_row(picture, first + i, to + i * stride, manner);
+    if (manner.stream)
+        _mm_sfence();
+}
+
+YuvLevel limit_yuv_level(YuvLevel limit) noexcept
+{
+    const YuvLevel level = std::min(limit, best_level());
+    level_in_use = level;
+    level_known = true;
+    return level;
+}
+
+} // namespace vk::dib

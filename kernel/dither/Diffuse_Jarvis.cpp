@@ -1,0 +1,4 @@
+// Error diffusion of colours by one method. See Fast.h.
+#include "kernel/dither/DiffuseColors.h"
+
+template void vk::dither::diffuse_colors<DITHER_JARVIS>(DitherState&, int32_t) noexcept;

@@ -1,0 +1,267 @@
+// Floyd-Steinberg from gray to two grays on eight rows at once, a row to a 16-bit lane, or on two such groups by turns.
+//
+// Each lane is two columns behind the one above. What a row leaves for the column in the middle of the row below is
+// complete one step before that lane gets there, so it moves over by one lane and is never in memory; only the first
+// lane reads error and the last one writes it. A step is one column of every lane: lane i does column t - 2 i.
+#include "kernel/dither/Bits.h"
+#include "kernel/dither/Each.h"
+#include "kernel/dither/State.h"
+
+#include <algorithm>
+#include <array>
+#include <emmintrin.h>
+
+namespace vk::dither {
+namespace {
+
+constexpr int64_t kLag = 2;
+constexpr int64_t kLastLag = kLag * (kLanes - 1);
+constexpr int64_t kBlock = 8; ///< steps at a time
+constexpr int64_t kMargin = 1;
+
+/// The rows' levels and where they are cut off.
+struct LaneRows {
+    const uint8_t* levels;
+    size_t pitch;
+    int64_t width;
+
+    bool holds(int64_t column) const noexcept { return column >= 0 && column < width; }
+    const uint8_t* at(int64_t lane, int64_t column) const noexcept
+    {
+        return levels + static_cast<size_t>(lane) * pitch + column;
+    }
+};
+
+/// Eight steps' levels, a step's levels in 8 bytes; two steps to a vector.
+struct Block {
+    __m128i steps[kBlock / 2];
+
+    /// A step's levels, 16 bits each.
+    __m128i levels(int64_t i) const noexcept
+    {
+        const __m128i zero = _mm_setzero_si128();
+        return i % 2 == 0 ? _mm_unpacklo_epi8(steps[i / 2], zero) : _mm_unpackhi_epi8(steps[i / 2], zero);
+    }
+};
+
+Block transpose(const __m128i (&rows)[kLanes]) noexcept
+{
+    __m128i pairs[4];
+    for (size_t i = 0; i < 4; ++i) {
+        pairs[i] = _mm_unpacklo_epi8(rows[2 * i], rows[2 * i + 1]);
+    }
+    const __m128i upper_first = _mm_unpacklo_epi16(pairs[0], pairs[1]);
+    const __m128i upper_last = _mm_unpackhi_epi16(pairs[0], pairs[1]);
+    const __m128i lower_first = _mm_unpacklo_epi16(pairs[2], pairs[3]);
+    const __m128i lower_last = _mm_unpackhi_epi16(pairs[2], pairs[3]);
+    return {{_mm_unpacklo_epi32(upper_first, lower_first), _mm_unpackhi_epi32(upper_first, lower_first),
+             _mm_unpacklo_epi32(upper_last, lower_last), _mm_unpackhi_epi32(upper_last, lower_last)}};
+}
+
+/// Levels from step `t` on; 0 outside of the rows. All of them are inside when `inside` says so.
+template <bool Inside> Block read_block(const LaneRows& rows, int64_t t) noexcept
+{
+    __m128i lanes[kLanes];
+    for (int64_t lane = 0; lane < kLanes; ++lane) {
+        const int64_t first = t - kLag * lane;
+        uint8_t bytes[kBlock] = {};
+        const uint8_t* from = bytes;
+        if constexpr (Inside) {
+            from = rows.at(lane, first);
+        } else {
+            for (int64_t i = 0; i < kBlock; ++i) {
+                bytes[i] = rows.holds(first + i) ? *rows.at(lane, first + i) : uint8_t{0};
+            }
+        }
+        lanes[lane] = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+    }
+    return transpose(lanes);
+}
+
+/// The lanes whose column is inside of the row, at a step.
+__m128i inside_lanes(const LaneRows& rows, int64_t t) noexcept
+{
+    int16_t inside[kLanes];
+    for (int64_t lane = 0; lane < kLanes; ++lane) {
+        inside[lane] = rows.holds(t - kLag * lane) ? int16_t{-1} : int16_t{0};
+    }
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(inside));
+}
+
+/// The two grays, in every lane.
+struct Grays {
+    __m128i below_threshold;
+    __m128i level;
+    __m128i level_step;
+
+    explicit Grays(const TwoGrays& two) noexcept
+        : below_threshold(word(two.threshold - 1)), level(word(two.level[0])),
+          level_step(word(two.level[1] - two.level[0]))
+    {}
+    static __m128i word(int32_t value) noexcept { return _mm_set1_epi16(static_cast<int16_t>(value)); }
+};
+
+class Lanes {
+public:
+    /// `row` is the first lane's.
+    Lanes(const DitherState& state, uint64_t row, uint8_t* masks) noexcept
+        : errors_in_(error_row(state, row) + kMargin), errors_out_(error_row(state, row + kLanes)), masks_(masks),
+          width_(state.width)
+    {
+        sum_ = waiting_ = previous_ = _mm_setzero_si128();
+    }
+
+    /// One column of every lane. Steps that are not `Inside` have lanes outside of their row, which leave no error.
+    template <bool Inside>
+    [[gnu::always_inline]] void step(int64_t t, __m128i levels, const Grays& grays, const LaneRows& rows) noexcept
+    {
+        const __m128i bias = _mm_srli_epi16(_mm_srai_epi16(sum_, 15), 12); // 15 where negative
+        const __m128i carried = _mm_srai_epi16(_mm_add_epi16(sum_, bias), 4);
+        const __m128i adjusted =
+            _mm_min_epi16(_mm_max_epi16(_mm_add_epi16(levels, carried), _mm_setzero_si128()), _mm_set1_epi16(255));
+        const __m128i mask = _mm_cmpgt_epi16(adjusted, grays.below_threshold);
+        const __m128i chosen = _mm_add_epi16(grays.level, _mm_and_si128(mask, grays.level_step));
+        __m128i error = _mm_sub_epi16(adjusted, chosen);
+        if constexpr (!Inside) {
+            error = _mm_and_si128(error, inside_lanes(rows, t));
+        }
+        masks_[t] = static_cast<uint8_t>(_mm_movemask_epi8(_mm_packs_epi16(mask, mask)));
+
+        const __m128i twice = _mm_add_epi16(error, error);
+        const __m128i done = _mm_add_epi16(waiting_, _mm_add_epi16(twice, error));
+        const __m128i ahead = _mm_sub_epi16(_mm_slli_epi16(error, 3), error);
+        waiting_ = _mm_add_epi16(_mm_add_epi16(_mm_slli_epi16(error, 2), error), previous_);
+        previous_ = error;
+        const int32_t next = Inside || t + 1 < width_ ? errors_in_[t + 1] & 0xFFFF : 0;
+        const __m128i above = _mm_or_si128(_mm_slli_si128(done, 2), _mm_cvtsi32_si128(next));
+        sum_ = _mm_add_epi16(ahead, above);
+        if (Inside || t >= kLastLag) {
+            errors_out_[t - kLastLag] = static_cast<int16_t>(_mm_extract_epi16(done, kLanes - 1));
+        }
+    }
+
+    /// Up to eight steps, as far as there are any, whether inside or not.
+    void edge_block(int64_t t, const Grays& grays, const LaneRows& rows) noexcept
+    {
+        const Block levels = read_block<false>(rows, t);
+        if (t == 0) {
+            sum_ = _mm_cvtsi32_si128(errors_in_[0] & 0xFFFF);
+        }
+        for (int64_t i = 0; i < kBlock && t + i <= width_ + kLastLag; ++i) {
+            step<false>(t + i, levels.levels(i), grays, rows);
+        }
+    }
+
+private:
+    const int32_t* errors_in_; ///< from column 0 on
+    int32_t* errors_out_;      ///< from the margin on
+    uint8_t* masks_;           ///< a byte per step, a bit per lane
+    int64_t width_;
+    __m128i sum_;      ///< error that has reached the next column
+    __m128i waiting_;  ///< for the last column of the row below, without this one's share
+    __m128i previous_; ///< the last error
+};
+
+/// When a group does its part of what the first one does at `t`: far enough behind the group above to find its error.
+constexpr int64_t group_time(int64_t t, size_t group) noexcept
+{
+    constexpr int64_t kGroupLag = 2 * kBlock;
+    static_assert(kGroupLag > kLastLag);
+    return t - kGroupLag * static_cast<int64_t>(group);
+}
+
+/// Does blocks from `t` on for as long as all groups are inside of their rows; returns where that ends.
+template <size_t Groups>
+int64_t run_inside(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows, const Grays& two,
+                   int64_t t) noexcept
+{
+    const Grays grays = two;
+    std::array<Lanes, Groups> local = std::to_array(lanes); // which no store to a mask can alias
+    for (; t + kBlock < rows[0].width; t += kBlock) {
+        Block blocks[Groups];
+        each<Groups>([&](auto g)
+                         __attribute__((always_inline)) { blocks[g] = read_block<true>(rows[g], group_time(t, g)); });
+        each<kBlock>([&](auto i) __attribute__((always_inline)) {
+            each<Groups>([&](auto g) __attribute__((always_inline)) {
+                const int64_t now = group_time(t, g) + static_cast<int64_t>(i);
+                local[g].template step<true>(now, blocks[g].levels(i), grays, rows[g]);
+            });
+        });
+    }
+    std::copy(local.begin(), local.end(), lanes);
+    return t;
+}
+
+/// Does the groups' rows.
+template <size_t Groups>
+void run_groups(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows, const Grays& grays) noexcept
+{
+    // The last lane's last column is complete one step behind it.
+    const int64_t end = rows[0].width + kLastLag + 1;
+    const int64_t behind = -group_time(0, Groups - 1);
+    for (int64_t t = 0; t < end + behind; t += kBlock) {
+        if (t - behind >= kLastLag) {
+            t = run_inside(lanes, rows, grays, t);
+        }
+        for (size_t g = 0; g < Groups; ++g) {
+            const int64_t now = group_time(t, g);
+            if (now >= 0 && now < end) {
+                lanes[g].edge_block(now, grays, rows[g]);
+            }
+        }
+    }
+}
+
+/// Packs a lane's bits: pixel x is bit `lane` of the step's mask.
+void pack_lane(const uint8_t* masks, int32_t lane, uint8_t invert, size_t width, uint8_t* dst) noexcept
+{
+    const __m128i shift = _mm_cvtsi32_si128(7 - lane);
+    const uint32_t inverted = invert * 0x0101u;
+    const uint8_t* from = masks + kLag * lane;
+    size_t x = 0;
+    const auto sixteen = [&] {
+        const __m128i steps = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + x));
+        return reverse_bits(static_cast<uint32_t>(_mm_movemask_epi8(_mm_sll_epi16(steps, shift)))) ^ inverted;
+    };
+    for (; x + 16 <= width; x += 16) {
+        const auto bits = static_cast<uint16_t>(sixteen());
+        std::memcpy(dst + x / 8, &bits, sizeof bits);
+    }
+    const uint32_t bits = sixteen();
+    for (size_t done = x; done < width; done += 8) {
+        const size_t left = std::min<size_t>(8, width - done);
+        dst[done / 8] = static_cast<uint8_t>(bits >> (done - x) & 0xFF00u >> left);
+    }
+}
+
+} // namespace
+
+bool has_lanes(const DitherState& state) noexcept
+{
+    return state.limit >= DitherPath::lanes && state.method == DITHER_FLOYD_STEINBERG && state.single_gray &&
+           state.two.valid && state.dst_bits == 1;
+}
+
+void lane_rows(DitherState& state, size_t groups, const uint8_t* grays, size_t gray_pitch, uint8_t* dst,
+               size_t dst_stride) noexcept
+{
+    const auto width = static_cast<size_t>(state.width);
+    const size_t group_masks = kMostRows / kMostLaneGroups * state.index_pitch;
+    const size_t group_grays = gray_pitch * static_cast<size_t>(kLanes);
+    const Grays two(state.two);
+    const LaneRows first{grays, gray_pitch, state.width};
+    if (groups == 1) {
+        Lanes lanes[] = {{state, state.row, state.indices}};
+        run_groups(lanes, {first}, two);
+    } else {
+        Lanes lanes[] = {{state, state.row, state.indices}, {state, state.row + kLanes, state.indices + group_masks}};
+        run_groups(lanes, {first, {grays + group_grays, gray_pitch, state.width}}, two);
+    }
+    const uint8_t invert = state.two.index[0] != 0 ? 0xFF : 0;
+    for (size_t row = 0; row < groups * kLanes; ++row) {
+        const uint8_t* masks = state.indices + row / kLanes * group_masks;
+        pack_lane(masks, static_cast<int32_t>(row % kLanes), invert, width, dst + row * dst_stride);
+    }
+}
+
+} // namespace vk::dither

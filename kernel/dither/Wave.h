@@ -1,0 +1,43 @@
+// Error diffusion on one row, or on several side by side: a row follows the one above it by `reach + 1` columns, when
+// all error that reaches it is known. The rows' chains of dependent steps then overlap, and the result is the same.
+//
+// A Stepper does one row's pixels from left to right: `start` (row of the run, row of working memory), `step(column)`,
+// `finish`.
+#pragma once
+
+#include "kernel/dither/Each.h"
+
+#include <cstdint>
+
+namespace vk::dither {
+
+/// Runs Rows steppers over `width` columns, each `lag` behind the one above.
+template <int32_t Rows, class Stepper>
+void run_wave(Stepper (&rows)[static_cast<size_t>(Rows)], int32_t width, int32_t lag) noexcept
+{
+    const int64_t ramp = static_cast<int64_t>(Rows - 1) * lag;
+    const auto guarded = [&](int64_t from, int64_t to) {
+        for (int64_t t = from; t < to; ++t) {
+            for (int32_t r = 0; r < Rows; ++r) {
+                const int64_t x = t - static_cast<int64_t>(r) * lag;
+                if (x >= 0 && x < width) {
+                    rows[r].step(x);
+                } else if (x == width) {
+                    rows[r].finish(width); // the rows below still need its last columns
+                }
+            }
+        }
+    };
+    const bool overlap = width > ramp;
+    guarded(0, overlap ? ramp : width + ramp + 1);
+    for (int64_t t = ramp; t < width; ++t) {
+        each<static_cast<size_t>(Rows)>([&](auto r) __attribute__((always_inline)) {
+            rows[r].step(t - static_cast<int64_t>(r) * lag);
+        });
+    }
+    if (overlap) {
+        guarded(width, width + ramp + 1);
+    }
+}
+
+} // namespace vk::dither

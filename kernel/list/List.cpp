@@ -1,0 +1,322 @@
+// Lists of bitmaps: a locked block with the number of items and a locked block of records.
+//
+// The block of records always ends with one spare record behind the last item, zeroed unless a caller replaced it, so
+// that reading and writing "just past the last item" stays in memory of the list's own. An empty list has no block.
+// Growing copies into a new block before the old one goes; nothing of the list has changed when that fails.
+#include "Vkbitmap.h"
+#include "Vklist.h"
+#include "kernel/bitmap/Alloc.h"
+#include "kernel/system/Blocks.h"
+#include "kernel/bitmap/Callbacks.h"
+#include "kernel/system/Checks.h"
+#include "kernel/bitmap/Duplicate.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstring>
+
+struct V_BITMAPLIST {
+    uint32_t count;
+    BITMAPHANDLE* items; ///< locked block of count + 1 records; null while count is 0
+};
+
+namespace vk {
+
+namespace {
+
+using List = V_BITMAPLIST;
+
+constexpr uint32_t kLast = UINT32_MAX;
+
+/// Room for so many items and the spare record; null without memory.
+BITMAPHANDLE* new_items(uint32_t count) noexcept
+{
+    return static_cast<BITMAPHANDLE*>(locked_block_alloc((size_t{count} + 1) * sizeof(BITMAPHANDLE)));
+}
+
+void move_records(BITMAPHANDLE* to, const BITMAPHANDLE* from, uint32_t count) noexcept
+{
+    std::memmove(static_cast<void*>(to), from, size_t{count} * sizeof(BITMAPHANDLE));
+}
+
+void zero_records(BITMAPHANDLE* first, uint32_t count) noexcept
+{
+    std::memset(static_cast<void*>(first), 0, size_t{count} * sizeof(BITMAPHANDLE));
+}
+
+/// The record that moves, removals and replacements look at before anything else.
+int check_first(const List& list) noexcept
+{
+    if (!list.items)
+        return V_ERROR_NULL_PTR;
+    return is_current(list.items[0]) ? V_SUCCESS : V_ERROR_INVALID_STRUCT_SIZE;
+}
+
+/// Copies a record of either size over a zeroed one, which becomes a current record.
+void adopt(BITMAPHANDLE& slot, const BITMAPHANDLE& bitmap) noexcept
+{
+    const bool is_earlier = !is_current(bitmap);
+    std::memcpy(static_cast<void*>(&slot), &bitmap, bitmap.StructSize);
+    slot.StructSize = kRecordSize;
+    if (is_earlier)
+        slot.Size64 = slot.Size;
+}
+
+/// Takes records out of the block, whose pixels are someone else's by now. Cannot fail: a block that cannot shrink
+/// stays as large as it is.
+void close_gap(List& list, uint32_t index, uint32_t count) noexcept
+{
+    const uint32_t left = list.count - count;
+    move_records(list.items + index, list.items + index + count, left - index);
+    list.count = left;
+    if (left == 0) {
+        locked_block_free(list.items);
+        list.items = nullptr;
+        return;
+    }
+    zero_records(list.items + left, count + 1);
+    void* const block = platform::movable_handle(list.items);
+    platform::movable_realloc(block, (size_t{left} + 1) * sizeof(BITMAPHANDLE), 0); // locked: in place or not at all
+}
+
+int create_list(List** made) noexcept
+{
+    *made = static_cast<List*>(locked_block_alloc(sizeof(List)));
+    return *made ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+void free_items(List& list, uint32_t index, uint32_t count) noexcept
+{
+    for (uint32_t i = index; i < index + count; ++i)
+        if (is_record_size(list.items[i].StructSize)) // a cleared item has none
+            free_bitmap(list.items[i]);
+}
+
+void destroy_list(List* list) noexcept
+{
+    free_items(*list, 0, list->count);
+    locked_block_free(list->items);
+    locked_block_free(list);
+}
+
+int insert(List& list, uint32_t index, const BITMAPHANDLE& bitmap) noexcept
+{
+    BITMAPHANDLE* const items = list.count == kLast - 1 ? nullptr : new_items(list.count + 1);
+    if (!items)
+        return V_ERROR_NO_MEMORY;
+    const uint32_t place = std::min(index, list.count);
+    if (list.items) {
+        move_records(items, list.items, place);
+        move_records(items + place + 1, list.items + place, list.count - place);
+    }
+    adopt(items[place], bitmap);
+    locked_block_free(list.items);
+    list.items = items;
+    ++list.count;
+    return V_SUCCESS;
+}
+
+/// Frees what only a current record can reach.
+void drop_current_parts(BITMAPHANDLE& item) noexcept
+{
+    if (!is_current(item) || !(item.Flags & BITMAPFLAG_ALLOCATED))
+        return;
+    locked_block_free(item.LUT16);
+    item.LUT16 = nullptr;
+    locked_block_free(item.PaintLUT16);
+    item.PaintLUT16 = nullptr;
+    free_data_callbacks(item);
+}
+
+/// How many of the first `count` items may go one after the other, each being the first one when its turn comes.
+uint32_t current_items(const List& list, uint32_t count) noexcept
+{
+    uint32_t found = 0;
+    while (found < count && is_current(list.items[found]))
+        ++found;
+    return found;
+}
+
+int copy_items(List& made, List& list, uint32_t index, uint32_t count) noexcept
+{
+    int result = V_SUCCESS;
+    for (uint32_t i = index; i < index + count && result == V_SUCCESS; ++i) {
+        BITMAPHANDLE copy;
+        result = check_allocated(&list.items[i]);
+        if (result == V_SUCCESS)
+            result = copy_bitmap(copy, list.items[i], kRecordSize);
+        if (result != V_SUCCESS)
+            break;
+        result = insert(made, made.count, copy);
+        if (result != V_SUCCESS)
+            free_bitmap(copy);
+    }
+    return result;
+}
+
+int move_items(List& made, List& list, uint32_t index, uint32_t count) noexcept
+{
+    made.items = new_items(count);
+    if (!made.items)
+        return V_ERROR_NO_MEMORY;
+    move_records(made.items, list.items + index, count);
+    made.count = count;
+    close_gap(list, index, count);
+    return V_SUCCESS;
+}
+
+bool has_item(const List* list, uint32_t index) noexcept
+{
+    return list && index < list->count;
+}
+
+/// Makes the second list of V_CopyBitmapListItems or V_MoveBitmapListItems and fills it.
+int make_part(List** made, List& list, uint32_t index, uint32_t count,
+              int (*fill)(List&, List&, uint32_t, uint32_t) noexcept) noexcept
+{
+    List* part = nullptr;
+    int result = create_list(&part);
+    if (result == V_SUCCESS) {
+        result = fill(*part, list, index, std::min(count, list.count - index));
+        if (result != V_SUCCESS) {
+            destroy_list(part);
+            part = nullptr;
+        }
+    }
+    *made = part;
+    return result;
+}
+
+} // namespace
+
+} // namespace vk
+
+using namespace vk;
+
+int V_CreateBitmapList(HBITMAPLIST* phList) noexcept
+{
+    return phList ? create_list(phList) : V_ERROR_INVALID_PARAMETER;
+}
+
+int V_DestroyBitmapList(HBITMAPLIST hList) noexcept
+{
+    if (!hList)
+        return V_ERROR_INVALID_PARAMETER;
+    destroy_list(hList);
+    return V_SUCCESS;
+}
+
+int V_GetBitmapListCount(HBITMAPLIST hList, uint32_t* puCount) noexcept
+{
+    if (!hList || !puCount)
+        return V_ERROR_INVALID_PARAMETER;
+    *puCount = hList->count;
+    return V_SUCCESS;
+}
+
+int V_InsertBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap) noexcept
+{
+    if (!hList || !pBitmap)
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = hList->count ? check_first(*hList) : V_SUCCESS;
+    if (result != V_SUCCESS)
+        return result;
+    return is_record_size(pBitmap->StructSize) ? insert(*hList, uIndex, *pBitmap) : V_ERROR_INVALID_STRUCT_SIZE;
+}
+
+int V_RemoveBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap) noexcept
+{
+    if (!has_item(hList, uIndex))
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = check_first(*hList);
+    if (result != V_SUCCESS)
+        return result;
+    if (pBitmap)
+        move_records(pBitmap, hList->items + uIndex, 1);
+    close_gap(*hList, uIndex, 1);
+    return V_SUCCESS;
+}
+
+int V_ReplaceBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pNew, BITMAPHANDLE* pOld,
+                            uint32_t uOldSize) noexcept
+{
+    if (!hList || hList->count == 0 || !pNew)
+        return V_ERROR_INVALID_PARAMETER;
+    const uint32_t index = uIndex == kLast ? hList->count - 1 : uIndex;
+    if (index > hList->count) // at the count stands the spare record
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = check_first(*hList);
+    if (result != V_SUCCESS)
+        return result;
+    if (!is_record_size(pNew->StructSize))
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    BITMAPHANDLE& slot = hList->items[index];
+    BITMAPHANDLE old = slot;
+    BITMAPHANDLE coming = {};
+    std::memcpy(static_cast<void*>(&coming), pNew, pNew->StructSize); // pOld may be the same record
+    if (pOld)
+        std::memcpy(static_cast<void*>(pOld), &old, std::min(uOldSize, kRecordSize));
+    else if (check_allocated(&old) == V_SUCCESS)
+        free_bitmap(old);
+    move_records(&slot, &coming, 1);
+    return V_SUCCESS;
+}
+
+int V_DeleteBitmapListItems(HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) noexcept
+{
+    if (!has_item(hList, uIndex) || uCount == 0)
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = check_first(*hList);
+    if (result != V_SUCCESS)
+        return result;
+    const uint32_t wanted = std::min(uCount, hList->count - uIndex);
+    const uint32_t count = uIndex == 0 ? current_items(*hList, wanted) : wanted;
+    free_items(*hList, uIndex, count);
+    close_gap(*hList, uIndex, count);
+    return count == wanted ? V_SUCCESS : V_ERROR_INVALID_STRUCT_SIZE;
+}
+
+int V_GetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap, uint32_t uStructSize) noexcept
+{
+    if (!has_item(hList, uIndex) || !pBitmap)
+        return V_ERROR_INVALID_PARAMETER;
+    if (!is_record_size(uStructSize))
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    BITMAPHANDLE& item = hList->items[uIndex];
+    if (uStructSize == kEarlierRecordSize)
+        drop_current_parts(item);
+    std::memcpy(static_cast<void*>(pBitmap), &item, uStructSize);
+    if (uStructSize == kRecordSize && !is_current(item))
+        pBitmap->Size64 = item.Size; // an earlier record stands here, which has no such field
+    pBitmap->StructSize = uStructSize;
+    return V_SUCCESS;
+}
+
+int V_SetBitmapListItem(HBITMAPLIST hList, uint32_t uIndex, BITMAPHANDLE* pBitmap) noexcept
+{
+    if (!has_item(hList, uIndex))
+        return V_ERROR_INVALID_PARAMETER;
+    BITMAPHANDLE& slot = hList->items[uIndex];
+    zero_records(&slot, 1);
+    if (!pBitmap)
+        return V_SUCCESS;
+    if (!is_record_size(pBitmap->StructSize))
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    adopt(slot, *pBitmap);
+    return V_SUCCESS;
+}
+
+int V_CopyBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) noexcept
+{
+    if (!phNew || !has_item(hList, uIndex) || uCount == 0)
+        return V_ERROR_INVALID_PARAMETER;
+    return make_part(phNew, *hList, uIndex, uCount, copy_items);
+}
+
+int V_MoveBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) noexcept
+{
+    if (!phNew || !has_item(hList, uIndex) || uCount == 0)
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = check_first(*hList);
+    return result == V_SUCCESS ? make_part(phNew, *hList, uIndex, uCount, move_items) : result;
+}

@@ -1,0 +1,268 @@
+// The file operations on a memory buffer, and redirection to it.
+//
+// Invariants of the object: the data size is at most the capacity, and the capacity is 0 without a buffer. The position
+// alone may be anywhere.
+#include "kernel/redirect/Buffer.h"
+
+#include "kernel/system/ThreadState.h"
+#include "kernel/redirect/File.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <new>
+
+namespace vk::redirect {
+
+namespace {
+
+constexpr uint32_t kMagicBuffer = 'V' | 'B' << 8 | 'U' << 16 | 'F' << 24;
+constexpr int64_t kStep = 32768; ///< a growing buffer's capacity is a multiple of this
+
+struct Buffer {
+    uint32_t magic;
+    uint8_t* data;
+    int64_t capacity;
+    int64_t size;
+    int64_t position;
+    uint32_t options;
+    Table saved;    ///< what the thread had before, kNone where nothing
+    bool allocated; ///< the block is one that this object made
+
+    bool may(uint32_t option) const noexcept { return (options & option) != 0; }
+};
+
+Buffer* buffer_of(int64_t handle) noexcept
+{
+    auto* const buffer = reinterpret_cast<Buffer*>(static_cast<intptr_t>(handle));
+    return handle != 0 && handle != -1 && buffer->magic == kMagicBuffer ? buffer : nullptr;
+}
+
+/// Changes the size of the buffer's block. It has to be unlocked for that, and is locked again whatever comes of it.
+void resize_block(Buffer& buffer, int64_t capacity) noexcept
+{
+    if (!buffer.data) {
+        void* const block = platform::movable_alloc(GMEM_MOVEABLE | GMEM_ZEROINIT, static_cast<size_t>(capacity));
+        void* const data = block ? platform::movable_lock(block) : nullptr;
+        if (block && !data)
+            platform::movable_free(block);
+        if (data) {
+            buffer.data = static_cast<uint8_t*>(data);
+            buffer.capacity = capacity;
+            buffer.allocated = true;
+        }
+        return;
+    }
+    void* const block = platform::movable_handle(buffer.data);
+    if (!block) // not a block after all
+        return;
+    platform::movable_unlock(block);
+    const bool resized =
+        platform::movable_realloc(block, static_cast<size_t>(capacity), GMEM_MOVEABLE | GMEM_ZEROINIT) != nullptr;
+    void* const data = platform::movable_lock(block);
+    buffer.data = static_cast<uint8_t*>(data);
+    if (!data) { // what is in the block cannot be reached any more; somebody else's stays theirs
+        if (buffer.allocated)
+            platform::movable_free(block);
+        buffer.capacity = 0;
+        buffer.size = 0;
+    } else if (resized) {
+        buffer.capacity = capacity;
+    }
+}
+
+/// Makes room up to `end` as far as the options and memory allow.
+void make_room(Buffer& buffer, int64_t end) noexcept
+{
+    if (end <= buffer.capacity || !buffer.may(REDIRECTBUFFER_GROW) || end > INT64_MAX - kStep)
+        return;
+    resize_block(buffer, (end + kStep - 1) / kStep * kStep);
+}
+
+/// Bytes between the end of the data and a position behind it read as zeros, whatever was there.
+void clear_gap(Buffer& buffer) noexcept
+{
+    if (buffer.position > buffer.size)
+        std::memset(buffer.data + buffer.size, 0, static_cast<size_t>(buffer.position - buffer.size));
+}
+
+int64_t buffer_open(const wchar_t*, int flags, int, void* user_data) noexcept
+{
+    Buffer& buffer = *static_cast<Buffer*>(user_data);
+    buffer.position = 0;
+    if (flags & V_OPENFLAG_TRUNCATE)
+        buffer.size = 0;
+    return static_cast<int64_t>(reinterpret_cast<intptr_t>(&buffer));
+}
+
+int64_t buffer_read(int64_t handle, void* out, size_t count, void*) noexcept
+{
+    Buffer* const buffer = buffer_of(handle);
+    if (!buffer || !buffer->data || !out || buffer->position < 0 || buffer->position > buffer->size)
+        return -1;
+    const size_t moved = std::min(count, static_cast<size_t>(buffer->size - buffer->position));
+    std::memcpy(out, buffer->data + buffer->position, moved);
+    buffer->position += static_cast<int64_t>(moved);
+    return static_cast<int64_t>(moved);
+}
+
+int64_t buffer_write(int64_t handle, const void* in, size_t count, void*) noexcept
+{
+    Buffer* const buffer = buffer_of(handle);
+    if (!buffer || !buffer->may(REDIRECTBUFFER_WRITE) || buffer->position < 0 || (count != 0 && !in))
+        return -1;
+    if (count != 0 && count <= static_cast<uint64_t>(INT64_MAX - buffer->position))
+        make_room(*buffer, buffer->position + static_cast<int64_t>(count));
+    if (buffer->position > buffer->capacity)
+        return -1;
+    clear_gap(*buffer);
+    if (count == 0) {
+        buffer->size = buffer->position;
+        return 0;
+    }
+    const size_t moved = std::min(count, static_cast<size_t>(buffer->capacity - buffer->position));
+    if (moved != 0)
+        std::memcpy(buffer->data + buffer->position, in, moved);
+    buffer->position += static_cast<int64_t>(moved);
+    buffer->size = std::max(buffer->size, buffer->position);
+    return static_cast<int64_t>(moved);
+}
+
+int64_t buffer_seek(int64_t handle, int64_t offset, int origin, void*) noexcept
+{
+    Buffer* const buffer = buffer_of(handle);
+    if (!buffer || origin < 0 || origin > 2)
+        return -1;
+    const int64_t base = origin == 0 ? 0 : origin == 1 ? buffer->position : buffer->size;
+    if (offset > 0 ? base > INT64_MAX - offset : base < INT64_MIN - offset)
+        return -1;
+    buffer->position = base + offset;
+    return buffer->position;
+}
+
+int buffer_close(int64_t handle, void*) noexcept
+{
+    Buffer* const buffer = buffer_of(handle);
+    if (!buffer)
+        return -1;
+    const bool shrinks =
+        buffer->may(REDIRECTBUFFER_GROW) && buffer->may(REDIRECTBUFFER_SHRINK) && !buffer->may(REDIRECTBUFFER_DATA);
+    if (shrinks && buffer->data && buffer->size < buffer->capacity)
+        resize_block(*buffer, std::max<int64_t>(buffer->size, 1)); // a block of no bytes could not be locked
+    return 0;
+}
+
+Table table_for(Buffer& buffer) noexcept
+{
+    Table table = library_table();
+    table.slots[kOpen].function = reinterpret_cast<uintptr_t>(&buffer_open);
+    table.slots[kRead].function = reinterpret_cast<uintptr_t>(&buffer_read);
+    table.slots[kWrite].function = reinterpret_cast<uintptr_t>(&buffer_write);
+    table.slots[kSeek].function = reinterpret_cast<uintptr_t>(&buffer_seek);
+    table.slots[kClose].function = reinterpret_cast<uintptr_t>(&buffer_close);
+    for (size_t i = 0; i < kFileSlots; ++i)
+        table.slots[i].user_data = &buffer;
+    return table;
+}
+
+/// The redirection that a slot leads to; null when it leads elsewhere.
+Buffer* buffer_behind(const Slot& slot, size_t index) noexcept
+{
+    const uintptr_t functions[kFileSlots] = {
+        reinterpret_cast<uintptr_t>(&buffer_open), reinterpret_cast<uintptr_t>(&buffer_read),
+        reinterpret_cast<uintptr_t>(&buffer_write), reinterpret_cast<uintptr_t>(&buffer_seek),
+        reinterpret_cast<uintptr_t>(&buffer_close)};
+    return slot.function == functions[index] ? static_cast<Buffer*>(slot.user_data) : nullptr;
+}
+
+/// Exchanges the five file operations of the calling thread; what it had comes back, kNone where nothing.
+void exchange_file_slots(Table& table) noexcept
+{
+    table.slots[kCopy].function = 0;
+    table.slots[kDelete].function = 0;
+    exchange_thread(table);
+}
+
+/// Takes a redirection out from behind others that were started later and not ended yet.
+bool unlink_inner(Buffer& gone) noexcept
+{
+    for (Buffer* outer = buffer_behind(thread_state().redirect.slots[kOpen], kOpen); outer && outer != &gone;
+         outer = buffer_behind(outer->saved.slots[kOpen], kOpen)) {
+        if (buffer_behind(outer->saved.slots[kOpen], kOpen) == &gone) {
+            outer->saved = gone.saved;
+            return true;
+        }
+    }
+    return false;
+}
+
+int start(Buffer& buffer, V_REDIRECTHANDLE* file) noexcept
+{
+    const Table table = table_for(buffer);
+    if (file) {
+        File* const made = wrap(table, reinterpret_cast<intptr_t>(&buffer), Kind::given);
+        if (!made)
+            return V_ERROR_NO_MEMORY;
+        *file = made;
+    }
+    buffer.saved = table;
+    exchange_file_slots(buffer.saved);
+    return V_SUCCESS;
+}
+
+} // namespace
+
+Slot behind_buffers(Slot slot, size_t index) noexcept
+{
+    while (const Buffer* const buffer = buffer_behind(slot, index))
+        slot = buffer->saved.slots[index];
+    if (slot.function == kNone)
+        slot.function = 0;
+    return slot;
+}
+
+} // namespace vk::redirect
+
+using namespace vk;
+using namespace vk::redirect;
+
+int V_StartRedirectToBuffer(void** ppObject, V_REDIRECTHANDLE* phFile, uint32_t uOptions, void* pBuffer,
+                            size_t uCapacity) noexcept
+{
+    if (!ppObject)
+        return V_ERROR_INVALID_PARAMETER;
+    void* const memory = platform::heap_alloc(sizeof(Buffer));
+    if (!memory)
+        return V_ERROR_NO_MEMORY;
+    const auto capacity = static_cast<int64_t>(pBuffer ? std::min<uint64_t>(uCapacity, INT64_MAX) : 0);
+    Buffer* const buffer = new (memory) Buffer{kMagicBuffer,
+                                               static_cast<uint8_t*>(pBuffer),
+                                               capacity,
+                                               uOptions & REDIRECTBUFFER_DATA ? capacity : 0,
+                                               0,
+                                               uOptions,
+                                               {},
+                                               false};
+    const int result = start(*buffer, phFile);
+    if (result == V_SUCCESS)
+        *ppObject = buffer;
+    else
+        platform::heap_free(memory);
+    return result;
+}
+
+int V_StopRedirectToBuffer(void* pObject, void** ppBuffer, size_t* puSize) noexcept
+{
+    Buffer* const buffer = buffer_of(static_cast<int64_t>(reinterpret_cast<intptr_t>(pObject)));
+    if (!buffer)
+        return V_ERROR_INVALID_PARAMETER;
+    if (!unlink_inner(*buffer))
+        exchange_file_slots(buffer->saved);
+    if (ppBuffer)
+        *ppBuffer = buffer->data;
+    if (puSize)
+        *puSize = static_cast<size_t>(buffer->size);
+    buffer->magic = 0;
+    platform::heap_free(buffer);
+    return V_SUCCESS;
+}

@@ -1,0 +1,49 @@
+// Rows of a resized bitmap, in any order; ascending ones read each source row once. Chooses among the filters: bytes
+// where they do, else the wide one; colours are weighted with alpha where alpha is not full all around.
+#pragma once
+
+#include "kernel/resample/ByteFilter.h"
+#include "kernel/resample/WideFilter.h"
+
+namespace vk::resample {
+
+class RowResampler {
+public:
+    /// For an accessed bitmap that check_rows accepts and its form, which both outlive the object.
+    RowResampler(BITMAPHANDLE& source, const Form& form) noexcept : rows_(source, form) {}
+
+    /// To `width` x `height` pixels. SUCCESS or ERROR_NO_MEMORY.
+    int open(int32_t width, int32_t height, Kernel kernel) noexcept;
+
+    /// Writes row `y` as lanes of the form. SUCCESS or the failure of a transfer.
+    int row(int32_t y, void* lanes) noexcept;
+
+    /// True when the wider instruction set does the work of rows without transparency.
+    bool uses_avx2() const noexcept { return is_bytes_ && bytes_.uses_avx2(); }
+
+private:
+    struct Axes {
+        Axis x, y;
+        int open(const LaneRows& rows, int32_t width, int32_t height, Kernel kernel, int32_t bits) noexcept;
+    };
+
+    int open_filter(int32_t width, int32_t height) noexcept;
+    int open_wide(WideFilter& filter, Axes& axes, int32_t width, int32_t height, bool by_alpha) noexcept;
+    int nearest_row(int32_t y, uint8_t* lanes) noexcept;
+    int is_opaque(int32_t y, bool* opaque) noexcept;
+
+    LaneRows rows_;
+    Kernel kernel_ = Kernel::area;
+    bool is_bytes_ = false;
+    Axes axes_;       ///< of the filter for opaque rows
+    Axes alpha_axes_; ///< of the other one
+    ByteFilter bytes_;
+    WideFilter wide_;
+    WideFilter by_alpha_;
+    RowBuffer weights_; ///< of one destination row, to know its source rows
+};
+
+/// Keeps resamplers opened from now on from wider instruction sets; for tests and benchmarks.
+void limit_resampling(bool plain) noexcept;
+
+} // namespace vk::resample

@@ -1,0 +1,199 @@
+// The choice of a plan, and the pixel-by-pixel walk that defines what every plan gives.
+#include "kernel/resize/Nearest.h"
+
+#include "kernel/format/PackedBits.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/convert/Fused.h"
+#include "kernel/resize/Stepping.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstring>
+#include <emmintrin.h>
+
+namespace vk::resize {
+
+namespace {
+
+/// Source pixels per destination pixel from which picking bits loses to walking.
+constexpr int32_t kMostPicked = 16;
+
+Level best_level() noexcept
+{
+    const pixel::Cpu cpu = pixel::cpu_level();
+    return cpu >= pixel::Cpu::avx512 ? Level::avx512 : cpu >= pixel::Cpu::avx2 ? Level::avx2 : Level::plain;
+}
+
+std::atomic<int> chosen{-1};
+
+Level chosen_level() noexcept
+{
+    const int level = chosen.load(std::memory_order_relaxed);
+    return level < 0 ? limit_level(Level::avx512) : static_cast<Level>(level);
+}
+
+/// Some processors have these instructions, but take hundreds of cycles for one.
+bool moves_bits_fast() noexcept
+{
+    return !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
+}
+
+/// Whole-byte pixels.
+template <size_t kBytes> void walk_bytes(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+{
+    Walk walk(plan.from, plan.to, plan.walked_from);
+    for (auto i = static_cast<size_t>(plan.walked_from); i < static_cast<size_t>(plan.to); ++i, walk.next())
+        std::memcpy(dst + i * kBytes, src + static_cast<size_t>(walk.source()) * kBytes, kBytes);
+}
+
+/// Pixels of 1 to 7 bits, gathered until there is a byte to write.
+void walk_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+{
+    const auto bits = static_cast<uint32_t>(plan.bits);
+    Walk walk(plan.from, plan.to, plan.walked_from);
+    uint8_t* out = dst + packed_bytes(static_cast<uint64_t>(plan.walked_from), plan.bits);
+    uint32_t gathered = 0;
+    uint32_t count = 0;
+    for (int64_t i = plan.walked_from; i < plan.to; ++i, walk.next()) {
+        const auto column = static_cast<uint32_t>(walk.source());
+        gathered = gathered << bits | extract_bits(src + uint64_t{column} * bits / 8, plan.bits, column);
+        count += bits;
+        if (count >= 8) {
+            count -= 8;
+            *out++ = static_cast<uint8_t>(gathered >> count);
+        }
+    }
+    if (count != 0)
+        *out = static_cast<uint8_t>(gathered << (8 - count));
+}
+
+void walk_12(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+{
+    Walk walk(plan.from, plan.to, plan.walked_from);
+    if (plan.to % 2)
+        dst[plan.to_bytes() - 1] = 0;
+    for (auto i = static_cast<uint32_t>(plan.walked_from); i < static_cast<uint32_t>(plan.to); ++i, walk.next()) {
+        const auto column = static_cast<uint32_t>(walk.source());
+        insert_12(dst + i + i / 2, i, extract_12(src + column + column / 2, column));
+    }
+}
+
+void walk_row(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+{
+    switch (plan.bits) {
+    case 8:
+        return walk_bytes<1>(plan, src, dst);
+    case 12:
+        return walk_12(plan, src, dst);
+    case 16:
+        return walk_bytes<2>(plan, src, dst);
+    case 24:
+        return walk_bytes<3>(plan, src, dst);
+    case 32:
+        return walk_bytes<4>(plan, src, dst);
+    case 48:
+        return walk_bytes<6>(plan, src, dst);
+    case 64:
+        return walk_bytes<8>(plan, src, dst);
+    default:
+        return walk_bits(plan, src, dst);
+    }
+}
+
+void copy_row(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+{
+    const size_t bytes = plan.to_bytes();
+    std::memcpy(dst, src, bytes);
+    dst[bytes - 1] = static_cast<uint8_t>(dst[bytes - 1] & tail_mask(plan.bits, static_cast<uint32_t>(plan.to)));
+}
+
+} // namespace
+
+Level limit_level(Level limit) noexcept
+{
+    const Level level = std::min(limit, best_level());
+    chosen.store(static_cast<int>(level), std::memory_order_relaxed);
+    return level;
+}
+
+size_t NearestPlan::from_bytes() const noexcept
+{
+    return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(from), bits));
+}
+
+size_t NearestPlan::to_bytes() const noexcept
+{
+    return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(to), bits));
+}
+
+int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noexcept
+{
+    plan.bits = bits;
+    plan.from = from;
+    plan.to = to;
+    plan.way = Way::walk;
+    plan.walked_from = 0;
+    bool made = true;
+    if (from == to)
+        plan.way = Way::copy;
+    else if (chosen_level() == Level::plain)
+        return V_SUCCESS;
+    else if (bits >= 8 && bits % 8 == 0)
+        made = (chosen_level() < Level::avx512 || make_permute(plan)) && (plan.way != Way::walk || make_shuffle(plan));
+    else if (bits == 1 && int64_t{from} * 2 == to)
+        make_double(plan);
+    else if (bits == 1 && from < to && moves_bits_fast())
+        made = make_spread(plan);
+    else if (bits == 1 && from / to < kMostPicked && moves_bits_fast())
+        made = make_pick(plan);
+    return made ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept
+{
+    switch (plan.way) {
+    case Way::copy:
+        return copy_row(plan, src, dst);
+    case Way::shuffle:
+        shuffle_avx2(plan, src, dst);
+        break;
+    case Way::permute:
+        return permute_avx512(plan, src, dst, ahead);
+    case Way::pick_bits:
+        pick_avx2(plan, src, dst);
+        break;
+    case Way::spread_bits:
+        spread_avx2(plan, src, dst);
+        break;
+    case Way::double_bits:
+        double_avx2(plan, src, dst);
+        break;
+    case Way::walk:
+        break;
+    }
+    walk_row(plan, src, dst);
+}
+
+void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
+{
+    constexpr size_t kLine = 64;
+    const size_t head = (kLine - reinterpret_cast<uintptr_t>(to) % kLine) % kLine;
+    if (bytes < head + kLine) {
+        std::memcpy(to, from, bytes);
+        return;
+    }
+    std::memcpy(to, from, head);
+    from += head;
+    to += head;
+    const size_t tail = (bytes - head) % kLine;
+    const size_t lines = bytes - head - tail;
+    if (chosen_level() >= Level::avx2)
+        stream_lines_avx2(from, to, lines);
+    else
+        for (size_t at = 0; at < lines; at += sizeof(__m128i))
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + at),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at)));
+    std::memcpy(to + lines, from + lines, tail);
+}
+
+} // namespace vk::resize

@@ -1,0 +1,99 @@
+// Rows resized to the nearest pixel. What the stepping does is the same for every row, so a plan is worked out once:
+// which bytes to shuffle where (whole-byte pixels), which bits to pick or spread (1 bit). Without AVX2, at other depths
+// and where a plan does not pay, pixels are walked one by one; the results are the same to the bit.
+//
+// A row is read and written within its packed bytes alone; bits behind the last pixel become clear.
+#pragma once
+
+#include "kernel/rows/RowAccess.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::resize {
+
+/// What plans may use of the processor; for tests and benchmarks, while nothing is planned.
+enum class Level : uint8_t { plain, avx2, avx512 };
+/// Goes down to a level, or up again as far as the processor goes; returns the one now in use.
+Level limit_level(Level limit) noexcept;
+
+/// How a plan gets the front part of a row; what is left is walked.
+enum class Way : uint8_t { copy, walk, shuffle, permute, pick_bits, spread_bits, double_bits };
+
+/// The plan of a row.
+struct NearestPlan {
+    int32_t bits = 0;
+    int32_t from = 0; ///< pixels
+    int32_t to = 0;
+    Way way = Way::walk;
+    uint32_t parts = 0;      ///< shuffle: 16-byte loads per 16 bytes written; permute: 64-byte ones per 64
+    int64_t steps = 0;       ///< steps of the planned part
+    int64_t inner_steps = 0; ///< permute: those whose loads lie within the source row
+    int64_t period = 0;      ///< shuffle, permute: steps after which the table repeats
+    size_t advance = 0;      ///< shuffle, permute: source bytes per period
+    int64_t walked_from = 0; ///< first destination pixel that is walked; at a byte boundary
+    RowBuffer table;
+
+    size_t from_bytes() const noexcept;
+    size_t to_bytes() const noexcept;
+};
+
+/// Plans rows of `from` pixels that become `to`, both above 0, at a bitmap's depth. SUCCESS or ERROR_NO_MEMORY.
+int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noexcept;
+
+/// Resizes a row; the two do not overlap. The row that will be wanted next may be fetched, `ahead` bytes further on.
+void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead = 0) noexcept;
+
+/// Copies rows past the caches; a fence is the caller's.
+void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
+
+// Tables, as NearestTables.cpp makes them and Nearest_avx2.cpp reads them.
+
+/// 32 bytes to write: for either half a source offset within the period and, behind the header, `parts` masks of both.
+struct ShuffleStep {
+    uint32_t base[2];
+};
+/// 64 bytes to write from up to four loads of 64 from `base` on within the period.
+struct alignas(64) PermuteStep {
+    uint8_t order[64]; ///< per byte its place, modulo two loads
+    uint64_t is_back;  ///< bytes that come from the third and fourth load
+    uint32_t base;
+};
+/// Where they begin, in the block that a table is.
+inline PermuteStep* permute_steps(const RowBuffer& table) noexcept
+{
+    const auto address = reinterpret_cast<uintptr_t>(table.data());
+    return reinterpret_cast<PermuteStep*>(table.data() + (alignof(PermuteStep) - address % alignof(PermuteStep)) %
+                                                             alignof(PermuteStep));
+}
+/// 64 pixels to write from up to 64 of the source.
+struct SpreadStep {
+    uint64_t ends;  ///< where runs end, counted from the last pixel
+    uint64_t bound; ///< the same without the first
+    uint32_t byte;  ///< first source byte
+    uint8_t skip;   ///< bits in front of the first pixel in it
+    uint8_t spare;  ///< 64 less the number of source pixels
+};
+/// 56 pixels to read.
+struct PickStep {
+    uint64_t mask;
+    uint64_t count;
+};
+
+/// False without memory. The plan falls back to walking where a table does not pay.
+bool make_shuffle(NearestPlan& plan) noexcept;
+bool make_permute(NearestPlan& plan) noexcept;
+bool make_spread(NearestPlan& plan) noexcept;
+bool make_pick(NearestPlan& plan) noexcept;
+void make_double(NearestPlan& plan) noexcept; ///< for rows that become twice as long
+
+void shuffle_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
+void permute_avx512(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept;
+void spread_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
+void pick_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
+void double_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
+
+/// Copies whole cache lines past the caches, to an address that is one.
+void stream_lines_avx2(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
+
+} // namespace vk::resize

@@ -1,0 +1,162 @@
+// Resizing into a bitmap of another depth or view perspective: the source is brought to both in temporary bitmaps
+// first. What hangs on the destination follows its pixels.
+#include "kernel/bitmap/Callbacks.h"
+#include "kernel/system/Checks.h"
+#include "kernel/colorres/ColorRes.h"
+#include "kernel/bitmap/Duplicate.h"
+#include "kernel/bitmap/Overlay.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/resize/Resize.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/view/ViewPerspective.h"
+#include "kernel/resize/Temporary.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vk {
+
+namespace {
+
+/// Perspectives that differ in the order of rows, if at all.
+bool has_same_axes(int32_t a, int32_t b) noexcept
+{
+    return a == b || (a == TOP_LEFT && b == BOTTOM_LEFT) || (a == BOTTOM_LEFT && b == TOP_LEFT);
+}
+
+/// What makes a source's colours those of the destination.
+ColorResRequest request_like(const BITMAPHANDLE& to) noexcept
+{
+    ColorResRequest request;
+    request.bits = to.BitsPerPixel;
+    if (request.bits > 8) {
+        request.flags = request.bits == 12 ? COLORRES_ORDER_GRAY : COLORRES_ORDER(to.Order);
+    } else if (request.bits == 8 && to.Order == COLORORDER_GRAY) {
+        request.flags = COLORRES_PALETTE_GRAY;
+    } else {
+        const uint32_t most = 1u << request.bits;
+        request.palette = to.Palette;
+        request.colors = palette_entries(to) > 0 ? palette_entries(to) : most;
+    }
+    return request;
+}
+
+/// The source in the destination's perspective and depth.
+class Adapted {
+public:
+    explicit Adapted(BITMAPHANDLE& source) noexcept : current_(&source) {}
+
+    BITMAPHANDLE& record() noexcept { return *current_; }
+
+    int turn(int32_t perspective) noexcept
+    {
+        constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_GRAYTABLES;
+        const int result = copy_in_view_perspective(turned_.record(), *current_, kRecordSize, perspective, kCopied);
+        current_ = &turned_.record();
+        return result;
+    }
+
+    int convert(const ColorResRequest& request) noexcept
+    {
+        if (current_ == &turned_.record())
+            return change_colors(*current_, request);
+        const int result = make_colors(converted_.record(), *current_, kRecordSize, request);
+        current_ = &converted_.record();
+        return result;
+    }
+
+private:
+    BITMAPHANDLE* current_;
+    Temporary turned_;
+    Temporary converted_;
+};
+
+/// Copies of a bitmap's overlays on their way to another. Until they are placed nothing has changed.
+class OverlayCopies {
+public:
+    int make(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+    {
+        auto* const table = static_cast<OverlayTable*>(from.Overlays);
+        if (!table || table == to.Overlays)
+            return V_SUCCESS;
+        int result = V_SUCCESS;
+        for (int i = 0; i < kOverlaySlots && result == V_SUCCESS; ++i) {
+            if (!(table->bitmaps[i].Flags & BITMAPFLAG_ALLOCATED))
+                continue; // an empty slot
+            has_any_ = true;
+            result = copy_bitmap(copies_[i].record(), table->bitmaps[i], kRecordSize);
+        }
+        if (result == V_SUCCESS && has_any_ && !require_overlays(to))
+            result = V_ERROR_NO_MEMORY;
+        return result;
+    }
+
+    void place(BITMAPHANDLE& to) noexcept
+    {
+        for (int i = 0; i < kOverlaySlots && has_any_; ++i) {
+            if (!(copies_[i].record().Flags & BITMAPFLAG_ALLOCATED))
+                continue;
+            BITMAPHANDLE& slot = static_cast<OverlayTable*>(to.Overlays)->bitmaps[i];
+            free_bitmap(slot);
+            std::memcpy(static_cast<void*>(&slot), &copies_[i].record(), kRecordSize);
+            clear_record(copies_[i].record(), kRecordSize);
+        }
+    }
+
+private:
+    Temporary copies_[kOverlaySlots];
+    bool has_any_ = false;
+};
+
+/// The destination's region and overlays, when its pixels are there.
+int carry_parts(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+{
+    OverlayCopies overlays;
+    int result = overlays.make(from, to);
+    if (result == V_SUCCESS && to.RgnInfo && to.RgnInfo != from.RgnInfo)
+        result = scale_region(to, to.Width, to.Height);
+    if (result == V_SUCCESS)
+        overlays.place(to);
+    return result;
+}
+
+/// Filters mix samples, which must mean the same in both bitmaps; other ways take pixels as they are.
+bool must_reorder(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint32_t flags) noexcept
+{
+    constexpr uint32_t kFilters = SIZEFLAG_RESAMPLE | SIZEFLAG_BICUBIC | SIZEFLAG_ALTRESAMPLE;
+    return flags & kFilters && to.BitsPerPixel > 8 && from.Order != to.Order;
+}
+
+int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
+{
+    Adapted source(from);
+    int result = V_SUCCESS;
+    if (!has_same_axes(from.ViewPerspective, to.ViewPerspective))
+        result = source.turn(to.ViewPerspective);
+    const bool is_other_depth = from.BitsPerPixel != to.BitsPerPixel;
+    if (is_other_depth && flags & SIZEFLAG_SCALETOGRAY && to.BitsPerPixel > 1)
+        flags = SIZEFLAG_RESAMPLE;
+    if (result == V_SUCCESS && (is_other_depth || must_reorder(from, to, flags)))
+        result = source.convert(request_like(to));
+    if (result == V_SUCCESS)
+        result = resize_into(source.record(), to, flags);
+    return result == V_SUCCESS ? carry_parts(from, to) : result;
+}
+
+} // namespace
+
+} // namespace vk
+
+using namespace vk;
+
+int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) noexcept
+{
+    int result = check_allocated(pSrc);
+    if (result == V_SUCCESS)
+        result = check_allocated(pDst);
+    if (result == V_SUCCESS && !is_bitmap_depth(pDst->BitsPerPixel))
+        result = V_ERROR_INVALID_PARAMETER;
+    if (result == V_SUCCESS)
+        result = check_resize(pSrc, pDst);
+    return result == V_SUCCESS ? stretch(*pSrc, *pDst, uFlags) : result;
+}

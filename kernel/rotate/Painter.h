@@ -1,0 +1,49 @@
+// What the two ways of taking pixels, nearest and interpolated, have in common: they paint boxes of the canvas from
+// source pixels that lie in memory. Turn.cpp cuts the canvas into such boxes and brings the source pixels there.
+#pragma once
+
+#include "Vkkrnx.h"
+#include "kernel/rotate/Geometry.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::rotate {
+
+/// Source pixels in memory: the box `held`, whose left side is a multiple of 8 pixels.
+struct Pixels {
+    const uint8_t* data = nullptr; ///< the first byte of the box's first pixel
+    size_t stride = 0;
+    Box held{};
+};
+
+/// A box of the canvas to paint. Its left side is a multiple of 8 pixels, so that rows start on a byte; what the last
+/// byte of a row has left over becomes clear.
+struct Target {
+    uint8_t* data = nullptr;
+    size_t stride = 0;
+    Box box{};
+};
+
+/// The pixel that stands where the image does not reach: packed as a row's first one, and as a number where pixels
+/// have up to 12 bits.
+struct FillPixel {
+    uint8_t packed[8] = {};
+    uint32_t value = 0;
+};
+
+/// A fill colour in the bitmap's form.
+FillPixel fill_pixel(const BITMAPHANDLE& bitmap, COLORREF color) noexcept;
+
+class Painter {
+public:
+    /// Paints a box. The source pixels it looks at (source_box with kMargin), as far as there are any, are held.
+    virtual void paint(const Pixels& source, const Target& target) noexcept = 0;
+
+    static constexpr int32_t kMargin = 8;
+
+protected:
+    ~Painter() = default;
+};
+
+} // namespace vk::rotate

@@ -1,0 +1,111 @@
+// Lock counting. Only the first access and the last release do work: the data callbacks are told, and a movable global
+// block is pinned, so that `Data` is valid in between. An earlier record has no count: its first access locks and each
+// release unlocks.
+#include "kernel/rows/Locks.h"
+
+#include "kernel/system/Checks.h"
+#include "kernel/system/Trace.h"
+#include "platform/platform.h"
+
+namespace vk {
+
+namespace {
+
+/// Result of an access or release callback that did all the work itself.
+constexpr int kDoneByCallback = 2;
+
+int call(V_BITMAPDATACALLBACK BITMAPDATACALLBACKS::*member, BITMAPHANDLE& bitmap) noexcept
+{
+    const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
+    return calls && calls->*member ? (calls->*member)(&bitmap, calls->UserData) : V_SUCCESS;
+}
+
+bool is_lockable_global(const BITMAPHANDLE& bitmap) noexcept
+{
+    constexpr uint32_t kWanted = BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL;
+    constexpr uint32_t kOthers = BITMAPFLAG_COMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_SUPERCOMPRESSED;
+    return (bitmap.Flags & (kWanted | kOthers)) == kWanted;
+}
+
+int lock_global(BITMAPHANDLE& bitmap) noexcept
+{
+    if (!is_lockable_global(bitmap) || bitmap.Flags & BITMAPFLAG_LOCKED)
+        return V_SUCCESS;
+    void* const block = platform::movable_lock(bitmap.Handle);
+    if (!block)
+        return V_ERROR_NO_MEMORY;
+    bitmap.Flags |= BITMAPFLAG_LOCKED;
+    bitmap.Data = static_cast<uint8_t*>(block) + bitmap.DataOffset;
+    return V_SUCCESS;
+}
+
+void unlock_global(BITMAPHANDLE& bitmap) noexcept
+{
+    if (!is_lockable_global(bitmap) || !(bitmap.Flags & BITMAPFLAG_LOCKED))
+        return;
+    platform::movable_unlock(bitmap.Handle);
+    bitmap.Flags &= ~BITMAPFLAG_LOCKED;
+    bitmap.Data = nullptr;
+}
+
+/// Counts without overflow, so that a count gone wild stays a number.
+void count(BITMAPHANDLE& bitmap, int32_t step) noexcept
+{
+    bitmap.LockCount = static_cast<int32_t>(static_cast<uint32_t>(bitmap.LockCount) + static_cast<uint32_t>(step));
+}
+
+} // namespace
+
+int access_bitmap(BITMAPHANDLE& bitmap) noexcept
+{
+    if (!is_current(bitmap))
+        return lock_global(bitmap);
+    if (bitmap.LockCount < 0)
+        trace::lock_count("V_AccessBitmap", bitmap.LockCount);
+    count(bitmap, 1);
+    if (bitmap.LockCount != 1)
+        return V_SUCCESS;
+    int result = call(&BITMAPDATACALLBACKS::AccessBitmapCallback, bitmap);
+    if (result == kDoneByCallback)
+        return V_SUCCESS;
+    if (result == V_SUCCESS) {
+        result = lock_global(bitmap);
+        if (result == V_SUCCESS)
+            return V_SUCCESS;
+        call(&BITMAPDATACALLBACKS::ReleaseBitmapCallback, bitmap);
+    }
+    count(bitmap, -1);
+    return result;
+}
+
+int release_bitmap(BITMAPHANDLE& bitmap) noexcept
+{
+    if (is_current(bitmap)) {
+        if (bitmap.LockCount < 1)
+            trace::lock_count("V_ReleaseBitmap", bitmap.LockCount);
+        count(bitmap, -1);
+        if (bitmap.LockCount > 0)
+            return V_SUCCESS;
+        const int result = call(&BITMAPDATACALLBACKS::ReleaseBitmapCallback, bitmap);
+        if (result == kDoneByCallback)
+            return V_SUCCESS;
+        if (result != V_SUCCESS)
+            return result;
+    }
+    unlock_global(bitmap);
+    return V_SUCCESS;
+}
+
+} // namespace vk
+
+int V_AccessBitmap(BITMAPHANDLE* pBitmap) noexcept
+{
+    return pBitmap ? vk::access_bitmap(*pBitmap) : V_ERROR_NULL_PTR;
+}
+
+int V_ReleaseBitmap(BITMAPHANDLE* pBitmap) noexcept
+{
+    if (!pBitmap)
+        return V_ERROR_NULL_PTR;
+    return vk::is_record_size(pBitmap->StructSize) ? vk::release_bitmap(*pBitmap) : V_ERROR_INVALID_STRUCT_SIZE;
+}

@@ -1,0 +1,113 @@
+// Rows in and out of a bitmap, by row and by row and column. Here alone positions are worked out and checked: a store
+// sees only bytes it has. Bytes may run over the end of a row into the next; outside the storage nothing moves.
+#include "kernel/rows/RowCol.h"
+
+#include "kernel/system/Checks.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/system/Trace.h"
+#include "kernel/storage/Store.h"
+
+namespace vk {
+
+namespace {
+
+/// Position of a transfer within the storage; negative for rows before the first.
+int64_t position_of(const BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
+{
+    return int64_t{row} * bitmap.BytesPerLine + column_offset(bitmap.BitsPerPixel, column);
+}
+
+/// SUCCESS when all bytes lie within the storage, else the result of the transfer.
+int check_span(const BITMAPHANDLE& bitmap, const Store& store, int64_t position, size_t bytes, int past_end) noexcept
+{
+    if (position < 0)
+        return store.before_start;
+    const uint64_t extent = store.extent(bitmap);
+    const auto start = static_cast<uint64_t>(position);
+    return start <= extent && bytes <= extent - start ? V_SUCCESS : past_end;
+}
+
+int check_arguments(const BITMAPHANDLE* bitmap, const void* buffer, const char* function) noexcept
+{
+    const int result = buffer ? check_record(bitmap) : V_ERROR_INVALID_PARAMETER;
+    if (result == V_SUCCESS && trace::enabled() && is_current(*bitmap) && bitmap->LockCount < 1)
+        trace::row_lock_count(function, bitmap->LockCount);
+    return result;
+}
+
+} // namespace
+
+void recount_size(BITMAPHANDLE& bitmap) noexcept
+{
+    if (const Store* const store = store_of(bitmap.Flags))
+        set_data_size(bitmap, store->recount(bitmap));
+}
+
+intptr_t get_row_col(BITMAPHANDLE& bitmap, void* buffer, int32_t row, int32_t column, size_t bytes) noexcept
+{
+    if (const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap); calls && calls->GetBitmapRowColCallback) {
+        const intptr_t result = calls->GetBitmapRowColCallback(&bitmap, buffer, row, column, bytes, calls->UserData);
+        if (result != 0)
+            return result;
+    }
+    const Store* const store = store_of(bitmap.Flags);
+    if (!store)
+        return V_ERROR_NO_MEMORY;
+    if (bytes == 0)
+        return 0;
+    const int64_t position = position_of(bitmap, row, column);
+    const int span = check_span(bitmap, *store, position, bytes, store->read_past_end);
+    return span == V_SUCCESS ? store->read(bitmap, static_cast<uint64_t>(position), buffer, bytes) : span;
+}
+
+intptr_t put_row_col(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int32_t column, size_t bytes) noexcept
+{
+    if (const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap); calls && calls->PutBitmapRowColCallback) {
+        void* const lent = const_cast<void*>(buffer); // one callback type serves both directions
+        const intptr_t result = calls->PutBitmapRowColCallback(&bitmap, lent, row, column, bytes, calls->UserData);
+        if (result != 0)
+            return result;
+    }
+    const Store* const store = store_of(bitmap.Flags);
+    if (!store)
+        return V_ERROR_NO_MEMORY;
+    if (bytes == 0)
+        return 0;
+    const int64_t position = position_of(bitmap, row, column);
+    const int span = check_span(bitmap, *store, position, bytes, V_ERROR_INVALID_PARAMETER);
+    if (span != V_SUCCESS)
+        return span;
+    const intptr_t moved = store->write(bitmap, static_cast<uint64_t>(position), buffer, bytes);
+    if (bitmap.Flags & BITMAPFLAG_COMPRESSED)
+        recount_size(bitmap);
+    return moved;
+}
+
+} // namespace vk
+
+using namespace vk;
+
+intptr_t V_GetBitmapRow(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) noexcept
+{
+    const int result = check_arguments(pBitmap, pBuffer, "V_GetBitmapRow");
+    return result == V_SUCCESS ? get_row_col(*pBitmap, pBuffer, nRow, 0, uBytes) : result;
+}
+
+intptr_t V_PutBitmapRow(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, size_t uBytes) noexcept
+{
+    const int result = check_arguments(pBitmap, pBuffer, "V_PutBitmapRow");
+    return result == V_SUCCESS ? put_row_col(*pBitmap, pBuffer, nRow, 0, uBytes) : result;
+}
+
+intptr_t V_GetBitmapRowCol(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol, size_t uBytes) noexcept
+{
+    const int result = check_arguments(pBitmap, pBuffer, "V_GetBitmapRowCol");
+    return result == V_SUCCESS ? get_row_col(*pBitmap, pBuffer, nRow, nCol, uBytes) : result;
+}
+
+intptr_t V_PutBitmapRowCol(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
+                           size_t uBytes) noexcept
+{
+    const int result = check_arguments(pBitmap, pBuffer, "V_PutBitmapRowCol");
+    return result == V_SUCCESS ? put_row_col(*pBitmap, pBuffer, nRow, nCol, uBytes) : result;
+}

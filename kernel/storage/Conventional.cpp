@@ -1,0 +1,168 @@
+// Conventional memory: one contiguous block, in one of three forms that differ only in who holds it.
+//   private  a section of the platform, described by a Block that hangs on `Handle`; made by create
+//   global   a movable global block in `Handle`, whose pixels start DataOffset bytes in; made elsewhere
+//   user     memory the caller lent (Mirror): never resized, never freed
+#include "kernel/system/Checks.h"
+#include "kernel/storage/Store.h"
+#include "platform/platform.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vk {
+
+namespace {
+
+constexpr size_t kAlignment = 32;
+
+struct Block {
+    Section section;
+    uint64_t bytes; ///< pixel bytes, behind the alignment gap
+
+    uint8_t* pixels() const noexcept { return static_cast<uint8_t*>(section.view) + gap(); }
+    size_t gap() const noexcept
+    {
+        return (kAlignment - reinterpret_cast<uintptr_t>(section.view) % kAlignment) % kAlignment;
+    }
+};
+
+bool is_user(const BITMAPHANDLE& bitmap) noexcept
+{
+    return (bitmap.Flags & BITMAPFLAG_MIRROR) != 0;
+}
+bool is_global(const BITMAPHANDLE& bitmap) noexcept
+{
+    return (bitmap.Flags & BITMAPFLAG_GLOBAL) != 0;
+}
+
+Block* block_of(const BITMAPHANDLE& bitmap) noexcept
+{
+    return is_user(bitmap) || is_global(bitmap) ? nullptr : static_cast<Block*>(bitmap.Handle);
+}
+
+/// Bytes of a section that holds `bytes` aligned pixel bytes; 0 when no section can.
+size_t section_bytes(uint64_t bytes) noexcept
+{
+    return bytes > SIZE_MAX / 2 ? 0 : static_cast<size_t>(bytes) + kAlignment - 1;
+}
+
+int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
+{
+    const size_t bytes = section_bytes(request.bytes);
+    auto* const block = bytes ? static_cast<Block*>(platform::heap_alloc(sizeof(Block))) : nullptr;
+    if (!block)
+        return V_ERROR_NO_MEMORY;
+    *block = Block{{}, request.bytes};
+    if (platform::section_create(bytes, &block->section) != Status::ok) {
+        platform::heap_free(block);
+        return V_ERROR_NO_MEMORY;
+    }
+    bitmap.Handle = block;
+    bitmap.Data = block->pixels();
+    bitmap.DataOffset = static_cast<int64_t>(block->gap());
+    bitmap.Flags |= BITMAPFLAG_CONVENTIONALMEMORY;
+    return V_SUCCESS;
+}
+
+uint64_t extent(const BITMAPHANDLE& bitmap) noexcept
+{
+    if (is_global(bitmap) && !is_user(bitmap)) {
+        const uint64_t held = platform::movable_size(bitmap.Handle);
+        const auto offset = static_cast<uint64_t>(bitmap.DataOffset);
+        return std::min(data_size(bitmap), held > offset ? held - offset : 0);
+    }
+    const Block* const block = block_of(bitmap);
+    return block ? block->bytes : data_size(bitmap);
+}
+
+intptr_t read(BITMAPHANDLE& bitmap, uint64_t position, void* buffer, size_t bytes) noexcept
+{
+    const uint8_t* const data = bitmap.Data;
+    if (!data)
+        return V_ERROR_INVALID_IMAGE;
+    std::memcpy(buffer, data + position, bytes);
+    return static_cast<intptr_t>(bytes);
+}
+
+intptr_t write(BITMAPHANDLE& bitmap, uint64_t position, const void* buffer, size_t bytes) noexcept
+{
+    uint8_t* const data = bitmap.Data;
+    if (!data)
+        return V_ERROR_INVALID_IMAGE;
+    std::memcpy(data + position, buffer, bytes);
+    return static_cast<intptr_t>(bytes);
+}
+
+int resize_global(BITMAPHANDLE& bitmap, uint64_t bytes) noexcept
+{
+    constexpr uint32_t kMoveableZeroed = 0x42;
+    const uint64_t held = bytes + static_cast<uint64_t>(bitmap.DataOffset);
+    void* const handle = held > SIZE_MAX / 2
+                             ? nullptr
+                             : platform::movable_realloc(bitmap.Handle, static_cast<size_t>(held), kMoveableZeroed);
+    if (!handle)
+        return V_ERROR_NO_MEMORY;
+    bitmap.Handle = handle;
+    return V_SUCCESS;
+}
+
+int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
+{
+    const uint64_t bytes = static_cast<uint64_t>(bitmap.BytesPerLine) * static_cast<uint32_t>(height);
+    if (is_global(bitmap))
+        return resize_global(bitmap, bytes);
+    Block* const block = block_of(bitmap);
+    if (!block)
+        return V_ERROR_INVALID_PARAMETER;
+    const uint8_t* const lent = bitmap.Data == block->pixels() ? nullptr : bitmap.Data;
+    const uint64_t before = block->bytes;
+    const size_t wanted = section_bytes(bytes);
+    if (!wanted || platform::section_resize(&block->section, wanted) != Status::ok)
+        return V_ERROR_NO_MEMORY;
+    block->bytes = bytes;
+    if (bytes > before) // rows cut off earlier may stand in the room for alignment, which counts as part of the section
+        std::memset(block->pixels() + before, 0,
+                    static_cast<size_t>(std::min<uint64_t>(bytes - before, kAlignment - 1)));
+    if (lent) // the pixels are in memory that was attached later
+        std::memcpy(block->pixels(), lent, static_cast<size_t>(std::min(before, bytes)));
+    bitmap.Data = block->pixels();
+    bitmap.DataOffset = static_cast<int64_t>(block->gap());
+    return V_SUCCESS;
+}
+
+void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
+
+void destroy(BITMAPHANDLE& bitmap) noexcept
+{
+    if (is_user(bitmap))
+        return;
+    if (is_global(bitmap)) {
+        if (bitmap.Flags & BITMAPFLAG_LOCKED)
+            platform::movable_unlock(bitmap.Handle);
+        platform::movable_free(bitmap.Handle);
+        return;
+    }
+    if (Block* const block = block_of(bitmap)) {
+        platform::section_free(&block->section);
+        platform::heap_free(block);
+    }
+}
+
+} // namespace
+
+const Store kConventionalStore = {
+    .name = "conventional",
+    .memory_type = TYPE_CONV,
+    .before_start = V_ERROR_INVALID_PARAMETER,
+    .read_past_end = V_ERROR_INVALID_PARAMETER,
+    .create = create,
+    .extent = extent,
+    .read = read,
+    .write = write,
+    .resize = resize,
+    .recount = plain_size,
+    .figures = figures,
+    .destroy = destroy,
+};
+
+} // namespace vk

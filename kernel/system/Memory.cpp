@@ -1,0 +1,35 @@
+// Small services that belong to no family: blocks owned by records, and the exported V_FreeMemory.
+#include "kernel/system/Blocks.h"
+
+#include "Vkkrnx.h"
+#include "platform/platform.h"
+
+namespace vk {
+
+void* locked_block_alloc(size_t bytes) noexcept
+{
+    constexpr uint32_t kMoveableZeroed = 0x42;
+    void* const handle = platform::movable_alloc(kMoveableZeroed, bytes);
+    if (!handle)
+        return nullptr;
+    void* const block = platform::movable_lock(handle);
+    if (!block)
+        platform::movable_free(handle);
+    return block;
+}
+
+bool locked_block_free(void* block) noexcept
+{
+    void* const handle = block ? platform::movable_handle(block) : nullptr;
+    if (!handle)
+        return false;
+    platform::movable_unlock(handle);
+    return platform::movable_free(handle) == nullptr;
+}
+
+} // namespace vk
+
+void V_FreeMemory(void* pBlock) noexcept
+{
+    vk::platform::heap_free(pBlock);
+}

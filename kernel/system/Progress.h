@@ -1,0 +1,46 @@
+// Progress of an operation through the calling thread's status callback: 0 first, then each percentage once.
+#pragma once
+
+#include "Vkkrnx.h"
+#include "kernel/system/ThreadState.h"
+
+#include <cstdint>
+
+namespace vk {
+
+class Progress {
+public:
+    /// An operation of `total` steps that reports percentages from `start` to `end`.
+    explicit Progress(int64_t total, int start = 0, int end = 100) noexcept
+        : callback_(thread_state().status_callback), user_data_(thread_state().status_user_data), total_(total),
+          start_(start), span_(end - start)
+    {}
+
+    /// Reports the start. SUCCESS, or the callback's refusal, which becomes the operation's result.
+    int begin() noexcept { return report(start_); }
+
+    /// Reports that `done` steps are done, when that is a new percentage.
+    int update(int64_t done) noexcept
+    {
+        if (!callback_ || total_ <= 0)
+            return V_SUCCESS;
+        const int percent = start_ + static_cast<int>(done * span_ / total_);
+        return percent == last_ ? V_SUCCESS : report(percent);
+    }
+
+private:
+    int report(int percent) noexcept
+    {
+        last_ = percent;
+        return callback_ ? callback_(percent, user_data_) : V_SUCCESS;
+    }
+
+    V_STATUSCALLBACK callback_;
+    void* user_data_;
+    int64_t total_;
+    int start_;
+    int span_;
+    int last_ = -1;
+};
+
+} // namespace vk

@@ -1,0 +1,34 @@
+#include "kernel/view/Level.h"
+
+#include "kernel/convert/Fused.h"
+
+#include <algorithm>
+#include <atomic>
+
+namespace vk::turn {
+
+namespace {
+
+Level best_level() noexcept
+{
+    const pixel::Cpu cpu = pixel::cpu_level();
+    return cpu >= pixel::Cpu::avx512 ? Level::avx512 : cpu >= pixel::Cpu::avx2 ? Level::avx2 : Level::sse2;
+}
+
+std::atomic<Level> g_limit{Level::avx512};
+
+} // namespace
+
+Level level() noexcept
+{
+    static const Level best = best_level();
+    return std::min(best, g_limit.load(std::memory_order_relaxed));
+}
+
+Level limit_level(Level limit) noexcept
+{
+    g_limit.store(limit, std::memory_order_relaxed);
+    return level();
+}
+
+} // namespace vk::turn

@@ -1,0 +1,305 @@
+// Transposing by tiles. The tile's side is chosen so that its rows in the target are whole cache lines; what a depth
+// needs beyond that stands in one table.
+#include "kernel/view/Transpose.h"
+
+#include "kernel/format/PackedBits.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/view/Blocks.h"
+#include "kernel/view/Level.h"
+#include "kernel/view/Tile.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vk {
+
+namespace {
+
+using turn::Level;
+using turn::Tile;
+
+constexpr size_t kLine = 64;
+
+/// Pixels of whole bytes, those of columns from `column` and rows from `row` on.
+template <int kBytes> void transpose_rest(const Tile& tile, int32_t first_column, int32_t first_row) noexcept
+{
+    for (int32_t row = 0; row < tile.rows; ++row) {
+        const uint8_t* const from = tile.from + row * tile.stride;
+        for (int32_t column = row < first_row ? first_column : 0; column < tile.columns; ++column)
+            std::memcpy(tile.to + column * tile.pitch + row * kBytes, from + column * kBytes, kBytes);
+    }
+}
+
+template <int kBytes> void transpose_blocks(const Tile& tile) noexcept
+{
+    using Block = turn::VectorBlock<kBytes>;
+    const int32_t columns = tile.columns / Block::kSide * Block::kSide;
+    const int32_t rows = tile.rows / Block::kSide * Block::kSide;
+    for (int32_t row = 0; row < rows; row += Block::kSide)
+        for (int32_t column = 0; column < columns; column += Block::kSide)
+            Block::run(tile.from + row * tile.stride + column * kBytes, tile.stride,
+                       tile.to + column * tile.pitch + row * kBytes, tile.pitch);
+    transpose_rest<kBytes>(tile, columns, rows);
+}
+
+template <int kBytes> void transpose_bytes(const Tile& tile, Level level) noexcept
+{
+    constexpr bool kHasBlock = kBytes != 3 && kBytes != 6;
+    if (level >= Level::avx2 && tile.columns * kBytes >= 16) {
+        constexpr turn::BlockSize kBlock = turn::avx2_block(8 * kBytes);
+        turn::transpose_avx2(tile, 8 * kBytes);
+        return transpose_rest<kBytes>(tile, tile.columns / kBlock.columns * kBlock.columns,
+                                      tile.rows / kBlock.rows * kBlock.rows);
+    }
+    if constexpr (kHasBlock)
+        if (level != Level::plain)
+            return transpose_blocks<kBytes>(tile);
+    transpose_rest<kBytes>(tile, 0, 0);
+}
+
+void transpose_1(const Tile& tile, Level level) noexcept
+{
+    int32_t row = 0;
+    if (level >= Level::avx2 && tile.columns == 128)
+        for (; row + 32 <= tile.rows; row += 32)
+            turn::transpose_bits_avx2(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, tile.pitch);
+    if (level != Level::plain) {
+        for (; row < tile.rows; row += 16)
+            turn::transpose_bits(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, tile.pitch,
+                                 tile.columns, std::min(tile.rows - row, 16));
+        return;
+    }
+    for (int32_t column = 0; column < tile.columns; ++column)
+        for (row = 0; row < tile.rows; row += 8) {
+            uint32_t byte = 0;
+            for (int32_t i = 0; i < 8; ++i)
+                byte = byte << 1 |
+                       (row + i < tile.rows ? tile.from[(row + i) * tile.stride + column / 8] >> (7 - column % 8) & 1u
+                                            : 0u);
+            tile.to[column * tile.pitch + row / 8] = static_cast<uint8_t>(byte);
+        }
+}
+
+void spread_plain(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept
+{
+    for (int32_t i = 0; i < count; ++i)
+        to[i] = static_cast<uint8_t>(extract_bits(from + column_offset(bits, i), bits, static_cast<uint32_t>(i)));
+}
+
+void gather_plain(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept
+{
+    std::memset(to, 0, static_cast<size_t>(packed_bytes(static_cast<uint32_t>(count), bits)));
+    for (int32_t i = 0; i < count; ++i)
+        insert_bits(to + column_offset(bits, i), bits, static_cast<uint32_t>(i), from[i]);
+}
+
+/// The side of tiles of packed pixels, which are spread to whole bytes, transposed and packed again.
+constexpr int32_t kSpreadSide = 64;
+/// Bytes between its rows: those of 16-bit pixels, and what a vector writes too far.
+constexpr ptrdiff_t kSpreadPitch = 2 * kSpreadSide + 32;
+
+void transpose_packed(const Tile& tile, Level level, int32_t bits) noexcept
+{
+    const auto spread = level >= Level::avx2 ? turn::spread_avx2 : spread_plain;
+    const auto gather = level >= Level::avx2 ? turn::gather_avx2 : gather_plain;
+    uint8_t before[kSpreadSide * kSpreadSide];
+    uint8_t after[kSpreadSide * kSpreadPitch];
+    for (int32_t row = 0; row < tile.rows; ++row)
+        spread(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, bits);
+    transpose_bytes<1>({before, kSpreadSide, after, kSpreadPitch, tile.columns, tile.rows}, level);
+    for (int32_t column = 0; column < tile.columns; ++column)
+        gather(after + column * kSpreadPitch, tile.to + column * tile.pitch, tile.rows, bits);
+}
+
+void transpose_12(const Tile& tile, Level level) noexcept
+{
+    uint16_t before[kSpreadSide * kSpreadSide];
+    alignas(uint16_t) uint8_t after[kSpreadSide * kSpreadPitch];
+    for (int32_t row = 0; row < tile.rows; ++row) {
+        const uint8_t* const from = tile.from + row * tile.stride;
+        uint16_t* const to = before + row * kSpreadSide;
+        const int32_t pairs = tile.columns / 2;
+        const int32_t done =
+            level >= Level::avx2 ? turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), tile.columns) : 0;
+        for (int32_t i = done / 2; i < pairs; ++i) {
+            const uint8_t* const bytes = from + 3 * i;
+            to[2 * i] = static_cast<uint16_t>(bytes[0] | (bytes[1] & 0xF) << 8);
+            to[2 * i + 1] = static_cast<uint16_t>(bytes[1] >> 4 | bytes[2] << 4);
+        }
+        if (tile.columns % 2 != 0)
+            to[2 * pairs] = static_cast<uint16_t>(extract_12(from + 3 * pairs, 0));
+    }
+    transpose_bytes<2>(
+        {reinterpret_cast<const uint8_t*>(before), 2 * kSpreadSide, after, kSpreadPitch, tile.columns, tile.rows},
+        level);
+    for (int32_t column = 0; column < tile.columns; ++column) {
+        const uint8_t* pixels = after + column * kSpreadPitch;
+        uint8_t* to = tile.to + column * tile.pitch;
+        const int32_t done = level >= Level::avx2 ? turn::gather12_avx2(pixels, to, tile.rows) : 0;
+        pixels += 2 * done;
+        to += done / 2 * 3;
+        for (int32_t i = done; i + 1 < tile.rows; i += 2, pixels += 4, to += 3) {
+            to[0] = pixels[0];
+            to[1] = static_cast<uint8_t>(pixels[1] | pixels[2] << 4);
+            to[2] = static_cast<uint8_t>(pixels[2] >> 4 | pixels[3] << 4);
+        }
+        if (tile.rows % 2 != 0)
+            std::memcpy(to, pixels, 2);
+    }
+}
+
+void transpose_tile(const Tile& tile, Level level, int32_t bits) noexcept
+{
+    switch (bits) {
+    case 1:
+        return transpose_1(tile, level);
+    case 8:
+        return transpose_bytes<1>(tile, level);
+    case 12:
+        return transpose_12(tile, level);
+    case 16:
+        return transpose_bytes<2>(tile, level);
+    case 24:
+        return transpose_bytes<3>(tile, level);
+    case 32:
+        return transpose_bytes<4>(tile, level);
+    case 48:
+        return transpose_bytes<6>(tile, level);
+    case 64:
+        return transpose_bytes<8>(tile, level);
+    default:
+        return transpose_packed(tile, level, bits);
+    }
+}
+
+/// Columns and rows of a full tile, and bytes between its rows in memory of its own: long stretches on both sides,
+/// since each is a place of its own in memory, while the whole stays in the second cache. Vectors may write 32 bytes
+/// too far.
+struct TileSize {
+    int32_t columns;
+    int32_t rows;
+    int32_t pitch;
+};
+
+constexpr TileSize tile_size(int32_t bits) noexcept
+{
+    switch (bits) {
+    case 1:
+        return {128, 512, 64 + 64};
+    case 8:
+        return {128, 512, 512 + 64};
+    case 16:
+        return {128, 256, 512 + 64};
+    case 24:
+        return {128, 192, 576 + 64};
+    case 32:
+        return {128, 128, 512 + 64};
+    case 48:
+        return {64, 96, 576 + 64};
+    case 64:
+        return {64, 64, 512 + 64};
+    default:
+        return {kSpreadSide, kSpreadSide, kSpreadPitch};
+    }
+}
+
+constexpr size_t kTileBytes = 256 * (256 + 64);
+
+void copy_lines(const turn::Lines& lines, bool stream) noexcept
+{
+    for (int32_t row = 0; row < lines.rows; ++row) {
+        const uint8_t* const from = lines.from + row * lines.pitch;
+        uint8_t* const to = lines.to + row * lines.stride;
+        if (!stream) {
+            std::memcpy(to, from, lines.bytes);
+            continue;
+        }
+        for (size_t i = 0; i < lines.bytes; i += 16)
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), turn::load_vector(from + i));
+    }
+}
+
+/// Tiles near each other are done together, so that few pages are in use at a time.
+constexpr int32_t kNeighbours = 1024;
+
+class Transposer {
+public:
+    Transposer(const TransposeBlock& block, int32_t bits, bool stream) noexcept
+        : block_(block), bits_(bits), size_(tile_size(bits)), level_(turn::level())
+    {
+        const auto step = static_cast<size_t>(block.to_stride < 0 ? -block.to_stride : block.to_stride);
+        stream_ = stream && (reinterpret_cast<uintptr_t>(block.to) | step) % kLine == 0;
+    }
+
+    void run() noexcept
+    {
+        const int32_t high = (kNeighbours + size_.rows - 1) / size_.rows * size_.rows;
+        for (int32_t row = 0; row < block_.rows; row += high)
+            for (int32_t column = 0; column < block_.columns; column += kNeighbours)
+                run_part(column, std::min(block_.columns, column + kNeighbours), row,
+                         std::min(block_.rows, row + high));
+        if (stream_)
+            _mm_sfence();
+    }
+
+private:
+    void run_part(int32_t first_column, int32_t end_column, int32_t row, int32_t end_row) noexcept
+    {
+        for (; row < end_row; row += size_.rows)
+            for (int32_t column = first_column; column < end_column; column += size_.columns)
+                run_tile(column, std::min(size_.columns, end_column - column), row, std::min(size_.rows, end_row - row),
+                         ahead(first_column, column, end_column, row, end_row));
+    }
+
+    /// How far the next tile of a part is away; 0 without one that is whole.
+    ptrdiff_t ahead(int32_t first_column, int32_t column, int32_t end_column, int32_t row,
+                    int32_t end_row) const noexcept
+    {
+        if (column + 2 * size_.columns <= end_column)
+            return offset(size_.columns);
+        if (column + size_.columns < end_column || row + 2 * size_.rows > end_row)
+            return 0;
+        return size_.rows * block_.from_stride - offset(column - first_column);
+    }
+
+    void run_tile(int32_t column, int32_t columns, int32_t row, int32_t rows, ptrdiff_t ahead) noexcept
+    {
+        const Tile tile{block_.from + row * block_.from_stride + offset(column),
+                        block_.from_stride,
+                        tile_,
+                        size_.pitch,
+                        columns,
+                        rows,
+                        ahead};
+        transpose_tile(tile, level_, bits_);
+        const turn::Lines lines{tile_,
+                                size_.pitch,
+                                block_.to + column * block_.to_stride + offset(row),
+                                block_.to_stride,
+                                columns,
+                                static_cast<size_t>(packed_bytes(static_cast<uint32_t>(rows), bits_))};
+        const bool stream = stream_ && lines.bytes % kLine == 0;
+        return level_ >= Level::avx2 ? turn::copy_lines_avx2(lines, stream) : copy_lines(lines, stream);
+    }
+
+    ptrdiff_t offset(int32_t pixel) const noexcept
+    {
+        return static_cast<ptrdiff_t>(packed_bytes(static_cast<uint32_t>(pixel), bits_));
+    }
+
+    const TransposeBlock block_;
+    const int32_t bits_;
+    const TileSize size_;
+    const Level level_;
+    bool stream_ = false;
+    alignas(64) uint8_t tile_[kTileBytes];
+};
+
+} // namespace
+
+void transpose(const TransposeBlock& block, int32_t bits, bool stream) noexcept
+{
+    Transposer(block, bits, stream).run();
+}
+
+} // namespace vk

@@ -1,0 +1,262 @@
+// Super-compressed storage: random operations beside a plain array, over many bands and through a small cache; what it
+// takes; every allocation failing by turns; several readers at once.
+#include "kernel/storage/codec/Codec.h"
+#include "tests/support/FaultLoop.h"
+#include "tests/support/TestBitmap.h"
+#include "tests/support/TestRandom.h"
+
+#include <thread>
+
+using namespace vk::testing;
+namespace fault = vk::fault;
+using Bytes = std::vector<uint8_t>;
+
+namespace {
+
+/// Rows so wide that few make a band.
+struct Size {
+    int32_t bits, width, height;
+};
+constexpr Size kSizes[] = {{1, 40000, 61}, {8, 3000, 90}, {24, 1500, 70}, {8, 20000, 9}, {1, 300, 400}, {24, 77, 33}};
+
+/// What a part of a picture may look like: shades, one byte all over, or noise.
+Bytes part(TestRandom& random, size_t count)
+{
+    Bytes bytes(count);
+    const uint64_t look = random.below(3);
+    auto now = static_cast<uint8_t>(random.one_in(2) ? 0 : random.next());
+    for (uint8_t& byte : bytes)
+        byte = look == 0   ? now
+               : look == 1 ? now = static_cast<uint8_t>(now + random.below(3))
+                           : static_cast<uint8_t>(random.next());
+    return bytes;
+}
+
+struct Model {
+    TestBitmap& bitmap;
+    TestRandom& random;
+    Bytes bytes = Bytes(bitmap.bytes());
+
+    size_t line() const { return bitmap->BytesPerLine; }
+    int32_t any_row() const { return random.between(0, bitmap->Height - 1); }
+
+    void transfer()
+    {
+        const int32_t row = any_row();
+        const int32_t column = random.one_in(2) ? 0 : random.between(0, bitmap->Width - 1);
+        const size_t at = static_cast<size_t>(row) * line() +
+                          static_cast<size_t>(column) * static_cast<size_t>(bitmap->BitsPerPixel) / 8;
+        const size_t left = bytes.size() - at;
+        const size_t count = 1 + random.below(random.one_in(3) ? left : std::min(left, line()));
+        const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(at);
+        if (random.one_in(2)) {
+            const Bytes from = part(random, count);
+            ASSERT_EQ(static_cast<intptr_t>(count), V_PutBitmapRowCol(bitmap.get(), from.data(), row, column, count));
+            std::copy(from.begin(), from.end(), first);
+        } else {
+            Bytes to(count);
+            ASSERT_EQ(static_cast<intptr_t>(count), V_GetBitmapRowCol(bitmap.get(), to.data(), row, column, count));
+            ASSERT_TRUE(std::equal(to.begin(), to.end(), first));
+        }
+    }
+    void change()
+    {
+        switch (random.below(4)) {
+        case 0:
+            ASSERT_EQ(SUCCESS,
+                      V_ChangeBitmapHeight(bitmap.get(),
+                                           random.between(1, 2 * bitmap->Height > 200 ? 100 : 2 * bitmap->Height)));
+            bytes.resize(bitmap.bytes());
+            break;
+        case 1:
+            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+            EXPECT_GE(bytes.size() + bytes.size() / 100 + 16 * bytes.size() / line() + 64, bitmap.data_size());
+            break;
+        case 2:
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap.get(), 0));
+            EXPECT_FALSE(V_BitmapIsSuperCompressed(bitmap.get()));
+            EXPECT_EQ(bytes.size(), bitmap.data_size());
+            break;
+        default:
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap.get(), 2));
+            EXPECT_TRUE(V_BitmapIsSuperCompressed(bitmap.get()));
+            break;
+        }
+    }
+};
+
+/// Fills a bitmap with a picture that depends on a seed; the bytes.
+Bytes fill(TestBitmap& bitmap, uint64_t seed)
+{
+    TestRandom random(seed);
+    Bytes all;
+    for (int32_t row = 0; row < bitmap->Height; ++row) {
+        const Bytes bytes = part(random, bitmap->BytesPerLine);
+        EXPECT_EQ(static_cast<intptr_t>(bytes.size()), V_PutBitmapRow(bitmap.get(), bytes.data(), row, bytes.size()));
+        all.insert(all.end(), bytes.begin(), bytes.end());
+    }
+    return all;
+}
+
+} // namespace
+
+TEST(SuperStore, RandomOperationsLikeAPlainArray)
+{
+    TestRandom random(501);
+    SCOPED_TRACE(random);
+    const uint32_t users = vk::codec::users(1) + vk::codec::users(8);
+    for (const Size& size : kSizes)
+        for (const uint32_t record : {BITMAPHANDLE_SIZE, BITMAPHANDLE_SIZE_EARLIER}) {
+            SCOPED_TRACE(std::to_string(size.bits) + " bits, width " + std::to_string(size.width));
+            TestBitmap bitmap(record);
+            bitmap.make(Kind::super, size.width, size.height, size.bits);
+            EXPECT_EQ(users + 1, vk::codec::users(1) + vk::codec::users(8));
+            Model model{bitmap, random};
+            for (int i = 0; i < 250 && !HasFailure(); ++i) {
+                ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
+                model.transfer();
+                ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+                if (random.one_in(12))
+                    model.change();
+                if (random.one_in(30)) {
+                    ASSERT_EQ(model.bytes, bitmap.pixels());
+                }
+            }
+        }
+    EXPECT_EQ(users, vk::codec::users(1) + vk::codec::users(8)) << "each freed bitmap lets its codec go";
+}
+
+TEST(SuperStore, TakesWhatItsPixelsNeed)
+{
+    TestRandom random(502);
+    SCOPED_TRACE(random);
+    for (const int32_t bits : {1, 8, 24}) {
+        TestBitmap bitmap;
+        bitmap.make(Kind::super, bits == 1 ? 8000 : 1000, 600, bits);
+        const uint64_t plain = bitmap.bytes();
+        uint32_t memory = 0;
+        int32_t tiles = 7;
+        ASSERT_EQ(SUCCESS, V_GetBitmapMemoryInfo(bitmap.get(), &memory, nullptr, &tiles, nullptr, nullptr, nullptr));
+        EXPECT_EQ(TYPE_SUPERCOMPRESSED, memory);
+        EXPECT_EQ(0, tiles);
+        EXPECT_EQ(plain, bitmap.data_size());
+        ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+        EXPECT_GE(1000u, bitmap.data_size()) << "clear rows take nothing";
+        EXPECT_LT(0u, bitmap.data_size());
+        for (const bool noise : {false, true}) {
+            const auto before = fault::live();
+            for (int32_t row = 0; row < 600; ++row) {
+                Bytes bytes(bitmap->BytesPerLine);
+                for (size_t i = 0; i < bytes.size(); ++i)
+                    bytes[i] = static_cast<uint8_t>(noise       ? random.next()
+                                                    : bits == 1 ? (i % 9 == 4 ? 0x18 : 0)
+                                                                : i / 5 + static_cast<size_t>(row) + random.below(3));
+                ASSERT_LT(0, V_PutBitmapRow(bitmap.get(), bytes.data(), row, bytes.size()));
+            }
+            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+            EXPECT_GE(noise ? plain + plain / 100 : bits == 1 ? plain / 50 : plain / 2, bitmap.data_size()) << bits;
+            EXPECT_GE(before.heap + 40, fault::live().heap) << "packing leaves no memory of the cache behind";
+        }
+        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 601));
+        EXPECT_EQ(bitmap.bytes(), bitmap.data_size());
+        ASSERT_EQ(SUCCESS, V_ToggleBitmapCompression(bitmap.get()));
+        EXPECT_EQ(bitmap.bytes(), bitmap.data_size());
+        ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap.get(), 2));
+        EXPECT_GE(bitmap.bytes() + bitmap.bytes() / 100, bitmap.data_size()) << "counted by the change itself";
+    }
+    TestBitmap deep;
+    ASSERT_EQ(SUCCESS, deep.create(TYPE_CONV, 10, 10, 16));
+    EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ChangeBitmapCompression(deep.get(), 2));
+    EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ToggleBitmapCompression(deep.get()));
+}
+
+TEST(SuperStore, FailuresChangeNothing)
+{
+    constexpr int32_t kHeight = 40; // several bands, of which two are held unpacked
+    struct Change {
+        const char* name;
+        intptr_t (*run)(TestBitmap&, const Bytes&);
+        Bytes (*picture)(Bytes, const Bytes&, size_t line); ///< what it makes of the pixels
+    } const changes[] = {
+        {"a row", [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b.get(), from.data(), 5, 7); },
+         [](Bytes all, const Bytes& from, size_t line) {
+             std::copy_n(from.begin(), 7, all.begin() + static_cast<std::ptrdiff_t>(5 * line));
+             return all;
+         }},
+        {"rows over many bands",
+         [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b.get(), from.data(), 1, from.size()); },
+         [](Bytes all, const Bytes& from, size_t line) {
+             std::copy(from.begin(), from.end(), all.begin() + static_cast<std::ptrdiff_t>(line));
+             return all;
+         }},
+        {"shrinking", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b.get(), 17); },
+         [](Bytes all, const Bytes&, size_t line) {
+             all.resize(17 * line);
+             return all;
+         }},
+        {"growing", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b.get(), 60); },
+         [](Bytes all, const Bytes&, size_t line) {
+             all.resize(60 * line);
+             return all;
+         }},
+        {"reading",
+         [](TestBitmap& b, const Bytes&) -> intptr_t {
+             Bytes to(size_t{30} * b->BytesPerLine - 1);
+             return V_GetBitmapRow(b.get(), to.data(), 3, to.size());
+         },
+         [](Bytes all, const Bytes&, size_t) { return all; }},
+        {"counting", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_UpdateBitmapSize(b.get()); },
+         [](Bytes all, const Bytes&, size_t) { return all; }},
+        {"expanding", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapCompression(b.get(), 0); },
+         [](Bytes all, const Bytes&, size_t) { return all; }},
+    };
+    for (const Change& change : changes)
+        for (const bool persistent : {false, true}) {
+            bool fired = true;
+            for (uint64_t call = 1; fired && !HasFailure(); ++call) {
+                SCOPED_TRACE(std::string(change.name) + ", call " + std::to_string(call) +
+                             (persistent ? " and on" : ""));
+                const fault::Live live = fault::live();
+                {
+                    TestBitmap bitmap;
+                    bitmap.make(Kind::super, 5000, kHeight, 8);
+                    const Bytes before = fill(bitmap, 9);
+                    TestRandom random(call);
+                    const Bytes from = part(random, size_t{31} * bitmap->BytesPerLine + 100);
+                    const Bytes after = change.picture(before, from, bitmap->BytesPerLine);
+                    fault::arm(call, persistent);
+                    const intptr_t result = change.run(bitmap, from);
+                    fired = fault::fired();
+                    fault::disarm();
+                    EXPECT_TRUE(result > 0 || result == ERROR_NO_MEMORY) << result;
+                    EXPECT_TRUE(result > 0 || fired);
+                    EXPECT_EQ(result > 0 ? after : before, bitmap.pixels());
+                }
+                expect_same_live(live, fault::live());
+                ASSERT_LT(call, 1000u);
+            }
+        }
+}
+
+TEST(SuperStore, ThreadsReadTogether)
+{
+    TestBitmap bitmap;
+    bitmap.make(Kind::super, 3000, 100, 8);
+    const Bytes all = fill(bitmap, 11);
+    std::vector<std::thread> threads;
+    std::vector<int> wrong(4);
+    for (size_t t = 0; t < wrong.size(); ++t)
+        threads.emplace_back([&, t] {
+            Bytes row(bitmap->BytesPerLine);
+            TestRandom random(t);
+            for (int i = 0; i < 300; ++i) {
+                const auto y = static_cast<int32_t>(random.below(100));
+                V_GetBitmapRow(bitmap.get(), row.data(), y, row.size());
+                wrong[t] +=
+                    !std::equal(row.begin(), row.end(), all.begin() + y * static_cast<std::ptrdiff_t>(row.size()));
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(std::vector<int>(4), wrong);
+}

@@ -1,0 +1,354 @@
+// View perspectives: what they show, relabelling, rearranging, points and rectangles.
+#include "kernel/bitmap/Overlay.h"
+#include "tests/support/FaultLoop.h"
+#include "tests/support/TestTurn.h"
+
+#include "Vkbitmap.h"
+#include "Vkview.h"
+
+using namespace vk::testing;
+
+namespace {
+
+int never(int, void* user_data)
+{
+    ++*static_cast<int*>(user_data);
+    return SUCCESS;
+}
+
+} // namespace
+
+TEST(View, ParametersTurnOnePerspectiveIntoAnother)
+{
+    const Picture stored = Picture::noise(5, 3, 16, 1);
+    for (int32_t from = 1; from <= 8; ++from)
+        for (int32_t to = 1; to <= 8; ++to) {
+            int32_t flip = -1;
+            int32_t angle = -1;
+            ASSERT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, to, &flip, &angle));
+            EXPECT_TRUE(flip == 0 || flip == 1);
+            EXPECT_TRUE(angle == 0 || angle == 90 || angle == 180 || angle == 270) << angle;
+            const Picture moved = (flip ? stored.flipped() : stored).turned_by(angle);
+            EXPECT_EQ(stored.shown(from), moved.shown(to)) << from << " to " << to;
+            EXPECT_TRUE(from != to || (flip == 0 && angle == 0));
+        }
+    int32_t flip = 7;
+    int32_t angle = 7;
+    const std::pair<int32_t, int32_t> mirrors[] = {{1, 2}, {2, 1}};
+    for (const auto& [from, to] : mirrors) {
+        EXPECT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, to, &flip, &angle));
+        EXPECT_EQ(1, flip);
+        EXPECT_EQ(180, angle);
+    }
+    for (const int32_t wrong : {0, 9, -1, INT32_MAX, INT32_MIN}) {
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(wrong, 1, &flip, &angle));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(1, wrong, &flip, &angle));
+    }
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(1, 1, nullptr, &angle));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(1, 1, &flip, nullptr));
+}
+
+TEST(View, RelabellingFlipsAndReversesWhatIsShown)
+{
+    const Picture stored = Picture::noise(5, 3, 16, 1);
+    int (*const kFlips[])(BITMAPHANDLE*) = {V_FlipBitmapViewPerspective, V_IntFlipBitmapViewPerspective};
+    int (*const kReverses[])(BITMAPHANDLE*) = {V_ReverseBitmapViewPerspective, V_IntReverseBitmapViewPerspective};
+    TestBitmap bitmap; // needs no storage
+    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 5, 3, 16));
+    for (const int form : {0, 1}) {
+        for (int32_t perspective = 1; perspective <= 8; ++perspective) {
+            bitmap->ViewPerspective = perspective;
+            EXPECT_EQ(SUCCESS, kFlips[form](bitmap.get()));
+            EXPECT_EQ(stored.shown(perspective).flipped(), stored.shown(bitmap->ViewPerspective)) << perspective;
+            EXPECT_EQ(SUCCESS, kFlips[form](bitmap.get()));
+            EXPECT_EQ(perspective, +bitmap->ViewPerspective);
+            EXPECT_EQ(SUCCESS, kReverses[form](bitmap.get()));
+            EXPECT_EQ(stored.shown(perspective).mirrored(), stored.shown(bitmap->ViewPerspective)) << perspective;
+            EXPECT_EQ(SUCCESS, kReverses[form](bitmap.get()));
+            EXPECT_EQ(perspective, +bitmap->ViewPerspective);
+        }
+        for (const int32_t other : {0, 9, -4, INT32_MIN, INT32_MAX}) {
+            bitmap->ViewPerspective = other;
+            EXPECT_EQ(SUCCESS, kFlips[form](bitmap.get()));
+            EXPECT_EQ(SUCCESS, kReverses[form](bitmap.get()));
+            EXPECT_EQ(other, +bitmap->ViewPerspective);
+        }
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, kFlips[form](nullptr));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, kReverses[form](nullptr));
+    }
+}
+
+TEST(View, RearrangedInPlaceAndAsACopy)
+{
+    for (const Kind kind : {Kind::conv, Kind::disk, Kind::tiled_mixed, Kind::compressed, Kind::global})
+        for (int32_t from = 1; from <= 8; ++from)
+            for (int32_t to = 1; to <= 8; ++to) {
+                SCOPED_TRACE(std::string(name_of(kind)) + ": " + std::to_string(from) + " to " + std::to_string(to));
+                const int32_t bits = kind == Kind::compressed ? 1 : kDepths[(from * 8 + to) % 14];
+                const Picture stored = Picture::noise(21, 13, bits, 4);
+                const uint32_t size = from % 2 ? BITMAPHANDLE_SIZE : BITMAPHANDLE_SIZE_EARLIER;
+                TestBitmap bitmap(size);
+                ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, kind, stored, bits, from));
+                bitmap->XResolution = 72;
+                bitmap->YResolution = 96;
+                const std::vector<uint8_t> record = bitmap.image();
+                TestBitmap copy(size);
+                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy.get(), bitmap.get(), size, to));
+                EXPECT_EQ(record, bitmap.image());
+                EXPECT_EQ(stored, read(bitmap.get()));
+                int calls = 0;
+                V_SetStatusCallback(never, &calls, nullptr, nullptr);
+                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(nullptr, bitmap.get(), 0, to));
+                void* data = nullptr;
+                V_STATUSCALLBACK callback = nullptr;
+                V_SetStatusCallback(nullptr, nullptr, &callback, &data);
+                EXPECT_EQ(0, calls) << "nothing is reported";
+                EXPECT_EQ(&never, callback);
+                EXPECT_EQ(static_cast<void*>(&calls), data);
+                for (TestBitmap* changed : {&bitmap, &copy}) {
+                    EXPECT_EQ(to, +(*changed)->ViewPerspective);
+                    EXPECT_EQ(stored.shown(from), read(changed->get()).shown(to));
+                    EXPECT_EQ((from > 4) == (to > 4) ? 72 : 96, +(*changed)->XResolution);
+                    EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(changed->get()) != 0);
+                }
+            }
+}
+
+TEST(View, WhatACopyGets)
+{
+    TestBitmap bitmap;
+    const Picture stored = Picture::noise(9, 4, 8, 4);
+    ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, stored, 8));
+    ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(bitmap.get(), 10));
+    vk::OverlayTable* const table = vk::require_overlays(*bitmap.get());
+    ASSERT_NE(nullptr, table);
+    TestBitmap overlay;
+    ASSERT_NO_FATAL_FAILURE(make_stored(overlay, Kind::conv, stored, 8));
+    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[0], overlay.get(), BITMAPHANDLE_SIZE));
+    overlay->ViewPerspective = 2; // its own affair
+    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[1], overlay.get(), BITMAPHANDLE_SIZE));
+    TestBitmap full;
+    TestBitmap bare;
+    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(full.get(), bitmap.get(), BITMAPHANDLE_SIZE, 7));
+    ASSERT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(bare.get(), bitmap.get(), BITMAPHANDLE_SIZE, 7, 0));
+    EXPECT_EQ(10u, +full->ExtraDataSize);
+    EXPECT_EQ(0u, +bare->ExtraDataSize);
+    EXPECT_EQ(nullptr, +bare->Overlays);
+    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(bitmap.get(), bitmap.get(), BITMAPHANDLE_SIZE, 7));
+    EXPECT_EQ(read(bare.get()), read(bitmap.get()));
+    for (TestBitmap* changed : {&full, &bitmap}) {
+        auto* const overlays = static_cast<vk::OverlayTable*>((*changed)->Overlays);
+        ASSERT_NE(nullptr, overlays);
+        EXPECT_EQ(read(bare.get()), read(&overlays->bitmaps[0])) << "the overlay lies over the same pixels";
+        EXPECT_EQ(read(bare.get()), read(&overlays->bitmaps[1]));
+        EXPECT_EQ(7, +overlays->bitmaps[0].ViewPerspective);
+        EXPECT_EQ(2, +overlays->bitmaps[1].ViewPerspective);
+    }
+    TestBitmap taken;
+    ASSERT_EQ(SUCCESS,
+              V_IntChangeBitmapViewPerspective(taken.get(), bitmap.get(), BITMAPHANDLE_SIZE, 1, DUPFLAG_TAKEOVER));
+    EXPECT_EQ(10u, +taken->ExtraDataSize);
+    EXPECT_EQ(0u, +bitmap->ExtraDataSize);
+    EXPECT_EQ(stored, read(taken.get()));
+}
+
+TEST(View, CopyCallbacksSeeTheCopy)
+{
+    static int begun;
+    static int ended;
+    begun = ended = 0;
+    BITMAPDATACALLBACKS calls{};
+    calls.StructSize = sizeof calls;
+    calls.BeginCopyBitmapDataCallback = [](BITMAPHANDLE*, BITMAPHANDLE*, void*) { return ++begun, SUCCESS; };
+    calls.EndCopyBitmapDataCallback = [](BITMAPHANDLE*, BITMAPHANDLE*, void*) { return ++ended, SUCCESS; };
+    TestBitmap bitmap;
+    const Picture stored = Picture::noise(9, 4, 8, 4);
+    ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, stored, 8, 2));
+    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &calls));
+    TestBitmap copy;
+    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy.get(), bitmap.get(), BITMAPHANDLE_SIZE, 5));
+    EXPECT_EQ(1, begun);
+    EXPECT_EQ(1, ended);
+    EXPECT_EQ(stored.shown(2), read(copy.get()).shown(5));
+}
+
+namespace {
+
+/// One round: the change of a bitmap from perspective 1 with its n-th call failing. Tells whether it met the fault, and
+/// notes a failure that left the bitmap flipped.
+bool fault_round(Kind kind, int32_t to, bool copied, uint64_t call, bool persistent, bool& half_done)
+{
+    const Picture stored = Picture::noise(30, 11, 8, 8);
+    const vk::fault::Live live = vk::fault::live();
+    bool fired = false;
+    {
+        TestBitmap bitmap;
+        TestBitmap copy;
+        make_stored(bitmap, kind, stored, 8);
+        const std::vector<uint8_t> record = bitmap.image();
+        vk::fault::arm(call, persistent);
+        const int result =
+            V_ChangeBitmapViewPerspective(copied ? copy.get() : nullptr, bitmap.get(), BITMAPHANDLE_SIZE, to);
+        fired = vk::fault::fired();
+        vk::fault::disarm();
+        if (result == SUCCESS) {
+            EXPECT_EQ(stored, read(copied ? copy.get() : bitmap.get()).shown(to));
+        } else {
+            EXPECT_TRUE(fired && result < 0) << result;
+            EXPECT_TRUE(!copied || copy.is_empty());
+            const bool flipped = read(bitmap.get()) == stored.flipped();
+            EXPECT_TRUE(flipped || read(bitmap.get()) == stored);
+            EXPECT_TRUE(flipped || record == bitmap.image());
+            EXPECT_EQ(TOP_LEFT, +bitmap->ViewPerspective);
+            EXPECT_TRUE(!flipped || !copied);
+            half_done |= flipped;
+        }
+    }
+    expect_same_live(live, vk::fault::live());
+    return fired;
+}
+
+} // namespace
+
+TEST(View, FaultsOfARearrangement)
+{
+    for (const Kind kind : {Kind::conv, Kind::disk})
+        for (const int32_t to : {2, 4, 5, 6}) {
+            int32_t flip = 0;
+            int32_t angle = 0;
+            ASSERT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(1, to, &flip, &angle));
+            bool half_done = false;
+            for (const bool copied : {false, true})
+                for (const bool persistent : {false, true})
+                    for (uint64_t call = 1; fault_round(kind, to, copied, call, persistent, half_done); ++call)
+                        ASSERT_FALSE(HasFailure()) << name_of(kind) << " to " << to << ", copy " << copied << ", call "
+                                                   << call << (persistent ? " and all behind" : "");
+            EXPECT_EQ(flip && angle, half_done) << to << ": flipped, but not turned";
+        }
+}
+
+TEST(View, Arguments)
+{
+    TestBitmap described;
+    ASSERT_EQ(SUCCESS, V_InitBitmap(described.get(), BITMAPHANDLE_SIZE, 5, 5, 8));
+    described->ViewPerspective = 1;
+    TestBitmap made;
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made.get(), nullptr, BITMAPHANDLE_SIZE, 2));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER,
+              V_ChangeBitmapViewPerspective(made.get(), described.get(), BITMAPHANDLE_SIZE, 2));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntChangeBitmapViewPerspective(nullptr, nullptr, 0, 2, 0));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntChangeBitmapViewPerspective(nullptr, described.get(), 0, 2, 0));
+    EXPECT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(nullptr, described.get(), 0, 1, 0));
+    TestBitmap bitmap;
+    ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 5, 5, 8));
+    const std::vector<uint8_t> before = bitmap.image();
+    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ChangeBitmapViewPerspective(made.get(), bitmap.get(), 100, 2));
+    for (const int32_t wrong : {0, 9, -1, INT32_MAX}) {
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(nullptr, bitmap.get(), 0, wrong));
+        made->Width = 77;
+        EXPECT_EQ(ERROR_INVALID_PARAMETER,
+                  V_ChangeBitmapViewPerspective(made.get(), bitmap.get(), BITMAPHANDLE_SIZE, wrong));
+        EXPECT_TRUE(made.is_empty());
+    }
+    EXPECT_EQ(ERROR_INVALID_PARAMETER,
+              V_IntChangeBitmapViewPerspective(made.get(), bitmap.get(), BITMAPHANDLE_SIZE, 2, 0x100));
+    EXPECT_EQ(before, bitmap.image());
+}
+
+TEST(View, PointsAndRectanglesFollowThePixels)
+{
+    // Each pixel's value tells where it is stored; where it is stored in the other perspective, the point must be.
+    const int32_t width = 10;
+    const int32_t height = 7;
+    Picture stored = Picture::blank(width, height);
+    for (size_t i = 0; i < stored.pixels.size(); ++i)
+        stored.pixels[i] = i + 1;
+    for (int32_t from = 1; from <= 8; ++from)
+        for (int32_t to = 1; to <= 8; ++to) {
+            SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
+            int32_t flip = 0;
+            int32_t angle = 0;
+            ASSERT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, to, &flip, &angle));
+            Picture moved = (flip ? stored.flipped() : stored).turned_by(angle);
+            TestBitmap bitmap;
+            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, width, height, 8));
+            bitmap->ViewPerspective = from;
+            for (int32_t y = 0; y < height; ++y)
+                for (int32_t x = 0; x < width; ++x) {
+                    int32_t px = x;
+                    int32_t py = y;
+                    ASSERT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), to, &px, &py));
+                    ASSERT_TRUE(px >= 0 && px < moved.width && py >= 0 && py < moved.height) << px << ' ' << py;
+                    EXPECT_EQ(stored.at(x, y), moved.at(px, py));
+                    RECT rect{x, y, x + 1, y + 1};
+                    RECT changed = rect;
+                    ASSERT_EQ(SUCCESS, V_RectFromBitmap(bitmap.get(), to, &rect));
+                    EXPECT_EQ(px, rect.left);
+                    EXPECT_EQ(py, rect.top);
+                    EXPECT_EQ(px + 1, rect.right);
+                    EXPECT_EQ(py + 1, rect.bottom);
+                    ASSERT_EQ(SUCCESS, V_ChangeRectViewPerspective(from, width, height, to, &changed));
+                    EXPECT_EQ(0, std::memcmp(&rect, &changed, sizeof rect));
+                }
+        }
+}
+
+TEST(View, TowardsABitmapCountsWithItsOwnSizes)
+{
+    for (int32_t own = 1; own <= 8; ++own)
+        for (int32_t callers = 1; callers <= 8; ++callers) {
+            TestBitmap bitmap;
+            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 10, 20, 8));
+            bitmap->ViewPerspective = own;
+            const bool exchanged = (own > 4) != (callers == 6 || callers == 8);
+            RECT wanted{1, 2, 5, 9};
+            ASSERT_EQ(SUCCESS,
+                      V_ChangeRectViewPerspective(callers, exchanged ? 20 : 10, exchanged ? 10 : 20, own, &wanted));
+            RECT rect{1, 2, 5, 9};
+            ASSERT_EQ(SUCCESS, V_RectToBitmap(bitmap.get(), callers, &rect));
+            EXPECT_EQ(0, std::memcmp(&wanted, &rect, sizeof rect)) << callers << " to " << own;
+            int32_t x = 1;
+            int32_t y = 2;
+            ASSERT_EQ(SUCCESS, V_PointToBitmap(bitmap.get(), callers, &x, &y));
+            RECT pixel{1, 2, 2, 3};
+            ASSERT_EQ(SUCCESS, V_RectToBitmap(bitmap.get(), callers, &pixel));
+            EXPECT_EQ(pixel.left, x) << callers << " to " << own;
+            EXPECT_EQ(pixel.top, y);
+        }
+}
+
+TEST(View, PointArguments)
+{
+    TestBitmap bitmap;
+    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 10, 20, 8));
+    bitmap->ViewPerspective = 1;
+    int32_t x = 0;
+    int32_t y = 0;
+    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), 4, &x, &y));
+    EXPECT_EQ(19, y);
+    RECT rect{0, 0, 10, 5};
+    EXPECT_EQ(SUCCESS, V_RectFromBitmap(bitmap.get(), 4, &rect));
+    EXPECT_EQ(15, rect.top);
+    EXPECT_EQ(20, rect.bottom);
+    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), 1, nullptr, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap.get(), 2, nullptr, &y));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap.get(), 1, nullptr, &y));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap.get(), 1, &x, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap.get(), 1, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap.get(), 1, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeRectViewPerspective(1, 5, 5, 1, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(nullptr, 1, &x, &y));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(nullptr, 1, &x, &y));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(nullptr, 1, &rect));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(nullptr, 1, &rect));
+    for (const int32_t wrong : {0, 9}) {
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap.get(), wrong, &x, &y));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap.get(), wrong, &x, &y));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap.get(), wrong, &rect));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap.get(), wrong, &rect));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeRectViewPerspective(wrong, 5, 5, 1, &rect));
+    }
+    x = y = INT32_MIN; // wraps, whatever it means
+    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), 3, &x, &y));
+    EXPECT_EQ(INT32_MIN + 9, x);
+}
