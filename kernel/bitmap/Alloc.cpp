@@ -9,7 +9,7 @@
 #include "kernel/system/HandleLimit.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/system/System.h"
-#include "kernel/temp/Temp.h"
+#include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
 
@@ -227,25 +227,14 @@ int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palett
     return result;
 }
 
-} // namespace vk
-
-using namespace vk;
-
-int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) noexcept
+int set_data_pointer(BITMAPHANDLE& bitmap, void* data, uint64_t bytes) noexcept
 {
-    const int result = check_record(pBitmap);
-    return result == V_SUCCESS ? allocate_bitmap(*pBitmap, uMemory, nullptr) : result;
-}
-
-int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSize) noexcept
-{
-    const int result = check_record(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
     constexpr uint32_t kUser = BITMAPFLAG_ALLOCATED | BITMAPFLAG_MIRROR;
-    const bool is_user = (pBitmap->Flags & (kUser | BITMAPFLAG_GLOBAL)) == kUser;
-    if (!is_user && pData && uDataSize != data_size(*pBitmap))
+    const bool is_user = (bitmap.Flags & (kUser | BITMAPFLAG_GLOBAL)) == kUser;
+    if (!is_user && data && bytes != data_size(bitmap))
         return V_ERROR_INVALID_PARAMETER;
-    pBitmap->Data = static_cast<uint8_t*>(pData);
+    bitmap.Data = static_cast<uint8_t*>(data);
     return V_SUCCESS;
 }
+
+} // namespace vk

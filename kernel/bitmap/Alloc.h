@@ -24,6 +24,10 @@ int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palett
 /// Chooses among conventional, tiled and disk storage for an accepted request and makes it. Callbacks are not asked.
 int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept;
 
+/// Points the record at memory of the caller's, which it then never frees. ERROR_INVALID_PARAMETER for a bitmap that
+/// does not take any of that size.
+int set_data_pointer(BITMAPHANDLE& bitmap, void* data, uint64_t bytes) noexcept;
+
 /// Frees the pixels by the record's flags, and clears those.
 void free_storage(BITMAPHANDLE& bitmap) noexcept;
 

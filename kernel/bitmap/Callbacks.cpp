@@ -30,6 +30,19 @@ ALLOCATEBITMAPCALLBACKDATA describe_request(const BITMAPHANDLE& bitmap, uint32_t
 
 } // namespace
 
+AllocateCallback exchange_allocate_callback(const AllocateCallback& callback) noexcept
+{
+    const AllocateCallback before{g_allocate_callback, g_allocate_user_data};
+    g_allocate_callback = callback.function;
+    g_allocate_user_data = callback.user_data;
+    return before;
+}
+
+void set_region_hooks(const REGIONHOOKS& hooks) noexcept
+{
+    g_region_hooks = hooks;
+}
+
 int ask_allocate_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept
 {
     if (!g_allocate_callback)
@@ -102,51 +115,3 @@ void free_region(BITMAPHANDLE& bitmap) noexcept
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_SetAllocateBitmapCallback(V_ALLOCATEBITMAPCALLBACK pfnCallback, void* pUserData,
-                                V_ALLOCATEBITMAPCALLBACK* ppfnOld, void** ppOldUserData) noexcept
-{
-    if (ppfnOld)
-        *ppfnOld = g_allocate_callback;
-    if (ppOldUserData)
-        *ppOldUserData = g_allocate_user_data;
-    g_allocate_callback = pfnCallback;
-    g_allocate_user_data = pUserData;
-    return V_SUCCESS;
-}
-
-int V_SetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, const BITMAPDATACALLBACKS* pCallbacks) noexcept
-{
-    const int result = check_record(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (data_size(*pBitmap) == 0)
-        return V_ERROR_INVALID_WIDTH_HEIGHT;
-    if (pCallbacks && pCallbacks->StructSize != sizeof *pCallbacks)
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    return set_data_callbacks(*pBitmap, pCallbacks);
-}
-
-int V_GetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, BITMAPDATACALLBACKS* pCallbacks, uint32_t uStructSize) noexcept
-{
-    const int result = pCallbacks ? check_record(pBitmap) : V_ERROR_INVALID_PARAMETER;
-    if (result != V_SUCCESS)
-        return result;
-    if (uStructSize != sizeof *pCallbacks)
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    *pCallbacks = BITMAPDATACALLBACKS{};
-    if (const BITMAPDATACALLBACKS* const calls = data_callbacks(*pBitmap))
-        *pCallbacks = *calls;
-    pCallbacks->StructSize = uStructSize;
-    return V_SUCCESS;
-}
-
-int V_SetRegionHooks(const REGIONHOOKS* pHooks) noexcept
-{
-    if (pHooks && pHooks->StructSize != sizeof *pHooks)
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    g_region_hooks = pHooks ? *pHooks : REGIONHOOKS{};
-    return V_SUCCESS;
-}

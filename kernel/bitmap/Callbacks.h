@@ -7,6 +7,18 @@
 
 namespace vk {
 
+/// The process-wide allocation callback.
+struct AllocateCallback {
+    V_ALLOCATEBITMAPCALLBACK function;
+    void* user_data;
+};
+
+/// Installs a callback; the one before is returned.
+AllocateCallback exchange_allocate_callback(const AllocateCallback& callback) noexcept;
+
+/// Installs the region hooks; an empty record removes them.
+void set_region_hooks(const REGIONHOOKS& hooks) noexcept;
+
 /// Asks the process-wide callback, which may change `memory`. SUCCESS when there is none.
 int ask_allocate_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept;
 

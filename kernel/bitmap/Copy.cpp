@@ -155,19 +155,3 @@ int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size) noex
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize) noexcept
-{
-    const int result = check_duplicate(pDst, pSrc, uStructSize);
-    return result == V_SUCCESS ? copy_bitmap(*pDst, *pSrc, uStructSize) : result;
-}
-
-int V_CopyBitmapData(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
-{
-    int result = check_allocated(pDst);
-    if (result == V_SUCCESS)
-        result = check_allocated(pSrc);
-    return result == V_SUCCESS && pDst != pSrc ? copy_bitmap_data(*pDst, *pSrc) : result;
-}

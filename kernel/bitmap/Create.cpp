@@ -1,5 +1,7 @@
 // Creation: initialising a record, allocating its storage and giving it a palette, in one call that leaves nothing
 // behind when it fails.
+#include "kernel/bitmap/Create.h"
+
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Checks.h"
 #include "kernel/palette/Palette.h"
@@ -11,26 +13,27 @@ namespace {
 
 constexpr int32_t kGrayDepth = 8; ///< what 0 bits per pixel stands for
 
-struct Creation {
-    int32_t bits; ///< as given; 0 asks for 8-bit gray
-    int32_t order;
-    const RGBQUAD* palette;
+int32_t depth_of(const Creation& creation) noexcept
+{
+    return creation.bits == 0 ? kGrayDepth : creation.bits;
+}
 
-    int32_t depth() const noexcept { return bits == 0 ? kGrayDepth : bits; }
-    bool wants_gray_palette() const noexcept { return bits == 0 || (order == COLORORDER_GRAY && !palette); }
-};
+bool wants_gray_palette(const Creation& creation) noexcept
+{
+    return creation.bits == 0 || (creation.order == COLORORDER_GRAY && !creation.palette);
+}
 
 RGBQUAD* make_palette(const Creation& creation) noexcept
 {
-    const int32_t bits = creation.depth();
-    if (creation.wants_gray_palette())
+    const int32_t bits = depth_of(creation);
+    if (wants_gray_palette(creation))
         return new_gray_palette(bits);
     return new_palette(creation.palette ? creation.palette : fixed_palette(bits), 1u << bits);
 }
 
 int give_colors(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 {
-    if (creation.depth() > 8) {
+    if (depth_of(creation) > 8) {
         bitmap.Order = creation.order;
         return V_SUCCESS;
     }
@@ -55,52 +58,37 @@ int set_view(BITMAPHANDLE& bitmap, int32_t perspective) noexcept
 }
 
 /// Everything after initialisation; a failure leaves parts for the caller to free.
-int create_initialised(BITMAPHANDLE& bitmap, uint32_t memory, const Creation& creation, int32_t perspective) noexcept
+int create_initialised(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 {
-    const int32_t depth = creation.depth();
+    const int32_t depth = depth_of(creation);
     bitmap.Order = order_of(creation);
     if (bitmap.Order == COLORORDER_ROMM && depth != 24 && depth != 48)
         return V_ERROR_INVALID_BITS_PER_PIXEL;
-    int result = set_view(bitmap, perspective);
+    int result = set_view(bitmap, creation.perspective);
     if (result == V_SUCCESS)
-        result = allocate_bitmap(bitmap, memory, creation.palette);
-    return result == V_SUCCESS ? give_colors(bitmap, creation) : result;
+        result = allocate_bitmap(bitmap, creation.memory, creation.palette);
+    if (result == V_SUCCESS)
+        result = give_colors(bitmap, creation);
+    // A callback may have changed the request, and then the caller's memory need not fit.
+    if (result == V_SUCCESS && creation.memory & TYPE_USER && creation.data)
+        result = set_data_pointer(bitmap, creation.data, creation.data_bytes);
+    return result;
 }
 
 } // namespace
 
-} // namespace vk
-
-using namespace vk;
-
-int V_CreateBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uint32_t uMemory, int32_t nWidth, int32_t nHeight,
-                   int32_t nBitsPerPixel, int32_t nOrder, const RGBQUAD* pPalette, int32_t nViewPerspective,
-                   void* pData, uint64_t uDataSize) noexcept
+int create_bitmap(BITMAPHANDLE& bitmap, uint32_t struct_size, const Creation& creation) noexcept
 {
-    return V_CreateBitmapWithCallbacks(pBitmap, uStructSize, uMemory, nWidth, nHeight, nBitsPerPixel, nOrder, pPalette,
-                                       nViewPerspective, pData, uDataSize, nullptr);
-}
-
-int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uint32_t uMemory, int32_t nWidth,
-                                int32_t nHeight, int32_t nBitsPerPixel, int32_t nOrder, const RGBQUAD* pPalette,
-                                int32_t nViewPerspective, void* pData, uint64_t uDataSize,
-                                const BITMAPDATACALLBACKS* pCallbacks) noexcept
-{
-    if (!pBitmap)
-        return V_ERROR_INVALID_PARAMETER;
-    if (!is_record_size(uStructSize))
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    const Creation creation{nBitsPerPixel, nOrder, pPalette};
-    int result = init_bitmap(*pBitmap, uStructSize, nWidth, nHeight, creation.depth(), pCallbacks);
+    int result = init_bitmap(bitmap, struct_size, creation.width, creation.height, depth_of(creation),
+                             creation.callbacks);
     if (result == V_SUCCESS) {
-        result = create_initialised(*pBitmap, uMemory, creation, nViewPerspective);
-        // A callback may have changed the request, and then the caller's memory need not fit.
-        if (result == V_SUCCESS && uMemory & TYPE_USER && pData)
-            result = V_SetBitmapDataPointer(pBitmap, pData, uDataSize);
+        result = create_initialised(bitmap, creation);
         if (result != V_SUCCESS)
-            free_bitmap(*pBitmap);
+            free_bitmap(bitmap);
     }
     if (result != V_SUCCESS)
-        clear_record(*pBitmap, uStructSize);
+        clear_record(bitmap, struct_size);
     return result;
 }
+
+} // namespace vk

@@ -23,7 +23,6 @@ namespace vk {
 
 namespace {
 
-constexpr uint32_t kDupFlags = DUPFLAG_COPY | DUPFLAG_TAKEOVER;
 constexpr uint32_t kFormatFlags = BITMAPFLAG_SIGNED;
 constexpr uint32_t kAnimationFlags = BITMAPFLAG_TRANSPARENCY | BITMAPFLAG_WAITUSERINPUT | BITMAPFLAG_INTERLACED;
 constexpr size_t kPaintEntries = 256;
@@ -329,28 +328,3 @@ int check_duplicate(BITMAPHANDLE* made, const BITMAPHANDLE* source, uint32_t str
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_DupBitmapNewDim(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
-                      int32_t nBitsPerPixel, uint32_t uMemory, uint32_t uDupFlags) noexcept
-{
-    int result = check_duplicate(pDst, pSrc, uStructSize);
-    if (result != V_SUCCESS)
-        return result;
-    if (uDupFlags & ~kDupFlags) {
-        clear_record(*pDst, uStructSize);
-        return V_ERROR_INVALID_PARAMETER;
-    }
-    const Shape shape{nWidth, nHeight, nBitsPerPixel, Shape::kLikeSource, uMemory};
-    result = make_like(*pDst, *pSrc, uStructSize, shape, uDupFlags);
-    if (result == V_SUCCESS && uDupFlags & DUPFLAG_TAKEOVER)
-        hand_over(*pDst, *pSrc, uDupFlags);
-    return result;
-}
-
-void V_FreeDuplicateBitmap(BITMAPHANDLE* pBitmap) noexcept
-{
-    if (check_record(pBitmap) == V_SUCCESS)
-        free_bitmap(*pBitmap);
-}

@@ -2,7 +2,7 @@
 // "replace on success only" on this.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkbitmap.h"
 #include "kernel/system/Progress.h"
 
 #include <cstdint>
@@ -19,6 +19,9 @@ struct Shape {
 
     static constexpr int32_t kLikeSource = -1;
 };
+
+/// All flags of V_DupBitmapNewDim.
+constexpr uint32_t kDupFlags = DUPFLAG_COPY | DUPFLAG_TAKEOVER;
 
 /// The shape of a bitmap itself.
 Shape shape_of(const BITMAPHANDLE& bitmap) noexcept;

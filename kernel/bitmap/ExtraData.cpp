@@ -12,40 +12,15 @@ void free_extra_data(BITMAPHANDLE& bitmap) noexcept
     bitmap.ExtraDataSize = 0;
 }
 
-namespace {
-
-/// These two functions answer a null record in their own way.
-int check_owner(const BITMAPHANDLE* bitmap) noexcept
+int allocate_extra_data(BITMAPHANDLE& bitmap, uint64_t bytes) noexcept
 {
-    return bitmap ? check_record(bitmap) : V_ERROR_INVALID_IMAGE;
-}
-
-} // namespace
-
-} // namespace vk
-
-using namespace vk;
-
-int V_AllocateBitmapExtraData(BITMAPHANDLE* pBitmap, uint64_t uSize) noexcept
-{
-    const int result = check_owner(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (uSize == 0)
-        return V_ERROR_INVALID_PARAMETER;
-    void* const block = uSize > SIZE_MAX / 2 ? nullptr : locked_block_alloc(static_cast<size_t>(uSize));
+    void* const block = bytes > SIZE_MAX / 2 ? nullptr : locked_block_alloc(static_cast<size_t>(bytes));
     if (!block)
         return V_ERROR_NO_MEMORY;
-    free_extra_data(*pBitmap);
-    pBitmap->ExtraData = block;
-    pBitmap->ExtraDataSize = uSize;
+    free_extra_data(bitmap);
+    bitmap.ExtraData = block;
+    bitmap.ExtraDataSize = bytes;
     return V_SUCCESS;
 }
 
-int V_FreeBitmapExtraData(BITMAPHANDLE* pBitmap) noexcept
-{
-    const int result = check_owner(pBitmap);
-    if (result == V_SUCCESS)
-        free_extra_data(*pBitmap);
-    return result;
-}
+} // namespace vk

@@ -84,9 +84,3 @@ void free_bitmap(BITMAPHANDLE& bitmap) noexcept
 }
 
 } // namespace vk
-
-void V_FreeBitmap(BITMAPHANDLE* pBitmap) noexcept
-{
-    if (vk::check_record(pBitmap) == V_SUCCESS)
-        vk::free_bitmap(*pBitmap);
-}

@@ -1,46 +1,31 @@
 // The memory of run-length bands: giving back what is not used, and making room ahead of puts.
+#include "kernel/bitmap/MemoryInfo.h"
+
 #include "kernel/system/Checks.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/storage/Compressed.h"
 
-using namespace vk;
+namespace vk {
 
-namespace {
-
-int check_compressed(const BITMAPHANDLE* bitmap) noexcept
+int trim_heap(BITMAPHANDLE& bitmap) noexcept
 {
-    const int result = check_record(bitmap);
-    if (result != V_SUCCESS)
-        return result;
-    constexpr uint32_t kWanted = BITMAPFLAG_ALLOCATED | BITMAPFLAG_COMPRESSED;
-    return (bitmap->Flags & kWanted) == kWanted ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
-}
-
-} // namespace
-
-int V_TrimBitmapHeap(BITMAPHANDLE* pBitmap) noexcept
-{
-    const int result = check_compressed(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    for (size_t band = compressed_bands(*pBitmap); band-- > 0;) {
-        if (!compressed_trim_band(*pBitmap, band))
+    for (size_t band = compressed_bands(bitmap); band-- > 0;) {
+        if (!compressed_trim_band(bitmap, band))
             return V_FAILURE;
-        recount_size(*pBitmap);
+        recount_size(bitmap);
     }
     return V_SUCCESS;
 }
 
-int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) noexcept
+int grow_heap(BITMAPHANDLE& bitmap, uint64_t bytes) noexcept
 {
-    const int result = check_compressed(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    const size_t bands = compressed_bands(*pBitmap);
+    const size_t bands = compressed_bands(bitmap);
     for (size_t band = 0; band < bands; ++band) {
-        if (!compressed_grow_band(*pBitmap, band, uBytes / bands))
+        if (!compressed_grow_band(bitmap, band, bytes / bands))
             return V_ERROR_NO_MEMORY;
-        recount_size(*pBitmap);
+        recount_size(bitmap);
     }
     return V_SUCCESS;
 }
+
+} // namespace vk

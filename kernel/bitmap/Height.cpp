@@ -1,9 +1,11 @@
 // Height and size of stored bitmaps.
+#include "kernel/bitmap/MemoryInfo.h"
+
 #include "kernel/system/Checks.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/storage/Store.h"
 
-using namespace vk;
+namespace vk {
 
 namespace {
 
@@ -20,29 +22,14 @@ uint64_t size_after(const BITMAPHANDLE& bitmap, const Store& store) noexcept
 
 } // namespace
 
-int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) noexcept
+int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept
 {
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (pBitmap->Flags & (BITMAPFLAG_MIRROR | BITMAPFLAG_LOCKED))
-        return V_ERROR_INVALID_PARAMETER;
-    if (nHeight == pBitmap->Height)
-        return V_SUCCESS;
-    if (nHeight < 1)
-        return V_ERROR_INVALID_WIDTH_HEIGHT;
-    const Store* const store = store_of(pBitmap->Flags);
-    if (!store || store->resize(*pBitmap, nHeight) != V_SUCCESS)
+    const Store* const store = store_of(bitmap.Flags);
+    if (!store || store->resize(bitmap, height) != V_SUCCESS)
         return V_ERROR_NO_MEMORY;
-    pBitmap->Height = nHeight;
-    set_data_size(*pBitmap, size_after(*pBitmap, *store));
+    bitmap.Height = height;
+    set_data_size(bitmap, size_after(bitmap, *store));
     return V_SUCCESS;
 }
 
-int V_UpdateBitmapSize(BITMAPHANDLE* pBitmap) noexcept
-{
-    const int result = check_allocated(pBitmap);
-    if (result == V_SUCCESS)
-        recount_size(*pBitmap);
-    return result;
-}
+} // namespace vk

@@ -1,6 +1,8 @@
 // Where a bitmap's pixels live, and moving them elsewhere: between storage kinds, to other tiles, into and out of
 // run-length rows. A move fills new storage beside the old and swaps it in at the end, so that a failure or a stopped
 // operation leaves the bitmap as it was.
+#include "kernel/bitmap/MemoryInfo.h"
+
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
@@ -106,15 +108,6 @@ const Store* store_for(uint32_t memory) noexcept
     return nullptr;
 }
 
-struct TileArguments {
-    int64_t tile_size;
-    int32_t tiles;
-    int32_t memory_tiles;
-    int32_t file_tiles;
-    int32_t mapped_tiles;
-    uint32_t flags;
-};
-
 /// Turns the figures that are marked into a request. False when one is out of range.
 bool shape_tiles(const BITMAPHANDLE& bitmap, const TileArguments& arguments, StoreRequest& request) noexcept
 {
@@ -150,6 +143,31 @@ bool shape_tiles(const BITMAPHANDLE& bitmap, const TileArguments& arguments, Sto
     return true;
 }
 
+} // namespace
+
+int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) noexcept
+{
+    int result = check_movable(bitmap);
+    if (result != V_SUCCESS)
+        return result;
+    StagedStorage staged(bitmap);
+    result = make(staged.record(), context);
+    if (result != V_SUCCESS)
+        return result;
+    BitmapAccess access(bitmap);
+    result = access.result();
+    if (result == V_SUCCESS)
+        result = fill(staged.record(), bitmap);
+    const int released = access.release();
+    if (result == V_SUCCESS)
+        result = released;
+    if (result == V_SUCCESS && V_BitmapIsSuperCompressed(&staged.record()))
+        recount_size(staged.record()); // packs what the cache still holds
+    if (result == V_SUCCESS)
+        staged.commit_to(bitmap);
+    return result;
+}
+
 int change_memory(BITMAPHANDLE& bitmap, uint32_t memory, const TileArguments& arguments) noexcept
 {
     const Store* const present = store_of(bitmap.Flags);
@@ -183,87 +201,4 @@ int change_compression(BITMAPHANDLE& bitmap, int32_t compression) noexcept
     return move_storage(bitmap, make_target, &target);
 }
 
-} // namespace
-
-int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) noexcept
-{
-    int result = check_movable(bitmap);
-    if (result != V_SUCCESS)
-        return result;
-    StagedStorage staged(bitmap);
-    result = make(staged.record(), context);
-    if (result != V_SUCCESS)
-        return result;
-    BitmapAccess access(bitmap);
-    result = access.result();
-    if (result == V_SUCCESS)
-        result = fill(staged.record(), bitmap);
-    const int released = access.release();
-    if (result == V_SUCCESS)
-        result = released;
-    if (result == V_SUCCESS && V_BitmapIsSuperCompressed(&staged.record()))
-        recount_size(staged.record()); // packs what the cache still holds
-    if (result == V_SUCCESS)
-        staged.commit_to(bitmap);
-    return result;
-}
-
 } // namespace vk
-
-using namespace vk;
-
-int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64_t* pnTileSize, int32_t* pnTiles,
-                          int32_t* pnConvTiles, int32_t* pnTilesLeft, int32_t* pnConvBuffers) noexcept
-{
-    const auto tell = [](auto* out, auto value) noexcept {
-        if (out)
-            *out = value;
-    };
-    StoreFigures figures;
-    const auto tell_figures = [&]() noexcept {
-        tell(pnTileSize, figures.tile_bytes);
-        tell(pnTiles, figures.tiles);
-        tell(pnConvTiles, figures.memory_tiles);
-        tell(pnTilesLeft, figures.file_tiles);
-        tell(pnConvBuffers, figures.mapped_tiles);
-    };
-    tell(puMemory, 0u);
-    tell_figures();
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (!puMemory)
-        return V_ERROR_INVALID_PARAMETER;
-    const Store* const store = store_of(pBitmap->Flags);
-    *puMemory = store ? store->memory_type : TYPE_DISK;
-    if (store) {
-        store->figures(*pBitmap, figures);
-        tell_figures();
-    }
-    return V_SUCCESS;
-}
-
-int V_SetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t uMemory, int64_t nTileSize, int32_t nTiles,
-                          int32_t nConvTiles, int32_t nTilesLeft, int32_t nConvBuffers, uint32_t uFlags) noexcept
-{
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    return change_memory(*pBitmap, uMemory, {nTileSize, nTiles, nConvTiles, nTilesLeft, nConvBuffers, uFlags});
-}
-
-int V_ChangeBitmapCompression(BITMAPHANDLE* pBitmap, int32_t nCompression) noexcept
-{
-    const int result = check_allocated(pBitmap);
-    return result == V_SUCCESS ? change_compression(*pBitmap, nCompression) : result;
-}
-
-int V_ToggleBitmapCompression(BITMAPHANDLE* pBitmap) noexcept
-{
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (pBitmap->Flags & (BITMAPFLAG_COMPRESSED | BITMAPFLAG_SUPERCOMPRESSED))
-        return change_compression(*pBitmap, 0);
-    return change_compression(*pBitmap, pBitmap->BitsPerPixel == 1 ? 1 : 2);
-}

@@ -89,21 +89,3 @@ int init_bitmap(BITMAPHANDLE& bitmap, uint32_t struct_size, int32_t width, int32
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_InitBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
-                 int32_t nBitsPerPixel) noexcept
-{
-    return V_InitBitmapWithCallbacks(pBitmap, uStructSize, nWidth, nHeight, nBitsPerPixel, nullptr);
-}
-
-int V_InitBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
-                              int32_t nBitsPerPixel, const BITMAPDATACALLBACKS* pCallbacks) noexcept
-{
-    if (!pBitmap)
-        return V_ERROR_INVALID_PARAMETER;
-    if (!is_record_size(uStructSize))
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    return init_bitmap(*pBitmap, uStructSize, nWidth, nHeight, nBitsPerPixel, pCallbacks);
-}

@@ -1,189 +1,35 @@
-// Changes of colours on whole bitmaps. Whether a bitmap is replaced or a second one made, the result is staged: the
-// source is only read, and a failure anywhere leaves the caller's records right.
-#include "kernel/colorres/ColorRes.h"
-
+// The colorres family's door: a bitmap's depth, order or palette changed, and gray made of it.
+//
+// Inside: ColorTarget.cpp settles what is asked for, ChangeColors.cpp stages it, ColorRows.h takes rows from the one form
+// to the other; Quantize.h makes palettes (ColorCount.h counts, Cut.h divides, Refine.h improves); GrayScale.h tells what
+// gray is.
 #include "Vkbitmap.h"
-#include "kernel/system/Checks.h"
-#include "kernel/palette/ColorMatch.h"
-#include "kernel/colorres/ColorRows.h"
-#include "kernel/colorres/GrayScale.h"
+
+#include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Record.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/bitmap/Staged.h"
-#include "kernel/colorres/Quantize.h"
+#include "kernel/colorres/ColorRes.h"
+#include "kernel/colorres/GrayScale.h"
+#include "kernel/system/Checks.h"
 
-#include <algorithm>
-
-namespace vk {
+using namespace vk;
 
 namespace {
 
-constexpr uint32_t kIndexForm = 0x01;
-
-/// Calls `take(rows, row, count)` for all rows, a batch at a time, and reports progress behind the steps done before.
-template <class Take>
-int each_batch(BITMAPHANDLE& source, int32_t batch, Progress& progress, int64_t steps_before, Take take) noexcept
+int check_depth(int32_t bits) noexcept
 {
-    RowReader reader(source);
-    int result = reader.reserve(batch);
-    for (int32_t row = 0; row < source.Height && result == V_SUCCESS;) {
-        const int32_t count = std::min(batch, source.Height - row);
-        const uint8_t* data = nullptr;
-        result = reader.read(row, count, &data);
-        if (result == V_SUCCESS)
-            result = take(SourceRows{data, source.BytesPerLine}, row, count);
-        row += count;
-        if (result == V_SUCCESS)
-            result = progress.update(steps_before + row);
-    }
-    return result;
+    return bits == 0 || bits == 8 || bits == 12 || bits == 16 ? V_SUCCESS : V_ERROR_INVALID_BITS_PER_PIXEL;
 }
 
-/// Looks at all pixels and makes the palette that suits them.
-int make_palette(BITMAPHANDLE& source, ColorTarget& target, Progress& progress) noexcept
+ColorResRequest gray_request(int32_t bits) noexcept
 {
-    ColorTarget colors; // 32-bit BGR
-    colors.bits = 32;
-    colors.order = COLORORDER_BGR;
-    ColorRows rows;
-    int result = rows.open(source, colors);
-    const auto width = static_cast<size_t>(source.Width);
-    const int32_t batch = std::min(buffered_rows(source, source), std::max(1, static_cast<int32_t>(65536 / width)));
-    RowBuffer buffer;
-    if (result == V_SUCCESS && !buffer.allocate(width * 4 * static_cast<uint32_t>(batch)))
-        result = V_ERROR_NO_MEMORY;
-    quantize::Quantizer quantizer(target.count);
-    if (result == V_SUCCESS)
-        result = each_batch(source, batch, progress, 0, [&](SourceRows from, int32_t, int32_t count) noexcept {
-            const int converted = rows.run(from, {buffer.data(), width * 4}, count);
-            if (converted != V_SUCCESS)
-                return converted;
-            return quantizer.add(buffer.data(), width * static_cast<uint32_t>(count)) ? V_SUCCESS : V_ERROR_NO_MEMORY;
-        });
-    if (result != V_SUCCESS)
-        return result;
-    bool is_exact = false;
-    if (!quantizer.make(target.entries, &target.count, &is_exact))
-        return V_ERROR_NO_MEMORY;
-    target.dithered = target.dithered && !is_exact;
-    return V_SUCCESS;
-}
-
-/// Converts all rows into the staged bitmap.
-int fill(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, Progress& progress,
-         int64_t steps_before) noexcept
-{
-    ColorRows rows;
-    int result = rows.open(source, target);
-    RowWriter writer(made);
-    const bool is_direct = RowReader(source).in_place() && writer.in_place();
-    const int32_t batch = is_direct ? reported_rows(source.Height) : buffered_rows(source, made);
-    if (result == V_SUCCESS)
-        result = writer.reserve(batch);
-    if (result != V_SUCCESS)
-        return result;
-    const size_t line = made.BytesPerLine;
-    return each_batch(source, batch, progress, steps_before, [&](SourceRows from, int32_t row, int32_t count) noexcept {
-        const int converted = rows.run(from, {writer.place(row), line}, count);
-        return converted == V_SUCCESS ? writer.write(row, count) : converted;
-    });
-}
-
-/// A colour that means in the new form what it meant in the old one.
-COLORREF translate(COLORREF color, const BITMAPHANDLE& source, const ColorTarget& target) noexcept
-{
-    RGBQUAD meant = {static_cast<uint8_t>(color >> 16), static_cast<uint8_t>(color >> 8), static_cast<uint8_t>(color),
-                     0};
-    if (color >> 24 == kIndexForm) {
-        const uint32_t index = color & 0xFFFF;
-        const bool is_entry = source.BitsPerPixel <= 8 && source.Palette && index < source.Colors;
-        meant = is_entry ? source.Palette[index] : RGBQUAD{};
-    }
-    if (!target.indexed())
-        return meant.rgbRed | uint32_t{meant.rgbGreen} << 8 | uint32_t{meant.rgbBlue} << 16;
-    const int32_t index = find_palette_index(target.entries, target.count, meant.rgbRed, meant.rgbGreen, meant.rgbBlue);
-    return kIndexForm << 24 | static_cast<uint32_t>(index);
-}
-
-void translate_colors(BITMAPHANDLE& made, const BITMAPHANDLE& source, const ColorTarget& target) noexcept
-{
-    if (source.Flags & BITMAPFLAG_TRANSPARENCY)
-        made.Transparency = translate(source.Transparency, source, target);
-    if (source.Background >> 24 == kIndexForm)
-        made.Background = translate(source.Background, source, target);
-}
-
-/// Makes and fills the staged bitmap; both bitmaps are accessed while it lasts.
-int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t dup_flags, ColorTarget& target) noexcept
-{
-    const int64_t scan_steps = target.optimized ? source.Height : 0;
-    Progress progress(source.Height + scan_steps);
-    BitmapAccess access(source);
-    int result = access.result();
-    if (result == V_SUCCESS)
-        result = progress.begin();
-    if (result == V_SUCCESS && target.optimized)
-        result = make_palette(source, target, progress);
-    if (result == V_SUCCESS) {
-        drop_useless_dithering(source, target);
-        const Shape shape{source.Width, source.Height, target.bits, target.order, 0};
-        result = staged.make(shape, struct_size, dup_flags);
-    }
-    if (result == V_SUCCESS && target.indexed())
-        result = give_palette(staged.record(), target.entries, target.count);
-    if (result == V_SUCCESS) {
-        BitmapAccess made_access(staged.record());
-        result = made_access.result();
-        if (result == V_SUCCESS)
-            result = fill(source, staged.record(), target, progress, scan_steps);
-        if (result == V_SUCCESS)
-            result = refresh_gray_limits(staged.record());
-        const int released = made_access.release();
-        result = result == V_SUCCESS ? released : result;
-    }
-    const int released = access.release();
-    if (result == V_SUCCESS)
-        translate_colors(staged.record(), source, target);
-    return result == V_SUCCESS ? released : result;
+    ColorResRequest request;
+    request.bits = bits == 0 ? 8 : bits;
+    request.flags = COLORRES_ORDER_GRAY | COLORRES_NODITHER;
+    return request;
 }
 
 } // namespace
 
-int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request) noexcept
-{
-    ColorTarget target;
-    int result = check_rows(bitmap);
-    if (result == V_SUCCESS)
-        result = settle_target(bitmap, request, target);
-    if (result != V_SUCCESS || has_form(bitmap, target))
-        return result;
-    Staged staged(bitmap);
-    constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_ANIMATION | DUPFLAG_TAKEOVER;
-    result = stage(staged, bitmap, bitmap.StructSize, kCopied, target);
-    return result == V_SUCCESS ? staged.replace() : result;
-}
-
-int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const ColorResRequest& request) noexcept
-{
-    ColorTarget target;
-    int result = check_rows(source);
-    if (result == V_SUCCESS)
-        result = settle_target(source, request, target);
-    if (result == V_SUCCESS && has_form(source, target))
-        return copy_bitmap(made, source, struct_size);
-    Staged staged(source);
-    if (result == V_SUCCESS)
-        result = stage(staged, source, struct_size, DUPFLAG_COPY, target);
-    if (result == V_SUCCESS)
-        staged.give(made);
-    else
-        clear_record(made, struct_size);
-    return result;
-}
-
-} // namespace vk
-
-using namespace vk;
 
 int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
                      uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) noexcept
@@ -194,4 +40,46 @@ int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSiz
     if (result != V_SUCCESS)
         return result;
     return is_in_place ? change_colors(*pSrc, request) : make_colors(*pDst, *pSrc, uStructSize, request);
+}
+
+int V_GrayScaleBitmap(BITMAPHANDLE* pBitmap, int32_t nBitsPerPixel) noexcept
+{
+    int result = check_allocated(pBitmap);
+    if (result == V_SUCCESS)
+        result = check_depth(nBitsPerPixel);
+    return result == V_SUCCESS ? change_colors(*pBitmap, gray_request(nBitsPerPixel)) : result;
+}
+
+int V_CreateGrayScaleBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
+                            int32_t nBitsPerPixel) noexcept
+{
+    int result = check_duplicate(pDst, pSrc, uStructSize);
+    if (result != V_SUCCESS)
+        return result;
+    result = check_depth(nBitsPerPixel);
+    if (result != V_SUCCESS)
+        clear_record(*pDst, uStructSize);
+    return result == V_SUCCESS ? make_colors(*pDst, *pSrc, uStructSize, gray_request(nBitsPerPixel)) : result;
+}
+
+int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) noexcept
+{
+    return check_record(pBitmap) == V_SUCCESS ? static_cast<int>(gray_kind(*pBitmap)) : 0;
+}
+
+int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, int32_t* pnBits) noexcept
+{
+    const int result = check_record(pBitmap);
+    if (result != V_SUCCESS)
+        return result;
+    if (pBitmap->BitsPerPixel < 1 || pBitmap->BitsPerPixel > 32)
+        return V_ERROR_INVALID_BITS_PER_PIXEL;
+    const GrayParams params = gray_params_of(*pBitmap);
+    if (puMask)
+        *puMask = params.mask;
+    if (pnShift)
+        *pnShift = params.shift;
+    if (pnBits)
+        *pnBits = params.bits;
+    return V_SUCCESS;
 }

@@ -75,19 +75,6 @@ void see_row(const uint8_t* row, int32_t bits, uint32_t width, const GrayParams&
             limits.see(extract_12(row + i + i / 2, i) >> params.shift & params.mask);
 }
 
-int check_depth(int32_t bits) noexcept
-{
-    return bits == 0 || bits == 8 || bits == 12 || bits == 16 ? V_SUCCESS : V_ERROR_INVALID_BITS_PER_PIXEL;
-}
-
-ColorResRequest gray_request(int32_t bits) noexcept
-{
-    ColorResRequest request;
-    request.bits = bits == 0 ? 8 : bits;
-    request.flags = COLORRES_ORDER_GRAY | COLORRES_NODITHER;
-    return request;
-}
-
 } // namespace
 
 GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept
@@ -130,47 +117,3 @@ int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_GrayScaleBitmap(BITMAPHANDLE* pBitmap, int32_t nBitsPerPixel) noexcept
-{
-    int result = check_allocated(pBitmap);
-    if (result == V_SUCCESS)
-        result = check_depth(nBitsPerPixel);
-    return result == V_SUCCESS ? change_colors(*pBitmap, gray_request(nBitsPerPixel)) : result;
-}
-
-int V_CreateGrayScaleBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
-                            int32_t nBitsPerPixel) noexcept
-{
-    int result = check_duplicate(pDst, pSrc, uStructSize);
-    if (result != V_SUCCESS)
-        return result;
-    result = check_depth(nBitsPerPixel);
-    if (result != V_SUCCESS)
-        clear_record(*pDst, uStructSize);
-    return result == V_SUCCESS ? make_colors(*pDst, *pSrc, uStructSize, gray_request(nBitsPerPixel)) : result;
-}
-
-int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) noexcept
-{
-    return check_record(pBitmap) == V_SUCCESS ? static_cast<int>(gray_kind(*pBitmap)) : 0;
-}
-
-int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, int32_t* pnBits) noexcept
-{
-    const int result = check_record(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (pBitmap->BitsPerPixel < 1 || pBitmap->BitsPerPixel > 32)
-        return V_ERROR_INVALID_BITS_PER_PIXEL;
-    const GrayParams params = gray_params_of(*pBitmap);
-    if (puMask)
-        *puMask = params.mask;
-    if (pnShift)
-        *pnShift = params.shift;
-    if (pnBits)
-        *pnBits = params.bits;
-    return V_SUCCESS;
-}

@@ -178,34 +178,17 @@ int adopt_checked(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bo
     return V_SUCCESS;
 }
 
-/// Both exported functions.
-int adopt(BITMAPHANDLE* bitmap, uint32_t struct_size, HGLOBAL handle, bool borrow) noexcept
+} // namespace
+
+int adopt_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bool borrow) noexcept
 {
-    if (!bitmap)
-        return V_ERROR_INVALID_PARAMETER;
-    if (!is_record_size(struct_size))
-        return V_ERROR_INVALID_STRUCT_SIZE;
     bool decoded = false;
-    const int result = adopt_checked(*bitmap, struct_size, handle, borrow, decoded);
+    const int result = adopt_checked(bitmap, struct_size, handle, borrow, decoded);
     if (result != V_SUCCESS)
-        clear_record(*bitmap, struct_size);
+        clear_record(bitmap, struct_size);
     else if (decoded && !borrow)
         platform::movable_free(handle);
     return result;
 }
 
-} // namespace
-
 } // namespace vk
-
-using namespace vk;
-
-int V_ChangeFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL hDIB) noexcept
-{
-    return adopt(pBitmap, uStructSize, hDIB, false);
-}
-
-int V_MirrorFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL hDIB) noexcept
-{
-    return adopt(pBitmap, uStructSize, hDIB, true);
-}

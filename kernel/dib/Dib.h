@@ -1,5 +1,4 @@
-// Device-independent bitmaps. DibRead.cpp decodes and copies one into a bitmap, DibAdopt.cpp makes its block a bitmap's
-// storage, DibWrite.cpp makes one from a bitmap; kernel/dib/ knows headers, colour masks, run lengths and YUV.
+// Device-independent bitmaps in and out.
 #pragma once
 
 #include "Vkdib.h"
@@ -19,6 +18,16 @@ struct DibSource {
 
 /// V_ConvertFromDIB for a record of a size there is. On failure the record is empty but for StructSize.
 int convert_from_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, const DibSource& dib) noexcept;
+
+/// V_ChangeFromDIB, or V_MirrorFromDIB when the block is borrowed, for a record of a size there is. On failure the record
+/// is empty but for StructSize, and the block is still its owner's.
+int adopt_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bool borrow) noexcept;
+
+/// The DIB of an allocated bitmap, as movable memory or from the library's heap; `size` may be null. Null on failure.
+void* convert_to_dib(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept;
+
+/// The same, and the bitmap is freed.
+HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept;
 
 /// Depths that bitmaps take from DIBs as they are.
 constexpr bool is_dib_depth(int32_t bits) noexcept

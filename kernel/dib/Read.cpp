@@ -329,21 +329,3 @@ int convert_from_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, const DibSource
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_ConvertFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, const BITMAPINFO* pInfo, const void* pBits) noexcept
-{
-    if (!pBitmap)
-        return V_ERROR_INVALID_PARAMETER;
-    if (!is_record_size(uStructSize))
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    DibSource dib;
-    dib.header = reinterpret_cast<const uint8_t*>(pInfo);
-    dib.bits = static_cast<const uint8_t*>(pBits);
-    if (!dib.header) {
-        clear_record(*pBitmap, uStructSize);
-        return V_ERROR_INVALID_PARAMETER;
-    }
-    return convert_from_dib(*pBitmap, uStructSize, dib);
-}

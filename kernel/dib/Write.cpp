@@ -326,6 +326,19 @@ bool is_upright(const BITMAPHANDLE& bitmap) noexcept
     return bitmap.ViewPerspective == TOP_LEFT || bitmap.ViewPerspective == BOTTOM_LEFT;
 }
 
+void* convert_upright(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
+{
+    DibLayout layout;
+    if (!lay_out(bitmap, type, Fields::make_555, layout))
+        return nullptr;
+    void* const made = global ? new_dib_block(bitmap, layout) : new_dib_memory(bitmap, layout);
+    if (made && size)
+        *size = static_cast<uint32_t>(layout.total());
+    return made;
+}
+
+} // namespace
+
 HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept
 {
     DibLayout layout;
@@ -342,17 +355,6 @@ HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept
     return handle;
 }
 
-void* convert_upright(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
-{
-    DibLayout layout;
-    if (!lay_out(bitmap, type, Fields::make_555, layout))
-        return nullptr;
-    void* const made = global ? new_dib_block(bitmap, layout) : new_dib_memory(bitmap, layout);
-    if (made && size)
-        *size = static_cast<uint32_t>(layout.total());
-    return made;
-}
-
 void* convert_to_dib(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
 {
     if (is_upright(bitmap))
@@ -366,25 +368,4 @@ void* convert_to_dib(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool g
     return made;
 }
 
-} // namespace
-
 } // namespace vk
-
-using namespace vk;
-
-HGLOBAL V_ChangeToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) noexcept
-{
-    if (check_allocated(pBitmap) != V_SUCCESS || pBitmap->Flags & BITMAPFLAG_LOCKED)
-        return nullptr;
-    return change_to_dib(*pBitmap, uType);
-}
-
-HGLOBAL V_ConvertToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) noexcept
-{
-    return check_allocated(pBitmap) == V_SUCCESS ? convert_to_dib(*pBitmap, uType, nullptr, true) : nullptr;
-}
-
-void* V_ConvertToDIB2(BITMAPHANDLE* pBitmap, uint32_t uType, uint32_t* puSize, int bGlobal) noexcept
-{
-    return check_allocated(pBitmap) == V_SUCCESS ? convert_to_dib(*pBitmap, uType, puSize, bGlobal != 0) : nullptr;
-}

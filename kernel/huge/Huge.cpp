@@ -5,7 +5,7 @@
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/storage/StorageFile.h"
 #include "kernel/system/System.h"
-#include "kernel/temp/Temp.h"
+#include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
 

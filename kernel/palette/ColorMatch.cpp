@@ -1,8 +1,6 @@
 // The scan for the nearest palette entry. See ColorMatch.h for the rule of ties.
 #include "kernel/palette/ColorMatch.h"
 
-#include "Vkcolor.h"
-
 namespace vk {
 namespace {
 
@@ -54,9 +52,3 @@ int32_t find_palette_index(const RGBQUAD* entries, uint32_t count, uint8_t red, 
 }
 
 } // namespace vk
-
-int32_t V_FindPaletteIndex(const RGBQUAD* pPalette, uint32_t uCount, uint8_t uRed, uint8_t uGreen,
-                           uint8_t uBlue) noexcept
-{
-    return vk::find_palette_index(pPalette, uCount, uRed, uGreen, uBlue);
-}

@@ -1,7 +1,8 @@
 // Colour values between bitmaps. A colour value has its form in the top byte: 0x01 a palette index in the low 16 bits,
 // 0x04 a gray level in bits 8-15, else a colour. Nearest entries here are the platform's choice
 // (V_GetNearestPaletteIndex).
-#include "Vkcolor.h"
+#include "kernel/palette/ColorTranslate.h"
+
 #include "kernel/system/Checks.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
@@ -56,30 +57,16 @@ bool entry_color(const BITMAPHANDLE* bitmap, uint32_t index, COLORREF* color) no
     return true;
 }
 
-uint32_t nearest_index(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
+COLORREF translate_value(const BITMAPHANDLE& dst, COLORREF color) noexcept
 {
-    const RGBQUAD* entries = bitmap.Palette;
-    const uint32_t colors = bitmap.Colors;
-    const bool makes = entries != nullptr && colors != 0 && colors <= platform::kMaxObjectEntries;
-    const HPALETTE palette = makes ? platform::palette_create(entries, colors) : nullptr;
-    if (palette == nullptr) {
-        return 0;
-    }
-    const uint32_t index = platform::palette_nearest(palette, color & 0x00FFFFFFu);
-    platform::palette_delete(palette);
-    return index;
-}
-
-COLORREF translate_color(const BITMAPHANDLE& dst, COLORREF color) noexcept
-{
-    return is_indexed(dst) ? index_form(nearest_index(dst, color)) : color;
+    return is_indexed(dst) ? index_form(nearest_object_index(dst, color)) : color;
 }
 
 COLORREF translate_gray(const BITMAPHANDLE& dst, COLORREF color) noexcept
 {
     if (dst.Order != COLORORDER_GRAY) {
         const COLORREF gray = green_of(color);
-        return translate_color(dst, gray | gray << 8 | gray << 16);
+        return translate_value(dst, gray | gray << 8 | gray << 16);
     }
     if (dst.LUT == nullptr || (dst.Flags & BITMAPFLAG_USELUT) == 0) {
         return color;
@@ -95,36 +82,41 @@ COLORREF translate_index(const BITMAPHANDLE& dst, const BITMAPHANDLE* src, COLOR
     const uint32_t index = color & 0xFFFFu;
     COLORREF meant = 0;
     if (!entry_color(src, index, &meant)) {
-        return is_indexed(dst) ? index_form(nearest_index(dst, 0)) : 0;
+        return is_indexed(dst) ? index_form(nearest_object_index(dst, 0)) : 0;
     }
     COLORREF same = 0;
     if (is_indexed(dst) && entry_color(&dst, index, &same) && same == meant) {
         return color;
     }
-    return translate_color(dst, meant);
+    return translate_value(dst, meant);
 }
 
 } // namespace
-} // namespace vk
 
-using namespace vk;
-
-uint32_t V_GetNearestPaletteIndex(BITMAPHANDLE* pBitmap, COLORREF crColor) noexcept
+uint32_t nearest_object_index(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
 {
-    return check_record(pBitmap) == SUCCESS ? nearest_index(*pBitmap, crColor) : 0;
+    const RGBQUAD* entries = bitmap.Palette;
+    const uint32_t colors = bitmap.Colors;
+    const bool makes = entries != nullptr && colors != 0 && colors <= platform::kMaxObjectEntries;
+    const HPALETTE palette = makes ? platform::palette_create(entries, colors) : nullptr;
+    if (palette == nullptr) {
+        return 0;
+    }
+    const uint32_t index = platform::palette_nearest(palette, color & 0x00FFFFFFu);
+    platform::palette_delete(palette);
+    return index;
 }
 
-COLORREF V_TranslateBitmapColor(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, COLORREF crColor) noexcept
+COLORREF translate_color(const BITMAPHANDLE& dst, const BITMAPHANDLE* src, COLORREF color) noexcept
 {
-    if (check_record(pDst) != SUCCESS) {
-        return crColor;
-    }
-    switch (crColor >> 24) {
+    switch (color >> 24) {
     case kGrayByte:
-        return translate_gray(*pDst, crColor);
+        return translate_gray(dst, color);
     case kIndexByte:
-        return translate_index(*pDst, pSrc, crColor);
+        return translate_index(dst, src, color);
     default:
-        return translate_color(*pDst, crColor);
+        return translate_value(dst, color);
     }
 }
+
+} // namespace vk

@@ -1,134 +1,20 @@
-// The built-in palettes, as constants made by their rules, and the making and freeing of palettes.
-// Reserved bytes are 0 throughout.
-#include "kernel/palette/Palette.h"
+// The palette family's door: built-in palettes, palettes of bitmaps, palette objects of the platform, nearest entries.
+//
+// Inside: FixedPalette.cpp has the built-in ones and palette memory, PaletteBitmap.cpp gives bitmaps theirs,
+// ColorMatch.cpp is the scan that defines the nearest entry, ColorTranslate.cpp carries colour values from bitmap to
+// bitmap, UserMatch.cpp makes tables of matches for callers.
+#include "Vkcolor.h"
 
+#include "kernel/palette/ColorMatch.h"
+#include "kernel/palette/ColorTranslate.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/palette/PaletteBitmap.h"
+#include "kernel/palette/UserMatch.h"
+#include "kernel/system/Checks.h"
+#include "platform/display.h"
 #include "platform/platform.h"
 
-#include <array>
 #include <cstring>
-
-namespace vk {
-namespace {
-
-template <size_t N> using Entries = std::array<RGBQUAD, N>;
-
-constexpr RGBQUAD entry(unsigned red, unsigned green, unsigned blue) noexcept
-{
-    return {static_cast<uint8_t>(blue), static_cast<uint8_t>(green), static_cast<uint8_t>(red), 0};
-}
-
-/// Level k of n equally spaced ones, rounded to nearest.
-constexpr unsigned level(unsigned k, unsigned n) noexcept
-{
-    return (k * 255u * 2u + (n - 1u)) / ((n - 1u) * 2u);
-}
-
-/// A colour cube with the given number of levels per channel, blue fastest; entries past the cube are black.
-template <size_t N> constexpr Entries<N> cube(unsigned reds, unsigned greens, unsigned blues) noexcept
-{
-    Entries<N> entries{};
-    for (unsigned i = 0; i < reds * greens * blues; ++i) {
-        entries[i] =
-            entry(level(i / (greens * blues), reds), level(i / blues % greens, greens), level(i % blues, blues));
-    }
-    return entries;
-}
-
-constexpr RGBQUAD gray_entry(unsigned i, unsigned count) noexcept
-{
-    const unsigned gray = i * 255u / (count - 1u);
-    return entry(gray, gray, gray);
-}
-
-template <size_t N> constexpr Entries<N> ramp() noexcept
-{
-    Entries<N> entries{};
-    for (unsigned i = 0; i < N; ++i) {
-        entries[i] = gray_entry(i, N);
-    }
-    return entries;
-}
-
-constexpr Entries<2> kFixed1 = ramp<2>();
-constexpr Entries<4> kFixed2 = ramp<4>();
-constexpr Entries<8> kFixed3 = cube<8>(2, 2, 2);
-constexpr Entries<16> kFixed4 = {entry(0, 0, 0),       entry(128, 0, 0),   entry(0, 128, 0),   entry(128, 128, 0),
-                                 entry(0, 0, 128),     entry(128, 0, 128), entry(0, 128, 128), entry(128, 128, 128),
-                                 entry(192, 192, 192), entry(255, 0, 0),   entry(0, 255, 0),   entry(255, 255, 0),
-                                 entry(0, 0, 255),     entry(255, 0, 255), entry(0, 255, 255), entry(255, 255, 255)};
-constexpr Entries<32> kFixed5 = cube<32>(4, 4, 2);
-constexpr Entries<64> kFixed6 = cube<64>(4, 4, 4);
-constexpr Entries<128> kFixed7 = cube<128>(4, 8, 4);
-constexpr Entries<256> kFixed8 = cube<256>(8, 8, 4);
-constexpr Entries<256> kGrays = ramp<256>();
-constexpr Entries<256> kNetscape = cube<256>(6, 6, 6);
-
-constexpr std::array<const RGBQUAD*, 9> kFixed = {nullptr,        kFixed1.data(), kFixed2.data(),
-                                                  kFixed3.data(), kFixed4.data(), kFixed5.data(),
-                                                  kFixed6.data(), kFixed7.data(), kFixed8.data()};
-
-/// Zeroed entries in movable memory that stays locked.
-RGBQUAD* allocate_palette(uint32_t count) noexcept
-{
-    void* handle = platform::movable_alloc(GMEM_MOVEABLE | GMEM_ZEROINIT, count * sizeof(RGBQUAD));
-    if (handle == nullptr) {
-        return nullptr;
-    }
-    void* data = platform::movable_lock(handle);
-    if (data == nullptr) {
-        platform::movable_free(handle);
-    }
-    return static_cast<RGBQUAD*>(data);
-}
-
-} // namespace
-
-const RGBQUAD* fixed_palette(int32_t bits) noexcept
-{
-    return bits >= 1 && bits <= 8 ? kFixed[static_cast<size_t>(bits)] : nullptr;
-}
-
-const RGBQUAD* gray_levels() noexcept
-{
-    return kGrays.data();
-}
-
-const RGBQUAD* netscape_palette() noexcept
-{
-    return kNetscape.data();
-}
-
-RGBQUAD* new_palette(const RGBQUAD* entries, uint32_t count) noexcept
-{
-    RGBQUAD* palette = allocate_palette(count);
-    if (palette != nullptr) {
-        std::memcpy(palette, entries, count * sizeof(RGBQUAD));
-    }
-    return palette;
-}
-
-RGBQUAD* new_gray_palette(int32_t bits) noexcept
-{
-    const uint32_t count = 1u << bits;
-    RGBQUAD* palette = allocate_palette(count);
-    for (uint32_t i = 0; palette != nullptr && i < count; ++i) {
-        palette[i] = gray_entry(i, count);
-    }
-    return palette;
-}
-
-bool free_palette(RGBQUAD* palette) noexcept
-{
-    void* handle = palette != nullptr ? platform::movable_handle(palette) : nullptr;
-    if (handle == nullptr) {
-        return false;
-    }
-    platform::movable_unlock(handle);
-    platform::movable_free(handle);
-    return true;
-}
-
-} // namespace vk
 
 using namespace vk;
 
@@ -181,4 +67,144 @@ RGBQUAD* V_CreateNewPalette(const RGBQUAD* pPalette, uint32_t uCount) noexcept
 int V_FreePalette(RGBQUAD* pPalette) noexcept
 {
     return free_palette(pPalette) ? SUCCESS : ERROR_INVALID_PARAMETER;
+}
+
+HPALETTE V_CreatePalette(const RGBQUAD* pPalette, uint32_t uCount) noexcept
+{
+    if (pPalette == nullptr || uCount == 0 || uCount > platform::kMaxObjectEntries) {
+        return nullptr;
+    }
+    return platform::palette_create(pPalette, uCount);
+}
+
+HPALETTE V_DupPalette(HPALETTE hPalette) noexcept
+{
+    RGBQUAD entries[platform::kMaxObjectEntries];
+    const uint32_t count = hPalette != nullptr ? platform::palette_size(hPalette) : 0;
+    if (count == 0 || count > platform::kMaxObjectEntries ||
+        platform::palette_read(hPalette, 0, count, entries) != count) {
+        return nullptr;
+    }
+    return platform::palette_create(entries, count);
+}
+
+HPALETTE V_CreateSystemPalette(void) noexcept
+{
+    RGBQUAD entries[platform::kMaxObjectEntries];
+    const uint32_t count = platform::display_palette(entries);
+    return count != 0 ? platform::palette_create(entries, count) : nullptr;
+}
+
+uint32_t V_GetPaletteEntries(HPALETTE hPalette, uint32_t uStart, uint32_t uCount, RGBQUAD* pEntries) noexcept
+{
+    if (hPalette == nullptr) {
+        return 0;
+    }
+    return pEntries != nullptr ? platform::palette_read(hPalette, uStart, uCount, pEntries)
+                               : platform::palette_size(hPalette);
+}
+
+#if !defined(_WIN32) // where the system has its own call
+int V_DeletePalette(HPALETTE hPalette) noexcept
+{
+    return platform::palette_delete(hPalette) ? 1 : 0;
+}
+#endif
+
+int V_SetBitmapNewPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) noexcept
+{
+    const int result = check_record(pBitmap);
+    return result == SUCCESS ? set_new_palette(*pBitmap, pPalette, uCount) : result;
+}
+
+int V_SetBitmapPalette(BITMAPHANDLE* pBitmap, HPALETTE hPalette) noexcept
+{
+    if (pBitmap == nullptr) {
+        return ERROR_INVALID_IMAGE;
+    }
+    if (!is_record_size(pBitmap->StructSize)) {
+        return ERROR_INVALID_STRUCT_SIZE;
+    }
+    RGBQUAD entries[kMaxPaletteEntries];
+    const uint32_t count = hPalette != nullptr ? platform::palette_size(hPalette) : 0;
+    if (count < 2 || count > kMaxPaletteEntries || platform::palette_read(hPalette, 0, count, entries) != count) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    RGBQUAD* palette = new_palette(entries, count);
+    if (palette == nullptr) {
+        return ERROR_NO_MEMORY;
+    }
+    put_palette(*pBitmap, palette, count);
+    return SUCCESS;
+}
+
+int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
+{
+    if (pDst == nullptr || pSrc == nullptr) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    if (!is_record_size(pDst->StructSize) || !is_record_size(pSrc->StructSize)) {
+        return ERROR_INVALID_STRUCT_SIZE;
+    }
+    if (pDst == pSrc) {
+        return SUCCESS;
+    }
+    if (pSrc->Palette == nullptr) {
+        put_palette(*pDst, nullptr, 0);
+        return SUCCESS;
+    }
+    return set_new_palette(*pDst, pSrc->Palette, pSrc->Colors);
+}
+
+int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) noexcept
+{
+    const int result = check_record(pBitmap);
+    if (result != SUCCESS) {
+        return result;
+    }
+    const int32_t bits = pBitmap->BitsPerPixel;
+    return bits < 1 || bits > 8 ? ERROR_INVALID_BITS_PER_PIXEL : give_gray_palette(*pBitmap);
+}
+
+int V_CreateBitmapFixedPalette(BITMAPHANDLE* pBitmap) noexcept
+{
+    const int result = check_record(pBitmap);
+    return result == SUCCESS ? give_fixed_palette(*pBitmap) : result;
+}
+
+int V_CompareBitmapToPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) noexcept
+{
+    return check_record(pBitmap) == SUCCESS && palette_starts_with(*pBitmap, pPalette, uCount) ? 1 : 0;
+}
+
+int32_t V_FindPaletteIndex(const RGBQUAD* pPalette, uint32_t uCount, uint8_t uRed, uint8_t uGreen,
+                           uint8_t uBlue) noexcept
+{
+    return find_palette_index(pPalette, uCount, uRed, uGreen, uBlue);
+}
+
+uint32_t V_GetNearestPaletteIndex(BITMAPHANDLE* pBitmap, COLORREF crColor) noexcept
+{
+    return check_record(pBitmap) == SUCCESS ? nearest_object_index(*pBitmap, crColor) : 0;
+}
+
+COLORREF V_TranslateBitmapColor(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, COLORREF crColor) noexcept
+{
+    return check_record(pDst) == SUCCESS ? translate_color(*pDst, pSrc, crColor) : crColor;
+}
+
+uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) noexcept
+{
+    return pPalette != nullptr ? new_user_match_table(pPalette, uCount) : nullptr;
+}
+
+int V_FreeUserMatchTable(uint32_t* pTable) noexcept
+{
+    platform::heap_free(pTable);
+    return SUCCESS;
+}
+
+uint32_t* V_SetUserMatchTable(uint32_t* pTable) noexcept
+{
+    return exchange_user_match_table(pTable);
 }

@@ -1,6 +1,7 @@
 // User match tables: 1 + the nearest palette index of every 15-bit colour, 0 where there is none. The table a thread
 // has installed stays the caller's.
-#include "Vkcolor.h"
+#include "kernel/palette/UserMatch.h"
+
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
@@ -16,33 +17,23 @@ constexpr uint8_t level5(uint32_t field) noexcept
 }
 
 } // namespace
-} // namespace vk
 
-using namespace vk;
-
-uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) noexcept
+uint32_t* new_user_match_table(const RGBQUAD* entries, uint32_t count) noexcept
 {
-    if (pPalette == nullptr) {
-        return nullptr;
-    }
     auto* table = static_cast<uint32_t*>(platform::heap_alloc(kColors15 * sizeof(uint32_t)));
     for (uint32_t i = 0; table != nullptr && i < kColors15; ++i) {
-        const int32_t index = find_palette_index(pPalette, uCount, level5(i >> 10), level5(i >> 5), level5(i));
+        const int32_t index = find_palette_index(entries, count, level5(i >> 10), level5(i >> 5), level5(i));
         table[i] = static_cast<uint32_t>(index + 1);
     }
     return table;
 }
 
-int V_FreeUserMatchTable(uint32_t* pTable) noexcept
-{
-    platform::heap_free(pTable);
-    return SUCCESS;
-}
-
-uint32_t* V_SetUserMatchTable(uint32_t* pTable) noexcept
+uint32_t* exchange_user_match_table(uint32_t* table) noexcept
 {
     ThreadState& state = thread_state_for_set();
     uint32_t* old = state.user_match_table;
-    state.user_match_table = pTable;
+    state.user_match_table = table;
     return old;
 }
+
+} // namespace vk

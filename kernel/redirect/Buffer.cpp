@@ -221,48 +221,40 @@ Slot behind_buffers(Slot slot, size_t index) noexcept
     return slot;
 }
 
-} // namespace vk::redirect
-
-using namespace vk;
-using namespace vk::redirect;
-
-int V_StartRedirectToBuffer(void** ppObject, V_REDIRECTHANDLE* phFile, uint32_t uOptions, void* pBuffer,
-                            size_t uCapacity) noexcept
+int start_buffer(void** out, V_REDIRECTHANDLE* file, uint32_t options, void* data, uint64_t bytes) noexcept
 {
-    if (!ppObject)
-        return V_ERROR_INVALID_PARAMETER;
     void* const memory = platform::heap_alloc(sizeof(Buffer));
     if (!memory)
         return V_ERROR_NO_MEMORY;
-    const auto capacity = static_cast<int64_t>(pBuffer ? std::min<uint64_t>(uCapacity, INT64_MAX) : 0);
-    Buffer* const buffer = new (memory) Buffer{kMagicBuffer,
-                                               static_cast<uint8_t*>(pBuffer),
-                                               capacity,
-                                               uOptions & REDIRECTBUFFER_DATA ? capacity : 0,
-                                               0,
-                                               uOptions,
-                                               {},
-                                               false};
-    const int result = start(*buffer, phFile);
+    const auto capacity = static_cast<int64_t>(data ? std::min<uint64_t>(bytes, INT64_MAX) : 0);
+    const int64_t size = options & REDIRECTBUFFER_DATA ? capacity : 0;
+    Buffer* const buffer =
+        new (memory) Buffer{kMagicBuffer, static_cast<uint8_t*>(data), capacity, size, 0, options, {}, false};
+    const int result = start(*buffer, file);
     if (result == V_SUCCESS)
-        *ppObject = buffer;
+        *out = buffer;
     else
         platform::heap_free(memory);
     return result;
 }
 
-int V_StopRedirectToBuffer(void* pObject, void** ppBuffer, size_t* puSize) noexcept
+int stop_buffer(void* object, void** data, size_t* size) noexcept
 {
-    Buffer* const buffer = buffer_of(static_cast<int64_t>(reinterpret_cast<intptr_t>(pObject)));
+    Buffer* const buffer = buffer_of(static_cast<int64_t>(reinterpret_cast<intptr_t>(object)));
     if (!buffer)
         return V_ERROR_INVALID_PARAMETER;
     if (!unlink_inner(*buffer))
         exchange_file_slots(buffer->saved);
-    if (ppBuffer)
-        *ppBuffer = buffer->data;
-    if (puSize)
-        *puSize = static_cast<size_t>(buffer->size);
+    if (data)
+        *data = buffer->data;
+    if (size)
+        *size = static_cast<size_t>(buffer->size);
     buffer->magic = 0;
     platform::heap_free(buffer);
     return V_SUCCESS;
 }
+
+} // namespace vk::redirect
+
+using namespace vk;
+using namespace vk::redirect;

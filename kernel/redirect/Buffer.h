@@ -13,4 +13,11 @@ namespace vk::redirect {
 /// library's operation applies.
 Slot behind_buffers(Slot slot, size_t index) noexcept;
 
+/// Redirects the calling thread's files into a block, or into one to be made. `file`, unless null, gets a redirected file
+/// on it. SUCCESS or ERROR_NO_MEMORY.
+int start_buffer(void** out, V_REDIRECTHANDLE* file, uint32_t options, void* data, uint64_t bytes) noexcept;
+
+/// Ends a redirection and hands the block over. ERROR_INVALID_PARAMETER for what is none.
+int stop_buffer(void* object, void** data, size_t* size) noexcept;
+
 } // namespace vk::redirect

@@ -116,40 +116,29 @@ int find_name(const wchar_t* name, Table& table) noexcept
     return g_registry.find(name, table);
 }
 
+void make_up_name(wchar_t* name) noexcept
+{
+    const uint64_t number = g_made_up.fetch_add(1) + 1;
+    std::wmemcpy(name, V_REDIRECT_NAME_PREFIX, kPrefixLength);
+    wchar_t* end = put_digits(name + kPrefixLength, static_cast<uint32_t>(number >> 32));
+    *end++ = L'-';
+    end = put_digits(end, static_cast<uint32_t>(number));
+    *end = 0;
+}
+
+int register_name(const wchar_t* name, const Table& table) noexcept
+{
+    if (!is_registered_form(name) || name[kPrefixLength] == 0)
+        return V_ERROR_INVALID_PARAMETER;
+    return g_registry.put(name, table);
+}
+
+int unregister_name(const wchar_t* name) noexcept
+{
+    return g_registry.take_out(name);
+}
+
 } // namespace vk::redirect
 
 using namespace vk;
 using namespace vk::redirect;
-
-int V_GetUniqueRedirectFileName(wchar_t* pszName, uint32_t uLength) noexcept
-{
-    if (!pszName)
-        return V_ERROR_NULL_PTR;
-    if (uLength < V_REDIRECT_NAME_LENGTH)
-        return V_ERROR_BUFFER_TOO_SMALL;
-    const uint64_t number = g_made_up.fetch_add(1) + 1;
-    std::wmemcpy(pszName, V_REDIRECT_NAME_PREFIX, kPrefixLength);
-    wchar_t* end = put_digits(pszName + kPrefixLength, static_cast<uint32_t>(number >> 32));
-    *end++ = L'-';
-    end = put_digits(end, static_cast<uint32_t>(number));
-    *end = 0;
-    return V_SUCCESS;
-}
-
-int V_RegisterRedirectName(const wchar_t* pszName, const REDIRECTFUNCTIONS* pFunctions) noexcept
-{
-    if (!pszName || !pFunctions)
-        return V_ERROR_NULL_PTR;
-    if (pFunctions->StructSize != sizeof *pFunctions)
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    if (!is_registered_form(pszName) || pszName[kPrefixLength] == 0)
-        return V_ERROR_INVALID_PARAMETER;
-    Table table = from_record(*pFunctions);
-    settle_defaults(table);
-    return g_registry.put(pszName, table);
-}
-
-int V_UnregisterRedirectName(const wchar_t* pszName) noexcept
-{
-    return pszName ? g_registry.take_out(pszName) : V_ERROR_NULL_PTR;
-}

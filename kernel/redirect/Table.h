@@ -7,26 +7,15 @@
 #pragma once
 
 #include "Vkkrnx.h"
+#include "kernel/system/RedirectSlots.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace vk::redirect {
 
-/// The slots in the record's order; the first kFileSlots may be set per thread.
-enum : size_t { kOpen, kRead, kWrite, kSeek, kClose, kFileSlots, kCopy = kFileSlots, kDelete, kSlots };
-
 constexpr uintptr_t kNone = static_cast<uintptr_t>(V_REDIRECT_NONE);
 constexpr uintptr_t kDefault = static_cast<uintptr_t>(V_REDIRECT_DEFAULT);
-
-struct Slot {
-    uintptr_t function = 0;
-    void* user_data = nullptr;
-};
-
-struct Table {
-    Slot slots[kSlots];
-};
 
 /// The record's operations, its size left out of account.
 Table from_record(const REDIRECTFUNCTIONS& record) noexcept;

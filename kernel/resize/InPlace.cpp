@@ -108,6 +108,8 @@ int stage(Staged& staged, BITMAPHANDLE& bitmap, const Shape& shape, uint32_t fla
     return result == V_SUCCESS ? resize_into(source.record(), staged.record(), way) : result;
 }
 
+} // namespace
+
 int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t flags) noexcept
 {
     int result = check_rows(bitmap);
@@ -124,22 +126,4 @@ int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t fl
     return result == V_SUCCESS ? staged.replace() : result;
 }
 
-} // namespace
-
 } // namespace vk
-
-using namespace vk;
-
-int V_SizeBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, uint32_t uFlags) noexcept
-{
-    if (!pBitmap || !(pBitmap->Flags & BITMAPFLAG_ALLOCATED))
-        return V_ERROR_INVALID_PARAMETER;
-    const int result = check_record(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (nWidth <= 0 || nHeight <= 0)
-        return V_ERROR_INVALID_PARAMETER;
-    if (pBitmap->Width == nWidth && pBitmap->Height == nHeight)
-        return V_SUCCESS;
-    return size_bitmap(*pBitmap, nWidth, nHeight, uFlags);
-}

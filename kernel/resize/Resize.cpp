@@ -1,205 +1,140 @@
-// Nearest resizing of whole bitmaps, and the choice among the ways to resize. A source row is read once and resized
-// once, however many destination rows take it.
-#include "kernel/resize/Resize.h"
+// The resize family's door: whole bitmaps resized in place and into others, rows resized as they come, and streams of
+// resized rows.
+//
+// Inside: ResizeRows.cpp chooses how one bitmap goes into another of the same format; Stretch.cpp brings formats and
+// perspectives together first, InPlace.cpp replaces a bitmap by itself resized. Nearest.h steps through rows, FavorBlack.h
+// and AlphaBleed.h are what its flags ask for; ResizeLine.h and ScanLine.h serve single rows, ResizeStream.h streams.
+#include "Vkresize.h"
 
-#include "kernel/system/Checks.h"
-#include "kernel/resize/FavorBlack.h"
-#include "kernel/colorres/GrayScale.h"
-#include "kernel/system/Progress.h"
-#include "kernel/resample/Resample.h"
 #include "kernel/format/RowMath.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/resize/Access.h"
-#include "kernel/resize/Nearest.h"
-#include "kernel/resize/Stepping.h"
+#include "kernel/resize/Resize.h"
+#include "kernel/resize/ResizeLine.h"
+#include "kernel/resize/ResizeStream.h"
+#include "kernel/resize/ScanLine.h"
+#include "kernel/system/Checks.h"
+#include "platform/platform.h"
 
-#include <algorithm>
-#include <cstring>
-#include <emmintrin.h>
-
-namespace vk {
+using namespace vk;
 
 namespace {
 
-/// Bytes of a destination from which storing past the caches pays.
-constexpr uint64_t kStreamFrom = uint64_t{16} << 20;
+using Scan = void(const resize::ScanLine& line, const uint8_t* src, uint8_t* dst) noexcept;
 
-/// Bytes of rows that are gathered before they go past the caches: few enough for the first cache, and so many that the
-/// lines which rows share with their neighbours hardly count.
-constexpr size_t kGathered = size_t{16} << 10;
-
-/// Writes the rows of a destination, in stored or in reverse order.
-class NearestRows {
-public:
-    NearestRows(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
-        : reader_(from), writer_(to), source_line_(from.BytesPerLine), line_(to.BytesPerLine), height_(to.Height),
-          is_reversed_(from.ViewPerspective != to.ViewPerspective),
-          is_streamed_(writer_.in_place() && plain_size(to) >= kStreamFrom)
-    {}
-    NearestRows(const NearestRows&) = delete;
-    NearestRows& operator=(const NearestRows&) = delete;
-    ~NearestRows()
-    {
-        flush();
-        if (is_streamed_)
-            _mm_sfence();
-    }
-
-    int prepare(int32_t bits, int32_t from, int32_t to) noexcept
-    {
-        int result = reader_.reserve(1);
-        if (result == V_SUCCESS)
-            result = writer_.reserve(1);
-        if (result == V_SUCCESS && is_streamed_) {
-            room_ = std::max(static_cast<int32_t>(kGathered / line_), 1);
-            result = buffer_.allocate(uint64_t{line_} * static_cast<uint32_t>(room_)) ? V_SUCCESS : V_ERROR_NO_MEMORY;
-        }
-        return result == V_SUCCESS ? resize::plan_nearest(plan_, bits, from, to) : result;
-    }
-
-    /// The source row that goes to destination row `row` and perhaps those behind it; `next_row` is the one after it.
-    int first(int32_t source_row, int32_t row, int64_t next_row) noexcept
-    {
-        const uint8_t* data = nullptr;
-        const int result = reader_.read(source_row, 1, &data);
-        if (result != V_SUCCESS)
-            return result;
-        made_ = place(row);
-        const size_t bytes = plan_.to_bytes();
-        const int64_t ahead = reader_.in_place() ? (next_row - source_row) * static_cast<int64_t>(source_line_) : 0;
-        resize::run_nearest(plan_, data, made_, static_cast<ptrdiff_t>(ahead));
-        std::memset(made_ + bytes, 0, line_ - bytes);
-        return writer_.write(stored(row), 1);
-    }
-
-    /// The same once more.
-    int again(int32_t row) noexcept
-    {
-        if (is_streamed_ || writer_.in_place())
-            copy_to(place(row));
-        return writer_.write(stored(row), 1);
-    }
-
-private:
-    int32_t stored(int32_t row) const noexcept { return is_reversed_ ? height_ - 1 - row : row; }
-
-    void copy_to(uint8_t* to) noexcept
-    {
-        if (to != made_) // as it is where one row is gathered at a time
-            std::memcpy(to, made_, line_);
-        made_ = to;
-    }
-
-    /// Memory for a row. What is gathered lies in stored order, and goes to its place when there is no more room.
-    uint8_t* place(int32_t row) noexcept
-    {
-        if (!is_streamed_)
-            return writer_.place(stored(row));
-        if (gathered_ == room_)
-            flush();
-        if (gathered_ == 0)
-            first_gathered_ = row;
-        const int32_t slot = is_reversed_ ? room_ - 1 - gathered_ : gathered_;
-        ++gathered_;
-        return buffer_.data() + line_ * static_cast<uint32_t>(slot);
-    }
-
-    void flush() noexcept
-    {
-        if (gathered_ == 0)
-            return;
-        const int32_t skipped = is_reversed_ ? room_ - gathered_ : 0;
-        const int32_t row = is_reversed_ ? first_gathered_ + gathered_ - 1 : first_gathered_;
-        resize::stream_rows(buffer_.data() + line_ * static_cast<uint32_t>(skipped), writer_.place(stored(row)),
-                            line_ * static_cast<uint32_t>(gathered_));
-        gathered_ = 0;
-    }
-
-    RowReader reader_;
-    RowWriter writer_;
-    RowBuffer buffer_;
-    resize::NearestPlan plan_;
-    uint8_t* made_ = nullptr;
-    size_t source_line_;
-    size_t line_;
-    int32_t height_;
-    int32_t room_ = 0;           ///< rows that are gathered at most
-    int32_t gathered_ = 0;       ///< and now
-    int32_t first_gathered_ = 0; ///< where they begin
-    bool is_reversed_;
-    bool is_streamed_;
-};
-
-int fill_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+/// The exported scan-line functions, which have no result: what makes no sense does nothing.
+void scan_checked(const resize::ScanLine& line, const void* src, void* dst, Scan* scan) noexcept
 {
-    const int32_t height = to.Height;
-    NearestRows rows(from, to);
-    Progress progress(height);
-    int result = rows.prepare(from.BitsPerPixel, from.Width, to.Width);
-    if (result == V_SUCCESS)
-        result = progress.begin();
-    resize::Walk walk(from.Height, height);
-    resize::Walk following(from.Height, height, 1);
-    int64_t fetched = -1;
-    for (int32_t row = 0; row < height && result == V_SUCCESS; ++row, walk.next(), following.next()) {
-        const int64_t wanted = walk.source();
-        const int64_t next = row + 1 == height ? wanted : std::max<int64_t>(following.source(), wanted + 1);
-        result = wanted != fetched ? rows.first(static_cast<int32_t>(wanted), row, next) : rows.again(row);
-        fetched = wanted;
-        if (result == V_SUCCESS)
-            result = progress.update(row + 1);
-    }
-    return result;
-}
-
-int resize_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
-{
-    if (&from == &to)
-        return V_SUCCESS;
-    return with_access(from, to, fill_nearest);
-}
-
-bool is_gray8(const BITMAPHANDLE& bitmap) noexcept
-{
-    return bitmap.BitsPerPixel == 8 && gray_kind(bitmap) == GrayKind::ramp;
+    const bool is_walk = line.start >= 0 && line.quotient >= 0 && line.accumulator >= 0 && line.remainder >= 0 &&
+                         line.denominator > 0 && line.count >= 0;
+    if (src && dst && is_scan_depth(line.bits) && is_walk)
+        scan(line, static_cast<const uint8_t*>(src), static_cast<uint8_t*>(dst));
 }
 
 } // namespace
 
-int check_resize(const BITMAPHANDLE* from, const BITMAPHANDLE* to) noexcept
+
+int V_StartResizeBitmap(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
+                        const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,
+                        void* pUserData, void** ppState) noexcept
 {
-    int result = check_allocated(from);
-    if (result == V_SUCCESS)
-        result = check_allocated(to);
-    if (result == V_SUCCESS)
-        result = check_rows(*from);
-    return result == V_SUCCESS ? check_rows(*to) : result;
+    return V_StartResizeBitmap2(pBitmap, nNewWidth, nNewHeight, nBitsPerPixel, pPalette, nOrder,
+                                uFlags & ~STREAMFLAG_AREA, pDstBitmap, pUserData, ppState, 0, 0);
 }
 
-int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
+int V_StartResizeBitmap2(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
+                         const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,
+                         void* pUserData, void** ppState, int bSourceLocked, uint32_t) noexcept
 {
-    if (from.BitsPerPixel != to.BitsPerPixel)
-        return from.BitsPerPixel == 1 && is_gray8(to) ? resample_into(from, to, Filter::area)
-                                                      : V_ERROR_INVALID_BITS_PER_PIXEL;
-    if (flags & SIZEFLAG_FAVORBLACK && from.BitsPerPixel == 1)
-        return favor_black(from, to);
-    if (flags & SIZEFLAG_ALTRESAMPLE)
-        return resample_into(from, to, Filter::alternative);
-    if (flags & SIZEFLAG_RESAMPLE)
-        return resample_into(from, to, Filter::area);
-    if (flags & SIZEFLAG_BICUBIC) {
-        const bool grows = to.Width > from.Width || to.Height > from.Height;
-        return resample_into(from, to, grows ? Filter::bicubic : Filter::area);
-    }
-    return resize_nearest(from, to);
+    return start_stream(pBitmap, pDstBitmap, {nNewWidth, nNewHeight, nBitsPerPixel, nOrder, pPalette, uFlags, false},
+                        pUserData, bSourceLocked != 0, ppState);
 }
 
-} // namespace vk
+int V_GetResizedRowCol(void* pState, void* pBuffer, int32_t nRow, int32_t nCol, uint32_t uWidth) noexcept
+{
+    return get_stream_pixels(pState, pBuffer, nRow, nCol, uWidth);
+}
 
-using namespace vk;
+int V_StopResizeBitmap(void* pState) noexcept
+{
+    return stop_stream(pState);
+}
+
+int V_SizeBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, uint32_t uFlags) noexcept
+{
+    if (!pBitmap || !(pBitmap->Flags & BITMAPFLAG_ALLOCATED))
+        return V_ERROR_INVALID_PARAMETER;
+    const int result = check_record(pBitmap);
+    if (result != V_SUCCESS)
+        return result;
+    if (nWidth <= 0 || nHeight <= 0)
+        return V_ERROR_INVALID_PARAMETER;
+    if (pBitmap->Width == nWidth && pBitmap->Height == nHeight)
+        return V_SUCCESS;
+    return size_bitmap(*pBitmap, nWidth, nHeight, uFlags);
+}
+
+int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) noexcept
+{
+    int result = check_allocated(pSrc);
+    if (result == V_SUCCESS)
+        result = check_allocated(pDst);
+    if (result == V_SUCCESS && !is_bitmap_depth(pDst->BitsPerPixel))
+        result = V_ERROR_INVALID_PARAMETER;
+    if (result == V_SUCCESS)
+        result = check_resize(pSrc, pDst);
+    return result == V_SUCCESS ? stretch(*pSrc, *pDst, uFlags) : result;
+}
 
 int V_IntResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) noexcept
 {
     const int result = check_resize(pSrc, pDst);
     return result == V_SUCCESS ? resize_into(*pSrc, *pDst, uFlags) : result;
+}
+
+int V_StartResize(int32_t nOldWidth, int32_t nOldHeight, int32_t nNewWidth, int32_t nNewHeight, void** ppState) noexcept
+{
+    if (!ppState)
+        return V_ERROR_INVALID_PARAMETER;
+    *ppState = nullptr;
+    return start_resize(nOldWidth, nOldHeight, nNewWidth, nNewHeight, ppState);
+}
+
+int V_Resize(void* pRow, int32_t nRow, int32_t nBitsPerPixel, int32_t* pnNewWidth, int32_t* pnCopies,
+             void* pState) noexcept
+{
+    if (!pRow || !pnCopies || !pState)
+        return V_ERROR_INVALID_PARAMETER;
+    auto& state = *static_cast<ResizeLineState*>(pState);
+    const int32_t copies = resize_row(state, static_cast<uint8_t*>(pRow), nRow, nBitsPerPixel);
+    if (copies < 0)
+        return copies;
+    if (pnNewWidth)
+        *pnNewWidth = state.new_width;
+    *pnCopies = copies;
+    return copies;
+}
+
+int V_StopResize(void* pState) noexcept
+{
+    if (!pState)
+        return V_ERROR_INVALID_PARAMETER;
+    platform::heap_free(pState);
+    return V_SUCCESS;
+}
+
+void V_GetResizedScanLine(int32_t nBitsPerPixel, uint32_t uDstBytes, int32_t nStartX, int32_t nXQuotient,
+                          int32_t nAccumulator, int32_t nXRemainder, const void* pSrc, void* pDst, int32_t nCount,
+                          int32_t nDenominator, int bEnlarge) noexcept
+{
+    const resize::ScanLine line{nBitsPerPixel, uDstBytes,   nStartX,      bEnlarge ? 0 : nXQuotient,
+                                nAccumulator,  nXRemainder, nDenominator, nCount};
+    scan_checked(line, pSrc, pDst, resize::scan_forward);
+}
+
+void V_ReverseGetResizedScanLine(int32_t nBitsPerPixel, uint32_t uDstBytes, int32_t nStartX, int32_t nXQuotient,
+                                 int32_t nAccumulator, int32_t nXRemainder, const void* pSrc, void* pDst,
+                                 int32_t nCount, int32_t nDenominator, int bEnlarge) noexcept
+{
+    const resize::ScanLine line{nBitsPerPixel, uDstBytes,   nStartX,      bEnlarge ? 0 : nXQuotient,
+                                nAccumulator,  nXRemainder, nDenominator, nCount};
+    scan_checked(line, pSrc, pDst, resize::scan_backward);
 }

@@ -1,4 +1,4 @@
-// Resizing one bitmap into another, and the choice of how. SizeBitmap.cpp replaces bitmaps with the help of this,
+// Resizing one bitmap into another, and the choice of how. InPlace.cpp replaces bitmaps with the help of this,
 // Stretch.cpp brings depths and view perspectives together first.
 #pragma once
 
@@ -13,5 +13,11 @@ int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept;
 
 /// What both bitmaps of a resize must be: allocated, and check_rows accepts them.
 int check_resize(const BITMAPHANDLE* from, const BITMAPHANDLE* to) noexcept;
+
+/// V_SizeBitmap for an allocated bitmap and dimensions that are not its own. InPlace.cpp.
+int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t flags) noexcept;
+
+/// V_ResizeBitmap for checked records: depths, orders and perspectives may differ. Stretch.cpp.
+int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept;
 
 } // namespace vk

@@ -46,23 +46,12 @@ void resize_in_place(uint8_t* row, int32_t bits, const ResizeLineState& state) n
         resize::scan_forward(line, row, row);
 }
 
+} // namespace
+
 bool is_scan_depth(int32_t bits) noexcept
 {
     return bits >= 1 && bits <= 64;
 }
-
-using Scan = void(const resize::ScanLine& line, const uint8_t* src, uint8_t* dst) noexcept;
-
-/// The exported scan-line functions, which have no result: what makes no sense does nothing.
-void scan_checked(const resize::ScanLine& line, const void* src, void* dst, Scan* scan) noexcept
-{
-    const bool is_walk = line.start >= 0 && line.quotient >= 0 && line.accumulator >= 0 && line.remainder >= 0 &&
-                         line.denominator > 0 && line.count >= 0;
-    if (src && dst && is_scan_depth(line.bits) && is_walk)
-        scan(line, static_cast<const uint8_t*>(src), static_cast<uint8_t*>(dst));
-}
-
-} // namespace
 
 bool complete_size(int32_t old_width, int32_t old_height, int32_t& new_width, int32_t& new_height) noexcept
 {
@@ -75,71 +64,34 @@ bool complete_size(int32_t old_width, int32_t old_height, int32_t& new_width, in
     return new_width > 0 && new_height > 0;
 }
 
-} // namespace vk
-
-using namespace vk;
-
-int V_StartResize(int32_t nOldWidth, int32_t nOldHeight, int32_t nNewWidth, int32_t nNewHeight, void** ppState) noexcept
+int start_resize(int32_t old_width, int32_t old_height, int32_t new_width, int32_t new_height, void** out) noexcept
 {
-    if (!ppState)
-        return V_ERROR_INVALID_PARAMETER;
-    *ppState = nullptr;
-    if (!complete_size(nOldWidth, nOldHeight, nNewWidth, nNewHeight))
+    if (!complete_size(old_width, old_height, new_width, new_height))
         return V_ERROR_INVALID_PARAMETER;
     void* const memory = platform::heap_alloc(sizeof(ResizeLineState));
     if (!memory)
         return V_ERROR_NO_MEMORY;
-    *ppState = new (memory) ResizeLineState{.old_width = nOldWidth,
-                                            .old_height = nOldHeight,
-                                            .new_width = nNewWidth,
-                                            .new_height = nNewHeight,
-                                            .x_quotient = nOldWidth / nNewWidth,
-                                            .x_remainder = nOldWidth % nNewWidth,
-                                            .y_quotient = nNewHeight / nOldHeight,
-                                            .y_remainder = nNewHeight % nOldHeight};
+    *out = new (memory) ResizeLineState{.old_width = old_width,
+                                        .old_height = old_height,
+                                        .new_width = new_width,
+                                        .new_height = new_height,
+                                        .x_quotient = old_width / new_width,
+                                        .x_remainder = old_width % new_width,
+                                        .y_quotient = new_height / old_height,
+                                        .y_remainder = new_height % old_height};
     return V_SUCCESS;
 }
 
-int V_Resize(void* pRow, int32_t nRow, int32_t nBitsPerPixel, int32_t* pnNewWidth, int32_t* pnCopies,
-             void* pState) noexcept
+int32_t resize_row(ResizeLineState& state, uint8_t* row, int32_t index, int32_t bits) noexcept
 {
-    if (!pRow || !pnCopies || !pState)
+    if (state.new_width == state.old_width && state.new_height == state.old_height)
+        return 1;
+    if (index < 0 || index >= state.old_height || !is_scan_depth(bits))
         return V_ERROR_INVALID_PARAMETER;
-    auto& state = *static_cast<ResizeLineState*>(pState);
-    const bool is_same = state.new_width == state.old_width && state.new_height == state.old_height;
-    if (!is_same && (nRow < 0 || nRow >= state.old_height || !is_scan_depth(nBitsPerPixel)))
-        return V_ERROR_INVALID_PARAMETER;
-    const int32_t copies = is_same ? 1 : take_row(state, nRow);
-    if (!is_same && copies > 0)
-        resize_in_place(static_cast<uint8_t*>(pRow), nBitsPerPixel, state);
-    if (pnNewWidth)
-        *pnNewWidth = state.new_width;
-    *pnCopies = copies;
+    const int32_t copies = take_row(state, index);
+    if (copies > 0)
+        resize_in_place(row, bits, state);
     return copies;
 }
 
-int V_StopResize(void* pState) noexcept
-{
-    if (!pState)
-        return V_ERROR_INVALID_PARAMETER;
-    platform::heap_free(pState);
-    return V_SUCCESS;
-}
-
-void V_GetResizedScanLine(int32_t nBitsPerPixel, uint32_t uDstBytes, int32_t nStartX, int32_t nXQuotient,
-                          int32_t nAccumulator, int32_t nXRemainder, const void* pSrc, void* pDst, int32_t nCount,
-                          int32_t nDenominator, int bEnlarge) noexcept
-{
-    const resize::ScanLine line{nBitsPerPixel, uDstBytes,   nStartX,      bEnlarge ? 0 : nXQuotient,
-                                nAccumulator,  nXRemainder, nDenominator, nCount};
-    scan_checked(line, pSrc, pDst, resize::scan_forward);
-}
-
-void V_ReverseGetResizedScanLine(int32_t nBitsPerPixel, uint32_t uDstBytes, int32_t nStartX, int32_t nXQuotient,
-                                 int32_t nAccumulator, int32_t nXRemainder, const void* pSrc, void* pDst,
-                                 int32_t nCount, int32_t nDenominator, int bEnlarge) noexcept
-{
-    const resize::ScanLine line{nBitsPerPixel, uDstBytes,   nStartX,      bEnlarge ? 0 : nXQuotient,
-                                nAccumulator,  nXRemainder, nDenominator, nCount};
-    scan_checked(line, pSrc, pDst, resize::scan_backward);
-}
+} // namespace vk

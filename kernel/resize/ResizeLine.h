@@ -23,4 +23,13 @@ struct ResizeLineState {
 /// Fills in the one side that is 0 so that the proportions stay. False when the sizes make no sense.
 bool complete_size(int32_t old_width, int32_t old_height, int32_t& new_width, int32_t& new_height) noexcept;
 
+/// Hands out a ResizeLineState; ERROR_INVALID_PARAMETER for sizes that make no sense, ERROR_NO_MEMORY.
+int start_resize(int32_t old_width, int32_t old_height, int32_t new_width, int32_t new_height, void** out) noexcept;
+
+/// Depths that scan lines know.
+bool is_scan_depth(int32_t bits) noexcept;
+
+/// Resizes a row in place. How often it stands in the result, or ERROR_INVALID_PARAMETER.
+int32_t resize_row(ResizeLineState& state, uint8_t* row, int32_t index, int32_t bits) noexcept;
+
 } // namespace vk

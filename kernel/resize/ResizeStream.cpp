@@ -341,59 +341,47 @@ int get_pixels(ResizeStream& stream, uint8_t* out, int32_t row, int32_t column, 
 
 } // namespace
 
-} // namespace vk
-
-using namespace vk;
-
-int V_StartResizeBitmap2(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
-                         const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,
-                         void* pUserData, void** ppState, int bSourceLocked, uint32_t) noexcept
+int start_stream(BITMAPHANDLE* source, BITMAPHANDLE* destination, StreamRequest request, void* user_data,
+                 bool source_locked, void** out) noexcept
 {
-    StreamRequest request{nNewWidth, nNewHeight, nBitsPerPixel, nOrder, pPalette, uFlags, false};
-    int result = check_start(pBitmap, pDstBitmap, ppState, request);
+    int result = check_start(source, destination, out, request);
     if (result != V_SUCCESS)
         return result;
-    BITMAPHANDLE& rows = pBitmap ? *pBitmap : *pDstBitmap;
-    if (pDstBitmap)
-        follow_destination(rows, *pDstBitmap, request);
-    if (!bSourceLocked)
+    BITMAPHANDLE& rows = source ? *source : *destination;
+    if (destination)
+        follow_destination(rows, *destination, request);
+    if (!source_locked)
         result = access_bitmap(rows);
     if (result != V_SUCCESS)
         return result;
     StreamState* state = nullptr;
-    result = make_state(pBitmap, rows, request, pUserData, &state);
+    result = make_state(source, rows, request, user_data, &state);
     if (result == V_SUCCESS) {
-        state->is_locked = !bSourceLocked;
-        *ppState = state;
-    } else if (!bSourceLocked) {
+        state->is_locked = !source_locked;
+        *out = state;
+    } else if (!source_locked) {
         release_bitmap(rows);
     }
     return result;
 }
 
-int V_StartResizeBitmap(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
-                        const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,
-                        void* pUserData, void** ppState) noexcept
+int get_stream_pixels(void* state, void* out, int32_t row, int32_t column, uint32_t width) noexcept
 {
-    return V_StartResizeBitmap2(pBitmap, nNewWidth, nNewHeight, nBitsPerPixel, pPalette, nOrder,
-                                uFlags & ~STREAMFLAG_AREA, pDstBitmap, pUserData, ppState, 0, 0);
+    StreamState* const held = state_of(state);
+    if (!held || !out || row < 0 || row >= held->stream.height() || column < 0 || column > held->stream.width() ||
+        width > static_cast<uint32_t>(held->stream.width() - column))
+        return V_ERROR_INVALID_PARAMETER;
+    return get_pixels(held->stream, static_cast<uint8_t*>(out), row, column, width, held->stream.bits());
 }
 
-int V_GetResizedRowCol(void* pState, void* pBuffer, int32_t nRow, int32_t nCol, uint32_t uWidth) noexcept
+int stop_stream(void* state) noexcept
 {
-    StreamState* const state = state_of(pState);
-    if (!state || !pBuffer || nRow < 0 || nRow >= state->stream.height() || nCol < 0 || nCol > state->stream.width() ||
-        uWidth > static_cast<uint32_t>(state->stream.width() - nCol))
+    StreamState* const held = state_of(state);
+    if (!held)
         return V_ERROR_INVALID_PARAMETER;
-    return get_pixels(state->stream, static_cast<uint8_t*>(pBuffer), nRow, nCol, uWidth, state->stream.bits());
-}
-
-int V_StopResizeBitmap(void* pState) noexcept
-{
-    StreamState* const state = state_of(pState);
-    if (!state)
-        return V_ERROR_INVALID_PARAMETER;
-    const bool has_source = state->source != nullptr;
-    const int result = free_state(state);
+    const bool has_source = held->source != nullptr;
+    const int result = free_state(held);
     return has_source ? result : V_ERROR_NULL_PTR;
 }
+
+} // namespace vk

@@ -72,4 +72,13 @@ private:
     RowBuffer row_;    ///< a row of the output
 };
 
+/// V_StartResizeBitmap2: checks and starts a stream of `source`, or of `destination` without one, and hands its state out.
+int start_stream(BITMAPHANDLE* source, BITMAPHANDLE* destination, StreamRequest request, void* user_data,
+                 bool source_locked, void** out) noexcept;
+
+/// Copies `width` pixels of a row; ERROR_INVALID_PARAMETER for what is no state, or pixels outside.
+int get_stream_pixels(void* state, void* out, int32_t row, int32_t column, uint32_t width) noexcept;
+
+int stop_stream(void* state) noexcept;
+
 } // namespace vk

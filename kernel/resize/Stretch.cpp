@@ -127,6 +127,8 @@ bool must_reorder(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint32_t fla
     return flags & kFilters && to.BitsPerPixel > 8 && from.Order != to.Order;
 }
 
+} // namespace
+
 int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
 {
     Adapted source(from);
@@ -143,20 +145,4 @@ int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
     return result == V_SUCCESS ? carry_parts(from, to) : result;
 }
 
-} // namespace
-
 } // namespace vk
-
-using namespace vk;
-
-int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) noexcept
-{
-    int result = check_allocated(pSrc);
-    if (result == V_SUCCESS)
-        result = check_allocated(pDst);
-    if (result == V_SUCCESS && !is_bitmap_depth(pDst->BitsPerPixel))
-        result = V_ERROR_INVALID_PARAMETER;
-    if (result == V_SUCCESS)
-        result = check_resize(pSrc, pDst);
-    return result == V_SUCCESS ? stretch(*pSrc, *pDst, uFlags) : result;
-}

@@ -68,24 +68,22 @@ Direction direction_of(int32_t angle) noexcept
     }
 }
 
+int32_t sine_value(int32_t angle) noexcept
+{
+    if (angle <= kRightAngle)
+        return quarter_sine(angle);
+    if (angle <= 2 * kRightAngle)
+        return quarter_sine(2 * kRightAngle - angle);
+    return angle <= 3 * kRightAngle ? -quarter_sine(angle - 2 * kRightAngle) : -quarter_sine(kFullTurn - angle);
+}
+
+int32_t cosine_value(int32_t angle) noexcept
+{
+    if (angle <= kRightAngle)
+        return quarter_sine(kRightAngle - angle);
+    if (angle <= 2 * kRightAngle)
+        return -quarter_sine(angle - kRightAngle);
+    return angle <= 3 * kRightAngle ? -quarter_sine(3 * kRightAngle - angle) : quarter_sine(angle - 3 * kRightAngle);
+}
+
 } // namespace vk
-
-using namespace vk;
-
-int V_SinValue(int32_t nAngle) noexcept
-{
-    if (nAngle <= kRightAngle)
-        return quarter_sine(nAngle);
-    if (nAngle <= 2 * kRightAngle)
-        return quarter_sine(2 * kRightAngle - nAngle);
-    return nAngle <= 3 * kRightAngle ? -quarter_sine(nAngle - 2 * kRightAngle) : -quarter_sine(kFullTurn - nAngle);
-}
-
-int V_CosValue(int32_t nAngle) noexcept
-{
-    if (nAngle <= kRightAngle)
-        return quarter_sine(kRightAngle - nAngle);
-    if (nAngle <= 2 * kRightAngle)
-        return -quarter_sine(nAngle - kRightAngle);
-    return nAngle <= 3 * kRightAngle ? -quarter_sine(3 * kRightAngle - nAngle) : quarter_sine(nAngle - 3 * kRightAngle);
-}

@@ -16,4 +16,8 @@ struct Direction {
 };
 Direction direction_of(int32_t angle) noexcept;
 
+/// V_SinValue and V_CosValue.
+int32_t sine_value(int32_t angle) noexcept;
+int32_t cosine_value(int32_t angle) noexcept;
+
 } // namespace vk

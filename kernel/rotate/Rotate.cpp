@@ -1,204 +1,24 @@
-// The result is staged beside the bitmap, and what the rules change on the way there - the view perspective, the
-// expansion of a compressed bitmap - is done to copies, so that a failure anywhere leaves the record right.
-#include "kernel/rotate/Rotate.h"
-
-#include "Vkbitmap.h"
+// The rotate family's door: turning a bitmap by any angle.
+//
+// Inside: RotateBitmap.cpp settles what is asked and stages the result, Geometry.h says where a pixel comes from,
+// TurnPixels.h walks the canvas, and two painters take the pixels: Nearest.h, and Filter.h with the forms of Samples.h.
 #include "Vkrotate.h"
-#include "kernel/bitmap/Alloc.h"
+
 #include "kernel/rotate/Angle.h"
+#include "kernel/rotate/Rotate.h"
 #include "kernel/system/Checks.h"
-#include "kernel/system/Progress.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/bitmap/Staged.h"
-#include "kernel/system/ThreadState.h"
-#include "kernel/rotate/Filter.h"
-#include "kernel/rotate/Nearest.h"
-#include "kernel/rotate/TurnPixels.h"
-#include "kernel/view/Relayout.h"
-
-namespace vk {
-
-namespace {
-
-using rotate::Geometry;
-using rotate::Placement;
-
-constexpr uint32_t kCompressedFlags = BITMAPFLAG_COMPRESSED | BITMAPFLAG_SUPERCOMPRESSED;
-
-/// What is asked for, settled: the perspective that the stored pixels get and the angle back, from 0 to 35999.
-struct Turn {
-    int32_t perspective;
-    int32_t angle;
-    uint32_t flags;
-    COLORREF fill;
-    int progress_start;
-    int progress_end;
-};
-
-/// Perspectives as one of the two that rows can be stored in, and an angle.
-struct Fold {
-    int32_t perspective;
-    int32_t angle;
-};
-
-Fold fold_of(int32_t perspective) noexcept
-{
-    constexpr Fold kFolds[] = {
-        {BOTTOM_LEFT, 2 * kRightAngle}, {TOP_LEFT, 2 * kRightAngle}, {BOTTOM_LEFT, 0},
-        {BOTTOM_LEFT, kRightAngle},     {TOP_LEFT, kRightAngle},     {BOTTOM_LEFT, 3 * kRightAngle},
-        {TOP_LEFT, 3 * kRightAngle}};
-    return perspective < 2 || perspective > 8 ? Fold{perspective, 0} : kFolds[perspective - 2];
-}
-
-int32_t angle_back(int32_t angle, int32_t added) noexcept
-{
-    const auto rest = static_cast<int32_t>(-(int64_t{angle} + added) % kFullTurn);
-    return rest < 0 ? rest + kFullTurn : rest;
-}
-
-Placement placement_of(uint32_t flags) noexcept
-{
-    if (flags & ROTATEFLAG_CENTER)
-        return Placement::cornered;
-    return flags & ROTATEFLAG_GROW ? Placement::grown : Placement::kept;
-}
-
-/// An uncompressed copy of a bitmap's pixels, freed in the end.
-class Expanded {
-public:
-    Expanded() noexcept = default;
-    Expanded(const Expanded&) = delete;
-    Expanded& operator=(const Expanded&) = delete;
-    ~Expanded()
-    {
-        if (is_made_)
-            free_bitmap(record_);
-    }
-
-    /// Makes the copy of an accessed bitmap, and accesses it: what stays so until it is freed.
-    int make(BITMAPHANDLE& source) noexcept
-    {
-        Shape shape = shape_of(source);
-        shape.memory = TYPE_CONV;
-        int result = make_like(record_, source, kRecordSize, shape, 0);
-        is_made_ = result == V_SUCCESS;
-        if (result == V_SUCCESS)
-            result = access_bitmap(record_);
-        Progress silent(0);
-        return result == V_SUCCESS ? copy_rows(source, record_, false, silent) : result;
-    }
-
-    BITMAPHANDLE& record() noexcept { return record_; }
-
-private:
-    BITMAPHANDLE record_ = {};
-    bool is_made_ = false;
-};
-
-/// Paints the staged bitmap from an accessed source.
-int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
-          const Turn& turn, Progress& progress) noexcept
-{
-    const rotate::FillPixel fill = rotate::fill_pixel(described, turn.fill);
-    BitmapAccess access(made);
-    int result = access.result();
-    const bool is_filtered = turn.flags & (ROTATEFLAG_RESAMPLE | ROTATEFLAG_BICUBIC) && !geometry.moves_whole_pixels();
-    if (result == V_SUCCESS && is_filtered) {
-        rotate::FilterPainter painter(geometry, turn.flags & ROTATEFLAG_BICUBIC);
-        result = painter.open(described, fill);
-        if (result == V_SUCCESS)
-            result = rotate::turn_pixels(source, made, geometry, painter, progress);
-    } else if (result == V_SUCCESS) {
-        rotate::NearestPainter painter(geometry, made.BitsPerPixel, fill);
-        result = rotate::turn_pixels(source, made, geometry, painter, progress);
-    }
-    const int released = access.release();
-    return result == V_SUCCESS ? released : result;
-}
-
-/// Makes and paints the staged bitmap; the source is accessed while it lasts.
-int stage(Staged& staged, BITMAPHANDLE& bitmap, const Geometry& geometry, const Turn& turn) noexcept
-{
-    Progress progress(rotate::progress_steps(geometry), turn.progress_start, turn.progress_end);
-    Shape shape{geometry.canvas_width, geometry.canvas_height, bitmap.BitsPerPixel, bitmap.Order, 0};
-    const bool is_compressed = bitmap.Flags & kCompressedFlags;
-    if (is_compressed)
-        shape.memory = thread_state().default_memory_type;
-    Expanded expanded;
-    BitmapAccess access(bitmap);
-    int result = access.result();
-    if (result == V_SUCCESS)
-        result = progress.begin();
-    if (result == V_SUCCESS && is_compressed)
-        result = expanded.make(bitmap);
-    if (result == V_SUCCESS)
-        result = staged.make(shape, DUPFLAG_PALETTE);
-    if (result == V_SUCCESS)
-        result = paint(is_compressed ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
-    const int released = access.release();
-    return result == V_SUCCESS ? released : result;
-}
-
-int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noexcept
-{
-    Geometry geometry;
-    if (!rotate::make_geometry(geometry, bitmap.Width, bitmap.Height, angle, placement_of(turn.flags)))
-        return V_ERROR_INVALID_WIDTH_HEIGHT;
-    Staged staged(bitmap);
-    const int result = stage(staged, bitmap, geometry, turn);
-    if (result != V_SUCCESS)
-        return result;
-    staged.record().ViewPerspective = turn.perspective;
-    return staged.replace();
-}
-
-/// Turns that move every pixel, done on stored rows; `angle` is the way back.
-int turn_by_right_angles(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noexcept
-{
-    Progress progress(bitmap.Height, turn.progress_start, turn.progress_end);
-    int result = progress.begin();
-    if (result == V_SUCCESS)
-        result = angle == 2 * kRightAngle ? half_turn_bitmap(bitmap, progress)
-                                          : quarter_turn_bitmap(bitmap, angle == 3 * kRightAngle, progress);
-    if (result == V_SUCCESS)
-        bitmap.ViewPerspective = turn.perspective;
-    return result;
-}
-
-/// Nothing to turn: progress alone, and the perspective.
-int turn_by_nothing(BITMAPHANDLE& bitmap, const Turn& turn) noexcept
-{
-    Progress progress(1, turn.progress_start, turn.progress_end);
-    int result = progress.begin();
-    if (result == V_SUCCESS)
-        result = progress.update(1);
-    if (result == V_SUCCESS)
-        bitmap.ViewPerspective = turn.perspective;
-    return result;
-}
-
-} // namespace
-
-int rotate_bitmap(BITMAPHANDLE& bitmap, int32_t angle, uint32_t flags, COLORREF fill, int progress_start,
-                  int progress_end, [[maybe_unused]] double center_x, [[maybe_unused]] double center_y) noexcept
-{
-    const int result = check_rows(bitmap);
-    if (result != V_SUCCESS)
-        return result;
-    const Fold fold = fold_of(bitmap.ViewPerspective);
-    const Turn turn{fold.perspective, angle_back(angle, fold.angle), flags, fill, progress_start, progress_end};
-    if (turn.angle == 0)
-        return turn_by_nothing(bitmap, turn);
-    // Rows stored from the bottom up turn the other way.
-    const int32_t stored = turn.perspective == BOTTOM_LEFT ? kFullTurn - turn.angle : turn.angle;
-    const bool keeps_all = flags & ROTATEFLAG_GROW || bitmap.Width == bitmap.Height || stored == 2 * kRightAngle;
-    return stored % kRightAngle == 0 && keeps_all ? turn_by_right_angles(bitmap, turn, stored)
-                                                  : turn_by_any_angle(bitmap, turn, stored);
-}
-
-} // namespace vk
 
 using namespace vk;
+
+int V_SinValue(int32_t nAngle) noexcept
+{
+    return sine_value(nAngle);
+}
+
+int V_CosValue(int32_t nAngle) noexcept
+{
+    return cosine_value(nAngle);
+}
 
 int V_RotateBitmap(BITMAPHANDLE* pBitmap, int32_t nAngle, uint32_t uFlags, COLORREF crFill) noexcept
 {

@@ -97,15 +97,3 @@ int release_bitmap(BITMAPHANDLE& bitmap) noexcept
 }
 
 } // namespace vk
-
-int V_AccessBitmap(BITMAPHANDLE* pBitmap) noexcept
-{
-    return pBitmap ? vk::access_bitmap(*pBitmap) : V_ERROR_NULL_PTR;
-}
-
-int V_ReleaseBitmap(BITMAPHANDLE* pBitmap) noexcept
-{
-    if (!pBitmap)
-        return V_ERROR_NULL_PTR;
-    return vk::is_record_size(pBitmap->StructSize) ? vk::release_bitmap(*pBitmap) : V_ERROR_INVALID_STRUCT_SIZE;
-}

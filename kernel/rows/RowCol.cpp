@@ -4,7 +4,6 @@
 
 #include "kernel/system/Checks.h"
 #include "kernel/format/RowMath.h"
-#include "kernel/system/Trace.h"
 #include "kernel/storage/Store.h"
 
 namespace vk {
@@ -25,14 +24,6 @@ int check_span(const BITMAPHANDLE& bitmap, const Store& store, int64_t position,
     const uint64_t extent = store.extent(bitmap);
     const auto start = static_cast<uint64_t>(position);
     return start <= extent && bytes <= extent - start ? V_SUCCESS : past_end;
-}
-
-int check_arguments(const BITMAPHANDLE* bitmap, const void* buffer, const char* function) noexcept
-{
-    const int result = buffer ? check_record(bitmap) : V_ERROR_INVALID_PARAMETER;
-    if (result == V_SUCCESS && trace::enabled() && is_current(*bitmap) && bitmap->LockCount < 1)
-        trace::row_lock_count(function, bitmap->LockCount);
-    return result;
 }
 
 } // namespace
@@ -84,30 +75,3 @@ intptr_t put_row_col(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int3
 }
 
 } // namespace vk
-
-using namespace vk;
-
-intptr_t V_GetBitmapRow(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) noexcept
-{
-    const int result = check_arguments(pBitmap, pBuffer, "V_GetBitmapRow");
-    return result == V_SUCCESS ? get_row_col(*pBitmap, pBuffer, nRow, 0, uBytes) : result;
-}
-
-intptr_t V_PutBitmapRow(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, size_t uBytes) noexcept
-{
-    const int result = check_arguments(pBitmap, pBuffer, "V_PutBitmapRow");
-    return result == V_SUCCESS ? put_row_col(*pBitmap, pBuffer, nRow, 0, uBytes) : result;
-}
-
-intptr_t V_GetBitmapRowCol(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol, size_t uBytes) noexcept
-{
-    const int result = check_arguments(pBitmap, pBuffer, "V_GetBitmapRowCol");
-    return result == V_SUCCESS ? get_row_col(*pBitmap, pBuffer, nRow, nCol, uBytes) : result;
-}
-
-intptr_t V_PutBitmapRowCol(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
-                           size_t uBytes) noexcept
-{
-    const int result = check_arguments(pBitmap, pBuffer, "V_PutBitmapRowCol");
-    return result == V_SUCCESS ? put_row_col(*pBitmap, pBuffer, nRow, nCol, uBytes) : result;
-}

@@ -1,6 +1,7 @@
 // Chosen pixels of a row, to the bit: the stored row is read, the segments are laid over it, and it is written back
 // whole.
-#include "kernel/system/Checks.h"
+#include "kernel/rows/Segments.h"
+
 #include "kernel/format/PackedBits.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/format/RowMath.h"
@@ -11,11 +12,6 @@
 namespace vk {
 
 namespace {
-
-bool lies_within(const ROWSEGMENT& segment, int32_t width) noexcept
-{
-    return segment.nCol >= 0 && segment.nWidth >= 0 && segment.nCol <= width && segment.nWidth <= width - segment.nCol;
-}
 
 void blend(uint8_t& to, uint8_t from, uint8_t mask) noexcept
 {
@@ -40,6 +36,8 @@ void copy_pixels(uint8_t* to, const uint8_t* from, int32_t bits, uint32_t first,
     blend(to[last], from[last], tail);
 }
 
+} // namespace
+
 intptr_t put_segments(BITMAPHANDLE& bitmap, const uint8_t* row_in, int32_t row, const ROWSEGMENT* segments,
                       uint32_t count) noexcept
 {
@@ -61,26 +59,4 @@ intptr_t put_segments(BITMAPHANDLE& bitmap, const uint8_t* row_in, int32_t row, 
     return moved < 0 ? moved : pixels;
 }
 
-} // namespace
-
 } // namespace vk
-
-using namespace vk;
-
-intptr_t V_PutBitmapRowSegments(BITMAPHANDLE* pBitmap, const void* pRow, int32_t nRow, const ROWSEGMENT* pSegments,
-                                uint32_t uSegments) noexcept
-{
-    if (!pRow || (!pSegments && uSegments))
-        return V_ERROR_INVALID_PARAMETER;
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
-    if (nRow < 0 || nRow >= pBitmap->Height)
-        return V_ERROR_INVALID_PARAMETER;
-    if (!row_holds_width(pBitmap->BytesPerLine, pBitmap->Width, pBitmap->BitsPerPixel))
-        return V_ERROR_INVALID_WIDTH_HEIGHT;
-    for (uint32_t i = 0; i < uSegments; ++i)
-        if (!lies_within(pSegments[i], pBitmap->Width))
-            return V_ERROR_INVALID_PARAMETER;
-    return put_segments(*pBitmap, static_cast<const uint8_t*>(pRow), nRow, pSegments, uSegments);
-}

@@ -1,11 +1,9 @@
 // The English texts of the result codes.
+#include "kernel/system/Messages.h"
+
 #include "Vkkrnx.h"
 
-#include <cstddef>
-
 namespace vk {
-
-namespace {
 
 /// The text of a code. Two codes share one text on purpose: both say that memory ran out.
 const char* message_of(int code) noexcept
@@ -73,30 +71,4 @@ const char* message_of(int code) noexcept
     }
 }
 
-template <typename Char> int write_message(int code, Char* buffer, uint32_t length) noexcept
-{
-    if (!buffer)
-        return V_ERROR_INVALID_PARAMETER;
-    if (length == 0)
-        return V_ERROR_BUFFER_TOO_SMALL;
-    const char* const text = message_of(code);
-    size_t i = 0;
-    for (; text[i] != '\0' && i + 1 < length; ++i)
-        buffer[i] = static_cast<Char>(text[i]);
-    buffer[i] = Char{0};
-    return text[i] == '\0' ? V_SUCCESS : V_ERROR_BUFFER_TOO_SMALL;
-}
-
-} // namespace
-
 } // namespace vk
-
-int V_GetFriendlyErrorMessage(int nCode, wchar_t* pszBuffer, uint32_t uLength, ...) noexcept
-{
-    return vk::write_message(nCode, pszBuffer, uLength);
-}
-
-int V_GetFriendlyErrorMessageA(int nCode, char* pszBuffer, uint32_t uLength, ...) noexcept
-{
-    return vk::write_message(nCode, pszBuffer, uLength);
-}

@@ -1,69 +1,89 @@
-// Library-wide and per-thread state, and the functions that set it: status callback, default memory type, memory
-// thresholds.
+// The system family's door: texts of codes, the status callback, the settings of threads and of the process, and movable
+// global memory where the system has none.
+//
+// Inside: ThreadState.h is what each thread keeps, Progress.h reports to its callback, Trace.h tells of misuse; Checks.h
+// has the checks that all doors share, Blocks.h the blocks that records own, Cleanup.h what runs when the library goes.
 #include "kernel/system/System.h"
 
+#include "kernel/system/Blocks.h"
+#include "kernel/system/Messages.h"
 #include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
 
-#include <atomic>
-
-namespace vk {
+using namespace vk;
 
 namespace {
 
-constexpr ThreadState kProcessState;
-
-struct OwnState {
-    bool exists = false;
-    ThreadState state;
-};
-
-thread_local constinit OwnState t_own;
-
-std::atomic<int64_t> g_disk_threshold{0};
-
-constexpr int64_t kComputedThreshold = -1;
-
-/// Half of the physical memory; without a figure, none.
-int64_t computed_disk_threshold() noexcept
+template <typename Char> int write_message(int code, Char* buffer, uint32_t length) noexcept
 {
-    MemoryStatus memory;
-    if (platform::memory_status(&memory) != Status::ok)
-        return 0;
-    return static_cast<int64_t>(memory.total_physical / 2);
+    if (!buffer)
+        return V_ERROR_INVALID_PARAMETER;
+    if (length == 0)
+        return V_ERROR_BUFFER_TOO_SMALL;
+    const char* const text = message_of(code);
+    size_t i = 0;
+    for (; text[i] != '\0' && i + 1 < length; ++i)
+        buffer[i] = static_cast<Char>(text[i]);
+    buffer[i] = Char{0};
+    return text[i] == '\0' ? V_SUCCESS : V_ERROR_BUFFER_TOO_SMALL;
 }
 
 } // namespace
 
-const ThreadState& thread_state() noexcept
+
+#if !defined(_WIN32) // where callers use the system's own calls
+
+HGLOBAL V_GlobalAlloc(uint32_t uFlags, size_t uBytes) noexcept
 {
-    return t_own.exists ? t_own.state : kProcessState;
+    return platform::movable_alloc(uFlags, uBytes);
 }
 
-ThreadState& thread_state_for_set() noexcept
+HGLOBAL V_GlobalReAlloc(HGLOBAL hMem, size_t uBytes, uint32_t uFlags) noexcept
 {
-    if (!t_own.exists) {
-        t_own.state = kProcessState;
-        t_own.exists = true;
-    }
-    return t_own.state;
+    return platform::movable_realloc(hMem, uBytes, uFlags);
 }
 
-uint64_t tile_size_in_force() noexcept
+void* V_GlobalLock(HGLOBAL hMem) noexcept
 {
-    const int64_t size = thread_state().tile_size;
-    return size < 1 ? kDefaultTileSize : static_cast<uint64_t>(size);
+    return platform::movable_lock(hMem);
 }
 
-uint64_t disk_threshold() noexcept
+int V_GlobalUnlock(HGLOBAL hMem) noexcept
 {
-    const int64_t threshold = g_disk_threshold.load();
-    return static_cast<uint64_t>(threshold == kComputedThreshold ? computed_disk_threshold() : threshold);
+    return platform::movable_unlock(hMem);
 }
 
-} // namespace vk
+HGLOBAL V_GlobalFree(HGLOBAL hMem) noexcept
+{
+    return platform::movable_free(hMem);
+}
 
-using namespace vk;
+size_t V_GlobalSize(HGLOBAL hMem) noexcept
+{
+    return platform::movable_size(hMem);
+}
+
+HGLOBAL V_GlobalHandle(const void* pMem) noexcept
+{
+    return platform::movable_handle(pMem);
+}
+
+uint32_t V_GlobalFlags(HGLOBAL hMem) noexcept
+{
+    return platform::movable_flags(hMem);
+}
+
+#endif
+
+int V_GetFriendlyErrorMessage(int nCode, wchar_t* pszBuffer, uint32_t uLength, ...) noexcept
+{
+    return write_message(nCode, pszBuffer, uLength);
+}
+
+int V_GetFriendlyErrorMessageA(int nCode, char* pszBuffer, uint32_t uLength, ...) noexcept
+{
+    return write_message(nCode, pszBuffer, uLength);
+}
 
 int V_SetStatusCallback(V_STATUSCALLBACK pfnCallback, void* pUserData, V_STATUSCALLBACK* ppfnOld,
                         void** ppOldUserData) noexcept
@@ -154,14 +174,14 @@ int V_GetMemoryThresholds(int32_t* pnReservedMemory, int64_t* pnMaxConvSize, int
 int V_SetGlobalMemoryThresholds(const GLOBALMEMORYTHRESHOLDS* pThresholds) noexcept
 {
     if (!pThresholds) {
-        g_disk_threshold = 0;
+        set_disk_threshold(0);
         return V_SUCCESS;
     }
     if (pThresholds->StructSize != sizeof *pThresholds)
         return V_ERROR_INVALID_STRUCT_SIZE;
     if (pThresholds->DiskThreshold < kComputedThreshold)
         return V_ERROR_INVALID_PARAMETER;
-    g_disk_threshold = pThresholds->DiskThreshold;
+    set_disk_threshold(pThresholds->DiskThreshold);
     return V_SUCCESS;
 }
 
@@ -174,4 +194,9 @@ int V_GetGlobalMemoryThresholds(GLOBALMEMORYTHRESHOLDS* pThresholds, uint32_t uS
     pThresholds->StructSize = uStructSize;
     pThresholds->DiskThreshold = static_cast<int64_t>(disk_threshold());
     return V_SUCCESS;
+}
+
+void V_FreeMemory(void* pBlock) noexcept
+{
+    platform::heap_free(pBlock);
 }

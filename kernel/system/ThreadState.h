@@ -4,7 +4,7 @@
 #pragma once
 
 #include "Vkkrnx.h"
-#include "kernel/redirect/Table.h"
+#include "kernel/system/RedirectSlots.h"
 
 #include <cstdint>
 

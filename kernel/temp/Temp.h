@@ -1,4 +1,4 @@
-// Temporary files: their options and names. StorageFile.h opens those that storage lives in.
+// Names of temporary files. StorageFile.h opens those that storage lives in.
 #pragma once
 
 #include "kernel/redirect/Table.h"
@@ -7,11 +7,8 @@
 
 namespace vk {
 
-/// True when no physical temporary file may be made.
-bool temp_files_forbidden() noexcept;
-
-/// Sets the mode of the options; 3 forbids temporary files. Returns the mode before.
-uint32_t set_temp_file_mode(uint32_t mode) noexcept;
+/// The prefix of names that are asked for without one.
+constexpr wchar_t kDefaultPrefix[] = L"V_";
 
 /// True when the system opens a table's files, whoever else has a hand in them.
 bool opens_in_system(const redirect::Table& table) noexcept;
@@ -20,5 +17,11 @@ bool opens_in_system(const redirect::Table& table) noexcept;
 /// of that name now, so that nobody else's can be opened; otherwise the file comes about when it is opened. SUCCESS or
 /// ERROR_NO_MEMORY.
 int make_temp_name(const redirect::Table& table, const wchar_t* prefix, wchar_t* name) noexcept;
+
+/// V_GetTempFileNameA for a name that is not null; `prefix` may be.
+int temp_name_utf8(char* name, const char* prefix) noexcept;
+
+/// The directory of temporary files. SUCCESS, ERROR_BUFFER_TOO_SMALL, or ERROR_NO_MEMORY when there is none to be had.
+int temp_directory(wchar_t* directory, uint32_t length) noexcept;
 
 } // namespace vk

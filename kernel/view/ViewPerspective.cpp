@@ -22,10 +22,6 @@ namespace vk {
 
 namespace {
 
-// By perspective, 1 to 8.
-constexpr int32_t kFlippedPerspective[] = {0, 4, 3, 2, 1, 8, 7, 6, 5};
-constexpr int32_t kReversedPerspective[] = {0, 2, 1, 4, 3, 6, 5, 8, 7};
-
 /// What turns stored data into the top-left form: flip, mirror, then a turn.
 struct ToTopLeft {
     bool flip;
@@ -163,14 +159,6 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
     return V_SUCCESS;
 }
 
-int relabel(BITMAPHANDLE* bitmap, const int32_t (&perspectives)[9]) noexcept
-{
-    const int result = check_record(bitmap);
-    if (result == V_SUCCESS && is_perspective(bitmap->ViewPerspective))
-        bitmap->ViewPerspective = perspectives[bitmap->ViewPerspective];
-    return result;
-}
-
 } // namespace
 
 PerspectiveChange perspective_change(int32_t from, int32_t to) noexcept
@@ -215,65 +203,3 @@ int copy_in_view_perspective(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t 
 }
 
 } // namespace vk
-
-using namespace vk;
-
-int V_FlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) noexcept
-{
-    return relabel(pBitmap, kFlippedPerspective);
-}
-
-int V_IntFlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) noexcept
-{
-    return relabel(pBitmap, kFlippedPerspective);
-}
-
-int V_ReverseBitmapViewPerspective(BITMAPHANDLE* pBitmap) noexcept
-{
-    return relabel(pBitmap, kReversedPerspective);
-}
-
-int V_IntReverseBitmapViewPerspective(BITMAPHANDLE* pBitmap) noexcept
-{
-    return relabel(pBitmap, kReversedPerspective);
-}
-
-int V_GetChangeViewPerspectiveParams(int32_t nFrom, int32_t nTo, int32_t* pbFlip, int32_t* pnAngle) noexcept
-{
-    if (!pbFlip || !pnAngle || !is_perspective(nFrom) || !is_perspective(nTo))
-        return V_ERROR_INVALID_PARAMETER;
-    const PerspectiveChange change = perspective_change(nFrom, nTo);
-    *pbFlip = change.flip;
-    *pnAngle = change.angle;
-    return V_SUCCESS;
-}
-
-int V_IntChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
-                                     int32_t nViewPerspective, uint32_t uDupFlags) noexcept
-{
-    int result = check_record(pSrc);
-    if (result != V_SUCCESS)
-        return result;
-    if (!pDst || pDst == pSrc)
-        return change_view_perspective(*pSrc, nViewPerspective);
-    result = check_duplicate(pDst, pSrc, uStructSize);
-    if (result != V_SUCCESS)
-        return result;
-    if (uDupFlags & ~(DUPFLAG_COPY | DUPFLAG_TAKEOVER)) {
-        clear_record(*pDst, uStructSize);
-        return V_ERROR_INVALID_PARAMETER;
-    }
-    return copy_in_view_perspective(*pDst, *pSrc, uStructSize, nViewPerspective, uDupFlags);
-}
-
-int V_ChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
-                                  int32_t nViewPerspective) noexcept
-{
-    if (!pSrc || !(pSrc->Flags & BITMAPFLAG_ALLOCATED))
-        return V_ERROR_INVALID_PARAMETER;
-    if (!is_record_size(pSrc->StructSize) || (pDst && !is_record_size(uStructSize)))
-        return V_ERROR_INVALID_STRUCT_SIZE;
-    if (!pDst || pDst == pSrc)
-        return change_view_perspective(*pSrc, nViewPerspective);
-    return copy_in_view_perspective(*pDst, *pSrc, uStructSize, nViewPerspective, DUPFLAG_COPY);
-}

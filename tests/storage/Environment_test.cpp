@@ -2,7 +2,7 @@
 // temporary files forbidden. Everything comes back as a code, and no file is left behind.
 #include "tests/support/Environment.h"
 
-#include "kernel/temp/Temp.h"
+#include "kernel/files/TempOptions.h"
 #include "tests/support/TestBitmap.h"
 
 #include <fstream>

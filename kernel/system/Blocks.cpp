@@ -1,7 +1,5 @@
-// Small services that belong to no family: blocks owned by records, and the exported V_FreeMemory.
 #include "kernel/system/Blocks.h"
 
-#include "Vkkrnx.h"
 #include "platform/platform.h"
 
 namespace vk {
@@ -28,8 +26,3 @@ bool locked_block_free(void* block) noexcept
 }
 
 } // namespace vk
-
-void V_FreeMemory(void* pBlock) noexcept
-{
-    vk::platform::heap_free(pBlock);
-}

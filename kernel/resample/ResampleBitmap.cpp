@@ -1,0 +1,155 @@
+// Resampling of whole bitmaps: the destination's rows one after the other, each from the few source rows it needs.
+#include "kernel/resample/Resample.h"
+
+#include "Vkresample.h"
+#include "kernel/bitmap/Callbacks.h"
+#include "kernel/system/Checks.h"
+#include "kernel/colorres/GrayScale.h"
+#include "kernel/system/Progress.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/bitmap/Staged.h"
+#include "kernel/convert/ExactLookup.h"
+#include "kernel/resample/RowResampler.h"
+
+namespace vk {
+
+using namespace resample;
+
+namespace {
+
+Kernel kernel_of(Filter filter) noexcept
+{
+    return filter == Filter::area ? Kernel::area : filter == Filter::bicubic ? Kernel::bicubic : Kernel::lanczos;
+}
+
+/// The way of a row of lanes into the destination.
+class RowSink {
+public:
+    RowSink(BITMAPHANDLE& to, const Form& form, bool reversed) noexcept
+        : to_(to), form_(form), writer_(to), reversed_(reversed)
+    {}
+    RowSink(const RowSink&) = delete;
+    RowSink& operator=(const RowSink&) = delete;
+    ~RowSink() { pixel::destroy_exact_lookup(lookup_); }
+
+    int open() noexcept
+    {
+        const auto width = static_cast<uint32_t>(to_.Width);
+        int result = writer_.reserve(1);
+        const bool is_packed = form_.lanes != Lanes::stored;
+        if (result == V_SUCCESS && (!lanes_.allocate(form_.pixel_bytes() * width + kLaneSlack) ||
+                                    (is_packed && !room_.allocate(uint64_t{width} * sizeof(uint32_t)))))
+            result = V_ERROR_NO_MEMORY;
+        if (result != V_SUCCESS || form_.lanes != Lanes::color)
+            return result;
+        const uint64_t pixels = uint64_t{width} * static_cast<uint32_t>(to_.Height);
+        lookup_ = pixel::create_exact_lookup(form_.entries, form_.colors, pixels);
+        return lookup_ ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    }
+
+    /// Where the lanes of row `y` are to go.
+    void* place(int32_t y) const noexcept
+    {
+        uint8_t* const row = writer_.place(stored(y));
+        return is_direct(row) ? row : lanes_.data();
+    }
+
+    /// Stores what was put there. SUCCESS or the failure of the transfer.
+    int write(int32_t y) noexcept
+    {
+        const auto width = static_cast<size_t>(to_.Width);
+        uint8_t* const row = writer_.place(stored(y));
+        if (form_.lanes != Lanes::stored)
+            pack_row(form_, lanes_.data(), row, width, reinterpret_cast<uint32_t*>(room_.data()), lookup_);
+        else if (!is_direct(row))
+            std::memcpy(row, lanes_.data(), form_.pixel_bytes() * width);
+        return writer_.write(stored(y), 1);
+    }
+
+private:
+    int32_t stored(int32_t y) const noexcept { return reversed_ ? to_.Height - 1 - y : y; }
+    bool is_direct(const uint8_t* row) const noexcept
+    {
+        return form_.lanes == Lanes::stored && is_aligned(row, form_.lane_bytes);
+    }
+
+    BITMAPHANDLE& to_;
+    const Form& form_;
+    RowWriter writer_;
+    bool reversed_;
+    RowBuffer lanes_;
+    RowBuffer room_;
+    ColorLookup* lookup_ = nullptr;
+};
+
+int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel) noexcept
+{
+    Form source;
+    Form target;
+    if (!make_forms(from, to, source, target))
+        return V_ERROR_INVALID_PARAMETER;
+    Progress progress(to.Height);
+    int result = progress.begin();
+    RowResampler rows(from, source);
+    if (result == V_SUCCESS)
+        result = rows.open(to.Width, to.Height, kernel);
+    RowSink sink(to, target, from.ViewPerspective != to.ViewPerspective);
+    if (result == V_SUCCESS)
+        result = sink.open();
+    for (int32_t y = 0; y < to.Height && result == V_SUCCESS; ++y) {
+        result = rows.row(y, sink.place(y));
+        if (result == V_SUCCESS)
+            result = sink.write(y);
+        if (result == V_SUCCESS)
+            result = progress.update(int64_t{y} + 1);
+    }
+    return result == V_SUCCESS ? refresh_gray_limits(to) : result;
+}
+
+/// The palette that the source's indices mean is there already, or is the source's when they stay what they are.
+constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_ANIMATION;
+
+} // namespace
+
+int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter) noexcept
+{
+    int result = check_rows(from);
+    if (result == V_SUCCESS)
+        result = check_rows(to);
+    if (result != V_SUCCESS)
+        return result;
+    BitmapAccess from_access(from);
+    result = from_access.result();
+    if (result != V_SUCCESS)
+        return result;
+    BitmapAccess to_access(to);
+    result = to_access.result();
+    if (result == V_SUCCESS)
+        result = fill(from, to, kernel_of(filter));
+    const int to_released = to_access.release();
+    const int from_released = from_access.release();
+    if (result != V_SUCCESS)
+        return result;
+    return to_released != V_SUCCESS ? to_released : from_released;
+}
+
+int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter filter) noexcept
+{
+    int result = check_rows(bitmap);
+    if (result != V_SUCCESS)
+        return result;
+    if (width < 1 || height < 1)
+        return V_ERROR_INVALID_PARAMETER;
+    if (width == bitmap.Width && height == bitmap.Height)
+        return V_SUCCESS;
+    Staged staged(bitmap);
+    result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
+    if (result == V_SUCCESS)
+        result = resample_into(bitmap, staged.record(), filter);
+    if (result == V_SUCCESS)
+        result = scale_region(bitmap, width, height);
+    return result == V_SUCCESS ? staged.replace() : result;
+}
+
+} // namespace vk

@@ -1,0 +1,22 @@
+// The slots of the seven file operations, which each thread keeps among its settings. What they mean and how they are
+// called is for kernel/redirect/Table.h.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::redirect {
+
+/// The slots in the record's order; the first kFileSlots may be set per thread.
+enum : size_t { kOpen, kRead, kWrite, kSeek, kClose, kFileSlots, kCopy = kFileSlots, kDelete, kSlots };
+
+struct Slot {
+    uintptr_t function = 0;
+    void* user_data = nullptr;
+};
+
+struct Table {
+    Slot slots[kSlots];
+};
+
+} // namespace vk::redirect
