@@ -1,6 +1,7 @@
 // DIBs in and out: whole pictures through the exported functions, and the decoders alone beside libyuv.
 #include "BenchSupport.h"
 
+#include "Vkbitmap.h"
 #include "Vkdib.h"
 #include "kernel/dib/Header.h"
 #include "kernel/dib/Runs.h"

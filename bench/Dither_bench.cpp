@@ -1,5 +1,6 @@
 // Dithering of whole pictures, as the library does its own, and row by row, as callers do.
 #include "BenchSupport.h"
+#include "Vkbitmap.h"
 #include "Vkdither.h"
 #include "kernel/dither/Dither.h"
 

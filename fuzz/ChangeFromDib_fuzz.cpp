@@ -2,6 +2,7 @@
 // read to the last byte, and goes back into a DIB that is accepted again.
 #include "fuzz/DibSupport.h"
 
+#include "Vkbitmap.h"
 using namespace vk::fuzz;
 
 namespace {

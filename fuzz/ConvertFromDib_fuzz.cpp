@@ -2,6 +2,7 @@
 // (52 bytes at least, 1064 at most), then pixels, which are filled up with zeros.
 #include "fuzz/DibSupport.h"
 
+#include "Vkbitmap.h"
 #include <algorithm>
 
 using namespace vk::fuzz;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Vkdib.h"
+#include "Vkrows.h"
 
 #include <cstdint>
 #include <cstdlib>

@@ -1,14 +1,14 @@
 /**
  * @file Vkbitmap.h
- * Operations on whole bitmaps: duplicating, copying, changing depth and colours, gray scale. Vkkrnx.h includes it.
+ * Whole bitmaps: described, given storage, moved, duplicated, copied and freed. Vkkrnx.h includes it.
  *
- * They read and write bitmaps of every storage kind, report progress through the calling thread's status callback and
- * stop when it asks to. One that fails leaves the caller's bitmap as it was.
+ * Operations on pixels take bitmaps of every storage kind, report progress through the calling thread's status callback
+ * and stop when it asks to. One that fails leaves the caller's bitmap as it was.
  */
 #ifndef VKBITMAP_H
 #define VKBITMAP_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 /** What V_DupBitmapNewDim copies. */
 #define DUPFLAG_PALETTE 0x01u
@@ -21,24 +21,189 @@
 #define DUPFLAG_ANIMATION 0x80u     /**< resolution, frame fields and transparency */
 #define DUPFLAG_COPY 0xBFu          /**< everything but DUPFLAG_TAKEOVER */
 
-/** Flags of V_ColorResBitmap: one order, one palette and COLORRES_NODITHER, added up. */
-#define COLORRES_ORDER_DEFAULT 0x00u /**< BGR; gray at 12 bits */
-#define COLORRES_ORDER_RGB 0x01u
-#define COLORRES_ORDER_BGR 0x02u
-#define COLORRES_ORDER_GRAY 0x03u /**< 12, 16 and 32 bits; up to 8 bits it means COLORRES_PALETTE_GRAY */
-#define COLORRES_ORDER_ROMM 0x06u
-#define COLORRES_ORDER_RGB565 0x08u
-#define COLORRES_ORDER(order) ((uint32_t)(order) + 1u) /**< the flag of a COLORORDER_ value */
-#define COLORRES_ORDER_MASK 0x0Fu
-#define COLORRES_PALETTE_DEFAULT 0x00u   /**< the palette passed, the fixed one if there is none */
-#define COLORRES_PALETTE_FIXED 0x10u     /**< the fixed palette of the depth */
-#define COLORRES_PALETTE_GRAY 0x20u      /**< the gray ramp of the depth; colours become gray first */
-#define COLORRES_PALETTE_CUBE 0x30u      /**< the 216-colour cube; 8 bits only */
-#define COLORRES_PALETTE_OPTIMIZED 0x40u /**< made for the picture */
-#define COLORRES_PALETTE_MASK 0xF0u
-#define COLORRES_NODITHER 0x100u /**< each pixel gets the nearest colour */
+/** Which values V_SetBitmapMemoryInfo takes from its arguments; the others keep the thread's thresholds. */
+#define MEMORYINFO_MEMORY 1u       /**< uMemory; without it the storage stays of its present kind */
+#define MEMORYINFO_TILESIZE 2u     /**< nTileSize */
+#define MEMORYINFO_TILES 4u        /**< nTiles; ignored when MEMORYINFO_TILESIZE is given */
+#define MEMORYINFO_CONVTILES 8u    /**< nConvTiles */
+#define MEMORYINFO_TILESLEFT 16u   /**< nTilesLeft; ignored when MEMORYINFO_CONVTILES is given */
+#define MEMORYINFO_CONVBUFFERS 32u /**< nConvBuffers */
+
+/** Callbacks of the module that implements regions (RgnInfo). Each may be null and returns a result code. */
+typedef struct REGIONHOOKS {
+    uint32_t StructSize; /**< size of this record */
+    void* UserData;      /**< passed back to every hook */
+    int (*FlipRegion)(BITMAPHANDLE* pBitmap, void* pUserData);
+    int (*ReverseRegion)(BITMAPHANDLE* pBitmap, void* pUserData);
+    int (*ScaleRegion)(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, void* pUserData);
+    int (*FreeRegion)(BITMAPHANDLE* pBitmap, void* pUserData);
+} REGIONHOOKS;
 
 V_EXTERN_C_BEGIN
+
+/**
+ * Clears a record and describes an image in it, without storage. V_InitBitmapWithCallbacks with no callbacks.
+ * @param pBitmap the record. @param uStructSize BITMAPHANDLE_SIZE or BITMAPHANDLE_SIZE_EARLIER.
+ * @param nWidth,nHeight size in pixels; 0 x 0 at 0 bits gives an empty record. @param nBitsPerPixel the depth.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_WIDTH_HEIGHT:
+ * negative size; ERROR_INVALID_BITS_PER_PIXEL; ERROR_MEMORY_TOO_LARGE: more than 0xFFFF0000 bytes in an earlier record.
+ * After a failure past the structure size the record is empty but for StructSize.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_InitBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
+                       int32_t nBitsPerPixel) V_NOEXCEPT;
+
+/** As V_InitBitmap, and gives the record a copy of a table of data callbacks (null: none). A table that cannot be
+ *  installed (V_SetBitmapDataCallbacks) is left out without a word. @remark One thread per bitmap at a time. */
+V_API int V_InitBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
+                                    int32_t nBitsPerPixel, const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
+
+/**
+ * Allocates zeroed storage for an initialised record.
+ *
+ * The kinds are tried in the order conventional, tiled, disk; the request and the thresholds rule steps out.
+ * @param pBitmap an initialised record; what storage it had is forgotten, not freed.
+ * @param uMemory 1, 2, 4, 8, 9, 128, 256, 257, 260, 264, 265, 768, 769, 1024, 1025, 1280 or 1281 as a sum of TYPE_
+ * bits. TYPE_COMPRESSED counts at 1 bit per pixel only and TYPE_SUPERCOMPRESSED at 1, 8 and 24; elsewhere they are
+ * dropped, and a request they leave empty is TYPE_CONV.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or another request; ERROR_INVALID_STRUCT_SIZE;
+ * ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY: no kind could be had; the result of a callback that refused.
+ * On failure the record is as it was.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) V_NOEXCEPT;
+
+/**
+ * Initialises a record and allocates its storage.
+ * @param pBitmap the record. @param uStructSize BITMAPHANDLE_SIZE or BITMAPHANDLE_SIZE_EARLIER.
+ * @param uMemory as for V_AllocateBitmap. @param nWidth,nHeight size in pixels.
+ * @param nBitsPerPixel the depth; 0 means 8 bits with a gray palette. @param nOrder COLORORDER_ value.
+ * @param pPalette 1 << nBitsPerPixel entries, copied, or null for the fixed palette (gray for COLORORDER_GRAY).
+ * @param nViewPerspective 1 to 8, 0 for TOP_LEFT. @param pData with TYPE_USER: the caller's pixels, or null.
+ * @param uDataSize bytes at pData.
+ * @return as V_InitBitmap and V_AllocateBitmap; ERROR_INVALID_BITS_PER_PIXEL: wide gamut at other than 24 or 48 bits;
+ * ERROR_INVALID_PARAMETER: perspective outside 0 to 8. On failure the record is empty but for StructSize.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_CreateBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uint32_t uMemory, int32_t nWidth, int32_t nHeight,
+                         int32_t nBitsPerPixel, int32_t nOrder, const RGBQUAD* pPalette, int32_t nViewPerspective,
+                         void* pData, uint64_t uDataSize) V_NOEXCEPT;
+
+/** As V_CreateBitmap, with a table of data callbacks for the record to copy (null: none).
+ *  @remark One thread per bitmap at a time. */
+V_API int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uint32_t uMemory, int32_t nWidth,
+                                      int32_t nHeight, int32_t nBitsPerPixel, int32_t nOrder, const RGBQUAD* pPalette,
+                                      int32_t nViewPerspective, void* pData, uint64_t uDataSize,
+                                      const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
+
+/** Frees a bitmap's storage and every block the record owns. Ignores a null record or one of wrong size; memory the
+ *  caller lent (Mirror) stays the caller's. @remark One thread per bitmap at a time. */
+V_API void V_FreeBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
+
+/**
+ * Points a bitmap at other pixel memory, which stays the caller's. The storage the bitmap was allocated with is still
+ * the one that V_FreeBitmap frees.
+ * @param pData the pixels or null. @param uDataSize bytes at pData.
+ * @return SUCCESS; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: null record, or neither a user-memory bitmap,
+ * nor a null pointer, nor exactly the bitmap's data size.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSize) V_NOEXCEPT;
+
+/**
+ * Changes the number of rows; those that fit stay, new ones are clear.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, lent memory or a locked block; ERROR_INVALID_STRUCT_SIZE;
+ * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: height below 1; ERROR_NO_MEMORY. On failure the
+ * bitmap is as it was.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) V_NOEXCEPT;
+
+/** Brings `Size` up to date: the stored bytes of compressed bitmaps, else BytesPerLine * Height.
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated.
+ *  @remark One thread per bitmap at a time. */
+V_API int V_UpdateBitmapSize(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
+
+/**
+ * Tells where a bitmap's pixels live. Each out pointer but the first may be null; figures that do not apply are 0.
+ * @param puMemory TYPE_CONV, TYPE_TILED, TYPE_DISK, TYPE_COMPRESSED or TYPE_SUPERCOMPRESSED.
+ * @param pnTileSize bytes per tile. @param pnTiles tiles. @param pnConvTiles tiles in memory.
+ * @param pnTilesLeft tiles in the file. @param pnConvBuffers tiles of the file that may be mapped at once.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or type pointer; ERROR_INVALID_STRUCT_SIZE;
+ * ERROR_INVALID_IMAGE: not allocated.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64_t* pnTileSize, int32_t* pnTiles,
+                                int32_t* pnConvTiles, int32_t* pnTilesLeft, int32_t* pnConvBuffers) V_NOEXCEPT;
+
+/**
+ * Moves an allocated bitmap's pixels to storage of another kind, or re-tiles it. Reports progress.
+ * @param uMemory TYPE_CONV, TYPE_TILED, TYPE_DISK, at 1 bit per pixel TYPE_COMPRESSED, at 1, 8 and 24 bits
+ * TYPE_SUPERCOMPRESSED. The remaining arguments shape tiles. @param uFlags MEMORYINFO_ bits: which arguments count.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, other kind, bad figure or a bitmap that is locked;
+ * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated or without data; ERROR_INVALID_BITS_PER_PIXEL: a
+ * depth that the kind does not hold; ERROR_FEATURE_NOT_SUPPORTED: pixels held by data callbacks;
+ * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; ERROR_FILE_SEEK, ERROR_FILE_READ,
+ * ERROR_FILE_WRITE; the status callback's refusal. On failure the bitmap is as it was.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_SetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t uMemory, int64_t nTileSize, int32_t nTiles,
+                                int32_t nConvTiles, int32_t nTilesLeft, int32_t nConvBuffers,
+                                uint32_t uFlags) V_NOEXCEPT;
+
+/** Gives the record a zeroed block of uSize bytes in ExtraData, in place of any earlier one.
+ *  @return SUCCESS; ERROR_INVALID_IMAGE: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: size 0;
+ *  ERROR_NO_MEMORY: the earlier block stays. @remark One thread per bitmap at a time. */
+V_API int V_AllocateBitmapExtraData(BITMAPHANDLE* pBitmap, uint64_t uSize) V_NOEXCEPT;
+
+/** Frees the record's extra data, if any. @return SUCCESS; ERROR_INVALID_IMAGE: null record;
+ *  ERROR_INVALID_STRUCT_SIZE. @remark One thread per bitmap at a time. */
+V_API int V_FreeBitmapExtraData(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
+
+/** Sets the process-wide allocation callback (null: none). The out pointers receive the previous one; they may be null.
+ *  Set it before other threads allocate. @return SUCCESS. @remark Not while other threads use the library. */
+V_API int V_SetAllocateBitmapCallback(V_ALLOCATEBITMAPCALLBACK pfnCallback, void* pUserData,
+                                      V_ALLOCATEBITMAPCALLBACK* ppfnOld, void** ppOldUserData) V_NOEXCEPT;
+
+/** Gives a record a copy of a table of data callbacks in place of any earlier one; null removes it.
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER: null record; ERROR_INVALID_STRUCT_SIZE: of the record or table, or an
+ *  earlier record, which cannot hold callbacks; ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY.
+ *  @remark One thread per bitmap at a time. */
+V_API int V_SetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
+
+/** Copies a record's data callbacks out; all null when it has none.
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER: null record or table; ERROR_INVALID_STRUCT_SIZE.
+ *  @remark One thread per bitmap at a time. */
+V_API int V_GetBitmapDataCallbacks(BITMAPHANDLE* pBitmap, BITMAPDATACALLBACKS* pCallbacks,
+                                   uint32_t uStructSize) V_NOEXCEPT;
+
+/** Gives back unused memory of a run-length compressed bitmap, band by band from the last.
+ *  @return SUCCESS; FAILURE: a band could not be trimmed; ERROR_INVALID_PARAMETER: null, or not an allocated compressed
+ *  bitmap; ERROR_INVALID_STRUCT_SIZE. @remark One thread per bitmap at a time. */
+V_API int V_TrimBitmapHeap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
+
+/** Makes room for uBytes more bytes of run words, divided evenly among the bands, so that puts need not allocate.
+ *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_NO_MEMORY.
+ *  @remark One thread per bitmap at a time. */
+V_API int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) V_NOEXCEPT;
+
+/** Installs the callbacks of the module that implements regions, process-wide; null removes them.
+ *  @return SUCCESS; ERROR_INVALID_STRUCT_SIZE. @remark Not while other threads use the library. */
+V_API int V_SetRegionHooks(const REGIONHOOKS* pHooks) V_NOEXCEPT;
+
+/**
+ * Changes the way a bitmap's rows are stored. Reports progress.
+ * @param nCompression 0 none, 1 run-length (1 bit per pixel), 2 super-compressed (1, 8 and 24 bits). The record's
+ * size is that of what is stored afterwards.
+ * @return SUCCESS (also when nothing changes); ERROR_INVALID_PARAMETER: null record, other value, lent or locked
+ * memory; ERROR_INVALID_IMAGE: not allocated; otherwise as V_SetBitmapMemoryInfo. On failure the bitmap is as it was.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_ChangeBitmapCompression(BITMAPHANDLE* pBitmap, int32_t nCompression) V_NOEXCEPT;
+
+/** V_ChangeBitmapCompression to 0 for a compressed bitmap, to 1 for any other 1-bit bitmap, to 2 for deeper ones.
+ *  @remark One thread per bitmap at a time. */
+V_API int V_ToggleBitmapCompression(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /**
  * Makes a bitmap like another, with clear pixels.
@@ -61,12 +226,14 @@ V_EXTERN_C_BEGIN
  */
 V_API int V_DupBitmapNewDim(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize, int32_t nWidth,
                             int32_t nHeight, int32_t nBitsPerPixel, uint32_t uMemory, uint32_t uDupFlags) V_NOEXCEPT;
+
 /**
  * Makes a full copy of a bitmap, pixels and all parts but the region, in storage of the same kind.
  * @return as V_DupBitmapNewDim and V_CopyBitmapData. On failure the copy is empty but for StructSize.
  * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize) V_NOEXCEPT;
+
 /**
  * Copies all pixels from one allocated bitmap to another of the same size and depth. Between top-left and bottom-left
  * bitmaps the order of rows is reversed.
@@ -81,60 +248,10 @@ V_API int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructS
  * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_CopyBitmapData(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) V_NOEXCEPT;
+
 /** Frees what is left of a bitmap whose place a duplicate took (DUPFLAG_TAKEOVER). Ignores a null record or one of
  *  wrong size. @remark One thread per bitmap at a time. */
 V_API void V_FreeDuplicateBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
-
-/**
- * Changes a bitmap's depth, colour order or palette.
- *
- * Reduction to up to 8 bits dithers with the bitmap's DitheringMethod (and the thread's match table, when a palette is
- * passed); COLORRES_NODITHER, the method DITHER_NONE, and palettes that lose nothing give each pixel its nearest entry.
- * Otherwise pixels are converted as V_ConvertBufferExt3 does: gray samples by their LowBit and HighBit, or through LUT
- * (or LUT16) where BITMAPFLAG_USELUT is set; a transparent colour becomes clear alpha at 32 and 64 bits, and an index
- * in a palette. Gray results use all their bits and get MinVal and MaxVal.
- * @param pSrc an allocated bitmap. @param pDst receives the result, in storage of the source's kind and with all parts
- * that its format can have; null or pSrc: the source is replaced. @param uStructSize size of pDst's record, not used
- * without one. @param nBitsPerPixel the new depth; 0 means 8 with a gray ramp. @param uFlags COLORRES_ flags.
- * @param pPalette uColors entries, or null. @param hPalette used when pPalette is null; or null.
- * @param uColors entries of the palette passed (0: 1 << nBitsPerPixel, or all that hPalette has), or most colours of an
- * optimized one (2 to 256; 0: 1 << nBitsPerPixel). Otherwise not used.
- * @return SUCCESS, also when nothing changes; ERROR_INVALID_PARAMETER: null record, unknown flags, an order the depth
- * cannot have, a number of colours it cannot index, or a bad palette object; ERROR_INVALID_STRUCT_SIZE;
- * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_BITS_PER_PIXEL; ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot
- * hold Width; ERROR_INVALID_LUT_LENGTH: LUT is too short; ERROR_NO_MEMORY; a failed transfer; the status callback's
- * refusal. On failure the source is as it was, and a second record empty but for StructSize.
- * @remark One thread per bitmap at a time, for both bitmaps.
- */
-V_API int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
-                           uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) V_NOEXCEPT;
-
-/**
- * Makes a bitmap gray: 8 bits with a gray ramp, or gray samples of 12 or 16 bits.
- * @param nBitsPerPixel 8, 12 or 16; 0 means 8.
- * @return as V_ColorResBitmap; ERROR_INVALID_BITS_PER_PIXEL: another depth.
- * @remark One thread per bitmap at a time.
- */
-V_API int V_GrayScaleBitmap(BITMAPHANDLE* pBitmap, int32_t nBitsPerPixel) V_NOEXCEPT;
-/** V_GrayScaleBitmap into a second record. @remark One thread per bitmap at a time, for both bitmaps. */
-V_API int V_CreateGrayScaleBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,
-                                  int32_t nBitsPerPixel) V_NOEXCEPT;
-/**
- * Tells whether a bitmap is gray. A ramp's entries are equally spaced (one off at most), all 1 << depth of them.
- * @return 0: no, or a null record or one of wrong size; 1: indices of a ramp from black to white, or 8-bit gray levels;
- * 2: indices of a ramp from white to black; 3: gray samples of more than 8 bits.
- * @remark One thread per bitmap at a time.
- */
-V_API int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
-/**
- * Tells which bits of a gray sample count: the value is (sample >> shift) & mask. LowBit and HighBit are cut to the
- * sample; a negative HighBit means the sample's highest bit. Each out pointer may be null.
- * @param puMask receives the mask. @param pnShift receives the shift. @param pnBits receives the number of bits.
- * @return SUCCESS; ERROR_INVALID_PARAMETER: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_BITS_PER_PIXEL:
- * pixels of more than 32 bits, which are not gray samples.
- * @remark One thread per bitmap at a time.
- */
-V_API int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, int32_t* pnBits) V_NOEXCEPT;
 
 V_EXTERN_C_END
 

@@ -11,7 +11,7 @@
 #define VKDIB_H
 
 #include "Vkcodec.h"
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 /** The codec module of a compressed DIB, or an entry point of it, is missing; see Vkcodec.h. */
 #define V_ERROR_CODEC_MISSING (-356)

@@ -6,7 +6,7 @@
 #ifndef VKDITHER_H
 #define VKDITHER_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 /** Values of BITMAPHANDLE::DitheringMethod. */
 #define DITHER_NONE 0            /**< the nearest colour */

@@ -8,7 +8,7 @@
 #ifndef VKHUGE_H
 #define VKHUGE_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 V_EXTERN_C_BEGIN
 

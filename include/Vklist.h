@@ -9,7 +9,7 @@
 #ifndef VKLIST_H
 #define VKLIST_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 V_EXTERN_C_BEGIN
 

@@ -15,7 +15,7 @@
 #ifndef VKREDIRECT_H
 #define VKREDIRECT_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 V_EXTERN_C_BEGIN
 

@@ -5,7 +5,7 @@
 #ifndef VKRESAMPLE_H
 #define VKRESAMPLE_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 /** Flags of V_StartResizeBitmap, with the values of the resize flags where there are such. */
 #define STREAMFLAG_NEAREST 0x0000u     /**< each pixel is that of the nearest-neighbour resize */

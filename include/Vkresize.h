@@ -8,7 +8,7 @@
 #ifndef VKRESIZE_H
 #define VKRESIZE_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 /** How a bitmap is resized; the flags combine. */
 #define SIZEFLAG_NORMAL 0u       /**< replicate or drop pixels and rows */

@@ -5,7 +5,7 @@
 #ifndef VKROTATE_H
 #define VKROTATE_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 /** Flags of V_RotateBitmap and V_IntRotateBitmap; other bits are ignored. */
 #define ROTATEFLAG_GROW 0x01u     /**< the canvas grows to hold the whole turned image */

@@ -6,7 +6,7 @@
 #ifndef VKTHREAD_H
 #define VKTHREAD_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 V_EXTERN_C_BEGIN
 

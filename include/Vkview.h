@@ -18,7 +18,7 @@
 #ifndef VKVIEW_H
 #define VKVIEW_H
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 V_EXTERN_C_BEGIN
 

@@ -3,7 +3,7 @@
 // implement this.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vktypes.h"
 
 #include <cstdint>
 

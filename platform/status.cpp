@@ -4,7 +4,7 @@
 // which names the operation that failed.
 #include "platform/platform.h"
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

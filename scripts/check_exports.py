@@ -5,7 +5,7 @@ The declarations are taken from the headers as the target's own compiler preproc
 to its own set of names. Three checks, each run when its option is given:
   --library     the library exports every declared function, the members, tables and type information of every declared
                 class, and nothing else, and needs system libraries only
-  --document    the document names every declared function
+  --map         the file is the map of exported names, family by family, that --write-map makes
   --record-test the files name every declared function that takes a bitmap record
 """
 import argparse
@@ -103,6 +103,28 @@ def check_library(declared, options):
     return problems
 
 
+def export_map(names):
+    """The map of exported names: a row for each file of the kernel that defines some."""
+    places = {}
+    for source in sorted((ROOT / "kernel").rglob("*.cpp")):
+        defined = re.findall(r"^[A-Za-z][\w* ]*?\b(V_[A-Z]\w*)\([^;{]*?\) noexcept\s*\{", source.read_text(), re.M | re.S)
+        for name in defined:
+            places[name] = source.relative_to(ROOT).as_posix()
+    rows = {}
+    for name in sorted(set(names) | set(places)):
+        rows.setdefault(places.get(name, "nowhere"), []).append(f"`{name}`")
+    return ("# Where each exported function lives\n\nMade by `scripts/check_exports.py --write-map`; a test compares it with the "
+            "sources. `V_Global...` and `V_DeletePalette`\nexist off Windows only, where the system does not have them. The classes "
+            "of `Vkthreading.h` are in `kernel/threading/`.\n\n| file | functions |\n|---|---|\n"
+            + "".join(f"| `{place}` | {', '.join(found)} |\n" for place, found in sorted(rows.items())))
+
+
+def check_map(names, path):
+    if pathlib.Path(path).read_text() == export_map(names):
+        return []
+    return [f"{path} is not what --write-map makes"]
+
+
 def check_mentions(names, paths, what):
     words = set()
     for path in paths:
@@ -118,7 +140,8 @@ def main():
     parser.add_argument("--objdump")
     parser.add_argument("--filt", default="c++filt", help="the program that gives C++ names back")
     parser.add_argument("--library")
-    parser.add_argument("--document")
+    parser.add_argument("--map")
+    parser.add_argument("--write-map")
     parser.add_argument("--record-test", nargs="+")
     options = parser.parse_args()
 
@@ -126,8 +149,10 @@ def main():
     problems = []
     if options.library:
         problems += check_library(set(functions), options)
-    if options.document:
-        problems += check_mentions(set(functions), [options.document], "functions")
+    if options.write_map:
+        pathlib.Path(options.write_map).write_text(export_map(functions))
+    if options.map:
+        problems += check_map(functions, options.map)
     if options.record_test:
         takers = {name for name, parameters in functions.items() if re.search(r"\bBITMAPHANDLE\s*\*", parameters)}
         problems += check_mentions(takers, options.record_test, "functions that take a record")

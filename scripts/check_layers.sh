@@ -1,36 +1,49 @@
 #!/usr/bin/env bash
-# Checks the rules on the sources that no compiler knows: which folder may include what, and the size of files.
+# Checks the rules on the sources that no compiler knows: which folder may include what, and the size of files. The order
+# of the kernel's folders is the numbered list in docs/architecture.md: a folder includes only those above it there.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 failed=0
+
+fail() {
+    echo "$*" >&2
+    failed=1
+}
 
 # forbid <what is wrong> <pattern of includes> <folders>...
 forbid() {
     local message=$1 pattern=$2
     shift 2
-    local folders=()
-    for folder in "$@"; do
-        [ -d "$folder" ] && folders+=("$folder")
-    done
-    if grep -rnE --include='*.h' --include='*.cpp' --include='*.inc' "^ *# *include +$pattern" "${folders[@]}"; then
-        echo "^ $message" >&2
-        failed=1
+    if grep -rnE --include='*.h' --include='*.cpp' --include='*.inc' "^ *# *include +$pattern" "$@"; then
+        fail "^ $message"
     fi
 }
 
 # Standard C++ headers have no ".h"; vector intrinsics are the compiler's.
-forbid "only platform/ includes system headers" '<([^>]*/|[^>]*[^n]\.h>|[^>]*[^i]n\.h>)' common shared
-forbid "the kernel reaches the system through platform/platform.h alone" '"platform/(posix|win32|fault)/' common shared
-forbid "pixel conversion knows nothing of storage" '"kernel/storage/' common/pixel
-forbid "storage knows nothing of pixel conversion" '"kernel/convert/' common/store
-forbid "the library knows nothing of its tests and tools" '"(tests|tools|bench|fuzz)/' common platform shared include
+forbid "only platform/ includes system headers" '<([^>]*/|[^>]*[^n]\.h>|[^>]*[^i]n\.h>)' kernel
+forbid "the kernel reaches the system through platform/platform.h alone" '"platform/(posix|win32|fault)/' kernel
+forbid "the library knows nothing of its tests and tools" '"(tests|tools|bench|fuzz)/' kernel platform include
+forbid "the back ends know nothing of the kernel" '"kernel/' platform
+
+declare -A place=()
+count=0
+while read -r folder; do
+    place[$folder]=$((++count))
+done < <(sed -nE 's/^[0-9]+\. `([a-z]+)\/`.*/\1/p' docs/architecture.md)
+
+for folder in kernel/*/; do
+    folder=$(basename "$folder")
+    [ -n "${place[$folder]:-}" ] || fail "kernel/$folder/ has no place in the list of docs/architecture.md"
+done
+while IFS=: read -r file include; do
+    from=${file#kernel/} from=${from%%/*}
+    to=${include#*\"kernel/} to=${to%%/*}
+    [ "${place[$to]:-99}" -le "${place[$from]:-0}" ] || fail "$file includes ${include#*include }: $to/ is above $from/"
+done < <(grep -roE --include='*.h' --include='*.cpp' '^#include "kernel/[^"]+"' kernel)
 
 while read -r lines file; do
-    if [ "$file" != total ] && [ "$lines" -gt 500 ]; then
-        echo "$file has $lines lines; split it by topic" >&2
-        failed=1
-    fi
-done < <(find common platform shared tools -name '*.cpp' -o -name '*.h' | xargs wc -l)
+    [ "$file" = total ] || [ "$lines" -le 500 ] || fail "$file has $lines lines; split it by topic"
+done < <(find kernel platform tools include fuzz bench \( -name '*.cpp' -o -name '*.h' -o -name '*.py' \) ! -name Vkkrnx.h -print0 | xargs -0 wc -l)
 
 [ $failed -eq 0 ] && echo "the layers hold"
 exit $failed

@@ -1,7 +1,7 @@
 // Making, replacing and freeing the storage of a bitmap.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/storage/Store.h"
 
 #include <cstdint>

@@ -5,6 +5,7 @@
 // moves their pixels, Staged.h replaces a bitmap on success only; Overlay.cpp and ExtraData.cpp keep what hangs on a
 // record; Callbacks.cpp asks those who want to be asked.
 #include "Vkbitmap.h"
+#include "Vksystem.h"
 
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/bitmap/Callbacks.h"

@@ -1,7 +1,8 @@
 // The callbacks that take part in allocation: one for the process, and nine that a bitmap may carry.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkbitmap.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // Creation in one call.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Vkbitmap.h"
+#include "Vkrecord.h"
 #include "kernel/system/Progress.h"
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // The block a caller may hang on a record.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

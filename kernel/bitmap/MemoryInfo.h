@@ -1,7 +1,7 @@
 // Moving an allocated bitmap's pixels to storage of another kind or other figures.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // The table of a bitmap's overlay slots, as it hangs on `Overlays`.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

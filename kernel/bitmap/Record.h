@@ -1,7 +1,7 @@
 // The bitmap record itself: describing an image, without storage.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

@@ -10,6 +10,8 @@
 #pragma once
 
 #include "Vkbitmap.h"
+#include "Vkrecord.h"
+#include "Vksystem.h"
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"

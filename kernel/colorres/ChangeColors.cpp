@@ -3,6 +3,7 @@
 #include "kernel/colorres/ColorRes.h"
 
 #include "Vkbitmap.h"
+#include "Vksystem.h"
 #include "kernel/system/Checks.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/colorres/ColorRows.h"

@@ -3,7 +3,7 @@
 // Inside: ColorTarget.cpp settles what is asked for, ChangeColors.cpp stages it, ColorRows.h takes rows from the one form
 // to the other; Quantize.h makes palettes (ColorCount.h counts, Cut.h divides, Refine.h improves); GrayScale.h tells what
 // gray is.
-#include "Vkbitmap.h"
+#include "Vkcolorres.h"
 
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Record.h"

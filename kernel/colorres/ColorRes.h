@@ -2,8 +2,7 @@
 // from the one form to the other, kernel/colorres/ makes palettes; here they come together.
 #pragma once
 
-#include "Vkcolor.h"
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/palette/Palette.h"
 
 #include <cstdint>

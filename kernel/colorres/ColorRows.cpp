@@ -1,5 +1,6 @@
 #include "kernel/colorres/ColorRows.h"
 
+#include "Vkconvert.h"
 #include "kernel/system/Checks.h"
 #include "kernel/dither/Dither.h"
 #include "kernel/colorres/GrayScale.h"

@@ -4,7 +4,7 @@
 // Where one step does it all, rows go straight from the source's memory to the destination's.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/rows/RowAccess.h"

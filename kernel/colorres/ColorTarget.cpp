@@ -1,5 +1,5 @@
 // Settling a change of colours: which depth and order, which palette, whether to dither.
-#include "Vkbitmap.h"
+#include "Vkcolorres.h"
 #include "Vkdither.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/colorres/GrayScale.h"

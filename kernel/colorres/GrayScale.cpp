@@ -2,7 +2,7 @@
 // one is gray goes by its order and its palette alone, never by its pixels.
 #include "kernel/colorres/GrayScale.h"
 
-#include "Vkbitmap.h"
+#include "Vkrecord.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/bitmap/Duplicate.h"

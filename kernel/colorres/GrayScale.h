@@ -1,7 +1,7 @@
 // Gray bitmaps: what counts as gray, the significant bits of samples, and the smallest and largest sample.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/format/GrayParams.h"
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 // (Cut.h), and the division is then improved (Refine.h). All arithmetic gives the same result on every system.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vktypes.h"
 #include "kernel/colorres/ColorCount.h"
 
 #include <cstddef>

@@ -2,7 +2,7 @@
 // work is in kernel/convert/.
 #include "kernel/convert/Convert.h"
 
-#include "Vkcolor.h"
+#include "Vkconvert.h"
 #include "kernel/convert/Plan.h"
 
 #include <algorithm>

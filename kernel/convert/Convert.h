@@ -5,7 +5,7 @@
 // arithmetic stand in kernel/convert/.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -5,7 +5,7 @@
 // always the converter's decision (Reduce.h) and never a format's: unpack and pack move bits and change no value.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

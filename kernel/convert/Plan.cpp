@@ -1,7 +1,7 @@
 // Choosing and running a conversion.
 #include "kernel/convert/Plan.h"
 
-#include "Vkcolor.h"
+#include "Vkconvert.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/convert/Fused.h"
 #include "kernel/convert/Gamut.h"

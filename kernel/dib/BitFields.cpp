@@ -1,6 +1,6 @@
 #include "kernel/dib/BitFields.h"
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/dib/Header.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "kernel/dib/Codecs.h"
 
+#include "Vkcodec.h"
 #include "Vkdib.h"
 #include "platform/platform.h"
 

@@ -3,7 +3,7 @@
 #pragma once
 
 #include "Vkcodec.h"
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Device-independent bitmaps in and out.
 #pragma once
 
-#include "Vkdib.h"
+#include "Vkrecord.h"
 #include "kernel/dib/Header.h"
 
 #include <cstdint>

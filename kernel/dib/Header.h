@@ -2,7 +2,7 @@
 // is believed. Sizes are worked out in 64 bits, so that no header can make them wrap.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,6 +1,7 @@
 // From a bitmap to a packed DIB. The DIB is laid out first; then either the bitmap's own block becomes it, or a block
 // is made and rows are put into it, as they are or converted, the bottom one first.
 #include "Vkbitmap.h"
+#include "Vkdib.h"
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRows.h"

@@ -2,7 +2,7 @@
 // functions; kernel/dither/ the engine.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

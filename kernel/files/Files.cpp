@@ -2,7 +2,8 @@
 // every file access of the library goes through.
 #include "kernel/files/Files.h"
 
-#include "Vkkrnx.h"
+#include "Vkfiles.h"
+#include "Vkrecord.h"
 #include "platform/platform.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // The options of temporary files, which hold for the whole process.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vktemp.h"
 
 #include <cstdint>
 

@@ -3,8 +3,8 @@
 // The block of records always ends with one spare record behind the last item, zeroed unless a caller replaced it, so
 // that reading and writing "just past the last item" stays in memory of the list's own. An empty list has no block.
 // Growing copies into a new block before the old one goes; nothing of the list has changed when that fails.
-#include "Vkbitmap.h"
 #include "Vklist.h"
+#include "Vksystem.h"
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Blocks.h"
 #include "kernel/bitmap/Callbacks.h"

@@ -4,7 +4,7 @@
 // kernel/convert/ColorLookup.h) gives the same index for every colour.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

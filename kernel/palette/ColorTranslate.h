@@ -1,7 +1,7 @@
 // Colour values carried from one bitmap to another.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

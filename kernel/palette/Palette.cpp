@@ -3,7 +3,7 @@
 // Inside: FixedPalette.cpp has the built-in ones and palette memory, PaletteBitmap.cpp gives bitmaps theirs,
 // ColorMatch.cpp is the scan that defines the nearest entry, ColorTranslate.cpp carries colour values from bitmap to
 // bitmap, UserMatch.cpp makes tables of matches for callers.
-#include "Vkcolor.h"
+#include "Vkpalette.h"
 
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/ColorTranslate.h"

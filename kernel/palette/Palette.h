@@ -5,7 +5,7 @@
 // ColorMatch.h the search for the nearest entry.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

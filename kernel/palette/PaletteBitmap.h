@@ -1,7 +1,7 @@
 // The palettes that bitmaps own.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

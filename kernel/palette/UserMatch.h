@@ -1,7 +1,7 @@
 // Tables of matches that callers make and install.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vktypes.h"
 
 #include <cstdint>
 

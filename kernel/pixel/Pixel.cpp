@@ -1,6 +1,8 @@
 // Single pixels, as raw bytes and as colours. A colour read goes through the buffer converter, except where a record
 // says more than the converter knows: an index is looked up in the bitmap's own palette, and deep gray has a
 // significant range.
+#include "Vkpixel.h"
+
 #include "kernel/system/Checks.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/convert/Convert.h"

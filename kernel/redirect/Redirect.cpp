@@ -3,6 +3,8 @@
 //
 // Inside: Table.h has the library's table and the thread's slots in front of it, File.h open redirected files, Names.h
 // redirections that go by name, Buffer.h the one into memory; Copy.cpp is the library's own copy operation.
+#include "Vkredirect.h"
+
 #include "kernel/redirect/Buffer.h"
 #include "kernel/redirect/File.h"
 #include "kernel/redirect/Names.h"

@@ -1,6 +1,7 @@
 // The library-wide table under its lock, the thread's slots in front of it, and calls through slots.
 #include "kernel/redirect/Table.h"
 
+#include "Vkfiles.h"
 #include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/redirect/Buffer.h"

@@ -6,7 +6,8 @@
 // operation runs. File.h wraps open files, Buffer.h and Names.h are the ready-made redirections.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
+#include "Vkredirect.h"
 #include "kernel/system/RedirectSlots.h"
 
 #include <cstddef>

@@ -4,7 +4,7 @@
 // the nearest entry is looked for on the way out.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/format/GrayParams.h"
 #include "kernel/convert/Format.h"

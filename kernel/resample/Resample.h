@@ -2,7 +2,7 @@
 // and the arithmetic stand in kernel/resample/; ResizeStream.h hands out rows one by one.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

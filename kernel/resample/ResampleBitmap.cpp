@@ -1,7 +1,7 @@
 // Resampling of whole bitmaps: the destination's rows one after the other, each from the few source rows it needs.
 #include "kernel/resample/Resample.h"
 
-#include "Vkresample.h"
+#include "Vkbitmap.h"
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/GrayScale.h"

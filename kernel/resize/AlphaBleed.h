@@ -2,7 +2,7 @@
 // colour from visible neighbours. Alpha itself stays.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

@@ -1,7 +1,7 @@
 // Resizing 1-bit bitmaps so that black wins: thin lines of a page stay when it shrinks.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

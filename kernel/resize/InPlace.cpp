@@ -1,6 +1,8 @@
 // Replacing a bitmap by a resized one. The new bitmap is staged; the source is only read, and where its colours are
 // bled first that happens in a copy, so that a failure anywhere leaves the caller's record right.
 #include "kernel/resize/AlphaBleed.h"
+#include "Vkcolorres.h"
+#include "Vkresize.h"
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRes.h"

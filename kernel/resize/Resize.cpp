@@ -4,7 +4,9 @@
 // Inside: ResizeRows.cpp chooses how one bitmap goes into another of the same format; Stretch.cpp brings formats and
 // perspectives together first, InPlace.cpp replaces a bitmap by itself resized. Nearest.h steps through rows, FavorBlack.h
 // and AlphaBleed.h are what its flags ask for; ResizeLine.h and ScanLine.h serve single rows, ResizeStream.h streams.
+#include "Vkresample.h"
 #include "Vkresize.h"
+#include "Vkrows.h"
 
 #include "kernel/format/RowMath.h"
 #include "kernel/resize/Resize.h"

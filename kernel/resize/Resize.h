@@ -2,7 +2,7 @@
 // Stretch.cpp brings depths and view perspectives together first.
 #pragma once
 
-#include "Vkresize.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

@@ -2,7 +2,7 @@
 // state remembers the last one for those who look at it.
 #include "kernel/resize/ResizeLine.h"
 
-#include "Vkresize.h"
+#include "Vkrecord.h"
 #include "kernel/resize/ScanLine.h"
 #include "platform/platform.h"
 

@@ -2,6 +2,7 @@
 // once, however many destination rows take it.
 #include "kernel/resize/Resize.h"
 
+#include "Vkresize.h"
 #include "kernel/system/Checks.h"
 #include "kernel/resize/FavorBlack.h"
 #include "kernel/colorres/GrayScale.h"

@@ -1,7 +1,8 @@
 #include "kernel/resize/ResizeStream.h"
 
-#include "Vkbitmap.h"
+#include "Vkcolorres.h"
 #include "Vkresample.h"
+#include "Vksystem.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/rows/Locks.h"

@@ -6,7 +6,7 @@
 // (ColorRows.h).
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/colorres/ColorRows.h"
 #include "kernel/rows/RowAccess.h"

@@ -1,6 +1,8 @@
 // Resizing into a bitmap of another depth or view perspective: the source is brought to both in temporary bitmaps
 // first. What hangs on the destination follows its pixels.
 #include "kernel/bitmap/Callbacks.h"
+#include "Vkcolorres.h"
+#include "Vkresize.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/bitmap/Duplicate.h"

@@ -2,7 +2,7 @@
 // ends far below the distance of any entry from the middle between two integers, so the table is the same everywhere.
 #include "kernel/rotate/Angle.h"
 
-#include "Vkrotate.h"
+#include "Vkrecord.h"
 
 #include <array>
 #include <cmath>

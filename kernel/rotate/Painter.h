@@ -2,7 +2,7 @@
 // source pixels that lie in memory. Turn.cpp cuts the canvas into such boxes and brings the source pixels there.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/rotate/Geometry.h"
 
 #include <cstddef>

@@ -3,6 +3,7 @@
 // Inside: RotateBitmap.cpp settles what is asked and stages the result, Geometry.h says where a pixel comes from,
 // TurnPixels.h walks the canvas, and two painters take the pixels: Nearest.h, and Filter.h with the forms of Samples.h.
 #include "Vkrotate.h"
+#include "Vksystem.h"
 
 #include "kernel/rotate/Angle.h"
 #include "kernel/rotate/Rotate.h"

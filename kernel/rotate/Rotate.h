@@ -2,7 +2,7 @@
 // they are taken (Nearest.h, Filter.h) and how they get there from any storage (Turn.h).
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstdint>
 

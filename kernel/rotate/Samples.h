@@ -6,7 +6,7 @@
 // bits. A constant picture comes back to the bit.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/format/GrayParams.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/convert/ColorLookup.h"

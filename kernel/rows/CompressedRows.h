@@ -1,7 +1,7 @@
 // Rows of 1-bit bitmaps in run-length form.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/format/RowMath.h"
 
 #include <cstddef>

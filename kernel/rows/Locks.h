@@ -1,7 +1,7 @@
 // Access counting for the kernel itself, and the guard that every operation on whole bitmaps holds.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

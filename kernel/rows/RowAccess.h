@@ -2,7 +2,7 @@
 // through a buffer and the row functions. Both classes work on a bitmap that is accessed and that check_rows accepts.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,7 +2,7 @@
 // whole bitmaps moves its pixels through these two, whatever the storage.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

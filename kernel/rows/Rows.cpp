@@ -3,6 +3,8 @@
 // Inside: Locks.cpp counts access, RowCol.cpp moves bytes and is the one place where positions are checked, Segments.cpp
 // and CompressedRows.cpp stand on it; RowAccess.h gives whole-bitmap operations their rows, in place where they are
 // memory.
+#include "Vkrows.h"
+
 #include "kernel/rows/CompressedRows.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/rows/RowCol.h"

@@ -1,7 +1,8 @@
 // Chosen pixels of a row.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
+#include "Vkrows.h"
 
 #include <cstdint>
 

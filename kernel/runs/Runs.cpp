@@ -2,7 +2,7 @@
 //
 // Inside: RunLength.h says what the form is; RunLength.cpp chooses among the vector forms of the coder, which
 // RunLengthKernel.h holds, RunLengthPlain.cpp is what they must equal, RunLengthRows.cpp works on coded rows.
-#include "Vkkrnx.h"
+#include "Vkruns.h"
 
 #include "kernel/runs/RunLength.h"
 

@@ -2,7 +2,7 @@
 // All of it is for records whose flags say Compressed and whose storage this store made.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,8 @@
 // Storage files: the system's through the file layer, others through the operations they were opened with.
 #include "kernel/storage/StorageFile.h"
 
-#include "Vkkrnx.h"
+#include "Vkfiles.h"
+#include "Vkredirect.h"
 #include "kernel/files/Files.h"
 #include "kernel/temp/Temp.h"
 #include "kernel/redirect/File.h"

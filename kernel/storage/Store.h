@@ -7,7 +7,7 @@
 // What an allocation made hangs on the record's `Handle`, and is freed from there even when `Data` was exchanged.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Packing, unpacking and the cache. Every function behind the public ones runs with the bands locked.
 #include "kernel/storage/SuperBands.h"
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/storage/codec/Busy.h"
 #include "platform/platform.h"
 

@@ -2,7 +2,8 @@
 // A check returns SUCCESS or the code to hand back; callers test in the documented order.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
+#include "Vksystem.h"
 
 #include <cstdint>
 

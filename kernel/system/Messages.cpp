@@ -1,7 +1,7 @@
 // The English texts of the result codes.
 #include "kernel/system/Messages.h"
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

@@ -1,7 +1,8 @@
 // Progress of an operation through the calling thread's status callback: 0 first, then each percentage once.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
+#include "Vksystem.h"
 #include "kernel/system/ThreadState.h"
 
 #include <cstdint>

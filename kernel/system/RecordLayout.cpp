@@ -1,6 +1,7 @@
 // The layouts that others rely on without seeing our headers: every field of the record by its offset, and the sizes of
 // the other records.
-#include "Vkkrnx.h"
+#include "Vksystem.h"
+#include "Vktemp.h"
 
 #include <cstddef>
 

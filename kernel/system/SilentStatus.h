@@ -1,7 +1,7 @@
 // Takes the calling thread's status callback away for a while, so that what an operation is made of reports nothing.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vksystem.h"
 #include "kernel/system/ThreadState.h"
 
 namespace vk {

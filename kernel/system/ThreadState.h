@@ -3,7 +3,8 @@
 // value, and is gone with the thread: it holds values and borrowed pointers only, nothing to free.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
+#include "Vksystem.h"
 #include "kernel/system/RedirectSlots.h"
 
 #include <cstdint>

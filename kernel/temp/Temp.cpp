@@ -2,6 +2,8 @@
 //
 // Inside: TempNames.cpp makes names, with the operations that the file will be opened with. The options are kept further
 // down, in kernel/files/, because the redirect table asks for them too.
+#include "Vktemp.h"
+
 #include "kernel/temp/Temp.h"
 
 #include "kernel/files/TempOptions.h"

@@ -1,7 +1,7 @@
 // Names and creation of temporary files.
 #include "kernel/temp/Temp.h"
 
-#include "Vkkrnx.h"
+#include "Vkfiles.h"
 #include "kernel/system/Text.h"
 #include "platform/platform.h"
 

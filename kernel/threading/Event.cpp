@@ -1,5 +1,6 @@
 // VKWaitEvent: a handle of the platform's event. Copies have handles of their own for the same event, so that every
 // object closes what it has, once.
+#include "Vkrecord.h"
 #include "Vkthreading.h"
 
 #include "platform/platform.h"

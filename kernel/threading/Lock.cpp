@@ -1,5 +1,6 @@
 // VKReaderWriterLock and its guard. A hold is released once: copies of a guard take it over. Copies of a lock are locks
 // of their own, since a system lock must stay where it is.
+#include "Vkrecord.h"
 #include "Vkthreading.h"
 
 #include "platform/platform.h"

@@ -3,6 +3,7 @@
 // What is found out once stays for the life of the process.
 #include "kernel/threading/Tools.h"
 
+#include "Vkrecord.h"
 #include "Vkthreading.h"
 #include "platform/platform.h"
 #include "kernel/threading/Once.h"

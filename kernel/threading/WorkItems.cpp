@@ -3,6 +3,7 @@
 // An item on its way is a record on the heap, which is freed before the item counts as done: once the last one has
 // counted, the batch may be gone. The counter and the flags are changed atomically, whatever the options; the lock,
 // when the options ask for it, comes on top. It is never held while an item's callback runs.
+#include "Vkthread.h"
 #include "Vkthreading.h"
 
 #include "platform/platform.h"

@@ -1,7 +1,7 @@
 // Flip and reverse of what a bitmap shows. Which of the two that is on its stored rows depends on the view perspective.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

@@ -5,7 +5,7 @@
 // Bitmaps are allocated and their records checked. Progress counts rows of the bitmap and has begun.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 #include "kernel/system/Progress.h"
 
 namespace vk {

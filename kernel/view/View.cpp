@@ -2,9 +2,9 @@
 //
 // Inside: Relayout.h is the one operation behind all of them, which moves each pixel once; MirrorRow.h and Transpose.h
 // are its kernels. ViewPerspective.h knows how perspectives relate, ViewPoints.h carries points and rectangles.
+#include "Vkbitmap.h"
 #include "Vkview.h"
 
-#include "Vkbitmap.h"
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/system/Checks.h"

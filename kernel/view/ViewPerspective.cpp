@@ -3,7 +3,6 @@
 #include "kernel/view/ViewPerspective.h"
 
 #include "Vkbitmap.h"
-#include "Vkview.h"
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/system/Checks.h"

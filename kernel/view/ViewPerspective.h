@@ -2,7 +2,7 @@
 // one. A perspective is told by what turns the stored data into the top-left form: a flip, then a turn.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vkrecord.h"
 
 namespace vk {
 

@@ -2,7 +2,7 @@
 // index size - 1; the right and bottom of a rectangle lie just outside it.
 #pragma once
 
-#include "Vkkrnx.h"
+#include "Vktypes.h"
 #include "kernel/view/ViewPerspective.h"
 
 namespace vk {

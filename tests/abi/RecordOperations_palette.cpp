@@ -1,7 +1,7 @@
 // Palettes.
 #include "tests/abi/RecordOperations.h"
 
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 
 namespace vk::testing {
 

@@ -5,7 +5,7 @@
 #include "tests/support/TestBitmap.h"
 #include "tests/support/TestRandom.h"
 
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 
 namespace vk::testing {
 

@@ -4,7 +4,7 @@
 #include "tests/support/TestBitmap.h"
 #include "tests/support/TestRandom.h"
 
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 
 using namespace vk::testing;
 

@@ -2,7 +2,7 @@
 // slow reference for every pair of formats under random flags, ranges, palettes and widths, between guard pages.
 #include "kernel/convert/Convert.h"
 
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 #include "kernel/convert/Format.h"
 #include "kernel/convert/Fused.h"
 #include "tests/reference/ConvertReference.h"

@@ -1,7 +1,7 @@
 // The nearest entry, colour values between bitmaps, and match tables.
 #include "kernel/palette/ColorMatch.h"
 
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/TestRandom.h"
 

@@ -1,5 +1,5 @@
 // Built-in palettes against their rules, palette memory, palette objects, and what bitmaps do with palettes.
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/FaultLoop.h"
 

@@ -5,7 +5,7 @@
 #include "tests/support/TestRandom.h"
 
 #include "Vkbitmap.h"
-#include "Vkcolor.h"
+#include "Vkkrnx.h"
 #include "Vkresize.h"
 #include "Vkview.h"
 

@@ -1,6 +1,5 @@
 // Interpolated rotation beside its definition in doubles, pixel by pixel: each channel, weighted by alpha, with the
 // fill around the image.
-#include "Vkcolor.h"
 #include "Vkkrnx.h"
 #include "tests/rotate/RotateSupport.h"
 

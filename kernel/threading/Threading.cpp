@@ -2,10 +2,11 @@
 //
 // What the new thread needs lies on the heap, and goes before the routine runs; a caller that waits keeps the result
 // and the event on its stack instead, which is safe because it leaves only when the event is set.
+#include "Vkthread.h"
+
 #include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
 
-#include "Vkthread.h"
 
 #include <new>
 
