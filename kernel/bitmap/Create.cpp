@@ -4,6 +4,7 @@
 
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Checks.h"
+#include "kernel/format/Depths.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/bitmap/Record.h"
 
@@ -13,7 +14,7 @@ namespace {
 
 constexpr int32_t kGrayDepth = 8; ///< what 0 bits per pixel stands for
 
-int32_t depth_of(const Creation& creation) noexcept
+int32_t depth_asked(const Creation& creation) noexcept
 {
     return creation.bits == 0 ? kGrayDepth : creation.bits;
 }
@@ -25,7 +26,7 @@ bool wants_gray_palette(const Creation& creation) noexcept
 
 RGBQUAD* make_palette(const Creation& creation) noexcept
 {
-    const int32_t bits = depth_of(creation);
+    const int32_t bits = depth_asked(creation);
     if (wants_gray_palette(creation))
         return new_gray_palette(bits);
     return new_palette(creation.palette ? creation.palette : fixed_palette(bits), 1u << bits);
@@ -33,7 +34,7 @@ RGBQUAD* make_palette(const Creation& creation) noexcept
 
 int give_colors(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 {
-    if (depth_of(creation) > 8) {
+    if (!is_indexed(depth_asked(creation))) {
         bitmap.Order = creation.order;
         return V_SUCCESS;
     }
@@ -45,7 +46,7 @@ int give_colors(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 /// The order that allocation callbacks see.
 int32_t order_of(const Creation& creation) noexcept
 {
-    const bool indexed_gray = creation.bits <= 8 && creation.order == COLORORDER_GRAY && !creation.palette;
+    const bool indexed_gray = is_indexed(depth_asked(creation)) && creation.order == COLORORDER_GRAY && !creation.palette;
     return creation.bits == 0 || indexed_gray ? COLORORDER_RGB : creation.order;
 }
 
@@ -60,9 +61,9 @@ int set_view(BITMAPHANDLE& bitmap, int32_t perspective) noexcept
 /// Everything after initialisation; a failure leaves parts for the caller to free.
 int create_initialised(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 {
-    const int32_t depth = depth_of(creation);
+    const int32_t depth = depth_asked(creation);
     bitmap.Order = order_of(creation);
-    if (bitmap.Order == COLORORDER_ROMM && depth != 24 && depth != 48)
+    if (bitmap.Order == COLORORDER_ROMM && !has_order(depth, COLORORDER_ROMM))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     int result = set_view(bitmap, creation.perspective);
     if (result == V_SUCCESS)
@@ -79,7 +80,7 @@ int create_initialised(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 
 int create_bitmap(BITMAPHANDLE& bitmap, uint32_t struct_size, const Creation& creation) noexcept
 {
-    int result = init_bitmap(bitmap, struct_size, creation.width, creation.height, depth_of(creation),
+    int result = init_bitmap(bitmap, struct_size, creation.width, creation.height, depth_asked(creation),
                              creation.callbacks);
     if (result == V_SUCCESS) {
         result = create_initialised(bitmap, creation);

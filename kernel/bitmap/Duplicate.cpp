@@ -39,15 +39,10 @@ int32_t order_like(const BITMAPHANDLE& source, int32_t bits) noexcept
     const int32_t order = source.Order;
     if (bits == source.BitsPerPixel)
         return order;
-    if (bits <= 8)
-        return COLORORDER_RGB;
-    if (bits == 12)
-        return COLORORDER_GRAY;
-    if (source.BitsPerPixel <= 8)
-        return COLORORDER_BGR;
-    const bool is_possible = order == COLORORDER_RGB || (is_gray(order) && (bits == 16 || bits == 32)) ||
-                             (order == COLORORDER_ROMM && (bits == 24 || bits == 48));
-    return is_possible ? order : COLORORDER_BGR;
+    // An index says nothing of orders, and the fields of a word nothing to other depths.
+    const bool is_possible = !is_indexed(bits) && source.BitsPerPixel > kMostIndexBits &&
+                             order != COLORORDER_RGB565 && has_order(bits, order);
+    return is_possible ? order : usual_order(bits);
 }
 
 /// A request for storage of the source's kind.
@@ -102,7 +97,7 @@ int copy_palette(BITMAPHANDLE& made, const BITMAPHANDLE& source) noexcept
 {
     const int32_t bits = made.BitsPerPixel;
     const uint32_t colors = palette_entries(source);
-    if (bits > 8 || colors == 0)
+    if (!is_indexed(bits) || colors == 0)
         return V_SUCCESS;
     return give_palette(made, source.Palette, std::min(colors, 1u << bits));
 }

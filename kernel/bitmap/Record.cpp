@@ -12,30 +12,13 @@ namespace vk {
 
 namespace {
 
-/// Bits per pixel that have no gray range.
-constexpr int32_t kNoGrayRangeDepth = 32;
-
-void set_colors(BITMAPHANDLE& bitmap, int32_t bits) noexcept
+void set_colors(BITMAPHANDLE& bitmap, const Depth& depth) noexcept
 {
-    if (bits <= 8) {
-        bitmap.Order = COLORORDER_RGB;
-        bitmap.Colors = 1u << bits;
-    } else {
-        bitmap.Order = bits == 12 ? COLORORDER_GRAY : COLORORDER_BGR;
-    }
-}
-
-void set_gray_range(BITMAPHANDLE& bitmap, int32_t bits) noexcept
-{
-    int32_t high = bits - 1;
-    if (bits == 16 || bits == 48 || bits == 64)
-        high = 15;
-    else if (bits == 24)
-        high = 7;
-    else if (bits == kNoGrayRangeDepth)
-        high = -1; // on purpose: such data has no range of gray bits
-    bitmap.PaintHighBit = high;
-    bitmap.HighBit = high;
+    bitmap.Order = depth.usual_order;
+    if (depth.indexed)
+        bitmap.Colors = 1u << depth.bits;
+    bitmap.PaintHighBit = depth.high_bit;
+    bitmap.HighBit = depth.high_bit;
 }
 
 int32_t resolution(int32_t setting) noexcept
@@ -53,10 +36,9 @@ void describe(BITMAPHANDLE& bitmap, int32_t width, int32_t height, int32_t bits)
     set_data_size(bitmap, plain_size(bitmap));
     bitmap.DitheringMethod = defaults.default_dithering;
     bitmap.ViewPerspective = BOTTOM_LEFT;
-    set_colors(bitmap, bits);
+    set_colors(bitmap, depth_of(bits));
     bitmap.XResolution = resolution(defaults.default_x_resolution);
     bitmap.YResolution = resolution(defaults.default_y_resolution);
-    set_gray_range(bitmap, bits);
     bitmap.PaintGamma = 100;
 }
 

@@ -15,9 +15,11 @@ using namespace vk;
 
 namespace {
 
+/// The depths that gray may be asked for: levels, and samples that look-up tables are made for.
 int check_depth(int32_t bits) noexcept
 {
-    return bits == 0 || bits == 8 || bits == 12 || bits == 16 ? V_SUCCESS : V_ERROR_INVALID_BITS_PER_PIXEL;
+    const bool is_gray = bits == 0 || bits == kMostIndexBits || is_short_gray(bits, COLORORDER_GRAY);
+    return is_gray ? V_SUCCESS : V_ERROR_INVALID_BITS_PER_PIXEL;
 }
 
 ColorResRequest gray_request(int32_t bits) noexcept
@@ -74,12 +76,12 @@ int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, i
         return result;
     if (pBitmap->BitsPerPixel < 1 || pBitmap->BitsPerPixel > 32)
         return V_ERROR_INVALID_BITS_PER_PIXEL;
-    const GrayParams params = gray_params_of(*pBitmap);
+    const GrayRange range = gray_range_of(*pBitmap);
     if (puMask)
-        *puMask = params.mask;
+        *puMask = range.mask();
     if (pnShift)
-        *pnShift = params.shift;
+        *pnShift = range.low_bit();
     if (pnBits)
-        *pnBits = params.bits;
+        *pnBits = static_cast<int32_t>(range.bits);
     return V_SUCCESS;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/format/Depths.h"
 #include "kernel/palette/Palette.h"
 
 #include <cstdint>
@@ -29,7 +30,7 @@ struct ColorTarget {
     bool passed = false;    ///< the palette is one the caller passed
     RGBQUAD entries[kMaxPaletteEntries] = {};
 
-    bool indexed() const noexcept { return bits <= 8; }
+    bool indexed() const noexcept { return is_indexed(bits); }
     /// Gray levels that are their own indices.
     bool gray_levels() const noexcept { return gray_ramp && bits == 8; }
 };

@@ -21,11 +21,6 @@ constexpr uint64_t kBufferBytes = 256 * 1024;
 /// Fewer pixels than this do not pay for a prepared look-up.
 constexpr int64_t kFewPixels = 4096;
 
-bool has_alpha(int32_t bits, int32_t order) noexcept
-{
-    return bits == 64 || (bits == 32 && order != COLORORDER_GRAY);
-}
-
 } // namespace
 
 ColorRows::~ColorRows()
@@ -55,7 +50,7 @@ void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
     const GrayKind kind = gray_kind(source);
     is_gray_ = kind != GrayKind::none;
     first_ = {bits, source.Order, nullptr};
-    if (bits <= 8) {
+    if (is_indexed(bits)) {
         first_.order = source.Order == COLORORDER_GRAY && bits == 8 ? COLORORDER_GRAY : COLORORDER_RGB;
         // Indices past the entries in use are black.
         const RGBQUAD* const own = source.Palette;
@@ -64,11 +59,9 @@ void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
         first_.palette = palette_;
     }
     if (kind == GrayKind::deep) {
-        const GrayParams params = gray_params_of(source);
-        first_.low = params.shift;
-        first_.high = params.shift + params.bits - 1;
-        sample_shift_ = params.shift;
-        sample_mask_ = params.mask;
+        samples_ = gray_range_of(source);
+        first_.low = samples_.low_bit();
+        first_.high = samples_.high_bit();
     }
     has_transparency_ = source.Flags & BITMAPFLAG_TRANSPARENCY && !has_alpha(bits, source.Order);
     transparent_ = source.Transparency;
@@ -77,17 +70,17 @@ void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
 /// The table of 16-bit channels counts where more than 8 bits of a channel are wanted, or where it is the only one.
 int ColorRows::open_table(const BITMAPHANDLE& source) noexcept
 {
-    if (!is_deep_gray(source) || source.BitsPerPixel > 16 || !(source.Flags & BITMAPFLAG_USELUT))
+    if (!is_short_gray(source.BitsPerPixel, source.Order) || !(source.Flags & BITMAPFLAG_USELUT))
         return V_SUCCESS;
     lut_ = source.LUT;
     lut16_ = is_current(source) ? source.LUT16 : nullptr;
-    const bool is_deep_target = target_->bits > 32 || (target_->order == COLORORDER_GRAY && !target_->indexed());
+    const bool is_deep_target = depth_of(target_->bits).channel_bits > 8 || (target_->order == COLORORDER_GRAY && !target_->indexed());
     if (lut_ && lut16_)
         is_deep_target ? void(lut_ = nullptr) : void(lut16_ = nullptr);
     if (!lut_ && !lut16_)
         return V_SUCCESS;
     const uint32_t held = lut_ ? source.LUTLength : source.LUTLength16;
-    if (held <= sample_mask_)
+    if (held <= samples_.mask())
         return V_ERROR_INVALID_LUT_LENGTH;
     has_table_ = true;
     is_gray_ = false;
@@ -132,7 +125,7 @@ int ColorRows::open_buffers() noexcept
 /// by all entries the depth can index.
 int ColorRows::open_matching() noexcept
 {
-    const bool asks_little = form_for_last().bits <= 8 || int64_t{width_} * height_ < kFewPixels;
+    const bool asks_little = is_indexed(form_for_last().bits) || int64_t{width_} * height_ < kFewPixels;
     if (asks_little && target_->count == 1u << target_->bits)
         return V_SUCCESS;
     const uint64_t pixels = asks_little ? 256 : static_cast<uint64_t>(width_) * static_cast<uint64_t>(height_);
@@ -182,16 +175,15 @@ ConvertJob ColorRows::job(const Form& from, const Form& to) const noexcept
 template <class Entry> void ColorRows::expand_row(const uint8_t* row, const Entry* table, uint8_t* out) const noexcept
 {
     constexpr size_t kBytes = sizeof(Entry) == 4 ? 4 : 6; // a palette entry is BGR and a spare byte, or 48-bit BGR
-    for (size_t i = 0; i < static_cast<size_t>(width_); ++i) {
-        uint32_t sample = 0;
-        if (first_.bits == 12)
-            sample = extract_12(row + i + i / 2, static_cast<uint32_t>(i));
-        else
-            sample = row[2 * i] | uint32_t{row[2 * i + 1]} << 8;
-        std::memcpy(out + kBytes * i, table + (sample >> sample_shift_ & sample_mask_), kBytes);
-        if constexpr (kBytes == 4)
-            out[4 * i + 3] = 0xFF;
-    }
+    const GrayRange samples = samples_;
+    with_depth(first_.bits, [&]<int32_t kBits>() noexcept {
+        if constexpr (is_short_gray(kBits, COLORORDER_GRAY))
+            for (size_t i = 0; i < static_cast<size_t>(width_); ++i) {
+                std::memcpy(out + kBytes * i, table + samples.extract(pixel_at<kBits>(row, i)), kBytes);
+                if constexpr (kBytes == 4)
+                    out[4 * i + 3] = 0xFF;
+            }
+    });
 }
 
 SourceRows ColorRows::expand(SourceRows src, int32_t rows) noexcept

@@ -7,6 +7,7 @@
 #include "Vkrecord.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/convert/Convert.h"
+#include "kernel/format/GrayRange.h"
 #include "kernel/rows/RowAccess.h"
 
 #include <cstddef>
@@ -67,8 +68,7 @@ private:
     bool has_middle_ = false;
     const RGBQUAD* lut_ = nullptr;
     const V_RGBQUAD16* lut16_ = nullptr;
-    uint32_t sample_mask_ = 0;
-    int32_t sample_shift_ = 0;
+    GrayRange samples_; ///< of a deep gray source
     RowBuffer table_rows_;
     RowBuffer middle_rows_;
 

@@ -4,12 +4,11 @@
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/palette/Palette.h"
-#include "kernel/format/RowMath.h"
+#include "kernel/format/Depths.h"
 #include "kernel/convert/Gray.h"
 #include "platform/display.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace vk {
 
@@ -17,37 +16,11 @@ namespace {
 
 constexpr uint32_t kAllFlags = COLORRES_ORDER_MASK | COLORRES_PALETTE_MASK | COLORRES_NODITHER;
 
-/// Orders of the depths above 8 bits; the first is the default.
-struct DepthOrders {
-    int32_t bits;
-    int32_t count;
-    int32_t orders[5];
-};
-constexpr DepthOrders kDepthOrders[] = {
-    {12, 1, {COLORORDER_GRAY}},
-    {16, 4, {COLORORDER_BGR, COLORORDER_RGB, COLORORDER_GRAY, COLORORDER_RGB565}},
-    {24, 3, {COLORORDER_BGR, COLORORDER_RGB, COLORORDER_ROMM}},
-    {32, 3, {COLORORDER_BGR, COLORORDER_RGB, COLORORDER_GRAY}},
-    {48, 3, {COLORORDER_BGR, COLORORDER_RGB, COLORORDER_ROMM}},
-    {64, 2, {COLORORDER_BGR, COLORORDER_RGB}},
-};
-
-int settle_deep_order(uint32_t flag, ColorTarget& target) noexcept
+/// The order that a flag names, among those of the depth.
+int settle_order(int32_t bits, uint32_t flag, int32_t& order) noexcept
 {
-    const auto* const depth = std::find_if(std::begin(kDepthOrders), std::end(kDepthOrders),
-                                           [&](const DepthOrders& d) noexcept { return d.bits == target.bits; });
-    if (depth == std::end(kDepthOrders))
-        return V_ERROR_INVALID_BITS_PER_PIXEL;
-    const int32_t* const end = depth->orders + depth->count;
-    const int32_t wanted = flag == COLORRES_ORDER_DEFAULT ? depth->orders[0] : static_cast<int32_t>(flag) - 1;
-    target.order = wanted;
-    return std::find(depth->orders, end, wanted) != end ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
-}
-
-bool is_order_of_indices(uint32_t flag) noexcept
-{
-    return flag == COLORRES_ORDER_DEFAULT || flag == COLORRES_ORDER_RGB || flag == COLORRES_ORDER_BGR ||
-           flag == COLORRES_ORDER_GRAY || flag == COLORRES_ORDER_RGB565;
+    order = flag == COLORRES_ORDER_DEFAULT ? usual_order(bits) : static_cast<int32_t>(flag) - 1;
+    return has_order(bits, order) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
 }
 
 int use_entries(ColorTarget& target, const RGBQUAD* entries, uint32_t count) noexcept
@@ -142,13 +115,14 @@ int settle_target(const BITMAPHANDLE& source, const ColorResRequest& request, Co
     target.bits = settled.bits;
     if (!is_bitmap_depth(target.bits))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
-    const uint32_t order = settled.flags & COLORRES_ORDER_MASK;
+    int32_t order = COLORORDER_RGB;
+    int result = settle_order(target.bits, settled.flags & COLORRES_ORDER_MASK, order);
     if (!target.indexed())
-        return settle_deep_order(order, target);
-    if (!is_order_of_indices(order))
-        return V_ERROR_INVALID_PARAMETER;
+        target.order = order;
+    if (!target.indexed() || result != V_SUCCESS)
+        return result;
     const bool is_nearest = settled.flags & COLORRES_NODITHER || source.DitheringMethod == DITHER_NONE;
-    const int result = settle_palette(settled, target);
+    result = settle_palette(settled, target);
     target.dithered = !is_nearest && !target.gray_levels();
     return result;
 }
@@ -167,7 +141,7 @@ bool has_form(const BITMAPHANDLE& bitmap, const ColorTarget& target) noexcept
 
 void drop_useless_dithering(const BITMAPHANDLE& source, ColorTarget& target) noexcept
 {
-    if (!target.dithered || source.BitsPerPixel > 8 || source.Order == COLORORDER_GRAY)
+    if (!target.dithered || source.BitsPerPixel > kMostIndexBits || source.Order == COLORORDER_GRAY)
         return;
     const RGBQUAD* const own = source.Palette ? source.Palette : fixed_palette(source.BitsPerPixel);
     const uint32_t count = source.Palette ? palette_entries(source) : 1u << source.BitsPerPixel;

@@ -13,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <cstring>
 
 namespace vk {
 
@@ -54,25 +53,13 @@ struct Limits {
     }
 };
 
-template <class Sample>
-void see_samples(const uint8_t* row, uint32_t width, const GrayParams& params, Limits& limits) noexcept
+void see_row(const uint8_t* row, int32_t bits, uint32_t width, const GrayRange& range, Limits& limits) noexcept
 {
-    for (uint32_t i = 0; i < width; ++i) {
-        Sample sample;
-        std::memcpy(&sample, row + i * sizeof sample, sizeof sample);
-        limits.see(static_cast<uint32_t>(sample >> params.shift) & params.mask);
-    }
-}
-
-void see_row(const uint8_t* row, int32_t bits, uint32_t width, const GrayParams& params, Limits& limits) noexcept
-{
-    if (bits == 16)
-        see_samples<uint16_t>(row, width, params, limits);
-    else if (bits == 32)
-        see_samples<uint32_t>(row, width, params, limits);
-    else
-        for (uint32_t i = 0; i < width; ++i)
-            limits.see(extract_12(row + i + i / 2, i) >> params.shift & params.mask);
+    with_depth(bits, [&]<int32_t kBits>() noexcept {
+        if constexpr (kBits > kMostIndexBits && has_order(kBits, COLORORDER_GRAY))
+            for (uint32_t i = 0; i < width; ++i)
+                limits.see(range.extract(pixel_at<kBits>(row, i)));
+    });
 }
 
 } // namespace
@@ -80,7 +67,7 @@ void see_row(const uint8_t* row, int32_t bits, uint32_t width, const GrayParams&
 GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept
 {
     const int32_t bits = bitmap.BitsPerPixel;
-    if (bits > 8 || bits < 1)
+    if (!is_indexed(bits))
         return is_deep_gray(bitmap) ? GrayKind::deep : GrayKind::none;
     if (bits == 8 && bitmap.Order == COLORORDER_GRAY)
         return GrayKind::ramp;
@@ -92,9 +79,9 @@ GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept
 
 int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept
 {
-    if (!is_deep_gray(bitmap))
+    if (!is_deep_gray(bitmap) || !has_order(bitmap.BitsPerPixel, bitmap.Order))
         return V_SUCCESS;
-    const GrayParams params = gray_params_of(bitmap);
+    const GrayRange range = gray_range_of(bitmap);
     const auto width = static_cast<uint32_t>(bitmap.Width);
     RowReader reader(bitmap);
     const int32_t batch = buffered_rows(bitmap, bitmap);
@@ -105,7 +92,7 @@ int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept
         const uint8_t* data = nullptr;
         result = reader.read(row, rows, &data);
         for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i)
-            see_row(data + size_t{bitmap.BytesPerLine} * static_cast<uint32_t>(i), bitmap.BitsPerPixel, width, params,
+            see_row(data + size_t{bitmap.BytesPerLine} * static_cast<uint32_t>(i), bitmap.BitsPerPixel, width, range,
                     limits);
         row += rows;
     }

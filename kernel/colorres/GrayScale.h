@@ -2,22 +2,23 @@
 #pragma once
 
 #include "Vkrecord.h"
-#include "kernel/format/GrayParams.h"
+#include "kernel/format/Depths.h"
+#include "kernel/format/GrayRange.h"
 
 #include <cstdint>
 
 namespace vk {
 
-/// Gray samples of more than 8 bits.
+/// Gray samples of more bits than indices have.
 inline bool is_deep_gray(const BITMAPHANDLE& bitmap) noexcept
 {
-    return bitmap.Order == COLORORDER_GRAY && bitmap.BitsPerPixel > 8;
+    return bitmap.Order == COLORORDER_GRAY && bitmap.BitsPerPixel > kMostIndexBits;
 }
 
 /// The significant bits of a bitmap of up to 32 bits per pixel.
-inline GrayParams gray_params_of(const BITMAPHANDLE& bitmap) noexcept
+inline GrayRange gray_range_of(const BITMAPHANDLE& bitmap) noexcept
 {
-    return gray_params(bitmap.BitsPerPixel, bitmap.LowBit, bitmap.HighBit);
+    return gray_range_within(bitmap.BitsPerPixel, bitmap.LowBit, bitmap.HighBit);
 }
 
 /// As V_IntIsGrayScaleBitmap answers.

@@ -2,6 +2,7 @@
 #include "kernel/convert/Format.h"
 
 #include <cstring>
+#include <numeric>
 
 namespace vk::pixel {
 namespace {
@@ -77,29 +78,53 @@ template <unsigned Bits> void pack_index(const void* work, uint8_t* packed, size
     }
 }
 
-// Gray of 12 bits, two pixels in three bytes, little-endian; of 16 and 32 bits, whole words.
+// Gray in a stream of bits, least significant bit first: as many pixels as fill bytes go through one word. Gray of 16
+// and 32 bits is whole words.
 
-void unpack_gray12(const uint8_t* packed, void* work, size_t count) noexcept
+template <unsigned Bits> struct GrayGroup {
+    static_assert(packing_of(Bits) == Packing::low_first);
+    static constexpr size_t kPixels = 8 / std::gcd(Bits, 8u);
+    static constexpr size_t kBytes = kPixels * Bits / 8;
+    static constexpr uint64_t kMask = (uint64_t{1} << Bits) - 1;
+    static_assert(kBytes <= sizeof(uint64_t));
+};
+
+template <unsigned Bits> void unpack_gray_stream(const uint8_t* packed, void* work, size_t count) noexcept
 {
+    using Group = GrayGroup<Bits>;
     auto* out = static_cast<uint32_t*>(work);
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* at = packed + i / 2 * 3;
-        out[i] = i % 2 == 0 ? at[0] | (at[1] & 0x0Fu) << 8 : static_cast<uint32_t>(at[1] >> 4 | at[2] << 4);
+    const auto group = [&](size_t bytes, size_t pixels) noexcept {
+        uint64_t stream = 0;
+        for (size_t i = 0; i < bytes; ++i) {
+            stream |= uint64_t{packed[i]} << (8 * i);
+        }
+        for (size_t i = 0; i < pixels; ++i) {
+            out[i] = static_cast<uint32_t>(stream >> (Bits * i) & Group::kMask);
+        }
+    };
+    for (; count >= Group::kPixels; count -= Group::kPixels, packed += Group::kBytes, out += Group::kPixels) {
+        group(Group::kBytes, Group::kPixels);
     }
+    group((count * Bits + 7) / 8, count);
 }
 
-void pack_gray12(const void* work, uint8_t* packed, size_t count) noexcept
+template <unsigned Bits> void pack_gray_stream(const void* work, uint8_t* packed, size_t count) noexcept
 {
+    using Group = GrayGroup<Bits>;
     const auto* in = static_cast<const uint32_t*>(work);
-    for (size_t i = 0; i < count; i += 2) {
-        const bool pair = i + 1 < count;
-        const uint32_t second = pair ? in[i + 1] : 0;
-        *packed++ = static_cast<uint8_t>(in[i]);
-        *packed++ = static_cast<uint8_t>((in[i] >> 8 & 0x0Fu) | (second & 0x0Fu) << 4);
-        if (pair) {
-            *packed++ = static_cast<uint8_t>(second >> 4);
+    const auto group = [&](size_t pixels, size_t bytes) noexcept {
+        uint64_t stream = 0;
+        for (size_t i = 0; i < pixels; ++i) {
+            stream |= (in[i] & Group::kMask) << (Bits * i);
         }
+        for (size_t i = 0; i < bytes; ++i) {
+            packed[i] = static_cast<uint8_t>(stream >> (8 * i));
+        }
+    };
+    for (; count >= Group::kPixels; count -= Group::kPixels, packed += Group::kBytes, in += Group::kPixels) {
+        group(Group::kPixels, Group::kBytes);
     }
+    group(count, (count * Bits + 7) / 8);
 }
 
 template <class Word> void unpack_gray(const uint8_t* packed, void* work, size_t count) noexcept
@@ -230,6 +255,11 @@ constexpr Format byte_row(int32_t bits, int32_t order, Work work) noexcept
     return {bits, order, work, false, false, copy_bytes_in, copy_bytes_out};
 }
 
+template <unsigned Bits> constexpr Format gray_stream_row() noexcept
+{
+    return {Bits, COLORORDER_GRAY, Work::gray_deep, false, false, unpack_gray_stream<Bits>, pack_gray_stream<Bits>};
+}
+
 template <class Word> constexpr Format gray_row(int32_t bits) noexcept
 {
     return {bits, COLORORDER_GRAY, Work::gray_deep, false, false, unpack_gray<Word>, pack_gray<Word>};
@@ -271,7 +301,7 @@ constexpr Format kFormats[] = {
     index_row<7>(),
     byte_row(8, COLORORDER_GRAY, Work::gray8),
     byte_row(8, kAnyOrder, Work::index8),
-    {12, COLORORDER_GRAY, Work::gray_deep, false, false, unpack_gray12, pack_gray12},
+    gray_stream_row<12>(),
     gray_row<uint16_t>(16),
     fields_row<0, 10, 5>(COLORORDER_RGB),
     fields_row<10, 0, 5>(COLORORDER_BGR),
@@ -289,24 +319,54 @@ constexpr Format kFormats[] = {
     channels_row<Rgba16, true>(COLORORDER_BGR),
 };
 
-/// Orders a depth without channels may be given: all but wide gamut, which needs channels.
-constexpr bool is_neutral_order(int32_t order) noexcept
+/// An order of its own comes before the any-order row of the same depth.
+constexpr const Format* format_of(int32_t bits, int32_t order) noexcept
 {
-    return order == COLORORDER_RGB || order == COLORORDER_BGR || order == COLORORDER_GRAY || order == COLORORDER_RGB565;
-}
-
-} // namespace
-
-const Format* find_format(int32_t bits, int32_t order) noexcept
-{
-    // An order of its own comes before the any-order row of the same depth.
     for (const Format& format : kFormats) {
-        const bool same = format.order == kAnyOrder ? is_neutral_order(order) : format.order == order;
+        const bool same =
+            format.order == kAnyOrder ? has_order(format.stored_bits(), order) : format.order == order;
         if (format.bits == bits && same) {
             return &format;
         }
     }
     return nullptr;
+}
+
+/// Each order of a depth has a format, and no format has an order that its depth does not have.
+consteval bool has_all_formats(int32_t bits) noexcept
+{
+    for (int32_t order = 0; order < 32; ++order) {
+        if (has_order(bits, order) != (format_of(bits, order) != nullptr)) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(every_depth(has_all_formats));
+
+/// What the depths say of a format: indices, gray or colour, and alpha.
+consteval bool do_formats_agree() noexcept
+{
+    for (const Format& format : kFormats) {
+        const int32_t bits = format.stored_bits();
+        const bool is_gray = format.order == COLORORDER_GRAY || format.bits == 0;
+        const Work work = is_gray ? (is_indexed(bits) ? Work::gray8 : Work::gray_deep)
+                          : is_indexed(bits)                    ? Work::index8
+                          : depth_of(bits).channel_bits > 8     ? Work::rgba16
+                                                                : Work::rgba8;
+        if (format.work != work || format.alpha != (!is_gray && has_alpha(bits, format.order))) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(do_formats_agree());
+
+} // namespace
+
+const Format* find_format(int32_t bits, int32_t order) noexcept
+{
+    return format_of(bits, order);
 }
 
 const Format& gray8_samples() noexcept

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/format/Depths.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -163,7 +163,7 @@ void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t cou
         return (reinterpret_cast<uintptr_t>(dst) + format_bytes(*plan.dst, pixel)) % kLine == 0;
     };
     while (lead < 8 * kLine && !begins_line(lead)) {
-        lead += plan.src->stored_bits() < 8 || plan.dst->stored_bits() < 8 ? 8 : 1;
+        lead += is_whole_bytes(plan.src->stored_bits()) && is_whole_bytes(plan.dst->stored_bits()) ? 1 : 8;
     }
     const size_t kept = pixels_of(path.slack, *plan.src);
     if (path.stream == nullptr || !begins_line(lead) || count < lead + kept + path.step) {

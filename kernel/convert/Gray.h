@@ -2,7 +2,8 @@
 // operations is part of the result.
 #pragma once
 
-#include <algorithm>
+#include "kernel/format/GrayRange.h"
+
 #include <cstdint>
 
 namespace vk::pixel {
@@ -12,20 +13,6 @@ constexpr uint32_t gray_of(uint32_t red, uint32_t green, uint32_t blue) noexcept
 {
     return (5u * green + 2u * red + blue + 4u) >> 3u;
 }
-
-/// The significant bits of a gray sample.
-struct GrayRange {
-    uint32_t bits = 8;  ///< how many, 1 to 32
-    uint32_t shift = 0; ///< how far up they stand; may lie outside of the sample, which then holds nothing
-
-    constexpr uint32_t extract(uint32_t sample) const noexcept
-    {
-        const uint32_t down = shift < 32 ? sample >> shift : 0u;
-        return bits < 32 ? down & ((1u << bits) - 1u) : down;
-    }
-    constexpr bool operator==(const GrayRange&) const noexcept = default;
-    constexpr uint32_t place(uint32_t value) const noexcept { return shift < 32 ? value << shift : 0u; }
-};
 
 /// Repeats the `bits` bits of a value from the top of a 32-bit word down.
 constexpr uint32_t repeat_bits(uint32_t value, uint32_t bits) noexcept

@@ -40,16 +40,8 @@ bool normalise_flags(const ConvertJob& job, uint32_t* flags) noexcept
 bool significant_range(const ConvertJob& job, const Format& format, uint32_t flag, GrayRange* range) noexcept
 {
     const bool used = flag != 0 && format.deep_gray();
-    const int32_t bits = format.stored_bits();
-    const int64_t high = used && job.high_bit >= 0 ? job.high_bit : bits - 1;
-    const int64_t low = used && job.low_bit > 0 ? job.low_bit : 0;
-    const int64_t count = high - low + 1 < bits ? high - low + 1 : bits;
-    if (count < 1) {
-        return false;
-    }
-    range->bits = static_cast<uint32_t>(count);
-    range->shift = static_cast<uint32_t>(high - count + 1);
-    return true;
+    *range = gray_range_as_stated(format.stored_bits(), used ? job.low_bit : 0, used ? job.high_bit : -1);
+    return range->bits != 0;
 }
 
 bool choose_formats(const ConvertJob& job, uint32_t flags, Plan* plan) noexcept
@@ -73,7 +65,7 @@ void choose_palettes(const ConvertJob& job, Plan* plan) noexcept
     if (plan->dst->indexed()) {
         const RGBQUAD* palette = job.dst_palette != nullptr ? job.dst_palette : fixed_palette(job.dst_bits);
         plan->matcher.prepare(palette, 1u << job.dst_bits, job.lookup);
-        if (job.src_bits == 12 || (job.src_bits == 16 && plan->src->deep_gray())) {
+        if (is_short_gray(job.src_bits, job.src_order)) {
             plan->src_palette16 = job.src_palette16;
         }
     }

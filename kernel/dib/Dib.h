@@ -3,6 +3,7 @@
 
 #include "Vkrecord.h"
 #include "kernel/dib/Header.h"
+#include "kernel/format/Depths.h"
 
 #include <cstdint>
 
@@ -32,7 +33,8 @@ HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept;
 /// Depths that bitmaps take from DIBs as they are.
 constexpr bool is_dib_depth(int32_t bits) noexcept
 {
-    return (bits >= 1 && bits <= 8) || bits == 16 || bits == 24 || bits == 32;
+    constexpr int32_t kMostDibBits = 32;
+    return is_bitmap_depth(bits) && !is_gray_only(bits) && bits <= kMostDibBits;
 }
 
 /// Codes whose pixels a codec module decodes.

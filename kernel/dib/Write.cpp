@@ -43,26 +43,14 @@ struct DibLayout {
     bool has_masks() const noexcept { return bits == 16 && order == COLORORDER_RGB565; }
 };
 
+/// The depth that holds a bitmap's pixels: indices stay what they are, channels get a byte each.
 int32_t dib_bits(int32_t bits, int32_t order) noexcept
 {
-    switch (bits) {
-    case 2:
-    case 3:
-        return 4;
-    case 5:
-    case 6:
-    case 7:
-        return 8;
-    case 12:
-    case 48:
+    if (is_indexed(bits))
+        return bits == 1 ? 1 : bits <= 4 ? 4 : 8;
+    if (is_short_gray(bits, order) || is_gray_only(bits))
         return 24;
-    case 16:
-        return order == COLORORDER_GRAY ? 24 : 16;
-    case 64:
-        return 32;
-    default:
-        return bits;
-    }
+    return has_fields(bits) ? 16 : 8 * depth_of(bits).channels;
 }
 
 uint32_t header_bytes(uint32_t type) noexcept
@@ -80,7 +68,7 @@ bool lay_out(const BITMAPHANDLE& bitmap, uint32_t type, Fields fields, DibLayout
     if (fields == Fields::keep && bits == 16 && bitmap.Order == COLORORDER_RGB565)
         layout.order = COLORORDER_RGB565;
     layout.header_bytes = header_bytes(type);
-    if (bits <= 8) {                      // a bitmap that says nothing of its colours has all its depth can index
+    if (is_indexed(bits)) {               // a bitmap that says nothing of its colours has all its depth can index
         const uint32_t most = 1u << bits; // which is what a palette's block holds, whatever the record says is in use
         layout.colors = std::min<uint32_t>(bitmap.Colors != 0 ? bitmap.Colors : most, most);
     }
@@ -90,7 +78,7 @@ bool lay_out(const BITMAPHANDLE& bitmap, uint32_t type, Fields fields, DibLayout
     header.bits = static_cast<uint16_t>(layout.bits);
     layout.stride = header.stride();
     layout.image = header.plain_bytes();
-    layout.as_stored = layout.bits == bits && (bits <= 8 || bitmap.Order == layout.order);
+    layout.as_stored = layout.bits == bits && (is_indexed(bits) || bitmap.Order == layout.order);
     return layout.total() <= UINT32_MAX;
 }
 
@@ -162,7 +150,7 @@ public:
     }
 
 private:
-    bool converts_colors() const noexcept { return !layout_.as_stored && bitmap_.BitsPerPixel > 8; }
+    bool converts_colors() const noexcept { return !layout_.as_stored && !is_indexed(bitmap_.BitsPerPixel); }
     size_t stride() const noexcept { return static_cast<size_t>(layout_.stride); }
     uint8_t* place(int32_t row) const noexcept { return image_ + stride() * static_cast<uint32_t>(row); }
 
@@ -183,7 +171,7 @@ private:
         if (layout_.as_stored) {
             written = std::min(line_, stride());
             std::memcpy(to, from, written);
-        } else if (bitmap_.BitsPerPixel <= 8) {
+        } else if (is_indexed(bitmap_.BitsPerPixel)) {
             widen_indices(from, to);
         } else {
             result = colors_.run({from, line_}, {to, stride()}, 1);
@@ -200,10 +188,7 @@ private:
         std::memset(to, 0, used_);
         for (uint32_t x = 0; x < width; ++x) {
             const uint32_t index = extract_bits(from + column_offset(bits, static_cast<int32_t>(x)), bits, x);
-            if (layout_.bits == 8)
-                to[x] = static_cast<uint8_t>(index);
-            else
-                to[x / 2] = static_cast<uint8_t>(to[x / 2] | index << (x % 2 ? 0 : 4));
+            insert_bits(to + column_offset(layout_.bits, static_cast<int32_t>(x)), layout_.bits, x, index);
         }
     }
 

@@ -45,7 +45,7 @@ void do_rows(DitherState& state, uint8_t* src, size_t src_stride, uint8_t* dst, 
 /// True when the row's bytes are the levels.
 bool is_plain_gray8(const DitherState& state) noexcept
 {
-    return state.format->work == pixel::Work::gray8 && state.gray == GrayParams{};
+    return state.format->work == pixel::Work::gray8 && state.gray == GrayRange{};
 }
 
 void do_lanes(DitherState& state, uint8_t* src, size_t src_stride, uint8_t* dst, size_t dst_stride,

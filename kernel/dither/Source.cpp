@@ -40,8 +40,9 @@ template <class Out> void read_deep(const DitherState& state, const uint8_t* row
 {
     uint32_t samples[kChunk];
     state.format->unpack(row, samples, count);
+    const GrayRange range = state.gray;
     for (size_t i = 0; i < count; ++i) {
-        const uint8_t level = gray_level(samples[i], state.gray);
+        const uint8_t level = range.level(samples[i]);
         if constexpr (sizeof(Out) == 1) {
             out[i] = level;
         } else {

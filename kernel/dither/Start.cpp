@@ -56,7 +56,7 @@ Kind kind_of(const Request& request) noexcept
 bool valid_request(const BITMAPHANDLE& bitmap, const Request& request) noexcept
 {
     return bitmap.Width >= 0 && bitmap.BitsPerPixel > 0 && is_method(bitmap.DitheringMethod) && request.colors >= 1 &&
-           request.colors <= kMaxPaletteEntries && request.bits >= 1 && request.bits <= 8 &&
+           request.colors <= kMaxPaletteEntries && is_indexed(request.bits) &&
            request.colors <= 1u << request.bits && (request.palette != nullptr || request.match_table == nullptr) &&
            pixel::find_format(bitmap.BitsPerPixel, bitmap.Order) != nullptr;
 }
@@ -95,8 +95,8 @@ void set_source(DitherState& state, const BITMAPHANDLE& bitmap) noexcept
     state.src_bits = bitmap.BitsPerPixel;
     state.src_order = bitmap.Order;
     state.format = pixel::find_format(bitmap.BitsPerPixel, bitmap.Order);
-    state.gray = gray_params(std::min(state.src_bits, 32), bitmap.LowBit, bitmap.HighBit);
-    if (state.src_bits > 8) {
+    state.gray = gray_range_within(std::min(state.src_bits, 32), bitmap.LowBit, bitmap.HighBit);
+    if (!is_indexed(state.src_bits)) {
         return;
     }
     const RGBQUAD* palette = bitmap.Palette;
@@ -105,7 +105,7 @@ void set_source(DitherState& state, const BITMAPHANDLE& bitmap) noexcept
     palette = palette != nullptr ? palette : fixed_palette(state.src_bits);
     for (uint32_t i = 0; i < largest; ++i) {
         const uint32_t entry = i < colors ? color_word(palette[i]) : 0u;
-        state.src_colors[i] = state.format->indexed() ? entry : gray_word(gray_level(i, state.gray));
+        state.src_colors[i] = state.format->indexed() ? entry : gray_word(state.gray.level(i));
         state.src_grays[i] = blue_of(state.src_colors[i]);
     }
 }

@@ -6,7 +6,7 @@
 #pragma once
 
 #include "kernel/dither/Dither.h"
-#include "kernel/format/GrayParams.h"
+#include "kernel/format/GrayRange.h"
 #include "kernel/dither/Methods.h"
 #include "kernel/convert/Format.h"
 
@@ -89,7 +89,7 @@ struct DitherState {
     int32_t src_bits;
     int32_t src_order;
     const pixel::Format* format;
-    GrayParams gray;
+    GrayRange gray;
     uint32_t src_colors[256]; ///< of an indexed source
     uint8_t src_grays[256];   ///< gray level of each byte, of an indexed or 8-bit gray source
 

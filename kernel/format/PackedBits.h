@@ -1,43 +1,51 @@
-// Where pixels lie inside the bytes of a row. Depths of 1 to 7 bits are one bit stream, most significant bit first; at
-// 12 bits two pixels share three bytes, little-endian: the even pixel's high nibble is the low one of the middle byte.
+// Where pixels lie inside the bytes of a row, by the packing of their depth (Depths.h). The functions take any number of
+// bits; what is no depth is a stream of bits, highest first.
 #pragma once
 
+#include "kernel/format/Depths.h"
+
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace vk {
 
 /// Bits of the byte holding the first bit of pixel `column` that belong to that pixel or later ones.
 constexpr uint8_t head_mask(int32_t bits, uint32_t column) noexcept
 {
-    if (bits == 12)
-        return column % 2 ? 0xF0 : 0xFF;
-    return static_cast<uint8_t>(0xFFu >> (uint64_t{column} * static_cast<uint32_t>(bits) % 8));
+    const auto before = static_cast<uint32_t>(uint64_t{column} * static_cast<uint32_t>(bits) % 8);
+    return static_cast<uint8_t>(packing_of(bits) == Packing::low_first ? 0xFFu << before : 0xFFu >> before);
 }
 
 /// Bits of the byte holding the last bit of the pixel before `end` that belong to that pixel or earlier ones.
 constexpr uint8_t tail_mask(int32_t bits, uint32_t end) noexcept
 {
-    if (bits == 12)
-        return end % 2 ? 0x0F : 0xFF;
-    const uint64_t used = uint64_t{end} * static_cast<uint32_t>(bits) % 8;
-    return static_cast<uint8_t>(used ? 0xFF00u >> used : 0xFFu);
+    const auto used = static_cast<uint32_t>(uint64_t{end} * static_cast<uint32_t>(bits) % 8);
+    if (used == 0)
+        return 0xFF;
+    return static_cast<uint8_t>(packing_of(bits) == Packing::low_first ? 0xFFu >> (8 - used) : 0xFF00u >> used);
 }
 
-/// The pixel of 1 to 7 bits whose bytes start at `bytes`; column is its place in the row.
-constexpr uint32_t extract_bits(const uint8_t* bytes, int32_t bits, uint32_t column) noexcept
+namespace packed {
+
+constexpr uint32_t bits_before(int32_t bits, uint32_t column) noexcept
+{
+    return static_cast<uint32_t>(uint64_t{column} * static_cast<uint32_t>(bits) % 8);
+}
+
+constexpr uint32_t extract_high_first(const uint8_t* bytes, int32_t bits, uint32_t column) noexcept
 {
     const auto depth = static_cast<uint32_t>(bits);
-    const auto first = static_cast<uint32_t>(uint64_t{column} * depth % 8);
+    const uint32_t first = bits_before(bits, column);
     const uint32_t second = first + depth > 8 ? bytes[1] : 0;
     const uint32_t window = uint32_t{bytes[0]} << 8 | second;
     return window >> (16 - first - depth) & ((1u << depth) - 1);
 }
 
-/// Replaces that pixel and leaves its neighbours alone.
-constexpr void insert_bits(uint8_t* bytes, int32_t bits, uint32_t column, uint32_t value) noexcept
+constexpr void insert_high_first(uint8_t* bytes, int32_t bits, uint32_t column, uint32_t value) noexcept
 {
     const auto depth = static_cast<uint32_t>(bits);
-    const auto first = static_cast<uint32_t>(uint64_t{column} * depth % 8);
+    const uint32_t first = bits_before(bits, column);
     const uint32_t shift = 16 - first - depth;
     const uint32_t mask = ((1u << depth) - 1) << shift;
     const bool straddles = first + depth > 8;
@@ -48,20 +56,57 @@ constexpr void insert_bits(uint8_t* bytes, int32_t bits, uint32_t column, uint32
         bytes[1] = static_cast<uint8_t>(window);
 }
 
-/// The 12-bit pixel whose bytes start at `bytes`.
-constexpr uint32_t extract_12(const uint8_t* bytes, uint32_t column) noexcept
+/// More bits than a byte has touch two bytes at least.
+constexpr uint32_t extract_low_first(const uint8_t* bytes, int32_t bits, uint32_t column) noexcept
 {
-    return column % 2 ? uint32_t{bytes[0]} >> 4 | uint32_t{bytes[1]} << 4 : bytes[0] | (bytes[1] & 0x0Fu) << 8;
+    const auto depth = static_cast<uint32_t>(bits);
+    const uint32_t first = bits_before(bits, column);
+    uint32_t window = bytes[0] | uint32_t{bytes[1]} << 8;
+    if (first + depth > 16)
+        window |= uint32_t{bytes[2]} << 16;
+    return window >> first & ((1u << depth) - 1);
 }
 
-constexpr void insert_12(uint8_t* bytes, uint32_t column, uint32_t value) noexcept
+constexpr void insert_low_first(uint8_t* bytes, int32_t bits, uint32_t column, uint32_t value) noexcept
 {
-    if (column % 2) {
-        bytes[0] = static_cast<uint8_t>((bytes[0] & 0x0Fu) | (value & 0x0Fu) << 4);
-        bytes[1] = static_cast<uint8_t>(value >> 4);
+    const auto depth = static_cast<uint32_t>(bits);
+    const uint32_t first = bits_before(bits, column);
+    const uint32_t mask = ((1u << depth) - 1) << first;
+    const uint32_t placed = value << first & mask;
+    bytes[0] = static_cast<uint8_t>((bytes[0] & ~mask) | placed);
+    bytes[1] = static_cast<uint8_t>((bytes[1] & ~(mask >> 8)) | placed >> 8);
+    if (first + depth > 16)
+        bytes[2] = static_cast<uint8_t>((bytes[2] & ~(mask >> 16)) | placed >> 16);
+}
+
+} // namespace packed
+
+/// The pixel whose bytes start at `bytes`, of up to 8 bits or of a depth that is no whole bytes; column is its place in
+/// the row.
+constexpr uint32_t extract_bits(const uint8_t* bytes, int32_t bits, uint32_t column) noexcept
+{
+    return packing_of(bits) == Packing::low_first ? packed::extract_low_first(bytes, bits, column)
+                                                  : packed::extract_high_first(bytes, bits, column);
+}
+
+/// Replaces that pixel and leaves its neighbours alone.
+constexpr void insert_bits(uint8_t* bytes, int32_t bits, uint32_t column, uint32_t value) noexcept
+{
+    packing_of(bits) == Packing::low_first ? packed::insert_low_first(bytes, bits, column, value)
+                                           : packed::insert_high_first(bytes, bits, column, value);
+}
+
+/// Pixel `column` of a row, of up to 32 bits.
+template <int32_t kBits> uint32_t pixel_at(const uint8_t* row, size_t column) noexcept
+{
+    static_assert(kBits <= 32);
+    const uint8_t* const bytes = row + column * static_cast<size_t>(kBits) / 8;
+    if constexpr (packing_of(kBits) == Packing::bytes) {
+        uint32_t value = 0;
+        std::memcpy(&value, bytes, kBits / 8);
+        return value;
     } else {
-        bytes[0] = static_cast<uint8_t>(value);
-        bytes[1] = static_cast<uint8_t>((bytes[1] & 0xF0u) | (value >> 8 & 0x0Fu));
+        return extract_bits(bytes, kBits, static_cast<uint32_t>(column));
     }
 }
 

@@ -43,7 +43,7 @@ constexpr COLORREF index_form(uint32_t index) noexcept
 
 bool is_indexed(const BITMAPHANDLE& bitmap) noexcept
 {
-    return bitmap.BitsPerPixel <= 8;
+    return bitmap.BitsPerPixel <= kMostIndexBits;
 }
 
 /// The colour of a palette index; false when the bitmap has no such entry.

@@ -85,7 +85,7 @@ RGBQUAD* allocate_palette(uint32_t count) noexcept
 
 const RGBQUAD* fixed_palette(int32_t bits) noexcept
 {
-    return bits >= 1 && bits <= 8 ? kFixed[static_cast<size_t>(bits)] : nullptr;
+    return is_indexed(bits) ? kFixed[static_cast<size_t>(bits)] : nullptr;
 }
 
 const RGBQUAD* gray_levels() noexcept

@@ -20,7 +20,7 @@ using namespace vk;
 
 int V_GetFixedPalette(RGBQUAD* pPalette, int32_t nBits) noexcept
 {
-    if (pPalette == nullptr || nBits < 0 || nBits > 8) {
+    if (pPalette == nullptr || (nBits != 0 && !is_indexed(nBits))) {
         return ERROR_INVALID_PARAMETER;
     }
     const RGBQUAD* entries = nBits == 0 ? gray_levels() : fixed_palette(nBits);
@@ -41,7 +41,7 @@ const RGBQUAD* V_IntGetNetscapePalette(void) noexcept
 
 RGBQUAD* V_CreateFixedPalette(int32_t nBits) noexcept
 {
-    if (nBits < 0 || nBits > 8) {
+    if (nBits != 0 && !is_indexed(nBits)) {
         return nullptr;
     }
     const int32_t bits = nBits == 0 ? 1 : nBits;
@@ -50,7 +50,7 @@ RGBQUAD* V_CreateFixedPalette(int32_t nBits) noexcept
 
 RGBQUAD* V_CreateGrayPalette(int32_t nBits) noexcept
 {
-    if (nBits < 0 || nBits > 8) {
+    if (nBits != 0 && !is_indexed(nBits)) {
         return nullptr;
     }
     return new_gray_palette(nBits == 0 ? 8 : nBits);
@@ -163,7 +163,7 @@ int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) noexcept
         return result;
     }
     const int32_t bits = pBitmap->BitsPerPixel;
-    return bits < 1 || bits > 8 ? ERROR_INVALID_BITS_PER_PIXEL : give_gray_palette(*pBitmap);
+    return is_indexed(bits) ? give_gray_palette(*pBitmap) : ERROR_INVALID_BITS_PER_PIXEL;
 }
 
 int V_CreateBitmapFixedPalette(BITMAPHANDLE* pBitmap) noexcept

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/format/Depths.h"
 
 #include <cstdint>
 
@@ -29,7 +30,7 @@ inline uint32_t palette_entries(const BITMAPHANDLE& bitmap) noexcept
 {
     const int32_t bits = bitmap.BitsPerPixel;
     const uint32_t stated = bitmap.Colors;
-    if (!bitmap.Palette || bits < 1 || bits > 8)
+    if (!bitmap.Palette || !is_indexed(bits))
         return 0;
     return stated < 1u << bits ? stated : 1u << bits;
 }

@@ -2,11 +2,13 @@
 // says more than the converter knows: an index is looked up in the bitmap's own palette, and deep gray has a
 // significant range.
 #include "Vkpixel.h"
+#include "Vkconvert.h"
 
 #include "kernel/system/Checks.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/rows/Locks.h"
+#include "kernel/format/GrayRange.h"
 #include "kernel/format/PackedBits.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/rows/RowCol.h"
@@ -19,7 +21,7 @@ namespace vk {
 namespace {
 
 constexpr COLORREF kNoColor = 0x80000000u;
-constexpr size_t kMaxPixelBytes = 8;
+constexpr size_t kMaxPixelBytes = kMostBits / 8;
 constexpr uint32_t kIndexForm = 0x01;
 constexpr uint32_t kGrayForm = 0x04;
 
@@ -31,52 +33,44 @@ constexpr COLORREF rgb(uint32_t red, uint32_t green, uint32_t blue) noexcept
 /// A pixel that the record has, of a size that any depth has.
 bool is_inside(const BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
 {
-    constexpr int32_t kMostBits = 8 * static_cast<int32_t>(kMaxPixelBytes);
     return bitmap.BitsPerPixel >= 1 && bitmap.BitsPerPixel <= kMostBits && row >= 0 && row < bitmap.Height &&
            column >= 0 && column < bitmap.Width;
 }
 
 bool is_deep_gray(const BITMAPHANDLE& bitmap) noexcept
 {
-    return bitmap.Order == COLORORDER_GRAY && bitmap.BitsPerPixel > 8;
+    return bitmap.Order == COLORORDER_GRAY && bitmap.BitsPerPixel > kMostIndexBits;
 }
 
-/// The bits of a gray sample that count. No wider than the sample, but it may reach past the sample's end.
-struct GrayRange {
-    int64_t low;
-    int32_t bits;
+bool is_long_gray(const BITMAPHANDLE& bitmap) noexcept
+{
+    return vk::is_long_gray(bitmap.BitsPerPixel, bitmap.Order);
+}
 
-    explicit GrayRange(const BITMAPHANDLE& bitmap) noexcept
-    {
-        const int32_t depth = bitmap.BitsPerPixel;
-        const int64_t first = std::max<int64_t>(bitmap.LowBit, 0);
-        const int64_t last = bitmap.HighBit < 0 ? depth - 1 : bitmap.HighBit;
-        bits = static_cast<int32_t>(std::clamp<int64_t>(last - first + 1, 1, depth));
-        low = std::max<int64_t>(last - bits + 1, 0);
-    }
-};
+/// The bits of a gray sample that count, of which there is one at least; they may reach past the sample's end.
+GrayRange gray_range_of(const BITMAPHANDLE& bitmap) noexcept
+{
+    GrayRange range = gray_range_as_stated(bitmap.BitsPerPixel, bitmap.LowBit, bitmap.HighBit);
+    range.bits = std::max(range.bits, 1u);
+    return range;
+}
 
-/// Gray samples of 12 and 16 bits have a colour: the top 8 bits of their range.
+/// Short gray samples have a colour: the top 8 bits of their range.
 COLORREF deep_gray_color(const BITMAPHANDLE& bitmap, const uint8_t* pixel, int32_t column) noexcept
 {
-    uint32_t sample = 0;
-    if (bitmap.BitsPerPixel == 12)
-        sample = extract_12(pixel, static_cast<uint32_t>(column));
-    else if (bitmap.BitsPerPixel == 16)
-        sample = pixel[0] | uint32_t{pixel[1]} << 8;
-    else
+    const int32_t bits = bitmap.BitsPerPixel;
+    if (!is_short_gray(bits, bitmap.Order))
         return kNoColor;
-    const GrayRange range(bitmap);
-    const uint32_t largest = (1u << range.bits) - 1;
-    const uint32_t value = range.low < 32 ? sample >> range.low & largest : 0;
-    const uint32_t gray = range.bits >= 8 ? value >> (range.bits - 8) : value * 255 / largest;
+    const uint32_t sample = is_whole_bytes(bits) ? pixel[0] | uint32_t{pixel[1]} << 8
+                                                 : extract_bits(pixel, bits, static_cast<uint32_t>(column));
+    const uint32_t gray = gray_range_of(bitmap).level(sample);
     return rgb(gray, gray, gray);
 }
 
 COLORREF indexed_color(const BITMAPHANDLE& bitmap, const uint8_t* pixel, int32_t column) noexcept
 {
     const int32_t bits = bitmap.BitsPerPixel;
-    const uint32_t index = bits == 8 ? pixel[0] : extract_bits(pixel, bits, static_cast<uint32_t>(column));
+    const uint32_t index = extract_bits(pixel, bits, static_cast<uint32_t>(column));
     const RGBQUAD* const palette = bitmap.Palette;
     if (!palette)
         return rgb(index, index, index); // unscaled: a 1-bit pixel reads as 0 or 1
@@ -122,10 +116,7 @@ int write_index(const BITMAPHANDLE& bitmap, uint8_t* pixel, int32_t column, COLO
     const int64_t index = index_of(bitmap, color);
     if (index < 0)
         return V_ERROR_INVALID_PARAMETER;
-    if (bitmap.BitsPerPixel == 8)
-        pixel[0] = static_cast<uint8_t>(index);
-    else
-        insert_bits(pixel, bitmap.BitsPerPixel, static_cast<uint32_t>(column), static_cast<uint32_t>(index));
+    insert_bits(pixel, bitmap.BitsPerPixel, static_cast<uint32_t>(column), static_cast<uint32_t>(index));
     return V_SUCCESS;
 }
 
@@ -144,17 +135,18 @@ int write_deep(const BITMAPHANDLE& bitmap, uint8_t* pixel, int32_t column, COLOR
     job.dst_bits = bitmap.BitsPerPixel;
     job.dst_order = bitmap.Order;
     if (is_deep_gray(bitmap)) {
-        const GrayRange range(bitmap);
-        constexpr uint32_t kUseDestinationRange = 0x08;
-        job.flags = kUseDestinationRange;
-        job.low_bit = static_cast<int32_t>(std::min<int64_t>(range.low, bitmap.BitsPerPixel - 1));
-        job.high_bit = std::min(job.low_bit + range.bits, static_cast<int32_t>(bitmap.BitsPerPixel)) - 1;
+        const GrayRange range = gray_range_of(bitmap);
+        const int32_t bits = bitmap.BitsPerPixel;
+        job.flags = CVT_DST_USE_BITS;
+        job.low_bit = std::min(range.low_bit(), bits - 1);
+        job.high_bit = std::min(job.low_bit + static_cast<int32_t>(range.bits), bits) - 1;
     }
     const int result = convert_buffer(converted, job);
     if (result != V_SUCCESS)
         return result;
-    if (bitmap.BitsPerPixel == 12)
-        insert_12(pixel, static_cast<uint32_t>(column), extract_12(converted, 0));
+    if (!is_whole_bytes(bitmap.BitsPerPixel))
+        insert_bits(pixel, bitmap.BitsPerPixel, static_cast<uint32_t>(column),
+                    extract_bits(converted, bitmap.BitsPerPixel, 0));
     else
         std::copy_n(converted, packed_bytes(1, bitmap.BitsPerPixel), pixel);
     return V_SUCCESS;
@@ -162,7 +154,7 @@ int write_deep(const BITMAPHANDLE& bitmap, uint8_t* pixel, int32_t column, COLOR
 
 COLORREF pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
 {
-    if (is_deep_gray(bitmap) && bitmap.BitsPerPixel == 32)
+    if (is_long_gray(bitmap))
         return kNoColor;
     uint8_t pixel[kMaxPixelBytes] = {};
     const size_t bytes = pixel_bytes(bitmap.BitsPerPixel, column);
@@ -170,7 +162,7 @@ COLORREF pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
     if (access.result() != V_SUCCESS || get_row_col(bitmap, pixel, row, column, bytes) != static_cast<intptr_t>(bytes))
         return kNoColor;
     access.release();
-    if (bitmap.BitsPerPixel <= 8)
+    if (is_indexed(bitmap.BitsPerPixel))
         return indexed_color(bitmap, pixel, column);
     return is_deep_gray(bitmap) ? deep_gray_color(bitmap, pixel, column) : deep_color(bitmap, pixel);
 }
@@ -178,7 +170,7 @@ COLORREF pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
 /// Reads the pixel's bytes, puts the colour among its neighbours and writes them back.
 int put_pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, COLORREF color) noexcept
 {
-    if (is_deep_gray(bitmap) && bitmap.BitsPerPixel == 32)
+    if (is_long_gray(bitmap))
         return V_ERROR_INVALID_PARAMETER;
     uint8_t pixel[kMaxPixelBytes] = {};
     const size_t bytes = pixel_bytes(bitmap.BitsPerPixel, column);
@@ -189,7 +181,7 @@ int put_pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, COLORREF 
     if (moved < 0)
         return static_cast<int>(moved);
     const int result =
-        bitmap.BitsPerPixel <= 8 ? write_index(bitmap, pixel, column, color) : write_deep(bitmap, pixel, column, color);
+        is_indexed(bitmap.BitsPerPixel) ? write_index(bitmap, pixel, column, color) : write_deep(bitmap, pixel, column, color);
     if (result != V_SUCCESS)
         return result;
     moved = put_row_col(bitmap, pixel, row, column, bytes);

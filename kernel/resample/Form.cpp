@@ -47,19 +47,18 @@ void set_lanes(Form& form, Lanes lanes, int32_t channels, int32_t bytes, uint32_
 
 void set_samples(const BITMAPHANDLE& bitmap, Form& form) noexcept
 {
-    form.gray = gray_params_of(bitmap);
+    form.gray = gray_range_of(bitmap);
     form.bias = bitmap.Flags & BITMAPFLAG_SIGNED ? 1u << (form.gray.bits - 1) : 0u;
-    set_lanes(form, Lanes::sample, 1, form.bits == 32 ? 4 : 2, form.gray.mask);
+    set_lanes(form, Lanes::sample, 1, form.bits > 16 ? 4 : 2, form.gray.mask());
 }
 
 void set_channels(Form& form) noexcept
 {
-    if (form.bits == 16)
+    if (has_fields(form.bits))
         return set_lanes(form, Lanes::field, 3, 1, 63);
-    const int32_t bytes = form.bits > 32 ? 2 : 1;
-    const int32_t channels = form.bits / (8 * bytes);
-    form.alpha = channels == 4;
-    set_lanes(form, Lanes::stored, channels, bytes, bytes == 1 ? 255u : 65535u);
+    const Depth& depth = depth_of(form.bits);
+    form.alpha = has_alpha(form.bits, form.order);
+    set_lanes(form, Lanes::stored, depth.channels, depth.channel_bits / 8, (1u << depth.channel_bits) - 1);
 }
 
 /// Palettes on a straight line are averaged by their indices: two entries, or a gray ramp.
@@ -109,15 +108,17 @@ template <class Lane>
 void unpack_samples(const Form& form, const uint8_t* row, Lane* lanes, size_t width, uint32_t* room) noexcept
 {
     form.format->unpack(row, room, width);
+    const GrayRange range = form.gray;
     for (size_t i = 0; i < width; ++i)
-        lanes[i] = static_cast<Lane>((room[i] >> form.gray.shift & form.gray.mask) ^ form.bias);
+        lanes[i] = static_cast<Lane>(range.extract(room[i]) ^ form.bias);
 }
 
 template <class Lane>
 void pack_samples(const Form& form, const Lane* lanes, uint8_t* row, size_t width, uint32_t* room) noexcept
 {
+    const GrayRange range = form.gray;
     for (size_t i = 0; i < width; ++i)
-        room[i] = (std::min<uint32_t>(lanes[i], form.most) ^ form.bias) << form.gray.shift;
+        room[i] = range.place(std::min<uint32_t>(lanes[i], form.most) ^ form.bias);
     form.format->pack(room, row, width);
 }
 
@@ -166,7 +167,7 @@ bool make_form(const BITMAPHANDLE& bitmap, bool as_levels, Form& form) noexcept
     form.format = pixel::find_format(form.bits, form.order);
     if (!form.format)
         return false;
-    if (form.bits <= 8)
+    if (is_indexed(form.bits))
         set_indexed(bitmap, as_levels, form);
     else if (form.order == COLORORDER_GRAY)
         set_samples(bitmap, form);
@@ -188,7 +189,7 @@ bool make_forms(const BITMAPHANDLE& from, const BITMAPHANDLE& to, Form& source, 
     if (source.bits != target.bits || source.format != target.format)
         return false;
     const bool is_line = source.lanes == Lanes::index && target.lanes == Lanes::index;
-    if (source.bits <= 8 && source.lanes != Lanes::stored && (!is_line || !same_entries(source, target))) {
+    if (is_indexed(source.bits) && source.lanes != Lanes::stored && (!is_line || !same_entries(source, target))) {
         set_lanes(source, Lanes::color, 3, 1, 255);
         set_lanes(target, Lanes::color, 3, 1, 255);
     }

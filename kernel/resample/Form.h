@@ -6,7 +6,7 @@
 
 #include "Vkrecord.h"
 #include "kernel/convert/Convert.h"
-#include "kernel/format/GrayParams.h"
+#include "kernel/format/GrayRange.h"
 #include "kernel/convert/Format.h"
 
 #include <cstddef>
@@ -32,7 +32,7 @@ struct Form {
     int32_t lane_bytes = 1;
     bool alpha = false; ///< the last channel is alpha
     uint32_t most = 0;  ///< largest value of a lane
-    GrayParams gray;    ///< Lanes::sample
+    GrayRange gray;     ///< Lanes::sample
     uint32_t bias = 0;  ///< Lanes::sample: flips the sign bit, so that order is that of unsigned numbers
     const pixel::Format* format = nullptr;
     RGBQUAD entries[256] = {}; ///< palette of an indexed bitmap, black behind its end

@@ -166,15 +166,25 @@ private:
 
 bool has_alpha(const BITMAPHANDLE& bitmap) noexcept
 {
-    return (bitmap.BitsPerPixel == 32 || bitmap.BitsPerPixel == 64) && bitmap.Order != COLORORDER_GRAY;
+    return has_alpha(bitmap.BitsPerPixel, bitmap.Order);
 }
+
+namespace {
+
+/// Channels are 16-bit words.
+bool has_words(const BITMAPHANDLE& bitmap) noexcept
+{
+    return depth_of(bitmap.BitsPerPixel).channel_bits == 16;
+}
+
+} // namespace
 
 int needs_bleeding(BITMAPHANDLE& bitmap, bool* needed) noexcept
 {
     RowReader reader(bitmap);
     int result = reader.reserve(1);
     const int32_t width = bitmap.Width;
-    const bool is_deep = bitmap.BitsPerPixel == 64;
+    const bool is_deep = has_words(bitmap);
     *needed = false;
     for (int32_t row = 0; row < bitmap.Height && result == V_SUCCESS && !*needed; ++row) {
         const uint8_t* data = nullptr;
@@ -187,7 +197,7 @@ int needs_bleeding(BITMAPHANDLE& bitmap, bool* needed) noexcept
 
 int bleed_into(BITMAPHANDLE& from, BITMAPHANDLE& to, bool along_rows, bool along_columns) noexcept
 {
-    return from.BitsPerPixel == 64 ? Bleeder<uint16_t>(from, to).run(along_rows, along_columns)
+    return has_words(from) ? Bleeder<uint16_t>(from, to).run(along_rows, along_columns)
                                    : Bleeder<uint8_t>(from, to).run(along_rows, along_columns);
 }
 

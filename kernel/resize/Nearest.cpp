@@ -46,18 +46,16 @@ template <size_t kBytes> void walk_bytes(const NearestPlan& plan, const uint8_t*
         std::memcpy(dst + i * kBytes, src + static_cast<size_t>(walk.source()) * kBytes, kBytes);
 }
 
-/// Pixels of 1 to 7 bits, gathered until there is a byte to write.
-void walk_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+/// Pixels of a stream of bits, highest first, gathered until there is a byte to write.
+template <int32_t kBits> void walk_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
 {
-    const auto bits = static_cast<uint32_t>(plan.bits);
     Walk walk(plan.from, plan.to, plan.walked_from);
-    uint8_t* out = dst + packed_bytes(static_cast<uint64_t>(plan.walked_from), plan.bits);
+    uint8_t* out = dst + packed_bytes(static_cast<uint64_t>(plan.walked_from), kBits);
     uint32_t gathered = 0;
     uint32_t count = 0;
     for (int64_t i = plan.walked_from; i < plan.to; ++i, walk.next()) {
-        const auto column = static_cast<uint32_t>(walk.source());
-        gathered = gathered << bits | extract_bits(src + uint64_t{column} * bits / 8, plan.bits, column);
-        count += bits;
+        gathered = gathered << kBits | pixel_at<kBits>(src, static_cast<uint32_t>(walk.source()));
+        count += kBits;
         if (count >= 8) {
             count -= 8;
             *out++ = static_cast<uint8_t>(gathered >> count);
@@ -67,37 +65,33 @@ void walk_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexce
         *out = static_cast<uint8_t>(gathered << (8 - count));
 }
 
-void walk_12(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+/// The same, lowest first.
+template <int32_t kBits> void walk_low_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
 {
     Walk walk(plan.from, plan.to, plan.walked_from);
-    if (plan.to % 2)
-        dst[plan.to_bytes() - 1] = 0;
-    for (auto i = static_cast<uint32_t>(plan.walked_from); i < static_cast<uint32_t>(plan.to); ++i, walk.next()) {
-        const auto column = static_cast<uint32_t>(walk.source());
-        insert_12(dst + i + i / 2, i, extract_12(src + column + column / 2, column));
+    uint8_t* out = dst + packed_bytes(static_cast<uint64_t>(plan.walked_from), kBits);
+    uint32_t gathered = 0;
+    uint32_t count = 0;
+    for (int64_t i = plan.walked_from; i < plan.to; ++i, walk.next()) {
+        gathered |= pixel_at<kBits>(src, static_cast<uint32_t>(walk.source())) << count;
+        count += kBits;
+        for (; count >= 8; count -= 8, gathered >>= 8)
+            *out++ = static_cast<uint8_t>(gathered);
     }
+    if (count != 0)
+        *out = static_cast<uint8_t>(gathered);
 }
 
 void walk_row(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
 {
-    switch (plan.bits) {
-    case 8:
-        return walk_bytes<1>(plan, src, dst);
-    case 12:
-        return walk_12(plan, src, dst);
-    case 16:
-        return walk_bytes<2>(plan, src, dst);
-    case 24:
-        return walk_bytes<3>(plan, src, dst);
-    case 32:
-        return walk_bytes<4>(plan, src, dst);
-    case 48:
-        return walk_bytes<6>(plan, src, dst);
-    case 64:
-        return walk_bytes<8>(plan, src, dst);
-    default:
-        return walk_bits(plan, src, dst);
-    }
+    with_depth(plan.bits, [&]<int32_t kBits>() noexcept {
+        if constexpr (packing_of(kBits) == Packing::bytes)
+            walk_bytes<kBits / 8>(plan, src, dst);
+        else if constexpr (packing_of(kBits) == Packing::high_first)
+            walk_bits<kBits>(plan, src, dst);
+        else
+            walk_low_bits<kBits>(plan, src, dst);
+    });
 }
 
 void copy_row(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
@@ -138,7 +132,7 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
         plan.way = Way::copy;
     else if (chosen_level() == Level::plain)
         return V_SUCCESS;
-    else if (bits >= 8 && bits % 8 == 0)
+    else if (is_whole_bytes(bits))
         made = (chosen_level() < Level::avx512 || make_permute(plan)) && (plan.way != Way::walk || make_shuffle(plan));
     else if (bits == 1 && int64_t{from} * 2 == to)
         make_double(plan);

@@ -29,18 +29,14 @@ size_t line_of(int32_t width, int32_t bits) noexcept
     return static_cast<size_t>((packed_bytes(static_cast<uint32_t>(width), bits) + 3) / 4 * 4);
 }
 
-/// Copies pixels of less than a byte, or of 12 bits, that do not start on a byte.
+/// Copies pixels that do not start on a byte.
 void copy_packed(const uint8_t* row, uint8_t* out, int32_t bits, int32_t column, int32_t count) noexcept
 {
     for (int32_t i = 0; i < count; ++i) {
         const auto from = static_cast<uint32_t>(column + i);
         const auto to = static_cast<uint32_t>(i);
         const uint8_t* const at = row + column_offset(bits, column + i);
-        uint8_t* const put = out + column_offset(bits, i);
-        if (bits == 12)
-            insert_12(put, to, extract_12(at, from));
-        else
-            insert_bits(put, bits, to, extract_bits(at, bits, from));
+        insert_bits(out + column_offset(bits, i), bits, to, extract_bits(at, bits, from));
     }
 }
 
@@ -50,7 +46,7 @@ void copy_pixels(const uint8_t* row, uint8_t* out, int32_t bits, int32_t column,
     const bool is_whole = int64_t{column} * bits % 8 == 0;
     if (is_whole) {
         std::memcpy(out, row + column_offset(bits, column), bytes);
-        if (bits < 8 || bits == 12)
+        if (!is_whole_bytes(bits))
             out[bytes - 1] &= tail_mask(bits, static_cast<uint32_t>(count));
         return;
     }
@@ -162,13 +158,13 @@ int ResizeStream::settle() noexcept
     ColorResRequest wanted;
     wanted.bits = request_.bits == 0 ? 8 : request_.bits;
     wanted.flags = request_.bits == 0 ? uint32_t{COLORRES_ORDER_GRAY} : order_flag(request_.order);
-    const bool is_indexed = wanted.bits <= 8 && wanted.flags != COLORRES_ORDER_GRAY;
-    if (is_indexed && request_.palette) {
+    const bool has_palette = is_indexed(wanted.bits) && wanted.flags != COLORRES_ORDER_GRAY;
+    if (has_palette && request_.palette) {
         wanted.palette = request_.palette;
-    } else if (is_indexed && wanted.bits == source_.BitsPerPixel && form_.colors != 0) {
+    } else if (has_palette && wanted.bits == source_.BitsPerPixel && form_.colors != 0) {
         wanted.palette = form_.entries;
         wanted.colors = form_.colors;
-    } else if (is_indexed) {
+    } else if (has_palette) {
         const bool is_gray = gray_kind(source_) != GrayKind::none;
         wanted.flags |= is_gray ? COLORRES_PALETTE_GRAY : COLORRES_PALETTE_FIXED;
     }
@@ -303,7 +299,7 @@ void follow_destination(const BITMAPHANDLE& source, const BITMAPHANDLE& other, S
         request.bits = other.BitsPerPixel;
         request.order = other.Order;
     }
-    const bool has_entries = request.bits <= 8 && other.Palette && other.Colors >= 1u << request.bits;
+    const bool has_entries = is_indexed(request.bits) && other.Palette && other.Colors >= 1u << request.bits;
     if (!request.palette && request.bits == other.BitsPerPixel && has_entries)
         request.palette = other.Palette;
     const int32_t from = source.ViewPerspective;

@@ -28,11 +28,14 @@ template <size_t kSize> struct FixedBytes {
     }
 };
 
-struct Twelve {
+/// A depth whose lowest bits come first.
+struct LowBits {
+    int32_t bits;
+
     void move(const uint8_t* src, int64_t from, uint8_t* dst, int64_t to) const noexcept
     {
-        const uint32_t value = extract_12(src + from + from / 2, static_cast<uint32_t>(from));
-        insert_12(dst + to + to / 2, static_cast<uint32_t>(to), value);
+        const uint32_t value = extract_bits(src + from * bits / 8, bits, static_cast<uint32_t>(from));
+        insert_bits(dst + to * bits / 8, bits, static_cast<uint32_t>(to), value);
     }
 };
 
@@ -107,9 +110,9 @@ void clear_behind(const ScanLine& line, uint8_t* dst) noexcept
 
 template <class Walk> void with_mover(int32_t bits, Walk walk) noexcept
 {
-    if (bits == 12)
-        return walk(Twelve{});
-    if (bits % 8 != 0)
+    if (packing_of(bits) == Packing::low_first)
+        return walk(LowBits{bits});
+    if (!is_whole_bytes(bits))
         return walk(Bits{bits});
     if (bits == 8)
         return walk(FixedBytes<1>{});

@@ -31,9 +31,9 @@ ColorResRequest request_like(const BITMAPHANDLE& to) noexcept
 {
     ColorResRequest request;
     request.bits = to.BitsPerPixel;
-    if (request.bits > 8) {
-        request.flags = request.bits == 12 ? COLORRES_ORDER_GRAY : COLORRES_ORDER(to.Order);
-    } else if (request.bits == 8 && to.Order == COLORORDER_GRAY) {
+    if (!is_indexed(request.bits)) {
+        request.flags = is_gray_only(request.bits) ? COLORRES_ORDER_GRAY : COLORRES_ORDER(to.Order);
+    } else if (request.bits == kMostIndexBits && to.Order == COLORORDER_GRAY) {
         request.flags = COLORRES_PALETTE_GRAY;
     } else {
         const uint32_t most = 1u << request.bits;
@@ -126,7 +126,7 @@ int carry_parts(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
 bool must_reorder(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint32_t flags) noexcept
 {
     constexpr uint32_t kFilters = SIZEFLAG_RESAMPLE | SIZEFLAG_BICUBIC | SIZEFLAG_ALTRESAMPLE;
-    return flags & kFilters && to.BitsPerPixel > 8 && from.Order != to.Order;
+    return flags & kFilters && !is_indexed(to.BitsPerPixel) && from.Order != to.Order;
 }
 
 } // namespace

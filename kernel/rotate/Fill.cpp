@@ -57,10 +57,10 @@ bool convert(const BITMAPHANDLE& bitmap, int32_t order, const Color& color, uint
     job.dst_bits = bitmap.BitsPerPixel;
     job.dst_order = order;
     if (is_deep_gray(bitmap) && order == COLORORDER_GRAY) {
-        const GrayParams params = gray_params_of(bitmap);
+        const GrayRange range = gray_range_of(bitmap);
         job.flags = CVT_DST_USE_BITS;
-        job.low_bit = params.shift;
-        job.high_bit = params.shift + params.bits - 1;
+        job.low_bit = range.low_bit();
+        job.high_bit = range.high_bit();
     }
     uint8_t pixel[8] = {color.red, color.green, color.blue};
     if (convert_buffer(pixel, job) != V_SUCCESS)
@@ -73,8 +73,7 @@ bool convert(const BITMAPHANDLE& bitmap, int32_t order, const Color& color, uint
 void clear_alpha(const BITMAPHANDLE& bitmap, uint8_t (&packed)[8]) noexcept
 {
     const int32_t bits = bitmap.BitsPerPixel;
-    const bool has_alpha = bits == 64 || (bits == 32 && bitmap.Order != COLORORDER_GRAY);
-    const int32_t used = has_alpha ? bits / 4 * 3 : bits;
+    const int32_t used = has_alpha(bits, bitmap.Order) ? bits / 4 * 3 : bits;
     std::fill(packed + (used + 7) / 8, packed + sizeof packed, uint8_t{0});
 }
 
@@ -85,17 +84,17 @@ FillPixel fill_pixel(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
     FillPixel fill;
     const int32_t bits = bitmap.BitsPerPixel;
     const bool is_index = color >> 24 == kIndexForm;
-    if (bits <= 8 && (is_index || !is_gray_levels(bitmap))) {
+    if (is_indexed(bits) && (is_index || !is_gray_levels(bitmap))) {
         fill.value = is_index ? color & ((1u << bits) - 1) : nearest_entry(bitmap, color_of(color));
-        fill.packed[0] = static_cast<uint8_t>(fill.value << (8 - bits));
+        insert_bits(fill.packed, bits, 0, fill.value);
         return fill;
     }
     // A record may name an order that its depth does not have; pixels can be turned all the same.
-    const int32_t usual = bits == 12 ? COLORORDER_GRAY : COLORORDER_BGR;
     if (!convert(bitmap, bitmap.Order, color_of(color), fill.packed))
-        convert(bitmap, usual, color_of(color), fill.packed);
+        convert(bitmap, usual_order(bits), color_of(color), fill.packed);
     clear_alpha(bitmap, fill.packed);
-    fill.value = bits == 12 ? extract_12(fill.packed, 0) : bits == 8 ? fill.packed[0] : 0;
+    if (!is_whole_bytes(bits))
+        fill.value = extract_bits(fill.packed, bits, 0);
     return fill;
 }
 

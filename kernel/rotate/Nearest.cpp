@@ -40,46 +40,33 @@ void take_24_by_words(const Walk& walk, uint8_t* out, int32_t count) noexcept
     std::memcpy(out + static_cast<size_t>(count - 1) * 3, row_of(walk, count - 1) + column_of(walk, count - 1) * 3, 3);
 }
 
-template <int32_t kBits> void take_bits(const Walk& walk, uint8_t* out, int32_t count) noexcept
+/// Packed pixels, as the working forms of their formats have them.
+template <int32_t kBits, class Element> void take_packed(const Walk& walk, uint8_t* out, int32_t count) noexcept
 {
     for (int32_t i = 0; i < count; ++i) {
-        const size_t column = column_of(walk, i);
-        const uint8_t* const bytes = row_of(walk, i) + column * kBits / 8;
-        out[i] = static_cast<uint8_t>(extract_bits(bytes, kBits, static_cast<uint32_t>(column)));
-    }
-}
-
-void take_12(const Walk& walk, uint8_t* out, int32_t count) noexcept
-{
-    for (int32_t i = 0; i < count; ++i) {
-        const size_t column = column_of(walk, i);
-        const uint32_t sample = extract_12(row_of(walk, i) + column + column / 2, static_cast<uint32_t>(column));
-        std::memcpy(out + static_cast<size_t>(i) * sizeof sample, &sample, sizeof sample);
+        const auto pixel = static_cast<Element>(pixel_at<kBits>(row_of(walk, i), column_of(walk, i)));
+        std::memcpy(out + static_cast<size_t>(i) * sizeof pixel, &pixel, sizeof pixel);
     }
 }
 
 TakeRun plain_loop(int32_t bits) noexcept
 {
-    constexpr TakeRun kPacked[] = {take_bits<1>, take_bits<2>, take_bits<3>, take_bits<4>,
-                                   take_bits<5>, take_bits<6>, take_bits<7>};
-    switch (bits) {
-    case 8:
-        return take_bytes<1>;
-    case 12:
-        return take_12;
-    case 16:
-        return take_bytes<2>;
-    case 24:
-        return take_bytes<3>;
-    case 32:
-        return take_bytes<4>;
-    case 48:
-        return take_bytes<6>;
-    case 64:
-        return take_bytes<8>;
-    default:
-        return kPacked[bits - 1];
-    }
+    TakeRun loop = nullptr;
+    with_depth(bits, [&]<int32_t kBits>() noexcept {
+        if constexpr (packing_of(kBits) == Packing::bytes)
+            loop = take_bytes<kBits / 8>;
+        else if constexpr (is_indexed(kBits))
+            loop = take_packed<kBits, uint8_t>;
+        else
+            loop = take_packed<kBits, uint32_t>;
+    });
+    return loop;
+}
+
+/// Bytes of a pixel as the loops leave it.
+size_t element_bytes(int32_t bits) noexcept
+{
+    return is_indexed(bits) ? sizeof(uint8_t) : sizeof(uint32_t);
 }
 
 } // namespace
@@ -115,7 +102,7 @@ NearestPainter::NearestPainter(const Geometry& geometry, int32_t bits, const Fil
 {
     if (bits == 1) {
         std::fill_n(pattern_, kLongestRun / 8, static_cast<uint8_t>(fill.value ? 0xFF : 0));
-    } else if (bits >= 8 && bits != 12) {
+    } else if (is_whole_bytes(bits)) {
         const auto bytes = static_cast<size_t>(bits / 8);
         for (size_t i = 0; i < kLongestRun; ++i)
             std::memcpy(pattern_ + i * bytes, fill.packed, bytes);
@@ -164,20 +151,19 @@ void NearestPainter::paint_packed(const Pixels& source, const Line& line) const 
     alignas(8) uint8_t work[kLongestRun * sizeof(uint32_t)];
     const auto width = static_cast<size_t>(line.width);
     const auto before = static_cast<size_t>(line.run.first - line.left);
-    const size_t element = bits_ == 12 ? sizeof(uint32_t) : 1;
-    if (bits_ == 12)
+    const size_t element = element_bytes(bits_);
+    if (element == sizeof(uint32_t))
         std::fill_n(reinterpret_cast<uint32_t*>(work), width, fill_.value);
     else
         std::memset(work, static_cast<int>(fill_.value), width);
     if (!line.run.empty())
         loops_.plain(walk_of(source, line.run), work + before * element, line.run.end - line.run.first);
-    const int32_t order = bits_ == 12 ? COLORORDER_GRAY : COLORORDER_RGB;
-    pixel::find_format(bits_, order)->pack(work, line.data, width);
+    pixel::find_format(bits_, usual_order(bits_))->pack(work, line.data, width);
 }
 
 void NearestPainter::paint_line(const Pixels& source, const Line& line) const noexcept
 {
-    if (bits_ >= 8 && bits_ != 12)
+    if (is_whole_bytes(bits_))
         paint_bytes(source, line);
     else if (loops_.fast_bits && (line.run.empty() || may_be_fast(source, line.run)))
         paint_bits(source, line);

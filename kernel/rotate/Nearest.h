@@ -16,8 +16,8 @@ struct Walk {
     int64_t step_y;
 };
 
-/// Takes `count` pixels along a walk that stays inside. They come out packed at depths of 8 bits or whole bytes, as a
-/// byte each at fewer bits, as 32-bit words at 12.
+/// Takes `count` pixels along a walk that stays inside. They come out packed at depths of whole bytes, else as a
+/// byte each where they are indices, as 32-bit words where they are samples.
 using TakeRun = void (*)(const Walk& walk, uint8_t* out, int32_t count) noexcept;
 
 /// Takes 1-bit pixels to columns [first, first + count) of a row whose other bits stay.

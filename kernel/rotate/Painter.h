@@ -26,7 +26,7 @@ struct Target {
 };
 
 /// The pixel that stands where the image does not reach: packed as a row's first one, and as a number where pixels
-/// have up to 12 bits.
+/// are indices or no whole bytes.
 struct FillPixel {
     uint8_t packed[8] = {};
     uint32_t value = 0;

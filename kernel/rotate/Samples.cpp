@@ -20,21 +20,23 @@ size_t element_size(pixel::Work work) noexcept
     switch (work) {
     case pixel::Work::index8:
     case pixel::Work::gray8:
-        return 1;
+        return sizeof(uint8_t);
+    case pixel::Work::gray_deep:
+        return sizeof(uint32_t);
+    case pixel::Work::rgba8:
+        return sizeof(pixel::Rgba8);
     case pixel::Work::rgba16:
         return sizeof(pixel::Rgba16);
-    default:
-        return 4;
     }
+    return 0;
 }
 
 /// The format of a bitmap's pixels. A record may name an order that its depth does not have; any will do then.
 const pixel::Format* format_of(const BITMAPHANDLE& bitmap) noexcept
 {
     const int32_t bits = bitmap.BitsPerPixel;
-    const bool is_indexed = bits <= 8 && !(bits == 8 && bitmap.Order == COLORORDER_GRAY);
-    const pixel::Format* const format = pixel::find_format(bits, is_indexed ? COLORORDER_RGB : bitmap.Order);
-    return format ? format : pixel::find_format(bits, bits == 12 ? COLORORDER_GRAY : COLORORDER_BGR);
+    const pixel::Format* const format = pixel::find_format(bits, bitmap.Order);
+    return format ? format : pixel::find_format(bits, usual_order(bits));
 }
 
 } // namespace
@@ -61,11 +63,9 @@ int Samples::open(const BITMAPHANDLE& bitmap, const FillPixel& fill) noexcept
 
 void Samples::open_scalar(const BITMAPHANDLE& bitmap) noexcept
 {
-    gray_ = {1, 0, 1};
-    if (format_->work == pixel::Work::gray8)
-        gray_ = {0xFF, 0, 8};
-    else if (format_->deep_gray())
-        gray_ = gray_params_of(bitmap);
+    gray_ = {static_cast<uint32_t>(bitmap.BitsPerPixel), 0};
+    if (format_->deep_gray())
+        gray_ = gray_range_of(bitmap);
     const bool is_signed = bitmap.BitsPerPixel > 1 && bitmap.Flags & BITMAPFLAG_SIGNED;
     gray_sign_ = is_signed ? 1u << (gray_.bits - 1) : 0;
 }
@@ -85,7 +85,7 @@ void Samples::open_channels(const BITMAPHANDLE& bitmap) noexcept
 {
     most_ = format_->work == pixel::Work::rgba16 ? 65535 : 255;
     std::fill_n(steps_, 3, most_);
-    if (bitmap.BitsPerPixel == 16) {
+    if (has_fields(bitmap.BitsPerPixel)) {
         std::fill_n(steps_, 3, 31.0F);
         if (format_->order == COLORORDER_RGB565)
             steps_[1] = 63;
@@ -214,9 +214,9 @@ void Samples::write(const Color* values, const uint32_t* closest, int32_t first,
 void Samples::write(const double* values, const uint32_t* closest, int32_t first, int32_t count) noexcept
 {
     for (int32_t i = 0; i < count; ++i) {
-        const double clipped = std::clamp(values[i] + 0.5, 0.0, double{1} * gray_.mask);
+        const double clipped = std::clamp(values[i] + 0.5, 0.0, double{1} * gray_.mask());
         const uint32_t value = static_cast<uint32_t>(clipped) ^ gray_sign_;
-        const uint32_t raw = (closest[i] & ~(gray_.mask << gray_.shift)) | value << gray_.shift;
+        const uint32_t raw = (closest[i] & ~gray_.place(gray_.mask())) | gray_.place(value);
         uint8_t* const element = row_ + static_cast<size_t>(first + i) * element_;
         if (element_ == sizeof raw)
             std::memcpy(element, &raw, sizeof raw);

@@ -7,7 +7,7 @@
 #pragma once
 
 #include "Vkrecord.h"
-#include "kernel/format/GrayParams.h"
+#include "kernel/format/GrayRange.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/convert/ColorLookup.h"
 #include "kernel/convert/Format.h"
@@ -68,7 +68,7 @@ private:
     int open_palette(const BITMAPHANDLE& bitmap) noexcept;
     void open_channels(const BITMAPHANDLE& bitmap) noexcept;
     uint32_t raw_of(const uint8_t* element) const noexcept;
-    double scalar_of(uint32_t raw) const noexcept { return (raw >> gray_.shift & gray_.mask) ^ gray_sign_; }
+    double scalar_of(uint32_t raw) const noexcept { return gray_.extract(raw) ^ gray_sign_; }
     Color color_of(const uint8_t* element) const noexcept;
     pixel::Rgba16 levels_of(const Color& color) const noexcept;
     void write_indices(const Color* values, const uint32_t* closest, int32_t first, int32_t count) noexcept;
@@ -76,7 +76,7 @@ private:
     const pixel::Format* format_ = nullptr;
     size_t element_ = 1; ///< bytes of a pixel in the format's working form
     bool is_scalar_ = false;
-    GrayParams gray_;
+    GrayRange gray_;
     uint32_t gray_sign_ = 0; ///< the bit whose flipping makes signed samples ascend
 
     float most_ = 255;                 ///< of a channel, as unpacked

@@ -13,11 +13,6 @@ namespace vk {
 
 namespace {
 
-constexpr bool is_whole_bytes(int32_t bits) noexcept
-{
-    return bits % 8 == 0;
-}
-
 size_t bytes_of(int64_t pixels, int32_t bits) noexcept
 {
     return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(pixels), bits));
@@ -36,19 +31,14 @@ uint32_t get_packed(const uint8_t* row, int32_t bits, int64_t column) noexcept
     // Columns repeat their place in a byte after 8 pixels, which keeps this in 32 bits for rows of any width.
     const uint8_t* const group = row + bytes_of(column / 8 * 8, bits);
     const auto in_group = static_cast<uint32_t>(column % 8);
-    const uint8_t* const bytes = group + column_offset(bits, static_cast<int32_t>(in_group));
-    return bits == 12 ? extract_12(bytes, in_group) : extract_bits(bytes, bits, in_group);
+    return extract_bits(group + column_offset(bits, static_cast<int32_t>(in_group)), bits, in_group);
 }
 
 void set_packed(uint8_t* row, int32_t bits, int64_t column, uint32_t value) noexcept
 {
     uint8_t* const group = row + bytes_of(column / 8 * 8, bits);
     const auto in_group = static_cast<uint32_t>(column % 8);
-    uint8_t* const bytes = group + column_offset(bits, static_cast<int32_t>(in_group));
-    if (bits == 12)
-        insert_12(bytes, in_group, value);
-    else
-        insert_bits(bytes, bits, in_group, value);
+    insert_bits(group + column_offset(bits, static_cast<int32_t>(in_group)), bits, in_group, value);
 }
 
 void clear_padding(uint8_t* row, int64_t width, int32_t bits) noexcept
@@ -90,11 +80,11 @@ template <int kBits> void mirror_packed(const uint8_t* from, uint8_t* to, int64_
         set_packed(to, kBits, i, get_packed(from, kBits, rest - 1 - i));
 }
 
-void mirror_12(const uint8_t* from, uint8_t* to, int64_t width) noexcept
+template <int kBits> void mirror_low_bits(const uint8_t* from, uint8_t* to, int64_t width) noexcept
 {
-    std::memset(to, 0, bytes_of(width, 12));
+    std::memset(to, 0, bytes_of(width, kBits));
     for (int64_t i = 0; i < width; ++i)
-        set_packed(to, 12, i, get_packed(from, 12, width - 1 - i));
+        set_packed(to, kBits, i, get_packed(from, kBits, width - 1 - i));
 }
 
 /// Exchanges pixels from both ends, by way of memory on the stack.
@@ -119,36 +109,14 @@ void mirror_ends(uint8_t* row, int64_t width, int32_t bits) noexcept
 
 void mirror_plain(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept
 {
-    switch (bits) {
-    case 1:
-        return mirror_packed<1>(from, to, width);
-    case 2:
-        return mirror_packed<2>(from, to, width);
-    case 3:
-        return mirror_packed<3>(from, to, width);
-    case 4:
-        return mirror_packed<4>(from, to, width);
-    case 5:
-        return mirror_packed<5>(from, to, width);
-    case 6:
-        return mirror_packed<6>(from, to, width);
-    case 7:
-        return mirror_packed<7>(from, to, width);
-    case 8:
-        return mirror_bytes<1>(from, to, width);
-    case 12:
-        return mirror_12(from, to, width);
-    case 16:
-        return mirror_bytes<2>(from, to, width);
-    case 24:
-        return mirror_bytes<3>(from, to, width);
-    case 32:
-        return mirror_bytes<4>(from, to, width);
-    case 48:
-        return mirror_bytes<6>(from, to, width);
-    default:
-        return mirror_bytes<8>(from, to, width);
-    }
+    with_depth(bits, [&]<int32_t kBits>() noexcept {
+        if constexpr (packing_of(kBits) == Packing::bytes)
+            mirror_bytes<kBits / 8>(from, to, width);
+        else if constexpr (packing_of(kBits) == Packing::high_first)
+            mirror_packed<kBits>(from, to, width);
+        else
+            mirror_low_bits<kBits>(from, to, width);
+    });
 }
 
 } // namespace

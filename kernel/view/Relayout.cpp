@@ -141,7 +141,7 @@ private:
         if (!layout_.mirror)
             return swap_rows(a, row(height_ - 1 - index), line_);
         std::memcpy(buffer_.data(), a, bytes_);
-        if (!layout_.flip && bits_ % 8 == 0)
+        if (!layout_.flip && is_whole_bytes(bits_))
             return mirror_by_pieces(a);
         uint8_t* b = a;
         if (layout_.flip && index != height_ - 1 - index) {

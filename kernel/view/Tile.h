@@ -2,6 +2,8 @@
 // to memory of its own first, from where its rows go to the target as whole lines.
 #pragma once
 
+#include "kernel/format/Depths.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -26,10 +28,21 @@ struct BlockSize {
 constexpr int32_t kOddSide = 4; ///< columns of 24- and 48-bit blocks
 constexpr BlockSize avx2_block(int32_t bits) noexcept
 {
-    return bits == 24   ? BlockSize{kOddSide, 8}
-           : bits == 48 ? BlockSize{kOddSide, 4}
-                        : BlockSize{128 / bits, 256 / bits};
+    switch (bits) {
+    case 8:
+    case 16:
+    case 32:
+    case 64:
+        return {128 / bits, 256 / bits};
+    case 24:
+        return {kOddSide, 8};
+    case 48:
+        return {kOddSide, 4};
+    default:
+        return {}; // such pixels are no whole bytes
+    }
 }
+static_assert(every_depth([](int32_t bits) { return is_whole_bytes(bits) == (avx2_block(bits).columns > 0); }));
 
 /// Transposes, of a tile of pixels of whole bytes whose rows have 16 bytes, the full blocks.
 void transpose_avx2(const Tile& tile, int32_t bits) noexcept;

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
 
 namespace vk {
 
@@ -44,7 +45,7 @@ template <int kBytes> void transpose_blocks(const Tile& tile) noexcept
 
 template <int kBytes> void transpose_bytes(const Tile& tile, Level level) noexcept
 {
-    constexpr bool kHasBlock = kBytes != 3 && kBytes != 6;
+    constexpr bool kHasBlock = (kBytes & (kBytes - 1)) == 0;
     if (level >= Level::avx2 && tile.columns * kBytes >= 16) {
         constexpr turn::BlockSize kBlock = turn::avx2_block(8 * kBytes);
         turn::transpose_avx2(tile, 8 * kBytes);
@@ -80,17 +81,19 @@ void transpose_1(const Tile& tile, Level level) noexcept
         }
 }
 
-void spread_plain(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept
+/// Pixels from `done` on to units of their own, and back.
+template <int32_t kBits, class Unit> void spread_plain(const uint8_t* from, Unit* to, int32_t done, int32_t count) noexcept
 {
-    for (int32_t i = 0; i < count; ++i)
-        to[i] = static_cast<uint8_t>(extract_bits(from + column_offset(bits, i), bits, static_cast<uint32_t>(i)));
+    for (int32_t i = done; i < count; ++i)
+        to[i] = static_cast<Unit>(pixel_at<kBits>(from, static_cast<uint32_t>(i)));
 }
 
-void gather_plain(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept
+template <int32_t kBits, class Unit> void gather_plain(const Unit* from, uint8_t* to, int32_t done, int32_t count) noexcept
 {
-    std::memset(to, 0, static_cast<size_t>(packed_bytes(static_cast<uint32_t>(count), bits)));
-    for (int32_t i = 0; i < count; ++i)
-        insert_bits(to + column_offset(bits, i), bits, static_cast<uint32_t>(i), from[i]);
+    const auto at = [](int32_t pixels) noexcept { return packed_bytes(static_cast<uint32_t>(pixels), kBits); };
+    std::memset(to + at(done), 0, static_cast<size_t>(at(count) - at(done)));
+    for (int32_t i = done; i < count; ++i)
+        insert_bits(to + column_offset(kBits, i), kBits, static_cast<uint32_t>(i), from[i]);
 }
 
 /// The side of tiles of packed pixels, which are spread to whole bytes, transposed and packed again.
@@ -98,78 +101,64 @@ constexpr int32_t kSpreadSide = 64;
 /// Bytes between its rows: those of 16-bit pixels, and what a vector writes too far.
 constexpr ptrdiff_t kSpreadPitch = 2 * kSpreadSide + 32;
 
-void transpose_packed(const Tile& tile, Level level, int32_t bits) noexcept
+/// The units of a depth: bytes, or words where pixels are larger.
+template <int32_t kBits> using SpreadUnit = std::conditional_t<(kBits > 8), uint16_t, uint8_t>;
+
+template <int32_t kBits>
+void spread(const uint8_t* from, SpreadUnit<kBits>* to, int32_t count, [[maybe_unused]] Level level) noexcept
 {
-    const auto spread = level >= Level::avx2 ? turn::spread_avx2 : spread_plain;
-    const auto gather = level >= Level::avx2 ? turn::gather_avx2 : gather_plain;
-    uint8_t before[kSpreadSide * kSpreadSide];
-    uint8_t after[kSpreadSide * kSpreadPitch];
-    for (int32_t row = 0; row < tile.rows; ++row)
-        spread(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, bits);
-    transpose_bytes<1>({before, kSpreadSide, after, kSpreadPitch, tile.columns, tile.rows}, level);
-    for (int32_t column = 0; column < tile.columns; ++column)
-        gather(after + column * kSpreadPitch, tile.to + column * tile.pitch, tile.rows, bits);
+    static_assert(kBits <= 16);
+    int32_t done = 0;
+    if constexpr (kBits < 8) {
+        if (level >= Level::avx2)
+            return turn::spread_avx2(from, to, count, kBits);
+    } else if constexpr (kBits == 12) {
+        if (level >= Level::avx2)
+            done = turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), count);
+    }
+    spread_plain<kBits>(from, to, done, count);
 }
 
-void transpose_12(const Tile& tile, Level level) noexcept
+template <int32_t kBits>
+void gather(const SpreadUnit<kBits>* from, uint8_t* to, int32_t count, [[maybe_unused]] Level level) noexcept
 {
-    uint16_t before[kSpreadSide * kSpreadSide];
-    alignas(uint16_t) uint8_t after[kSpreadSide * kSpreadPitch];
-    for (int32_t row = 0; row < tile.rows; ++row) {
-        const uint8_t* const from = tile.from + row * tile.stride;
-        uint16_t* const to = before + row * kSpreadSide;
-        const int32_t pairs = tile.columns / 2;
-        const int32_t done =
-            level >= Level::avx2 ? turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), tile.columns) : 0;
-        for (int32_t i = done / 2; i < pairs; ++i) {
-            const uint8_t* const bytes = from + 3 * i;
-            to[2 * i] = static_cast<uint16_t>(bytes[0] | (bytes[1] & 0xF) << 8);
-            to[2 * i + 1] = static_cast<uint16_t>(bytes[1] >> 4 | bytes[2] << 4);
-        }
-        if (tile.columns % 2 != 0)
-            to[2 * pairs] = static_cast<uint16_t>(extract_12(from + 3 * pairs, 0));
+    int32_t done = 0;
+    if constexpr (kBits < 8) {
+        if (level >= Level::avx2)
+            return turn::gather_avx2(from, to, count, kBits);
+    } else if constexpr (kBits == 12) {
+        if (level >= Level::avx2)
+            done = turn::gather12_avx2(reinterpret_cast<const uint8_t*>(from), to, count);
     }
-    transpose_bytes<2>(
-        {reinterpret_cast<const uint8_t*>(before), 2 * kSpreadSide, after, kSpreadPitch, tile.columns, tile.rows},
-        level);
-    for (int32_t column = 0; column < tile.columns; ++column) {
-        const uint8_t* pixels = after + column * kSpreadPitch;
-        uint8_t* to = tile.to + column * tile.pitch;
-        const int32_t done = level >= Level::avx2 ? turn::gather12_avx2(pixels, to, tile.rows) : 0;
-        pixels += 2 * done;
-        to += done / 2 * 3;
-        for (int32_t i = done; i + 1 < tile.rows; i += 2, pixels += 4, to += 3) {
-            to[0] = pixels[0];
-            to[1] = static_cast<uint8_t>(pixels[1] | pixels[2] << 4);
-            to[2] = static_cast<uint8_t>(pixels[2] >> 4 | pixels[3] << 4);
-        }
-        if (tile.rows % 2 != 0)
-            std::memcpy(to, pixels, 2);
-    }
+    gather_plain<kBits>(from, to, done, count);
+}
+
+template <int32_t kBits> void transpose_packed(const Tile& tile, Level level) noexcept
+{
+    using Unit = SpreadUnit<kBits>;
+    constexpr auto kUnit = static_cast<int32_t>(sizeof(Unit));
+    constexpr int32_t kPitch = kSpreadPitch / kUnit;
+    Unit before[kSpreadSide * kSpreadSide];
+    Unit after[kSpreadSide * kPitch];
+    for (int32_t row = 0; row < tile.rows; ++row)
+        spread<kBits>(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, level);
+    transpose_bytes<kUnit>({reinterpret_cast<const uint8_t*>(before), kUnit * kSpreadSide,
+                            reinterpret_cast<uint8_t*>(after), kSpreadPitch, tile.columns, tile.rows},
+                           level);
+    for (int32_t column = 0; column < tile.columns; ++column)
+        gather<kBits>(after + column * kPitch, tile.to + column * tile.pitch, tile.rows, level);
 }
 
 void transpose_tile(const Tile& tile, Level level, int32_t bits) noexcept
 {
-    switch (bits) {
-    case 1:
-        return transpose_1(tile, level);
-    case 8:
-        return transpose_bytes<1>(tile, level);
-    case 12:
-        return transpose_12(tile, level);
-    case 16:
-        return transpose_bytes<2>(tile, level);
-    case 24:
-        return transpose_bytes<3>(tile, level);
-    case 32:
-        return transpose_bytes<4>(tile, level);
-    case 48:
-        return transpose_bytes<6>(tile, level);
-    case 64:
-        return transpose_bytes<8>(tile, level);
-    default:
-        return transpose_packed(tile, level, bits);
-    }
+    with_depth(bits, [&]<int32_t kBits>() noexcept {
+        if constexpr (packing_of(kBits) == Packing::bytes)
+            transpose_bytes<kBits / 8>(tile, level);
+        else if constexpr (kBits == 1)
+            transpose_1(tile, level);
+        else
+            transpose_packed<kBits>(tile, level);
+    });
 }
 
 /// Columns and rows of a full tile, and bytes between its rows in memory of its own: long stretches on both sides,
@@ -183,6 +172,8 @@ struct TileSize {
 
 constexpr TileSize tile_size(int32_t bits) noexcept
 {
+    if (bits != 1 && !is_whole_bytes(bits))
+        return {kSpreadSide, kSpreadSide, kSpreadPitch};
     switch (bits) {
     case 1:
         return {128, 512, 64 + 64};
@@ -199,9 +190,10 @@ constexpr TileSize tile_size(int32_t bits) noexcept
     case 64:
         return {64, 64, 512 + 64};
     default:
-        return {kSpreadSide, kSpreadSide, kSpreadPitch};
+        return {};
     }
 }
+static_assert(every_depth([](int32_t bits) { return tile_size(bits).rows > 0; }));
 
 constexpr size_t kTileBytes = 256 * (256 + 64);
 

@@ -259,8 +259,10 @@ void transpose_avx2(const Tile& tile, int32_t bits) noexcept
         return transpose_blocks<4>(tile);
     case 48:
         return transpose_blocks<6>(tile);
-    default:
+    case 64:
         return transpose_blocks<8>(tile);
+    default:
+        return; // has no block
     }
 }
 

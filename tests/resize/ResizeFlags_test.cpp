@@ -23,7 +23,8 @@ constexpr RGBQUAD kPalettes[][2] = {
 
 void fill(TestBitmap& bitmap, TestRandom& random, int32_t width, int32_t height, int32_t bits)
 {
-    ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, width, height, bits, bits == 12 ? COLORORDER_GRAY : COLORORDER_BGR));
+    ASSERT_EQ(SUCCESS,
+              bitmap.create(TYPE_CONV, width, height, bits, vk::is_gray_only(bits) ? COLORORDER_GRAY : COLORORDER_BGR));
     random.fill(bitmap->Data, bitmap.bytes());
 }
 

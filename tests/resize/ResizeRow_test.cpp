@@ -113,7 +113,7 @@ TEST(ResizeRow, ScanLinesOfEveryDepth)
             for (int32_t i = 0; i < count; ++i) {
                 const int64_t at = is_same ? i : int64_t{skipped + i} * from / to - int64_t{skipped} * from / to;
                 for (int32_t bit = 0; bit < bits; ++bit) { // bit by bit: other depths than a bitmap's are streams
-                    const bool little = bits % 8 == 0 || bits == 12;
+                    const bool little = bits % 8 == 0 || vk::packing_of(bits) == vk::Packing::low_first;
                     const int64_t s = (first + at) * bits + bit;
                     const int64_t d = int64_t{i} * bits + bit;
                     const auto shift = [little](int64_t b) { return little ? b % 8 : 7 - b % 8; };

@@ -415,12 +415,13 @@ TEST(Resize, BringsDepthsTogether)
             for (RGBQUAD& entry : palette)
                 random.fill(&entry, 3);
             const auto count = static_cast<uint32_t>(palette.size());
-            if (to_bits > 8 && to_bits != 12)
+            const bool is_gray = vk::is_gray_only(to_bits);
+            if (to_bits > 8 && !is_gray)
                 to->Order = COLORORDER_RGB;
             else if (to_bits <= 8) {
                 ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(to.get(), palette.data(), count));
             }
-            const uint32_t order = to_bits == 12 ? COLORRES_ORDER_GRAY : to_bits > 8 ? COLORRES_ORDER_RGB : 0;
+            const uint32_t order = is_gray ? COLORRES_ORDER_GRAY : to_bits > 8 ? COLORRES_ORDER_RGB : 0;
             ASSERT_EQ(SUCCESS, V_ColorResBitmap(from.get(), converted.get(), BITMAPHANDLE_SIZE, to_bits, order,
                                                 count ? palette.data() : nullptr, nullptr, count));
             ASSERT_EQ(SUCCESS, V_ResizeBitmap(from.get(), to.get(), 0));

@@ -177,7 +177,7 @@ TEST(Rotate, FastLoopsEqualPlainOnes)
     for (const int32_t bits : kDepths) {
         rotate::Geometry geometry;
         ASSERT_TRUE(rotate::make_geometry(geometry, 10, 10, 730, rotate::Placement::kept));
-        const bool has_loop = bits == 1 || (bits >= 8 && bits != 12);
+        const bool has_loop = bits == 1 || vk::is_whole_bytes(bits);
         const bool has_avx2 = pixel::cpu_level() >= pixel::Cpu::avx2;
         EXPECT_EQ(bits == 24 || (has_avx2 && has_loop), rotate::NearestPainter(geometry, bits, fill).is_fast());
         const PlainLoops plain(true);

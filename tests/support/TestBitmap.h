@@ -3,17 +3,25 @@
 #pragma once
 
 #include "Vkkrnx.h"
+#include "kernel/format/Depths.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 #include <vector>
 
 namespace vk::testing {
 
-constexpr int32_t kDepths[] = {1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
+/// The depths, from the kernel's table; what the tests expect of them they say themselves.
+inline constexpr auto kDepths = [] {
+    std::array<int32_t, kDepthCount> bits{};
+    std::transform(std::begin(kDepthTable), std::end(kDepthTable), bits.begin(), [](const Depth& d) { return d.bits; });
+    return bits;
+}();
 
 /// Where a test bitmap's pixels are. The tiled kinds differ in how many tiles stay in memory.
 enum class Kind { conv, global, user, disk, tiled_file, tiled_memory, tiled_mixed, compressed, super };
@@ -109,8 +117,6 @@ public:
         const Thresholds restore;
         ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, -100, 0, 0, 0, 31));
         ASSERT_EQ(SUCCESS, V_InitBitmap(&record_, size_, width, height, bits));
-        if (bits > 8)
-            record_.Order = bits == 12 ? COLORORDER_GRAY : COLORORDER_BGR;
         switch (kind) {
         case Kind::conv:
             ASSERT_EQ(SUCCESS, V_AllocateBitmap(&record_, TYPE_CONV));

@@ -50,7 +50,7 @@ void expect_mirrored(GuardedBuffer& from, GuardedBuffer& to, int32_t width, int3
     const Picture row = Picture::noise(width, 1, bits, static_cast<uint64_t>(width * 64 + bits));
     std::vector<uint8_t> bytes = packed(row, bits);
     const std::vector<uint8_t> wanted = packed(row.mirrored(), bits);
-    if (!bytes.empty() && width * bits % 8 != 0 && bits != 12)
+    if (!bytes.empty() && width * bits % 8 != 0 && vk::packing_of(bits) == vk::Packing::high_first)
         bytes.back() = static_cast<uint8_t>(bytes.back() | 1); // padding is nobody's business
     for (const Edge edge : {Edge::front, Edge::back}) {
         from.place(bytes.size(), edge);

@@ -84,7 +84,8 @@ TEST(View, RearrangedInPlaceAndAsACopy)
         for (int32_t from = 1; from <= 8; ++from)
             for (int32_t to = 1; to <= 8; ++to) {
                 SCOPED_TRACE(std::string(name_of(kind)) + ": " + std::to_string(from) + " to " + std::to_string(to));
-                const int32_t bits = kind == Kind::compressed ? 1 : kDepths[(from * 8 + to) % 14];
+                const int32_t bits =
+                    kind == Kind::compressed ? 1 : kDepths[static_cast<size_t>(from * 8 + to) % kDepths.size()];
                 const Picture stored = Picture::noise(21, 13, bits, 4);
                 const uint32_t size = from % 2 ? BITMAPHANDLE_SIZE : BITMAPHANDLE_SIZE_EARLIER;
                 TestBitmap bitmap(size);
