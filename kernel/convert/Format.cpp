@@ -1,8 +1,9 @@
 // The format table. Each row's functions are instances of the few templates below, by the traits of the pixel.
 #include "kernel/convert/Format.h"
 
+#include "kernel/format/PackedBits.h"
+
 #include <cstring>
-#include <numeric>
 
 namespace vk::pixel {
 namespace {
@@ -78,53 +79,16 @@ template <unsigned Bits> void pack_index(const void* work, uint8_t* packed, size
     }
 }
 
-// Gray in a stream of bits, least significant bit first: as many pixels as fill bytes go through one word. Gray of 16
-// and 32 bits is whole words.
+// Gray in a stream of bits, least significant bit first, and of 16 and 32 bits, which are whole words.
 
-template <unsigned Bits> struct GrayGroup {
-    static_assert(packing_of(Bits) == Packing::low_first);
-    static constexpr size_t kPixels = 8 / std::gcd(Bits, 8u);
-    static constexpr size_t kBytes = kPixels * Bits / 8;
-    static constexpr uint64_t kMask = (uint64_t{1} << Bits) - 1;
-    static_assert(kBytes <= sizeof(uint64_t));
-};
-
-template <unsigned Bits> void unpack_gray_stream(const uint8_t* packed, void* work, size_t count) noexcept
+template <int32_t Bits> void unpack_gray_stream(const uint8_t* packed, void* work, size_t count) noexcept
 {
-    using Group = GrayGroup<Bits>;
-    auto* out = static_cast<uint32_t*>(work);
-    const auto group = [&](size_t bytes, size_t pixels) noexcept {
-        uint64_t stream = 0;
-        for (size_t i = 0; i < bytes; ++i) {
-            stream |= uint64_t{packed[i]} << (8 * i);
-        }
-        for (size_t i = 0; i < pixels; ++i) {
-            out[i] = static_cast<uint32_t>(stream >> (Bits * i) & Group::kMask);
-        }
-    };
-    for (; count >= Group::kPixels; count -= Group::kPixels, packed += Group::kBytes, out += Group::kPixels) {
-        group(Group::kBytes, Group::kPixels);
-    }
-    group((count * Bits + 7) / 8, count);
+    spread_low_first<Bits>(packed, static_cast<uint32_t*>(work), count);
 }
 
-template <unsigned Bits> void pack_gray_stream(const void* work, uint8_t* packed, size_t count) noexcept
+template <int32_t Bits> void pack_gray_stream(const void* work, uint8_t* packed, size_t count) noexcept
 {
-    using Group = GrayGroup<Bits>;
-    const auto* in = static_cast<const uint32_t*>(work);
-    const auto group = [&](size_t pixels, size_t bytes) noexcept {
-        uint64_t stream = 0;
-        for (size_t i = 0; i < pixels; ++i) {
-            stream |= (in[i] & Group::kMask) << (Bits * i);
-        }
-        for (size_t i = 0; i < bytes; ++i) {
-            packed[i] = static_cast<uint8_t>(stream >> (8 * i));
-        }
-    };
-    for (; count >= Group::kPixels; count -= Group::kPixels, packed += Group::kBytes, in += Group::kPixels) {
-        group(Group::kPixels, Group::kBytes);
-    }
-    group(count, (count * Bits + 7) / 8);
+    gather_low_first<Bits>(static_cast<const uint32_t*>(work), packed, count);
 }
 
 template <class Word> void unpack_gray(const uint8_t* packed, void* work, size_t count) noexcept
@@ -255,7 +219,7 @@ constexpr Format byte_row(int32_t bits, int32_t order, Work work) noexcept
     return {bits, order, work, false, false, copy_bytes_in, copy_bytes_out};
 }
 
-template <unsigned Bits> constexpr Format gray_stream_row() noexcept
+template <int32_t Bits> constexpr Format gray_stream_row() noexcept
 {
     return {Bits, COLORORDER_GRAY, Work::gray_deep, false, false, unpack_gray_stream<Bits>, pack_gray_stream<Bits>};
 }

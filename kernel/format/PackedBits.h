@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <numeric>
 
 namespace vk {
 
@@ -94,6 +95,63 @@ constexpr void insert_bits(uint8_t* bytes, int32_t bits, uint32_t column, uint32
 {
     packing_of(bits) == Packing::low_first ? packed::insert_low_first(bytes, bits, column, value)
                                            : packed::insert_high_first(bytes, bits, column, value);
+}
+
+/// As many pixels of a depth whose lowest bits come first as fill bytes, in one word.
+template <int32_t kBits> struct LowFirstGroup {
+    static_assert(packing_of(kBits) == Packing::low_first);
+    static constexpr uint32_t kPixels = 8 / std::gcd(static_cast<uint32_t>(kBits), 8u);
+    static constexpr size_t kBytes = kPixels * static_cast<uint32_t>(kBits) / 8;
+    static constexpr uint64_t kMask = (uint64_t{1} << kBits) - 1;
+    static_assert(kBytes < sizeof(uint64_t), "one that begins inside of a byte has to fit too");
+
+    /// `bytes` may be less, for the pixels at the end of a row, or more by one for those that begin inside of a byte.
+    static uint64_t load(const uint8_t* from, size_t bytes = kBytes) noexcept
+    {
+        uint64_t word = 0;
+        for (size_t i = 0; i < bytes; ++i)
+            word |= uint64_t{from[i]} << (8 * i);
+        return word;
+    }
+    static void store(uint8_t* to, uint64_t word, size_t bytes = kBytes) noexcept
+    {
+        for (size_t i = 0; i < bytes; ++i)
+            to[i] = static_cast<uint8_t>(word >> (8 * i));
+    }
+    static constexpr uint32_t get(uint64_t word, size_t pixel) noexcept
+    {
+        return static_cast<uint32_t>(word >> (kBits * pixel) & kMask);
+    }
+    static constexpr uint64_t put(uint64_t value, size_t pixel) noexcept { return (value & kMask) << (kBits * pixel); }
+};
+
+/// Pixels of such a depth to numbers of their own, from the first of a row on, and back; spare bits become clear.
+template <int32_t kBits, class Number> void spread_low_first(const uint8_t* from, Number* to, size_t count) noexcept
+{
+    using Group = LowFirstGroup<kBits>;
+    for (; count >= Group::kPixels; count -= Group::kPixels, from += Group::kBytes, to += Group::kPixels) {
+        const uint64_t word = Group::load(from);
+        for (size_t i = 0; i < Group::kPixels; ++i)
+            to[i] = static_cast<Number>(Group::get(word, i));
+    }
+    const uint64_t word = Group::load(from, (count * kBits + 7) / 8);
+    for (size_t i = 0; i < count; ++i)
+        to[i] = static_cast<Number>(Group::get(word, i));
+}
+
+template <int32_t kBits, class Number> void gather_low_first(const Number* from, uint8_t* to, size_t count) noexcept
+{
+    using Group = LowFirstGroup<kBits>;
+    for (; count >= Group::kPixels; count -= Group::kPixels, from += Group::kPixels, to += Group::kBytes) {
+        uint64_t word = 0;
+        for (size_t i = 0; i < Group::kPixels; ++i)
+            word |= Group::put(from[i], i);
+        Group::store(to, word);
+    }
+    uint64_t word = 0;
+    for (size_t i = 0; i < count; ++i)
+        word |= Group::put(from[i], i);
+    Group::store(to, word, (count * kBits + 7) / 8);
 }
 
 /// Pixel `column` of a row, of up to 32 bits.

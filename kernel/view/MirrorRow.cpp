@@ -82,9 +82,22 @@ template <int kBits> void mirror_packed(const uint8_t* from, uint8_t* to, int64_
 
 template <int kBits> void mirror_low_bits(const uint8_t* from, uint8_t* to, int64_t width) noexcept
 {
-    std::memset(to, 0, bytes_of(width, kBits));
-    for (int64_t i = 0; i < width; ++i)
-        set_packed(to, kBits, i, get_packed(from, kBits, width - 1 - i));
+    using Group = LowFirstGroup<kBits>;
+    constexpr uint64_t kGroupBits = 8 * Group::kBytes;
+    uint64_t end = static_cast<uint64_t>(width) * kBits;
+    for (; end >= kGroupBits; end -= kGroupBits, to += Group::kBytes) {
+        const uint64_t first = end - kGroupBits;
+        const auto bytes = static_cast<size_t>((end + 7) / 8 - first / 8);
+        const uint64_t group = Group::load(from + first / 8, bytes) >> first % 8;
+        uint64_t mirrored = 0;
+        for (size_t i = 0; i < Group::kPixels; ++i)
+            mirrored |= Group::put(Group::get(group, i), Group::kPixels - 1 - i);
+        Group::store(to, mirrored);
+    }
+    const auto rest = static_cast<int64_t>(end / kBits);
+    std::memset(to, 0, bytes_of(rest, kBits));
+    for (int64_t i = 0; i < rest; ++i)
+        set_packed(to, kBits, i, get_packed(from, kBits, rest - 1 - i));
 }
 
 /// Exchanges pixels from both ends, by way of memory on the stack.

@@ -81,25 +81,15 @@ void transpose_1(const Tile& tile, Level level) noexcept
         }
 }
 
-/// Pixels from `done` on to units of their own, and back.
-template <int32_t kBits, class Unit> void spread_plain(const uint8_t* from, Unit* to, int32_t done, int32_t count) noexcept
-{
-    for (int32_t i = done; i < count; ++i)
-        to[i] = static_cast<Unit>(pixel_at<kBits>(from, static_cast<uint32_t>(i)));
-}
-
-template <int32_t kBits, class Unit> void gather_plain(const Unit* from, uint8_t* to, int32_t done, int32_t count) noexcept
-{
-    const auto at = [](int32_t pixels) noexcept { return packed_bytes(static_cast<uint32_t>(pixels), kBits); };
-    std::memset(to + at(done), 0, static_cast<size_t>(at(count) - at(done)));
-    for (int32_t i = done; i < count; ++i)
-        insert_bits(to + column_offset(kBits, i), kBits, static_cast<uint32_t>(i), from[i]);
-}
-
 /// The side of tiles of packed pixels, which are spread to whole bytes, transposed and packed again.
 constexpr int32_t kSpreadSide = 64;
 /// Bytes between its rows: those of 16-bit pixels, and what a vector writes too far.
 constexpr ptrdiff_t kSpreadPitch = 2 * kSpreadSide + 32;
+
+constexpr size_t packed_size(int32_t pixels, int32_t bits) noexcept
+{
+    return static_cast<size_t>(packed_bytes(static_cast<uint32_t>(pixels), bits));
+}
 
 /// The units of a depth: bytes, or words where pixels are larger.
 template <int32_t kBits> using SpreadUnit = std::conditional_t<(kBits > 8), uint16_t, uint8_t>;
@@ -107,30 +97,36 @@ template <int32_t kBits> using SpreadUnit = std::conditional_t<(kBits > 8), uint
 template <int32_t kBits>
 void spread(const uint8_t* from, SpreadUnit<kBits>* to, int32_t count, [[maybe_unused]] Level level) noexcept
 {
-    static_assert(kBits <= 16);
-    int32_t done = 0;
-    if constexpr (kBits < 8) {
+    if constexpr (packing_of(kBits) == Packing::low_first) {
+        int32_t done = 0;
+        if constexpr (kBits == 12)
+            if (level >= Level::avx2)
+                done = turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), count);
+        spread_low_first<kBits>(from + packed_size(done, kBits), to + done, static_cast<size_t>(count - done));
+    } else {
         if (level >= Level::avx2)
             return turn::spread_avx2(from, to, count, kBits);
-    } else if constexpr (kBits == 12) {
-        if (level >= Level::avx2)
-            done = turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), count);
+        for (int32_t i = 0; i < count; ++i)
+            to[i] = static_cast<uint8_t>(pixel_at<kBits>(from, static_cast<uint32_t>(i)));
     }
-    spread_plain<kBits>(from, to, done, count);
 }
 
 template <int32_t kBits>
 void gather(const SpreadUnit<kBits>* from, uint8_t* to, int32_t count, [[maybe_unused]] Level level) noexcept
 {
-    int32_t done = 0;
-    if constexpr (kBits < 8) {
+    if constexpr (packing_of(kBits) == Packing::low_first) {
+        int32_t done = 0;
+        if constexpr (kBits == 12)
+            if (level >= Level::avx2)
+                done = turn::gather12_avx2(reinterpret_cast<const uint8_t*>(from), to, count);
+        gather_low_first<kBits>(from + done, to + packed_size(done, kBits), static_cast<size_t>(count - done));
+    } else {
         if (level >= Level::avx2)
             return turn::gather_avx2(from, to, count, kBits);
-    } else if constexpr (kBits == 12) {
-        if (level >= Level::avx2)
-            done = turn::gather12_avx2(reinterpret_cast<const uint8_t*>(from), to, count);
+        std::memset(to, 0, packed_size(count, kBits));
+        for (int32_t i = 0; i < count; ++i)
+            insert_bits(to + column_offset(kBits, i), kBits, static_cast<uint32_t>(i), from[i]);
     }
-    gather_plain<kBits>(from, to, done, count);
 }
 
 template <int32_t kBits> void transpose_packed(const Tile& tile, Level level) noexcept
