@@ -26,6 +26,7 @@
 
 #include "Vkbitmap.h"
 #include "Vkcolorres.h"
+#include "Vkcombine.h"
 #include "Vkconvert.h"
 #include "Vkdib.h"
 #include "Vkdither.h"

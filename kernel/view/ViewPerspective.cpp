@@ -49,14 +49,6 @@ void set_perspective(BITMAPHANDLE& bitmap, int32_t before, int32_t perspective) 
             overlay.ViewPerspective = perspective;
 }
 
-Layout layout_of(PerspectiveChange change) noexcept
-{
-    const bool is_quarter = change.angle == 90 || change.angle == 270;
-    const bool turn_flips = change.angle == 90 || change.angle == 180;
-    const bool turn_mirrors = change.angle == 180 || change.angle == 270;
-    return {change.flip != turn_flips, turn_mirrors, is_quarter};
-}
-
 int turn_stored(BITMAPHANDLE& bitmap, int32_t angle) noexcept
 {
     Progress none(0);
@@ -159,6 +151,14 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
 }
 
 } // namespace
+
+Layout layout_of(PerspectiveChange change) noexcept
+{
+    const bool is_quarter = change.angle == 90 || change.angle == 270;
+    const bool turn_flips = change.angle == 90 || change.angle == 180;
+    const bool turn_mirrors = change.angle == 180 || change.angle == 270;
+    return {change.flip != turn_flips, turn_mirrors, is_quarter};
+}
 
 PerspectiveChange perspective_change(int32_t from, int32_t to) noexcept
 {

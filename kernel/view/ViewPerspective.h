@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/view/Relayout.h"
 
 namespace vk {
 
@@ -31,6 +32,9 @@ struct PerspectiveChange {
 
 /// Both perspectives are such.
 PerspectiveChange perspective_change(int32_t from, int32_t to) noexcept;
+
+/// The same as one layout of stored rows.
+Layout layout_of(PerspectiveChange change) noexcept;
 
 /// Rearranges a bitmap in place. SUCCESS; ERROR_INVALID_PARAMETER for what is no perspective; a failure of the flip or
 /// the turn. A turn that fails after a flip leaves the bitmap flipped, in perspective 1; otherwise it is as it was.

@@ -35,6 +35,7 @@ std::span<const Operation> dither_operations();
 std::span<const Operation> bitmap_operations();
 std::span<const Operation> view_operations();
 std::span<const Operation> rotate_operations();
+std::span<const Operation> combine_operations();
 std::span<const Operation> resize_operations();
 std::span<const Operation> resample_operations();
 std::span<const Operation> dib_operations();

@@ -1,0 +1,71 @@
+// Boolean functions of packed pixels, at any bit on either side. A row is a stream of bits: most significant bit first
+// below 8 bits per pixel, least significant first at 12, whose two pixels to three bytes are that; whole bytes are both.
+//
+// Bits outside the run stay, and no byte is read that holds none of its source bits.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::combine {
+
+/// The answers of a Boolean function of a source bit s and a destination bit d: bit 2 s + d of `answers`. Kept as
+/// ((s & p) ^ q) ^ (d & ((s & r) ^ t)), so that one loop does for all of them.
+struct Logic {
+    uint64_t p;
+    uint64_t q;
+    uint64_t r;
+    uint64_t t;
+
+    explicit constexpr Logic(uint32_t answers) noexcept
+        : p(all((answers ^ answers >> 2) & 1)), q(all(answers & 1)),
+          r(all((answers ^ answers >> 1 ^ answers >> 2 ^ answers >> 3) & 1)), t(all((answers ^ answers >> 1) & 1))
+    {}
+    constexpr uint64_t operator()(uint64_t source, uint64_t destination) const noexcept
+    {
+        return ((source & p) ^ q) ^ (destination & ((source & r) ^ t));
+    }
+    constexpr bool is_copy() const noexcept { return p && !q && !r && !t; }
+
+private:
+    static constexpr uint64_t all(uint32_t bit) noexcept { return bit ? ~uint64_t{0} : 0; }
+};
+
+constexpr uint32_t kCopyAnswers = 0xC;
+
+/// Which bit of a byte comes first.
+enum class BitOrder : uint8_t { high_first, low_first };
+
+constexpr BitOrder bit_order(int32_t bits_per_pixel) noexcept
+{
+    return bits_per_pixel == 12 ? BitOrder::low_first : BitOrder::high_first;
+}
+
+/// Changes `count` bits from bit `to_bit` of one row on by those from bit `from_bit` of another, which does not overlap
+/// it.
+void combine_bits(uint8_t* to, uint64_t to_bit, const uint8_t* from, uint64_t from_bit, uint64_t count,
+                  const Logic& logic, BitOrder order) noexcept;
+
+inline void copy_bits(uint8_t* to, uint64_t to_bit, const uint8_t* from, uint64_t from_bit, uint64_t count,
+                      BitOrder order) noexcept
+{
+    combine_bits(to, to_bit, from, from_bit, count, Logic(kCopyAnswers), order);
+}
+
+/// Copies bytes past the caches; for much at a time. stream_fence comes behind the last.
+void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
+void stream_fence() noexcept;
+
+/// Whole bytes, the source `shift` (0 to 7) bits further on; of the byte behind the last the source bits that are
+/// wanted are there. Returns how many bytes it did, a whole number of its vectors.
+using ByteLogic = size_t (*)(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
+                             BitOrder order) noexcept;
+size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
+                        BitOrder order) noexcept;
+size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
+                          BitOrder order) noexcept;
+
+/// Whole cache lines to a destination at one.
+void stream_lines_avx512(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
+
+} // namespace vk::combine
