@@ -82,11 +82,10 @@ void Alike::set_top_bits(int channel, uint32_t level, uint32_t bits, uint32_t to
 
 void Alike::open_gray(uint32_t value, bool is_level, uint32_t tolerance) noexcept
 {
-    const auto bits = static_cast<uint32_t>(form_.gray.bits);
     if (is_level)
-        set_top_bits(0, value, bits, tolerance);
+        set_top_bits(0, value, form_.gray.bits, tolerance);
     else
-        set_channel(0, value, form_.gray.mask, tolerance);
+        set_channel(0, value, form_.gray.mask(), tolerance);
 }
 
 /// Words of 5 or 6 bits a channel, compared as the 8-bit channels that they stand for.
@@ -135,8 +134,8 @@ void Alike::open(const BITMAPHANDLE& bitmap, const uint8_t* pixel, uint32_t tole
     if (form_.indexed())
         return open_indices(form_.palette[form_.bits == 8 ? pixel[0] : extract_bits(pixel, form_.bits, 0)], tolerance);
     if (form_.deep_gray()) {
-        const uint32_t sample = form_.bits == 12 ? extract_12(pixel, 0) : load(pixel, static_cast<size_t>(form_.bits / 8));
-        return open_gray(sample >> form_.gray.shift & form_.gray.mask, false, tolerance);
+        const uint32_t sample = is_whole_bytes(form_.bits) ? load(pixel, static_cast<size_t>(form_.bits / 8)) : extract_bits(pixel, form_.bits, 0);
+        return open_gray(form_.gray.extract(sample), false, tolerance);
     }
     if (form_.bits == 16) {
         uint8_t color[4] = {pixel[0], pixel[1]};
@@ -172,7 +171,7 @@ uint64_t Alike::match_samples(const uint8_t* pixels, int32_t count) const noexce
         uint32_t samples[kWordPixels];
         pixel::find_format(form_.bits, COLORORDER_GRAY)->unpack(pixels, samples, static_cast<size_t>(count));
         for (int32_t i = 0; i < count; ++i)
-            word |= uint64_t{ranges_[0].holds(samples[i] >> form_.gray.shift & form_.gray.mask)} << i;
+            word |= uint64_t{ranges_[0].holds(form_.gray.extract(samples[i]))} << i;
         return word;
     }
     pixel::Rgba8 colors[kWordPixels];

@@ -32,7 +32,7 @@ PixelForm form_of(const BITMAPHANDLE& bitmap) noexcept
     if (form.indexed())
         take_palette(bitmap, form);
     else if (form.deep_gray() && form.bits <= 32)
-        form.gray = gray_params_of(bitmap);
+        form.gray = gray_range_of(bitmap);
     return form;
 }
 

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Vkrecord.h"
-#include "kernel/format/GrayParams.h"
+#include "kernel/format/GrayRange.h"
 #include "kernel/palette/Palette.h"
 
 #include <cstdint>
@@ -12,7 +12,7 @@ namespace vk::combine {
 struct PixelForm {
     int32_t bits = 0;
     int32_t order = 0;
-    GrayParams gray;     ///< of deep gray samples
+    GrayRange gray;     ///< of deep gray samples
     uint32_t colors = 0; ///< entries that may be matched, up to 8 bits per pixel
     RGBQUAD palette[kMaxPaletteEntries] = {}; ///< all that the depth can index; those past `colors` are black
 
@@ -22,7 +22,7 @@ struct PixelForm {
     bool deep_gray() const noexcept { return bits > 8 && order == COLORORDER_GRAY; }
     bool has_alpha() const noexcept { return bits == 64 || (bits == 32 && order != COLORORDER_GRAY); }
     /// All bits of a deep gray sample count.
-    bool full_range() const noexcept { return gray.shift == 0 && gray.bits == bits; }
+    bool full_range() const noexcept { return gray.shift == 0 && gray.high_bit() == bits - 1; }
 };
 
 PixelForm form_of(const BITMAPHANDLE& bitmap) noexcept;

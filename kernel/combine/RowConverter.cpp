@@ -34,8 +34,8 @@ void use_range(ConvertJob& job, const PixelForm& form, uint32_t flag) noexcept
     if (!form.deep_gray() || form.full_range())
         return;
     job.flags |= flag;
-    job.low_bit = form.gray.shift;
-    job.high_bit = form.gray.shift + form.gray.bits - 1;
+    job.low_bit = form.gray.low_bit();
+    job.high_bit = form.gray.high_bit();
 }
 
 void give_source(ConvertJob& job, const PixelForm& form) noexcept
