@@ -18,6 +18,8 @@
 #include "kernel/storage/Store.h"
 #include "kernel/system/Checks.h"
 
+#include <cstring>
+
 using namespace vk;
 
 namespace {
@@ -223,9 +225,12 @@ int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) noexcept
 
 int V_SetRegionHooks(const REGIONHOOKS* pHooks) noexcept
 {
-    if (pHooks && pHooks->StructSize != sizeof *pHooks)
+    REGIONCOPYHOOKS hooks{};
+    if (pHooks && pHooks->StructSize != sizeof *pHooks && pHooks->StructSize != sizeof hooks)
         return V_ERROR_INVALID_STRUCT_SIZE;
-    set_region_hooks(pHooks ? *pHooks : REGIONHOOKS{});
+    if (pHooks)
+        std::memcpy(&hooks, pHooks, pHooks->StructSize);
+    set_region_hooks(hooks);
     return V_SUCCESS;
 }
 

@@ -16,30 +16,24 @@ namespace vk {
 
 namespace {
 
-int to_code(intptr_t moved) noexcept
-{
-    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
-}
-
 /// One batch of rows. Where both are memory, the converter's copy knows best how to move much at once.
 int move_rows(RowReader& reader, RowWriter& writer, BITMAPHANDLE& from, BITMAPHANDLE& to, int32_t row, int32_t rows,
               bool reversed) noexcept
 {
     const size_t line = from.BytesPerLine;
-    const size_t bytes = line * static_cast<uint32_t>(rows);
     if (writer.in_place() && !reader.in_place() && !reversed)
-        return to_code(get_row(from, writer.place(row), row, bytes));
+        return get_rows(from, writer.place(row), row, rows);
     const uint8_t* data = nullptr;
     int result = reader.read(row, rows, &data);
     if (result != V_SUCCESS)
         return result;
     if (reversed) {
         for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i)
-            result = to_code(put_row(to, data + line * static_cast<uint32_t>(i), from.Height - 1 - row - i, line));
+            result = put_rows(to, data + line * static_cast<uint32_t>(i), from.Height - 1 - row - i, 1);
         return result;
     }
     if (!writer.in_place())
-        return to_code(put_row(to, data, row, bytes));
+        return put_rows(to, data, row, rows);
     ConvertJob bytes_as_they_are;
     bytes_as_they_are.width = static_cast<int32_t>(line);
     bytes_as_they_are.src_bits = bytes_as_they_are.dst_bits = 8;
@@ -63,11 +57,8 @@ int copy_with_access(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
     if (to_access.result() != V_SUCCESS)
         return to_access.result();
     const int result = copy_accessed(to, from);
-    const int to_released = to_access.release();
-    const int from_released = from_access.release();
-    if (result != V_SUCCESS)
-        return result;
-    return to_released == V_SUCCESS ? from_released : to_released;
+    const int released = release_both(to_access, from_access);
+    return first_failure(result, released);
 }
 
 /// Whose copy callbacks count: the source's, else the destination's.
@@ -143,7 +134,7 @@ int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
 int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size) noexcept
 {
     const int checked = check_rows(from);
-    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape_of(from), DUPFLAG_COPY) : checked;
+    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape_of(from), copy_flags(from)) : checked;
     if (result == V_SUCCESS) {
         result = copy_bitmap_data(to, from);
         if (result != V_SUCCESS)

@@ -4,9 +4,10 @@
 //
 //     Staged staged(bitmap);
 //     int result = staged.make(shape, DUPFLAG_PALETTE);   // copied; the rest is handed over by replace
+//     BitmapAccess made(staged.record());                 // and of the bitmap; results left out here
 //     if (result == V_SUCCESS)
 //         result = fill(staged.record(), bitmap);
-//     return result == V_SUCCESS ? staged.replace() : result;
+//     return result == V_SUCCESS ? staged.replace(made, access) : result;
 #pragma once
 
 #include "Vkbitmap.h"
@@ -23,7 +24,7 @@ namespace vk {
 
 class Staged {
 public:
-    explicit Staged(BITMAPHANDLE& source) noexcept : source_(source) {}
+    explicit Staged(BITMAPHANDLE& source) noexcept : source_(source), operation_(record_, Operation::Scratch::own) {}
     Staged(const Staged&) = delete;
     Staged& operator=(const Staged&) = delete;
     ~Staged()
@@ -67,6 +68,13 @@ public:
         return V_SUCCESS;
     }
 
+    /// The same when the operation still has both accessed. A refused release undoes nothing and is the result.
+    int replace(BitmapAccess& made, BitmapAccess& source) noexcept
+    {
+        const int released = release_both(made, source);
+        return first_failure(replace(), released);
+    }
+
     /// Writes the staged record to a second record, whose old contents are forgotten.
     void give(BITMAPHANDLE& target) noexcept
     {
@@ -77,6 +85,7 @@ public:
 private:
     BITMAPHANDLE& source_;
     BITMAPHANDLE record_ = {};
+    Operation operation_;
     uint32_t copied_ = 0;
     bool is_made_ = false;
 };

@@ -174,7 +174,7 @@ int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, 
         return copy_bitmap(made, source, struct_size);
     Staged staged(source);
     if (result == V_SUCCESS)
-        result = stage(staged, source, struct_size, DUPFLAG_COPY, target);
+        result = stage(staged, source, struct_size, copy_flags(source), target);
     if (result == V_SUCCESS)
         staged.give(made);
     else

@@ -56,6 +56,11 @@ void count(BITMAPHANDLE& bitmap, int32_t step) noexcept
 
 } // namespace
 
+bool is_locked_uncounted(const BITMAPHANDLE& bitmap) noexcept
+{
+    return !is_current(bitmap) && is_lockable_global(bitmap) && bitmap.Flags & BITMAPFLAG_LOCKED;
+}
+
 int access_bitmap(BITMAPHANDLE& bitmap) noexcept
 {
     if (!is_current(bitmap))

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/view/Layout.h"
 
 namespace vk {
 
@@ -29,8 +30,14 @@ struct PerspectiveChange {
     int32_t angle; ///< 0, 90, 180 or 270 degrees
 };
 
+/// What turns stored data into what is shown; nothing for what is no perspective.
+Layout shown_layout(int32_t perspective) noexcept;
+
 /// Both perspectives are such.
 PerspectiveChange perspective_change(int32_t from, int32_t to) noexcept;
+
+/// Gives a bitmap whose stored pixels stay another perspective, and its overlays what shows them over the same pixels.
+int change_shown(BITMAPHANDLE& bitmap, int32_t to) noexcept;
 
 /// Rearranges a bitmap in place. SUCCESS; ERROR_INVALID_PARAMETER for what is no perspective; a failure of the flip or
 /// the turn. A turn that fails after a flip leaves the bitmap flipped, in perspective 1; otherwise it is as it was.
