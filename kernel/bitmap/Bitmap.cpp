@@ -100,9 +100,12 @@ int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSiz
 
 int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) noexcept
 {
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
+    if (!pBitmap)
+        return V_ERROR_INVALID_PARAMETER;
+    if (!(pBitmap->Flags & BITMAPFLAG_ALLOCATED))
+        return V_ERROR_INVALID_IMAGE;
+    if (!is_record_size(pBitmap->StructSize))
+        return V_ERROR_INVALID_STRUCT_SIZE;
     if (pBitmap->Flags & (BITMAPFLAG_MIRROR | BITMAPFLAG_LOCKED))
         return V_ERROR_INVALID_PARAMETER;
     if (nHeight == pBitmap->Height)

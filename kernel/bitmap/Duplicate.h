@@ -60,8 +60,11 @@ int give_palette(BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count) n
 /// the present state of `progress` on, whose steps are rows; it has begun.
 int copy_rows(BITMAPHANDLE& from, BITMAPHANDLE& to, bool reversed, Progress& progress) noexcept;
 
-/// V_CopyBitmapData and V_CopyBitmap for different records that are checked.
-int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept;
-int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size) noexcept;
+/// V_CopyBitmapData and V_CopyBitmap for different records that are checked, as passes of an operation.
+int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from, const ProgressShare& share = {}) noexcept;
+int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size, const ProgressShare& share = {}) noexcept;
+/// The same with a choice of the parts.
+int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size, uint32_t dup_flags,
+                const ProgressShare& share) noexcept;
 
 } // namespace vk

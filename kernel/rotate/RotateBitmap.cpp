@@ -146,7 +146,8 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
     result = made.result();
     if (result == V_SUCCESS)
         result = paint(is_compressed ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
-    return result == V_SUCCESS ? staged.replace(made, access) : result;
+    made.release();
+    return result == V_SUCCESS ? staged.replace(access) : result;
 }
 
 /// Turns that move every pixel, done on stored rows; `angle` is the way back.

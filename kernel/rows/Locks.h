@@ -9,6 +9,9 @@ namespace vk {
 int access_bitmap(BITMAPHANDLE& bitmap) noexcept;
 int release_bitmap(BITMAPHANDLE& bitmap) noexcept;
 
+/// Reports, with the trace on, that a function which moves rows was called without access.
+void trace_access(const BITMAPHANDLE& bitmap, const char* function) noexcept;
+
 /// True for an earlier record whose global block is locked. It has no count to tell whose lock that is: who finds one
 /// leaves it.
 bool is_locked_uncounted(const BITMAPHANDLE& bitmap) noexcept;

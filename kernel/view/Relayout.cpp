@@ -74,7 +74,8 @@ private:
             result = overlays_.reverse();
         if (result != V_SUCCESS)
             return result;
-        released_ = release_both(made, access_);
+        made.release();
+        released_ = access_.release();
         return staged.replace();
     }
 

@@ -72,7 +72,7 @@ bool has_copy_callbacks(const BITMAPHANDLE& bitmap) noexcept
     return calls && (calls->BeginCopyBitmapDataCallback || calls->EndCopyBitmapDataCallback);
 }
 
-int move_between(BITMAPHANDLE& made, BITMAPHANDLE& source, Layout layout) noexcept
+int move_between(BITMAPHANDLE& made, BITMAPHANDLE& source, Layout layout, const ProgressShare& share) noexcept
 {
     BitmapAccess from(source);
     if (from.result() != V_SUCCESS)
@@ -81,7 +81,7 @@ int move_between(BITMAPHANDLE& made, BITMAPHANDLE& source, Layout layout) noexce
     BitmapAccess to(made);
     if (to.result() != V_SUCCESS)
         return to.result();
-    Progress progress(source.Height);
+    Progress progress(source.Height, share);
     int result = progress.begin();
     if (result == V_SUCCESS)
         result = move_pixels(source, made, layout, progress);
@@ -90,10 +90,11 @@ int move_between(BITMAPHANDLE& made, BITMAPHANDLE& source, Layout layout) noexce
 }
 
 /// Fills a bitmap of the final shape, and brings its parts into line.
-int fill_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to) noexcept
+int fill_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to,
+                 const ProgressShare& share) noexcept
 {
     const Layout layout = layout_of(change);
-    int result = move_between(made, source, layout);
+    int result = move_between(made, source, layout, share);
     if (result != V_SUCCESS)
         return result;
     if (layout.transpose)
@@ -104,9 +105,10 @@ int fill_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange cha
 }
 
 /// Fills a bitmap of the source's shape as a copy, and changes it then: for callbacks that see to copying.
-int fill_copied(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to) noexcept
+int fill_copied(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to,
+                const ProgressShare& share) noexcept
 {
-    const int result = copy_bitmap_data(made, source);
+    const int result = copy_bitmap_data(made, source, share);
     const bool is_same = source.ViewPerspective == to;
     return result == V_SUCCESS && !is_same ? change_in_place(made, change, to) : result;
 }
@@ -126,8 +128,8 @@ int take_over(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change
     return V_SUCCESS;
 }
 
-int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to,
-                 uint32_t dup_flags) noexcept
+int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to, uint32_t dup_flags,
+                 const ProgressShare& share) noexcept
 {
     const bool is_same = source.ViewPerspective == to;
     if (!is_same && !(is_perspective(source.ViewPerspective) && is_perspective(to)))
@@ -144,7 +146,8 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
     result = make_like(made, source, struct_size, shape, dup_flags);
     if (result != V_SUCCESS)
         return result;
-    result = in_one ? fill_changed(made, source, change, to) : fill_copied(made, source, change, to);
+    result = in_one ? fill_changed(made, source, change, to, share)
+                    : fill_copied(made, source, change, to, share);
     if (result == V_SUCCESS && dup_flags & DUPFLAG_TAKEOVER)
         result = take_over(made, source, change, dup_flags);
     if (result != V_SUCCESS)
@@ -203,9 +206,9 @@ int change_view_perspective(BITMAPHANDLE& bitmap, int32_t to) noexcept
 }
 
 int copy_in_view_perspective(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to,
-                             uint32_t dup_flags) noexcept
+                             uint32_t dup_flags, const ProgressShare& share) noexcept
 {
-    const int result = make_changed(made, source, struct_size, to, dup_flags);
+    const int result = make_changed(made, source, struct_size, to, dup_flags, share);
     if (result != V_SUCCESS)
         clear_record(made, struct_size);
     return result;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/system/Progress.h"
 #include "kernel/view/Layout.h"
 
 namespace vk {
@@ -43,9 +44,9 @@ int change_shown(BITMAPHANDLE& bitmap, int32_t to) noexcept;
 /// the turn. A turn that fails after a flip leaves the bitmap flipped, in perspective 1; otherwise it is as it was.
 int change_view_perspective(BITMAPHANDLE& bitmap, int32_t to) noexcept;
 
-/// Makes `made`, with copies of the parts that `dup_flags` name, a rearranged copy. On failure it is empty but for
+/// Makes `made`, with copies of the parts that `dup_flags` name, a rearranged copy, as a pass of an operation. On failure it is empty but for
 /// StructSize.
 int copy_in_view_perspective(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to,
-                             uint32_t dup_flags) noexcept;
+                             uint32_t dup_flags, const ProgressShare& share = {}) noexcept;
 
 } // namespace vk
