@@ -195,11 +195,13 @@ private:
         int32_t rows;
     };
 
-    /// Rows of one band: few enough for a cache, and for the tiles of the smallest size to stay at hand.
+    /// Rows of one band: few enough for a cache, and for the tiles of the smallest size to stay at hand. A small bitmap
+    /// is two bands, and written at once.
     static int32_t rows_of_band(const BITMAPHANDLE& bitmap) noexcept
     {
         constexpr int32_t kMostRows = 256;
-        return std::clamp(std::min(buffered_rows(bitmap, bitmap), reported_rows(bitmap.Height) / 2), 1, kMostRows);
+        const int32_t half = reported_rows(bitmap.Height) / 2 + reported_rows(bitmap.Height) % 2;
+        return std::min({buffered_rows(bitmap, bitmap), half, kMostRows});
     }
 
     Part part_of(int32_t index) const noexcept
