@@ -71,7 +71,7 @@ template <class Op> void measure(benchmark::State& state, uint64_t bytes, Size s
 int half_turn(BITMAPHANDLE* bitmap)
 {
     Progress none(0);
-    return half_turn_bitmap(*bitmap, none);
+    return change_layout(*bitmap, {{kHalfTurned, bitmap->ViewPerspective}}, none);
 }
 
 int quarter_turn(BITMAPHANDLE* bitmap)

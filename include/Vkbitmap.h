@@ -29,15 +29,24 @@
 #define MEMORYINFO_TILESLEFT 16u   /**< nTilesLeft; ignored when MEMORYINFO_CONVTILES is given */
 #define MEMORYINFO_CONVBUFFERS 32u /**< nConvBuffers */
 
-/** Callbacks of the module that implements regions (RgnInfo). Each may be null and returns a result code. */
+/** Callbacks of the module that implements regions (RgnInfo). Each may be null, is called for a bitmap that has a
+ * region only, and returns a result code. 48 bytes. */
 typedef struct REGIONHOOKS {
-    uint32_t StructSize; /**< size of this record */
+    uint32_t StructSize; /**< size of this record, or of one that begins with it */
     void* UserData;      /**< passed back to every hook */
     int (*FlipRegion)(BITMAPHANDLE* pBitmap, void* pUserData);
     int (*ReverseRegion)(BITMAPHANDLE* pBitmap, void* pUserData);
     int (*ScaleRegion)(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, void* pUserData);
     int (*FreeRegion)(BITMAPHANDLE* pBitmap, void* pUserData);
 } REGIONHOOKS;
+
+/** The region hooks of a module that can copy regions, installed by the address of Hooks. CopyRegion makes pDst's
+ *  RgnInfo a copy of pSrc's. Without it a copy of a bitmap has no region, except where there is no FreeRegion either:
+ *  regions are then the application's own, and the copy refers to the same one. 56 bytes. */
+typedef struct REGIONCOPYHOOKS {
+    REGIONHOOKS Hooks; /**< StructSize is the size of the whole record */
+    int (*CopyRegion)(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, void* pUserData);
+} REGIONCOPYHOOKS;
 
 V_EXTERN_C_BEGIN
 
@@ -188,6 +197,7 @@ V_API int V_TrimBitmapHeap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 V_API int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) V_NOEXCEPT;
 
 /** Installs the callbacks of the module that implements regions, process-wide; null removes them.
+ *  @param pHooks the record, or the one that a REGIONCOPYHOOKS begins with.
  *  @return SUCCESS; ERROR_INVALID_STRUCT_SIZE. @remark Not while other threads use the library. */
 V_API int V_SetRegionHooks(const REGIONHOOKS* pHooks) V_NOEXCEPT;
 

@@ -264,7 +264,9 @@ typedef int (*V_COPYBITMAPDATACALLBACK)(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, 
 /** Moves uBytes bytes from row nRow, pixel column nCol on. 0: not handled, the library does it. */
 typedef intptr_t (*V_BITMAPROWCOLCALLBACK)(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
                                            size_t uBytes, void* pUserData);
-/** Supplies a scratch buffer of uBytes bytes. */
+/** Lends a buffer of uBytes bytes for the rows of the bitmap that an operation works on, until the operation is over.
+ *  Asked before the library takes memory of its own, once for an operation. A null buffer: the library's own is used.
+ *  Any result other than SUCCESS stops the operation and becomes its result. */
 typedef int (*V_BITMAPSCRATCHBUFFERCALLBACK)(BITMAPHANDLE* pBitmap, void** ppBuffer, size_t uBytes, void* pUserData);
 
 /** A bitmap's nine data callbacks; each may be null. 88 bytes. */

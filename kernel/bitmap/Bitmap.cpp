@@ -18,6 +18,8 @@
 #include "kernel/storage/Store.h"
 #include "kernel/system/Checks.h"
 
+#include <cstring>
+
 using namespace vk;
 
 namespace {
@@ -98,9 +100,12 @@ int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSiz
 
 int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) noexcept
 {
-    const int result = check_allocated(pBitmap);
-    if (result != V_SUCCESS)
-        return result;
+    if (!pBitmap)
+        return V_ERROR_INVALID_PARAMETER;
+    if (!(pBitmap->Flags & BITMAPFLAG_ALLOCATED))
+        return V_ERROR_INVALID_IMAGE;
+    if (!is_record_size(pBitmap->StructSize))
+        return V_ERROR_INVALID_STRUCT_SIZE;
     if (pBitmap->Flags & (BITMAPFLAG_MIRROR | BITMAPFLAG_LOCKED))
         return V_ERROR_INVALID_PARAMETER;
     if (nHeight == pBitmap->Height)
@@ -223,9 +228,12 @@ int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) noexcept
 
 int V_SetRegionHooks(const REGIONHOOKS* pHooks) noexcept
 {
-    if (pHooks && pHooks->StructSize != sizeof *pHooks)
+    REGIONCOPYHOOKS hooks{};
+    if (pHooks && pHooks->StructSize != sizeof *pHooks && pHooks->StructSize != sizeof hooks)
         return V_ERROR_INVALID_STRUCT_SIZE;
-    set_region_hooks(pHooks ? *pHooks : REGIONHOOKS{});
+    if (pHooks)
+        std::memcpy(&hooks, pHooks, pHooks->StructSize);
+    set_region_hooks(hooks);
     return V_SUCCESS;
 }
 

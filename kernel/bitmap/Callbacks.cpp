@@ -10,7 +10,7 @@ namespace {
 // Process-wide and unguarded: set before other threads allocate.
 V_ALLOCATEBITMAPCALLBACK g_allocate_callback = nullptr;
 void* g_allocate_user_data = nullptr;
-REGIONHOOKS g_region_hooks = {};
+REGIONCOPYHOOKS g_region_hooks = {};
 
 ALLOCATEBITMAPCALLBACKDATA describe_request(const BITMAPHANDLE& bitmap, uint32_t memory,
                                             const RGBQUAD* palette) noexcept
@@ -38,7 +38,7 @@ AllocateCallback exchange_allocate_callback(const AllocateCallback& callback) no
     return before;
 }
 
-void set_region_hooks(const REGIONHOOKS& hooks) noexcept
+void set_region_hooks(const REGIONCOPYHOOKS& hooks) noexcept
 {
     g_region_hooks = hooks;
 }
@@ -93,24 +93,37 @@ void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept
 
 int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept
 {
-    return g_region_hooks.ScaleRegion ? g_region_hooks.ScaleRegion(&bitmap, width, height, g_region_hooks.UserData)
-                                      : V_SUCCESS;
+    const REGIONHOOKS& hooks = g_region_hooks.Hooks;
+    return bitmap.RgnInfo && hooks.ScaleRegion ? hooks.ScaleRegion(&bitmap, width, height, hooks.UserData) : V_SUCCESS;
 }
 
 int flip_region(BITMAPHANDLE& bitmap) noexcept
 {
-    return g_region_hooks.FlipRegion ? g_region_hooks.FlipRegion(&bitmap, g_region_hooks.UserData) : V_SUCCESS;
+    const REGIONHOOKS& hooks = g_region_hooks.Hooks;
+    return bitmap.RgnInfo && hooks.FlipRegion ? hooks.FlipRegion(&bitmap, hooks.UserData) : V_SUCCESS;
 }
 
 int reverse_region(BITMAPHANDLE& bitmap) noexcept
 {
-    return g_region_hooks.ReverseRegion ? g_region_hooks.ReverseRegion(&bitmap, g_region_hooks.UserData) : V_SUCCESS;
+    const REGIONHOOKS& hooks = g_region_hooks.Hooks;
+    return bitmap.RgnInfo && hooks.ReverseRegion ? hooks.ReverseRegion(&bitmap, hooks.UserData) : V_SUCCESS;
+}
+
+int copy_region(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
+{
+    const REGIONHOOKS& hooks = g_region_hooks.Hooks;
+    if (source.RgnInfo && g_region_hooks.CopyRegion)
+        return g_region_hooks.CopyRegion(&made, &source, hooks.UserData);
+    if (!hooks.FreeRegion)
+        made.RgnInfo = source.RgnInfo;
+    return V_SUCCESS;
 }
 
 void free_region(BITMAPHANDLE& bitmap) noexcept
 {
-    if (bitmap.RgnInfo && g_region_hooks.FreeRegion)
-        g_region_hooks.FreeRegion(&bitmap, g_region_hooks.UserData);
+    const REGIONHOOKS& hooks = g_region_hooks.Hooks;
+    if (bitmap.RgnInfo && hooks.FreeRegion)
+        hooks.FreeRegion(&bitmap, hooks.UserData);
     bitmap.RgnInfo = nullptr;
 }
 

@@ -18,7 +18,7 @@ struct AllocateCallback {
 AllocateCallback exchange_allocate_callback(const AllocateCallback& callback) noexcept;
 
 /// Installs the region hooks; an empty record removes them.
-void set_region_hooks(const REGIONHOOKS& hooks) noexcept;
+void set_region_hooks(const REGIONCOPYHOOKS& hooks) noexcept;
 
 /// Asks the process-wide callback, which may change `memory`. SUCCESS when there is none.
 int ask_allocate_callback(BITMAPHANDLE& bitmap, uint32_t& memory, const RGBQUAD* palette) noexcept;
@@ -31,12 +31,17 @@ int set_data_callbacks(BITMAPHANDLE& bitmap, const BITMAPDATACALLBACKS* callback
 
 void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept;
 
-/// Calls the hook that scales the bitmap's region to a new size; SUCCESS when there is none.
+// The region hooks. Each is called for a bitmap that has a region, and SUCCESS where there is none, or no hook.
+
+/// Calls the hook that scales the bitmap's region to a new size.
 int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept;
 
-/// Calls the hook that flips, or reverses, the bitmap's region; SUCCESS when there is none.
+/// Calls the hook that flips, or reverses, the bitmap's region.
 int flip_region(BITMAPHANDLE& bitmap) noexcept;
 int reverse_region(BITMAPHANDLE& bitmap) noexcept;
+
+/// Gives a bitmap a copy of another's region, or the same where nobody frees regions; else none.
+int copy_region(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept;
 
 /// Frees the bitmap's region through the region hooks and forgets it.
 void free_region(BITMAPHANDLE& bitmap) noexcept;

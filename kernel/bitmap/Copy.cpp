@@ -16,30 +16,24 @@ namespace vk {
 
 namespace {
 
-int to_code(intptr_t moved) noexcept
-{
-    return moved < 0 ? static_cast<int>(moved) : V_SUCCESS;
-}
-
 /// One batch of rows. Where both are memory, the converter's copy knows best how to move much at once.
 int move_rows(RowReader& reader, RowWriter& writer, BITMAPHANDLE& from, BITMAPHANDLE& to, int32_t row, int32_t rows,
               bool reversed) noexcept
 {
     const size_t line = from.BytesPerLine;
-    const size_t bytes = line * static_cast<uint32_t>(rows);
     if (writer.in_place() && !reader.in_place() && !reversed)
-        return to_code(get_row(from, writer.place(row), row, bytes));
+        return get_rows(from, writer.place(row), row, rows);
     const uint8_t* data = nullptr;
     int result = reader.read(row, rows, &data);
     if (result != V_SUCCESS)
         return result;
     if (reversed) {
         for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i)
-            result = to_code(put_row(to, data + line * static_cast<uint32_t>(i), from.Height - 1 - row - i, line));
+            result = put_rows(to, data + line * static_cast<uint32_t>(i), from.Height - 1 - row - i, 1);
         return result;
     }
     if (!writer.in_place())
-        return to_code(put_row(to, data, row, bytes));
+        return put_rows(to, data, row, rows);
     ConvertJob bytes_as_they_are;
     bytes_as_they_are.width = static_cast<int32_t>(line);
     bytes_as_they_are.src_bits = bytes_as_they_are.dst_bits = 8;
@@ -47,14 +41,14 @@ int move_rows(RowReader& reader, RowWriter& writer, BITMAPHANDLE& from, BITMAPHA
     return convert_rows({data, line}, {writer.place(row), line}, static_cast<size_t>(rows), bytes_as_they_are);
 }
 
-int copy_accessed(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
+int copy_accessed(BITMAPHANDLE& to, BITMAPHANDLE& from, const ProgressShare& share) noexcept
 {
-    Progress progress(from.Height);
+    Progress progress(from.Height, share);
     const int result = progress.begin();
     return result == V_SUCCESS ? copy_rows(from, to, from.ViewPerspective != to.ViewPerspective, progress) : result;
 }
 
-int copy_with_access(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
+int copy_with_access(BITMAPHANDLE& to, BITMAPHANDLE& from, const ProgressShare& share) noexcept
 {
     BitmapAccess from_access(from);
     if (from_access.result() != V_SUCCESS)
@@ -62,12 +56,9 @@ int copy_with_access(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
     BitmapAccess to_access(to);
     if (to_access.result() != V_SUCCESS)
         return to_access.result();
-    const int result = copy_accessed(to, from);
-    const int to_released = to_access.release();
-    const int from_released = from_access.release();
-    if (result != V_SUCCESS)
-        return result;
-    return to_released == V_SUCCESS ? from_released : to_released;
+    const int result = copy_accessed(to, from, share);
+    const int released = release_both(to_access, from_access);
+    return first_failure(result, released);
 }
 
 /// Whose copy callbacks count: the source's, else the destination's.
@@ -118,7 +109,7 @@ int copy_rows(BITMAPHANDLE& from, BITMAPHANDLE& to, bool reversed, Progress& pro
     return result;
 }
 
-int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
+int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from, const ProgressShare& share) noexcept
 {
     constexpr int kDoneByCallback = 2;
     int result = check_copy(to, from);
@@ -126,26 +117,33 @@ int copy_bitmap_data(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
         return result;
     const BITMAPDATACALLBACKS* const found = copy_callbacks(to, from);
     if (!found)
-        return copy_with_access(to, from);
+        return copy_with_access(to, from, share);
     const BITMAPDATACALLBACKS calls = *found; // a callback may exchange the table
     if (calls.BeginCopyBitmapDataCallback) {
         result = calls.BeginCopyBitmapDataCallback(&to, &from, calls.UserData);
         if (result != V_SUCCESS)
             return result == kDoneByCallback ? V_SUCCESS : result;
     }
-    result = copy_with_access(to, from);
+    result = copy_with_access(to, from, share);
     if (!calls.EndCopyBitmapDataCallback)
         return result;
     const int ended = calls.EndCopyBitmapDataCallback(&to, &from, calls.UserData);
     return result == V_SUCCESS && ended != kDoneByCallback ? ended : result;
 }
 
-int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size) noexcept
+int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size, const ProgressShare& share) noexcept
+{
+    return copy_bitmap(to, from, struct_size, copy_flags(from), share);
+}
+
+int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size, uint32_t dup_flags,
+                const ProgressShare& share) noexcept
 {
     const int checked = check_rows(from);
-    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape_of(from), DUPFLAG_COPY) : checked;
+    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape_of(from), dup_flags) : checked;
     if (result == V_SUCCESS) {
-        result = copy_bitmap_data(to, from);
+        const Operation own(to, Operation::Scratch::own);
+        result = copy_bitmap_data(to, from, share);
         if (result != V_SUCCESS)
             free_bitmap(to);
     }

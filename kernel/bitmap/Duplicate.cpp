@@ -12,6 +12,7 @@
 #include "kernel/palette/Palette.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/system/SilentStatus.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/storage/Store.h"
 #include "platform/platform.h"
@@ -110,6 +111,7 @@ int copy_overlays(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
     OverlayTable* const to = require_overlays(made);
     if (!to)
         return V_ERROR_NO_MEMORY;
+    const SilentStatus silent;
     for (int i = 0; i < kOverlaySlots; ++i) {
         if (!(from->bitmaps[i].Flags & BITMAPFLAG_ALLOCATED))
             continue; // an empty slot
@@ -191,6 +193,8 @@ int copy_parts(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t flags) noexcep
         result = copy_gray_tables(made, source);
     if (result == V_SUCCESS && flags & DUPFLAG_OVERLAYS)
         result = copy_overlays(made, source);
+    if (result == V_SUCCESS && flags & DUPFLAG_REGION)
+        result = copy_region(made, source);
     if (result == V_SUCCESS && flags & DUPFLAG_ANIMATION)
         copy_animation(made, source);
     return result;
@@ -202,7 +206,8 @@ int make_bare(BITMAPHANDLE& made, const BITMAPHANDLE& source, const Shape& shape
     if (!row_holds_width(made.BytesPerLine, made.Width, made.BitsPerPixel))
         return V_ERROR_INVALID_WIDTH_HEIGHT;
     describe(made, source, shape.order == Shape::kLikeSource ? order_like(source, shape.bits) : shape.order);
-    if (flags & (DUPFLAG_DATACALLBACKS | DUPFLAG_TAKEOVER) && is_current(made)) {
+    const bool keeps_callbacks = flags & DUPFLAG_TAKEOVER && !has_rows_of_callbacks(source);
+    if ((flags & DUPFLAG_DATACALLBACKS || keeps_callbacks) && is_current(made)) {
         const int result = set_data_callbacks(made, data_callbacks(source));
         if (result != V_SUCCESS)
             return result;
@@ -271,6 +276,17 @@ int give_palette(BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count) n
     return V_SUCCESS;
 }
 
+bool has_rows_of_callbacks(const BITMAPHANDLE& bitmap) noexcept
+{
+    const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
+    return calls && (calls->GetBitmapRowColCallback || calls->PutBitmapRowColCallback || !store_of(bitmap.Flags));
+}
+
+uint32_t copy_flags(const BITMAPHANDLE& source) noexcept
+{
+    return has_rows_of_callbacks(source) ? DUPFLAG_COPY & ~DUPFLAG_DATACALLBACKS : DUPFLAG_COPY;
+}
+
 int make_like(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const Shape& shape,
               uint32_t dup_flags) noexcept
 {
@@ -306,8 +322,10 @@ void hand_over(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t copied) noexce
         move_gray_tables(made, source);
     if (!(copied & DUPFLAG_ANIMATION))
         copy_animation(made, source);
-    made.RgnInfo = source.RgnInfo;
-    source.RgnInfo = nullptr;
+    if (!made.RgnInfo) {
+        made.RgnInfo = source.RgnInfo;
+        source.RgnInfo = nullptr;
+    }
 }
 
 int check_duplicate(BITMAPHANDLE* made, const BITMAPHANDLE* source, uint32_t struct_size) noexcept

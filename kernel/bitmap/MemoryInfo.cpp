@@ -159,13 +159,11 @@ int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) no
     if (result == V_SUCCESS)
         result = fill(staged.record(), bitmap);
     const int released = access.release();
-    if (result == V_SUCCESS)
-        result = released;
     if (result == V_SUCCESS && V_BitmapIsSuperCompressed(&staged.record()))
         recount_size(staged.record()); // packs what the cache still holds
     if (result == V_SUCCESS)
         staged.commit_to(bitmap);
-    return result;
+    return first_failure(result, released);
 }
 
 int change_memory(BITMAPHANDLE& bitmap, uint32_t memory, const TileArguments& arguments) noexcept

@@ -5,8 +5,11 @@
 //     Staged staged(bitmap);
 //     int result = staged.make(shape, DUPFLAG_PALETTE);   // copied; the rest is handed over by replace
 //     if (result == V_SUCCESS)
-//         result = fill(staged.record(), bitmap);
-//     return result == V_SUCCESS ? staged.replace() : result;
+//         result = fill(staged.record(), bitmap);          // the bitmap is accessed meanwhile
+//     return result == V_SUCCESS ? staged.replace(access) : result;
+//
+// Data callbacks that the staged bitmap has learn of its allocation and of its end. What happens to it before it is
+// the caller's, accesses and transfers, is none of their business.
 #pragma once
 
 #include "Vkbitmap.h"
@@ -28,8 +31,10 @@ public:
     Staged& operator=(const Staged&) = delete;
     ~Staged()
     {
-        if (is_made_)
+        if (is_made_) {
+            attach_callbacks();
             free_bitmap(record_);
+        }
     }
 
     /// Makes the staged bitmap, to take the source's place in the end: a record of the source's size.
@@ -44,6 +49,10 @@ public:
         copied_ = dup_flags;
         const int result = make_like(record_, source_, struct_size, shape, dup_flags);
         is_made_ = result == V_SUCCESS;
+        if (is_made_ && is_current(record_)) {
+            callbacks_ = record_.DataCallbacks;
+            record_.DataCallbacks = nullptr;
+        }
         return result;
     }
 
@@ -53,6 +62,7 @@ public:
     /// the caller holds go on. No access of the operation itself may be left. SUCCESS, or the source is as it was.
     int replace() noexcept
     {
+        attach_callbacks();
         const int32_t locks = is_current(source_) ? source_.LockCount : 0;
         if (locks > 0) {
             const int result = access_bitmap(record_);
@@ -67,16 +77,32 @@ public:
         return V_SUCCESS;
     }
 
+    /// The same when the operation still has the source accessed. A refused release undoes nothing and is the result.
+    int replace(BitmapAccess& access) noexcept
+    {
+        const int released = access.release();
+        return first_failure(replace(), released);
+    }
+
     /// Writes the staged record to a second record, whose old contents are forgotten.
     void give(BITMAPHANDLE& target) noexcept
     {
+        attach_callbacks();
         std::memcpy(static_cast<void*>(&target), &record_, record_.StructSize);
         is_made_ = false;
     }
 
 private:
+    void attach_callbacks() noexcept
+    {
+        if (callbacks_)
+            record_.DataCallbacks = callbacks_;
+        callbacks_ = nullptr;
+    }
+
     BITMAPHANDLE& source_;
     BITMAPHANDLE record_ = {};
+    BITMAPDATACALLBACKS* callbacks_ = nullptr;
     uint32_t copied_ = 0;
     bool is_made_ = false;
 };

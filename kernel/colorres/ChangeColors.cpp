@@ -114,15 +114,13 @@ void translate_colors(BITMAPHANDLE& made, const BITMAPHANDLE& source, const Colo
         made.Background = translate(source.Background, source, target);
 }
 
-/// Makes and fills the staged bitmap; both bitmaps are accessed while it lasts.
-int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t dup_flags, ColorTarget& target) noexcept
+/// Makes and fills the staged bitmap for a source that is accessed.
+int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t dup_flags, ColorTarget& target,
+          const ProgressShare& share) noexcept
 {
     const int64_t scan_steps = target.optimized ? source.Height : 0;
-    Progress progress(source.Height + scan_steps);
-    BitmapAccess access(source);
-    int result = access.result();
-    if (result == V_SUCCESS)
-        result = progress.begin();
+    Progress progress(source.Height + scan_steps, share);
+    int result = progress.begin();
     if (result == V_SUCCESS && target.optimized)
         result = make_palette(source, target, progress);
     if (result == V_SUCCESS) {
@@ -132,25 +130,22 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
     }
     if (result == V_SUCCESS && target.indexed())
         result = give_palette(staged.record(), target.entries, target.count);
-    if (result == V_SUCCESS) {
-        BitmapAccess made_access(staged.record());
-        result = made_access.result();
-        if (result == V_SUCCESS)
-            result = fill(source, staged.record(), target, progress, scan_steps);
-        if (result == V_SUCCESS)
-            result = refresh_gray_limits(staged.record());
-        const int released = made_access.release();
-        result = result == V_SUCCESS ? released : result;
-    }
-    const int released = access.release();
+    if (result != V_SUCCESS)
+        return result;
+    BitmapAccess made(staged.record());
+    result = made.result();
+    if (result == V_SUCCESS)
+        result = fill(source, staged.record(), target, progress, scan_steps);
+    if (result == V_SUCCESS)
+        result = refresh_gray_limits(staged.record());
     if (result == V_SUCCESS)
         translate_colors(staged.record(), source, target);
-    return result == V_SUCCESS ? released : result;
+    return result;
 }
 
 } // namespace
 
-int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request) noexcept
+int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request, const ProgressShare& share) noexcept
 {
     ColorTarget target;
     int result = check_rows(bitmap);
@@ -159,27 +154,54 @@ int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request) noexcept
     if (result != V_SUCCESS || has_form(bitmap, target))
         return result;
     Staged staged(bitmap);
+    BitmapAccess access(bitmap);
     constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_ANIMATION | DUPFLAG_TAKEOVER;
-    result = stage(staged, bitmap, bitmap.StructSize, kCopied, target);
-    return result == V_SUCCESS ? staged.replace() : result;
+    result = access.result();
+    if (result == V_SUCCESS)
+        result = stage(staged, bitmap, bitmap.StructSize, kCopied, target, share);
+    return result == V_SUCCESS ? staged.replace(access) : result;
 }
 
-int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const ColorResRequest& request) noexcept
+namespace {
+
+int make_colors_with(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const ColorResRequest& request,
+                     uint32_t dup_flags, const ProgressShare& share) noexcept
 {
     ColorTarget target;
     int result = check_rows(source);
     if (result == V_SUCCESS)
         result = settle_target(source, request, target);
     if (result == V_SUCCESS && has_form(source, target))
-        return copy_bitmap(made, source, struct_size);
+        return copy_bitmap(made, source, struct_size, dup_flags, share);
     Staged staged(source);
-    if (result == V_SUCCESS)
-        result = stage(staged, source, struct_size, DUPFLAG_COPY, target);
+    if (result == V_SUCCESS) {
+        BitmapAccess access(source);
+        result = access.result();
+        if (result == V_SUCCESS)
+            result = stage(staged, source, struct_size, dup_flags, target, share);
+        const int released = access.release();
+        result = first_failure(result, released);
+    }
     if (result == V_SUCCESS)
         staged.give(made);
     else
         clear_record(made, struct_size);
     return result;
+}
+
+} // namespace
+
+int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const ColorResRequest& request,
+                const ProgressShare& share) noexcept
+{
+    return make_colors_with(made, source, struct_size, request, copy_flags(source), share);
+}
+
+int make_temporary_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, const ColorResRequest& request,
+                          const ProgressShare& share) noexcept
+{
+    constexpr uint32_t kParts = DUPFLAG_PALETTE | DUPFLAG_GRAYTABLES | DUPFLAG_ANIMATION;
+    return make_colors_with(made, source, kRecordSize, request, kParts, share);
 }
 
 } // namespace vk

@@ -5,6 +5,7 @@
 #include "Vkrecord.h"
 #include "kernel/format/Depths.h"
 #include "kernel/palette/Palette.h"
+#include "kernel/system/Progress.h"
 
 #include <cstdint>
 
@@ -44,11 +45,16 @@ bool has_form(const BITMAPHANDLE& bitmap, const ColorTarget& target) noexcept;
 /// Switches dithering off where the palette holds every colour that the source can have.
 void drop_useless_dithering(const BITMAPHANDLE& source, ColorTarget& target) noexcept;
 
-/// Replaces an allocated bitmap.
-int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request) noexcept;
+/// Replaces an allocated bitmap, as a pass of an operation.
+int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request, const ProgressShare& share = {}) noexcept;
+
+/// Makes a bitmap with the pixels alone for the time of another operation: nothing hangs on it but palette and gray
+/// tables. On failure its record is empty but for StructSize.
+int make_temporary_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, const ColorResRequest& request,
+                          const ProgressShare& share) noexcept;
 
 /// Makes a second bitmap; on failure its record is empty but for StructSize.
-int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
-                const ColorResRequest& request) noexcept;
+int make_colors(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const ColorResRequest& request,
+                const ProgressShare& share = {}) noexcept;
 
 } // namespace vk

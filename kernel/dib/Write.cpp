@@ -37,6 +37,7 @@ struct DibLayout {
     uint64_t stride = 0;
     uint64_t image = 0;
     bool as_stored = false; ///< rows need no conversion
+    ProgressShare share;    ///< what writing the rows has of the operation's progress
 
     uint64_t pixels() const noexcept { return header_bytes + uint64_t{colors} * sizeof(RGBQUAD); }
     uint64_t total() const noexcept { return pixels() + image; }
@@ -211,7 +212,7 @@ int write_image(uint8_t* image, BITMAPHANDLE& bitmap, const DibLayout& layout) n
     RowReader reader(bitmap);
     const int32_t height = bitmap.Height;
     const int32_t batch = reader.in_place() ? reported_rows(height) : buffered_rows(bitmap, bitmap);
-    Progress progress(height);
+    Progress progress(height, layout.share);
     ImageRows rows(bitmap, layout, image);
     result = progress.begin();
     if (result == V_SUCCESS)
@@ -312,9 +313,11 @@ bool is_upright(const BITMAPHANDLE& bitmap) noexcept
     return bitmap.ViewPerspective == TOP_LEFT || bitmap.ViewPerspective == BOTTOM_LEFT;
 }
 
-void* convert_upright(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
+void* convert_upright(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global,
+                      const ProgressShare& share) noexcept
 {
     DibLayout layout;
+    layout.share = share;
     if (!lay_out(bitmap, type, Fields::make_555, layout))
         return nullptr;
     void* const made = global ? new_dib_block(bitmap, layout) : new_dib_memory(bitmap, layout);
@@ -327,6 +330,7 @@ void* convert_upright(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool 
 
 HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept
 {
+    const Operation operation(bitmap); // turning it upright is part of this
     DibLayout layout;
     if (!lay_out(bitmap, type, Fields::keep, layout))
         return nullptr;
@@ -344,12 +348,13 @@ HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept
 void* convert_to_dib(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool global) noexcept
 {
     if (is_upright(bitmap))
-        return convert_upright(bitmap, type, size, global);
+        return convert_upright(bitmap, type, size, global, {});
     BITMAPHANDLE upright;
     constexpr uint32_t kParts = DUPFLAG_PALETTE | DUPFLAG_GRAYTABLES | DUPFLAG_ANIMATION;
-    if (copy_in_view_perspective(upright, bitmap, kRecordSize, BOTTOM_LEFT, kParts) != V_SUCCESS)
+    if (copy_in_view_perspective(upright, bitmap, kRecordSize, BOTTOM_LEFT, kParts, ProgressShare{}.pass(0, 2)) !=
+        V_SUCCESS)
         return nullptr;
-    void* const made = convert_upright(upright, type, size, global);
+    void* const made = convert_upright(upright, type, size, global, ProgressShare{}.pass(1, 2));
     free_bitmap(upright);
     return made;
 }

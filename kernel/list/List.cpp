@@ -144,7 +144,7 @@ int copy_items(List& made, List& list, uint32_t index, uint32_t count) noexcept
         BITMAPHANDLE copy;
         result = check_allocated(&list.items[i]);
         if (result == V_SUCCESS)
-            result = copy_bitmap(copy, list.items[i], kRecordSize);
+            result = copy_bitmap(copy, list.items[i], kRecordSize, ProgressShare{}.pass(i - index, count));
         if (result != V_SUCCESS)
             break;
         result = insert(made, made.count, copy);

@@ -159,7 +159,10 @@ COLORREF pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
     uint8_t pixel[kMaxPixelBytes] = {};
     const size_t bytes = pixel_bytes(bitmap.BitsPerPixel, column);
     BitmapAccess access(bitmap);
-    if (access.result() != V_SUCCESS || get_row_col(bitmap, pixel, row, column, bytes) != static_cast<intptr_t>(bytes))
+    if (access.result() != V_SUCCESS)
+        return kNoColor;
+    trace_access(bitmap, "V_GetPixelColor"); // a count gone wild is not put right by this access
+    if (get_row_col(bitmap, pixel, row, column, bytes) != static_cast<intptr_t>(bytes))
         return kNoColor;
     access.release();
     if (is_indexed(bitmap.BitsPerPixel))
@@ -177,6 +180,7 @@ int put_pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, COLORREF 
     BitmapAccess access(bitmap);
     if (access.result() != V_SUCCESS)
         return access.result();
+    trace_access(bitmap, "V_PutPixelColor");
     intptr_t moved = get_row_col(bitmap, pixel, row, column, bytes);
     if (moved < 0)
         return static_cast<int>(moved);
@@ -189,13 +193,14 @@ int put_pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, COLORREF 
 }
 
 /// Checks of the raw pixel functions.
-int check_pixel(const BITMAPHANDLE* bitmap, const void* buffer, int32_t column, size_t size) noexcept
+int check_pixel(const BITMAPHANDLE* bitmap, const void* buffer, int32_t column, size_t size,
+                const char* function) noexcept
 {
-    if (!bitmap || !buffer)
+    if (!bitmap || !buffer || !(bitmap->Flags & BITMAPFLAG_ALLOCATED))
         return V_ERROR_INVALID_IMAGE;
-    const int result = check_allocated(bitmap);
-    if (result != V_SUCCESS)
-        return result;
+    if (!is_record_size(bitmap->StructSize))
+        return V_ERROR_INVALID_STRUCT_SIZE;
+    trace_access(*bitmap, function);
     return size < pixel_bytes(bitmap->BitsPerPixel, column) ? V_ERROR_INVALID_PARAMETER : V_SUCCESS;
 }
 
@@ -212,7 +217,7 @@ using namespace vk;
 
 int V_GetPixelData(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol, size_t uBufferSize) noexcept
 {
-    const int result = check_pixel(pBitmap, pBuffer, nCol, uBufferSize);
+    const int result = check_pixel(pBitmap, pBuffer, nCol, uBufferSize, "V_GetPixelData");
     if (result != V_SUCCESS)
         return result;
     const size_t bytes = pixel_bytes(pBitmap->BitsPerPixel, nCol);
@@ -221,7 +226,7 @@ int V_GetPixelData(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t n
 
 int V_PutPixelData(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol, size_t uBufferSize) noexcept
 {
-    const int result = check_pixel(pBitmap, pBuffer, nCol, uBufferSize);
+    const int result = check_pixel(pBitmap, pBuffer, nCol, uBufferSize, "V_PutPixelData");
     if (result != V_SUCCESS)
         return result;
     const size_t bytes = pixel_bytes(pBitmap->BitsPerPixel, nCol);

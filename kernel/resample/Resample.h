@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/system/Progress.h"
 
 #include <cstdint>
 
@@ -16,10 +17,11 @@ enum class Filter : uint8_t {
 
 /// Fills an allocated bitmap with another one resized to its dimensions. Both have the same depth and order, or the
 /// source has 1 bit and the destination takes 8-bit gray levels; perspectives are equal or the pair top-left and
-/// bottom-left, which reverses the rows. Locks both while it runs and reports progress from 0 to 100. SUCCESS, what
+/// bottom-left, which reverses the rows. Locks both while it runs and reports progress as a pass of an
+/// operation. SUCCESS, what
 /// check_rows says of either, ERROR_INVALID_PARAMETER for formats that do not go together, ERROR_NO_MEMORY, the failure
 /// of a transfer or the callback's refusal; the destination's pixels are then undefined.
-int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter) noexcept;
+int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter, const ProgressShare& share = {}) noexcept;
 
 /// Replaces an allocated bitmap by itself resized, of the same depth and order. Dimensions below 1 are
 /// ERROR_INVALID_PARAMETER, its own leave it alone. On failure it is as it was.

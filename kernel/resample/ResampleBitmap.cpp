@@ -83,13 +83,13 @@ private:
     ColorLookup* lookup_ = nullptr;
 };
 
-int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel) noexcept
+int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShare& share) noexcept
 {
     Form source;
     Form target;
     if (!make_forms(from, to, source, target))
         return V_ERROR_INVALID_PARAMETER;
-    Progress progress(to.Height);
+    Progress progress(to.Height, share);
     int result = progress.begin();
     RowResampler rows(from, source);
     if (result == V_SUCCESS)
@@ -112,7 +112,7 @@ constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_ANIMATION;
 
 } // namespace
 
-int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter) noexcept
+int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter, const ProgressShare& share) noexcept
 {
     int result = check_rows(from);
     if (result == V_SUCCESS)
@@ -126,12 +126,9 @@ int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter) noexcept
     BitmapAccess to_access(to);
     result = to_access.result();
     if (result == V_SUCCESS)
-        result = fill(from, to, kernel_of(filter));
-    const int to_released = to_access.release();
-    const int from_released = from_access.release();
-    if (result != V_SUCCESS)
-        return result;
-    return to_released != V_SUCCESS ? to_released : from_released;
+        result = fill(from, to, kernel_of(filter), share);
+    const int released = release_both(to_access, from_access);
+    return first_failure(result, released);
 }
 
 int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter filter) noexcept
@@ -144,12 +141,15 @@ int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter 
     if (width == bitmap.Width && height == bitmap.Height)
         return V_SUCCESS;
     Staged staged(bitmap);
-    result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
+    BitmapAccess access(bitmap);
+    result = access.result();
+    if (result == V_SUCCESS)
+        result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
     if (result == V_SUCCESS)
         result = resample_into(bitmap, staged.record(), filter);
     if (result == V_SUCCESS)
         result = scale_region(bitmap, width, height);
-    return result == V_SUCCESS ? staged.replace() : result;
+    return result == V_SUCCESS ? staged.replace(access) : result;
 }
 
 } // namespace vk

@@ -16,11 +16,8 @@ template <class Fill> int with_access(BITMAPHANDLE& from, BITMAPHANDLE& to, Fill
     result = to_access.result();
     if (result == V_SUCCESS)
         result = fill(from, to);
-    const int to_released = to_access.release();
-    const int from_released = from_access.release();
-    if (result != V_SUCCESS)
-        return result;
-    return to_released == V_SUCCESS ? from_released : to_released;
+    const int released = release_both(to_access, from_access);
+    return first_failure(result, released);
 }
 
 } // namespace vk

@@ -96,13 +96,16 @@ template <class Sample> struct Pixel {
 /// Three rows in memory on their way from one bitmap to the other.
 template <class Sample> class Bleeder {
 public:
-    Bleeder(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
-        : reader_(from), writer_(to), width_(from.Width), height_(from.Height), line_(to.BytesPerLine)
+    Bleeder(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& share) noexcept
+        : reader_(from), writer_(to), progress_(from.Height, share), width_(from.Width), height_(from.Height),
+          line_(to.BytesPerLine)
     {}
 
     int run(bool along_rows, bool along_columns) noexcept
     {
         int result = prepare();
+        if (result == V_SUCCESS)
+            result = progress_.begin();
         if (result == V_SUCCESS)
             result = load(0, along_rows);
         for (int32_t row = 0; row < height_ && result == V_SUCCESS; ++row) {
@@ -150,11 +153,13 @@ private:
     int store(int32_t row) noexcept
     {
         std::memcpy(writer_.place(row), at(row), row_bytes());
-        return writer_.write(row, 1);
+        const int result = writer_.write(row, 1);
+        return result == V_SUCCESS ? progress_.update(row + 1) : result;
     }
 
     RowReader reader_;
     RowWriter writer_;
+    Progress progress_;
     RowBuffer rows_;
     RowBuffer skipped_;
     int32_t width_;
@@ -195,10 +200,11 @@ int needs_bleeding(BITMAPHANDLE& bitmap, bool* needed) noexcept
     return result;
 }
 
-int bleed_into(BITMAPHANDLE& from, BITMAPHANDLE& to, bool along_rows, bool along_columns) noexcept
+int bleed_into(BITMAPHANDLE& from, BITMAPHANDLE& to, bool along_rows, bool along_columns,
+               const ProgressShare& share) noexcept
 {
-    return has_words(from) ? Bleeder<uint16_t>(from, to).run(along_rows, along_columns)
-                                   : Bleeder<uint8_t>(from, to).run(along_rows, along_columns);
+    return has_words(from) ? Bleeder<uint16_t>(from, to, share).run(along_rows, along_columns)
+                                   : Bleeder<uint8_t>(from, to, share).run(along_rows, along_columns);
 }
 
 } // namespace vk

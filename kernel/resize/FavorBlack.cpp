@@ -150,11 +150,11 @@ private:
     bool black_is_set_;
 };
 
-int fill_blocks(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+int fill_blocks(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& share) noexcept
 {
     const int32_t height = to.Height;
     Blocks blocks(from, to);
-    Progress progress(height);
+    Progress progress(height, share);
     int result = blocks.prepare();
     if (result == V_SUCCESS)
         result = progress.begin();
@@ -183,9 +183,12 @@ int64_t black_threshold(int64_t pixels) noexcept
     return root < 3 ? 1 : root - 1;
 }
 
-int favor_black(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+int favor_black(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& share) noexcept
 {
-    return with_access(from, to, fill_blocks);
+    const auto fill = [&](BITMAPHANDLE& source, BITMAPHANDLE& target) noexcept {
+        return fill_blocks(source, target, share);
+    };
+    return with_access(from, to, fill);
 }
 
 } // namespace vk

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/system/Progress.h"
 
 #include <cstdint>
 
@@ -11,6 +12,6 @@ namespace vk {
 int64_t black_threshold(int64_t pixels) noexcept;
 
 /// Fills a 1-bit bitmap from a 1-bit bitmap; check_rows accepts both.
-int favor_black(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept;
+int favor_black(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& share) noexcept;
 
 } // namespace vk

@@ -49,22 +49,14 @@ public:
 
     BITMAPHANDLE& record() noexcept { return *bitmap_; }
 
-    int bleed(bool along_rows, bool along_columns) noexcept
+    int bleed(bool along_rows, bool along_columns, const ProgressShare& share) noexcept
     {
-        bool is_needed = false;
         BITMAPHANDLE& bitmap = *bitmap_;
-        BitmapAccess access(bitmap);
-        int result = access.result();
-        if (result == V_SUCCESS)
-            result = needs_bleeding(bitmap, &is_needed);
-        const int released = access.release();
-        if (result != V_SUCCESS || released != V_SUCCESS || !is_needed)
-            return result == V_SUCCESS ? released : result;
-        result = make_like(copy_.record(), bitmap, kRecordSize, shape_of(bitmap), 0);
         bitmap_ = &copy_.record();
         const auto fill = [&](BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept {
-            return bleed_into(from, to, along_rows, along_columns);
+            return bleed_into(from, to, along_rows, along_columns, share);
         };
+        const int result = make_like(copy_.record(), bitmap, kRecordSize, shape_of(bitmap), 0);
         return result == V_SUCCESS ? with_access(bitmap, copy_.record(), fill) : result;
     }
 
@@ -74,10 +66,11 @@ private:
 };
 
 /// Makes and fills an 8-bit gray bitmap. Deep pixels become gray when they are few, indices before they are mixed.
-int stage_gray(Staged& staged, BITMAPHANDLE& bitmap, Shape shape) noexcept
+int stage_gray(Staged& staged, BITMAPHANDLE& bitmap, Shape shape, const ProgressShare& share) noexcept
 {
     constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_ANIMATION | DUPFLAG_GRAYTABLES;
     const bool is_deep = bitmap.BitsPerPixel > kGrayBits;
+    const int passes = bitmap.BitsPerPixel == 1 ? 1 : 2;
     if (!is_deep)
         shape.bits = kGrayBits;
     int result = staged.make(shape, kCopied);
@@ -85,29 +78,37 @@ int stage_gray(Staged& staged, BITMAPHANDLE& bitmap, Shape shape) noexcept
         result = give_palette(staged.record(), gray_levels(), kMaxPaletteEntries);
     Temporary gray;
     BITMAPHANDLE* source = &bitmap;
-    if (result == V_SUCCESS && !is_deep && bitmap.BitsPerPixel != 1) {
-        result = make_colors(gray.record(), bitmap, kRecordSize, gray_request());
+    if (result == V_SUCCESS && !is_deep && passes == 2) {
+        result = make_temporary_colors(gray.record(), bitmap, gray_request(), share.pass(0, passes));
         source = &gray.record();
     }
     if (result == V_SUCCESS)
-        result = resize_into(*source, staged.record(), SIZEFLAG_RESAMPLE);
-    return result == V_SUCCESS && is_deep ? change_colors(staged.record(), gray_request()) : result;
+        result =
+            resize_into(*source, staged.record(), SIZEFLAG_RESAMPLE, share.pass(is_deep ? 0 : passes - 1, passes));
+    return result == V_SUCCESS && is_deep ? change_colors(staged.record(), gray_request(), share.pass(1, passes))
+                                          : result;
 }
 
+/// Fills the staged bitmap from one that is accessed.
 int stage(Staged& staged, BITMAPHANDLE& bitmap, const Shape& shape, uint32_t flags) noexcept
 {
     const uint32_t way = settle_flags(bitmap, flags);
     const bool along_rows = shape.width >= bitmap.Width;
     const bool along_columns = shape.height >= bitmap.Height;
-    Source source(bitmap);
+    bool bleeds = false;
     int result = V_SUCCESS;
     if (flags & SIZEFLAG_ALPHAAWARE && has_alpha(bitmap) && (along_rows || along_columns))
-        result = source.bleed(along_rows, along_columns);
+        result = needs_bleeding(bitmap, &bleeds);
+    const ProgressShare whole;
+    const ProgressShare share = bleeds ? whole.pass(1, 2) : whole;
+    Source source(bitmap);
+    if (result == V_SUCCESS && bleeds)
+        result = source.bleed(along_rows, along_columns, whole.pass(0, 2));
     if (result == V_SUCCESS && way == SIZEFLAG_SCALETOGRAY)
-        return stage_gray(staged, source.record(), shape);
+        return stage_gray(staged, source.record(), shape, share);
     if (result == V_SUCCESS)
         result = staged.make(shape, DUPFLAG_PALETTE | DUPFLAG_ANIMATION);
-    return result == V_SUCCESS ? resize_into(source.record(), staged.record(), way) : result;
+    return result == V_SUCCESS ? resize_into(source.record(), staged.record(), way, share) : result;
 }
 
 } // namespace
@@ -122,10 +123,13 @@ int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t fl
     shape.height = height;
     shape.order = Shape::kLikeSource;
     Staged staged(bitmap);
-    result = stage(staged, bitmap, shape, flags);
+    BitmapAccess access(bitmap); // around all looks at it
+    result = access.result();
+    if (result == V_SUCCESS)
+        result = stage(staged, bitmap, shape, flags);
     if (result == V_SUCCESS)
         result = scale_region(bitmap, width, height);
-    return result == V_SUCCESS ? staged.replace() : result;
+    return result == V_SUCCESS ? staged.replace(access) : result;
 }
 
 } // namespace vk

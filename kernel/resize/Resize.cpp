@@ -76,7 +76,13 @@ int V_SizeBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, uint32_
 
 int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags) noexcept
 {
-    int result = check_allocated(pSrc);
+    if (!pSrc || !pDst)
+        return V_ERROR_INVALID_PARAMETER;
+    int result = check_record(pSrc);
+    if (result == V_SUCCESS)
+        result = check_record(pDst);
+    if (result == V_SUCCESS)
+        result = check_allocated(pSrc);
     if (result == V_SUCCESS)
         result = check_allocated(pDst);
     if (result == V_SUCCESS && !is_bitmap_depth(pDst->BitsPerPixel))

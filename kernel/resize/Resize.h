@@ -3,13 +3,14 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/system/Progress.h"
 
 #include <cstdint>
 
 namespace vk {
 
-/// V_IntResizeBitmap for checked records.
-int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept;
+/// V_IntResizeBitmap for checked records, as a pass of an operation.
+int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags, const ProgressShare& share = {}) noexcept;
 
 /// What both bitmaps of a resize must be: allocated, and check_rows accepts them.
 int check_resize(const BITMAPHANDLE* from, const BITMAPHANDLE* to) noexcept;

@@ -131,11 +131,11 @@ private:
     bool is_streamed_;
 };
 
-int fill_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+int fill_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& share) noexcept
 {
     const int32_t height = to.Height;
     NearestRows rows(from, to);
-    Progress progress(height);
+    Progress progress(height, share);
     int result = rows.prepare(from.BitsPerPixel, from.Width, to.Width);
     if (result == V_SUCCESS)
         result = progress.begin();
@@ -153,11 +153,14 @@ int fill_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
     return result;
 }
 
-int resize_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+int resize_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& share) noexcept
 {
     if (&from == &to)
         return V_SUCCESS;
-    return with_access(from, to, fill_nearest);
+    const auto fill = [&](BITMAPHANDLE& source, BITMAPHANDLE& target) noexcept {
+        return fill_nearest(source, target, share);
+    };
+    return with_access(from, to, fill);
 }
 
 bool is_gray8(const BITMAPHANDLE& bitmap) noexcept
@@ -177,22 +180,22 @@ int check_resize(const BITMAPHANDLE* from, const BITMAPHANDLE* to) noexcept
     return result == V_SUCCESS ? check_rows(*to) : result;
 }
 
-int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
+int resize_into(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags, const ProgressShare& share) noexcept
 {
     if (from.BitsPerPixel != to.BitsPerPixel)
-        return from.BitsPerPixel == 1 && is_gray8(to) ? resample_into(from, to, Filter::area)
+        return from.BitsPerPixel == 1 && is_gray8(to) ? resample_into(from, to, Filter::area, share)
                                                       : V_ERROR_INVALID_BITS_PER_PIXEL;
     if (flags & SIZEFLAG_FAVORBLACK && from.BitsPerPixel == 1)
-        return favor_black(from, to);
+        return favor_black(from, to, share);
     if (flags & SIZEFLAG_ALTRESAMPLE)
-        return resample_into(from, to, Filter::alternative);
+        return resample_into(from, to, Filter::alternative, share);
     if (flags & SIZEFLAG_RESAMPLE)
-        return resample_into(from, to, Filter::area);
+        return resample_into(from, to, Filter::area, share);
     if (flags & SIZEFLAG_BICUBIC) {
         const bool grows = to.Width > from.Width || to.Height > from.Height;
-        return resample_into(from, to, grows ? Filter::bicubic : Filter::area);
+        return resample_into(from, to, grows ? Filter::bicubic : Filter::area, share);
     }
-    return resize_nearest(from, to);
+    return resize_nearest(from, to, share);
 }
 
 } // namespace vk

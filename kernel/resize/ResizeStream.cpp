@@ -347,16 +347,17 @@ int start_stream(BITMAPHANDLE* source, BITMAPHANDLE* destination, StreamRequest 
     BITMAPHANDLE& rows = source ? *source : *destination;
     if (destination)
         follow_destination(rows, *destination, request);
-    if (!source_locked)
+    const bool locks = !source_locked && !is_locked_uncounted(rows);
+    if (locks)
         result = access_bitmap(rows);
     if (result != V_SUCCESS)
         return result;
     StreamState* state = nullptr;
     result = make_state(source, rows, request, user_data, &state);
     if (result == V_SUCCESS) {
-        state->is_locked = !source_locked;
+        state->is_locked = locks;
         *out = state;
-    } else if (!source_locked) {
+    } else if (locks) {
         release_bitmap(rows);
     }
     return result;

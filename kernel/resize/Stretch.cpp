@@ -8,6 +8,7 @@
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Overlay.h"
 #include "kernel/palette/Palette.h"
+#include "kernel/resize/Access.h"
 #include "kernel/resize/Resize.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/view/ViewPerspective.h"
@@ -50,19 +51,19 @@ public:
 
     BITMAPHANDLE& record() noexcept { return *current_; }
 
-    int turn(int32_t perspective) noexcept
+    int turn(int32_t perspective, const ProgressShare& share) noexcept
     {
         constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_GRAYTABLES;
-        const int result = copy_in_view_perspective(turned_.record(), *current_, kRecordSize, perspective, kCopied);
+        const int result = copy_in_view_perspective(turned_.record(), *current_, kRecordSize, perspective, kCopied, share);
         current_ = &turned_.record();
         return result;
     }
 
-    int convert(const ColorResRequest& request) noexcept
+    int convert(const ColorResRequest& request, const ProgressShare& share) noexcept
     {
         if (current_ == &turned_.record())
-            return change_colors(*current_, request);
-        const int result = make_colors(converted_.record(), *current_, kRecordSize, request);
+            return change_colors(*current_, request, share);
+        const int result = make_temporary_colors(converted_.record(), *current_, request, share);
         current_ = &converted_.record();
         return result;
     }
@@ -133,18 +134,23 @@ bool must_reorder(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint32_t fla
 
 int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
 {
-    Adapted source(from);
-    int result = V_SUCCESS;
-    if (!has_same_axes(from.ViewPerspective, to.ViewPerspective))
-        result = source.turn(to.ViewPerspective);
+    const bool turns = !has_same_axes(from.ViewPerspective, to.ViewPerspective);
     const bool is_other_depth = from.BitsPerPixel != to.BitsPerPixel;
     if (is_other_depth && flags & SIZEFLAG_SCALETOGRAY && to.BitsPerPixel > 1)
         flags = SIZEFLAG_RESAMPLE;
-    if (result == V_SUCCESS && (is_other_depth || must_reorder(from, to, flags)))
-        result = source.convert(request_like(to));
-    if (result == V_SUCCESS)
-        result = resize_into(source.record(), to, flags);
-    return result == V_SUCCESS ? carry_parts(from, to) : result;
+    const bool converts = is_other_depth || must_reorder(from, to, flags);
+    const int passes = 1 + turns + converts;
+    const ProgressShare whole;
+    Adapted source(from);
+    const auto fill = [&](BITMAPHANDLE& given, BITMAPHANDLE& target) noexcept {
+        int result = turns ? source.turn(target.ViewPerspective, whole.pass(0, passes)) : V_SUCCESS;
+        if (result == V_SUCCESS && converts)
+            result = source.convert(request_like(target), whole.pass(turns, passes));
+        if (result == V_SUCCESS)
+            result = resize_into(source.record(), target, flags, whole.pass(passes - 1, passes));
+        return result == V_SUCCESS ? carry_parts(given, target) : result;
+    };
+    return with_access(from, to, fill); // around all looks at them
 }
 
 } // namespace vk

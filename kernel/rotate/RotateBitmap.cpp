@@ -15,6 +15,7 @@
 #include "kernel/rotate/Nearest.h"
 #include "kernel/rotate/TurnPixels.h"
 #include "kernel/view/Relayout.h"
+#include "kernel/view/ViewPerspective.h"
 
 namespace vk {
 
@@ -95,48 +96,31 @@ private:
     bool is_made_ = false;
 };
 
-/// Paints the staged bitmap from an accessed source.
+/// Paints the staged bitmap; it and the source are accessed.
 int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
           const Turn& turn, Progress& progress) noexcept
 {
     const rotate::FillPixel fill = rotate::fill_pixel(described, turn.fill);
-    BitmapAccess access(made);
-    int result = access.result();
     const bool is_filtered = turn.flags & (ROTATEFLAG_RESAMPLE | ROTATEFLAG_BICUBIC) && !geometry.moves_whole_pixels();
-    if (result == V_SUCCESS && is_filtered) {
+    if (is_filtered) {
         rotate::FilterPainter painter(geometry, turn.flags & ROTATEFLAG_BICUBIC);
-        result = painter.open(described, fill);
-        if (result == V_SUCCESS)
-            result = rotate::turn_pixels(source, made, geometry, painter, progress);
-    } else if (result == V_SUCCESS) {
-        rotate::NearestPainter painter(geometry, made.BitsPerPixel, fill);
-        result = rotate::turn_pixels(source, made, geometry, painter, progress);
+        const int result = painter.open(described, fill);
+        return result == V_SUCCESS ? rotate::turn_pixels(source, made, geometry, painter, progress) : result;
     }
-    const int released = access.release();
-    return result == V_SUCCESS ? released : result;
+    rotate::NearestPainter painter(geometry, made.BitsPerPixel, fill);
+    return rotate::turn_pixels(source, made, geometry, painter, progress);
 }
 
-/// Makes and paints the staged bitmap; the source is accessed while it lasts.
-int stage(Staged& staged, BITMAPHANDLE& bitmap, const Geometry& geometry, const Turn& turn) noexcept
+/// Makes the staged bitmap.
+int stage(Staged& staged, const BITMAPHANDLE& bitmap, const Geometry& geometry, const Turn& turn) noexcept
 {
-    Progress progress(rotate::progress_steps(geometry), turn.progress_start, turn.progress_end);
     Shape shape{geometry.canvas_width, geometry.canvas_height, bitmap.BitsPerPixel, bitmap.Order, 0};
-    const bool is_compressed = bitmap.Flags & kCompressedFlags;
-    if (is_compressed)
+    if (bitmap.Flags & kCompressedFlags)
         shape.memory = thread_state().default_memory_type;
-    Expanded expanded;
-    BitmapAccess access(bitmap);
-    int result = access.result();
+    const int result = staged.make(shape, DUPFLAG_PALETTE);
     if (result == V_SUCCESS)
-        result = progress.begin();
-    if (result == V_SUCCESS && is_compressed)
-        result = expanded.make(bitmap);
-    if (result == V_SUCCESS)
-        result = staged.make(shape, DUPFLAG_PALETTE);
-    if (result == V_SUCCESS)
-        result = paint(is_compressed ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
-    const int released = access.release();
-    return result == V_SUCCESS ? released : result;
+        staged.record().ViewPerspective = turn.perspective;
+    return result;
 }
 
 int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noexcept
@@ -144,25 +128,37 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
     Geometry geometry;
     if (!rotate::make_geometry(geometry, bitmap.Width, bitmap.Height, angle, placement_of(turn.flags)))
         return V_ERROR_INVALID_WIDTH_HEIGHT;
+    Progress progress(rotate::progress_steps(geometry), turn.progress_start, turn.progress_end);
+    BitmapAccess access(bitmap);
+    int result = access.result();
+    if (result == V_SUCCESS)
+        result = progress.begin();
+    const bool is_compressed = bitmap.Flags & kCompressedFlags;
+    Expanded expanded;
+    if (result == V_SUCCESS && is_compressed)
+        result = expanded.make(bitmap);
     Staged staged(bitmap);
-    const int result = stage(staged, bitmap, geometry, turn);
+    if (result == V_SUCCESS)
+        result = stage(staged, bitmap, geometry, turn);
     if (result != V_SUCCESS)
         return result;
-    staged.record().ViewPerspective = turn.perspective;
-    return staged.replace();
+    BitmapAccess made(staged.record());
+    result = made.result();
+    if (result == V_SUCCESS)
+        result = paint(is_compressed ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
+    made.release();
+    return result == V_SUCCESS ? staged.replace(access) : result;
 }
 
 /// Turns that move every pixel, done on stored rows; `angle` is the way back.
 int turn_by_right_angles(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noexcept
 {
     Progress progress(bitmap.Height, turn.progress_start, turn.progress_end);
-    int result = progress.begin();
-    if (result == V_SUCCESS)
-        result = angle == 2 * kRightAngle ? half_turn_bitmap(bitmap, progress)
-                                          : quarter_turn_bitmap(bitmap, angle == 3 * kRightAngle, progress);
-    if (result == V_SUCCESS)
-        bitmap.ViewPerspective = turn.perspective;
-    return result;
+    const int result = progress.begin();
+    const Layout layout = angle == 2 * kRightAngle   ? kHalfTurned
+                          : angle == 3 * kRightAngle ? kTurnedClockwise
+                                                     : kTurnedBack;
+    return result == V_SUCCESS ? change_layout(bitmap, {{layout, turn.perspective}}, progress) : result;
 }
 
 /// Nothing to turn: progress alone, and the perspective.
@@ -172,9 +168,7 @@ int turn_by_nothing(BITMAPHANDLE& bitmap, const Turn& turn) noexcept
     int result = progress.begin();
     if (result == V_SUCCESS)
         result = progress.update(1);
-    if (result == V_SUCCESS)
-        bitmap.ViewPerspective = turn.perspective;
-    return result;
+    return result == V_SUCCESS ? change_shown(bitmap, turn.perspective) : result;
 }
 
 } // namespace

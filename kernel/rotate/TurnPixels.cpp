@@ -47,7 +47,7 @@ public:
         const int32_t width = std::min(most, geometry_.width);
         stride_ = bytes_of(width, source_.BitsPerPixel) + kSlack;
         rows_ = std::min(most, geometry_.height);
-        return buffer_.allocate(stride_ * static_cast<uint32_t>(rows_)) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+        return buffer_.allocate_for(source_, stride_ * static_cast<uint32_t>(rows_));
     }
 
     /// Brings what a box of the canvas looks at.
@@ -96,7 +96,7 @@ public:
     {
         const bool is_whole = width >= made_.Width;
         stride_ = in_place() || is_whole ? made_.BytesPerLine : bytes_of(width, made_.BitsPerPixel);
-        return in_place() || buffer_.allocate(stride_ * static_cast<uint32_t>(height)) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+        return in_place() ? V_SUCCESS : buffer_.allocate_for(made_, stride_ * static_cast<uint32_t>(height));
     }
 
     Target target(const Box& box) const noexcept
@@ -112,7 +112,7 @@ public:
             return V_SUCCESS;
         const auto rows = static_cast<uint32_t>(box.bottom - box.top);
         if (box.right - box.left >= made_.Width)
-            return code_of(put_row(made_, buffer_.data(), box.top, stride_ * rows));
+            return put_rows(made_, buffer_.data(), box.top, box.bottom - box.top);
         const size_t bytes = bytes_of(box.right - box.left, made_.BitsPerPixel);
         int result = V_SUCCESS;
         for (uint32_t i = 0; i < rows && result == V_SUCCESS; ++i)

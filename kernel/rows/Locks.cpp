@@ -56,6 +56,17 @@ void count(BITMAPHANDLE& bitmap, int32_t step) noexcept
 
 } // namespace
 
+void trace_access(const BITMAPHANDLE& bitmap, const char* function) noexcept
+{
+    if (trace::enabled() && is_current(bitmap) && bitmap.LockCount < 1)
+        trace::row_lock_count(function, bitmap.LockCount);
+}
+
+bool is_locked_uncounted(const BITMAPHANDLE& bitmap) noexcept
+{
+    return !is_current(bitmap) && is_lockable_global(bitmap) && bitmap.Flags & BITMAPFLAG_LOCKED;
+}
+
 int access_bitmap(BITMAPHANDLE& bitmap) noexcept
 {
     if (!is_current(bitmap))

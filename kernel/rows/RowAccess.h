@@ -20,6 +20,11 @@ int32_t reported_rows(int32_t height) noexcept;
 /// progress allows.
 int32_t buffered_rows(const BITMAPHANDLE& from, const BITMAPHANDLE& to) noexcept;
 
+/// Moves `count` whole rows, BytesPerLine apart: at once, or one at a time where the bitmap's own callback sees them.
+/// SUCCESS or a code.
+int get_rows(BITMAPHANDLE& bitmap, void* buffer, int32_t row, int32_t count) noexcept;
+int put_rows(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int32_t count) noexcept;
+
 /// A buffer that frees itself.
 class RowBuffer {
 public:
@@ -30,10 +35,18 @@ public:
 
     /// Zeroed memory in place of what it held; false without memory.
     bool allocate(uint64_t bytes) noexcept;
+
+    /// The same for rows of a bitmap that an operation works on: its scratch buffer callback is asked first, once for
+    /// the operation. What it lends is used and left to it. SUCCESS, ERROR_NO_MEMORY, or the callback's refusal.
+    int allocate_for(BITMAPHANDLE& bitmap, uint64_t bytes) noexcept;
+
     uint8_t* data() const noexcept { return data_; }
 
 private:
+    void drop() noexcept;
+
     uint8_t* data_ = nullptr;
+    bool is_lent_ = false;
 };
 
 /// Reads consecutive rows.
@@ -44,7 +57,7 @@ public:
     /// Rows need no buffer: any number may be read at once.
     bool in_place() const noexcept { return rows_ != nullptr; }
 
-    /// Makes room for `count` rows at a time. SUCCESS or ERROR_NO_MEMORY.
+    /// Makes room for `count` rows at a time. SUCCESS or what RowBuffer::allocate_for says.
     int reserve(int32_t count) noexcept;
 
     /// Points `rows` at `count` rows from `row` on, BytesPerLine apart; good until the next call. SUCCESS or a code.

@@ -30,8 +30,8 @@ int check_span(const BITMAPHANDLE& bitmap, const Store& store, int64_t position,
 
 void recount_size(BITMAPHANDLE& bitmap) noexcept
 {
-    if (const Store* const store = store_of(bitmap.Flags))
-        set_data_size(bitmap, store->recount(bitmap));
+    const Store* const store = store_of(bitmap.Flags);
+    set_data_size(bitmap, store ? store->recount(bitmap) : plain_size(bitmap)); // none: a callback holds the rows
 }
 
 intptr_t get_row_col(BITMAPHANDLE& bitmap, void* buffer, int32_t row, int32_t column, size_t bytes) noexcept

@@ -10,7 +10,6 @@
 #include "kernel/rows/RowCol.h"
 #include "kernel/rows/Segments.h"
 #include "kernel/system/Checks.h"
-#include "kernel/system/Trace.h"
 
 using namespace vk;
 
@@ -19,8 +18,8 @@ namespace {
 int check_arguments(const BITMAPHANDLE* bitmap, const void* buffer, const char* function) noexcept
 {
     const int result = buffer ? check_record(bitmap) : V_ERROR_INVALID_PARAMETER;
-    if (result == V_SUCCESS && trace::enabled() && is_current(*bitmap) && bitmap->LockCount < 1)
-        trace::row_lock_count(function, bitmap->LockCount);
+    if (result == V_SUCCESS)
+        trace_access(*bitmap, function);
     return result;
 }
 
@@ -29,13 +28,15 @@ bool lies_within(const ROWSEGMENT& segment, int32_t width) noexcept
     return segment.nCol >= 0 && segment.nWidth >= 0 && segment.nCol <= width && segment.nWidth <= width - segment.nCol;
 }
 
-int check_run_row(const BITMAPHANDLE* bitmap, const void* buffer, int32_t row, int32_t column) noexcept
+int check_run_row(const BITMAPHANDLE* bitmap, const void* buffer, int32_t row, int32_t column,
+                  const char* function) noexcept
 {
     if (!buffer)
         return V_ERROR_INVALID_PARAMETER;
     const int result = check_allocated(bitmap);
     if (result != V_SUCCESS)
         return result;
+    trace_access(*bitmap, function);
     if (bitmap->BitsPerPixel != 1)
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     if (row < 0 || row >= bitmap->Height || column < 0 || column >= bitmap->Width)
@@ -95,6 +96,7 @@ intptr_t V_PutBitmapRowSegments(BITMAPHANDLE* pBitmap, const void* pRow, int32_t
     const int result = check_allocated(pBitmap);
     if (result != V_SUCCESS)
         return result;
+    trace_access(*pBitmap, "V_PutBitmapRowSegments");
     if (nRow < 0 || nRow >= pBitmap->Height)
         return V_ERROR_INVALID_PARAMETER;
     if (!row_holds_width(pBitmap->BytesPerLine, pBitmap->Width, pBitmap->BitsPerPixel))
@@ -107,12 +109,15 @@ intptr_t V_PutBitmapRowSegments(BITMAPHANDLE* pBitmap, const void* pRow, int32_t
 
 intptr_t V_GetBitmapRowCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, size_t uBytes) noexcept
 {
-    return V_GetBitmapRowColCompressed(pBitmap, pBuffer, nRow, 0, uBytes);
+    const int result = check_run_row(pBitmap, pBuffer, nRow, 0, "V_GetBitmapRowCompressed");
+    if (result != V_SUCCESS)
+        return result;
+    return get_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, 0), uBytes);
 }
 
 intptr_t V_PutBitmapRowCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, size_t uBytes) noexcept
 {
-    const int result = check_run_row(pBitmap, pBuffer, nRow, 0);
+    const int result = check_run_row(pBitmap, pBuffer, nRow, 0, "V_PutBitmapRowCompressed");
     if (result != V_SUCCESS)
         return result;
     return put_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, 0), uBytes, true);
@@ -121,7 +126,7 @@ intptr_t V_PutBitmapRowCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, in
 intptr_t V_GetBitmapRowColCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32_t nRow, int32_t nCol,
                                      size_t uBytes) noexcept
 {
-    const int result = check_run_row(pBitmap, pBuffer, nRow, nCol);
+    const int result = check_run_row(pBitmap, pBuffer, nRow, nCol, "V_GetBitmapRowColCompressed");
     if (result != V_SUCCESS)
         return result;
     return get_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, nCol), uBytes);
@@ -130,7 +135,7 @@ intptr_t V_GetBitmapRowColCompressed(BITMAPHANDLE* pBitmap, void* pBuffer, int32
 intptr_t V_PutBitmapRowColCompressed(BITMAPHANDLE* pBitmap, const void* pBuffer, int32_t nRow, int32_t nCol,
                                      size_t uBytes) noexcept
 {
-    const int result = check_run_row(pBitmap, pBuffer, nRow, nCol);
+    const int result = check_run_row(pBitmap, pBuffer, nRow, nCol, "V_PutBitmapRowColCompressed");
     if (result != V_SUCCESS)
         return result;
     return put_compressed(*pBitmap, pBuffer, span_from(*pBitmap, nRow, nCol), uBytes, false);

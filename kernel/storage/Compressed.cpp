@@ -9,6 +9,7 @@
 #include "kernel/runs/RunLength.h"
 #include "kernel/storage/Band.h"
 #include "kernel/storage/Store.h"
+#include "kernel/system/Checks.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -362,6 +363,80 @@ uint64_t recount(const BITMAPHANDLE& bitmap) noexcept
 
 void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
 
+/// Puts the pixels of a run-length row, whatever its words.
+bool put_run_row(Owner& owner, uint32_t row, const void* run_row) noexcept
+{
+    if (runlength::is_canonical(run_row, owner.width))
+        return put_canonical(owner, row, static_cast<const uint8_t*>(run_row));
+    runlength::expand(run_row, owner.scratch, 0, owner.width);
+    return put_pixels(owner, row, owner.scratch);
+}
+
+// ---- reversing ----
+
+/// Fills clear bands with the rows as they are stored, each in its new place. Clear ones are there already.
+int fill_reversed(Owner& from, Owner& to, const Reversal& reversal) noexcept
+{
+    const uint32_t height = from.height;
+    uint8_t* mirrored = nullptr;
+    if (reversal.mirror) {
+        mirrored = static_cast<uint8_t*>(
+            platform::heap_alloc(runlength::max_row_bytes(from.width) + sizeof(uint16_t)));
+        if (!mirrored)
+            return V_ERROR_NO_MEMORY;
+    }
+    int result = V_SUCCESS;
+    for (uint32_t row = 0; row < height && result == V_SUCCESS; ++row) {
+        const uint8_t* stored = from.band_of(row).row(row % kBandRows);
+        if (stored && mirrored) {
+            std::memcpy(mirrored, stored, runlength::row_bytes(runlength::word_count(stored)));
+            if (!runlength::mirror(mirrored, from.width))
+                result = V_ERROR_INTERNAL; // no row that the store made
+            stored = mirrored;
+        }
+        if (result == V_SUCCESS && stored && !put_run_row(to, reversal.flip ? height - 1 - row : row, stored))
+            result = V_ERROR_NO_MEMORY;
+        if (result == V_SUCCESS)
+            result = reversal.progress.update(int64_t{row} + 1);
+    }
+    platform::heap_free(mirrored);
+    return result;
+}
+
+bool reverses(const BITMAPHANDLE& bitmap) noexcept
+{
+    const Owner* const owner = owner_of(bitmap);
+    return owner && static_cast<uint32_t>(bitmap.Width) == owner->width &&
+           static_cast<uint32_t>(bitmap.Height) == owner->height;
+}
+
+/// The bands are made anew and exchanged at the end; the table that `Data` shows stays where it is.
+int reverse(BITMAPHANDLE& bitmap, const Reversal& reversal) noexcept
+{
+    Owner& owner = *owner_of(bitmap);
+    const size_t count = bands_for(owner.height);
+    Owner made = owner;
+    made.stored_bytes = 0;
+    made.stored_rows = 0;
+    made.bands = make_table(count);
+    if (!made.bands || !make_bands(made.bands, 0, count, made.height)) {
+        platform::heap_free(made.bands);
+        return V_ERROR_NO_MEMORY;
+    }
+    int result = fill_reversed(owner, made, reversal);
+    if (result == V_SUCCESS)
+        result = reversal.agree(reversal.context);
+    if (result == V_SUCCESS) {
+        std::swap_ranges(made.bands, made.bands + count, owner.bands);
+        owner.stored_bytes = made.stored_bytes;
+        owner.stored_rows = made.stored_rows;
+        set_data_size(bitmap, recount(bitmap)); // mirrored rows may have more words
+    }
+    free_bands(made.bands, 0, count);
+    platform::heap_free(made.bands);
+    return result;
+}
+
 } // namespace
 
 bool compressed_has_row(const BITMAPHANDLE& bitmap, int32_t row) noexcept
@@ -379,16 +454,7 @@ const void* compressed_row(const BITMAPHANDLE& bitmap, int32_t row) noexcept
 
 int compressed_put_row(BITMAPHANDLE& bitmap, int32_t row, const void* run_row) noexcept
 {
-    Owner& owner = *owner_of(bitmap);
-    const auto index = static_cast<uint32_t>(row);
-    bool put = false;
-    if (runlength::is_canonical(run_row, owner.width)) {
-        put = put_canonical(owner, index, static_cast<const uint8_t*>(run_row));
-    } else {
-        runlength::expand(run_row, owner.scratch, 0, owner.width);
-        put = put_pixels(owner, index, owner.scratch);
-    }
-    return put ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    return put_run_row(*owner_of(bitmap), static_cast<uint32_t>(row), run_row) ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 size_t compressed_bands(const BITMAPHANDLE& bitmap) noexcept
@@ -423,6 +489,8 @@ const Store kCompressedStore = {
     .recount = recount,
     .figures = figures,
     .destroy = destroy,
+    .reverses = reverses,
+    .reverse = reverse,
 };
 
 } // namespace vk

@@ -8,6 +8,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/system/Progress.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -33,6 +34,17 @@ struct StoreFigures {
     int32_t mapped_tiles = 0;
 };
 
+/// How a store reverses what it holds: the order of its rows, the order of the pixels in each, or both.
+struct Reversal {
+    bool flip;
+    /// Writes the mirror image of a row's pixels elsewhere; null: they stay in order.
+    void (*mirror)(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept;
+    Progress& progress; ///< counts rows and has begun
+    /// Asked when nothing else can fail any more; a refusal drops the work and is the result.
+    int (*agree)(void* context) noexcept;
+    void* context;
+};
+
 struct Store {
     const char* name;
     uint32_t memory_type; ///< TYPE_ value that V_GetBitmapMemoryInfo reports
@@ -54,6 +66,12 @@ struct Store {
     void (*figures)(const BITMAPHANDLE& bitmap, StoreFigures& figures) noexcept;
     /// Frees what create made.
     void (*destroy)(BITMAPHANDLE& bitmap) noexcept;
+
+    /// Whether the store holds rows in a form that it reverses better than read and write do, and just those that the
+    /// record describes. Null: never.
+    bool (*reverses)(const BITMAPHANDLE& bitmap) noexcept = nullptr;
+    /// Reverses them; on failure nothing has changed.
+    int (*reverse)(BITMAPHANDLE& bitmap, const Reversal& reversal) noexcept = nullptr;
 };
 
 extern const Store kConventionalStore; ///< private, global and user memory

@@ -217,6 +217,13 @@ int SuperBands::fetch(size_t band, bool needs_rows, const Slot* keep, Slot** slo
     return V_SUCCESS;
 }
 
+/// Gives up the rows of a slot, changed or not.
+void SuperBands::forget(Slot& slot) noexcept
+{
+    slot.band = kNone;
+    slot.changed = false;
+}
+
 void SuperBands::change(Slot& slot, size_t offset, const uint8_t* from, size_t bytes) noexcept
 {
     std::memcpy(slot.rows + offset, from, bytes);
@@ -239,6 +246,11 @@ int SuperBands::read_part(const Part& part, uint8_t* to) noexcept
 int SuperBands::read(uint64_t position, uint8_t* to, size_t bytes) noexcept
 {
     const Busy busy(busy_);
+    return read_parts(position, to, bytes);
+}
+
+int SuperBands::read_parts(uint64_t position, uint8_t* to, size_t bytes) noexcept
+{
     while (bytes != 0) {
         const Part part = next_part(position, bytes);
         const int result = read_part(part, to);
@@ -292,10 +304,8 @@ int SuperBands::write_parts(uint64_t position, const uint8_t* from, size_t bytes
     change(*last, 0, from + bytes - tail_bytes, tail_bytes);
     for (size_t i = 0; i < between; ++i) {
         replace(head.band + 1 + i, blocks[i]);
-        if (Slot* const slot = find(head.band + 1 + i)) {
-            slot->band = kNone;
-            slot->changed = false;
-        }
+        if (Slot* const slot = find(head.band + 1 + i))
+            forget(*slot);
     }
     platform::heap_free(blocks);
     return V_SUCCESS;
@@ -337,10 +347,8 @@ int SuperBands::resize(uint32_t height) noexcept
     if (!blocks)
         return V_ERROR_NO_MEMORY;
     for (Slot& each : slots_)
-        if (each.band != kNone && each.band >= after) {
-            each.band = kNone;
-            each.changed = false;
-        }
+        if (each.band != kNone && each.band >= after)
+            forget(each);
     for (size_t band = before; band-- > after;)
         replace(band, Block{});
     std::copy_n(blocks_, shared, blocks);

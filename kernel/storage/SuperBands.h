@@ -5,6 +5,7 @@
 // want of memory leaves the rows in the cache and the old block in the band: nothing that was written is lost.
 #pragma once
 
+#include "kernel/storage/Store.h"
 #include "kernel/storage/codec/Codec.h"
 
 #include <atomic>
@@ -32,6 +33,15 @@ public:
 
     /// Changes the number of rows; new ones are clear. SUCCESS, or a code and nothing has changed.
     int resize(uint32_t height) noexcept;
+
+    /// Whether the rows have this form.
+    bool holds(uint32_t width, uint32_t bytes_per_line, uint32_t height) const noexcept
+    {
+        return width == width_ && bytes_per_line == bytes_per_line_ && height == height_;
+    }
+
+    /// Reverses the rows: packed anew band by band and exchanged at the end. On failure nothing has changed.
+    int reverse(const Reversal& reversal) noexcept;
 
     /// Packs what is in the cache and gives its memory back, as far as memory allows. The bytes that all bands take.
     uint64_t flush() noexcept;
@@ -76,8 +86,11 @@ private:
     Slot* free_slot(const Slot* keep) noexcept;
     int fetch(size_t band, bool needs_rows, const Slot* keep, Slot** slot) noexcept;
     int read_part(const Part& part, uint8_t* to) noexcept;
+    int read_parts(uint64_t position, uint8_t* to, size_t bytes) noexcept;
     int write_parts(uint64_t position, const uint8_t* from, size_t bytes) noexcept;
     bool pack_all(size_t first, size_t count, const uint8_t* rows, Block* blocks) noexcept;
+    void forget(Slot& slot) noexcept;
+    int pack_reversed(size_t band, const Reversal& reversal, uint8_t* room, Block* block) noexcept;
     void change(Slot& slot, size_t offset, const uint8_t* from, size_t bytes) noexcept;
 
     std::atomic_flag busy_ = ATOMIC_FLAG_INIT;

@@ -70,6 +70,18 @@ void destroy(BITMAPHANDLE& bitmap) noexcept
         bands->destroy();
 }
 
+bool reverses(const BITMAPHANDLE& bitmap) noexcept
+{
+    const SuperBands* const bands = bands_of(bitmap);
+    return bands && bands->holds(static_cast<uint32_t>(bitmap.Width), bitmap.BytesPerLine,
+                                 static_cast<uint32_t>(bitmap.Height));
+}
+
+int reverse(BITMAPHANDLE& bitmap, const Reversal& reversal) noexcept
+{
+    return bands_of(bitmap)->reverse(reversal);
+}
+
 } // namespace
 
 const Store kSuperCompressedStore = {
@@ -85,6 +97,8 @@ const Store kSuperCompressedStore = {
     .recount = recount,
     .figures = figures,
     .destroy = destroy,
+    .reverses = reverses,
+    .reverse = reverse,
 };
 
 } // namespace vk

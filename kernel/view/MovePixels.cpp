@@ -103,8 +103,9 @@ private:
         if (!reader_.in_place() && static_cast<uint64_t>(rows) * piece_ > 2 * kSourceBytes)
             rows = std::max<int64_t>(static_cast<int64_t>(2 * kSourceBytes / piece_) / 8 * 8, 8);
         rows_ = static_cast<int32_t>(std::min<int64_t>(rows, height_));
-        const bool has_source = reader_.in_place() || source_.allocate(piece_ * static_cast<uint32_t>(rows_));
-        return has_source && writer_.reserve(columns_) == V_SUCCESS ? V_SUCCESS : V_ERROR_NO_MEMORY;
+        const int result =
+            reader_.in_place() ? V_SUCCESS : source_.allocate_for(from_, piece_ * static_cast<uint32_t>(rows_));
+        return result == V_SUCCESS ? writer_.reserve(columns_) : result;
     }
 
     /// Target rows from `columns` columns, all their pixels.
@@ -139,7 +140,7 @@ private:
         }
         *data = source_.data();
         if (columns == width_)
-            return code_of(get_row(from_, source_.data(), row, from_line_ * static_cast<uint32_t>(rows)));
+            return get_rows(from_, source_.data(), row, rows);
         *stride = piece_;
         const auto bytes = static_cast<size_t>(bytes_of(columns));
         int result = V_SUCCESS;

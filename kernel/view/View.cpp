@@ -1,7 +1,9 @@
 // The view family's door: flips, reverses and quarter turns of what a bitmap shows, and its view perspective.
 //
-// Inside: Relayout.h is the one operation behind all of them, which moves each pixel once; MirrorRow.h and Transpose.h
-// are its kernels. ViewPerspective.h knows how perspectives relate, ViewPoints.h carries points and rectangles.
+// Inside: Relayout.h is the one operation behind all of them; Reverse.h exchanges rows and pixels where they are, and
+// what becomes columns is made anew, each pixel moved once. MirrorRow.h and Transpose.h are the kernels, Layout.h says
+// how changes follow each other, OverlayChange.h what they do to overlays. ViewPerspective.h knows how perspectives
+// relate, ViewPoints.h carries points and rectangles.
 #include "Vkbitmap.h"
 #include "Vkview.h"
 
@@ -10,7 +12,6 @@
 #include "kernel/system/Checks.h"
 #include "kernel/view/Flip.h"
 #include "kernel/view/MirrorRow.h"
-#include "kernel/view/Relayout.h"
 #include "kernel/view/ViewPerspective.h"
 #include "kernel/view/ViewPoints.h"
 
@@ -126,12 +127,7 @@ int V_RotateBitmap90(BITMAPHANDLE* pBitmap, int32_t nDirection) noexcept
     int result = check_image(pBitmap);
     if (result == V_SUCCESS && nDirection != 0 && nDirection != 1)
         result = V_ERROR_INVALID_PARAMETER;
-    if (result != V_SUCCESS)
-        return result;
-    Progress progress(pBitmap->Height);
-    result = progress.begin();
-    const bool clockwise = (nDirection == 1) != is_mirrored_perspective(pBitmap->ViewPerspective);
-    return result == V_SUCCESS ? quarter_turn_bitmap(*pBitmap, clockwise, progress) : result;
+    return result == V_SUCCESS ? quarter_turn_bitmap(*pBitmap, nDirection == 1) : result;
 }
 
 int V_FlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) noexcept
@@ -173,7 +169,7 @@ int V_ChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32
         return V_ERROR_INVALID_STRUCT_SIZE;
     if (!pDst || pDst == pSrc)
         return change_view_perspective(*pSrc, nViewPerspective);
-    return copy_in_view_perspective(*pDst, *pSrc, uStructSize, nViewPerspective, DUPFLAG_COPY);
+    return copy_in_view_perspective(*pDst, *pSrc, uStructSize, nViewPerspective, copy_flags(*pSrc));
 }
 
 int V_IntChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize,

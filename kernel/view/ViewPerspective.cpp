@@ -7,12 +7,11 @@
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
-#include "kernel/view/Flip.h"
 #include "kernel/rows/Locks.h"
-#include "kernel/bitmap/Overlay.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/SilentStatus.h"
+#include "kernel/view/OverlayChange.h"
 #include "kernel/view/Relayout.h"
 
 #include <utility>
@@ -37,40 +36,29 @@ constexpr ToTopLeft kToTopLeft[] = {{},
                                     {true, false, 270},
                                     {false, false, 270}};
 
-/// Gives a bitmap whose pixels were rearranged its new perspective, and those overlays that shared the old one.
-void set_perspective(BITMAPHANDLE& bitmap, int32_t before, int32_t perspective) noexcept
+Layout turn_of(int32_t angle) noexcept
 {
-    bitmap.ViewPerspective = perspective;
-    auto* const overlays = static_cast<OverlayTable*>(bitmap.Overlays);
-    if (!overlays)
-        return;
-    for (BITMAPHANDLE& overlay : overlays->bitmaps)
-        if (overlay.Flags & BITMAPFLAG_ALLOCATED && overlay.ViewPerspective == before)
-            overlay.ViewPerspective = perspective;
-}
-
-int turn_stored(BITMAPHANDLE& bitmap, int32_t angle) noexcept
-{
-    Progress none(0);
-    if (angle == 180)
-        return half_turn_bitmap(bitmap, none);
-    return angle == 0 ? V_SUCCESS : quarter_turn_bitmap(bitmap, angle == 90, none);
+    return angle == 90 ? kTurnedClockwise : angle == 180 ? kHalfTurned : angle == 270 ? kTurnedBack : kAsStored;
 }
 
 int change_in_place(BITMAPHANDLE& bitmap, PerspectiveChange change, int32_t to) noexcept
 {
     const SilentStatus silent;
-    const int32_t before = bitmap.ViewPerspective;
-    int result = change.flip ? flip_bitmap(bitmap) : V_SUCCESS;
-    if (result != V_SUCCESS)
-        return result;
-    bitmap.ViewPerspective = TOP_LEFT;
-    result = turn_stored(bitmap, change.angle);
-    if (result == V_SUCCESS)
-        set_perspective(bitmap, before, to);
-    else if (!change.flip)
-        bitmap.ViewPerspective = before;
-    return result;
+    Progress none(0);
+    const Layout turn = turn_of(change.angle);
+    if (!change.flip)
+        return change_layout(bitmap, {{turn, to}}, none);
+    if (change.angle == 0)
+        return change_layout(bitmap, {{kFlipped, to}}, none);
+    return change_layout(bitmap, {{kFlipped, TOP_LEFT}, {turn, to}}, none);
+}
+
+/// The region's part of a change. No hook turns one by a quarter.
+int follow_with_region(BITMAPHANDLE& bitmap, PerspectiveChange change) noexcept
+{
+    const Layout layout = layout_of(change);
+    return layout.transpose ? change_region(bitmap, change.flip, false)
+                            : change_region(bitmap, layout.flip, layout.mirror);
 }
 
 bool has_copy_callbacks(const BITMAPHANDLE& bitmap) noexcept
@@ -79,49 +67,64 @@ bool has_copy_callbacks(const BITMAPHANDLE& bitmap) noexcept
     return calls && (calls->BeginCopyBitmapDataCallback || calls->EndCopyBitmapDataCallback);
 }
 
-int move_between(BITMAPHANDLE& made, BITMAPHANDLE& source, Layout layout) noexcept
+int move_between(BITMAPHANDLE& made, BITMAPHANDLE& source, Layout layout, const ProgressShare& share) noexcept
 {
     BitmapAccess from(source);
     if (from.result() != V_SUCCESS)
         return from.result();
+    const Operation own(made, Operation::Scratch::own);
     BitmapAccess to(made);
     if (to.result() != V_SUCCESS)
         return to.result();
-    Progress progress(source.Height);
+    Progress progress(source.Height, share);
     int result = progress.begin();
     if (result == V_SUCCESS)
         result = move_pixels(source, made, layout, progress);
-    const int to_released = to.release();
-    const int from_released = from.release();
-    if (result != V_SUCCESS)
-        return result;
-    return to_released == V_SUCCESS ? from_released : to_released;
+    const int released = release_both(to, from);
+    return first_failure(result, released);
 }
 
 /// Fills a bitmap of the final shape, and brings its parts into line.
-int fill_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change) noexcept
+int fill_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to,
+                 const ProgressShare& share) noexcept
 {
     const Layout layout = layout_of(change);
-    int result = move_between(made, source, layout);
+    int result = move_between(made, source, layout, share);
     if (result != V_SUCCESS)
         return result;
     if (layout.transpose)
         swap_resolutions(made);
-    const SilentStatus silent;
-    result = change_overlays(made, layout);
-    return result == V_SUCCESS && change.flip ? flip_region(made) : result;
+    result = change_overlays(made, layout, to);
+    made.ViewPerspective = to;
+    return result == V_SUCCESS ? follow_with_region(made, change) : result;
 }
 
 /// Fills a bitmap of the source's shape as a copy, and changes it then: for callbacks that see to copying.
-int fill_copied(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to) noexcept
+int fill_copied(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, int32_t to,
+                const ProgressShare& share) noexcept
 {
-    const int result = copy_bitmap_data(made, source);
+    const int result = copy_bitmap_data(made, source, share);
     const bool is_same = source.ViewPerspective == to;
     return result == V_SUCCESS && !is_same ? change_in_place(made, change, to) : result;
 }
 
-int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to,
-                 uint32_t dup_flags) noexcept
+/// Moves what was not copied, the region changed like the pixels.
+int take_over(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, uint32_t dup_flags) noexcept
+{
+    if (!made.RgnInfo && source.RgnInfo) {
+        made.RgnInfo = source.RgnInfo;
+        const int result = follow_with_region(made, change);
+        if (result != V_SUCCESS) {
+            made.RgnInfo = nullptr;
+            return result;
+        }
+    }
+    hand_over(made, source, dup_flags);
+    return V_SUCCESS;
+}
+
+int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to, uint32_t dup_flags,
+                 const ProgressShare& share) noexcept
 {
     const bool is_same = source.ViewPerspective == to;
     if (!is_same && !(is_perspective(source.ViewPerspective) && is_perspective(to)))
@@ -138,26 +141,36 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
     result = make_like(made, source, struct_size, shape, dup_flags);
     if (result != V_SUCCESS)
         return result;
-    result = in_one ? fill_changed(made, source, change) : fill_copied(made, source, change, to);
-    if (result != V_SUCCESS) {
+    result = in_one ? fill_changed(made, source, change, to, share)
+                    : fill_copied(made, source, change, to, share);
+    if (result == V_SUCCESS && dup_flags & DUPFLAG_TAKEOVER)
+        result = take_over(made, source, change, dup_flags);
+    if (result != V_SUCCESS)
         free_bitmap(made);
-        return result;
-    }
-    if (in_one)
-        set_perspective(made, source.ViewPerspective, to);
-    if (dup_flags & DUPFLAG_TAKEOVER)
-        hand_over(made, source, dup_flags);
-    return V_SUCCESS;
+    return result;
 }
 
 } // namespace
 
 Layout layout_of(PerspectiveChange change) noexcept
 {
-    const bool is_quarter = change.angle == 90 || change.angle == 270;
-    const bool turn_flips = change.angle == 90 || change.angle == 180;
-    const bool turn_mirrors = change.angle == 180 || change.angle == 270;
-    return {change.flip != turn_flips, turn_mirrors, is_quarter};
+    return then(change.flip ? kFlipped : kAsStored, turn_of(change.angle));
+}
+
+Layout shown_layout(int32_t perspective) noexcept
+{
+    if (!is_perspective(perspective))
+        return kAsStored;
+    const ToTopLeft way = kToTopLeft[perspective];
+    return then({way.flip, way.mirror, false}, turn_of(way.angle));
+}
+
+int change_shown(BITMAPHANDLE& bitmap, int32_t to) noexcept
+{
+    const int result = change_overlays(bitmap, kAsStored, to);
+    if (result == V_SUCCESS)
+        bitmap.ViewPerspective = to;
+    return result;
 }
 
 PerspectiveChange perspective_change(int32_t from, int32_t to) noexcept
@@ -193,9 +206,9 @@ int change_view_perspective(BITMAPHANDLE& bitmap, int32_t to) noexcept
 }
 
 int copy_in_view_perspective(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to,
-                             uint32_t dup_flags) noexcept
+                             uint32_t dup_flags, const ProgressShare& share) noexcept
 {
-    const int result = make_changed(made, source, struct_size, to, dup_flags);
+    const int result = make_changed(made, source, struct_size, to, dup_flags, share);
     if (result != V_SUCCESS)
         clear_record(made, struct_size);
     return result;

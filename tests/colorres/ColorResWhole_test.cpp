@@ -275,7 +275,7 @@ struct OwnPixels {
 
 } // namespace
 
-TEST(ColorRes, PixelsThatCallbacksKeepStayWithThem)
+TEST(ColorRes, PixelsThatCallbacksKeepComeToTheLibrary)
 {
     TestRandom random(91);
     SCOPED_TRACE(random);
@@ -295,7 +295,9 @@ TEST(ColorRes, PixelsThatCallbacksKeepStayWithThem)
         const Bytes rows = expected_rows(copy, {32, COLORORDER_RGB}, nullptr, 0, DITHER_NONE);
         ASSERT_EQ(SUCCESS, V_ColorResBitmap(bitmap.get(), nullptr, 0, 32, COLORRES_ORDER_RGB, nullptr, nullptr, 0));
         EXPECT_EQ(rows, bitmap.pixels());
-        EXPECT_EQ(2, owner.live); // the old pixels of the one are gone
+        EXPECT_EQ(0, owner.live) << "the copy has none of them, and the old ones are gone";
+        EXPECT_EQ(nullptr, +bitmap->DataCallbacks);
+        EXPECT_EQ(nullptr, +copy->DataCallbacks);
     }
     EXPECT_EQ(0, owner.live);
 }

