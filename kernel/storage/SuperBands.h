@@ -6,8 +6,8 @@
 #pragma once
 
 #include "kernel/storage/codec/Codec.h"
+#include "kernel/system/ObjectLock.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -80,7 +80,7 @@ private:
     bool pack_all(size_t first, size_t count, const uint8_t* rows, Block* blocks) noexcept;
     void change(Slot& slot, size_t offset, const uint8_t* from, size_t bytes) noexcept;
 
-    std::atomic_flag busy_ = ATOMIC_FLAG_INIT;
+    ObjectLock lock_;
     const codec::Codec* codec_ = nullptr;
     Block* blocks_ = nullptr;
     uint8_t* workspace_ = nullptr; ///< the codec's, and a packed block behind it
