@@ -8,6 +8,7 @@
 // Status::ok only, unless said otherwise.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -23,6 +24,7 @@ enum class Status {
     disk_full,   ///< no space, quota or file-size limit
     bad_handle,  ///< a handle that is not open
     bad_name,    ///< a file name the system cannot take
+    too_long,    ///< a name that the room for it does not hold
     unsupported, ///< the system has no such service
     failed,      ///< anything else
 };
@@ -43,7 +45,7 @@ struct Section {
     size_t bytes = 0;       ///< size asked for
 };
 
-/// The machine's memory at this moment, in bytes.
+/// The memory that the process may use, in bytes, as it was a tenth of a second ago at most.
 struct MemoryStatus {
     uint64_t total_physical = 0;
     uint64_t available_physical = 0;
@@ -92,6 +94,15 @@ constexpr uint32_t kForever = 0xFFFFFFFF;
 
 /// Room for a reader/writer lock.
 constexpr size_t kLockBytes = 64;
+
+/// What has to be at rest while the process is copied: entered before each fork, left after it in both processes. See
+/// guard_forks; an object of static storage, which is never destroyed.
+struct ForkGuard {
+    void (*enter)(ForkGuard& self) noexcept;
+    void (*leave)(ForkGuard& self, bool is_child) noexcept;
+    ForkGuard* next = nullptr;      ///< the platform's
+    std::atomic<bool> known{false}; ///< the platform's: guards forks from now on
+};
 
 namespace platform {
 #include "platform/functions.inc"

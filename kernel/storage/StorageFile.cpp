@@ -50,16 +50,16 @@ bool open_redirected(StorageFile& file, const redirect::Table& table, const wcha
 
 } // namespace
 
-bool open(StorageFile& file) noexcept
+int open(StorageFile& file) noexcept
 {
     const redirect::Table table = redirect::temp_table();
     wchar_t name[kMaxTempName];
-    if (make_temp_name(table, kPrefix, name) != V_SUCCESS)
-        return false;
+    if (const int result = make_temp_name(table, kPrefix, name); result != V_SUCCESS)
+        return result;
     const bool opened = redirect::is_plain(table) ? open_plain(file, name) : open_redirected(file, table, name);
     if (!opened && opens_in_system(table))
         V_OsDelete(name);
-    return opened;
+    return opened ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 void close(StorageFile& file) noexcept
@@ -90,7 +90,7 @@ bool set_size(const StorageFile& file, uint64_t size) noexcept
     if (size > INT64_MAX)
         return false;
     if (!file.redirected)
-        return V_OsSetFileSize(file.handle, static_cast<int64_t>(size)) == 0;
+        return osys::set_size(file.handle, size);
     const int64_t now = redirect::size_of(*file.redirected);
     if (now < 0 || static_cast<uint64_t>(now) >= size)
         return now >= 0 && cut(file, size);

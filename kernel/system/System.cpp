@@ -3,6 +3,7 @@
 //
 // Inside: ThreadState.h is what each thread keeps, Progress.h reports to its callback, Trace.h tells of misuse; Checks.h
 // has the checks that all doors share, Blocks.h the blocks that records own, Cleanup.h what runs when the library goes.
+#include "Vkloader.h"
 #include "Vksystem.h"
 
 #include "kernel/system/System.h"
@@ -201,4 +202,15 @@ int V_GetGlobalMemoryThresholds(GLOBALMEMORYTHRESHOLDS* pThresholds, uint32_t uS
 void V_FreeMemory(void* pBlock) noexcept
 {
     platform::heap_free(pBlock);
+}
+
+int V_SetProcessDefaults(void) noexcept
+{
+    set_process_state(state_to_hand_over());
+    return V_SUCCESS;
+}
+
+int V_FreeThreadState(void) noexcept
+{
+    return drop_thread_state() ? V_SUCCESS : V_FAILURE;
 }
