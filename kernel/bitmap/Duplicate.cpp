@@ -125,11 +125,9 @@ int copy_overlays(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
 /// A copy of a block of `bytes` bytes, or of as many as the block has; null without memory.
 template <class T> T* copy_block(const T* from, uint64_t bytes) noexcept
 {
-    void* const handle = platform::movable_handle(from);
-    const uint64_t held = handle ? platform::movable_size(handle) : bytes;
     void* const to = bytes > SIZE_MAX / 2 ? nullptr : locked_block_alloc(static_cast<size_t>(bytes));
     if (to)
-        std::memcpy(to, from, static_cast<size_t>(std::min(bytes, held)));
+        std::memcpy(to, from, static_cast<size_t>(held_bytes(from, bytes)));
     return static_cast<T*>(to);
 }
 

@@ -97,7 +97,7 @@ COLORREF translate(COLORREF color, const BITMAPHANDLE& source, const ColorTarget
                      0};
     if (color >> 24 == kIndexForm) {
         const uint32_t index = color & 0xFFFF;
-        const bool is_entry = is_indexed(source.BitsPerPixel) && source.Palette && index < source.Colors;
+        const bool is_entry = index < palette_entries(source);
         meant = is_entry ? source.Palette[index] : RGBQUAD{};
     }
     if (!target.indexed())

@@ -1,6 +1,7 @@
 #include "kernel/colorres/ColorRows.h"
 
 #include "Vkconvert.h"
+#include "kernel/system/Blocks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/dither/Dither.h"
 #include "kernel/colorres/GrayScale.h"
@@ -79,7 +80,7 @@ int ColorRows::open_table(const BITMAPHANDLE& source) noexcept
         is_deep_target ? void(lut_ = nullptr) : void(lut16_ = nullptr);
     if (!lut_ && !lut16_)
         return V_SUCCESS;
-    const uint32_t held = lut_ ? source.LUTLength : source.LUTLength16;
+    const uint32_t held = lut_ ? held_entries(lut_, source.LUTLength) : held_entries(lut16_, source.LUTLength16);
     if (held <= samples_.mask())
         return V_ERROR_INVALID_LUT_LENGTH;
     has_table_ = true;

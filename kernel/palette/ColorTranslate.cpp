@@ -3,6 +3,7 @@
 // (V_GetNearestPaletteIndex).
 #include "kernel/palette/ColorTranslate.h"
 
+#include "kernel/system/Blocks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
@@ -71,9 +72,9 @@ COLORREF translate_gray(const BITMAPHANDLE& dst, COLORREF color) noexcept
     if (dst.LUT == nullptr || (dst.Flags & BITMAPFLAG_USELUT) == 0) {
         return color;
     }
-    const uint32_t entries = dst.LUTLength;
-    const int32_t index =
-        find_palette_index(dst.LUT, std::min(entries, kMostLutEntries), red_of(color), green_of(color), blue_of(color));
+    const RGBQUAD* const table = dst.LUT;
+    const uint32_t entries = std::min(held_entries(table, dst.LUTLength), kMostLutEntries);
+    const int32_t index = find_palette_index(table, entries, red_of(color), green_of(color), blue_of(color));
     return index_form(static_cast<uint32_t>(index));
 }
 
@@ -96,7 +97,7 @@ COLORREF translate_index(const BITMAPHANDLE& dst, const BITMAPHANDLE* src, COLOR
 uint32_t nearest_object_index(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
 {
     const RGBQUAD* entries = bitmap.Palette;
-    const uint32_t colors = bitmap.Colors;
+    const uint32_t colors = held_entries(entries, bitmap.Colors);
     const bool makes = entries != nullptr && colors != 0 && colors <= platform::kMaxObjectEntries;
     const HPALETTE palette = makes ? platform::palette_create(entries, colors) : nullptr;
     if (palette == nullptr) {

@@ -93,17 +93,34 @@ intptr_t write(BITMAPHANDLE& bitmap, uint64_t position, const void* buffer, size
     return static_cast<intptr_t>(bytes);
 }
 
+/// Clears bytes [start, end) of a global block. False when it cannot be locked.
+bool clear_global(void* handle, uint64_t start, uint64_t end) noexcept
+{
+    auto* const block = static_cast<uint8_t*>(platform::movable_lock(handle));
+    if (!block)
+        return false;
+    std::memset(block + start, 0, static_cast<size_t>(end - start));
+    platform::movable_unlock(handle);
+    return true;
+}
+
+/// A block that came from elsewhere may hold more than pixels: what stands behind the present rows is cleared where new
+/// rows come to lie. When that fails the block keeps its new size, which the record does not show.
 int resize_global(BITMAPHANDLE& bitmap, uint64_t bytes) noexcept
 {
     constexpr uint32_t kMoveableZeroed = 0x42;
-    const uint64_t held = bytes + static_cast<uint64_t>(bitmap.DataOffset);
-    void* const handle = held > SIZE_MAX / 2
-                             ? nullptr
-                             : platform::movable_realloc(bitmap.Handle, static_cast<size_t>(held), kMoveableZeroed);
+    const auto offset = static_cast<uint64_t>(bitmap.DataOffset);
+    if (offset > SIZE_MAX / 2 || bytes > SIZE_MAX / 2 - offset)
+        return V_ERROR_NO_MEMORY;
+    const uint64_t held = platform::movable_size(bitmap.Handle);
+    const uint64_t wanted = offset + bytes;
+    void* const handle = platform::movable_realloc(bitmap.Handle, static_cast<size_t>(wanted), kMoveableZeroed);
     if (!handle)
         return V_ERROR_NO_MEMORY;
     bitmap.Handle = handle;
-    return V_SUCCESS;
+    const uint64_t start = offset + plain_size(bitmap);
+    const uint64_t end = std::min(held, wanted);
+    return start >= end || clear_global(handle, start, end) ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept

@@ -2,6 +2,8 @@
 
 #include "platform/platform.h"
 
+#include <algorithm>
+
 namespace vk {
 
 void* locked_block_alloc(size_t bytes) noexcept
@@ -23,6 +25,12 @@ bool locked_block_free(void* block) noexcept
         return false;
     platform::movable_unlock(handle);
     return platform::movable_free(handle) == nullptr;
+}
+
+uint64_t held_bytes(const void* block, uint64_t stated) noexcept
+{
+    void* const handle = block ? platform::movable_handle(block) : nullptr;
+    return handle ? std::min<uint64_t>(stated, platform::movable_size(handle)) : stated;
 }
 
 } // namespace vk

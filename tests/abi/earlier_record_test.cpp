@@ -10,11 +10,6 @@ namespace {
 
 std::vector<uint8_t> g_pixels(8192); // user memory
 
-constexpr decltype(&row_operations) kFamilies[] = {row_operations,     palette_operations, dither_operations,
-                                                   bitmap_operations,  view_operations,    rotate_operations,
-                                                   combine_operations, resize_operations,  resample_operations,
-                                                   dib_operations,     list_operations,    storage_operations};
-
 // Where a bitmap comes from: one row per storage kind.
 struct Origin {
     const char* name;
