@@ -33,6 +33,7 @@
 #include "Vkfiles.h"
 #include "Vkhuge.h"
 #include "Vklist.h"
+#include "Vkloader.h"
 #include "Vkpalette.h"
 #include "Vkpixel.h"
 #include "Vkredirect.h"

@@ -191,7 +191,9 @@ public:
      */
     int QueueItem(VKWORKITEMCALLBACK callback, void* userData) noexcept;
     /** Waits, without limit, until all items have run or been skipped, or Finish is called. Each time that happens
-     *  releases one waiter. Returns at once when the batch is not threaded. */
+     *  releases one waiter. Returns at once when the batch is not threaded. On a thread of the pool, which is to say in
+     *  an item, it runs items of this batch that nobody has begun meanwhile, each with the settings of a thread that
+     *  has set nothing. So items may wait for batches of their own, any number of them, and in their items again. */
     void Wait() noexcept;
     /** Releases a waiter before all items are done. */
     void Finish() noexcept;
@@ -207,6 +209,7 @@ public:
 private:
     static V_THREADRESULT WaitCallback(void* parameter) noexcept;
     static void DropCallback(void* parameter) noexcept;
+    int RunItem(VKWORKITEMCALLBACK callback, void* userData) noexcept;
     void ItemDone() noexcept;
 
     uint32_t options_;

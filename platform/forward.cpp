@@ -110,6 +110,21 @@ Status file_truncate(int64_t file) noexcept
     return backend::file_truncate(file);
 }
 
+Status file_read_at(int64_t file, int64_t offset, void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    return backend::file_read_at(file, offset, buffer, bytes, moved);
+}
+
+Status file_write_at(int64_t file, int64_t offset, const void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    return backend::file_write_at(file, offset, buffer, bytes, moved);
+}
+
+Status file_set_size(int64_t file, int64_t size) noexcept
+{
+    return backend::file_set_size(file, size);
+}
+
 Status file_reserve(int64_t file, int64_t offset, size_t bytes) noexcept
 {
     return backend::file_reserve(file, offset, bytes);
@@ -220,6 +235,11 @@ void lock_look_up() noexcept
     backend::lock_look_up();
 }
 
+void guard_forks(ForkGuard& guard) noexcept
+{
+    backend::guard_forks(guard);
+}
+
 uint32_t processor_count() noexcept
 {
     return backend::processor_count();
@@ -238,6 +258,11 @@ Status thread_start(ThreadRoutine routine, void* parameter) noexcept
 Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, ThreadDrop drop) noexcept
 {
     return backend::pool_queue(routine, parameter, long_running, drop);
+}
+
+bool on_pool_thread() noexcept
+{
+    return backend::on_pool_thread();
 }
 
 void set_unload_hook(void (*hook)()) noexcept

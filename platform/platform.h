@@ -8,6 +8,7 @@
 // Status::ok only, unless said otherwise.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -92,6 +93,15 @@ constexpr uint32_t kForever = 0xFFFFFFFF;
 
 /// Room for a reader/writer lock.
 constexpr size_t kLockBytes = 64;
+
+/// What has to be at rest while the process is copied: entered before each fork, left after it in both processes. See
+/// guard_forks; an object of static storage, which is never destroyed.
+struct ForkGuard {
+    void (*enter)(ForkGuard& self) noexcept;
+    void (*leave)(ForkGuard& self, bool is_child) noexcept;
+    ForkGuard* next = nullptr;      ///< the platform's
+    std::atomic<bool> known{false}; ///< the platform's: guards forks from now on
+};
 
 namespace platform {
 #include "platform/functions.inc"

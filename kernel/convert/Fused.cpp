@@ -47,6 +47,7 @@ FusedRows fused_plain() noexcept
 namespace {
 
 std::atomic<Cpu> g_highest{Cpu::avx512};
+std::atomic<int> g_level{-1}; ///< the processor's own, once it is known
 
 bool is_for(const FusedPath& path, const Plan& plan) noexcept
 {
@@ -91,8 +92,12 @@ bool find_threshold(Plan& plan) noexcept
 
 Cpu cpu_level() noexcept
 {
-    static const Cpu level = detect_level();
-    return level;
+    int level = g_level.load(std::memory_order_relaxed);
+    if (level < 0) { // worked out by everybody who comes early, to the same end
+        level = static_cast<int>(detect_level());
+        g_level.store(level, std::memory_order_relaxed);
+    }
+    return static_cast<Cpu>(level);
 }
 
 const FusedPath* find_fused(Plan& plan) noexcept

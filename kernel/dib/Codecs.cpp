@@ -2,6 +2,7 @@
 
 #include "Vkcodec.h"
 #include "Vkdib.h"
+#include "kernel/system/LibraryLock.h"
 #include "platform/platform.h"
 
 #include <mutex>
@@ -20,7 +21,7 @@ struct Loaded {
     V_FLTSAVEBUFFER save = nullptr;
 };
 
-std::mutex table_mutex;
+constinit LibraryLock table_mutex;
 Loaded table[kCodecs];
 
 /// Loads a module that nobody uses yet; false leaves it as it was.

@@ -78,10 +78,9 @@ bool has_bits(const DitherState& state) noexcept
 
 DitherPath bits_row(DitherState& state, const uint8_t* levels, uint8_t* dst) noexcept
 {
-    static const bool avx2 = has_avx2();
     const BitRow row = bit_row(state);
     const auto width = static_cast<size_t>(state.width);
-    const bool wide = avx2 && state.limit >= DitherPath::bits_avx2;
+    const bool wide = state.limit >= DitherPath::bits_avx2 && has_avx2();
     size_t i = wide ? bits_avx2(row, levels, width, dst) : bits_sse2(row, levels, width, dst);
     for (; i < width; i += 8) {
         dst[i / 8] = byte_of(row, levels + i, std::min<size_t>(8, width - i));

@@ -148,26 +148,51 @@ int V_OsSetFileSize(int64_t hFile, int64_t nSize) noexcept
 
 namespace vk::osys {
 
-int seek(int64_t file, uint64_t position) noexcept
+namespace {
+
+/// Transfers in pieces until all is moved. False when one fails or moves nothing.
+template <class Move> bool move_all(uint64_t position, size_t bytes, Move&& move) noexcept
 {
-    const auto target = static_cast<int64_t>(position);
-    return target >= 0 && V_OsSeek(file, target, 0, nullptr) == target ? V_SUCCESS : V_ERROR_FILE_SEEK;
+    for (size_t done = 0; done < bytes;) {
+        const auto piece = static_cast<size_t>(std::min<uint64_t>(bytes - done, kPiece));
+        size_t moved = 0;
+        if (move(static_cast<int64_t>(position + done), done, piece, &moved) != Status::ok || moved == 0)
+            return false;
+        done += moved;
+    }
+    return true;
 }
+
+bool is_position(uint64_t position, size_t bytes) noexcept
+{
+    return position <= INT64_MAX && bytes <= INT64_MAX - position;
+}
+
+} // namespace
 
 intptr_t read_at(int64_t file, uint64_t position, void* buffer, size_t bytes) noexcept
 {
-    if (seek(file, position) != V_SUCCESS)
+    if (!is_position(position, bytes))
         return V_ERROR_FILE_SEEK;
-    return V_OsReadBig(file, buffer, bytes) < 0 ? V_ERROR_FILE_READ : static_cast<intptr_t>(bytes);
+    const auto read = [&](int64_t offset, size_t done, size_t piece, size_t* moved) noexcept {
+        return platform::file_read_at(file, offset, static_cast<uint8_t*>(buffer) + done, piece, moved);
+    };
+    return move_all(position, bytes, read) ? static_cast<intptr_t>(bytes) : V_ERROR_FILE_READ;
 }
 
 intptr_t write_at(int64_t file, uint64_t position, const void* buffer, size_t bytes) noexcept
 {
-    if (bytes == 0) // the file layer would cut the file here
-        return 0;
-    if (seek(file, position) != V_SUCCESS)
+    if (!is_position(position, bytes))
         return V_ERROR_FILE_SEEK;
-    return V_OsWriteBig(file, buffer, bytes) < 0 ? V_ERROR_FILE_WRITE : static_cast<intptr_t>(bytes);
+    const auto write = [&](int64_t offset, size_t done, size_t piece, size_t* moved) noexcept {
+        return platform::file_write_at(file, offset, static_cast<const uint8_t*>(buffer) + done, piece, moved);
+    };
+    return move_all(position, bytes, write) ? static_cast<intptr_t>(bytes) : V_ERROR_FILE_WRITE;
+}
+
+bool set_size(int64_t file, uint64_t size) noexcept
+{
+    return size <= INT64_MAX && platform::file_set_size(file, static_cast<int64_t>(size)) == Status::ok;
 }
 
 } // namespace vk::osys

@@ -1,5 +1,7 @@
 #include "kernel/files/TempOptions.h"
 
+#include "kernel/system/LibraryLock.h"
+
 #include <mutex>
 
 namespace vk {
@@ -25,7 +27,7 @@ public:
     }
 
 private:
-    std::mutex mutex_;
+    LibraryLock mutex_;
     TEMPFILEOPTIONS options_{sizeof(TEMPFILEOPTIONS), 1, 0, 128, 8, 16};
 };
 

@@ -1,8 +1,10 @@
 // Lists of bitmaps: a locked block with the number of items and a locked block of records.
 //
-// The block of records always ends with one spare record behind the last item, zeroed unless a caller replaced it, so
-// that reading and writing "just past the last item" stays in memory of the list's own. An empty list has no block.
-// Growing copies into a new block before the old one goes; nothing of the list has changed when that fails.
+// Behind the last item stands at least one spare record, zeroed unless a caller replaced it, so that reading and writing
+// "just past the last item" stays in memory of the list's own; all records behind that one are zero. An empty list has
+// no block. The block grows by half, so that appending costs the same however long the list is, and gives way to a
+// smaller one when it is mostly empty. Growing copies into a new block before the old one goes; nothing of the list has
+// changed when that fails.
 #include "Vklist.h"
 #include "Vksystem.h"
 #include "kernel/bitmap/Alloc.h"
@@ -10,14 +12,14 @@
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
-#include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
 
 struct V_BITMAPLIST {
     uint32_t count;
-    BITMAPHANDLE* items; ///< locked block of count + 1 records; null while count is 0
+    BITMAPHANDLE* items; ///< locked block of capacity + 1 records; null while count is 0
+    uint32_t capacity;   ///< items that the block has room for
 };
 
 namespace vk {
@@ -27,6 +29,8 @@ namespace {
 using List = V_BITMAPLIST;
 
 constexpr uint32_t kLast = UINT32_MAX;
+constexpr uint32_t kMostItems = kLast - 1;
+constexpr uint32_t kFewItems = 8; ///< so much room is not worth saving
 
 /// Room for so many items and the spare record; null without memory.
 BITMAPHANDLE* new_items(uint32_t count) noexcept
@@ -62,6 +66,31 @@ void adopt(BITMAPHANDLE& slot, const BITMAPHANDLE& bitmap) noexcept
         slot.Size64 = slot.Size;
 }
 
+/// Moves the items into another block with room for so many. False without memory.
+bool change_block(List& list, uint32_t capacity) noexcept
+{
+    BITMAPHANDLE* const items = new_items(capacity);
+    if (!items)
+        return false;
+    if (list.items)
+        move_records(items, list.items, list.count);
+    locked_block_free(list.items);
+    list.items = items;
+    list.capacity = capacity;
+    return true;
+}
+
+/// Makes room for one more item.
+bool make_room(List& list) noexcept
+{
+    if (list.items && list.count < list.capacity)
+        return true;
+    if (list.count >= kMostItems)
+        return false;
+    const uint32_t ample = std::min(kMostItems, list.count + std::max(list.count / 2, kFewItems));
+    return change_block(list, ample) || change_block(list, list.count + 1);
+}
+
 /// Takes records out of the block, whose pixels are someone else's by now. Cannot fail: a block that cannot shrink
 /// stays as large as it is.
 void close_gap(List& list, uint32_t index, uint32_t count) noexcept
@@ -72,11 +101,12 @@ void close_gap(List& list, uint32_t index, uint32_t count) noexcept
     if (left == 0) {
         locked_block_free(list.items);
         list.items = nullptr;
+        list.capacity = 0;
         return;
     }
     zero_records(list.items + left, count + 1);
-    void* const block = platform::movable_handle(list.items);
-    platform::movable_realloc(block, (size_t{left} + 1) * sizeof(BITMAPHANDLE), 0); // locked: in place or not at all
+    if (list.capacity / 4 > std::max(left, kFewItems))
+        change_block(list, left + left / 2);
 }
 
 int create_list(List** made) noexcept
@@ -101,17 +131,12 @@ void destroy_list(List* list) noexcept
 
 int insert(List& list, uint32_t index, const BITMAPHANDLE& bitmap) noexcept
 {
-    BITMAPHANDLE* const items = list.count == kLast - 1 ? nullptr : new_items(list.count + 1);
-    if (!items)
+    if (!make_room(list))
         return V_ERROR_NO_MEMORY;
     const uint32_t place = std::min(index, list.count);
-    if (list.items) {
-        move_records(items, list.items, place);
-        move_records(items + place + 1, list.items + place, list.count - place);
-    }
-    adopt(items[place], bitmap);
-    locked_block_free(list.items);
-    list.items = items;
+    move_records(list.items + place + 1, list.items + place, list.count - place);
+    zero_records(list.items + place, 1);
+    adopt(list.items[place], bitmap);
     ++list.count;
     return V_SUCCESS;
 }
@@ -160,7 +185,7 @@ int move_items(List& made, List& list, uint32_t index, uint32_t count) noexcept
     if (!made.items)
         return V_ERROR_NO_MEMORY;
     move_records(made.items, list.items + index, count);
-    made.count = count;
+    made.count = made.capacity = count;
     close_gap(list, index, count);
     return V_SUCCESS;
 }

@@ -1,26 +1,32 @@
 // The file operations on a memory buffer, and redirection to it.
 //
 // Invariants of the object: the data size is at most the capacity, and the capacity is 0 without a buffer. The position
-// alone may be anywhere.
+// alone may be anywhere. Whoever comes with an object's address is believed only if a redirection is running there:
+// files, filters and threads may still have the address of one that has ended.
 #include "kernel/redirect/Buffer.h"
 
+#include "kernel/system/LibraryLock.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/redirect/File.h"
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 namespace vk::redirect {
 
 namespace {
 
-constexpr uint32_t kMagicBuffer = 'V' | 'B' << 8 | 'U' << 16 | 'F' << 24;
 constexpr int64_t kStep = 32768; ///< a growing buffer's capacity is a multiple of this
 
+/// Its address tells threads apart that are alive at one time.
+thread_local constinit char t_thread = 0;
+
 struct Buffer {
-    uint32_t magic;
+    Buffer* next_running;
+    const char* owner; ///< the thread that started it
     uint8_t* data;
     int64_t capacity;
     int64_t size;
@@ -32,10 +38,41 @@ struct Buffer {
     bool may(uint32_t option) const noexcept { return (options & option) != 0; }
 };
 
+constinit LibraryLock g_lock;
+constinit Buffer* g_running = nullptr; ///< all redirections that have been started and not ended
+
+/// What points to a redirection in the list, or to the list's end. Under the lock.
+Buffer** link_of(const void* object) noexcept
+{
+    Buffer** link = &g_running;
+    while (*link && *link != object)
+        link = &(*link)->next_running;
+    return link;
+}
+
+/// The redirection at an address; null when none is running there.
+Buffer* running_at(const void* object) noexcept
+{
+    const std::lock_guard lock(g_lock);
+    return *link_of(object);
+}
+
+void note_started(Buffer& buffer) noexcept
+{
+    const std::lock_guard lock(g_lock);
+    buffer.next_running = g_running;
+    g_running = &buffer;
+}
+
+void note_ended(const Buffer& buffer) noexcept
+{
+    const std::lock_guard lock(g_lock);
+    *link_of(&buffer) = buffer.next_running;
+}
+
 Buffer* buffer_of(int64_t handle) noexcept
 {
-    auto* const buffer = reinterpret_cast<Buffer*>(static_cast<intptr_t>(handle));
-    return handle != 0 && handle != -1 && buffer->magic == kMagicBuffer ? buffer : nullptr;
+    return running_at(reinterpret_cast<const void*>(static_cast<intptr_t>(handle)));
 }
 
 /// Changes the size of the buffer's block. It has to be unlocked for that, and is locked again whatever comes of it.
@@ -88,11 +125,13 @@ void clear_gap(Buffer& buffer) noexcept
 
 int64_t buffer_open(const wchar_t*, int flags, int, void* user_data) noexcept
 {
-    Buffer& buffer = *static_cast<Buffer*>(user_data);
-    buffer.position = 0;
+    Buffer* const buffer = running_at(user_data);
+    if (!buffer)
+        return -1;
+    buffer->position = 0;
     if (flags & V_OPENFLAG_TRUNCATE)
-        buffer.size = 0;
-    return static_cast<int64_t>(reinterpret_cast<intptr_t>(&buffer));
+        buffer->size = 0;
+    return static_cast<int64_t>(reinterpret_cast<intptr_t>(buffer));
 }
 
 int64_t buffer_read(int64_t handle, void* out, size_t count, void*) noexcept
@@ -165,14 +204,19 @@ Table table_for(Buffer& buffer) noexcept
     return table;
 }
 
-/// The redirection that a slot leads to; null when it leads elsewhere.
-Buffer* buffer_behind(const Slot& slot, size_t index) noexcept
+bool is_buffer_slot(const Slot& slot, size_t index) noexcept
 {
     const uintptr_t functions[kFileSlots] = {
         reinterpret_cast<uintptr_t>(&buffer_open), reinterpret_cast<uintptr_t>(&buffer_read),
         reinterpret_cast<uintptr_t>(&buffer_write), reinterpret_cast<uintptr_t>(&buffer_seek),
         reinterpret_cast<uintptr_t>(&buffer_close)};
-    return slot.function == functions[index] ? static_cast<Buffer*>(slot.user_data) : nullptr;
+    return index < kFileSlots && slot.function == functions[index];
+}
+
+/// The redirection that a slot leads to; null when it leads elsewhere.
+Buffer* buffer_behind(const Slot& slot, size_t index) noexcept
+{
+    return is_buffer_slot(slot, index) ? running_at(slot.user_data) : nullptr;
 }
 
 /// Exchanges the five file operations of the calling thread; what it had comes back, kNone where nothing.
@@ -206,6 +250,7 @@ int start(Buffer& buffer, V_REDIRECTHANDLE* file) noexcept
         *file = made;
     }
     buffer.saved = table;
+    note_started(buffer);
     exchange_file_slots(buffer.saved);
     return V_SUCCESS;
 }
@@ -216,9 +261,29 @@ Slot behind_buffers(Slot slot, size_t index) noexcept
 {
     while (const Buffer* const buffer = buffer_behind(slot, index))
         slot = buffer->saved.slots[index];
-    if (slot.function == kNone)
-        slot.function = 0;
-    return slot;
+    return without_ended(slot, index);
+}
+
+Slot without_ended(const Slot& slot, size_t index) noexcept
+{
+    const bool is_empty = slot.function == kNone || (is_buffer_slot(slot, index) && !running_at(slot.user_data));
+    return is_empty ? Slot{} : slot;
+}
+
+Table without_buffers(const Table& table) noexcept
+{
+    Table plain = table;
+    for (size_t i = 0; i < kFileSlots; ++i)
+        plain.slots[i] = behind_buffers(table.slots[i], i);
+    return plain;
+}
+
+bool has_buffers(const Table& table) noexcept
+{
+    for (size_t i = 0; i < kFileSlots; ++i)
+        if (buffer_behind(table.slots[i], i))
+            return true;
+    return false;
 }
 
 int start_buffer(void** out, V_REDIRECTHANDLE* file, uint32_t options, void* data, uint64_t bytes) noexcept
@@ -229,7 +294,7 @@ int start_buffer(void** out, V_REDIRECTHANDLE* file, uint32_t options, void* dat
     const auto capacity = static_cast<int64_t>(data ? std::min<uint64_t>(bytes, INT64_MAX) : 0);
     const int64_t size = options & REDIRECTBUFFER_DATA ? capacity : 0;
     Buffer* const buffer =
-        new (memory) Buffer{kMagicBuffer, static_cast<uint8_t*>(data), capacity, size, 0, options, {}, false};
+        new (memory) Buffer{nullptr, &t_thread, static_cast<uint8_t*>(data), capacity, size, 0, options, {}, false};
     const int result = start(*buffer, file);
     if (result == V_SUCCESS)
         *out = buffer;
@@ -240,21 +305,18 @@ int start_buffer(void** out, V_REDIRECTHANDLE* file, uint32_t options, void* dat
 
 int stop_buffer(void* object, void** data, size_t* size) noexcept
 {
-    Buffer* const buffer = buffer_of(static_cast<int64_t>(reinterpret_cast<intptr_t>(object)));
+    Buffer* const buffer = running_at(object);
     if (!buffer)
         return V_ERROR_INVALID_PARAMETER;
-    if (!unlink_inner(*buffer))
+    if (!unlink_inner(*buffer) && buffer->owner == &t_thread) // another thread's slots are out of reach
         exchange_file_slots(buffer->saved);
+    note_ended(*buffer);
     if (data)
         *data = buffer->data;
     if (size)
         *size = static_cast<size_t>(buffer->size);
-    buffer->magic = 0;
     platform::heap_free(buffer);
     return V_SUCCESS;
 }
 
 } // namespace vk::redirect
-
-using namespace vk;
-using namespace vk::redirect;

@@ -1,6 +1,7 @@
 // The registry of named redirections: a list under a lock, from which tables are copied out.
 #include "kernel/redirect/Names.h"
 
+#include "kernel/system/LibraryLock.h"
 #include "platform/platform.h"
 
 #include <atomic>
@@ -89,7 +90,7 @@ private:
         platform::heap_free(gone);
     }
 
-    std::mutex mutex_;
+    LibraryLock mutex_;
     Entry* first_ = nullptr;
 };
 

@@ -3,13 +3,13 @@
 
 #include "Vkfiles.h"
 #include "kernel/files/TempOptions.h"
+#include "kernel/system/LibraryLock.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/redirect/Buffer.h"
 #include "platform/platform.h"
 
 #include <cstring>
 #include <mutex>
-#include <new>
 
 namespace vk::redirect {
 
@@ -48,24 +48,18 @@ Table make_plain_temp_table() noexcept
     return table;
 }
 
-struct Library {
-    std::mutex mutex;
-    Table table = default_table();
-};
+const Table kDefaultTable = make_default_table();
+const Table kPlainTempTable = make_plain_temp_table();
 
-/// Made on first use, and never destroyed: threads may outlive static objects. It owns nothing.
-Library& library() noexcept
-{
-    alignas(Library) static unsigned char place[sizeof(Library)];
-    static Library* const made = new (place) Library;
-    return *made;
-}
+/// The library-wide table; its operations may be called kDefault. It owns nothing.
+constinit LibraryLock g_lock;
+constinit Table g_table = {{{kDefault}, {kDefault}, {kDefault}, {kDefault}, {kDefault}, {kDefault}, {kDefault}}};
 
 /// The slots of a thread in front of the library's.
 void put_in_front(Table& table, const Table& own, bool past_buffers) noexcept
 {
     for (size_t i = 0; i < kFileSlots; ++i) {
-        const Slot slot = past_buffers ? behind_buffers(own.slots[i], i) : own.slots[i];
+        const Slot slot = past_buffers ? behind_buffers(own.slots[i], i) : without_ended(own.slots[i], i);
         if (slot.function != 0 && slot.function != kNone)
             table.slots[i] = slot;
     }
@@ -102,14 +96,12 @@ void to_record(const Table& table, REDIRECTFUNCTIONS& record) noexcept
 
 const Table& default_table() noexcept
 {
-    static const Table table = make_default_table();
-    return table;
+    return kDefaultTable;
 }
 
 const Table& plain_temp_table() noexcept
 {
-    static const Table table = make_plain_temp_table();
-    return table;
+    return kPlainTempTable;
 }
 
 void settle_defaults(Table& table) noexcept
@@ -133,9 +125,13 @@ void exchange(Table& table, Table& incoming) noexcept
 
 Table library_table() noexcept
 {
-    Library& shared = library();
-    const std::lock_guard lock(shared.mutex);
-    return shared.table;
+    Table table;
+    {
+        const std::lock_guard lock(g_lock);
+        table = g_table;
+    }
+    settle_defaults(table);
+    return table;
 }
 
 void exchange_library(Table& table) noexcept
@@ -144,9 +140,11 @@ void exchange_library(Table& table) noexcept
         if (slot.function == kNone)
             slot.function = 0;
     }
-    Library& shared = library();
-    const std::lock_guard lock(shared.mutex);
-    exchange(shared.table, table);
+    {
+        const std::lock_guard lock(g_lock);
+        exchange(g_table, table);
+    }
+    settle_defaults(table);
 }
 
 void exchange_thread(Table& table) noexcept

@@ -90,7 +90,7 @@ bool set_size(const StorageFile& file, uint64_t size) noexcept
     if (size > INT64_MAX)
         return false;
     if (!file.redirected)
-        return V_OsSetFileSize(file.handle, static_cast<int64_t>(size)) == 0;
+        return osys::set_size(file.handle, size);
     const int64_t now = redirect::size_of(*file.redirected);
     if (now < 0 || static_cast<uint64_t>(now) >= size)
         return now >= 0 && cut(file, size);

@@ -2,11 +2,11 @@
 #include "kernel/storage/SuperBands.h"
 
 #include "Vkrecord.h"
-#include "kernel/storage/codec/Busy.h"
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 #include <new>
 
 namespace vk {
@@ -78,6 +78,7 @@ SuperBands* SuperBands::create(uint32_t width, uint32_t bytes_per_line, uint32_t
     made->codec_ = made->blocks_ ? codec::acquire(bits) : nullptr;
     if (!made->codec_) {
         platform::heap_free(made->blocks_);
+        made->~SuperBands();
         platform::heap_free(made);
         return nullptr;
     }
@@ -245,12 +246,16 @@ int SuperBands::read_part(const Part& part, uint8_t* to) noexcept
 
 int SuperBands::read(uint64_t position, uint8_t* to, size_t bytes) noexcept
 {
+<<<<<<< HEAD
     const Busy busy(busy_);
     return read_parts(position, to, bytes);
 }
 
 int SuperBands::read_parts(uint64_t position, uint8_t* to, size_t bytes) noexcept
 {
+=======
+    const std::lock_guard guard(lock_);
+>>>>>>> b8d722a (wip: forks, waiting, process defaults, lists, tiles)
     while (bytes != 0) {
         const Part part = next_part(position, bytes);
         const int result = read_part(part, to);
@@ -313,7 +318,7 @@ int SuperBands::write_parts(uint64_t position, const uint8_t* from, size_t bytes
 
 int SuperBands::write(uint64_t position, const uint8_t* from, size_t bytes) noexcept
 {
-    const Busy busy(busy_);
+    const std::lock_guard guard(lock_);
     const Part part = next_part(position, bytes);
     if (part.bytes != bytes)
         return write_parts(position, from, bytes);
@@ -326,7 +331,7 @@ int SuperBands::write(uint64_t position, const uint8_t* from, size_t bytes) noex
 
 int SuperBands::resize(uint32_t height) noexcept
 {
-    const Busy busy(busy_);
+    const std::lock_guard guard(lock_);
     const size_t before = bands();
     const size_t after = bands_for(height, rows_per_band_);
     const size_t shared = std::min(before, after);
@@ -365,7 +370,7 @@ int SuperBands::resize(uint32_t height) noexcept
 
 uint64_t SuperBands::flush() noexcept
 {
-    const Busy busy(busy_);
+    const std::lock_guard guard(lock_);
     for (uint32_t i = 0; i < slots_in_use_; ++i)
         if (write_back(slots_[i])) {
             platform::heap_free(slots_[i].rows);

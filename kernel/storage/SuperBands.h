@@ -7,8 +7,8 @@
 
 #include "kernel/storage/Store.h"
 #include "kernel/storage/codec/Codec.h"
+#include "kernel/system/ObjectLock.h"
 
-#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -93,7 +93,7 @@ private:
     int pack_reversed(size_t band, const Reversal& reversal, uint8_t* room, Block* block) noexcept;
     void change(Slot& slot, size_t offset, const uint8_t* from, size_t bytes) noexcept;
 
-    std::atomic_flag busy_ = ATOMIC_FLAG_INIT;
+    ObjectLock lock_;
     const codec::Codec* codec_ = nullptr;
     Block* blocks_ = nullptr;
     uint8_t* workspace_ = nullptr; ///< the codec's, and a packed block behind it

@@ -1,33 +1,21 @@
-// The clean-up registry of Cleanup.h: a list of entries, newest first, under a spin lock that is never held while one
-// runs.
+// The clean-up registry of Cleanup.h: a list of entries, newest first, under a lock that is never held while one runs.
 #include "kernel/system/Cleanup.h"
 
+#include "kernel/system/LibraryLock.h"
 #include "platform/platform.h"
 
-#include <atomic>
+#include <mutex>
 
 namespace vk {
 
 namespace {
 
-constinit std::atomic_flag g_busy = ATOMIC_FLAG_INIT;
+constinit LibraryLock g_lock;
 constinit Cleanup* g_newest = nullptr;
-
-class RegistryLock {
-public:
-    RegistryLock() noexcept
-    {
-        while (g_busy.test_and_set(std::memory_order_acquire))
-            platform::sleep_for(1);
-    }
-    ~RegistryLock() { g_busy.clear(std::memory_order_release); }
-    RegistryLock(const RegistryLock&) = delete;
-    RegistryLock& operator=(const RegistryLock&) = delete;
-};
 
 Cleanup* take_newest() noexcept
 {
-    const RegistryLock lock;
+    const std::lock_guard lock(g_lock);
     Cleanup* const entry = g_newest;
     if (entry != nullptr) {
         g_newest = entry->next;
@@ -40,7 +28,7 @@ Cleanup* take_newest() noexcept
 
 void register_cleanup(Cleanup& entry) noexcept
 {
-    const RegistryLock lock;
+    const std::lock_guard lock(g_lock);
     if (entry.registered)
         return;
     entry.registered = true;

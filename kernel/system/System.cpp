@@ -202,3 +202,14 @@ void V_FreeMemory(void* pBlock) noexcept
 {
     platform::heap_free(pBlock);
 }
+
+int V_SetProcessDefaults(void) noexcept
+{
+    set_process_state(state_to_hand_over());
+    return V_SUCCESS;
+}
+
+int V_FreeThreadState(void) noexcept
+{
+    return drop_thread_state() ? V_SUCCESS : V_FAILURE;
+}

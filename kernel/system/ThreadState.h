@@ -1,6 +1,9 @@
 // The defaults and callbacks that each thread keeps for itself, with one process-wide state behind them for threads
 // that have set nothing. A thread's own state begins as a copy of the process-wide one when the thread first sets a
 // value, and is gone with the thread: it holds values and borrowed pointers only, nothing to free.
+//
+// A thread without own values looks at a copy of the process-wide ones, too, which it makes anew when their number has
+// changed; so looking costs no lock.
 #pragma once
 
 #include "Vkrecord.h"
@@ -30,11 +33,33 @@ struct ThreadState {
     redirect::Table redirect = {}; ///< operations in front of the library's; 0 where the thread has none
 };
 
-/// The calling thread's values: its own state, or the process-wide one.
+/// The calling thread's values: its own state, or the process-wide one. The next call may change what is referred to.
 const ThreadState& thread_state() noexcept;
 
 /// The calling thread's own state, made now if it has none.
 ThreadState& thread_state_for_set() noexcept;
+
+/// The calling thread's values as other threads may have them: without buffer redirections.
+ThreadState state_to_hand_over() noexcept;
+
+/// Makes a state the process-wide one.
+void set_process_state(const ThreadState& state) noexcept;
+
+/// Forgets the calling thread's own state. False when it cannot go: a buffer redirection is running.
+bool drop_thread_state() noexcept;
+
+/// Lets the calling thread have set nothing for the length of a scope. What it has set comes back then.
+class FreshThreadState {
+public:
+    FreshThreadState() noexcept;
+    ~FreshThreadState();
+    FreshThreadState(const FreshThreadState&) = delete;
+    FreshThreadState& operator=(const FreshThreadState&) = delete;
+
+private:
+    bool had_own_;
+    ThreadState own_;
+};
 
 /// The tile size in force.
 uint64_t tile_size_in_force() noexcept;

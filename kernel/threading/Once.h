@@ -1,10 +1,11 @@
-// What is done once per process, by whichever thread comes first, while the others wait for it in steps of a
-// millisecond. Constant-initialised and without an end, so that it may be used at any time of the process.
+// What is done once per process, by whichever thread comes first, while the others wait for it. Constant-initialised and
+// without an end, so that it may be used at any time of the process.
 #pragma once
 
-#include "platform/platform.h"
+#include "kernel/system/LibraryLock.h"
 
 #include <atomic>
+#include <mutex>
 
 namespace vk {
 
@@ -12,20 +13,17 @@ class Once {
 public:
     template <class Work> void run(Work&& work) noexcept
     {
-        while (!done_.load(std::memory_order_acquire)) {
-            const bool alone = entries_.fetch_add(1, std::memory_order_acquire) == 0;
-            if (alone && !done_.load(std::memory_order_acquire)) {
-                work();
-                done_.store(true, std::memory_order_release);
-            }
-            entries_.fetch_sub(1, std::memory_order_release);
-            if (!alone)
-                platform::sleep_for(1);
+        if (done_.load(std::memory_order_acquire))
+            return;
+        const std::lock_guard lock(lock_);
+        if (!done_.load(std::memory_order_relaxed)) {
+            work();
+            done_.store(true, std::memory_order_release);
         }
     }
 
 private:
-    std::atomic<uint32_t> entries_{0};
+    LibraryLock lock_;
     std::atomic<bool> done_{false};
 };
 

@@ -83,7 +83,7 @@ int V_VellThreadCreateAndRun(V_THREADROUTINE pfnRoutine, void* pParameter, uint3
         return V_ERROR_INVALID_PARAMETER;
     Start start{pfnRoutine, pParameter, {}, nullptr};
     if ((uFlags & VELLTHREAD_INHERIT) != 0)
-        start.state = thread_state();
+        start.state = state_to_hand_over();
     const Status status = (uFlags & VELLTHREAD_WAIT) != 0 ? start_and_wait(start, puResult) : start_thread(start);
     return status == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }

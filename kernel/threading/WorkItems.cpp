@@ -3,9 +3,15 @@
 // An item on its way is a record on the heap, which is freed before the item counts as done: once the last one has
 // counted, the batch may be gone. The counter and the flags are changed atomically, whatever the options; the lock,
 // when the options ask for it, comes on top. It is never held while an item's callback runs.
+//
+// An item that waits for a batch occupies a thread of the pool, and the batch's items may stand behind many others that
+// do the same. So it runs them itself, those of its own batch alone: no item's callback can come to lie below another's
+// that it has nothing to do with, and however many wait, each has what it waits for run or running.
 #include "Vkthread.h"
 #include "Vkthreading.h"
 
+#include "kernel/system/ThreadState.h"
+#include "kernel/threading/QueuedItems.h"
 #include "platform/platform.h"
 
 #include <atomic>
@@ -17,17 +23,14 @@ namespace {
 
 constexpr uint32_t kAnyLock = VKWORKITEMS_LOCK | VKWORKITEMS_LOCKCANCEL | VKWORKITEMS_STORERESULT;
 
-struct Record {
-    VKWorkItems* items;
-    VKWORKITEMCALLBACK callback;
-    void* user_data;
-};
-
-Record take_record(void* parameter) noexcept
+/// Frees a ticket. False when there is nothing left to do for it.
+bool redeem(void* parameter, Work& work) noexcept
 {
-    const Record record = *static_cast<Record*>(parameter);
+    auto& item = *static_cast<QueuedItem*>(parameter);
+    const bool is_ours = withdraw_queued(item);
+    work = item.work;
     platform::heap_free(parameter);
-    return record;
+    return is_ours;
 }
 
 /// For values that the options may leave without a lock.
@@ -111,24 +114,38 @@ int VKWorkItems::QueueItem(VKWORKITEMCALLBACK callback, void* userData) noexcept
         SetStatus(callback(this, userData));
         return 1;
     }
-    void* const block = platform::heap_alloc(sizeof(Record));
+    void* const block = platform::heap_alloc(sizeof(QueuedItem));
     if (block == nullptr)
         return -1;
-    auto* record = new (block) Record{this, callback, userData};
+    auto* item = new (block) QueuedItem{{this, callback, userData}};
+    const uint32_t flags = pool_flags_;
+    if ((flags & VKPOOL_NEWTHREAD) == 0)
+        add_queued(*item); // the batch may be done, and gone, from here on
     const Status status =
-        (pool_flags_ & VKPOOL_NEWTHREAD) != 0
-            ? platform::thread_start(&WaitCallback, record)
-            : platform::pool_queue(&WaitCallback, record, (pool_flags_ & VKPOOL_LONGRUNNING) != 0, &DropCallback);
+        (flags & VKPOOL_NEWTHREAD) != 0
+            ? platform::thread_start(&WaitCallback, item)
+            : platform::pool_queue(&WaitCallback, item, (flags & VKPOOL_LONGRUNNING) != 0, &DropCallback);
     if (status == Status::ok)
         return 1;
-    platform::heap_free(record);
-    return -1;
+    const bool is_ours = withdraw_queued(*item); // else a waiter has run it meanwhile
+    platform::heap_free(item);
+    return is_ours ? -1 : 1;
 }
 
 void VKWorkItems::Wait() noexcept
 {
-    if (IsThreaded() != 0)
-        done_.WaitOne(VKTIMEOUT_INFINITE);
+    if (IsThreaded() == 0)
+        return;
+    if (platform::on_pool_thread()) {
+        Work work;
+        while (take_queued(*this, work)) {
+            const FreshThreadState fresh;
+            RunItem(work.callback, work.user_data);
+            if (done_.WaitOne(0) == 1)
+                return;
+        }
+    }
+    done_.WaitOne(VKTIMEOUT_INFINITE);
 }
 
 void VKWorkItems::Finish() noexcept
@@ -162,23 +179,31 @@ int VKWorkItems::IsCanceled() noexcept
 
 V_THREADRESULT VKWorkItems::WaitCallback(void* parameter) noexcept
 {
-    const Record record = take_record(parameter);
-    VKWorkItems& items = *record.items;
-    int result = V_SUCCESS;
-    if (items.IsCanceled() == 0) {
-        result = record.callback(&items, record.user_data);
-        if ((items.options_ & VKWORKITEMS_STORERESULT) != 0)
-            items.SetStatus(result);
-        if (result == VKRESULT_TIMEOUT)
-            items.Cancel();
-    }
-    items.ItemDone();
-    return static_cast<V_THREADRESULT>(result);
+    Work work;
+    if (!redeem(parameter, work))
+        return static_cast<V_THREADRESULT>(V_SUCCESS);
+    return static_cast<V_THREADRESULT>(work.items->RunItem(work.callback, work.user_data));
 }
 
 void VKWorkItems::DropCallback(void* parameter) noexcept
 {
-    take_record(parameter).items->ItemDone();
+    Work work;
+    if (redeem(parameter, work))
+        work.items->ItemDone();
+}
+
+int VKWorkItems::RunItem(VKWORKITEMCALLBACK callback, void* userData) noexcept
+{
+    int result = V_SUCCESS;
+    if (IsCanceled() == 0) {
+        result = callback(this, userData);
+        if ((options_ & VKWORKITEMS_STORERESULT) != 0)
+            SetStatus(result);
+        if (result == VKRESULT_TIMEOUT)
+            Cancel();
+    }
+    ItemDone();
+    return result;
 }
 
 void VKWorkItems::ItemDone() noexcept

@@ -21,8 +21,7 @@ std::atomic<Level> g_limit{Level::avx512};
 
 Level level() noexcept
 {
-    static const Level best = best_level();
-    return std::min(best, g_limit.load(std::memory_order_relaxed));
+    return std::min(best_level(), g_limit.load(std::memory_order_relaxed));
 }
 
 Level limit_level(Level limit) noexcept

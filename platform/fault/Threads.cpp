@@ -99,6 +99,11 @@ void lock_look_up() noexcept
     backend::lock_look_up();
 }
 
+void guard_forks(ForkGuard& guard) noexcept
+{
+    backend::guard_forks(guard);
+}
+
 uint32_t processor_count() noexcept
 {
     return must_fail(Call::processor_count) ? 0 : backend::processor_count();
@@ -118,6 +123,11 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
 {
     return must_fail(Call::pool_queue) ? failure_of(Call::pool_queue)
                                        : backend::pool_queue(routine, parameter, long_running, drop);
+}
+
+bool on_pool_thread() noexcept
+{
+    return backend::on_pool_thread();
 }
 
 void set_unload_hook(void (*hook)()) noexcept

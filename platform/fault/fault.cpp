@@ -379,6 +379,25 @@ Status file_truncate(int64_t file) noexcept
     return must_fail(Call::file_truncate) ? failure_of(Call::file_truncate) : backend::file_truncate(file);
 }
 
+Status file_read_at(int64_t file, int64_t offset, void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    if (must_fail(Call::file_read))
+        return failure_of(Call::file_read);
+    return backend::file_read_at(file, offset, buffer, fault::transfer_size(bytes), moved);
+}
+
+Status file_write_at(int64_t file, int64_t offset, const void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    if (must_fail(Call::file_write))
+        return failure_of(Call::file_write);
+    return backend::file_write_at(file, offset, buffer, fault::transfer_size(bytes), moved);
+}
+
+Status file_set_size(int64_t file, int64_t size) noexcept
+{
+    return must_fail(Call::file_truncate) ? failure_of(Call::file_truncate) : backend::file_set_size(file, size);
+}
+
 Status file_reserve(int64_t file, int64_t offset, size_t bytes) noexcept
 {
     return must_fail(Call::file_reserve) ? failure_of(Call::file_reserve) : backend::file_reserve(file, offset, bytes);

@@ -25,10 +25,10 @@ enum class Call : uint8_t {
     memory_status,
     handle_count,
     file_open,
-    file_read,
-    file_write,
+    file_read,  ///< at a position, too
+    file_write, ///< at a position, too
     file_seek,
-    file_truncate,
+    file_truncate, ///< and setting a size
     file_reserve,
     file_map,
     file_close, ///< the file is closed all the same; only the report is of a failure

@@ -81,19 +81,84 @@ Status finish_open(int file, const char* path, const OpenOptions& options) noexc
     return Status::ok;
 }
 
-/// disk_full when writing `bytes` at the current position would pass the size limit, which holds for regular files
-/// only.
-Status check_write(int file, size_t bytes) noexcept
+/// Where a transfer takes place that has no position of its own.
+constexpr int64_t kCurrent = -1;
+
+/// disk_full when writing `bytes` would pass the size limit, which holds for regular files only.
+Status check_write(int file, int64_t offset, size_t bytes) noexcept
 {
     if (posix::check_size_limit(INT64_MAX) == Status::ok) // no limit at all, the usual case
         return Status::ok;
     struct stat info = {};
-    const off_t position = lseek(file, 0, SEEK_CUR);
+    const off_t position = offset == kCurrent ? lseek(file, 0, SEEK_CUR) : offset;
     if (position < 0 || fstat(file, &info) != 0 || !S_ISREG(info.st_mode))
         return Status::ok;
     if (bytes > static_cast<uint64_t>(INT64_MAX - position))
         return Status::disk_full;
     return posix::check_size_limit(position + static_cast<int64_t>(bytes));
+}
+
+Status read_all(int file, int64_t offset, void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    auto* to = static_cast<uint8_t*>(buffer);
+    size_t done = 0;
+    while (done < bytes) {
+        const size_t piece = std::min(bytes - done, kMaxTransfer);
+        const ssize_t part = offset == kCurrent ? read(file, to + done, piece)
+                                                : pread(file, to + done, piece, offset + static_cast<int64_t>(done));
+        if (part < 0 && errno != EINTR)
+            return last_status();
+        if (part == 0)
+            break;
+        if (part > 0)
+            done += static_cast<size_t>(part);
+    }
+    *moved = done;
+    return Status::ok;
+}
+
+Status write_all(int file, int64_t offset, const void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    if (const Status status = check_write(file, offset, bytes); status != Status::ok)
+        return status;
+    const auto* from = static_cast<const uint8_t*>(buffer);
+    size_t done = 0;
+    while (done < bytes) {
+        const size_t piece = std::min(bytes - done, kMaxTransfer);
+        const ssize_t part = offset == kCurrent ? write(file, from + done, piece)
+                                                : pwrite(file, from + done, piece, offset + static_cast<int64_t>(done));
+        if (part < 0 && errno != EINTR)
+            return last_status();
+        if (part == 0)
+            return Status::failed;
+        if (part > 0)
+            done += static_cast<size_t>(part);
+    }
+    *moved = done;
+    return Status::ok;
+}
+
+/// Cuts or extends a file; past the size limit nothing is tried.
+Status set_size(int file, int64_t size) noexcept
+{
+    struct stat info = {};
+    if (fstat(file, &info) != 0)
+        return last_status();
+    if (size > info.st_size) {
+        if (const Status status = posix::check_size_limit(size); status != Status::ok)
+            return status;
+    }
+    int result = 0;
+    do
+        result = ftruncate(file, size);
+    while (result != 0 && errno == EINTR);
+    return result == 0 ? Status::ok : last_status();
+}
+
+/// A position that a transfer of so many bytes may have.
+bool is_position(int64_t offset, size_t bytes) noexcept
+{
+    return offset >= 0 && bytes <= static_cast<uint64_t>(INT64_MAX - offset);
 }
 
 } // namespace
@@ -128,38 +193,27 @@ Status file_open(const wchar_t* name, const OpenOptions& options, int64_t* file)
 
 Status file_read(int64_t file, void* buffer, size_t bytes, size_t* moved) noexcept
 {
-    auto* to = static_cast<uint8_t*>(buffer);
-    size_t done = 0;
-    while (done < bytes) {
-        const ssize_t part = read(descriptor(file), to + done, std::min(bytes - done, kMaxTransfer));
-        if (part < 0 && errno != EINTR)
-            return last_status();
-        if (part == 0)
-            break;
-        if (part > 0)
-            done += static_cast<size_t>(part);
-    }
-    *moved = done;
-    return Status::ok;
+    return read_all(descriptor(file), kCurrent, buffer, bytes, moved);
 }
 
 Status file_write(int64_t file, const void* buffer, size_t bytes, size_t* moved) noexcept
 {
-    if (const Status status = check_write(descriptor(file), bytes); status != Status::ok)
-        return status;
-    const auto* from = static_cast<const uint8_t*>(buffer);
-    size_t done = 0;
-    while (done < bytes) {
-        const ssize_t part = write(descriptor(file), from + done, std::min(bytes - done, kMaxTransfer));
-        if (part < 0 && errno != EINTR)
-            return last_status();
-        if (part == 0)
-            return Status::failed;
-        if (part > 0)
-            done += static_cast<size_t>(part);
-    }
-    *moved = done;
-    return Status::ok;
+    return write_all(descriptor(file), kCurrent, buffer, bytes, moved);
+}
+
+Status file_read_at(int64_t file, int64_t offset, void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    return is_position(offset, bytes) ? read_all(descriptor(file), offset, buffer, bytes, moved) : Status::failed;
+}
+
+Status file_write_at(int64_t file, int64_t offset, const void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    return is_position(offset, bytes) ? write_all(descriptor(file), offset, buffer, bytes, moved) : Status::disk_full;
+}
+
+Status file_set_size(int64_t file, int64_t size) noexcept
+{
+    return set_size(descriptor(file), size);
 }
 
 Status file_seek(int64_t file, int64_t offset, Origin origin, int64_t* position) noexcept
@@ -174,19 +228,8 @@ Status file_seek(int64_t file, int64_t offset, Origin origin, int64_t* position)
 
 Status file_truncate(int64_t file) noexcept
 {
-    struct stat info = {};
     const off_t position = lseek(descriptor(file), 0, SEEK_CUR);
-    if (position < 0 || fstat(descriptor(file), &info) != 0)
-        return last_status();
-    if (position > info.st_size) {
-        if (const Status status = posix::check_size_limit(position); status != Status::ok)
-            return status;
-    }
-    int result = 0;
-    do
-        result = ftruncate(descriptor(file), position);
-    while (result != 0 && errno == EINTR);
-    return result == 0 ? Status::ok : last_status();
+    return position < 0 ? last_status() : set_size(descriptor(file), position);
 }
 
 Status file_map(int64_t file, int64_t offset, size_t bytes, void** view) noexcept

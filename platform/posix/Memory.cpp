@@ -24,8 +24,7 @@ constexpr uint32_t kMaxHandles = 20000;
 
 size_t page_size() noexcept
 {
-    static const size_t size = static_cast<size_t>(sysconf(_SC_PAGESIZE));
-    return size;
+    return static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
 /// The mapping's size for a section's; 0 when there is no such size. An empty section has a page too.

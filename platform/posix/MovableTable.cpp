@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <new>
 #include <pthread.h>
+#include <utility>
 
 namespace vk::backend::posix {
 
@@ -25,8 +26,13 @@ constexpr uint32_t kFirstSlots = 64;
 constexpr uint32_t kNone = UINT32_MAX;
 
 pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
+constinit ForkGuard guard{
+    [](ForkGuard&) noexcept { pthread_mutex_lock(&mutex); },
+    [](ForkGuard&, bool) noexcept { pthread_mutex_unlock(&mutex); },
+};
 Block* slots = nullptr;
 uint32_t slot_count = 0;
+uint32_t slots_in_use = 0;
 uint32_t first_free = kNone;
 uint32_t* places = nullptr; ///< 2 * slot_count, a power of two
 
@@ -111,6 +117,8 @@ bool grow() noexcept
 
 TableLock::TableLock() noexcept
 {
+    if (!guard.known.load(std::memory_order_acquire))
+        guard_forks(guard);
     pthread_mutex_lock(&mutex);
 }
 
@@ -164,6 +172,7 @@ void* table_add(bool movable, void* data, size_t bytes) noexcept
     block.capacity = bytes;
     block.locks = 0;
     block.used = true;
+    ++slots_in_use;
     block.movable = movable;
     if (movable)
         block.generation = (block.generation + 1) % kGenerations;
@@ -177,8 +186,20 @@ void table_remove(Block& block) noexcept
     hash_erase(slot);
     block.data = nullptr;
     block.used = false;
+    --slots_in_use;
     block.next_free = first_free;
     first_free = slot;
+}
+
+void table_release() noexcept
+{
+    const TableLock lock;
+    if (slots_in_use != 0)
+        return;
+    std::free(std::exchange(slots, nullptr));
+    std::free(std::exchange(places, nullptr));
+    slot_count = 0;
+    first_free = kNone;
 }
 
 void table_set_data(Block& block, void* data, size_t bytes) noexcept

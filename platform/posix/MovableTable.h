@@ -48,6 +48,8 @@ void* table_handle(const Block& block) noexcept;
 void* table_add(bool movable, void* data, size_t bytes) noexcept;
 /// Forgets a block; its data are the caller's again.
 void table_remove(Block& block) noexcept;
+/// Gives the table's memory back when it holds no block. It may be used again.
+void table_release() noexcept;
 /// Gives a block other data. Never fails: the address table always has room for every block.
 void table_set_data(Block& block, void* data, size_t bytes) noexcept;
 

@@ -1,12 +1,15 @@
 // Threads and the thread pool, and what becomes of them when the library is unloaded.
 //
 // Every thread that is started here is joined here, so that none is left in code that is about to go. The pool starts
-// threads when there is work for them: one per processor and one for each long-running item. A watcher, which comes
-// into being with the first backlog, adds one whenever the queue has stood still for a while, since all threads may be
-// waiting for something that is still in the queue. Surplus threads end after some idle time.
+// threads when there is work for them: one per processor, one for each long-running item, and one for each item that
+// waits for an event. A watcher, which comes into being with the first backlog, adds one whenever the queue has stood
+// still for a while, since items may be waiting in ways that are not seen here. Surplus threads end after some idle
+// time.
 //
 // Unloading (dlclose, or the end of the process) drops what is queued and waits for what runs. A forked child begins
-// with an empty pool. `mutex` guards everything; no routine and no drop function runs under it.
+// with an empty pool; an item that forked goes on in both. `mutex` guards everything; no routine and no drop function
+// runs under it.
+#include "platform/posix/MovableTable.h"
 #include "platform/posix/Posix.h"
 
 #include <algorithm>
@@ -57,6 +60,7 @@ struct Pool {
     uint32_t idle = 0;       ///< workers that nobody has woken yet
     uint32_t wakeups = 0;    ///< workers that are woken and have not noticed yet
     uint32_t long_items = 0; ///< queued or running
+    uint32_t waiting = 0;    ///< workers whose item waits for an event
     uint32_t threads = 0;    ///< running threads of every kind
     Thread* ended_threads = nullptr;
     bool has_watcher = false;
@@ -68,11 +72,39 @@ constinit Pool g_pool;
 using UnloadHook = void (*)();
 constinit UnloadHook g_unload_hook = nullptr;
 thread_local constinit bool t_is_ours = false;
+thread_local constinit bool t_is_worker = false;
+thread_local constinit bool t_is_long = false; ///< this worker's item is a long-running one
+
+void enter_fork(ForkGuard&) noexcept
+{
+    pthread_mutex_lock(&g_pool.mutex);
+}
+
+/// The child has none of the parent's threads but the one that forked, which may be one of ours.
+void leave_fork(ForkGuard&, bool is_child) noexcept
+{
+    if (is_child) {
+        std::free(g_pool.ring);
+        new (&g_pool) Pool;
+        g_pool.threads = t_is_ours ? 1 : 0;
+        g_pool.workers = t_is_worker ? 1 : 0;
+        g_pool.long_items = t_is_long ? 1 : 0;
+    } else {
+        pthread_mutex_unlock(&g_pool.mutex);
+    }
+}
+
+constinit ForkGuard g_guard{&enter_fork, &leave_fork};
 
 /// Holds the pool. Ended threads are joined once it is free again.
 class PoolLock {
 public:
-    PoolLock() noexcept { pthread_mutex_lock(&g_pool.mutex); }
+    PoolLock() noexcept
+    {
+        if (!g_guard.known.load(std::memory_order_acquire))
+            guard_forks(g_guard);
+        pthread_mutex_lock(&g_pool.mutex);
+    }
     ~PoolLock()
     {
         Thread* thread = join_ ? std::exchange(g_pool.ended_threads, nullptr) : nullptr;
@@ -101,25 +133,6 @@ public:
     PoolUnlock(const PoolUnlock&) = delete;
     PoolUnlock& operator=(const PoolUnlock&) = delete;
 };
-
-// A fork finds the pool at rest, so that the child can take it apart.
-
-void before_fork() noexcept
-{
-    pthread_mutex_lock(&g_pool.mutex);
-}
-
-void after_fork_in_parent() noexcept
-{
-    pthread_mutex_unlock(&g_pool.mutex);
-}
-
-void after_fork_in_child() noexcept
-{
-    std::free(g_pool.ring);
-    new (&g_pool) Pool; // its threads are the parent's
-    t_is_ours = false;
-}
 
 bool push(const Item& item) noexcept
 {
@@ -171,11 +184,8 @@ void* thread_main(void* started) noexcept
 /// Starts a thread. The pool is held, which keeps the new thread from ending before its id is known.
 Status start(void (*run)(Thread&) noexcept, ThreadRoutine routine, void* parameter) noexcept
 {
-    if (g_pool.processors == 0) {
-        if (const int error = pthread_atfork(&before_fork, &after_fork_in_parent, &after_fork_in_child); error != 0)
-            return posix::to_status(error);
+    if (g_pool.processors == 0)
         g_pool.processors = std::max(processor_count(), 1u);
-    }
     void* const block = std::malloc(sizeof(Thread));
     if (block == nullptr)
         return Status::no_memory;
@@ -208,7 +218,7 @@ bool wait_for_work() noexcept
     const timespec until = posix::time_from_now(kIdleTime);
     ++g_pool.idle;
     while (g_pool.wakeups == 0 && !g_pool.stopping) {
-        const bool surplus = g_pool.workers > g_pool.processors;
+        const bool surplus = g_pool.workers - g_pool.waiting > g_pool.processors;
         const int error = surplus ? pthread_cond_clockwait(&g_pool.work, &g_pool.mutex, CLOCK_MONOTONIC, &until)
                                   : pthread_cond_wait(&g_pool.work, &g_pool.mutex);
         if (error == ETIMEDOUT && g_pool.wakeups == 0) {
@@ -226,6 +236,7 @@ bool wait_for_work() noexcept
 
 void run_worker(Thread&) noexcept
 {
+    t_is_worker = true;
     const PoolLock lock;
     while (!g_pool.stopping) {
         if (g_pool.count == 0) {
@@ -237,7 +248,9 @@ void run_worker(Thread&) noexcept
         ++g_pool.taken;
         {
             const PoolUnlock unlock;
+            t_is_long = item.long_running;
             item.routine(item.parameter);
+            t_is_long = false;
         }
         g_pool.long_items -= item.long_running ? 1 : 0;
     }
@@ -249,6 +262,12 @@ Status add_worker() noexcept
     const Status status = start_quiet(&run_worker);
     g_pool.workers += status == Status::ok ? 1 : 0;
     return status;
+}
+
+bool may_add_worker() noexcept
+{
+    const uint32_t busy = g_pool.long_items + g_pool.waiting;
+    return g_pool.workers < std::min(kMostWorkers, std::max(g_pool.processors, 1u) + busy);
 }
 
 void run_watcher(Thread&) noexcept
@@ -313,6 +332,7 @@ void shut_down() noexcept
     shut_down();
     if (g_unload_hook != nullptr)
         g_unload_hook();
+    posix::table_release(); // of global blocks: a library that is loaded again begins with a new one
 }
 
 } // namespace
@@ -339,7 +359,7 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
         pthread_cond_signal(&g_pool.work);
         return Status::ok;
     }
-    if (g_pool.workers < std::min(kMostWorkers, std::max(g_pool.processors, 1u) + g_pool.long_items)) {
+    if (may_add_worker()) {
         const Status status = add_worker();
         if (status == Status::ok)
             return status;
@@ -350,6 +370,30 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
     }
     watch();
     return Status::ok;
+}
+
+bool on_pool_thread() noexcept
+{
+    return t_is_worker;
+}
+
+posix::ItemWaits::ItemWaits() noexcept : is_item_(t_is_worker)
+{
+    if (!is_item_)
+        return;
+    const PoolLock lock;
+    ++g_pool.waiting;
+    // A thread that cannot be had now is had when the watcher tries.
+    if (g_pool.count != 0 && g_pool.idle == 0 && may_add_worker() && !g_pool.stopping)
+        static_cast<void>(add_worker());
+}
+
+posix::ItemWaits::~ItemWaits()
+{
+    if (!is_item_)
+        return;
+    const PoolLock lock;
+    --g_pool.waiting;
 }
 
 void set_unload_hook(void (*hook)()) noexcept

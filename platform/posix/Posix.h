@@ -32,6 +32,19 @@ Status check_size_limit(int64_t end) noexcept;
 /// Backs [offset, end) with zeros where the file has none of its own, on file systems that cannot do it themselves.
 Status reserve_by_writing(int file, int64_t offset, int64_t end) noexcept;
 
+/// Says, for as long as it lives, that the calling thread waits. Where that is an item of the pool, another thread
+/// takes its place meanwhile.
+class ItemWaits {
+public:
+    ItemWaits() noexcept;
+    ~ItemWaits();
+    ItemWaits(const ItemWaits&) = delete;
+    ItemWaits& operator=(const ItemWaits&) = delete;
+
+private:
+    bool is_item_;
+};
+
 /// A time of the monotonic clock.
 timespec time_from_now(uint32_t milliseconds) noexcept;
 

@@ -1,15 +1,18 @@
 // Events, reader/writer locks, the processor count and sleeping. Threads and the pool are in Pool.cpp.
 //
-// An event is a counted block with a mutex and a condition. All that event_set does happens under the mutex, so that a
-// waiter it releases may close the event at once.
+// An event is a counted block with one word that the system lets threads wait on. There is no lock in it: a copy of the
+// process finds it signalled or not, and a waiter that is released may close the event at once.
 #include "platform/posix/Posix.h"
 
 #include <atomic>
 #include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <ctime>
+#include <linux/futex.h>
 #include <new>
 #include <pthread.h>
+#include <sys/syscall.h>
 #include <unistd.h>
 
 namespace vk::backend {
@@ -18,24 +21,42 @@ static_assert(sizeof(pthread_rwlock_t) <= kLockBytes && alignof(pthread_rwlock_t
 
 namespace {
 
+constexpr uint32_t kSignalled = 1;
+constexpr uint32_t kWaiter = 2;
+
 struct Event {
-    pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-    pthread_cond_t changed = PTHREAD_COND_INITIALIZER;
+    std::atomic<uint32_t> state{0}; ///< kSignalled, and kWaiter for each thread that waits
     std::atomic<uint32_t> handles{1};
     bool manual = false;
-    bool signalled = false;
 };
+static_assert(std::atomic<uint32_t>::is_always_lock_free && sizeof(std::atomic<uint32_t>) == 4);
 
-class EventLock {
-public:
-    explicit EventLock(Event& event) noexcept : event_(event) { pthread_mutex_lock(&event_.mutex); }
-    ~EventLock() { pthread_mutex_unlock(&event_.mutex); }
-    EventLock(const EventLock&) = delete;
-    EventLock& operator=(const EventLock&) = delete;
+/// Waits while the word has a value, until a time of the monotonic clock or, with null, for ever. 0 or what errno says;
+/// comes back early now and then.
+int wait_on(std::atomic<uint32_t>& word, uint32_t value, const timespec* until) noexcept
+{
+    const long result =
+        syscall(SYS_futex, &word, FUTEX_WAIT_BITSET_PRIVATE, value, until, nullptr, FUTEX_BITSET_MATCH_ANY);
+    return result == 0 || errno == EAGAIN || errno == EINTR ? 0 : errno;
+}
 
-private:
-    Event& event_;
-};
+/// Wakes threads that wait on a word. It may be gone by now: only its address is used.
+void wake(const std::atomic<uint32_t>* word, int threads) noexcept
+{
+    syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, threads, nullptr, nullptr, 0);
+}
+
+/// Takes the signal, and with `counted` the caller off the waiters. False when there is none; `state` is what was seen.
+bool take_signal(Event& event, bool counted, uint32_t& state) noexcept
+{
+    state = event.state.load(std::memory_order_acquire);
+    while ((state & kSignalled) != 0) {
+        const uint32_t after = (event.manual ? state : state & ~kSignalled) - (counted ? kWaiter : 0);
+        if (event.state.compare_exchange_weak(state, after, std::memory_order_acq_rel, std::memory_order_acquire))
+            return true;
+    }
+    return false;
+}
 
 pthread_rwlock_t* rwlock_of(void* lock) noexcept
 {
@@ -65,7 +86,7 @@ Status event_create(bool manual_reset, bool signalled, void** event) noexcept
         return Status::no_memory;
     auto* made = new (block) Event;
     made->manual = manual_reset;
-    made->signalled = signalled;
+    made->state = signalled ? kSignalled : 0;
     *event = made;
     return Status::ok;
 }
@@ -80,50 +101,45 @@ Status event_duplicate(void* event, void** copy) noexcept
 void event_close(void* event) noexcept
 {
     auto* closed = static_cast<Event*>(event);
-    if (closed == nullptr || closed->handles.fetch_sub(1, std::memory_order_acq_rel) != 1)
-        return;
-    // Whoever signalled it last may still be on the way out of the mutex.
-    pthread_mutex_lock(&closed->mutex);
-    pthread_mutex_unlock(&closed->mutex);
-    pthread_cond_destroy(&closed->changed);
-    pthread_mutex_destroy(&closed->mutex);
-    std::free(closed);
+    if (closed != nullptr && closed->handles.fetch_sub(1, std::memory_order_acq_rel) == 1)
+        std::free(closed);
 }
 
 Waited event_wait(void* event, uint32_t milliseconds) noexcept
 {
     Event& waited = *static_cast<Event*>(event);
+    uint32_t state = 0;
+    if (take_signal(waited, false, state))
+        return Waited::signalled;
+    if (milliseconds == 0)
+        return Waited::timed_out;
     const timespec until = posix::time_from_now(milliseconds);
-    const EventLock lock(waited);
-    while (!waited.signalled) {
-        const int error = milliseconds == kForever
-                              ? pthread_cond_wait(&waited.changed, &waited.mutex)
-                              : pthread_cond_clockwait(&waited.changed, &waited.mutex, CLOCK_MONOTONIC, &until);
-        if (error == ETIMEDOUT && !waited.signalled)
-            return Waited::timed_out;
-        if (error != 0 && error != ETIMEDOUT)
-            return Waited::failed;
+    const posix::ItemWaits waits;
+    state = waited.state.fetch_add(kWaiter, std::memory_order_acq_rel) + kWaiter;
+    int error = 0;
+    while (!take_signal(waited, true, state)) {
+        if (error != 0) {
+            waited.state.fetch_sub(kWaiter, std::memory_order_relaxed);
+            return error == ETIMEDOUT ? Waited::timed_out : Waited::failed;
+        }
+        error = wait_on(waited.state, state, milliseconds == kForever ? nullptr : &until);
     }
-    waited.signalled = waited.manual;
     return Waited::signalled;
 }
 
 void event_set(void* event) noexcept
 {
     Event& set = *static_cast<Event*>(event);
-    const EventLock lock(set);
-    set.signalled = true;
-    if (set.manual)
-        pthread_cond_broadcast(&set.changed);
-    else
-        pthread_cond_signal(&set.changed);
+    const int threads = set.manual ? INT_MAX : 1;
+    // A waiter may be gone with the event from here on.
+    const uint32_t before = set.state.fetch_or(kSignalled, std::memory_order_acq_rel);
+    if (before >= kWaiter)
+        wake(&set.state, threads);
 }
 
 void event_reset(void* event) noexcept
 {
-    Event& reset = *static_cast<Event*>(event);
-    const EventLock lock(reset);
-    reset.signalled = false;
+    static_cast<Event*>(event)->state.fetch_and(~kSignalled, std::memory_order_acq_rel);
 }
 
 Status lock_create(void* lock) noexcept

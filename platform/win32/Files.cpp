@@ -47,6 +47,78 @@ DWORD access_of(Access access) noexcept
     return GENERIC_READ | GENERIC_WRITE;
 }
 
+/// Where a transfer takes place that has no position of its own.
+constexpr int64_t kCurrent = -1;
+
+/// What tells the system a position; null for the file's own.
+OVERLAPPED* position_at(OVERLAPPED& place, int64_t offset, size_t done) noexcept
+{
+    if (offset == kCurrent)
+        return nullptr;
+    place = {};
+    place.Offset = low_half(offset + static_cast<int64_t>(done));
+    place.OffsetHigh = high_half(offset + static_cast<int64_t>(done));
+    return &place;
+}
+
+Status read_all(int64_t file, int64_t offset, void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    if (!is_open(file))
+        return Status::bad_handle;
+    auto* to = static_cast<uint8_t*>(buffer);
+    OVERLAPPED place;
+    size_t done = 0;
+    while (done < bytes) {
+        DWORD part = 0;
+        if (!ReadFile(to_handle(file), to + done, static_cast<DWORD>(std::min(bytes - done, kMaxTransfer)), &part,
+                      position_at(place, offset, done))) {
+            const DWORD error = GetLastError();
+            if (error != ERROR_HANDLE_EOF && error != ERROR_BROKEN_PIPE)
+                return win32::to_status(error);
+            break;
+        }
+        if (part == 0)
+            break;
+        done += part;
+    }
+    *moved = done;
+    return Status::ok;
+}
+
+Status write_all(int64_t file, int64_t offset, const void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    if (!is_open(file))
+        return Status::bad_handle;
+    const auto* from = static_cast<const uint8_t*>(buffer);
+    OVERLAPPED place;
+    size_t done = 0;
+    while (done < bytes) {
+        DWORD part = 0;
+        if (!WriteFile(to_handle(file), from + done, static_cast<DWORD>(std::min(bytes - done, kMaxTransfer)), &part,
+                       position_at(place, offset, done)))
+            return last_status();
+        if (part == 0)
+            return Status::failed;
+        done += part;
+    }
+    *moved = done;
+    return Status::ok;
+}
+
+Status set_size(int64_t file, int64_t size) noexcept
+{
+    FILE_END_OF_FILE_INFO info; // leaves the position alone, unlike SetEndOfFile
+    info.EndOfFile.QuadPart = size;
+    return SetFileInformationByHandle(to_handle(file), FileEndOfFileInfo, &info, sizeof info) ? Status::ok
+                                                                                              : last_status();
+}
+
+/// A position that a transfer of so many bytes may have.
+bool is_position(int64_t offset, size_t bytes) noexcept
+{
+    return offset >= 0 && bytes <= static_cast<uint64_t>(INT64_MAX - offset);
+}
+
 /// A file that is to be deleted can only be opened twice if both handles share deletion.
 DWORD share_of(const OpenOptions& options) noexcept
 {
@@ -101,44 +173,29 @@ Status file_open(const wchar_t* name, const OpenOptions& options, int64_t* file)
 
 Status file_read(int64_t file, void* buffer, size_t bytes, size_t* moved) noexcept
 {
-    if (!is_open(file))
-        return Status::bad_handle;
-    auto* to = static_cast<uint8_t*>(buffer);
-    size_t done = 0;
-    while (done < bytes) {
-        DWORD part = 0;
-        if (!ReadFile(to_handle(file), to + done, static_cast<DWORD>(std::min(bytes - done, kMaxTransfer)), &part,
-                      nullptr)) {
-            const DWORD error = GetLastError();
-            if (error != ERROR_HANDLE_EOF && error != ERROR_BROKEN_PIPE)
-                return win32::to_status(error);
-            break;
-        }
-        if (part == 0)
-            break;
-        done += part;
-    }
-    *moved = done;
-    return Status::ok;
+    return read_all(file, kCurrent, buffer, bytes, moved);
 }
 
 Status file_write(int64_t file, const void* buffer, size_t bytes, size_t* moved) noexcept
 {
+    return write_all(file, kCurrent, buffer, bytes, moved);
+}
+
+Status file_read_at(int64_t file, int64_t offset, void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    return is_position(offset, bytes) ? read_all(file, offset, buffer, bytes, moved) : Status::failed;
+}
+
+Status file_write_at(int64_t file, int64_t offset, const void* buffer, size_t bytes, size_t* moved) noexcept
+{
+    return is_position(offset, bytes) ? write_all(file, offset, buffer, bytes, moved) : Status::disk_full;
+}
+
+Status file_set_size(int64_t file, int64_t size) noexcept
+{
     if (!is_open(file))
         return Status::bad_handle;
-    const auto* from = static_cast<const uint8_t*>(buffer);
-    size_t done = 0;
-    while (done < bytes) {
-        DWORD part = 0;
-        if (!WriteFile(to_handle(file), from + done, static_cast<DWORD>(std::min(bytes - done, kMaxTransfer)), &part,
-                       nullptr))
-            return last_status();
-        if (part == 0)
-            return Status::failed;
-        done += part;
-    }
-    *moved = done;
-    return Status::ok;
+    return size < 0 ? Status::failed : set_size(file, size);
 }
 
 Status file_seek(int64_t file, int64_t offset, Origin origin, int64_t* position) noexcept
@@ -175,10 +232,7 @@ Status file_reserve(int64_t file, int64_t offset, size_t bytes) noexcept
     const int64_t end = offset + static_cast<int64_t>(bytes);
     if (bytes == 0 || size.QuadPart >= end)
         return Status::ok;
-    FILE_END_OF_FILE_INFO info; // leaves the position alone, unlike SetEndOfFile
-    info.EndOfFile.QuadPart = end;
-    return SetFileInformationByHandle(to_handle(file), FileEndOfFileInfo, &info, sizeof info) ? Status::ok
-                                                                                              : last_status();
+    return set_size(file, end);
 }
 
 Status file_map(int64_t file, int64_t offset, size_t bytes, void** view) noexcept

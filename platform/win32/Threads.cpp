@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <new>
 
 namespace vk::backend {
 
@@ -39,6 +40,24 @@ Status keep_loaded() noexcept
         return win32::last_status();
     g_kept.store(true, std::memory_order_release);
     return Status::ok;
+}
+
+thread_local constinit bool t_runs_item = false;
+
+/// An item on its way through the system's pool.
+struct Item {
+    ThreadRoutine routine;
+    void* parameter;
+};
+
+DWORD WINAPI run_item(void* queued) noexcept
+{
+    const Item item = *static_cast<Item*>(queued);
+    heap_free(queued);
+    t_runs_item = true;
+    const DWORD result = item.routine(item.parameter);
+    t_runs_item = false;
+    return result;
 }
 
 PSRWLOCK slim(void* lock) noexcept
@@ -162,6 +181,8 @@ void lock_look_up() noexcept
     win32::look_up_slim_locks(L"Kernel32.dll");
 }
 
+void guard_forks(ForkGuard&) noexcept {} // no process is ever a copy of another
+
 uint32_t processor_count() noexcept
 {
     SYSTEM_INFO info = {};
@@ -189,8 +210,20 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
 {
     if (const Status status = keep_loaded(); status != Status::ok)
         return status;
+    void* const item = heap_alloc(sizeof(Item));
+    if (item == nullptr)
+        return Status::no_memory;
     const ULONG flags = long_running ? WT_EXECUTELONGFUNCTION : WT_EXECUTEDEFAULT;
-    return QueueUserWorkItem(routine, parameter, flags) ? Status::ok : win32::last_status();
+    if (QueueUserWorkItem(&run_item, new (item) Item{routine, parameter}, flags))
+        return Status::ok;
+    const Status status = win32::last_status();
+    heap_free(item);
+    return status;
+}
+
+bool on_pool_thread() noexcept
+{
+    return t_runs_item;
 }
 
 void set_unload_hook(void (*hook)()) noexcept

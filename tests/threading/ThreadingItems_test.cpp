@@ -253,6 +253,83 @@ TEST(ThreadingItems, BatchesUnderLoad)
     EXPECT_EQ(before, fault::live());
 }
 
+struct Nested {
+    std::atomic<int> open{0}; ///< items that have begun and wait
+    std::atomic<int> most{0}; ///< of them at one time
+    std::atomic<int> leaves{0};
+    std::atomic<int> strange{0}; ///< items that saw settings of others
+};
+
+/// Queues items that do the same one level down, and waits for them.
+template <int kLevels> int nest(VKWorkItems*, void* data)
+{
+    auto& mine = *static_cast<Nested*>(data);
+    if constexpr (kLevels == 0) {
+        uint32_t type = 0;
+        V_GetDefaultMemoryType(&type);
+        mine.strange += type != TYPE_CONV;
+        V_SetDefaultMemoryType(TYPE_DISK);
+        V_FreeThreadState();
+        return ++mine.leaves;
+    } else {
+        const int open = ++mine.open;
+        for (int most = mine.most; most < open && !mine.most.compare_exchange_weak(most, open);) {
+        }
+        V_SetDefaultMemoryType(TYPE_DISK);
+        VKWorkItems batch;
+        if (batch.Create(2, 0, 0) == 1 && batch.QueueItem(&nest<kLevels - 1>, data) == 1 &&
+            batch.QueueItem(&nest<kLevels - 1>, data) == 1)
+            batch.Wait();
+        uint32_t type = 0;
+        V_GetDefaultMemoryType(&type);
+        mine.strange += type != TYPE_DISK;
+        V_FreeThreadState();
+        return --mine.open;
+    }
+}
+
+// Far more of them than the pool may have threads, and all queue behind each other.
+TEST(ThreadingItems, MayWaitForBatchesOfTheirOwn)
+{
+    constexpr int kItems = 700;
+    Nested nested;
+    VKWorkItems batch;
+    ASSERT_EQ(1, batch.Create(kItems, 0, 0));
+    for (int i = 0; i < kItems; ++i)
+        ASSERT_EQ(1, batch.QueueItem(&nest<3>, &nested));
+    batch.Wait();
+    EXPECT_EQ(kItems * 8, nested.leaves);
+    EXPECT_EQ(0, nested.strange);
+    EXPECT_GE(static_cast<int>(VKThreadToolsManaged::GetCoreCount()) * 12 + 40, nested.most)
+        << "items wait in line instead of working";
+}
+
+#if !defined(_WIN32)
+// Where the pool is ours, an item that waits for an event gives its thread's place to another at once.
+TEST(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
+{
+    static VKWaitEvent last;
+    static std::atomic<int> ended;
+    constexpr int kItems = 300; // at ten a second the last one would be too late
+    ASSERT_EQ(1, last.Create(1, 0));
+    ended = 0;
+    for (int i = 0; i < kItems; ++i)
+        ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(
+                         [](void*) -> V_THREADRESULT {
+                             ended += last.WaitOne(kLongEnough) == 1 ? 1 : 0;
+                             return 0;
+                         },
+                         nullptr, 0));
+    ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(
+                     [](void*) -> V_THREADRESULT {
+                         last.Set();
+                         return 0;
+                     },
+                     nullptr, 0));
+    EXPECT_TRUE(comes_true([] { return ended == kItems; }));
+}
+#endif
+
 // Items that wait for each other: the pool has to have a thread for each of them in the end.
 TEST(ThreadingPool, GrowsForItemsThatBlock)
 {

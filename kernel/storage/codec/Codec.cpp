@@ -2,7 +2,9 @@
 // `slot_of`; nothing else knows where it came from.
 #include "kernel/storage/codec/Codec.h"
 
-#include "kernel/storage/codec/Busy.h"
+#include "kernel/system/LibraryLock.h"
+
+#include <mutex>
 
 namespace vk::codec {
 
@@ -15,7 +17,7 @@ struct Slot {
 
 Slot g_samples{&kSampleCodec};
 Slot g_pages{&kPageCodec};
-std::atomic_flag g_busy = ATOMIC_FLAG_INIT;
+constinit LibraryLock g_lock;
 
 Slot* slot_of(int32_t bits) noexcept
 {
@@ -31,7 +33,7 @@ const Codec* acquire(int32_t bits) noexcept
     Slot* const slot = slot_of(bits);
     if (!slot)
         return nullptr;
-    const Busy busy(g_busy); // for a few instructions, and for a load or unload
+    const std::lock_guard guard(g_lock); // for a few instructions, and for a load or unload
     if (slot->users == 0 && !slot->codec->load())
         return nullptr;
     ++slot->users;
@@ -41,7 +43,7 @@ const Codec* acquire(int32_t bits) noexcept
 void release(int32_t bits) noexcept
 {
     Slot* const slot = slot_of(bits);
-    const Busy busy(g_busy);
+    const std::lock_guard guard(g_lock);
     if (--slot->users == 0)
         slot->codec->unload();
 }
@@ -49,7 +51,7 @@ void release(int32_t bits) noexcept
 uint32_t users(int32_t bits) noexcept
 {
     const Slot* const slot = slot_of(bits);
-    const Busy busy(g_busy);
+    const std::lock_guard guard(g_lock);
     return slot ? slot->users : 0;
 }
 

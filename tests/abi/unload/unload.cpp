@@ -14,6 +14,7 @@
 #if !defined(_WIN32)
 #include <dirent.h>
 #include <dlfcn.h>
+#include <malloc.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #endif
@@ -165,6 +166,31 @@ void load_and_unload(const char* file, int round, int threads_before)
     expect(g_started == ended, "nothing starts any more");
 }
 
+// Nothing of the library stays on the heap, however often it comes and goes.
+void memory_is_given_back(const char* file)
+{
+#if !defined(__SANITIZE_ADDRESS__)
+    size_t first = 0;
+    size_t last = 0;
+    for (int round = 0; round < 60; ++round) {
+        const Library library(file);
+        const auto allocate = function_of<decltype(&V_GlobalAlloc)>(dlsym(library.handle, "V_GlobalAlloc"));
+        const auto release = function_of<decltype(&V_GlobalFree)>(dlsym(library.handle, "V_GlobalFree"));
+        HGLOBAL blocks[200];
+        for (HGLOBAL& block : blocks)
+            block = allocate(GHND, 10);
+        for (HGLOBAL const block : blocks)
+            release(block);
+        dlclose(library.handle);
+        last = mallinfo2().uordblks;
+        first = round == 20 ? last : first; // what the loader keeps for itself has come by then
+    }
+    expect(last < first + 40 * 1000, "unloading gives memory back");
+#else
+    static_cast<void>(file);
+#endif
+}
+
 // A forked child has a pool of its own, and ends although its parent's threads are not there.
 void fork_with_a_pool(const char* file)
 {
@@ -189,6 +215,7 @@ void run(const char* file)
     const int threads_before = threads();
     for (int round = 0; round < 12; ++round)
         load_and_unload(file, round, threads_before);
+    memory_is_given_back(file);
     fork_with_a_pool(file);
     // And once without unloading: the end of the process waits for what runs, and an item may itself end it.
     const Library library(file);

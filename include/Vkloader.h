@@ -1,0 +1,40 @@
+/**
+ * @file Vkloader.h
+ * The library-state part of the Vkkrnx interface: settings for the threads of the whole process, and giving a thread's
+ * own up. Vkkrnx.h includes it.
+ *
+ * The settings that each thread keeps for itself are the default memory type, the memory thresholds, the default
+ * dithering method, the default resolution, the user match table, the status callback and the thread's file operations.
+ * A thread that has set none of them follows those of the process; from the first one it sets on, it has its own, which
+ * begin as a copy.
+ */
+#ifndef VKLOADER_H
+#define VKLOADER_H
+
+#include "Vkrecord.h"
+
+V_EXTERN_C_BEGIN
+
+/**
+ * Makes the calling thread's settings those of the process: of every thread that has set nothing itself, whether it
+ * exists already or starts later, the library's own among them. Threads with settings of their own keep them.
+ *
+ * Pointers among the settings (match table, callback data, file operations' data) stay their owners', who keep them for
+ * as long as any thread may follow; what they lead to is then used by several threads at once. A buffer redirection
+ * belongs to the thread that started it and is left out: the others get the operations that were there before it.
+ * @return SUCCESS.
+ * @remark Thread-safe. Other threads see the settings from their next call on; an operation that runs keeps its own.
+ */
+V_API int V_SetProcessDefaults(void) V_NOEXCEPT;
+
+/**
+ * Forgets what the calling thread has set: it follows the process again.
+ * @return SUCCESS, also for a thread that has set nothing; FAILURE: a buffer redirection of this thread is running
+ * (V_StartRedirectToBuffer), and nothing has changed.
+ * @remark Affects the calling thread only. A thread's settings are gone with it in any case.
+ */
+V_API int V_FreeThreadState(void) V_NOEXCEPT;
+
+V_EXTERN_C_END
+
+#endif /* VKLOADER_H */
