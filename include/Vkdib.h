@@ -73,8 +73,8 @@ V_API void* V_ConvertToDIB2(BITMAPHANDLE* pBitmap, uint32_t uType, uint32_t* puS
 V_API int V_ChangeFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL hDIB) V_NOEXCEPT;
 /**
  * V_ChangeFromDIB for a block that stays the caller's: the bitmap borrows it (BITMAPFLAG_MIRROR), and it must outlive
- * the bitmap. DIBs with bit fields are copied, as are those that are decoded. The block is never changed or freed here;
- * writing to the bitmap writes into it.
+ * the bitmap. DIBs with bit fields are copied, whatever number of planes they state, as are those that are decoded. The
+ * block is never changed or freed here; writing to the bitmap writes into it.
  * @remark One thread per bitmap and block at a time.
  */
 V_API int V_MirrorFromDIB(BITMAPHANDLE* pBitmap, uint32_t uStructSize, HGLOBAL hDIB) V_NOEXCEPT;

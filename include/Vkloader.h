@@ -11,7 +11,7 @@
 #ifndef VKLOADER_H
 #define VKLOADER_H
 
-#include "Vkrecord.h"
+#include "Vktypes.h"
 
 V_EXTERN_C_BEGIN
 

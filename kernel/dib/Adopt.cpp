@@ -71,10 +71,11 @@ bool is_decoded(uint32_t code) noexcept
     return code == BI_RLE8 || code == BI_RLE4 || dib::find_yuv(code) || is_jpeg_code(code);
 }
 
-int check_format(const Header& header) noexcept
+/// Whether a block can serve as storage, or its bit fields be copied: for copies the planes do not count.
+int check_format(const Header& header, bool borrow) noexcept
 {
     const int32_t bits = header.bits;
-    if (header.planes != 1)
+    if (header.planes != 1 && !(borrow && header.compression == BI_BITFIELDS))
         return V_ERROR_FEATURE_NOT_SUPPORTED;
     if (header.compression == BI_BITFIELDS)
         return bits == 16 || bits == 32 ? V_SUCCESS : V_ERROR_FEATURE_NOT_SUPPORTED;
@@ -83,10 +84,10 @@ int check_format(const Header& header) noexcept
 }
 
 /// Finds masks and pixels, and checks that the block holds all of them.
-int lay_out(const LockedBlock& block, Packed& packed) noexcept
+int lay_out(const LockedBlock& block, Packed& packed, bool borrow) noexcept
 {
     const Header& header = packed.header;
-    const int result = check_format(header);
+    const int result = check_format(header, borrow);
     if (result != V_SUCCESS)
         return result;
     const uint64_t image = header.plain_bytes();
@@ -119,7 +120,7 @@ int32_t normalise_fields(const LockedBlock& block, const Packed& packed) noexcep
     const dib::FieldMover mover(masks);
     uint8_t* row = block.data() + packed.pixels;
     for (int32_t i = 0; i < header.rows(); ++i, row += header.stride())
-        mover.repack(row, row, static_cast<size_t>(header.width), header.bits, 0);
+        mover.repack(row, row, dib::repacked_pixels(header), header.bits, 0);
     return COLORORDER_BGR;
 }
 
@@ -162,7 +163,7 @@ int adopt_checked(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bo
         decoded = true;
         return convert_block(bitmap, struct_size, block, packed.header.size);
     }
-    int result = lay_out(block, packed);
+    int result = lay_out(block, packed, borrow);
     if (result == V_SUCCESS && borrow && packed.has_fields())
         return convert_block(bitmap, struct_size, block, packed.pixels);
     if (result == V_SUCCESS)

@@ -3,7 +3,6 @@
 
 #include "Vkrecord.h"
 #include "kernel/dib/Header.h"
-#include "kernel/format/Depths.h"
 
 #include <cstdint>
 
@@ -29,13 +28,6 @@ void* convert_to_dib(BITMAPHANDLE& bitmap, uint32_t type, uint32_t* size, bool g
 
 /// The same, and the bitmap is freed.
 HGLOBAL change_to_dib(BITMAPHANDLE& bitmap, uint32_t type) noexcept;
-
-/// Depths that bitmaps take from DIBs as they are.
-constexpr bool is_dib_depth(int32_t bits) noexcept
-{
-    constexpr int32_t kMostDibBits = 32;
-    return is_bitmap_depth(bits) && !is_gray_only(bits) && bits <= kMostDibBits;
-}
 
 /// Codes whose pixels a codec module decodes.
 bool is_jpeg_code(uint32_t code) noexcept;

@@ -64,6 +64,13 @@ struct Header {
     uint32_t colors() const noexcept { return bits > 8 ? 0 : colors_used != 0 ? colors_used : 1u << bits; }
 };
 
+/// Pixels of a row that repacking goes over: at 16 bits an even number, which takes the padding of an odd row along.
+inline size_t repacked_pixels(const Header& header) noexcept
+{
+    const auto width = static_cast<size_t>(header.width);
+    return header.bits == 16 ? (width + 1) / 2 * 2 : width;
+}
+
 /// The fields where a BITMAPINFOHEADER has them, whatever size the header states.
 Header read_header(const uint8_t* bytes) noexcept;
 

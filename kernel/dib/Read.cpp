@@ -7,6 +7,7 @@
 #include "kernel/dib/Codecs.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/bitmap/Duplicate.h"
+#include "kernel/format/Depths.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/system/Progress.h"
 #include "kernel/bitmap/Record.h"
@@ -32,15 +33,13 @@ struct Settled {
     Way way = Way::plain;
     const dib::YuvFormat* yuv = nullptr;
     dib::Masks masks;
-    int32_t usual_order = -1; ///< of the masks
+    int32_t order_of_masks = -1;
 
     bool decodes() const noexcept { return way == Way::yuv || way == Way::jpeg; }
     int32_t bits() const noexcept { return way == Way::yuv ? 24 : header.bits; }
     int32_t order() const noexcept
     {
-        if (bits() <= 8)
-            return COLORORDER_RGB;
-        return way == Way::fields && usual_order >= 0 ? usual_order : COLORORDER_BGR;
+        return way == Way::fields && order_of_masks >= 0 ? order_of_masks : usual_order(bits());
     }
     int32_t view() const noexcept
     {
@@ -55,33 +54,41 @@ bool has_yuv_sizes(const Header& header, const dib::YuvFormat& format) noexcept
            (header.bits == format.bits || header.bits == 24);
 }
 
-bool is_jpeg_depth(int32_t bits) noexcept
+int check_depth(int32_t bits) noexcept
 {
-    return bits == 8 || bits == 16 || bits == 24 || bits == 32;
+    return is_bitmap_depth(bits) ? V_SUCCESS : V_ERROR_INVALID_BITS_PER_PIXEL;
 }
 
-/// Finds out what the compression asks for; false when there is no such DIB.
-bool settle_way(Settled& settled) noexcept
+int supported(bool is) noexcept
+{
+    return is ? V_SUCCESS : V_ERROR_FEATURE_NOT_SUPPORTED;
+}
+
+/// Finds out what the compression asks for. ERROR_FEATURE_NOT_SUPPORTED when there is no such DIB,
+/// ERROR_INVALID_BITS_PER_PIXEL where the pixels may have any depth but no bitmap has this one.
+int settle_way(Settled& settled) noexcept
 {
     const Header& header = settled.header;
     const uint32_t code = header.compression;
     switch (code) {
     case BI_RGB:
         settled.way = Way::plain;
-        return is_dib_depth(header.bits);
+        return check_depth(header.bits);
     case BI_BITFIELDS:
         settled.way = Way::fields;
-        return header.bits == 16 || header.bits == 32;
+        return supported(header.bits == 16 || header.bits == 32);
     case BI_RLE8:
     case BI_RLE4:
         settled.way = Way::runs;
-        return header.bits == (code == BI_RLE8 ? 8 : 4);
+        return supported(header.bits == (code == BI_RLE8 ? 8 : 4));
     default:
         break;
     }
     settled.yuv = dib::find_yuv(code);
     settled.way = settled.yuv ? Way::yuv : Way::jpeg;
-    return settled.yuv ? has_yuv_sizes(header, *settled.yuv) : is_jpeg_code(code) && is_jpeg_depth(header.bits);
+    if (settled.yuv)
+        return supported(has_yuv_sizes(header, *settled.yuv));
+    return is_jpeg_code(code) ? check_depth(header.bits) : V_ERROR_FEATURE_NOT_SUPPORTED;
 }
 
 uint64_t bytes_needed(const Settled& settled) noexcept
@@ -106,8 +113,8 @@ int settle(const DibSource& dib, Settled& settled) noexcept
         header.compression = BI_RGB;
     if (header.width < 0 || header.height == INT32_MIN)
         return V_ERROR_INVALID_PARAMETER;
-    if (!settle_way(settled))
-        return V_ERROR_FEATURE_NOT_SUPPORTED;
+    if (const int result = settle_way(settled); result != V_SUCCESS)
+        return result;
     const uint32_t colors = settled.way == Way::yuv ? 0 : header.colors();
     const uint64_t behind = settled.way == Way::fields ? dib::kMaskBytes : uint64_t{colors} * sizeof(RGBQUAD);
     if ((header.bits <= 8 && colors > 1u << header.bits) || behind + dib::kInfoSize > dib.header_room ||
@@ -115,7 +122,7 @@ int settle(const DibSource& dib, Settled& settled) noexcept
         return V_ERROR_INVALID_PARAMETER;
     if (settled.way == Way::fields) {
         settled.masks = dib::read_masks(dib.header + dib::kInfoSize);
-        settled.usual_order = dib::usual_order(settled.masks, header.bits);
+        settled.order_of_masks = dib::usual_order(settled.masks, header.bits);
     }
     return V_SUCCESS;
 }
@@ -163,8 +170,8 @@ private:
         const int32_t bits = settled_.header.bits;
         for (uint32_t i = 0; i < rows; ++i, to += line_) {
             const uint8_t* const from = bits_ + (size_t{row} + i) * line_;
-            if (settled_.usual_order < 0) {
-                mover_.repack(to, from, width(), bits, 0xFF);
+            if (settled_.order_of_masks < 0) {
+                mover_.repack(to, from, dib::repacked_pixels(settled_.header), bits, 0xFF);
                 continue;
             }
             std::memcpy(to, from, line_);
@@ -218,7 +225,9 @@ public:
         job_.width = bitmap.Width;
         job_.src_bits = decoded_bits();
         job_.dst_bits = bitmap.BitsPerPixel;
-        job_.src_order = job_.dst_order = job_.dst_bits == 8 ? COLORORDER_GRAY : COLORORDER_BGR;
+        job_.src_order = decoded_bits() == 8 ? COLORORDER_GRAY : COLORORDER_BGR;
+        job_.dst_order = decoded_bits() == 8 ? COLORORDER_GRAY : usual_order(job_.dst_bits);
+        job_.dst_palette = bitmap.Palette;
     }
 
     int32_t decoded_bits() const noexcept { return bitmap_.BitsPerPixel == 8 ? 8 : 24; }

@@ -50,9 +50,8 @@ DibParts jpeg_dib(const Bytes& data, uint16_t bits, const char* code)
     dib.bits = bits;
     dib.compression = code_of(code);
     dib.image_bytes = static_cast<uint32_t>(data.size());
-    if (bits == 8)
-        for (int i = 0; i < 256; ++i)
-            append(dib.table, Bytes(4, static_cast<uint8_t>(i)));
+    for (int i = 0; bits <= 8 && i < 1 << bits; ++i)
+        append(dib.table, Bytes(4, static_cast<uint8_t>(i * 255 / ((1 << bits) - 1))));
     dib.pixels = data;
     return dib;
 }
@@ -61,7 +60,8 @@ DibParts jpeg_dib(const Bytes& data, uint16_t bits, const char* code)
 
 TEST(DibCodec, DecodesThroughItsModule)
 {
-    for (const uint16_t bits : std::initializer_list<uint16_t>{8, 16, 24, 32}) {
+    for (const int32_t depth : kDepths) {
+        const auto bits = static_cast<uint16_t>(depth);
         const int32_t held = bits == 8 ? 8 : 24;
         const Bytes data = jpeg_of(16, 8, held);
         if (data.empty())
@@ -72,8 +72,14 @@ TEST(DibCodec, DecodesThroughItsModule)
             ASSERT_EQ(SUCCESS, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels));
             EXPECT_EQ(bits, bitmap->BitsPerPixel);
             EXPECT_EQ(TOP_LEFT, bitmap->ViewPerspective); // the other way round than plain DIBs
-            if (bits == 16)
+            if (bits != held && bits != 32) { // converted: no more than about right
+                EXPECT_EQ(SUCCESS, V_ColorResBitmap(bitmap.get(), nullptr, 0, 24, COLORRES_NODITHER, nullptr, nullptr, 0));
+                const COLORREF dark = V_GetPixelColor(bitmap.get(), 0, 0);
+                const COLORREF light = V_GetPixelColor(bitmap.get(), 7, 15);
+                EXPECT_GE(128u, dark >> 8 & 0xFF);
+                EXPECT_LE(dark >> 8 & 0xFF, light >> 8 & 0xFF);
                 continue;
+            }
             const Bytes pixels = bitmap.pixels();
             for (int32_t y = 0; y < 8; ++y)
                 for (int32_t x = 0; x < 16; ++x)

@@ -166,7 +166,8 @@ TEST(DibRead, BitFields)
             ASSERT_EQ(SUCCESS, convert_dib(converted.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels));
             EXPECT_EQ(test.order, converted->Order);
             const Bytes shown = converted.pixels();
-            for (int32_t x = 0; x < 3; ++x)
+            const int32_t moved = test.bits == 16 ? 4 : 3; // the padding pixel too
+            for (int32_t x = 0; x < moved; ++x)
                 EXPECT_EQ(test.converted, get_pixel(shown.data() + stride_of(3, test.bits), test.bits, x));
 
             Bytes packed = dib.packed();
@@ -184,8 +185,34 @@ TEST(DibRead, BitFields)
             block.let_go();
             EXPECT_EQ(test.order, changed->Order);
             const Bytes kept = changed.pixels();
-            for (int32_t x = 0; x < 3; ++x)
+            for (int32_t x = 0; x < moved; ++x)
                 EXPECT_EQ(test.changed, get_pixel(kept.data(), test.bits, x));
+            dib.planes = 7;
+            std::memcpy(packed.data() + 12, &dib.planes, sizeof dib.planes);
+            const DibBlock layered(packed);
+            TestBitmap copied;
+            EXPECT_EQ(ERROR_FEATURE_NOT_SUPPORTED, V_ChangeFromDIB(copied.get(), BITMAPHANDLE_SIZE, layered.get()));
+            EXPECT_EQ(SUCCESS, V_MirrorFromDIB(copied.get(), BITMAPHANDLE_SIZE, layered.get()));
+            EXPECT_EQ(0u, copied->Flags & BITMAPFLAG_GLOBAL);
+        }
+}
+
+TEST(DibRead, ConvertsEveryDepth)
+{
+    TestRandom random(12);
+    for (const int32_t bits : kDepths)
+        for (const int32_t width : {1, 6, 37}) {
+            SCOPED_TRACE(std::to_string(bits) + " bits");
+            const DibParts dib = make_dib(random, 40, static_cast<uint16_t>(bits), width, 3);
+            TestBitmap bitmap;
+            ASSERT_EQ(SUCCESS, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels));
+            EXPECT_EQ(bits, bitmap->BitsPerPixel);
+            EXPECT_EQ(dib.pixels, bitmap.pixels());
+            if (bits <= 8)
+                expect_palette(bitmap, dib);
+            TestBitmap copy; // in an order that the depth has
+            EXPECT_EQ(SUCCESS, V_CopyBitmap(copy.get(), bitmap.get(), BITMAPHANDLE_SIZE));
+            EXPECT_EQ(SUCCESS, V_SizeBitmap(copy.get(), 2, 2, SIZEFLAG_RESAMPLE));
         }
 }
 
@@ -344,8 +371,11 @@ TEST(DibRead, Refused)
         {with([](DibParts& d) { d.width = -9; }), ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER},
         {with([](DibParts& d) { d.height = INT32_MIN; }), ERROR_INVALID_PARAMETER, ERROR_INVALID_PARAMETER},
         {with([](DibParts& d) { d.planes = 2; }), ERROR_FEATURE_NOT_SUPPORTED, SUCCESS},
-        {with([](DibParts& d) { d.bits = 9; }), ERROR_FEATURE_NOT_SUPPORTED, ERROR_FEATURE_NOT_SUPPORTED},
-        {with([](DibParts& d) { d.bits = 0; }), ERROR_FEATURE_NOT_SUPPORTED, ERROR_FEATURE_NOT_SUPPORTED},
+        {with([](DibParts& d) { d.bits = 9; }), ERROR_FEATURE_NOT_SUPPORTED, ERROR_INVALID_BITS_PER_PIXEL},
+        {with([](DibParts& d) { d.bits = 0; }), ERROR_FEATURE_NOT_SUPPORTED, ERROR_INVALID_BITS_PER_PIXEL},
+        {with([](DibParts& d) { d.bits = 12; }), ERROR_FEATURE_NOT_SUPPORTED, SUCCESS},
+        {with([](DibParts& d) { d.bits = 80, d.compression = code_of("JPEG"); }), ERROR_INVALID_BITS_PER_PIXEL,
+         ERROR_INVALID_BITS_PER_PIXEL},
         {with([](DibParts& d) { d.compression = 4; }), ERROR_FEATURE_NOT_SUPPORTED, ERROR_FEATURE_NOT_SUPPORTED},
         {with([](DibParts& d) { d.compression = BI_RLE4; }), ERROR_FEATURE_NOT_SUPPORTED, ERROR_FEATURE_NOT_SUPPORTED},
         {with([](DibParts& d) { d.compression = BI_BITFIELDS; }), ERROR_FEATURE_NOT_SUPPORTED,
@@ -358,7 +388,6 @@ TEST(DibRead, Refused)
         {with([](DibParts& d) { d.height = 0x7FFFFFFF; }), ERROR_INVALID_PARAMETER, V_SUCCESS_ABORT},
         {with([](DibParts& d) { d.width = 0x7FFFFFFF; }), ERROR_INVALID_PARAMETER, V_SUCCESS_ABORT},
         {with([](DibParts& d) { d.bits = 32, d.colors_used = 0x40000000; }), ERROR_INVALID_PARAMETER, V_SUCCESS_ABORT},
-
     };
     for (const auto& test : kCases) {
         const Bytes packed = test.dib.packed();
