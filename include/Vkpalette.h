@@ -27,7 +27,8 @@ V_API const RGBQUAD* V_IntGetNetscapePalette(void) V_NOEXCEPT;
 V_API RGBQUAD* V_CreateFixedPalette(int32_t nBits) V_NOEXCEPT;
 
 /** @return a new gray ramp of 1 << nBits entries (0: 256), to be freed with V_FreePalette; null for a width outside 0
- * to 8 or without memory. @remark Thread-safe. */
+ * to 16 or without memory. Ramps of more than 8 bits are for look-up tables: no bitmap's palette has so many entries.
+ * @remark Thread-safe. */
 V_API RGBQUAD* V_CreateGrayPalette(int32_t nBits) V_NOEXCEPT;
 
 /** @return a copy of uCount entries (1 to 256), to be freed with V_FreePalette; null for other arguments or without

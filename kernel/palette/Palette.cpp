@@ -50,7 +50,7 @@ RGBQUAD* V_CreateFixedPalette(int32_t nBits) noexcept
 
 RGBQUAD* V_CreateGrayPalette(int32_t nBits) noexcept
 {
-    if (nBits != 0 && !is_indexed(nBits)) {
+    if (nBits < 0 || nBits > kMostGrayBits) {
         return nullptr;
     }
     return new_gray_palette(nBits == 0 ? 8 : nBits);

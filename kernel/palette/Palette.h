@@ -14,6 +14,8 @@ namespace vk {
 
 /// Most entries a palette has.
 constexpr uint32_t kMaxPaletteEntries = 256;
+/// Gray ramps go further, for the samples that look-up tables are made for.
+constexpr int32_t kMostGrayBits = 16;
 
 /// The fixed palette of 1 to 8 bits, 1 << bits entries; null for other widths.
 const RGBQUAD* fixed_palette(int32_t bits) noexcept;
@@ -35,7 +37,7 @@ inline uint32_t palette_entries(const BITMAPHANDLE& bitmap) noexcept
     return stated < 1u << bits ? stated : 1u << bits;
 }
 
-/// New palettes; null without memory. `count` is 1 to 256, `bits` 1 to 8.
+/// New palettes; null without memory. `count` is 1 to 256, `bits` 1 to kMostGrayBits.
 RGBQUAD* new_palette(const RGBQUAD* entries, uint32_t count) noexcept;
 RGBQUAD* new_gray_palette(int32_t bits) noexcept;
 

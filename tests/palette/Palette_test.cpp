@@ -96,24 +96,26 @@ TEST(Palette, CubeOf216)
 
 TEST(Palette, MakesAndFreesPalettes)
 {
-    for (int32_t bits = -1; bits <= 9; ++bits) {
+    for (int32_t bits = -1; bits <= 17; ++bits) {
         RGBQUAD* fixed = V_CreateFixedPalette(bits);
         RGBQUAD* gray = V_CreateGrayPalette(bits);
         ASSERT_EQ(bits >= 0 && bits <= 8, fixed != nullptr);
-        ASSERT_EQ(bits >= 0 && bits <= 8, gray != nullptr);
-        if (fixed == nullptr) {
+        ASSERT_EQ(bits >= 0 && bits <= 16, gray != nullptr);
+        if (gray == nullptr) {
             continue;
         }
         const unsigned count = bits == 0 ? 256 : 1u << bits;
         const unsigned fixed_count = bits == 0 ? 2 : count;
-        EXPECT_EQ(0, std::memcmp(fixed, V_IntGetFixedPalette(std::max(bits, 1)), fixed_count * sizeof(RGBQUAD)));
+        if (fixed != nullptr) {
+            EXPECT_EQ(0, std::memcmp(fixed, V_IntGetFixedPalette(std::max(bits, 1)), fixed_count * sizeof(RGBQUAD)));
+        }
         for (unsigned i = 0; i < count; ++i) {
             const auto level = static_cast<uint8_t>(i * 255 / (count - 1));
             EXPECT_TRUE(same({level, level, level, 0}, gray[i])) << bits << ' ' << i;
         }
         EXPECT_GE(GlobalSize(GlobalHandle(gray)), count * sizeof(RGBQUAD));
         EXPECT_EQ(1u, GlobalFlags(GlobalHandle(gray)) & GMEM_LOCKCOUNT);
-        EXPECT_EQ(SUCCESS, V_FreePalette(fixed));
+        EXPECT_EQ(fixed != nullptr ? SUCCESS : ERROR_INVALID_PARAMETER, V_FreePalette(fixed));
         EXPECT_EQ(SUCCESS, V_FreePalette(gray));
     }
     EXPECT_EQ(nullptr, V_CreateNewPalette(nullptr, 2));
