@@ -75,9 +75,14 @@ V_API int V_InitBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize,
  * @param uMemory 1, 2, 4, 8, 9, 128, 256, 257, 260, 264, 265, 768, 769, 1024, 1025, 1280 or 1281 as a sum of TYPE_
  * bits. TYPE_COMPRESSED counts at 1 bit per pixel only and TYPE_SUPERCOMPRESSED at 1, 8 and 24; elsewhere they are
  * dropped, and a request they leave empty is TYPE_CONV.
+ *
+ * A TYPE_TILED request keeps the limit for memory at 0, so its tiles are in a file but for as many as the ConvTiles
+ * threshold keeps in memory; with TYPE_NODISK there are those or none. With TYPE_USER the caller's block is believed to
+ * hold all rows: nothing can tell its size.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or another request; ERROR_INVALID_STRUCT_SIZE;
- * ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY: no kind could be had; the result of a callback that refused.
- * On failure the record is as it was.
+ * ERROR_INVALID_WIDTH_HEIGHT: no data; ERROR_NO_MEMORY: no kind could be had; ERROR_INVALID_FILENAME: a file was asked
+ * for, or was the last resort, and the directory of temporary files cannot be used (V_GetTempDirectory); the result of
+ * a callback that refused. On failure the record is as it was.
  * @remark One thread per bitmap at a time.
  */
 V_API int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) V_NOEXCEPT;
@@ -88,8 +93,8 @@ V_API int V_AllocateBitmap(BITMAPHANDLE* pBitmap, uint32_t uMemory) V_NOEXCEPT;
  * @param uMemory as for V_AllocateBitmap. @param nWidth,nHeight size in pixels.
  * @param nBitsPerPixel the depth; 0 means 8 bits with a gray palette. @param nOrder COLORORDER_ value.
  * @param pPalette 1 << nBitsPerPixel entries, copied, or null for the fixed palette (gray for COLORORDER_GRAY).
- * @param nViewPerspective 1 to 8, 0 for TOP_LEFT. @param pData with TYPE_USER: the caller's pixels, or null.
- * @param uDataSize bytes at pData.
+ * @param nViewPerspective 1 to 8, 0 for TOP_LEFT. @param pData with TYPE_USER: the caller's pixels, BytesPerLine *
+ * Height bytes of them, which is not checked; or null. @param uDataSize bytes at pData.
  * @return as V_InitBitmap and V_AllocateBitmap; ERROR_INVALID_BITS_PER_PIXEL: wide gamut at other than 24 or 48 bits;
  * ERROR_INVALID_PARAMETER: perspective outside 0 to 8. On failure the record is empty but for StructSize.
  * @remark One thread per bitmap at a time.
@@ -105,14 +110,16 @@ V_API int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSiz
                                       int32_t nViewPerspective, void* pData, uint64_t uDataSize,
                                       const BITMAPDATACALLBACKS* pCallbacks) V_NOEXCEPT;
 
-/** Frees a bitmap's storage and every block the record owns. Ignores a null record or one of wrong size; memory the
- *  caller lent (Mirror) stays the caller's. @remark One thread per bitmap at a time. */
+/** Frees a bitmap's storage and every block the record owns, and forgets its locks: LockCount is 0 then. Ignores a null
+ *  record or one of wrong size; memory the caller lent (Mirror) stays the caller's. Of a record that was never
+ * allocated the extra data stay: V_FreeBitmapExtraData frees those. @remark One thread per bitmap at a time. */
 V_API void V_FreeBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 
 /**
  * Points a bitmap at other pixel memory, which stays the caller's. The storage the bitmap was allocated with is still
  * the one that V_FreeBitmap frees.
- * @param pData the pixels or null. @param uDataSize bytes at pData.
+ * @param pData the pixels or null; they are believed to be BytesPerLine * Height bytes. @param uDataSize bytes at
+ * pData.
  * @return SUCCESS; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: null record, or neither a user-memory bitmap,
  * nor a null pointer, nor exactly the bitmap's data size.
  * @remark One thread per bitmap at a time.
@@ -122,7 +129,8 @@ V_API int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uD
 /**
  * Changes the number of rows; those that fit stay, new ones are clear.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, lent memory or a locked block; ERROR_INVALID_STRUCT_SIZE;
- * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: height below 1; ERROR_NO_MEMORY. On failure the
+ * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: height below 1; ERROR_NO_MEMORY;
+ * ERROR_INVALID_FILENAME: tiles that go to a file now, as for V_AllocateBitmap. On failure the
  * bitmap is as it was.
  * @remark One thread per bitmap at a time.
  */
@@ -152,15 +160,17 @@ V_API int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, other kind, bad figure or a bitmap that is locked;
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated or without data; ERROR_INVALID_BITS_PER_PIXEL: a
  * depth that the kind does not hold; ERROR_FEATURE_NOT_SUPPORTED: pixels held by data callbacks;
- * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; ERROR_FILE_SEEK, ERROR_FILE_READ,
- * ERROR_FILE_WRITE; the status callback's refusal. On failure the bitmap is as it was.
+ * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; ERROR_INVALID_FILENAME as for
+ * V_AllocateBitmap; ERROR_FILE_SEEK, ERROR_FILE_READ, ERROR_FILE_WRITE; the status callback's refusal. On failure the
+ * bitmap is as it was.
  * @remark One thread per bitmap at a time.
  */
 V_API int V_SetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t uMemory, int64_t nTileSize, int32_t nTiles,
                                 int32_t nConvTiles, int32_t nTilesLeft, int32_t nConvBuffers,
                                 uint32_t uFlags) V_NOEXCEPT;
 
-/** Gives the record a zeroed block of uSize bytes in ExtraData, in place of any earlier one.
+/** Gives the record a zeroed block of uSize bytes in ExtraData, in place of any earlier one. The block goes with an
+ *  allocated bitmap; one of a record that is never allocated is the caller's to free with V_FreeBitmapExtraData.
  *  @return SUCCESS; ERROR_INVALID_IMAGE: null record; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER: size 0;
  *  ERROR_NO_MEMORY: the earlier block stays. @remark One thread per bitmap at a time. */
 V_API int V_AllocateBitmapExtraData(BITMAPHANDLE* pBitmap, uint64_t uSize) V_NOEXCEPT;

@@ -23,6 +23,10 @@ V_API int64_t V_OsCreat(const wchar_t* pszName, int nMode) V_NOEXCEPT;
  * @param nAccess bits 0-1: 0 read, 1 write, 2 or 3 both; 0x40 delete on close; 0x100 create always, else 0x200 empty an
  * existing file, else open an existing one. @param nShare bits 0x80 and 0x100: share reading and writing; 0x100: share
  * reading; else none. @param pUserData not used. @return the handle, or -1.
+ *
+ * A file that is shared with nobody is opened only where this library has it open nowhere, and no second time
+ * meanwhile, in this process or another; on Windows no other program opens it either. Elsewhere other programs are not
+ * kept out, nor are the three ways of sharing told apart, and file systems without such locks keep nobody out.
  * @remark Thread-safe.
  */
 V_API int64_t V_OsOpen(const wchar_t* pszName, int nAccess, int nShare, void* pUserData) V_NOEXCEPT;

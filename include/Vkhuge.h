@@ -23,7 +23,8 @@ typedef struct V_HUGEMEMORY_* HHUGEMEMORY;
  * @param uMemory TYPE_CONV, TYPE_DISK, 0 for the thread's default memory type; TYPE_CONV and 0 with TYPE_NODISK for
  * memory and nothing else.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null pointer, size 0, another kind; ERROR_NO_MEMORY: neither memory nor a
- * file could be had, or is allowed.
+ * file could be had, or is allowed; ERROR_INVALID_FILENAME: a file was asked for, or was the last resort, and the
+ * directory of temporary files cannot be used (V_GetTempDirectory).
  * @remark Thread-safe.
  */
 V_API int V_AllocHugeMemory(HHUGEMEMORY* phMemory, uint64_t uSize, uint32_t uMemory) V_NOEXCEPT;

@@ -23,7 +23,8 @@ V_EXTERN_C_BEGIN
  * Makes a new empty temporary file with a unique name, readable by its owner alone.
  * While the thread's open operation is redirected it makes up a unique name alone; the file comes with its opening.
  * @param pszName receives the name; room for 260 characters. @param pszPrefix start of the file's name, null for "V_".
- * @return SUCCESS; ERROR_INVALID_PARAMETER: null name; ERROR_NO_MEMORY: no directory, or no file could be made.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null name; ERROR_INVALID_FILENAME: the directory cannot be
+ * used, as its name is no text or leaves no room for a file's; ERROR_NO_MEMORY: no directory, or no file could be made.
  * @remark Thread-safe; follows the redirection in force on the calling thread.
  */
 V_API int V_GetTempFileName(wchar_t* pszName, const wchar_t* pszPrefix) V_NOEXCEPT;
@@ -34,7 +35,8 @@ V_API int V_GetTempFileName(wchar_t* pszName, const wchar_t* pszPrefix) V_NOEXCE
 V_API int V_GetTempFileNameA(char* pszName, const char* pszPrefix) V_NOEXCEPT;
 
 /** Gives the directory of temporary files with its final separator. @param uLength room in characters.
- *  @return SUCCESS; ERROR_NULL_PTR; ERROR_BUFFER_TOO_SMALL; ERROR_NO_MEMORY: the system has none.
+ *  @return SUCCESS; ERROR_NULL_PTR; ERROR_BUFFER_TOO_SMALL; ERROR_INVALID_FILENAME: its name is no text, which bitmaps
+ * on disk report, too; ERROR_NO_MEMORY: the system has none.
  *  @remark Thread-safe. */
 V_API int V_GetTempDirectory(wchar_t* pszDirectory, uint32_t uLength) V_NOEXCEPT;
 

@@ -24,6 +24,7 @@ enum class Status {
     disk_full,   ///< no space, quota or file-size limit
     bad_handle,  ///< a handle that is not open
     bad_name,    ///< a file name the system cannot take
+    too_long,    ///< a name that the room for it does not hold
     unsupported, ///< the system has no such service
     failed,      ///< anything else
 };
@@ -44,7 +45,7 @@ struct Section {
     size_t bytes = 0;       ///< size asked for
 };
 
-/// The machine's memory at this moment, in bytes.
+/// The memory that the process may use, in bytes, as it was a tenth of a second ago at most.
 struct MemoryStatus {
     uint64_t total_physical = 0;
     uint64_t available_physical = 0;

@@ -25,6 +25,7 @@ int to_result(Status status, int fallback) noexcept
     case Status::bad_handle:
         return V_ERROR_INVALID_HANDLE;
     case Status::bad_name:
+    case Status::too_long:
         return V_ERROR_INVALID_FILENAME;
     case Status::unsupported:
         return V_ERROR_FEATURE_NOT_SUPPORTED;

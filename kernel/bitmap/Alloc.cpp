@@ -11,6 +11,7 @@
 #include "kernel/system/System.h"
 #include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
+#include "kernel/temp/Temp.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -122,6 +123,8 @@ int make_storage(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
 int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept
 {
     int result = settle_request(bitmap.BitsPerPixel, memory);
+    if (result == V_SUCCESS && memory & TYPE_DISK)
+        result = check_temp_directory();
     if (result != V_SUCCESS)
         return result;
     if (!give_paint_table(bitmap))

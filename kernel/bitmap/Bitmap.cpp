@@ -88,8 +88,11 @@ int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uin
 
 void V_FreeBitmap(BITMAPHANDLE* pBitmap) noexcept
 {
-    if (check_record(pBitmap) == V_SUCCESS)
-        free_bitmap(*pBitmap);
+    if (check_record(pBitmap) != V_SUCCESS)
+        return;
+    free_bitmap(*pBitmap);
+    if (is_current(*pBitmap))
+        pBitmap->LockCount = 0; // its locks went with the storage
 }
 
 int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uDataSize) noexcept

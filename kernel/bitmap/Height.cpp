@@ -25,8 +25,9 @@ uint64_t size_after(const BITMAPHANDLE& bitmap, const Store& store) noexcept
 int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept
 {
     const Store* const store = store_of(bitmap.Flags);
-    if (!store || store->resize(bitmap, height) != V_SUCCESS)
-        return V_ERROR_NO_MEMORY;
+    const int result = store ? store->resize(bitmap, height) : V_ERROR_NO_MEMORY;
+    if (result != V_SUCCESS)
+        return result == V_ERROR_INVALID_FILENAME ? result : V_ERROR_NO_MEMORY;
     bitmap.Height = height;
     set_data_size(bitmap, size_after(bitmap, *store));
     return V_SUCCESS;

@@ -7,6 +7,7 @@
 #include "kernel/system/System.h"
 #include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
+#include "kernel/temp/Temp.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -42,26 +43,26 @@ HHUGEMEMORY make(uint64_t bytes) noexcept
     return block;
 }
 
-bool take_memory(V_HUGEMEMORY_& block) noexcept
+int take_memory(V_HUGEMEMORY_& block) noexcept
 {
     if (block.bytes > SIZE_MAX / 2 ||
         platform::section_create(static_cast<size_t>(block.bytes), &block.section) != Status::ok)
-        return false;
+        return V_ERROR_NO_MEMORY;
     block.data = static_cast<uint8_t*>(block.section.view);
-    return true;
+    return V_SUCCESS;
 }
 
-bool take_file(V_HUGEMEMORY_& block) noexcept
+int take_file(V_HUGEMEMORY_& block) noexcept
 {
     if (block.bytes > INT64_MAX || temp_files_forbidden())
-        return false;
-    if (!storage_file::open(block.file))
-        return false;
+        return V_ERROR_NO_MEMORY;
+    if (const int result = storage_file::open(block.file); result != V_SUCCESS)
+        return result;
     if (storage_file::set_size(block.file, block.bytes))
-        return true;
+        return V_SUCCESS;
     storage_file::close(block.file);
     block.file = {};
-    return false;
+    return V_ERROR_NO_MEMORY;
 }
 
 bool belongs_on_disk(uint64_t bytes) noexcept
@@ -71,14 +72,15 @@ bool belongs_on_disk(uint64_t bytes) noexcept
 }
 
 /// Serves an accepted request.
-bool take_storage(V_HUGEMEMORY_& block, uint32_t memory) noexcept
+int take_storage(V_HUGEMEMORY_& block, uint32_t memory) noexcept
 {
     if (memory & TYPE_DISK && !temp_files_forbidden())
         return take_file(block);
     const bool may_use_disk = !(memory & TYPE_NODISK);
-    if (may_use_disk && belongs_on_disk(block.bytes) && take_file(block))
-        return true;
-    return take_memory(block) || (may_use_disk && take_file(block));
+    if (may_use_disk && belongs_on_disk(block.bytes) && take_file(block) == V_SUCCESS)
+        return V_SUCCESS;
+    const int result = take_memory(block);
+    return result == V_SUCCESS || !may_use_disk ? result : take_file(block);
 }
 
 /// SUCCESS, or the window stays open because its copy could not be written back.
@@ -199,13 +201,17 @@ int V_AllocHugeMemory(HHUGEMEMORY* phMemory, uint64_t uSize, uint32_t uMemory) n
         uMemory |= TYPE_CONV; // whatever the default
     if (uSize == 0 || (uMemory != TYPE_CONV && uMemory != TYPE_DISK && uMemory != (TYPE_CONV | TYPE_NODISK)))
         return V_ERROR_INVALID_PARAMETER;
-    HHUGEMEMORY block = make(uSize);
-    if (!block || !take_storage(*block, uMemory)) {
-        platform::heap_free(block);
-        return V_ERROR_NO_MEMORY;
+    if (uMemory & TYPE_DISK && !temp_files_forbidden()) {
+        if (const int result = check_temp_directory(); result != V_SUCCESS)
+            return result;
     }
-    *phMemory = block;
-    return V_SUCCESS;
+    HHUGEMEMORY block = make(uSize);
+    const int result = block ? take_storage(*block, uMemory) : V_ERROR_NO_MEMORY;
+    if (result == V_SUCCESS)
+        *phMemory = block;
+    else
+        platform::heap_free(block);
+    return result;
 }
 
 int V_CreateHugeMemoryFromPtr(HHUGEMEMORY* phMemory, void* pData, uint64_t uSize) noexcept

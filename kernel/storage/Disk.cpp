@@ -27,8 +27,8 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
     if (request.files_forbidden || request.bytes > INT64_MAX)
         return V_ERROR_NO_MEMORY;
     StorageFile file;
-    if (!storage_file::open(file))
-        return V_ERROR_NO_MEMORY;
+    if (const int result = storage_file::open(file); result != V_SUCCESS)
+        return result;
     const uint8_t last = 0;
     if (storage_file::write_at(file, request.bytes - 1, &last, 1) != 1) {
         storage_file::close(file);

@@ -50,16 +50,16 @@ bool open_redirected(StorageFile& file, const redirect::Table& table, const wcha
 
 } // namespace
 
-bool open(StorageFile& file) noexcept
+int open(StorageFile& file) noexcept
 {
     const redirect::Table table = redirect::temp_table();
     wchar_t name[kMaxTempName];
-    if (make_temp_name(table, kPrefix, name) != V_SUCCESS)
-        return false;
+    if (const int result = make_temp_name(table, kPrefix, name); result != V_SUCCESS)
+        return result;
     const bool opened = redirect::is_plain(table) ? open_plain(file, name) : open_redirected(file, table, name);
     if (!opened && opens_in_system(table))
         V_OsDelete(name);
-    return opened;
+    return opened ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 void close(StorageFile& file) noexcept

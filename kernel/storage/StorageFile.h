@@ -25,8 +25,9 @@ struct StorageFile {
 
 namespace storage_file {
 
-/// Makes a new file for reading and writing, gone when it is closed. False on failure, and no file is left.
-bool open(StorageFile& file) noexcept;
+/// Makes a new file for reading and writing, gone when it is closed. SUCCESS; ERROR_INVALID_FILENAME: the directory for
+/// such files cannot be used; ERROR_NO_MEMORY. On failure no file is left.
+int open(StorageFile& file) noexcept;
 /// Closes the file if it is open. A close that fails gives up all the same.
 void close(StorageFile& file) noexcept;
 

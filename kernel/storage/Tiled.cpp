@@ -78,16 +78,18 @@ bool make_memory_piece(TileTable& table, Piece& piece) noexcept
     return true;
 }
 
-bool make_file_piece(TileTable& table, Piece& piece) noexcept
+int make_file_piece(TileTable& table, Piece& piece) noexcept
 {
     if (table.files_forbidden)
-        return false;
-    if (!table.storage.is_open() && !storage_file::open(table.storage))
-        return false;
+        return V_ERROR_NO_MEMORY;
+    if (!table.storage.is_open()) {
+        if (const int result = storage_file::open(table.storage); result != V_SUCCESS)
+            return result;
+    }
     const uint64_t offset = table.slots * table.slot_bytes;
     piece = Piece{nullptr, table.storage.handle, offset, {}, kNoPiece, kNoPiece, false, false};
     ++table.slots;
-    return true;
+    return V_SUCCESS;
 }
 
 /// Gives a plain file the size of its slots; without space in them as yet. A redirected one grows as slots are written.
@@ -104,21 +106,22 @@ uint32_t pieces_for(const TileTable& table, uint32_t count) noexcept
 }
 
 /// Appends tiles until there are `count`; pieces that were appended before a failure stay in the table.
-bool append_tiles(TileTable& table, uint32_t count) noexcept
+int append_tiles(TileTable& table, uint32_t count) noexcept
 {
     if (table.files_forbidden && count > table.memory_allowed)
-        return false;
+        return V_ERROR_NO_MEMORY;
     const uint32_t pieces = pieces_for(table, count);
     while (table.pieces < pieces) {
         Piece& piece = table.all()[table.pieces];
-        if (!make_memory_piece(table, piece) && !make_file_piece(table, piece))
-            return false;
+        const int result = make_memory_piece(table, piece) ? V_SUCCESS : make_file_piece(table, piece);
+        if (result != V_SUCCESS)
+            return result;
         ++table.pieces;
     }
     if (!size_file(table))
-        return false;
+        return V_ERROR_NO_MEMORY;
     table.count = count;
-    return true;
+    return V_SUCCESS;
 }
 
 /// A setting that is a number, or with a minus sign a percentage of all tiles.
@@ -184,9 +187,9 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
     if (!table)
         return V_ERROR_NO_MEMORY;
     describe(*table, bitmap, request);
-    if (!append_tiles(*table, static_cast<uint32_t>(count))) {
+    if (const int result = append_tiles(*table, static_cast<uint32_t>(count)); result != V_SUCCESS) {
         destroy_table(table);
-        return V_ERROR_NO_MEMORY;
+        return result;
     }
     bitmap.Handle = table;
     bitmap.Data = reinterpret_cast<uint8_t*>(table);
@@ -266,21 +269,22 @@ void shrink(TileTable& table, uint32_t count) noexcept
         table.slots = slots;
 }
 
-/// Appends tiles where the table has room for their pieces.
-bool extend(TileTable& table, uint32_t count) noexcept
+/// Appends tiles where the table has room for their pieces; all or none.
+int extend(TileTable& table, uint32_t count) noexcept
 {
     const uint32_t kept = table.pieces;
     const uint32_t slots = table.slots;
     const bool was_open = table.storage.is_open();
-    if (append_tiles(table, count))
-        return true;
+    const int result = append_tiles(table, count);
+    if (result == V_SUCCESS)
+        return result;
     free_pieces(table, kept);
     table.slots = slots;
     if (!was_open)
         storage_file::close(table.storage);
     else
         size_file(table); // a file that cannot be cut keeps slots that read as clear
-    return false;
+    return result;
 }
 
 /// Moves the table into a larger block, with room for more than is wanted now, and extends it. On failure the old block
@@ -297,9 +301,9 @@ int grow(BITMAPHANDLE& bitmap, uint32_t count) noexcept
     const uint32_t capacity = table->capacity;
     std::memcpy(table, old_table, sizeof(TileTable) + old_table->pieces * sizeof(Piece));
     table->capacity = capacity;
-    if (!extend(*table, count)) {
+    if (const int result = extend(*table, count); result != V_SUCCESS) {
         locked_block_free(table);
-        return V_ERROR_NO_MEMORY;
+        return result;
     }
     locked_block_free(old_table);
     bitmap.Handle = table;
@@ -324,7 +328,7 @@ int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
         return V_SUCCESS;
     if (pieces_for(table, count) > table.capacity)
         return grow(bitmap, count);
-    return extend(table, count) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    return extend(table, count);
 }
 
 void figures(const BITMAPHANDLE& bitmap, StoreFigures& figures) noexcept

@@ -15,7 +15,10 @@ namespace vk {
 namespace {
 
 constexpr size_t kNarrowName = 3 * kMaxTempName; ///< UTF-8 needs at most three bytes per 16-bit character
-
+constexpr size_t kDigits = 16;
+constexpr wchar_t kEnding[] = L".tmp";
+/// What a name has behind directory and prefix, its final zero included.
+constexpr size_t kMadeUp = kDigits + std::size(kEnding);
 
 std::atomic<uint64_t> g_made_up{0};
 
@@ -29,11 +32,9 @@ uint64_t unique_number() noexcept
 /// A name for a file that the system knows nothing of.
 bool make_up_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name) noexcept
 {
-    constexpr size_t kDigits = 16;
-    constexpr wchar_t kEnding[] = L".tmp";
     const size_t first = std::wcslen(directory);
     const size_t second = std::wcslen(prefix);
-    if (first + second + kDigits + std::size(kEnding) > kMaxTempName)
+    if (first + second + kMadeUp > kMaxTempName)
         return false;
     std::wmemcpy(name, directory, first);
     std::wmemcpy(name + first, prefix, second);
@@ -43,6 +44,16 @@ bool make_up_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name
         *end++ = L"0123456789abcdef"[number & 15];
     std::wmemcpy(end, kEnding, std::size(kEnding));
     return true;
+}
+
+/// The directory, if names in it can be told and are no longer than a name may be.
+int usable_directory(wchar_t (&directory)[kMaxTempName]) noexcept
+{
+    const int result = temp_directory(directory, kMaxTempName);
+    if (result != V_SUCCESS)
+        return result == V_ERROR_BUFFER_TOO_SMALL ? V_ERROR_INVALID_FILENAME : result;
+    return std::wcslen(directory) + std::size(kDefaultPrefix) - 1 + kMadeUp <= kMaxTempName ? V_SUCCESS
+                                                                                           : V_ERROR_INVALID_FILENAME;
 }
 
 } // namespace
@@ -57,18 +68,26 @@ int temp_directory(wchar_t* directory, uint32_t length) noexcept
     switch (platform::temp_directory(directory, length)) {
     case Status::ok:
         return V_SUCCESS;
-    case Status::bad_name: // longer than the buffer
+    case Status::too_long:
         return V_ERROR_BUFFER_TOO_SMALL;
+    case Status::bad_name:
+        return V_ERROR_INVALID_FILENAME;
     default:
         return V_ERROR_NO_MEMORY;
     }
 }
 
+int check_temp_directory() noexcept
+{
+    wchar_t directory[kMaxTempName];
+    return usable_directory(directory);
+}
+
 int make_temp_name(const redirect::Table& table, const wchar_t* prefix, wchar_t* name) noexcept
 {
     wchar_t directory[kMaxTempName];
-    if (temp_directory(directory, kMaxTempName) != V_SUCCESS)
-        return V_ERROR_NO_MEMORY;
+    if (const int result = usable_directory(directory); result != V_SUCCESS)
+        return result;
     if (!opens_in_system(table))
         return make_up_name(directory, prefix, name) ? V_SUCCESS : V_ERROR_NO_MEMORY;
     return platform::temp_name(directory, prefix, name) == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;

@@ -1,12 +1,14 @@
 // Files: descriptors, with every transfer complete in one call and no signal for a file that would grow too big.
 //
-// Share modes and the hidden and system attributes have no counterpart here and are ignored. A file to be deleted on
-// close loses its name as soon as it is open, so it is gone after a crash too, and is never reached through a link.
+// The hidden and system attributes have no counterpart here and are ignored. A file that is shared with nobody is
+// locked against other opens by this library, in whatever process; the other share modes are one. A file to be deleted
+// on close loses its name as soon as it is open, so it is gone after a crash too, and is never reached through a link.
 #include "platform/posix/Posix.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <fcntl.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -52,17 +54,29 @@ int open_flags(const OpenOptions& options) noexcept
         flags |= O_RDWR;
         break;
     }
-    switch (options.disposition) {
-    case Disposition::open_existing:
-        break;
-    case Disposition::create_always:
-        flags |= O_CREAT | O_TRUNC;
-        break;
-    case Disposition::truncate_existing:
-        flags |= O_TRUNC;
-        break;
-    }
+    flags |= options.disposition == Disposition::create_always ? O_CREAT : 0; // emptied when it is ours to empty
     return flags | (options.delete_on_close ? O_NOFOLLOW : 0);
+}
+
+/// denied while another open, or this one, shares the file with nobody. Locks go with the descriptor and its copies. A
+/// file system that has none lets everybody in.
+Status lock_share(int file, Share share) noexcept
+{
+    int result = 0;
+    do
+        result = flock(file, LOCK_NB | (share == Share::none ? LOCK_EX : LOCK_SH));
+    while (result != 0 && errno == EINTR);
+    return result != 0 && errno == EWOULDBLOCK ? Status::denied : Status::ok;
+}
+
+/// A descriptor that only reads cannot be used to empty its file, which creating one for reading does.
+int empty(int file, const char* path, Access access) noexcept
+{
+    int result = 0;
+    do
+        result = access == Access::read ? truncate(path, 0) : ftruncate(file, 0);
+    while (result != 0 && errno == EINTR);
+    return result;
 }
 
 /// What is left to do once the file is open; on failure the caller closes it.
@@ -73,6 +87,11 @@ Status finish_open(int file, const char* path, const OpenOptions& options) noexc
         return last_status();
     if (S_ISDIR(info.st_mode))
         return Status::denied;
+    if (const Status status = lock_share(file, options.share); status != Status::ok)
+        return status;
+    const bool empties = options.disposition != Disposition::open_existing && S_ISREG(info.st_mode);
+    if (empties && empty(file, path, options.access) != 0)
+        return last_status();
     if (options.read_only && options.disposition == Disposition::create_always &&
         fchmod(file, info.st_mode & 07777 & ~static_cast<mode_t>(0222)) != 0)
         return last_status();

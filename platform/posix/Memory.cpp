@@ -1,6 +1,7 @@
 // Fixed memory, sections, and the figures of memory and handles, from malloc, anonymous mappings and /proc.
 //
 // A section has no system object here: its handle is null and its mapping is `bytes` rounded up to whole pages.
+#include "platform/posix/Limits.h"
 #include "platform/posix/Posix.h"
 
 #include <algorithm>
@@ -8,7 +9,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <dirent.h>
+#include <mutex>
 #include <sys/mman.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -145,9 +148,24 @@ void section_free(Section* section) noexcept
     *section = Section{};
 }
 
-Status memory_status(MemoryStatus* status) noexcept
+namespace {
+
+/// Pages that the process's address space has; 0 when they cannot be told.
+uint64_t pages_in_use() noexcept
 {
-    MemoryStatus found;
+    std::FILE* file = std::fopen("/proc/self/statm", "re");
+    unsigned long long pages = 0;
+    if (file != nullptr) {
+        if (std::fscanf(file, "%llu", &pages) != 1)
+            pages = 0;
+        std::fclose(file);
+    }
+    return pages;
+}
+
+/// The machine's memory, as far as this process may use it.
+Status read_memory_status(MemoryStatus& found) noexcept
+{
     char text[4096];
     if (read_meminfo(text, sizeof text) && meminfo_value(text, "MemTotal", &found.total_physical) &&
         meminfo_value(text, "MemAvailable", &found.available_physical)) {
@@ -162,7 +180,43 @@ Status memory_status(MemoryStatus* status) noexcept
         found.total_physical = static_cast<uint64_t>(total) * page_size();
         found.available_physical = static_cast<uint64_t>(available) * page_size();
     }
-    *status = found;
+    posix::apply_group_limits("", found);
+    rlimit space{};
+    if (getrlimit(RLIMIT_AS, &space) == 0 && space.rlim_cur != RLIM_INFINITY)
+        posix::apply_space_limit(space.rlim_cur, pages_in_use() * page_size(), found);
+    return Status::ok;
+}
+
+/// The figures of a moment ago: reading them takes a dozen files, which would be most of making a small bitmap.
+struct Figures {
+    posix::Mutex mutex;
+    MemoryStatus status;
+    int64_t read_at = 0; ///< in milliseconds of the monotonic clock; 0: never
+};
+constinit Figures g_figures;
+constexpr int64_t kFreshFor = 100;
+
+int64_t milliseconds_now() noexcept
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000 + 1;
+}
+
+} // namespace
+
+Status memory_status(MemoryStatus* status) noexcept
+{
+    const std::lock_guard lock(g_figures.mutex);
+    const int64_t now = milliseconds_now();
+    if (g_figures.read_at == 0 || now - g_figures.read_at >= kFreshFor) {
+        MemoryStatus found;
+        if (const Status result = read_memory_status(found); result != Status::ok)
+            return result;
+        g_figures.status = found;
+        g_figures.read_at = now;
+    }
+    *status = g_figures.status;
     return Status::ok;
 }
 

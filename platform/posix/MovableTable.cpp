@@ -4,9 +4,10 @@
 // can run out of memory. Nothing here throws; the lock is a plain mutex that needs no set-up.
 #include "platform/posix/MovableTable.h"
 
+#include "platform/posix/Posix.h"
+
 #include <cstdlib>
 #include <new>
-#include <pthread.h>
 #include <utility>
 
 namespace vk::backend::posix {
@@ -25,11 +26,7 @@ constexpr uint32_t kFirstSlots = 64;
 /// The end of the free list, and an empty place of the hash.
 constexpr uint32_t kNone = UINT32_MAX;
 
-pthread_mutex_t mutex = PTHREAD_MUTEX_INITIALIZER;
-constinit ForkGuard guard{
-    [](ForkGuard&) noexcept { pthread_mutex_lock(&mutex); },
-    [](ForkGuard&, bool) noexcept { pthread_mutex_unlock(&mutex); },
-};
+constinit Mutex mutex;
 Block* slots = nullptr;
 uint32_t slot_count = 0;
 uint32_t slots_in_use = 0;
@@ -117,14 +114,12 @@ bool grow() noexcept
 
 TableLock::TableLock() noexcept
 {
-    if (!guard.known.load(std::memory_order_acquire))
-        guard_forks(guard);
-    pthread_mutex_lock(&mutex);
+    mutex.lock();
 }
 
 TableLock::~TableLock()
 {
-    pthread_mutex_unlock(&mutex);
+    mutex.unlock();
 }
 
 void* table_handle(const Block& block) noexcept

@@ -79,13 +79,13 @@ Status from_utf8(const char* utf8, wchar_t* text, size_t room) noexcept
     while (*in != 0) {
         uint32_t code = 0;
         if (!get_utf8(in, code))
-            return Status::failed;
-        if (used + 1 >= room)
             return Status::bad_name;
+        if (used + 1 >= room)
+            return Status::too_long;
         text[used++] = static_cast<wchar_t>(code);
     }
     if (used >= room)
-        return Status::bad_name;
+        return Status::too_long;
     text[used] = 0;
     return Status::ok;
 }

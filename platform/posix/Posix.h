@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <ctime>
+#include <pthread.h>
 
 namespace vk::backend::posix {
 
@@ -22,7 +23,7 @@ constexpr size_t kMaxPath = PATH_MAX;
 
 /// Converts a wide string to UTF-8. bad_name: null, not Unicode, or longer than `room` with its zero.
 Status to_utf8(const wchar_t* text, char* utf8, size_t room) noexcept;
-/// Converts UTF-8 to a wide string. failed: not UTF-8; bad_name: longer than `room` characters with its zero.
+/// Converts UTF-8 to a wide string. bad_name: not UTF-8; too_long: more than `room` characters with its zero.
 Status from_utf8(const char* utf8, wchar_t* text, size_t room) noexcept;
 
 /// disk_full when a file may not reach `end` bytes. A write past the limit would raise SIGXFSZ, whose default action
@@ -43,6 +44,28 @@ public:
 
 private:
     bool is_item_;
+};
+
+/// A mutex of static storage that is free in a copy of the process, whoever held it. Nothing else is locked under it.
+class Mutex : ForkGuard {
+public:
+    constexpr Mutex() noexcept : ForkGuard{&enter_fork, &leave_fork} {}
+    Mutex(const Mutex&) = delete;
+    Mutex& operator=(const Mutex&) = delete;
+
+    void lock() noexcept
+    {
+        if (!known.load(std::memory_order_acquire))
+            guard_forks(*this);
+        pthread_mutex_lock(&mutex_);
+    }
+    void unlock() noexcept { pthread_mutex_unlock(&mutex_); }
+
+private:
+    static void enter_fork(ForkGuard& self) noexcept { pthread_mutex_lock(&static_cast<Mutex&>(self).mutex_); }
+    static void leave_fork(ForkGuard& self, bool) noexcept { pthread_mutex_unlock(&static_cast<Mutex&>(self).mutex_); }
+
+    pthread_mutex_t mutex_ = PTHREAD_MUTEX_INITIALIZER;
 };
 
 /// A time of the monotonic clock.

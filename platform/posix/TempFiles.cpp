@@ -97,7 +97,7 @@ Status temp_directory(wchar_t* directory, size_t length) noexcept
     if (directory[used - 1] == L'/')
         return Status::ok;
     if (used + 2 > length)
-        return Status::bad_name;
+        return Status::too_long;
     directory[used] = L'/';
     directory[used + 1] = 0;
     return Status::ok;

@@ -19,7 +19,7 @@ Status temp_directory(wchar_t* directory, size_t length) noexcept
     if (used == 0)
         return win32::last_status();
     if (used > MAX_PATH || used >= length)
-        return Status::bad_name;
+        return Status::too_long;
     std::wmemcpy(directory, path, used + size_t{1});
     return Status::ok;
 }

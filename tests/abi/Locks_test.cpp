@@ -73,7 +73,12 @@ TEST(Locks, CountNestsAndOnlyTheOutermostPairLocks)
     EXPECT_EQ(0, bitmap->LockCount);
     EXPECT_FALSE(is_locked(bitmap));
     EXPECT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
-    EXPECT_TRUE(is_locked(bitmap)); // freed while locked
+    EXPECT_TRUE(is_locked(bitmap));
+    for (const int32_t count : {1, 7, -3}) { // freed while locked, and again
+        bitmap->LockCount = count;
+        V_FreeBitmap(bitmap.get());
+        EXPECT_EQ(0, bitmap->LockCount);
+    }
 }
 
 TEST(Locks, EarlierRecordHasNoCount)

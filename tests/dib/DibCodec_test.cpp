@@ -72,8 +72,9 @@ TEST(DibCodec, DecodesThroughItsModule)
             ASSERT_EQ(SUCCESS, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels));
             EXPECT_EQ(bits, bitmap->BitsPerPixel);
             EXPECT_EQ(TOP_LEFT, bitmap->ViewPerspective); // the other way round than plain DIBs
-            if (bits != held && bits != 32) { // converted: no more than about right
-                EXPECT_EQ(SUCCESS, V_ColorResBitmap(bitmap.get(), nullptr, 0, 24, COLORRES_NODITHER, nullptr, nullptr, 0));
+            if (bits != held && bits != 32) {             // converted: no more than about right
+                EXPECT_EQ(SUCCESS,
+                          V_ColorResBitmap(bitmap.get(), nullptr, 0, 24, COLORRES_NODITHER, nullptr, nullptr, 0));
                 const COLORREF dark = V_GetPixelColor(bitmap.get(), 0, 0);
                 const COLORREF light = V_GetPixelColor(bitmap.get(), 7, 15);
                 EXPECT_GE(128u, dark >> 8 & 0xFF);

@@ -350,3 +350,25 @@ TEST(List, Faults)
         EXPECT_EQ(SUCCESS, V_DestroyBitmapList(list));
     });
 }
+
+// The block grows by a share of its size, and gives way when it is mostly empty.
+TEST(List, AppendingCostsTheSameHoweverLongItIs)
+{
+    constexpr uint32_t kItems = 40000;
+    TestList list;
+    BITMAPHANDLE bitmap;
+    ASSERT_EQ(SUCCESS, V_InitBitmap(&bitmap, kSize, 0, 0, 0));
+    vk::fault::arm(0, false);
+    for (uint32_t i = 0; i < kItems; ++i) {
+        bitmap.Left = static_cast<int32_t>(i);
+        ASSERT_EQ(SUCCESS, V_InsertBitmapListItem(list.get(), 0xFFFFFFFF, &bitmap));
+    }
+    EXPECT_GE(40u, vk::fault::calls(vk::fault::Call::movable_alloc)) << "blocks in the course of it";
+    for (uint32_t left = kItems; left > 3; --left) {
+        BITMAPHANDLE out;
+        ASSERT_EQ(SUCCESS, V_RemoveBitmapListItem(list.get(), left - 1, &out));
+        ASSERT_EQ(static_cast<int32_t>(left) - 1, out.Left);
+    }
+    EXPECT_GE(60u, vk::fault::calls(vk::fault::Call::movable_alloc)) << "and on the way back";
+    EXPECT_EQ((Widths{0, 0, 0}), list.widths());
+}

@@ -229,5 +229,66 @@ TEST(File, ViewsShareTheFile)
     platform::file_close(again);
 }
 
+/// At a position nothing is moved by, and which nothing moves.
+TEST(File, TransfersAtAPosition)
+{
+    const TempFile temp;
+    const int64_t file = temp.open();
+    seek_to(file, 2);
+    size_t moved = 0;
+    EXPECT_EQ(Status::ok, platform::file_write_at(file, 5, "abcdef", 6, &moved));
+    EXPECT_EQ(6u, moved);
+    char text[12] = {};
+    EXPECT_EQ(Status::ok, platform::file_read_at(file, 4, text, 12, &moved));
+    EXPECT_EQ(7u, moved);
+    EXPECT_EQ(std::string("\0abcdef", 7), std::string(text, 7));
+    EXPECT_EQ(Status::ok, platform::file_read_at(file, 100, text, 1, &moved));
+    EXPECT_EQ(0u, moved);
+    for (const int64_t offset : {int64_t{-1}, int64_t{-2}, INT64_MIN, INT64_MAX}) {
+        EXPECT_NE(Status::ok, platform::file_read_at(file, offset, text, 2, &moved)) << offset;
+        EXPECT_NE(Status::ok, platform::file_write_at(file, offset, text, 2, &moved)) << offset;
+    }
+    EXPECT_EQ(Status::ok, platform::file_set_size(file, 7));
+    EXPECT_EQ(7, position_of(file, true));
+    EXPECT_EQ(Status::ok, platform::file_set_size(file, 9));
+    EXPECT_EQ(Status::ok, platform::file_read_at(file, 6, text, 12, &moved));
+    EXPECT_EQ(std::string("b\0\0", 3), std::string(text, moved));
+    EXPECT_NE(Status::ok, platform::file_set_size(file, -1));
+    EXPECT_EQ(Status::ok, platform::file_close(file));
+    EXPECT_NE(Status::ok, platform::file_read_at(kNoFile, 0, text, 1, &moved));
+    EXPECT_NE(Status::ok, platform::file_write_at(kNoFile, 0, text, 1, &moved));
+    EXPECT_NE(Status::ok, platform::file_set_size(kNoFile, 0));
+}
+
+/// Whom an open file keeps out, and that nothing is emptied that is not to be had.
+TEST(File, SharedWithNobody)
+{
+    const TempFile temp;
+    int64_t file = temp.open();
+    write_at(file, 0, "text");
+    EXPECT_EQ(Status::ok, platform::file_close(file));
+    for (const Share first : {Share::none, Share::read, Share::read_write})
+        for (const Share second : {Share::none, Share::read, Share::read_write})
+            for (const Disposition how :
+                 {Disposition::open_existing, Disposition::create_always, Disposition::truncate_existing}) {
+                OpenOptions options;
+                options.share = first;
+                ASSERT_EQ(Status::ok, platform::file_open(temp.name(), options, &file));
+                options.share = second;
+                options.disposition = how;
+                options.access = how == Disposition::open_existing ? Access::read : Access::read_write;
+                int64_t other = kNoFile;
+                const bool is_alone = first == Share::none || second == Share::none;
+                if (is_alone) {
+                    EXPECT_EQ(Status::denied, platform::file_open(temp.name(), options, &other));
+                    EXPECT_EQ(4, position_of(file, true)) << "its text is there";
+                } else if (how == Disposition::open_existing) {
+                    ASSERT_EQ(Status::ok, platform::file_open(temp.name(), options, &other));
+                    EXPECT_EQ(Status::ok, platform::file_close(other));
+                }
+                EXPECT_EQ(Status::ok, platform::file_close(file));
+            }
+}
+
 } // namespace
 } // namespace vk

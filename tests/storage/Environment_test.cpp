@@ -3,8 +3,10 @@
 #include "tests/support/Environment.h"
 
 #include "kernel/files/TempOptions.h"
+#include "platform/fault/fault.h"
 #include "tests/support/TestBitmap.h"
 
+#include <cwchar>
 #include <fstream>
 
 using namespace vk::testing;
@@ -12,9 +14,10 @@ using namespace vk::testing;
 namespace {
 
 constexpr int32_t kLine = 64 * 1024;
+constexpr uint32_t kMaxTempNameForTests = 1000;
 
-/// Asks for storage that takes a temporary file; the record stays as it was when there is none.
-void expect_no_file_storage()
+/// Asks for storage that takes a temporary file; the record stays as it was when there is none, and the code says why.
+void expect_no_file_storage(int code = ERROR_NO_MEMORY)
 {
     const Thresholds restore;
     for (const uint32_t memory : {TYPE_DISK, TYPE_TILED, TYPE_CONV, TYPE_NOTILED}) {
@@ -22,9 +25,9 @@ void expect_no_file_storage()
         TestBitmap bitmap;
         ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, kLine, 64, 8));
         const auto before = bitmap.image();
-        EXPECT_EQ(ERROR_NO_MEMORY, V_AllocateBitmap(bitmap.get(), memory)) << memory;
+        EXPECT_EQ(code, V_AllocateBitmap(bitmap.get(), memory)) << memory;
         EXPECT_EQ(before, bitmap.image());
-        EXPECT_EQ(ERROR_NO_MEMORY, bitmap.create(memory, kLine, 64, 8)) << memory;
+        EXPECT_EQ(code, bitmap.create(memory, kLine, 64, 8)) << memory;
         EXPECT_TRUE(bitmap.is_empty());
     }
     TestBitmap bitmap;
@@ -32,9 +35,11 @@ void expect_no_file_storage()
     bitmap->Data[5] = 77;
     const auto before = bitmap.image();
     for (const uint32_t memory : {TYPE_DISK, TYPE_TILED})
-        EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap.get(), memory, kLine, 0, 0, 0, 0, 3));
+        EXPECT_EQ(code, V_SetBitmapMemoryInfo(bitmap.get(), memory, kLine, 0, 0, 0, 0, 3));
     EXPECT_EQ(before, bitmap.image());
     EXPECT_EQ(77, bitmap->Data[5]);
+    HHUGEMEMORY huge = nullptr;
+    EXPECT_EQ(code, V_AllocHugeMemory(&huge, 100, TYPE_DISK));
 }
 
 TEST(Environment, NoDirectoryForTemporaryFiles)
@@ -51,6 +56,40 @@ TEST(Environment, NoDirectoryForTemporaryFiles)
         EXPECT_EQ(ERROR_NO_MEMORY, V_GetTempFileNameA(narrow, nullptr));
     }
     EXPECT_EQ(1u, scratch.files());
+}
+
+// Known before anything is made: a directory whose name leaves no room for a file's, or is no text.
+TEST(Environment, DirectoryThatCannotBeNamed)
+{
+    const ScratchDirectory scratch;
+    const std::string at = scratch.path().string() + '/';
+    std::vector<std::string> names = {at + std::string(240 - std::min<size_t>(at.size(), 239), 'x'),
+                                      at + std::string(400, 'x')};
+#if !defined(_WIN32)
+    names.push_back(at + "\xFF");
+#endif
+    for (const std::string& name : names) {
+        SCOPED_TRACE(name);
+        const TempFilesIn there(name);
+        wchar_t directory[kMaxTempNameForTests];
+        if (V_GetTempDirectory(directory, kMaxTempNameForTests) == SUCCESS && std::wcslen(directory) < 238)
+            continue; // the system took another one
+        expect_no_file_storage(ERROR_INVALID_FILENAME);
+        wchar_t wide[260];
+        EXPECT_EQ(ERROR_INVALID_FILENAME, V_GetTempFileName(wide, nullptr));
+        EXPECT_NE(SUCCESS, V_GetTempDirectory(wide, 20));
+        const Thresholds restore;
+        Thresholds::tiles(kLine, 1, 0);
+        const vk::fault::Live before = vk::fault::live();
+        vk::fault::arm(0, false);
+        TestBitmap bitmap;
+        ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 10, 10, 8));
+        EXPECT_EQ(ERROR_INVALID_FILENAME, V_AllocateBitmap(bitmap.get(), TYPE_DISK));
+        EXPECT_EQ(1u, vk::fault::calls()) << "the question where files go, and nothing else";
+        ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, 0, kLine, 1, 0, 31));
+        ASSERT_EQ(ERROR_INVALID_FILENAME, bitmap.create(TYPE_TILED, kLine, 2, 8)) << "the second tile";
+        EXPECT_EQ(before, vk::fault::live());
+    }
 }
 
 TEST(Environment, FilesMustNotGrow)
