@@ -34,7 +34,9 @@ typedef V_THREADRESULT (*V_THREADROUTINE)(void*);
  * touches no other thread and is gone when it ends.
  * @param pfnRoutine what to run. @param pParameter passed to it; the caller keeps what it points to until the routine
  * has ended. @param uFlags VELLTHREAD_ options. VELLTHREAD_INHERIT copies the settings during the call; pointers among
- * them (match table, callback data) stay their owners', who keep them while the thread runs.
+ * them (match table, callback data) stay their owners', who keep them while the thread runs. A buffer redirection
+ * belongs to the calling thread: the new one gets the file operations that were there before it. Without the option the
+ * thread follows the process's settings (V_SetProcessDefaults) until it sets something.
  * @param puResult receives the routine's result when VELLTHREAD_WAIT is given; may be null. Untouched otherwise.
  * @return SUCCESS: the routine runs, or with VELLTHREAD_WAIT has run; ERROR_INVALID_PARAMETER: null routine or unknown
  * options; ERROR_NO_MEMORY: no thread or no memory could be had, and the routine does not run.

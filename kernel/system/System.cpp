@@ -3,6 +3,7 @@
 //
 // Inside: ThreadState.h is what each thread keeps, Progress.h reports to its callback, Trace.h tells of misuse; Checks.h
 // has the checks that all doors share, Blocks.h the blocks that records own, Cleanup.h what runs when the library goes.
+#include "Vkloader.h"
 #include "Vksystem.h"
 
 #include "kernel/system/System.h"

@@ -7,7 +7,6 @@
 #include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
 
-
 #include <new>
 
 namespace vk {
@@ -23,15 +22,17 @@ struct Outcome {
 struct Start {
     V_THREADROUTINE routine;
     void* parameter;
-    ThreadState state;
     Outcome* outcome;
+    bool inherits;
+    ThreadState state; ///< what it inherits
 };
 
 V_THREADRESULT run(void* parameter) noexcept
 {
     const Start start = *static_cast<Start*>(parameter);
     platform::heap_free(parameter);
-    thread_state_for_set() = start.state;
+    if (start.inherits)
+        thread_state_for_set() = start.state;
     const V_THREADRESULT result = start.routine(start.parameter);
     if (start.outcome != nullptr) {
         start.outcome->result = result;
@@ -81,8 +82,8 @@ int V_VellThreadCreateAndRun(V_THREADROUTINE pfnRoutine, void* pParameter, uint3
 {
     if (pfnRoutine == nullptr || (uFlags & ~(VELLTHREAD_WAIT | VELLTHREAD_INHERIT)) != 0)
         return V_ERROR_INVALID_PARAMETER;
-    Start start{pfnRoutine, pParameter, {}, nullptr};
-    if ((uFlags & VELLTHREAD_INHERIT) != 0)
+    Start start{pfnRoutine, pParameter, nullptr, (uFlags & VELLTHREAD_INHERIT) != 0, {}};
+    if (start.inherits)
         start.state = state_to_hand_over();
     const Status status = (uFlags & VELLTHREAD_WAIT) != 0 ? start_and_wait(start, puResult) : start_thread(start);
     return status == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;
