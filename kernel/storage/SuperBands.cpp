@@ -246,16 +246,12 @@ int SuperBands::read_part(const Part& part, uint8_t* to) noexcept
 
 int SuperBands::read(uint64_t position, uint8_t* to, size_t bytes) noexcept
 {
-<<<<<<< HEAD
-    const Busy busy(busy_);
+    const std::lock_guard guard(lock_);
     return read_parts(position, to, bytes);
 }
 
 int SuperBands::read_parts(uint64_t position, uint8_t* to, size_t bytes) noexcept
 {
-=======
-    const std::lock_guard guard(lock_);
->>>>>>> b8d722a (wip: forks, waiting, process defaults, lists, tiles)
     while (bytes != 0) {
         const Part part = next_part(position, bytes);
         const int result = read_part(part, to);

@@ -4,18 +4,18 @@
 #include "kernel/storage/SuperBands.h"
 
 #include "Vkrecord.h"
-#include "kernel/storage/codec/Busy.h"
 #include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
+#include <mutex>
 
 namespace vk {
 
 /// Packs the rows that a band is to have. `room` holds two full bands.
 int SuperBands::pack_reversed(size_t band, const Reversal& reversal, uint8_t* room, Block* block) noexcept
 {
-    const Busy busy(busy_);
+    const std::lock_guard guard(lock_);
     const codec::Shape shape = shape_of(band);
     const size_t line = bytes_per_line_;
     const uint64_t first = uint64_t{band} * rows_per_band_;
@@ -50,7 +50,7 @@ int SuperBands::reverse(const Reversal& reversal) noexcept
     if (result == V_SUCCESS)
         result = reversal.agree(reversal.context);
     if (result == V_SUCCESS) {
-        const Busy busy(busy_);
+        const std::lock_guard guard(lock_);
         for (Slot& slot : slots_)
             forget(slot);
         for (size_t band = 0; band < count; ++band)
