@@ -25,6 +25,12 @@ forbid "the kernel reaches the system through platform/platform.h alone" '"platf
 forbid "the library knows nothing of its tests and tools" '"(tests|tools|bench|fuzz)/' kernel platform include
 forbid "the back ends know nothing of the kernel" '"kernel/' platform
 
+# A fork looks after these locks and no others; see system/LibraryLock.h.
+if grep -rnE 'std::(recursive_|timed_|shared_)*mutex|std::(once_flag|call_once)|atomic_flag' kernel |
+    grep -vE '^kernel/system/(LibraryLock|ObjectLock)\.'; then
+    fail "^ what the library locks is a LibraryLock or an ObjectLock"
+fi
+
 declare -A place=()
 count=0
 while read -r folder; do

@@ -86,7 +86,7 @@ bool make_exclusive(const char* path) noexcept
 Status temp_directory(wchar_t* directory, size_t length) noexcept
 {
     if (directory == nullptr || length == 0)
-        return Status::bad_name;
+        return Status::too_long;
     // A program with raised rights does not let its caller say where its files go.
     const char* set = secure_getenv("TMPDIR");
     if (set == nullptr || *set == 0)

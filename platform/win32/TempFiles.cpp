@@ -13,7 +13,7 @@ static_assert(kMaxTempName >= MAX_PATH, "GetTempFileNameW writes up to MAX_PATH 
 Status temp_directory(wchar_t* directory, size_t length) noexcept
 {
     if (directory == nullptr || length == 0)
-        return Status::bad_name;
+        return Status::too_long;
     wchar_t path[MAX_PATH + 1];
     const DWORD used = GetTempPathW(MAX_PATH + 1, path);
     if (used == 0)

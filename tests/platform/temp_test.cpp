@@ -30,10 +30,10 @@ TEST(Temp, DirectoryEndsWithASeparatorAndNeverOverruns)
     for (size_t length = 0; length <= directory.size() + 1; ++length) {
         std::wstring room(directory.size() + 5, L'#');
         const bool fits = length > directory.size();
-        EXPECT_EQ(fits ? Status::ok : Status::bad_name, platform::temp_directory(room.data(), length)) << length;
+        EXPECT_EQ(fits ? Status::ok : Status::too_long, platform::temp_directory(room.data(), length)) << length;
         EXPECT_EQ(std::wstring::npos, room.find_first_not_of(L'#', length)) << length;
     }
-    EXPECT_EQ(Status::bad_name, platform::temp_directory(nullptr, 100));
+    EXPECT_EQ(Status::too_long, platform::temp_directory(nullptr, 100));
 }
 
 TEST(Temp, NamesAreNewEmptyFiles)
