@@ -14,11 +14,10 @@ namespace vk {
 
 namespace {
 
-/// The change of an overlay's stored pixels that does to what it shows what happens to what the bitmap shows.
+/// The change of the stored pixels of an overlay with a perspective of its own that does to what it shows what happens
+/// to what the bitmap shows.
 Layout layout_for(int32_t own, int32_t from, Layout layout, int32_t to) noexcept
 {
-    if (own == from) // and from now on `to`
-        return layout;
     const Layout shown = then(then(inverse(shown_layout(from)), layout), shown_layout(to));
     return then(then(shown_layout(own), shown), inverse(shown_layout(own)));
 }
@@ -37,22 +36,33 @@ bool is_in_use(const BITMAPHANDLE& slot) noexcept
 
 } // namespace
 
+uint32_t sharing_overlays(const BITMAPHANDLE& bitmap) noexcept
+{
+    const auto* const table = static_cast<const OverlayTable*>(bitmap.Overlays);
+    uint32_t sharing = 0;
+    for (int i = 0; table && i < kOverlaySlots; ++i)
+        if (table->bitmaps[i].ViewPerspective == bitmap.ViewPerspective)
+            sharing |= 1u << i;
+    return sharing;
+}
+
 OverlayChange::~OverlayChange()
 {
     undo();
     free_overlays(copies_);
 }
 
-int OverlayChange::prepare(BITMAPHANDLE& bitmap, Layout layout, int32_t to) noexcept
+int OverlayChange::prepare(BITMAPHANDLE& bitmap, Layout layout, int32_t to, uint32_t sharing) noexcept
 {
     table_ = static_cast<OverlayTable*>(bitmap.Overlays);
-    from_ = bitmap.ViewPerspective;
+    sharing_ = sharing;
     to_ = to;
+    const int32_t from = bitmap.ViewPerspective;
     int result = V_SUCCESS;
     for (int i = 0; table_ && i < kOverlaySlots && result == V_SUCCESS; ++i) {
         if (!is_in_use(table_->bitmaps[i]))
             continue;
-        layouts_[i] = layout_for(table_->bitmaps[i].ViewPerspective, from_, layout, to);
+        layouts_[i] = shares(i) ? layout : layout_for(table_->bitmaps[i].ViewPerspective, from, layout, to);
         if (layouts_[i].transpose)
             result = copy(i);
     }
@@ -106,7 +116,7 @@ void OverlayChange::commit(BITMAPHANDLE& bitmap) noexcept
             std::memcpy(static_cast<void*>(&slot), &copies->bitmaps[i], kRecordSize);
             clear_record(copies->bitmaps[i], kRecordSize);
         }
-        if (is_in_use(slot) && slot.ViewPerspective == from_)
+        if (is_in_use(slot) && shares(i))
             slot.ViewPerspective = to_;
     }
 }
@@ -114,7 +124,7 @@ void OverlayChange::commit(BITMAPHANDLE& bitmap) noexcept
 int change_overlays(BITMAPHANDLE& bitmap, Layout layout, int32_t to) noexcept
 {
     OverlayChange change;
-    int result = change.prepare(bitmap, layout, to);
+    int result = change.prepare(bitmap, layout, to, sharing_overlays(bitmap));
     if (result == V_SUCCESS)
         result = change.reverse();
     if (result == V_SUCCESS)

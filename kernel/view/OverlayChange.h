@@ -13,6 +13,9 @@
 
 namespace vk {
 
+/// The overlays that share their bitmap's perspective, a bit for each slot.
+uint32_t sharing_overlays(const BITMAPHANDLE& bitmap) noexcept;
+
 class OverlayChange {
 public:
     OverlayChange() noexcept = default;
@@ -20,8 +23,9 @@ public:
     OverlayChange& operator=(const OverlayChange&) = delete;
     ~OverlayChange();
 
-    /// For a bitmap whose stored pixels get `layout` and which is then shown in perspective `to`.
-    int prepare(BITMAPHANDLE& bitmap, Layout layout, int32_t to) noexcept;
+    /// For a bitmap whose stored pixels get `layout` and which is then shown in perspective `to`; `sharing` says which
+    /// overlays go on sharing it.
+    int prepare(BITMAPHANDLE& bitmap, Layout layout, int32_t to, uint32_t sharing) noexcept;
 
     /// Reverses overlays in place: all or none.
     int reverse() noexcept;
@@ -33,9 +37,10 @@ public:
 
 private:
     int copy(int index) noexcept;
+    bool shares(int index) const noexcept { return (sharing_ >> index & 1u) != 0; }
 
     OverlayTable* table_ = nullptr;
-    int32_t from_ = 0;
+    uint32_t sharing_ = 0;
     int32_t to_ = 0;
     Layout layouts_[kOverlaySlots];
     int reversed_ = 0;        ///< slots up to which overlays are reversed

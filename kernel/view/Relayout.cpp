@@ -18,13 +18,13 @@ namespace {
 /// One step on a bitmap that is accessed.
 class Change {
 public:
-    Change(BITMAPHANDLE& bitmap, BitmapAccess& access, LayoutStep step) noexcept
-        : bitmap_(bitmap), access_(access), step_(step)
+    Change(BITMAPHANDLE& bitmap, BitmapAccess& access, LayoutStep step, uint32_t sharing) noexcept
+        : bitmap_(bitmap), access_(access), step_(step), sharing_(sharing)
     {}
 
     int run(Progress& progress) noexcept
     {
-        int result = overlays_.prepare(bitmap_, step_.layout, step_.perspective);
+        int result = overlays_.prepare(bitmap_, step_.layout, step_.perspective, sharing_);
         if (result == V_SUCCESS)
             result = step_.layout.transpose ? transpose(progress) : reverse(progress);
         if (result != V_SUCCESS)
@@ -82,6 +82,7 @@ private:
     BITMAPHANDLE& bitmap_;
     BitmapAccess& access_;
     const LayoutStep step_;
+    const uint32_t sharing_; ///< overlays that share the bitmap's perspective
     OverlayChange overlays_;
     int released_ = V_SUCCESS;
 };
@@ -96,9 +97,10 @@ int change_layout(BITMAPHANDLE& bitmap, std::initializer_list<LayoutStep> steps,
     BitmapAccess access(bitmap);
     if (access.result() != V_SUCCESS)
         return access.result();
+    const uint32_t sharing = sharing_overlays(bitmap);
     int released = V_SUCCESS;
     for (const LayoutStep& step : steps) {
-        Change change(bitmap, access, step);
+        Change change(bitmap, access, step, sharing);
         result = change.run(progress);
         if (result != V_SUCCESS)
             return result;

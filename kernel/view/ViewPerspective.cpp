@@ -118,6 +118,7 @@ int take_over(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change
             made.RgnInfo = nullptr;
             return result;
         }
+        source.RgnInfo = nullptr;
     }
     hand_over(made, source, dup_flags);
     return V_SUCCESS;

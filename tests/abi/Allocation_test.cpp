@@ -171,7 +171,7 @@ TEST(Allocation, NothingToAllocateOrNoRecord)
     }
     bitmap->StructSize = 100;
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_AllocateBitmap(bitmap.get(), TYPE_CONV));
-    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ChangeBitmapHeight(bitmap.get(), 3));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_ChangeBitmapHeight(bitmap.get(), 3)) << "asked before the size";
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_UpdateBitmapSize(bitmap.get()));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_SetBitmapDataPointer(bitmap.get(), nullptr, 0));
     bitmap->StructSize = BITMAPHANDLE_SIZE;

@@ -343,7 +343,13 @@ TEST(Rows, ArgumentChecks)
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_GetBitmapRow(bitmap.get(), buffer, 0, 5));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_GetPixelData(bitmap.get(), buffer, 0, 0, 5));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_PutBitmapRowSegments(bitmap.get(), buffer, 0, nullptr, 0));
+    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ChangeBitmapHeight(bitmap.get(), 3));
     bitmap->StructSize = BITMAPHANDLE_SIZE;
+    BITMAPHANDLE cleared{}; // no bitmap, before it has no size
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_GetPixelData(&cleared, buffer, 0, 0, 5));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_PutPixelData(&cleared, buffer, 0, 0, 5));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_ChangeBitmapHeight(&cleared, 3));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapHeight(nullptr, 3));
 }
 
 TEST(Rows, AnEarlierRecordOverTheLimitStatesNoMoreThanIt)

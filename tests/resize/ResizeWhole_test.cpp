@@ -493,6 +493,13 @@ TEST(Resize, ArgumentsInTheirOrder)
             bad->get()->StructSize = BITMAPHANDLE_SIZE;
         }
     }
+    BITMAPHANDLE cleared{};
+    for (BITMAPHANDLE* const sound : {bitmap.get(), none.get()}) { // null, then the sizes, then storage
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ResizeBitmap(&cleared, nullptr, 0));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ResizeBitmap(nullptr, &cleared, 0));
+        EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ResizeBitmap(sound, &cleared, 0));
+        EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ResizeBitmap(&cleared, sound, 0));
+    }
     EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_IntResizeBitmap(bitmap.get(), other.get(), 0));
     bitmap->BitsPerPixel = 10;
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ResizeBitmap(other.get(), bitmap.get(), 0));
