@@ -1,9 +1,12 @@
 // Choosing how pixels of one bitmap get into another, and doing it.
+#include "kernel/combine/ArithmeticRun.h"
 #include "kernel/combine/Aside.h"
 #include "kernel/combine/Combine.h"
 #include "kernel/combine/ConvertRun.h"
+#include "kernel/combine/KeyedRun.h"
 #include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
+#include "kernel/combine/RunRows.h"
 #include "kernel/resize/Access.h"
 
 #include <utility>
@@ -61,27 +64,58 @@ struct Job {
         const uint64_t bytes = area_bytes(area, to.BitsPerPixel) + area_bytes(source.area, from.BitsPerPixel);
         return bytes / 2 >= kStreamFrom && &from != &to && RowWriter(to).in_place();
     }
+    bool is_keyed() const noexcept { return flags & COMBINE_KEYED && from.Flags & BITMAPFLAG_TRANSPARENCY; }
+
     int walk_with(RunOperation& operation) const noexcept
     {
-        return walk(to, area, source, {}, operation, progress, OnFailure::put_back);
+        if (!is_keyed())
+            return walk(to, area, source, {}, operation, progress, OnFailure::put_back);
+        KeyedRun keyed(operation);
+        const int result = keyed.open(from);
+        return result == V_SUCCESS ? walk(to, area, source, {}, keyed, progress, OnFailure::put_back) : result;
     }
 };
 
-int combine_bits_of(const Job& job) noexcept
+/// Two meanings of black: 1-bit pixels that are converted by inverting them.
+bool only_inverts(RowConverter& converter) noexcept
 {
-    const Logic logic = logic_of(job.flags);
-    RowConverter converter;
-    if (!(job.flags & COMBINE_RAW)) {
-        const int result = converter.open(job.from, job.to, area_bytes(job.area, 8));
-        if (result != V_SUCCESS)
-            return result;
-        if (!converter.moves_bits()) {
-            ConvertRun convert(converter, logic, job.is_large());
-            return job.walk_with(convert);
-        }
-    }
+    if (converter.moves_bits() || converter.from().bits != 1 || converter.to().bits != 1)
+        return false;
+    const uint8_t both = 0x40; // a clear pixel and a set one
+    uint8_t converted = 0;
+    converter.run(&both, &converted, 2);
+    return converted == 0x80;
+}
+
+int combine_as_stored(const Job& job, const Logic& logic) noexcept
+{
+    if (!job.is_keyed() && have_run_rows(job.to, *job.source.bitmap))
+        return walk_run_rows(job.to, job.area, job.source, logic, job.progress);
     LogicRun combine(job.to.BitsPerPixel, logic, job.is_large());
     return job.walk_with(combine);
+}
+
+int combine_bits_of(const Job& job) noexcept
+{
+    if (job.flags & COMBINE_RAW)
+        return combine_as_stored(job, logic_of(job.flags));
+    RowConverter converter;
+    const int result = converter.open(job.from, job.to, area_bytes(job.area, 8));
+    if (result != V_SUCCESS)
+        return result;
+    if (converter.moves_bits())
+        return combine_as_stored(job, logic_of(job.flags));
+    if (only_inverts(converter))
+        return combine_as_stored(job, logic_of(job.flags ^ COMBINE_NOT_SRC));
+    ConvertRun convert(converter, logic_of(job.flags), job.is_large());
+    return job.walk_with(convert);
+}
+
+int combine_channels_of(const Job& job) noexcept
+{
+    ArithmeticRun operation(job.flags);
+    const int result = operation.open(job.to, job.from, area_bytes(job.area, 8));
+    return result == V_SUCCESS ? job.walk_with(operation) : result;
 }
 
 } // namespace
@@ -116,7 +150,9 @@ int combine_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, const Placement& placem
         if (done == V_SUCCESS)
             done = aside.open(to, from, overlap.area(placement.from, layout), layout, true);
         const Job job{to, from, area, aside.source(), flags, progress};
-        return done == V_SUCCESS ? combine_bits_of(job) : done;
+        if (done != V_SUCCESS)
+            return done;
+        return is_bit_operation(flags & COMBINE_OPERATIONS) ? combine_bits_of(job) : combine_channels_of(job);
     });
 }
 

@@ -36,6 +36,24 @@ PixelForm form_of(const BITMAPHANDLE& bitmap) noexcept
     return form;
 }
 
+PixelForm color_form() noexcept
+{
+    PixelForm form;
+    form.bits = 32;
+    form.order = COLORORDER_BGR;
+    return form;
+}
+
+PixelForm gray_form() noexcept
+{
+    PixelForm form;
+    form.bits = 8;
+    form.order = COLORORDER_GRAY;
+    form.colors = kMaxPaletteEntries;
+    std::copy_n(gray_levels(), kMaxPaletteEntries, form.palette);
+    return form;
+}
+
 bool same_form(const PixelForm& a, const PixelForm& b) noexcept
 {
     if (a.bits != b.bits)

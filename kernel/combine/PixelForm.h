@@ -27,6 +27,10 @@ struct PixelForm {
 
 PixelForm form_of(const BITMAPHANDLE& bitmap) noexcept;
 
+/// Colours of 8-bit channels with alpha, blue first; and 8-bit gray levels.
+PixelForm color_form() noexcept;
+PixelForm gray_form() noexcept;
+
 /// True when equal pixels of the two mean the same.
 bool same_form(const PixelForm& a, const PixelForm& b) noexcept;
 

@@ -73,14 +73,8 @@ int RowConverter::open_table(const BITMAPHANDLE& from) noexcept
     return table_.open(table_source_, table_target_);
 }
 
-bool RowConverter::plan_last(ConvertJob job) noexcept
-{
-    give_target(job, to_);
-    job.lookup = lookup_;
-    return pixel::make_plan(job, &last_);
-}
-
-int RowConverter::open_last(const BITMAPHANDLE& from, uint64_t pixels) noexcept
+/// What comes in, behind a look-up table.
+ConvertJob RowConverter::first_job() const noexcept
 {
     ConvertJob job;
     if (has_table_) {
@@ -89,6 +83,29 @@ int RowConverter::open_last(const BITMAPHANDLE& from, uint64_t pixels) noexcept
     } else {
         give_source(job, from_);
     }
+    return job;
+}
+
+int RowConverter::open_last(ConvertJob job, uint64_t pixels) noexcept
+{
+    const bool matches = to_.indexed() && !to_.gray_levels();
+    const bool asks_little = job.src_bits <= 8 || pixels < kFewPixels;
+    if (matches && !(asks_little && to_.colors == 1u << to_.bits)) {
+        lookup_ = pixel::create_exact_lookup(to_.palette, to_.colors, asks_little ? 256 : pixels);
+        if (!lookup_)
+            return V_ERROR_NO_MEMORY;
+    }
+    give_target(job, to_);
+    job.lookup = lookup_;
+    return pixel::make_plan(job, &last_) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
+}
+
+int RowConverter::open_steps(const BITMAPHANDLE& from, uint64_t pixels, bool is_keyed) noexcept
+{
+    int result = uses_table(from) ? open_table(from) : V_SUCCESS;
+    if (result != V_SUCCESS)
+        return result;
+    ConvertJob job = first_job();
     has_samples_ = job.flags & CVT_SRC_USE_BITS && to_.deep_gray() && !to_.full_range();
     if (has_samples_) {
         job.dst_bits = 32;
@@ -99,18 +116,11 @@ int RowConverter::open_last(const BITMAPHANDLE& from, uint64_t pixels) noexcept
         job.src_bits = 32;
         job.src_order = COLORORDER_GRAY;
     }
-    if (from.Flags & BITMAPFLAG_TRANSPARENCY && to_.has_alpha() && !from_.has_alpha()) {
+    if (is_keyed) {
         job.flags |= CVT_TRANSPARENT_COLOR;
         job.transparent = from.Transparency;
     }
-    const bool matches = to_.indexed() && !to_.gray_levels();
-    const bool asks_little = job.src_bits <= 8 || pixels < kFewPixels;
-    if (matches && !(asks_little && to_.colors == 1u << to_.bits)) {
-        lookup_ = pixel::create_exact_lookup(to_.palette, to_.colors, asks_little ? 256 : pixels);
-        if (!lookup_)
-            return V_ERROR_NO_MEMORY;
-    }
-    return plan_last(job) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
+    return open_last(job, pixels);
 }
 
 int RowConverter::open(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint64_t pixels) noexcept
@@ -127,8 +137,14 @@ int RowConverter::open(const BITMAPHANDLE& from, const PixelForm& to, uint64_t p
         return V_SUCCESS;
     if (to_.indexed() && to_.colors == 0)
         return V_ERROR_INVALID_PARAMETER;
-    const int result = uses_table(from) ? open_table(from) : V_SUCCESS;
-    return result == V_SUCCESS ? open_last(from, pixels) : result;
+    return open_steps(from, pixels, from.Flags & BITMAPFLAG_TRANSPARENCY && to_.has_alpha() && !from_.has_alpha());
+}
+
+int RowConverter::open_key(const BITMAPHANDLE& from) noexcept
+{
+    from_ = form_of(from);
+    to_ = color_form();
+    return open_steps(from, 0, true);
 }
 
 void RowConverter::run_chunk(const uint8_t* from, uint8_t* to, size_t count) noexcept

@@ -31,6 +31,9 @@ public:
     /// The same for a form that no bitmap has.
     int open(const BITMAPHANDLE& from, const PixelForm& to, uint64_t pixels) noexcept;
 
+    /// To color_form, with alpha 0 for the bitmap's transparent colour and full alpha for every other.
+    int open_key(const BITMAPHANDLE& from) noexcept;
+
     /// Nothing changes.
     bool moves_bits() const noexcept { return moves_bits_; }
     const PixelForm& from() const noexcept { return from_; }
@@ -41,10 +44,10 @@ public:
     void run(const uint8_t* from, uint8_t* to, size_t count, bool is_large = false) noexcept;
 
 private:
-    /// A step of the way: plan it, from one form to the next.
+    int open_steps(const BITMAPHANDLE& from, uint64_t pixels, bool is_keyed) noexcept;
     int open_table(const BITMAPHANDLE& from) noexcept;
-    int open_last(const BITMAPHANDLE& from, uint64_t pixels) noexcept;
-    bool plan_last(ConvertJob job) noexcept;
+    int open_last(ConvertJob job, uint64_t pixels) noexcept;
+    ConvertJob first_job() const noexcept;
     void run_chunk(const uint8_t* from, uint8_t* to, size_t count) noexcept;
 
     PixelForm from_;

@@ -1,0 +1,35 @@
+// Runs of pixels whose channels are combined by arithmetic.
+#pragma once
+
+#include "kernel/combine/ChannelOperation.h"
+#include "kernel/combine/ConvertRun.h"
+#include "kernel/combine/PaletteColors.h"
+
+namespace vk::combine {
+
+class ArithmeticRun final : public RunOperation {
+public:
+    explicit ArithmeticRun(uint32_t flags) noexcept : how_(flags), source_(converter_) {}
+
+    /// Prepares for so many pixels. SUCCESS or a code.
+    int open(const BITMAPHANDLE& to, const BITMAPHANDLE& from, uint64_t pixels) noexcept;
+
+    void run(Line to, Line from, Line mask, int32_t count) noexcept override;
+
+private:
+    void run_palette(Line to, const uint8_t* from, int32_t count) noexcept;
+    void run_channels(Line to, const uint8_t* from, int32_t count) noexcept;
+    void run_gray(Line to, const uint8_t* from, int32_t count) noexcept;
+    void run_fields(Line to, const uint8_t* from, int32_t count) noexcept;
+    uint32_t combine_sample(uint32_t from, uint32_t to) const noexcept;
+
+    const Arithmetic how_;
+    PixelForm form_; ///< the destination's
+    bool is_signed_ = false;
+    bool by_palette_ = false;
+    RowConverter converter_;
+    ConvertedPixels source_;
+    PaletteColors colors_;
+};
+
+} // namespace vk::combine
