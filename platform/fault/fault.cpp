@@ -431,7 +431,9 @@ Status file_close(int64_t file) noexcept
 
 Status file_delete(const wchar_t* name) noexcept
 {
-    return must_fail(Call::file_delete) ? failure_of(Call::file_delete) : backend::file_delete(name);
+    const bool fail = must_fail(Call::file_delete);
+    const Status status = backend::file_delete(name);
+    return fail ? failure_of(Call::file_delete) : status;
 }
 
 void set_last_error(Status status) noexcept

@@ -243,8 +243,10 @@ TEST(RedirectTables, FiltersChainAndComeOutAgain)
 
 TEST(RedirectFiles, AnOpenFileKeepsItsOperationsUnlessTheyAreUpdated)
 {
+    constexpr int64_t kFirst = 0x7FFFFF00; // the library's own operations know no file of such a number
     const RestoreRedirection restore;
     MemoryFiles fs;
+    fs.next_handle = kFirst;
     fs.redirect();
     for (const auto open : {V_RedirectedOpenA, V_RedirectedOpenUTF8}) {
         const V_REDIRECTHANDLE utf8 = open("gr\xC3\xBC\xC3\x9F", kCreate, 0x180);
@@ -254,7 +256,7 @@ TEST(RedirectFiles, AnOpenFileKeepsItsOperationsUnlessTheyAreUpdated)
     }
     EXPECT_EQ(kNoHandle, V_RedirectedOpen(L"missing", 0, 0x100));
     const V_REDIRECTHANDLE file = V_RedirectedTempFileOpen(L"a", kCreate, 0x180);
-    EXPECT_EQ(2, V_ExtractRedirectedFileHandle(file));
+    EXPECT_EQ(kFirst + 2, V_ExtractRedirectedFileHandle(file));
     V_RedirectIO(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
     EXPECT_EQ(0, V_UsesRedirectIO(nullptr, nullptr));
     EXPECT_EQ(1, V_UsesRedirectIO(nullptr, file));

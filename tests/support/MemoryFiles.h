@@ -53,6 +53,7 @@ public:
 
     std::map<std::wstring, std::shared_ptr<Bytes>> files;
     size_t open_files() const { return open_.size(); }
+    int64_t next_handle = 0;           ///< of the next file that is opened; any but -1 is good
     uint64_t calls = 0;
     bool fired = false;
     bool keeps_temporary = false;      ///< does not know what V_OPENFLAG_TEMPORARY means
@@ -106,8 +107,8 @@ private:
         }
         if ((flags & V_OPENFLAG_TRUNCATE) != 0)
             found->second->clear();
-        fs.open_[fs.next_] = {name, found->second, 0, (flags & V_OPENFLAG_TEMPORARY) != 0 && !fs.keeps_temporary};
-        return fs.next_++;
+        fs.open_[fs.next_handle] = {name, found->second, 0, (flags & V_OPENFLAG_TEMPORARY) != 0 && !fs.keeps_temporary};
+        return fs.next_handle++;
     }
 
     static int64_t read(int64_t handle, void* buffer, size_t count, void* user_data)
@@ -171,7 +172,6 @@ private:
     }
 
     std::map<int64_t, Open> open_;
-    int64_t next_ = 0; // any handle but -1 is good
     Wrong wrong_ = Wrong::fails;
     uint64_t at_ = 0;
     bool persistent_ = false;
