@@ -71,8 +71,10 @@ TEST_F(Trace, RowFunctionsReportAnUnlockedBitmapAndGoOn)
         {"V_PutBitmapRowCol", [](BITMAPHANDLE* b, uint8_t* p) { EXPECT_EQ(5, V_PutBitmapRowCol(b, p, 0, 0, 5)); }},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ((Reports{std::string(c.name) + "|pBitmap->nLockCount = 0\r\n"}), after(c.call, 0, BITMAPHANDLE_SIZE, c.bits));
-        EXPECT_EQ((Reports{std::string(c.name) + "|pBitmap->nLockCount = -3\r\n"}), after(c.call, -3, BITMAPHANDLE_SIZE, c.bits));
+        EXPECT_EQ((Reports{std::string(c.name) + "|pBitmap->nLockCount = 0\r\n"}),
+                  after(c.call, 0, BITMAPHANDLE_SIZE, c.bits));
+        EXPECT_EQ((Reports{std::string(c.name) + "|pBitmap->nLockCount = -3\r\n"}),
+                  after(c.call, -3, BITMAPHANDLE_SIZE, c.bits));
         EXPECT_EQ(Reports{}, after(c.call, 1, BITMAPHANDLE_SIZE, c.bits));
         EXPECT_EQ(Reports{}, after(c.call, 0, BITMAPHANDLE_SIZE_EARLIER, c.bits)) << "it has no count";
     }
