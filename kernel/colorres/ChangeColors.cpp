@@ -128,6 +128,10 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
         const Shape shape{source.Width, source.Height, target.bits, target.order, 0};
         result = staged.make(shape, struct_size, dup_flags);
     }
+    if (result == V_SUCCESS && target.high >= 0) {
+        staged.record().LowBit = target.low;
+        staged.record().HighBit = target.high;
+    }
     if (result == V_SUCCESS && target.indexed())
         result = give_palette(staged.record(), target.entries, target.count);
     if (result != V_SUCCESS)

@@ -18,6 +18,8 @@ struct ColorResRequest {
     const RGBQUAD* palette = nullptr;
     HPALETTE handle = nullptr;
     uint32_t colors = 0;
+    int32_t low = 0;   ///< the significant bits of deep gray
+    int32_t high = -1; ///< negative: all, or what a bitmap of that form has
 };
 
 /// A request that is settled: the new form, and how pixels get there.
@@ -29,12 +31,17 @@ struct ColorTarget {
     bool gray_ramp = false; ///< colours become gray before they meet the palette
     bool dithered = false;  ///< else each pixel gets the nearest entry
     bool passed = false;    ///< the palette is one the caller passed
+    int32_t low = 0;        ///< the significant bits of deep gray
+    int32_t high = -1;      ///< negative: not asked for
     RGBQUAD entries[kMaxPaletteEntries] = {};
 
     bool indexed() const noexcept { return is_indexed(bits); }
     /// Gray levels that are their own indices.
     bool gray_levels() const noexcept { return gray_ramp && bits == 8; }
 };
+
+/// What gives a bitmap the form of one that is deep gray.
+ColorResRequest gray_like(const BITMAPHANDLE& bitmap) noexcept;
 
 /// Settles a request for a source that check_rows accepts. Whether dithering pays is for drop_useless_dithering.
 int settle_target(const BITMAPHANDLE& source, const ColorResRequest& request, ColorTarget& target) noexcept;

@@ -36,7 +36,8 @@ int ColorRows::open(const BITMAPHANDLE& source, const ColorTarget& target) noexc
     width_ = source.Width;
     height_ = source.Height;
     start_from(source);
-    last_ = {target.bits, target.gray_levels() ? COLORORDER_GRAY : target.order, target.entries};
+    last_ = {target.bits, target.gray_levels() ? COLORORDER_GRAY : target.order, target.entries, target.low,
+             target.high};
     int result = open_table(source);
     if (result == V_SUCCESS)
         result = open_middle();
@@ -166,6 +167,8 @@ ConvertJob ColorRows::job(const Form& from, const Form& to) const noexcept
         job.low_bit = from.low;
         job.high_bit = from.high;
     }
+    job.to_low_bit = to.low;
+    job.to_high_bit = to.high;
     if (has_transparency_ && has_alpha(to.bits, to.order)) {
         job.flags |= CVT_TRANSPARENT_COLOR;
         job.transparent = transparent_;

@@ -117,8 +117,11 @@ int settle_target(const BITMAPHANDLE& source, const ColorResRequest& request, Co
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     int32_t order = COLORORDER_RGB;
     int result = settle_order(target.bits, settled.flags & COLORRES_ORDER_MASK, order);
-    if (!target.indexed())
+    if (!target.indexed()) {
         target.order = order;
+        target.low = settled.low;
+        target.high = settled.high;
+    }
     if (!target.indexed() || result != V_SUCCESS)
         return result;
     const bool is_nearest = settled.flags & COLORRES_NODITHER || source.DitheringMethod == DITHER_NONE;
@@ -127,12 +130,26 @@ int settle_target(const BITMAPHANDLE& source, const ColorResRequest& request, Co
     return result;
 }
 
+ColorResRequest gray_like(const BITMAPHANDLE& bitmap) noexcept
+{
+    const GrayRange range = gray_range_of(bitmap);
+    ColorResRequest request;
+    request.bits = bitmap.BitsPerPixel;
+    request.flags = COLORRES_ORDER_GRAY;
+    request.low = range.low_bit();
+    request.high = range.high_bit();
+    return request;
+}
+
 bool has_form(const BITMAPHANDLE& bitmap, const ColorTarget& target) noexcept
 {
     if (bitmap.BitsPerPixel != target.bits)
         return false;
-    if (!target.indexed())
-        return bitmap.Order == target.order;
+    if (!target.indexed()) {
+        const bool is_any_range = target.high < 0 || !is_deep_gray(bitmap);
+        return bitmap.Order == target.order &&
+               (is_any_range || gray_range_of(bitmap) == gray_range_within(target.bits, target.low, target.high));
+    }
     if (target.optimized || bitmap.Order == COLORORDER_GRAY || !bitmap.Palette || bitmap.Colors != target.count)
         return false;
     const RGBQUAD* const own = bitmap.Palette;

@@ -21,6 +21,12 @@ inline GrayRange gray_range_of(const BITMAPHANDLE& bitmap) noexcept
     return gray_range_within(bitmap.BitsPerPixel, bitmap.LowBit, bitmap.HighBit);
 }
 
+/// True when two bitmaps of one depth are deep gray with the same significant bits, or neither is.
+inline bool has_same_gray(const BITMAPHANDLE& a, const BITMAPHANDLE& b) noexcept
+{
+    return is_deep_gray(a) == is_deep_gray(b) && (!is_deep_gray(a) || gray_range_of(a) == gray_range_of(b));
+}
+
 /// As V_IntIsGrayScaleBitmap answers.
 enum class GrayKind : int { none, ramp, inverted, deep };
 GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept;

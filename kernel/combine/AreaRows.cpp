@@ -65,15 +65,13 @@ int AreaRows::reserve(int32_t count) noexcept
 {
     if (in_place())
         return V_SUCCESS;
-    const bool is_there = buffer_.allocate(uint64_t{held_.stride} * static_cast<uint32_t>(count));
+    const int result = buffer_.allocate_for(bitmap_, uint64_t{held_.stride} * static_cast<uint32_t>(count));
     held_.data = buffer_.data();
-    return is_there ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    return result;
 }
 
 template <class Move> int AreaRows::each_row(int32_t row, int32_t count, Move move) noexcept
 {
-    if (bytes_ == 0)
-        return code_of(move(held_.data, row, held_.stride * static_cast<uint32_t>(count)));
     int result = V_SUCCESS;
     for (int32_t i = 0; i < count && result == V_SUCCESS; ++i)
         result = code_of(move(held_.row(i), row + i, bytes_));
@@ -88,6 +86,8 @@ int AreaRows::load(int32_t row, int32_t count, Rows& rows) noexcept
         rows = {memory_ + line * static_cast<uint32_t>(row), line, 0};
         return V_SUCCESS;
     }
+    if (bytes_ == 0)
+        return get_rows(bitmap_, held_.data, row, count);
     return each_row(row, count, [this](uint8_t* data, int32_t index, size_t bytes) noexcept {
         return get_row_col(bitmap_, data, index, held_.left, bytes);
     });
@@ -97,6 +97,8 @@ int AreaRows::store(int32_t row, int32_t count) noexcept
 {
     if (in_place())
         return V_SUCCESS;
+    if (bytes_ == 0)
+        return put_rows(bitmap_, held_.data, row, count);
     return each_row(row, count, [this](const uint8_t* data, int32_t index, size_t bytes) noexcept {
         return put_row_col(bitmap_, data, index, held_.left, bytes);
     });

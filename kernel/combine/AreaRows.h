@@ -33,7 +33,7 @@ public:
 
     bool in_place() const noexcept { return memory_ != nullptr; }
 
-    /// Makes room for so many rows. SUCCESS or ERROR_NO_MEMORY.
+    /// Makes room for so many rows. SUCCESS or what RowBuffer::allocate_for says.
     int reserve(int32_t count) noexcept;
     /// Brings `count` rows from stored row `row` on as they are now; good until the next call. Those that are only read
     /// may not be written.
@@ -42,6 +42,7 @@ public:
     int store(int32_t row, int32_t count) noexcept;
 
 private:
+    /// Moves the bytes concerned of each row.
     template <class Move> int each_row(int32_t row, int32_t count, Move move) noexcept;
 
     BITMAPHANDLE& bitmap_;

@@ -69,16 +69,21 @@ int trim_bitmap(BITMAPHANDLE& bitmap, const Area& area) noexcept
         return V_SUCCESS;
     Staged staged(bitmap);
     OverlayCopies overlays;
-    int result = staged.make(shape_of_area(bitmap, area), DUPFLAG_PALETTE | DUPFLAG_ANIMATION);
+    BitmapAccess access(bitmap);
+    int result = access.result();
+    if (result == V_SUCCESS)
+        result = staged.make(shape_of_area(bitmap, area), DUPFLAG_PALETTE | DUPFLAG_ANIMATION);
     if (result == V_SUCCESS)
         result = fill(staged.record(), bitmap, area);
     if (result == V_SUCCESS)
         result = cut_overlays(bitmap, area, overlays);
-    if (result == V_SUCCESS)
-        result = staged.replace();
+    if (result != V_SUCCESS)
+        return result;
+    const int released = access.release();
+    result = staged.replace();
     if (result == V_SUCCESS)
         overlays.give_to(bitmap);
-    return result;
+    return first_failure(result, released);
 }
 
 } // namespace vk::combine

@@ -137,7 +137,10 @@ int extend_bitmap(BITMAPHANDLE& bitmap, const Margins& margins) noexcept
     Staged staged(bitmap);
     OverlayCopies overlays;
     const Shape shape{static_cast<int32_t>(width), static_cast<int32_t>(height), bitmap.BitsPerPixel, bitmap.Order, 0};
-    int result = staged.make(shape, DUPFLAG_PALETTE | DUPFLAG_ANIMATION);
+    BitmapAccess access(bitmap);
+    int result = access.result();
+    if (result == V_SUCCESS)
+        result = staged.make(shape, DUPFLAG_PALETTE | DUPFLAG_ANIMATION);
     if (result == V_SUCCESS)
         result = fill(staged.record(), bitmap, margins);
     if (result == V_SUCCESS)
@@ -145,11 +148,13 @@ int extend_bitmap(BITMAPHANDLE& bitmap, const Margins& margins) noexcept
             const int copied = copy_bitmap(to, from, kRecordSize);
             return copied == V_SUCCESS ? extend_bitmap(to, clear_margins(margins)) : copied;
         });
-    if (result == V_SUCCESS)
-        result = staged.replace();
+    if (result != V_SUCCESS)
+        return result;
+    const int released = access.release();
+    result = staged.replace();
     if (result == V_SUCCESS)
         overlays.give_to(bitmap);
-    return result;
+    return first_failure(result, released);
 }
 
 } // namespace vk::combine

@@ -54,8 +54,14 @@ bool choose_formats(const ConvertJob& job, uint32_t flags, Plan* plan) noexcept
     if (plan->src->work == Work::gray8 && (flags & CVT_SRC_USE_BITS) != 0) {
         plan->src = &gray8_samples();
     }
-    return significant_range(job, *plan->src, flags & CVT_SRC_USE_BITS, &plan->src_range) &&
-           significant_range(job, *plan->dst, flags & CVT_DST_USE_BITS, &plan->dst_range);
+    if (!significant_range(job, *plan->src, flags & CVT_SRC_USE_BITS, &plan->src_range) ||
+        !significant_range(job, *plan->dst, flags & CVT_DST_USE_BITS, &plan->dst_range)) {
+        return false;
+    }
+    if (job.to_high_bit >= 0 && plan->dst->deep_gray()) {
+        plan->dst_range = gray_range_as_stated(plan->dst->stored_bits(), job.to_low_bit, job.to_high_bit);
+    }
+    return plan->dst_range.bits != 0;
 }
 
 void choose_palettes(const ConvertJob& job, Plan* plan) noexcept

@@ -159,6 +159,25 @@ void pack_colors(const Form& form, const uint8_t* lanes, uint8_t* row, size_t wi
 
 } // namespace
 
+namespace {
+
+/// Gray levels of 8 bits, which stand for themselves.
+bool is_levels(const Form& form) noexcept
+{
+    return form.bits == 8 && form.lanes == Lanes::stored;
+}
+
+/// The form of gray levels as the indices of a ramp, beside an indexed one.
+void make_ramp(const Form& indexed, Form& levels) noexcept
+{
+    levels.format = indexed.format;
+    std::copy_n(gray_levels(), kMaxPaletteEntries, levels.entries);
+    levels.colors = kMaxPaletteEntries;
+    set_lanes(levels, Lanes::index, 1, 1, 255);
+}
+
+} // namespace
+
 bool make_form(const BITMAPHANDLE& bitmap, bool as_levels, Form& form) noexcept
 {
     form = Form{};
@@ -186,7 +205,15 @@ bool make_forms(const BITMAPHANDLE& from, const BITMAPHANDLE& to, Form& source, 
         set_lanes(target, Lanes::stored, 1, 1, 255);
         return true;
     }
-    if (source.bits != target.bits || source.format != target.format)
+    if (source.bits != target.bits)
+        return false;
+    if (is_levels(target) && source.lanes != Lanes::stored) {
+        set_lanes(source, Lanes::gray, 1, 1, 255);
+        return true;
+    }
+    if (is_levels(source) && target.lanes != Lanes::stored) // whose indices are those of a gray ramp
+        make_ramp(target, source);
+    if (source.format != target.format)
         return false;
     const bool is_line = source.lanes == Lanes::index && target.lanes == Lanes::index;
     if (is_indexed(source.bits) && source.lanes != Lanes::stored && (!is_line || !same_entries(source, target))) {

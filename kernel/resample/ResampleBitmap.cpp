@@ -5,6 +5,7 @@
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/GrayScale.h"
+#include "kernel/colorres/SameRange.h"
 #include "kernel/system/Progress.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowAccess.h"
@@ -107,6 +108,13 @@ int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShar
     return result == V_SUCCESS ? refresh_gray_limits(to) : result;
 }
 
+int fill_from(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, ProgressShare share) noexcept
+{
+    SameRange source(from);
+    const int result = source.make(to, share);
+    return result == V_SUCCESS ? fill(source.record(), to, kernel, share) : result;
+}
+
 /// The palette that the source's indices mean is there already, or is the source's when they stay what they are.
 constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_ANIMATION;
 
@@ -126,7 +134,7 @@ int resample_into(BITMAPHANDLE& from, BITMAPHANDLE& to, Filter filter, const Pro
     BitmapAccess to_access(to);
     result = to_access.result();
     if (result == V_SUCCESS)
-        result = fill(from, to, kernel_of(filter), share);
+        result = fill_from(from, to, kernel_of(filter), share);
     const int released = release_both(to_access, from_access);
     return first_failure(result, released);
 }

@@ -6,6 +6,7 @@
 #include "kernel/system/Checks.h"
 #include "kernel/resize/FavorBlack.h"
 #include "kernel/colorres/GrayScale.h"
+#include "kernel/colorres/SameRange.h"
 #include "kernel/system/Progress.h"
 #include "kernel/resample/Resample.h"
 #include "kernel/format/RowMath.h"
@@ -157,8 +158,11 @@ int resize_nearest(BITMAPHANDLE& from, BITMAPHANDLE& to, const ProgressShare& sh
 {
     if (&from == &to)
         return V_SUCCESS;
-    const auto fill = [&](BITMAPHANDLE& source, BITMAPHANDLE& target) noexcept {
-        return fill_nearest(source, target, share);
+    const auto fill = [share](BITMAPHANDLE& given, BITMAPHANDLE& target) noexcept {
+        ProgressShare left = share;
+        SameRange source(given);
+        const int result = source.make(target, left);
+        return result == V_SUCCESS ? fill_nearest(source.record(), target, left) : result;
     };
     return with_access(from, to, fill);
 }

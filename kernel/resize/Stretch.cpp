@@ -5,6 +5,7 @@
 #include "Vkresize.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRes.h"
+#include "kernel/colorres/GrayScale.h"
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Overlay.h"
 #include "kernel/palette/Palette.h"
@@ -32,7 +33,9 @@ ColorResRequest request_like(const BITMAPHANDLE& to) noexcept
 {
     ColorResRequest request;
     request.bits = to.BitsPerPixel;
-    if (!is_indexed(request.bits)) {
+    if (is_deep_gray(to)) {
+        return gray_like(to);
+    } else if (!is_indexed(request.bits)) {
         request.flags = is_gray_only(request.bits) ? COLORRES_ORDER_GRAY : COLORRES_ORDER(to.Order);
     } else if (request.bits == kMostIndexBits && to.Order == COLORORDER_GRAY) {
         request.flags = COLORRES_PALETTE_GRAY;
@@ -123,11 +126,27 @@ int carry_parts(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
     return result;
 }
 
-/// Filters mix samples, which must mean the same in both bitmaps; other ways take pixels as they are.
-bool must_reorder(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint32_t flags) noexcept
+constexpr uint32_t kFilters = SIZEFLAG_RESAMPLE | SIZEFLAG_BICUBIC | SIZEFLAG_ALTRESAMPLE;
+
+/// Gray pixels stand for levels of the destination's range. Filters mix samples, which must mean the same in both
+/// bitmaps; other ways take colours as they are.
+bool must_convert(const BITMAPHANDLE& from, const BITMAPHANDLE& to, uint32_t flags) noexcept
 {
-    constexpr uint32_t kFilters = SIZEFLAG_RESAMPLE | SIZEFLAG_BICUBIC | SIZEFLAG_ALTRESAMPLE;
+    if (is_deep_gray(to))
+        return !has_same_gray(from, to);
+    if (to.BitsPerPixel == kMostIndexBits && to.Order == COLORORDER_GRAY)
+        return gray_kind(from) != GrayKind::ramp;
     return flags & kFilters && !is_indexed(to.BitsPerPixel) && from.Order != to.Order;
+}
+
+/// The smallest and largest sample of pixels that were taken as they are: the source's, where it knows them.
+int follow_gray_limits(const BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+{
+    if (!is_deep_gray(to) || (from.MinVal == 0 && from.MaxVal == 0))
+        return refresh_gray_limits(to);
+    to.MinVal = from.MinVal;
+    to.MaxVal = from.MaxVal;
+    return V_SUCCESS;
 }
 
 } // namespace
@@ -138,7 +157,7 @@ int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
     const bool is_other_depth = from.BitsPerPixel != to.BitsPerPixel;
     if (is_other_depth && flags & SIZEFLAG_SCALETOGRAY && to.BitsPerPixel > 1)
         flags = SIZEFLAG_RESAMPLE;
-    const bool converts = is_other_depth || must_reorder(from, to, flags);
+    const bool converts = is_other_depth || must_convert(from, to, flags);
     const int passes = 1 + turns + converts;
     const ProgressShare whole;
     Adapted source(from);
@@ -148,6 +167,8 @@ int stretch(BITMAPHANDLE& from, BITMAPHANDLE& to, uint32_t flags) noexcept
             result = source.convert(request_like(target), whole.pass(turns, passes));
         if (result == V_SUCCESS)
             result = resize_into(source.record(), target, flags, whole.pass(passes - 1, passes));
+        if (result == V_SUCCESS && !(flags & kFilters))
+            result = follow_gray_limits(source.record(), target);
         return result == V_SUCCESS ? carry_parts(given, target) : result;
     };
     return with_access(from, to, fill); // around all looks at them

@@ -2,12 +2,14 @@
 // releases that fail, rows that belong to callbacks, locks of earlier records, region hooks.
 #include "Vkbitmap.h"
 #include "Vkcolorres.h"
+#include "Vkcombine.h"
 #include "Vkdib.h"
 #include "Vklist.h"
 #include "Vkresample.h"
 #include "Vkresize.h"
 #include "Vkrotate.h"
 #include "Vkview.h"
+#include "kernel/bitmap/Overlay.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/support/TestRandom.h"
 
@@ -214,6 +216,24 @@ const Operation kOperations[] = {
     {"gray copy", 24, Does::copies,
      [](B b, Bytes& made) {
          return made_by(b, made, [](B to, B from) { return V_CreateGrayScaleBitmap(to, from, BITMAPHANDLE_SIZE, 8); });
+     }},
+    {"trimming", 24, Does::replaces, [](B b, Bytes&) { return V_TrimBitmap(b, 3, 5, 40, 110); }},
+    {"extending", 24, Does::replaces, [](B b, Bytes&) { return V_ExtendBitmap(b, 1, 2, 3, 4, EXTEND_MIRROR, 0); }},
+    {"copy of a part", 24, Does::copies,
+     [](B b, Bytes& made) {
+         return made_by(b, made,
+                        [](B to, B from) { return V_CopyBitmapRect(to, from, BITMAPHANDLE_SIZE, 2, 3, 40, 111); });
+     }},
+    {"combining", 24, Does::fills,
+     [](B b, Bytes& made) {
+         return filled_by(b, made, 32, COLORORDER_RGB, 3,
+                          [](B to, B from) { return V_CombineBitmap(to, 1, 2, 60, 120, from, 0, 0, COMBINE_COPY); });
+     }},
+    {"combining into it", 24, Does::keeps,
+     [](B b, Bytes&) {
+         TestBitmap other;
+         EXPECT_EQ(SUCCESS, other.create(TYPE_CONV, 40, 120, 24, COLORORDER_BGR));
+         return V_CombineBitmap(b, 1, 2, 40, 120, other.get(), 0, 0, COMBINE_COPY);
      }},
     {"DIB", 24, Does::copies, to_dib},
     {"DIB of another perspective", 24, Does::copies, to_dib_upright},
