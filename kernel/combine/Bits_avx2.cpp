@@ -50,14 +50,14 @@ size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t
         return done;
     }
     const bool high_first = order == BitOrder::high_first;
-    const __m128i near = _mm_cvtsi32_si128(static_cast<int>(shift));
-    const __m128i far = _mm_cvtsi32_si128(static_cast<int>(8 - shift));
+    const __m128i low_shift = _mm_cvtsi32_si128(static_cast<int>(shift));
+    const __m128i high_shift = _mm_cvtsi32_si128(static_cast<int>(8 - shift));
     const __m256i near_bits = every_byte(high_first ? 0xFFu << shift : 0xFFu >> shift);
     for (; done + kVector <= bytes; done += kVector) {
         const __m256i first = load(from + done);
         const __m256i second = load(from + done + 1);
-        const __m256i a = high_first ? _mm256_sll_epi16(first, near) : _mm256_srl_epi16(first, near);
-        const __m256i b = high_first ? _mm256_srl_epi16(second, far) : _mm256_sll_epi16(second, far);
+        const __m256i a = high_first ? _mm256_sll_epi16(first, low_shift) : _mm256_srl_epi16(first, low_shift);
+        const __m256i b = high_first ? _mm256_srl_epi16(second, high_shift) : _mm256_sll_epi16(second, high_shift);
         wide.apply(to + done, _mm256_or_si256(_mm256_and_si256(near_bits, a), _mm256_andnot_si256(near_bits, b)));
     }
     return done;

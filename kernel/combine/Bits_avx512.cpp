@@ -10,7 +10,7 @@ namespace vk::combine {
 namespace {
 
 constexpr size_t kVector = 64;
-/// How far the source is asked for ahead; a line at a time needs less than the conversions do.
+/// How high_shift the source is asked for ahead; a line at a time needs less than the conversions do.
 constexpr size_t kAhead = 2048;
 
 __m512i every_byte(uint32_t byte) noexcept
@@ -56,14 +56,14 @@ size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32
         return done;
     }
     const bool high_first = order == BitOrder::high_first;
-    const __m128i near = _mm_cvtsi32_si128(static_cast<int>(shift));
-    const __m128i far = _mm_cvtsi32_si128(static_cast<int>(8 - shift));
+    const __m128i low_shift = _mm_cvtsi32_si128(static_cast<int>(shift));
+    const __m128i high_shift = _mm_cvtsi32_si128(static_cast<int>(8 - shift));
     const __m512i near_bits = every_byte(high_first ? 0xFFu << shift : 0xFFu >> shift);
     for (; done + kVector <= bytes; done += kVector) {
         const __m512i first = _mm512_loadu_si512(from + done);
         const __m512i second = _mm512_loadu_si512(from + done + 1);
-        const __m512i a = high_first ? _mm512_sll_epi16(first, near) : _mm512_srl_epi16(first, near);
-        const __m512i b = high_first ? _mm512_srl_epi16(second, far) : _mm512_sll_epi16(second, far);
+        const __m512i a = high_first ? _mm512_sll_epi16(first, low_shift) : _mm512_srl_epi16(first, low_shift);
+        const __m512i b = high_first ? _mm512_srl_epi16(second, high_shift) : _mm512_sll_epi16(second, high_shift);
         wide.apply(to + done, choose(near_bits, a, b));
     }
     return done;

@@ -5,6 +5,7 @@
 // lock of that kind is one of these; objects that have a lock each bring a guard of their own (storage/SuperBands.cpp).
 #pragma once
 
+#include "kernel/system/WordMutex.h"
 #include "platform/platform.h"
 
 #include <atomic>
@@ -40,7 +41,7 @@ private:
         lock.mutex_.unlock();
     }
 
-    std::mutex mutex_;
+    WordMutex mutex_;
     void (*in_child_)() noexcept;
 };
 

@@ -1,6 +1,7 @@
 // All object locks there are, in a list that a fork takes first and walks then.
 #include "kernel/system/ObjectLock.h"
 
+#include "kernel/system/WordMutex.h"
 #include "platform/platform.h"
 
 namespace vk {
@@ -45,7 +46,7 @@ private:
         all.mutex_.unlock();
     }
 
-    std::mutex mutex_;
+    WordMutex mutex_;
     ObjectLock* first_ = nullptr;
 };
 

@@ -31,7 +31,7 @@ enum class Call : uint8_t {
     file_truncate, ///< and setting a size
     file_reserve,
     file_map,
-    file_close, ///< the file is closed all the same; only the report is of a failure
+    file_close,  ///< the file is closed all the same; only the report is of a failure
     file_delete, ///< likewise: the file is gone, so that tests leave none behind
     temp_directory,
     temp_name,

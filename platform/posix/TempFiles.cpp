@@ -85,7 +85,9 @@ bool make_exclusive(const char* path) noexcept
 
 Status temp_directory(wchar_t* directory, size_t length) noexcept
 {
-    if (directory == nullptr || length == 0)
+    if (directory == nullptr)
+        return Status::bad_name;
+    if (length == 0)
         return Status::too_long;
     // A program with raised rights does not let its caller say where its files go.
     const char* set = secure_getenv("TMPDIR");

@@ -12,7 +12,9 @@ static_assert(kMaxTempName >= MAX_PATH, "GetTempFileNameW writes up to MAX_PATH 
 
 Status temp_directory(wchar_t* directory, size_t length) noexcept
 {
-    if (directory == nullptr || length == 0)
+    if (directory == nullptr)
+        return Status::bad_name;
+    if (length == 0)
         return Status::too_long;
     wchar_t path[MAX_PATH + 1];
     const DWORD used = GetTempPathW(MAX_PATH + 1, path);

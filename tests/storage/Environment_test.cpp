@@ -39,7 +39,7 @@ void expect_no_file_storage(int code = ERROR_NO_MEMORY)
     EXPECT_EQ(before, bitmap.image());
     EXPECT_EQ(77, bitmap->Data[5]);
     HHUGEMEMORY huge = nullptr;
-    EXPECT_EQ(code, V_AllocHugeMemory(&huge, uint64_t{kLine} * 64, TYPE_DISK));
+    EXPECT_EQ(code, V_AllocHugeMemory(&huge, 64 * size_t{kLine}, TYPE_DISK));
 }
 
 TEST(Environment, NoDirectoryForTemporaryFiles)

@@ -53,7 +53,7 @@ public:
 
     std::map<std::wstring, std::shared_ptr<Bytes>> files;
     size_t open_files() const { return open_.size(); }
-    int64_t next_handle = 0;           ///< of the next file that is opened; any but -1 is good
+    int64_t next_handle = 0; ///< of the next file that is opened; any but -1 is good
     uint64_t calls = 0;
     bool fired = false;
     bool keeps_temporary = false;      ///< does not know what V_OPENFLAG_TEMPORARY means
