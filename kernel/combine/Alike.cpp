@@ -158,7 +158,7 @@ uint64_t Alike::match_indices(const uint8_t* pixels, int32_t count) const noexce
     uint8_t indices[kWordPixels];
     pixel::find_format(form_.bits, COLORORDER_RGB)->unpack(pixels, indices, static_cast<size_t>(count));
     uint64_t word = 0;
-    for (int32_t i = 0; i < count; ++i)
+    for (int32_t i = 0; i < std::min(count, kWordPixels); ++i) // no more, which the compiler cannot see
         word |= uint64_t{is_alike_[indices[i]]} << i;
     return word;
 }

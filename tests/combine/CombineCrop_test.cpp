@@ -186,8 +186,8 @@ TEST(CombineCrop, FindsWhatIsNotBorder)
                     for (int32_t x = 0; x < width; ++x) {
                         const int most = distance(bitmap.get(), V_GetPixelColor(bitmap.get(), y, x), border);
                         if (most > static_cast<int>(tolerance))
-                            wanted = {std::min(wanted.left, x), std::min(wanted.top, y), std::max(wanted.right, x + 1),
-                                      std::max(wanted.bottom, y + 1)};
+                            wanted = {std::min<int32_t>(wanted.left, x), std::min<int32_t>(wanted.top, y),
+                                      std::max<int32_t>(wanted.right, x + 1), std::max<int32_t>(wanted.bottom, y + 1)};
                     }
                 if (wanted.right == 0)
                     wanted = {0, 0, 0, 0};
