@@ -300,8 +300,10 @@ TEST(ThreadingItems, MayWaitForBatchesOfTheirOwn)
     batch.Wait();
     EXPECT_EQ(kItems * 8, nested.leaves);
     EXPECT_EQ(0, nested.strange);
+#if !defined(_WIN32) // where the pool is the system's, it decides how many of them run at one time
     EXPECT_GE(static_cast<int>(VKThreadToolsManaged::GetCoreCount()) * 12 + 40, nested.most)
         << "items wait in line instead of working";
+#endif
 }
 
 #if !defined(_WIN32)
