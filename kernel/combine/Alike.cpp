@@ -158,8 +158,10 @@ uint64_t Alike::match_indices(const uint8_t* pixels, int32_t count) const noexce
     uint8_t indices[kWordPixels];
     pixel::find_format(form_.bits, COLORORDER_RGB)->unpack(pixels, indices, static_cast<size_t>(count));
     uint64_t word = 0;
-    for (int32_t i = 0; i < std::min(count, kWordPixels); ++i) // no more, which the compiler cannot see
-        word |= uint64_t{is_alike_[indices[i]]} << i;
+    for (uint32_t i = 0; i < static_cast<uint32_t>(count); ++i) {
+        const uint32_t bit = i % kWordPixels; // the same, which the compiler cannot know
+        word |= uint64_t{is_alike_[indices[bit]]} << bit;
+    }
     return word;
 }
 
