@@ -10,6 +10,7 @@
 #include "kernel/palette/Palette.h"
 #include "kernel/palette/PaletteBitmap.h"
 #include "kernel/palette/UserMatch.h"
+#include "kernel/system/Blocks.h"
 #include "kernel/system/Checks.h"
 #include "platform/display.h"
 #include "platform/platform.h"
@@ -153,7 +154,8 @@ int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
         put_palette(*pDst, nullptr, 0);
         return SUCCESS;
     }
-    return set_new_palette(*pDst, pSrc->Palette, pSrc->Colors);
+    const RGBQUAD* const entries = pSrc->Palette;
+    return set_new_palette(*pDst, entries, held_entries(entries, pSrc->Colors));
 }
 
 int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) noexcept

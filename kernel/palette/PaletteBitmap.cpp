@@ -4,6 +4,7 @@
 #include "kernel/palette/PaletteBitmap.h"
 
 #include "kernel/palette/Palette.h"
+#include "kernel/system/Blocks.h"
 
 #include <algorithm>
 
@@ -83,7 +84,7 @@ bool palette_starts_with(const BITMAPHANDLE& bitmap, const RGBQUAD* entries, uin
     if (own == nullptr || entries == nullptr) {
         return true;
     }
-    const uint32_t colors = bitmap.Colors;
+    const uint32_t colors = held_entries(own, bitmap.Colors);
     return std::equal(own, own + std::min(count, colors), entries, [](const RGBQUAD& a, const RGBQUAD& b) noexcept {
         return a.rgbRed == b.rgbRed && a.rgbGreen == b.rgbGreen && a.rgbBlue == b.rgbBlue;
     });

@@ -179,11 +179,12 @@ int64_t buffer_seek(int64_t handle, int64_t offset, int origin, void*) noexcept
     return buffer->position;
 }
 
+/// Where the redirection has ended there is nothing left to close, and the file's record may go.
 int buffer_close(int64_t handle, void*) noexcept
 {
     Buffer* const buffer = buffer_of(handle);
     if (!buffer)
-        return -1;
+        return 0;
     const bool shrinks =
         buffer->may(REDIRECTBUFFER_GROW) && buffer->may(REDIRECTBUFFER_SHRINK) && !buffer->may(REDIRECTBUFFER_DATA);
     if (shrinks && buffer->data && buffer->size < buffer->capacity)

@@ -322,7 +322,7 @@ TEST(CombineRuns, CompressedBitmapsStayWhatTheyAre)
             const void* const runs = compressed_row(*a.get(), row);
             stored += runs ? runlength::row_bytes(runlength::word_count(runs)) : runlength::clear_row_bytes(200);
         }
-        EXPECT_EQ(stored, a->Size64);
+        EXPECT_EQ(stored, uint64_t{a->Size64});
     }
 }
 
