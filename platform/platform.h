@@ -95,6 +95,13 @@ constexpr uint32_t kForever = 0xFFFFFFFF;
 /// Room for a reader/writer lock.
 constexpr size_t kLockBytes = 64;
 
+/// A mutex that is there before any code runs, and needs no destruction: zero when it is free. Its size and alignment
+/// are those of a pointer, which is what every system makes do with.
+struct alignas(void*) PlainMutex {
+    std::atomic<uint32_t> word{0};
+    uint32_t rest = 0; ///< the system's
+};
+
 /// What has to be at rest while the process is copied: entered before each fork, left after it in both processes. See
 /// guard_forks; an object of static storage, which is never destroyed.
 struct ForkGuard {

@@ -99,6 +99,16 @@ void lock_look_up() noexcept
     backend::lock_look_up();
 }
 
+void mutex_acquire(PlainMutex& mutex) noexcept
+{
+    backend::mutex_acquire(mutex);
+}
+
+void mutex_release(PlainMutex& mutex) noexcept
+{
+    backend::mutex_release(mutex);
+}
+
 void guard_forks(ForkGuard& guard) noexcept
 {
     backend::guard_forks(guard);

@@ -175,6 +175,22 @@ void lock_release(void* lock, bool) noexcept
 
 void lock_look_up() noexcept {}
 
+// The word is 0 when the mutex is free, 1 when it is held, 2 when threads may be waiting for it besides.
+void mutex_acquire(PlainMutex& mutex) noexcept
+{
+    uint32_t state = 0;
+    if (mutex.word.compare_exchange_strong(state, 1, std::memory_order_acquire))
+        return;
+    while (mutex.word.exchange(2, std::memory_order_acquire) != 0)
+        mutex.word.wait(2, std::memory_order_relaxed);
+}
+
+void mutex_release(PlainMutex& mutex) noexcept
+{
+    if (mutex.word.exchange(0, std::memory_order_release) == 2)
+        mutex.word.notify_one();
+}
+
 uint32_t processor_count() noexcept
 {
     const long count = sysconf(_SC_NPROCESSORS_ONLN);

@@ -12,6 +12,7 @@
 namespace vk::backend {
 
 static_assert(sizeof(CRITICAL_SECTION) <= kLockBytes && sizeof(SRWLOCK) <= kLockBytes);
+static_assert(sizeof(SRWLOCK) == sizeof(PlainMutex) && alignof(SRWLOCK) <= alignof(PlainMutex));
 
 namespace {
 
@@ -179,6 +180,17 @@ void lock_release(void* lock, bool shared) noexcept
 void lock_look_up() noexcept
 {
     win32::look_up_slim_locks(L"Kernel32.dll");
+}
+
+// The standard library's waiting for a word of memory loses wake-ups on this system; its slim locks do not.
+void mutex_acquire(PlainMutex& mutex) noexcept
+{
+    AcquireSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&mutex));
+}
+
+void mutex_release(PlainMutex& mutex) noexcept
+{
+    ReleaseSRWLockExclusive(reinterpret_cast<PSRWLOCK>(&mutex));
 }
 
 void guard_forks(ForkGuard&) noexcept {} // no process is ever a copy of another

@@ -56,7 +56,12 @@ void set(const Settings& wanted)
 /// A thread that does what it is told, step by step.
 class Follower {
 public:
-    Follower() : thread_([this] { serve(); }) {}
+    Follower()
+    {
+        begin_.Create(0, 0);
+        done_.Create(0, 0);
+        thread_ = std::thread([this] { serve(); });
+    }
     ~Follower()
     {
         run({});
@@ -71,26 +76,25 @@ public:
     void run(const std::function<void()>& step)
     {
         step_ = step;
-        turn_ = 1;
-        turn_.notify_all();
-        turn_.wait(1);
+        begin_.Set();
+        done_.WaitOne(VKTIMEOUT_INFINITE);
     }
 
 private:
     void serve()
     {
         for (bool goes_on = true; goes_on;) {
-            turn_.wait(0);
+            begin_.WaitOne(VKTIMEOUT_INFINITE);
             goes_on = static_cast<bool>(step_);
             if (goes_on)
                 step_();
-            turn_ = 0;
-            turn_.notify_all();
+            done_.Set();
         }
     }
 
     std::function<void()> step_;
-    std::atomic<int> turn_{0};
+    VKWaitEvent begin_;
+    VKWaitEvent done_;
     std::thread thread_;
 };
 

@@ -2,8 +2,6 @@
 #include "tests/support/FaultLoop.h"
 #include "tests/threading/ThreadingSupport.h"
 
-#include "platform/fault/fault.h"
-
 #include <cstring>
 #include <random>
 
@@ -29,9 +27,12 @@ bool one_processor()
     return VKThreadToolsManaged::GetCoreCount() == 1;
 }
 
-TEST(ThreadingItems, RunEachOnceAndWaitForAll)
+using ThreadingItems = testing::LeavesNothing;
+using ThreadingPool = testing::LeavesNothing;
+using ThreadingStart = testing::LeavesNothing;
+
+TEST_F(ThreadingItems, RunEachOnceAndWaitForAll)
 {
-    const fault::Live before = fault::live();
     {
         VKWorkItems batch;
         EXPECT_EQ(0, batch.IsCreated());
@@ -60,10 +61,9 @@ TEST(ThreadingItems, RunEachOnceAndWaitForAll)
         batch.Wait();
         batch.Finish();
     }
-    EXPECT_EQ(before, fault::live());
 }
 
-TEST(ThreadingItems, WithoutThreadsEveryItemRunsAtOnce)
+TEST_F(ThreadingItems, WithoutThreadsEveryItemRunsAtOnce)
 {
     struct Seen {
         std::thread::id thread = std::this_thread::get_id();
@@ -104,7 +104,7 @@ TEST(ThreadingItems, WithoutThreadsEveryItemRunsAtOnce)
 }
 
 /// Items that keep their threads until the batch is cancelled, by one of them that returns -100.
-TEST(ThreadingItems, CancellingSkipsWhatHasNotStarted)
+TEST_F(ThreadingItems, CancellingSkipsWhatHasNotStarted)
 {
     if (one_processor())
         GTEST_SKIP() << "nothing is threaded here";
@@ -145,7 +145,7 @@ TEST(ThreadingItems, CancellingSkipsWhatHasNotStarted)
     }
 }
 
-TEST(ThreadingItems, FinishReleasesAWaiterAndCopiesShareTheEvent)
+TEST_F(ThreadingItems, FinishReleasesAWaiterAndCopiesShareTheEvent)
 {
     if (one_processor())
         GTEST_SKIP() << "nothing is threaded here";
@@ -171,7 +171,7 @@ TEST(ThreadingItems, FinishReleasesAWaiterAndCopiesShareTheEvent)
     }
 }
 
-TEST(ThreadingItems, MembersLieInTheirOrder)
+TEST_F(ThreadingItems, MembersLieInTheirOrder)
 {
     VKWorkItems batch;
     ASSERT_EQ(1, batch.Create(0x1234, 0x9, 0x55));
@@ -192,7 +192,7 @@ TEST(ThreadingItems, MembersLieInTheirOrder)
     EXPECT_EQ(status + 8, sizeof(VKWorkItems));
 }
 
-TEST(ThreadingItems, EveryFailureLeavesNothingBehind)
+TEST_F(ThreadingItems, EveryFailureLeavesNothingBehind)
 {
     for (const uint32_t flags : kPoolFlags) {
         testing::for_each_fault([flags] {
@@ -223,9 +223,8 @@ TEST(ThreadingItems, EveryFailureLeavesNothingBehind)
 }
 
 // Several threads, each with a batch of its own that it cancels at random, destroys and uses again.
-TEST(ThreadingItems, BatchesUnderLoad)
+TEST_F(ThreadingItems, BatchesUnderLoad)
 {
-    const fault::Live before = fault::live();
     constexpr uint32_t kItems = 10000;
     std::atomic<int> uncancelled{0};
     on_threads(8, [&](int thread) {
@@ -250,7 +249,6 @@ TEST(ThreadingItems, BatchesUnderLoad)
         }
     });
     EXPECT_GE(uncancelled, 5);
-    EXPECT_EQ(before, fault::live());
 }
 
 struct Nested {
@@ -289,7 +287,7 @@ template <int kLevels> int nest(VKWorkItems*, void* data)
 }
 
 // Far more of them than the pool may have threads, and all queue behind each other.
-TEST(ThreadingItems, MayWaitForBatchesOfTheirOwn)
+TEST_F(ThreadingItems, MayWaitForBatchesOfTheirOwn)
 {
     constexpr int kItems = 700;
     Nested nested;
@@ -308,7 +306,7 @@ TEST(ThreadingItems, MayWaitForBatchesOfTheirOwn)
 
 #if !defined(_WIN32)
 // Where the pool is ours, an item that waits for an event gives its thread's place to another at once.
-TEST(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
+TEST_F(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
 {
     static VKWaitEvent last;
     static std::atomic<int> ended;
@@ -333,7 +331,7 @@ TEST(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
 #endif
 
 // Items that wait for each other: the pool has to have a thread for each of them in the end.
-TEST(ThreadingPool, GrowsForItemsThatBlock)
+TEST_F(ThreadingPool, GrowsForItemsThatBlock)
 {
     const auto cores = static_cast<int>(VKThreadToolsManaged::GetCoreCount());
     for (const auto& [flags, items] :
@@ -376,7 +374,7 @@ V_THREADRESULT read_memory_type(void* done)
     return type;
 }
 
-TEST(ThreadingStart, GivesAThreadStateOfItsOwn)
+TEST_F(ThreadingStart, GivesAThreadStateOfItsOwn)
 {
     uint32_t before = 0;
     V_GetDefaultMemoryType(&before);

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Vkthreading.h"
+#include "platform/fault/fault.h"
 
 #include <gtest/gtest.h>
 
@@ -55,5 +56,18 @@ template <class Condition> bool comes_true(Condition&& condition)
     }
     return true;
 }
+
+/// A test whose items give back all they took. The pool does so a moment after the last item has ended, which the next
+/// test must not see.
+class LeavesNothing : public ::testing::Test {
+protected:
+    void TearDown() override
+    {
+        EXPECT_TRUE(comes_true([this] { return fault::live() == before_; }));
+    }
+
+private:
+    const fault::Live before_ = fault::live();
+};
 
 } // namespace vk::testing
