@@ -31,6 +31,12 @@ if grep -rnE 'std::(recursive_|timed_|shared_)*mutex|std::(once_flag|call_once)|
     fail "^ what the library locks is a LibraryLock or an ObjectLock"
 fi
 
+# Where pixels are is for the stores to know; everybody else asks kernel/storage/Storage.h.
+storage_flags='BITMAPFLAG_(COMPRESSED|TILED|SUPERCOMPRESSED|CONVENTIONALMEMORY|DISKMEMORY|MIRROR|GLOBAL|LOCKED)\b|V_BitmapIs(Compressed|Tiled|SuperCompressed|ConventionalMemory|DiskMemory|Mirror|Global|Locked)\b'
+if grep -rnE --include='*.h' --include='*.cpp' --exclude-dir=storage "$storage_flags" kernel; then
+    fail "^ only kernel/storage/ looks at the flags of storage"
+fi
+
 declare -A place=()
 count=0
 while read -r folder; do

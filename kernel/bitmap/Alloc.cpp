@@ -15,15 +15,11 @@
 #include "platform/platform.h"
 
 #include <algorithm>
-#include <iterator>
 
 namespace vk {
 
 namespace {
 
-constexpr uint32_t kRunLengthRequest = TYPE_COMPRESSED | TYPE_NODISK;
-constexpr uint32_t kAccepted[] = {1, 2, 4, 8, 9, 128, 256, 257, 260, 264, 265, 768, 769, 1024, 1025, 1280, 1281};
-constexpr uint32_t kAllocationFlags = kStorageFlags | BITMAPFLAG_ALLOCATED | BITMAPFLAG_LOCKED | BITMAPFLAG_GLOBAL;
 /// Result of a data callback that holds the pixels itself.
 constexpr int kOwnedByCallback = 2;
 
@@ -57,9 +53,15 @@ private:
     uint16_t* paint_lut16_;
 };
 
-bool keeps_super_compressed(int32_t bits) noexcept
+/// Brings what a request says of a compressed kind to what can be had.
+void settle_compressed(const Store& store, int32_t bits, uint32_t& memory) noexcept
 {
-    return (bits == 1 || bits == 8 || bits == 24) && !near_handle_limit();
+    if (!(memory & store.memory_type))
+        return;
+    if (!store.holds(bits) || (store.takes_handles && near_handle_limit()))
+        memory &= ~store.memory_type;
+    else if (store.settles_request)
+        memory = store.request;
 }
 
 /// Brings a request to its accepted form, or refuses it.
@@ -71,15 +73,12 @@ int settle_request(int32_t bits, uint32_t& memory) noexcept
         memory &= ~(TYPE_NOTILED | TYPE_NODISK);
     else if (memory & TYPE_DISK && temp_files_forbidden())
         memory = (memory & ~TYPE_DISK) | TYPE_NODISK;
-    if (memory & TYPE_COMPRESSED)
-        memory = bits == 1 ? kRunLengthRequest : memory & ~TYPE_COMPRESSED;
-    if (memory & TYPE_SUPERCOMPRESSED && !keeps_super_compressed(bits))
-        memory &= ~TYPE_SUPERCOMPRESSED;
+    for (const Store& store : kStores)
+        if (store.compression != 0)
+            settle_compressed(store, bits, memory);
     if (memory == 0) // the kind that was dropped was all there was
         memory = TYPE_CONV;
-    return std::find(std::begin(kAccepted), std::end(kAccepted), memory) != std::end(kAccepted)
-               ? V_SUCCESS
-               : V_ERROR_INVALID_PARAMETER;
+    return is_accepted_request(memory) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
 }
 
 /// `percent` of `whole`, without overflow.
@@ -103,19 +102,16 @@ int try_disk(BITMAPHANDLE& bitmap, uint32_t memory, const StoreRequest& request)
 int make_storage(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
 {
     if (memory == TYPE_USER) {
-        bitmap.Flags |= BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_MIRROR;
-        bitmap.Handle = nullptr;
-        bitmap.Data = nullptr;
-        bitmap.DataOffset = 0;
+        await_user_memory(bitmap);
         return V_SUCCESS;
     }
     const StoreRequest request = store_request(data_size(bitmap));
-    if (memory & TYPE_COMPRESSED) {
-        const int result = kCompressedStore.create(bitmap, request);
-        return result == V_SUCCESS ? result : try_disk(bitmap, memory, request);
+    for (const Store& store : kStores) {
+        if (store.compression == 0 || !(memory & store.memory_type))
+            continue;
+        const int result = store.create(bitmap, request);
+        return result != V_SUCCESS && store.falls_to_disk ? try_disk(bitmap, memory, request) : result;
     }
-    if (memory & TYPE_SUPERCOMPRESSED)
-        return kSuperCompressedStore.create(bitmap, request);
     return allocate_plain(bitmap, memory);
 }
 
@@ -133,7 +129,8 @@ int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palet
     const uint32_t asked = memory;
     result = ask_data_callback(bitmap, memory, palette);
     if (result == kOwnedByCallback) {
-        bitmap.Flags |= BITMAPFLAG_ALLOCATED | BITMAPFLAG_MIRROR;
+        leave_to_callback(bitmap);
+        bitmap.Flags |= BITMAPFLAG_ALLOCATED;
         return V_SUCCESS;
     }
     if (result == V_SUCCESS && memory != asked)
@@ -223,7 +220,7 @@ int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palett
     if (result != V_SUCCESS)
         return result;
     const Undo undo(bitmap);
-    bitmap.Flags &= ~kAllocationFlags;
+    bitmap.Flags &= ~(kPlaceFlags | BITMAPFLAG_ALLOCATED);
     result = allocate_settled(bitmap, memory, palette);
     if (result != V_SUCCESS)
         undo.restore();
@@ -232,8 +229,7 @@ int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palett
 
 int set_data_pointer(BITMAPHANDLE& bitmap, void* data, uint64_t bytes) noexcept
 {
-    constexpr uint32_t kUser = BITMAPFLAG_ALLOCATED | BITMAPFLAG_MIRROR;
-    const bool is_user = (bitmap.Flags & (kUser | BITMAPFLAG_GLOBAL)) == kUser;
+    const bool is_user = bitmap.Flags & BITMAPFLAG_ALLOCATED && is_user_memory(bitmap);
     if (!is_user && data && bytes != data_size(bitmap))
         return V_ERROR_INVALID_PARAMETER;
     bitmap.Data = static_cast<uint8_t*>(data);

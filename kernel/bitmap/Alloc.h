@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Vkrecord.h"
-#include "kernel/storage/Store.h"
+#include "kernel/storage/Storage.h"
 
 #include <cstdint>
 
@@ -27,9 +27,6 @@ int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept;
 /// Points the record at memory of the caller's, which it then never frees. ERROR_INVALID_PARAMETER for a bitmap that
 /// does not take any of that size.
 int set_data_pointer(BITMAPHANDLE& bitmap, void* data, uint64_t bytes) noexcept;
-
-/// Frees the pixels by the record's flags, and clears those.
-void free_storage(BITMAPHANDLE& bitmap) noexcept;
 
 /// V_FreeBitmap for a record of valid size.
 void free_bitmap(BITMAPHANDLE& bitmap) noexcept;

@@ -15,7 +15,7 @@
 #include "kernel/bitmap/MemoryInfo.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/rows/RowCol.h"
-#include "kernel/storage/Store.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 
 #include <cstring>
@@ -35,8 +35,7 @@ int check_compressed(const BITMAPHANDLE* bitmap) noexcept
     const int result = check_record(bitmap);
     if (result != V_SUCCESS)
         return result;
-    constexpr uint32_t kWanted = BITMAPFLAG_ALLOCATED | BITMAPFLAG_COMPRESSED;
-    return (bitmap->Flags & kWanted) == kWanted ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
+    return bitmap->Flags & BITMAPFLAG_ALLOCATED && has_run_rows(*bitmap) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
 }
 
 } // namespace
@@ -109,7 +108,7 @@ int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) noexcept
         return V_ERROR_INVALID_IMAGE;
     if (!is_record_size(pBitmap->StructSize))
         return V_ERROR_INVALID_STRUCT_SIZE;
-    if (pBitmap->Flags & (BITMAPFLAG_MIRROR | BITMAPFLAG_LOCKED))
+    if (is_lent(*pBitmap) || is_pinned(*pBitmap))
         return V_ERROR_INVALID_PARAMETER;
     if (nHeight == pBitmap->Height)
         return V_SUCCESS;
@@ -146,10 +145,10 @@ int V_GetBitmapMemoryInfo(BITMAPHANDLE* pBitmap, uint32_t* puMemory, int64_t* pn
         return result;
     if (!puMemory)
         return V_ERROR_INVALID_PARAMETER;
-    const Store* const store = store_of(pBitmap->Flags);
+    const Store* const store = store_of(*pBitmap);
     *puMemory = store ? store->memory_type : TYPE_DISK;
-    if (store) {
-        store->figures(*pBitmap, figures);
+    if (store && store->has_tiles()) {
+        store->calls.figures(*pBitmap, figures);
         tell_figures();
     }
     return V_SUCCESS;
@@ -251,9 +250,7 @@ int V_ToggleBitmapCompression(BITMAPHANDLE* pBitmap) noexcept
     const int result = check_allocated(pBitmap);
     if (result != V_SUCCESS)
         return result;
-    if (pBitmap->Flags & (BITMAPFLAG_COMPRESSED | BITMAPFLAG_SUPERCOMPRESSED))
-        return change_compression(*pBitmap, 0);
-    return change_compression(*pBitmap, pBitmap->BitsPerPixel == 1 ? 1 : 2);
+    return change_compression(*pBitmap, is_compressed(*pBitmap) ? 0 : best_compression(pBitmap->BitsPerPixel));
 }
 
 int V_DupBitmapNewDim(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,

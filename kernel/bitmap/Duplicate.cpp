@@ -14,7 +14,7 @@
 #include "kernel/format/RowMath.h"
 #include "kernel/system/SilentStatus.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/storage/Store.h"
+#include "kernel/storage/Storage.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -49,8 +49,8 @@ int32_t order_like(const BITMAPHANDLE& source, int32_t bits) noexcept
 /// A request for storage of the source's kind.
 uint32_t memory_like(const BITMAPHANDLE& source) noexcept
 {
-    const Store* const store = store_of(source.Flags);
-    return !store || store == &kConventionalStore ? thread_state().default_memory_type : store->memory_type;
+    const Store* const store = store_of(source);
+    return !store || store->is_block ? thread_state().default_memory_type : store->memory_type;
 }
 
 void copy_format(BITMAPHANDLE& made, const BITMAPHANDLE& source) noexcept
@@ -277,7 +277,7 @@ int give_palette(BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count) n
 bool has_rows_of_callbacks(const BITMAPHANDLE& bitmap) noexcept
 {
     const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
-    return calls && (calls->GetBitmapRowColCallback || calls->PutBitmapRowColCallback || !store_of(bitmap.Flags));
+    return calls && (calls->GetBitmapRowColCallback || calls->PutBitmapRowColCallback || !store_of(bitmap));
 }
 
 uint32_t copy_flags(const BITMAPHANDLE& source) noexcept

@@ -2,6 +2,7 @@
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Blocks.h"
 #include "kernel/bitmap/Callbacks.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/dither/Dither.h"
 #include "kernel/bitmap/ExtraData.h"
@@ -45,23 +46,10 @@ void tell_free_callback(BITMAPHANDLE& bitmap) noexcept
     const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
     if (calls && calls->FreeBitmapDataCallback &&
         calls->FreeBitmapDataCallback(&bitmap, calls->UserData) == kDoneByCallback)
-        bitmap.Flags &= ~kStorageFlags;
+        forget_storage(bitmap);
 }
 
 } // namespace
-
-void free_storage(BITMAPHANDLE& bitmap) noexcept
-{
-    const Store* const store = store_of(bitmap.Flags);
-    if (store && !(bitmap.Flags & BITMAPFLAG_MIRROR))
-        store->destroy(bitmap);
-    else if (store && bitmap.Flags & BITMAPFLAG_GLOBAL && bitmap.Flags & BITMAPFLAG_LOCKED)
-        platform::movable_unlock(bitmap.Handle); // a borrowed block keeps no lock of ours
-    bitmap.Flags &= ~(kStorageFlags | BITMAPFLAG_GLOBAL | BITMAPFLAG_LOCKED);
-    bitmap.Handle = nullptr;
-    bitmap.Data = nullptr;
-    bitmap.DataOffset = 0;
-}
 
 void free_bitmap(BITMAPHANDLE& bitmap) noexcept
 {

@@ -3,29 +3,32 @@
 
 #include "kernel/system/Checks.h"
 #include "kernel/rows/RowCol.h"
-#include "kernel/storage/Store.h"
+#include "kernel/storage/Storage.h"
 
 namespace vk {
 
 namespace {
 
-/// The size that a height change leaves in the record. For memory it counts the gap in front of the first row, on
-/// purpose; a file has none.
+/// The size that a height change leaves in the record.
 uint64_t size_after(const BITMAPHANDLE& bitmap, const Store& store) noexcept
 {
-    if (bitmap.Flags & BITMAPFLAG_COMPRESSED)
-        return store.recount(bitmap);
-    if (bitmap.Flags & BITMAPFLAG_DISKMEMORY)
+    switch (store.size_after) {
+    case SizeAfter::recounted:
+        return store.calls.recount(bitmap);
+    case SizeAfter::plain:
         return plain_size(bitmap);
-    return plain_size(bitmap) + static_cast<uint64_t>(bitmap.DataOffset);
+    case SizeAfter::with_gap:
+        return plain_size(bitmap) + static_cast<uint64_t>(bitmap.DataOffset);
+    }
+    return 0;
 }
 
 } // namespace
 
 int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept
 {
-    const Store* const store = store_of(bitmap.Flags);
-    const int result = store ? store->resize(bitmap, height) : V_ERROR_NO_MEMORY;
+    const Store* const store = store_of(bitmap);
+    const int result = store ? store->calls.resize(bitmap, height) : V_ERROR_NO_MEMORY;
     if (result != V_SUCCESS)
         return result == V_ERROR_INVALID_FILENAME ? result : V_ERROR_NO_MEMORY;
     bitmap.Height = height;

@@ -4,6 +4,7 @@
 #include "kernel/bitmap/MemoryInfo.h"
 
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/rows/Locks.h"
@@ -41,12 +42,8 @@ public:
     void commit_to(BITMAPHANDLE& bitmap) noexcept
     {
         free_storage(bitmap);
-        bitmap.Handle = record_.Handle;
-        bitmap.Data = record_.Data;
-        bitmap.DataOffset = record_.DataOffset;
-        bitmap.Flags |= record_.Flags & kStorageFlags;
+        take_storage(bitmap, record_);
         set_data_size(bitmap, data_size(record_));
-        record_.Flags = 0;
     }
 
 private:
@@ -63,12 +60,12 @@ int fill(BITMAPHANDLE& staged, BITMAPHANDLE& bitmap) noexcept
 
 int check_movable(const BITMAPHANDLE& bitmap) noexcept
 {
-    const Store* const store = store_of(bitmap.Flags);
-    if (bitmap.Flags & BITMAPFLAG_MIRROR && !store)
+    const Store* const store = store_of(bitmap);
+    if (is_lent(bitmap) && !store)
         return V_ERROR_FEATURE_NOT_SUPPORTED; // the pixels are with the data callbacks
     if (!store || bitmap.BytesPerLine == 0 || bitmap.Height < 1)
         return V_ERROR_INVALID_IMAGE;
-    if (bitmap.Flags & BITMAPFLAG_MIRROR && !bitmap.Data)
+    if (is_lent(bitmap) && !bitmap.Data)
         return V_ERROR_INVALID_IMAGE;
     return row_holds_width(bitmap.BytesPerLine, bitmap.Width, bitmap.BitsPerPixel) ? V_SUCCESS
                                                                                    : V_ERROR_INVALID_WIDTH_HEIGHT;
@@ -79,14 +76,6 @@ struct Target {
     const Store* store;
     StoreRequest request;
 };
-
-/// Whether a kind can hold pixels of a depth.
-bool holds_depth(const Store* store, int32_t bits) noexcept
-{
-    if (store == &kCompressedStore)
-        return bits == 1;
-    return store != &kSuperCompressedStore || bits == 1 || bits == 8 || bits == 24;
-}
 
 int make_target(BITMAPHANDLE& staged, const void* context) noexcept
 {
@@ -99,12 +88,11 @@ int make_default(BITMAPHANDLE& staged, const void*) noexcept
     return allocate_plain(staged, thread_state().default_memory_type);
 }
 
-const Store* store_for(uint32_t memory) noexcept
+const Store* store_compressing_by(int32_t compression) noexcept
 {
-    for (const Store* store :
-         {&kConventionalStore, &kTiledStore, &kDiskStore, &kCompressedStore, &kSuperCompressedStore})
-        if (store->memory_type == memory)
-            return store;
+    for (const Store& store : kStores)
+        if (store.compression == compression)
+            return &store;
     return nullptr;
 }
 
@@ -145,6 +133,19 @@ bool shape_tiles(const BITMAPHANDLE& bitmap, const TileArguments& arguments, Sto
 
 } // namespace
 
+int32_t best_compression(int32_t bits) noexcept
+{
+    int32_t best = 0;
+    for (const Store& store : kStores) {
+        if (store.compression == 0)
+            continue;
+        best = store.compression;
+        if (store.holds(bits))
+            break;
+    }
+    return best;
+}
+
 int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) noexcept
 {
     int result = check_movable(bitmap);
@@ -159,8 +160,8 @@ int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) no
     if (result == V_SUCCESS)
         result = fill(staged.record(), bitmap);
     const int released = access.release();
-    if (result == V_SUCCESS && V_BitmapIsSuperCompressed(&staged.record()))
-        recount_size(staged.record()); // packs what the cache still holds
+    if (result == V_SUCCESS && store_of(staged.record())->packs_late)
+        recount_size(staged.record());
     if (result == V_SUCCESS)
         staged.commit_to(bitmap);
     return first_failure(result, released);
@@ -168,33 +169,29 @@ int move_storage(BITMAPHANDLE& bitmap, MakeStorage make, const void* context) no
 
 int change_memory(BITMAPHANDLE& bitmap, uint32_t memory, const TileArguments& arguments) noexcept
 {
-    const Store* const present = store_of(bitmap.Flags);
+    const Store* const present = store_of(bitmap);
     Target target{arguments.flags & MEMORYINFO_MEMORY ? store_for(memory) : present, store_request(plain_size(bitmap))};
-    if (!target.store || bitmap.Flags & BITMAPFLAG_LOCKED)
+    if (!target.store || is_pinned(bitmap))
         return V_ERROR_INVALID_PARAMETER;
-    if (!holds_depth(target.store, bitmap.BitsPerPixel))
+    if (!target.store->holds(bitmap.BitsPerPixel))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     if (!shape_tiles(bitmap, arguments, target.request))
         return V_ERROR_INVALID_PARAMETER;
-    const bool is_own = !(bitmap.Flags & (BITMAPFLAG_MIRROR | BITMAPFLAG_GLOBAL));
-    if (target.store == present && is_own && present != &kTiledStore)
+    if (target.store == present && is_made_here(bitmap) && !present->has_tiles())
         return V_SUCCESS;
     return move_storage(bitmap, make_target, &target);
 }
 
 int change_compression(BITMAPHANDLE& bitmap, int32_t compression) noexcept
 {
-    const Store* const wanted[] = {nullptr, &kCompressedStore, &kSuperCompressedStore};
-    if (compression < 0 || compression > 2 || bitmap.Flags & (BITMAPFLAG_MIRROR | BITMAPFLAG_LOCKED))
+    const Target target{store_compressing_by(compression), store_request(plain_size(bitmap))};
+    if (!target.store || is_lent(bitmap) || is_pinned(bitmap))
         return V_ERROR_INVALID_PARAMETER;
-    const Store* const present = store_of(bitmap.Flags);
-    const bool is_plain = present != &kCompressedStore && present != &kSuperCompressedStore;
     if (compression == 0)
-        return is_plain ? V_SUCCESS : move_storage(bitmap, make_default, nullptr);
-    const Target target{wanted[compression], store_request(plain_size(bitmap))};
-    if (target.store == present)
+        return is_compressed(bitmap) ? move_storage(bitmap, make_default, nullptr) : V_SUCCESS;
+    if (target.store == store_of(bitmap))
         return V_SUCCESS;
-    if (!holds_depth(target.store, bitmap.BitsPerPixel))
+    if (!target.store->holds(bitmap.BitsPerPixel))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     return move_storage(bitmap, make_target, &target);
 }

@@ -21,6 +21,9 @@ struct TileArguments {
 int change_memory(BITMAPHANDLE& bitmap, uint32_t memory, const TileArguments& arguments) noexcept;
 int change_compression(BITMAPHANDLE& bitmap, int32_t compression) noexcept;
 
+/// The compression that a depth is toggled to; where none holds it, one that says so.
+int32_t best_compression(int32_t bits) noexcept;
+
 /// Gives a bitmap another number of rows, those that stay with their pixels. The record is left alone on failure, which
 /// is ERROR_NO_MEMORY. Height.cpp.
 int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept;

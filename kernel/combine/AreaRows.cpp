@@ -2,6 +2,7 @@
 
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowCol.h"
+#include "kernel/storage/Storage.h"
 
 #include <algorithm>
 
@@ -18,14 +19,14 @@ struct Shape {
     bool whole;
 };
 
-/// Run-length rows are made anew as a whole in any case.
+/// Rows that are stored as a whole are made anew in any case.
 Shape shape_in_buffer(const BITMAPHANDLE& bitmap, const Area& area) noexcept
 {
     const int32_t left = area.left / 8 * 8;
     const auto pixels = static_cast<uint32_t>(area.right - left);
     const auto bytes = static_cast<size_t>(packed_bytes(pixels, bitmap.BitsPerPixel));
     const size_t line = bitmap.BytesPerLine;
-    if (2 * bytes >= line || bitmap.Flags & BITMAPFLAG_COMPRESSED)
+    if (2 * bytes >= line || has_whole_rows(bitmap))
         return {0, line, true};
     return {left, bytes, false};
 }

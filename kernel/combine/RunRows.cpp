@@ -5,6 +5,7 @@
 #include "kernel/runs/RunLength.h"
 #include "kernel/runs/RunLengthWords.h"
 #include "kernel/storage/Compressed.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "platform/platform.h"
 
@@ -266,7 +267,7 @@ size_t combine_run_row(void* made, const void* row, uint32_t width, uint32_t col
 
 bool have_run_rows(BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept
 {
-    return to.Flags & from.Flags & BITMAPFLAG_COMPRESSED && !is_watched(to) && !is_watched(from) &&
+    return has_run_rows(to) && has_run_rows(from) && !is_watched(to) && !is_watched(from) &&
            compressed_has_row(to, to.Height - 1) && compressed_has_row(from, from.Height - 1);
 }
 

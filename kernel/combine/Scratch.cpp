@@ -15,8 +15,8 @@ uint32_t memory_beside(const BITMAPHANDLE& bitmap, uint64_t bytes) noexcept
 {
     if (bytes <= kLittle)
         return TYPE_CONV;
-    const uint32_t flags = bitmap.Flags;
-    return flags & BITMAPFLAG_TILED ? TYPE_TILED : flags & BITMAPFLAG_DISKMEMORY ? TYPE_DISK : TYPE_CONV;
+    const Store* const store = store_of(bitmap);
+    return store && !is_compressed(bitmap) ? store->memory_type : TYPE_CONV;
 }
 
 } // namespace

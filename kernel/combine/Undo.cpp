@@ -2,6 +2,7 @@
 
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowCol.h"
+#include "kernel/storage/Storage.h"
 
 #include <algorithm>
 #include <cstring>
@@ -10,7 +11,7 @@ namespace vk::combine {
 
 int Undo::open(const Area& area) noexcept
 {
-    const bool is_whole = bitmap_.Flags & BITMAPFLAG_COMPRESSED; // whose rows are stored as a whole
+    const bool is_whole = has_whole_rows(bitmap_);
     area_ = is_whole ? Area{0, area.top, bitmap_.Width, area.bottom}
                      : Area{area.left / 8 * 8, area.top, area.right, area.bottom};
     bytes_ = static_cast<size_t>(packed_bytes(static_cast<uint32_t>(area_.width()), bitmap_.BitsPerPixel));
@@ -41,7 +42,7 @@ int Undo::keep(int32_t row, int32_t count, const Rows& rows) noexcept
 /// A run-length row is cleared first, which never fails and frees the room of what was in its place.
 void Undo::put_back_row(int32_t row) noexcept
 {
-    if (bitmap_.Flags & BITMAPFLAG_COMPRESSED) {
+    if (has_whole_rows(bitmap_)) {
         std::memset(line_.data(), 0, bytes_);
         put_row_col(bitmap_, line_.data(), row, area_.left, bytes_);
     }

@@ -3,6 +3,7 @@
 #include "kernel/combine/Inside.h"
 #include "kernel/combine/Undo.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/ThreadState.h"
 
@@ -88,7 +89,7 @@ private:
     {
         const bool in_memory = target_.in_place() && source_.in_place() && mask_.in_place();
         const bool may_fail = !in_memory || thread_state().status_callback != nullptr;
-        batch_ = to_.Flags & BITMAPFLAG_COMPRESSED ? 1 : batch_rows(to_, area_, in_memory);
+        batch_ = has_whole_rows(to_) ? 1 : batch_rows(to_, area_, in_memory);
         if (!source_.in_place())
             batch_ = std::min(batch_, batch_rows(*from_.bitmap, from_.area, false));
         int result = is_put_back_ && may_fail ? undo_.open(area_) : V_SUCCESS;

@@ -2,6 +2,7 @@
 // before anything of it is used; what changes the block, the repacking of unusual masks, comes when nothing can fail
 // any more.
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/dib/Dib.h"
 #include "kernel/bitmap/Record.h"
@@ -173,9 +174,8 @@ int adopt_checked(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bo
     if (packed.has_fields())
         bitmap.Order = normalise_fields(block, packed);
     bitmap.Handle = handle;
-    bitmap.Flags |= BITMAPFLAG_ALLOCATED | BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL;
-    if (borrow)
-        bitmap.Flags |= BITMAPFLAG_MIRROR;
+    use_global_block(bitmap, borrow);
+    bitmap.Flags |= BITMAPFLAG_ALLOCATED;
     return V_SUCCESS;
 }
 

@@ -7,6 +7,7 @@
 
 #include "kernel/bitmap/Record.h"
 #include "kernel/dib/Dib.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 
 using namespace vk;
@@ -25,7 +26,7 @@ int adopt_checked(BITMAPHANDLE* bitmap, uint32_t struct_size, HGLOBAL handle, bo
 
 HGLOBAL V_ChangeToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) noexcept
 {
-    if (check_allocated(pBitmap) != V_SUCCESS || pBitmap->Flags & BITMAPFLAG_LOCKED)
+    if (check_allocated(pBitmap) != V_SUCCESS || is_pinned(*pBitmap))
         return nullptr;
     return change_to_dib(*pBitmap, uType);
 }

@@ -3,6 +3,7 @@
 #include "Vkbitmap.h"
 #include "Vkdib.h"
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRows.h"
 #include "kernel/convert/Convert.h"
@@ -272,10 +273,8 @@ void* new_dib_memory(BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
 /// Whether the bitmap's own block can be the DIB.
 bool has_dib_block(const BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
 {
-    constexpr uint32_t kWanted = BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL;
     const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
-    if ((bitmap.Flags & (kStorageFlags | BITMAPFLAG_GLOBAL)) != kWanted || !layout.as_stored ||
-        bitmap.ViewPerspective != BOTTOM_LEFT || bitmap.BytesPerLine != layout.stride || bitmap.DataOffset < 0 ||
+    if (!is_own_global_block(bitmap) || !layout.as_stored || bitmap.ViewPerspective != BOTTOM_LEFT || bitmap.BytesPerLine != layout.stride || bitmap.DataOffset < 0 ||
         (calls && calls->GetBitmapRowColCallback))
         return false;
     const uint64_t held = platform::movable_size(bitmap.Handle);
@@ -302,8 +301,7 @@ HGLOBAL give_block(BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
         std::memmove(block + layout.pixels(), block + offset, static_cast<size_t>(layout.image));
     write_head(block, bitmap, layout);
     platform::movable_unlock(handle);
-    bitmap.Handle = nullptr;
-    bitmap.Flags &= ~(BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL); // nothing of the pixels is left to free
+    forget_storage(bitmap);
     free_bitmap(bitmap);
     return handle;
 }

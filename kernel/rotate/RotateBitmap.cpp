@@ -9,6 +9,7 @@
 #include "kernel/system/Checks.h"
 #include "kernel/system/Progress.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/rotate/Filter.h"
@@ -23,8 +24,6 @@ namespace {
 
 using rotate::Geometry;
 using rotate::Placement;
-
-constexpr uint32_t kCompressedFlags = BITMAPFLAG_COMPRESSED | BITMAPFLAG_SUPERCOMPRESSED;
 
 /// What is asked for, settled: the perspective that the stored pixels get and the angle back, from 0 to 35999.
 struct Turn {
@@ -115,7 +114,7 @@ int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& mad
 int stage(Staged& staged, const BITMAPHANDLE& bitmap, const Geometry& geometry, const Turn& turn) noexcept
 {
     Shape shape{geometry.canvas_width, geometry.canvas_height, bitmap.BitsPerPixel, bitmap.Order, 0};
-    if (bitmap.Flags & kCompressedFlags)
+    if (is_compressed(bitmap))
         shape.memory = thread_state().default_memory_type;
     const int result = staged.make(shape, DUPFLAG_PALETTE);
     if (result == V_SUCCESS)
@@ -133,9 +132,9 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
     int result = access.result();
     if (result == V_SUCCESS)
         result = progress.begin();
-    const bool is_compressed = bitmap.Flags & kCompressedFlags;
+    const bool is_expanded = is_compressed(bitmap);
     Expanded expanded;
-    if (result == V_SUCCESS && is_compressed)
+    if (result == V_SUCCESS && is_expanded)
         result = expanded.make(bitmap);
     Staged staged(bitmap);
     if (result == V_SUCCESS)
@@ -145,7 +144,7 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
     BitmapAccess made(staged.record());
     result = made.result();
     if (result == V_SUCCESS)
-        result = paint(is_compressed ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
+        result = paint(is_expanded ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
     made.release();
     return result == V_SUCCESS ? staged.replace(access) : result;
 }

@@ -6,6 +6,7 @@
 #include "kernel/rows/RowCol.h"
 #include "kernel/runs/RunLength.h"
 #include "kernel/storage/Compressed.h"
+#include "kernel/storage/Storage.h"
 #include "platform/platform.h"
 
 #include <cstring>
@@ -38,7 +39,7 @@ intptr_t outcome(intptr_t moved, size_t bytes) noexcept
 
 bool stored_compressed(const BITMAPHANDLE& bitmap, int32_t row) noexcept
 {
-    return (bitmap.Flags & BITMAPFLAG_COMPRESSED) != 0 && compressed_has_row(bitmap, row);
+    return has_run_rows(bitmap) && compressed_has_row(bitmap, row);
 }
 
 /// Gives a row of the compressed store.

@@ -3,9 +3,9 @@
 // release unlocks.
 #include "kernel/rows/Locks.h"
 
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/Trace.h"
-#include "platform/platform.h"
 
 namespace vk {
 
@@ -18,34 +18,6 @@ int call(V_BITMAPDATACALLBACK BITMAPDATACALLBACKS::*member, BITMAPHANDLE& bitmap
 {
     const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
     return calls && calls->*member ? (calls->*member)(&bitmap, calls->UserData) : V_SUCCESS;
-}
-
-bool is_lockable_global(const BITMAPHANDLE& bitmap) noexcept
-{
-    constexpr uint32_t kWanted = BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_GLOBAL;
-    constexpr uint32_t kOthers = BITMAPFLAG_COMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_SUPERCOMPRESSED;
-    return (bitmap.Flags & (kWanted | kOthers)) == kWanted;
-}
-
-int lock_global(BITMAPHANDLE& bitmap) noexcept
-{
-    if (!is_lockable_global(bitmap) || bitmap.Flags & BITMAPFLAG_LOCKED)
-        return V_SUCCESS;
-    void* const block = platform::movable_lock(bitmap.Handle);
-    if (!block)
-        return V_ERROR_NO_MEMORY;
-    bitmap.Flags |= BITMAPFLAG_LOCKED;
-    bitmap.Data = static_cast<uint8_t*>(block) + bitmap.DataOffset;
-    return V_SUCCESS;
-}
-
-void unlock_global(BITMAPHANDLE& bitmap) noexcept
-{
-    if (!is_lockable_global(bitmap) || !(bitmap.Flags & BITMAPFLAG_LOCKED))
-        return;
-    platform::movable_unlock(bitmap.Handle);
-    bitmap.Flags &= ~BITMAPFLAG_LOCKED;
-    bitmap.Data = nullptr;
 }
 
 /// Counts without overflow, so that a count gone wild stays a number.
@@ -64,13 +36,13 @@ void trace_access(const BITMAPHANDLE& bitmap, const char* function) noexcept
 
 bool is_locked_uncounted(const BITMAPHANDLE& bitmap) noexcept
 {
-    return !is_current(bitmap) && is_lockable_global(bitmap) && bitmap.Flags & BITMAPFLAG_LOCKED;
+    return !is_current(bitmap) && is_global_block(bitmap) && is_pinned(bitmap);
 }
 
 int access_bitmap(BITMAPHANDLE& bitmap) noexcept
 {
     if (!is_current(bitmap))
-        return lock_global(bitmap);
+        return pin_global_block(bitmap);
     if (bitmap.LockCount < 0)
         trace::lock_count("V_AccessBitmap", bitmap.LockCount);
     count(bitmap, 1);
@@ -80,7 +52,7 @@ int access_bitmap(BITMAPHANDLE& bitmap) noexcept
     if (result == kDoneByCallback)
         return V_SUCCESS;
     if (result == V_SUCCESS) {
-        result = lock_global(bitmap);
+        result = pin_global_block(bitmap);
         if (result == V_SUCCESS)
             return V_SUCCESS;
         call(&BITMAPDATACALLBACKS::ReleaseBitmapCallback, bitmap);
@@ -103,7 +75,7 @@ int release_bitmap(BITMAPHANDLE& bitmap) noexcept
         if (result != V_SUCCESS)
             return result;
     }
-    unlock_global(bitmap);
+    unpin_global_block(bitmap);
     return V_SUCCESS;
 }
 

@@ -20,9 +20,8 @@ constexpr uint64_t kBufferBytes = 256 * 1024;
 /// Row 0 in memory, or null when the rows must be moved.
 uint8_t* memory_rows(const BITMAPHANDLE& bitmap) noexcept
 {
-    return store_of(bitmap.Flags) == &kConventionalStore && kConventionalStore.extent(bitmap) >= plain_size(bitmap)
-               ? bitmap.Data
-               : nullptr;
+    const Store* const store = store_of(bitmap);
+    return store && store->is_block && store->calls.extent(bitmap) >= plain_size(bitmap) ? bitmap.Data : nullptr;
 }
 
 uint64_t rows_bytes(const BITMAPHANDLE& bitmap, int32_t count) noexcept

@@ -21,7 +21,7 @@ int check_span(const BITMAPHANDLE& bitmap, const Store& store, int64_t position,
 {
     if (position < 0)
         return store.before_start;
-    const uint64_t extent = store.extent(bitmap);
+    const uint64_t extent = store.calls.extent(bitmap);
     const auto start = static_cast<uint64_t>(position);
     return start <= extent && bytes <= extent - start ? V_SUCCESS : past_end;
 }
@@ -30,8 +30,8 @@ int check_span(const BITMAPHANDLE& bitmap, const Store& store, int64_t position,
 
 void recount_size(BITMAPHANDLE& bitmap) noexcept
 {
-    const Store* const store = store_of(bitmap.Flags);
-    set_data_size(bitmap, store ? store->recount(bitmap) : plain_size(bitmap)); // none: a callback holds the rows
+    const Store* const store = store_of(bitmap);
+    set_data_size(bitmap, store ? store->calls.recount(bitmap) : plain_size(bitmap)); // none: a callback holds the rows
 }
 
 intptr_t get_row_col(BITMAPHANDLE& bitmap, void* buffer, int32_t row, int32_t column, size_t bytes) noexcept
@@ -41,14 +41,14 @@ intptr_t get_row_col(BITMAPHANDLE& bitmap, void* buffer, int32_t row, int32_t co
         if (result != 0)
             return result;
     }
-    const Store* const store = store_of(bitmap.Flags);
+    const Store* const store = store_of(bitmap);
     if (!store)
         return V_ERROR_NO_MEMORY;
     if (bytes == 0)
         return 0;
     const int64_t position = position_of(bitmap, row, column);
     const int span = check_span(bitmap, *store, position, bytes, store->read_past_end);
-    return span == V_SUCCESS ? store->read(bitmap, static_cast<uint64_t>(position), buffer, bytes) : span;
+    return span == V_SUCCESS ? store->calls.read(bitmap, static_cast<uint64_t>(position), buffer, bytes) : span;
 }
 
 intptr_t put_row_col(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int32_t column, size_t bytes) noexcept
@@ -59,7 +59,7 @@ intptr_t put_row_col(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int3
         if (result != 0)
             return result;
     }
-    const Store* const store = store_of(bitmap.Flags);
+    const Store* const store = store_of(bitmap);
     if (!store)
         return V_ERROR_NO_MEMORY;
     if (bytes == 0)
@@ -68,8 +68,8 @@ intptr_t put_row_col(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int3
     const int span = check_span(bitmap, *store, position, bytes, V_ERROR_INVALID_PARAMETER);
     if (span != V_SUCCESS)
         return span;
-    const intptr_t moved = store->write(bitmap, static_cast<uint64_t>(position), buffer, bytes);
-    if (bitmap.Flags & BITMAPFLAG_COMPRESSED)
+    const intptr_t moved = store->calls.write(bitmap, static_cast<uint64_t>(position), buffer, bytes);
+    if (store->whole_rows)
         recount_size(bitmap);
     return moved;
 }

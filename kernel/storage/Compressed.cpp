@@ -262,7 +262,6 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest&) noexcept
     bitmap.Handle = owner;
     bitmap.Data = reinterpret_cast<uint8_t*>(bands);
     bitmap.DataOffset = 0;
-    bitmap.Flags |= BITMAPFLAG_COMPRESSED | BITMAPFLAG_CONVENTIONALMEMORY;
     return V_SUCCESS;
 }
 
@@ -360,8 +359,6 @@ uint64_t recount(const BITMAPHANDLE& bitmap) noexcept
         return 0;
     return owner->stored_bytes + (owner->height - owner->stored_rows) * runlength::clear_row_bytes(owner->width);
 }
-
-void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
 
 /// Puts the pixels of a run-length row, whatever its words.
 bool put_run_row(Owner& owner, uint32_t row, const void* run_row) noexcept
@@ -476,18 +473,14 @@ bool compressed_grow_band(BITMAPHANDLE& bitmap, size_t band, uint64_t bytes) noe
     return bytes <= SIZE_MAX / 4 && grown.reserve(bytes + extra);
 }
 
-const Store kCompressedStore = {
-    .name = "compressed",
-    .memory_type = TYPE_COMPRESSED,
-    .before_start = V_ERROR_INVALID_PARAMETER,
-    .read_past_end = V_ERROR_INVALID_PARAMETER,
+const StoreCalls kCompressedCalls = {
     .create = create,
     .extent = extent,
     .read = read,
     .write = write,
     .resize = resize,
     .recount = recount,
-    .figures = figures,
+    .figures = nullptr,
     .destroy = destroy,
     .reverses = reverses,
     .reverse = reverse,

@@ -3,7 +3,7 @@
 //   global   a movable global block in `Handle`, whose pixels start DataOffset bytes in; made elsewhere
 //   user     memory the caller lent (Mirror): never resized, never freed
 #include "kernel/system/Checks.h"
-#include "kernel/storage/Store.h"
+#include "kernel/storage/Storage.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -26,10 +26,6 @@ struct Block {
     }
 };
 
-bool is_user(const BITMAPHANDLE& bitmap) noexcept
-{
-    return (bitmap.Flags & BITMAPFLAG_MIRROR) != 0;
-}
 bool is_global(const BITMAPHANDLE& bitmap) noexcept
 {
     return (bitmap.Flags & BITMAPFLAG_GLOBAL) != 0;
@@ -37,7 +33,7 @@ bool is_global(const BITMAPHANDLE& bitmap) noexcept
 
 Block* block_of(const BITMAPHANDLE& bitmap) noexcept
 {
-    return is_user(bitmap) || is_global(bitmap) ? nullptr : static_cast<Block*>(bitmap.Handle);
+    return is_lent(bitmap) || is_global(bitmap) ? nullptr : static_cast<Block*>(bitmap.Handle);
 }
 
 /// Bytes of a section that holds `bytes` aligned pixel bytes; 0 when no section can.
@@ -60,13 +56,12 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
     bitmap.Handle = block;
     bitmap.Data = block->pixels();
     bitmap.DataOffset = static_cast<int64_t>(block->gap());
-    bitmap.Flags |= BITMAPFLAG_CONVENTIONALMEMORY;
     return V_SUCCESS;
 }
 
 uint64_t extent(const BITMAPHANDLE& bitmap) noexcept
 {
-    if (is_global(bitmap) && !is_user(bitmap)) {
+    if (is_global(bitmap) && !is_lent(bitmap)) {
         const uint64_t held = platform::movable_size(bitmap.Handle);
         const auto offset = static_cast<uint64_t>(bitmap.DataOffset);
         return std::min(data_size(bitmap), held > offset ? held - offset : 0);
@@ -147,14 +142,12 @@ int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
     return V_SUCCESS;
 }
 
-void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
-
 void destroy(BITMAPHANDLE& bitmap) noexcept
 {
-    if (is_user(bitmap))
+    if (is_lent(bitmap))
         return;
     if (is_global(bitmap)) {
-        if (bitmap.Flags & BITMAPFLAG_LOCKED)
+        if (is_pinned(bitmap))
             platform::movable_unlock(bitmap.Handle);
         platform::movable_free(bitmap.Handle);
         return;
@@ -167,18 +160,14 @@ void destroy(BITMAPHANDLE& bitmap) noexcept
 
 } // namespace
 
-const Store kConventionalStore = {
-    .name = "conventional",
-    .memory_type = TYPE_CONV,
-    .before_start = V_ERROR_INVALID_PARAMETER,
-    .read_past_end = V_ERROR_INVALID_PARAMETER,
+const StoreCalls kConventionalCalls = {
     .create = create,
     .extent = extent,
     .read = read,
     .write = write,
     .resize = resize,
     .recount = plain_size,
-    .figures = figures,
+    .figures = nullptr,
     .destroy = destroy,
 };
 

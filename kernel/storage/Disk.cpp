@@ -38,8 +38,6 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
                                     : reinterpret_cast<void*>(static_cast<intptr_t>(file.handle));
     bitmap.Data = nullptr;
     bitmap.DataOffset = file.redirected ? kRedirected : 0;
-    bitmap.Flags |= BITMAPFLAG_DISKMEMORY;
-    bitmap.Flags &= ~(BITMAPFLAG_GLOBAL | BITMAPFLAG_MIRROR);
     return V_SUCCESS;
 }
 
@@ -59,8 +57,6 @@ int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
     return storage_file::set_size(file_of(bitmap), bytes) ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
-void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
-
 void destroy(BITMAPHANDLE& bitmap) noexcept
 {
     StorageFile file = file_of(bitmap);
@@ -69,18 +65,14 @@ void destroy(BITMAPHANDLE& bitmap) noexcept
 
 } // namespace
 
-const Store kDiskStore = {
-    .name = "disk",
-    .memory_type = TYPE_DISK,
-    .before_start = V_ERROR_FILE_SEEK,
-    .read_past_end = V_ERROR_FILE_READ,
+const StoreCalls kDiskCalls = {
     .create = create,
     .extent = plain_size,
     .read = read,
     .write = write,
     .resize = resize,
     .recount = plain_size,
-    .figures = figures,
+    .figures = nullptr,
     .destroy = destroy,
 };
 

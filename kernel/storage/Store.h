@@ -1,8 +1,9 @@
-// The storage kinds of a bitmap behind one table of functions each.
+// The storage kinds of a bitmap: what is true of each in one array, what each does in a file of its own.
 //
 // A store addresses its bytes by position: row * BytesPerLine + offset, whatever the pixels' inner form. Callers
 // (RowCol.cpp, Alloc.cpp) check positions against `extent` once; a store trusts them. Rows of a run-length store expand
-// on the way, tiles may live in a file; none of this shows outside this folder.
+// on the way, tiles may live in a file; none of this shows outside this folder. Nor do the flags that say where a
+// record's pixels are: whoever has to know something of them asks the store, or Storage.h.
 //
 // What an allocation made hangs on the record's `Handle`, and is freed from there even when `Data` was exchanged.
 #pragma once
@@ -45,14 +46,10 @@ struct Reversal {
     void* context;
 };
 
-struct Store {
-    const char* name;
-    uint32_t memory_type; ///< TYPE_ value that V_GetBitmapMemoryInfo reports
-    int before_start;     ///< result of a transfer at a negative position
-    int read_past_end;    ///< result of a read that runs past the extent
-
-    /// Makes zeroed storage for the record's geometry and sets Handle, Data, DataOffset and the storage flags (without
-    /// Allocated). SUCCESS or a code; on failure the record is unchanged.
+/// What a kind does.
+struct StoreCalls {
+    /// Makes zeroed storage for the record's geometry and sets Handle, Data and DataOffset. SUCCESS or a code; on
+    /// failure the record is unchanged.
     int (*create)(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept;
     /// Bytes that may be addressed.
     uint64_t (*extent)(const BITMAPHANDLE& bitmap) noexcept;
@@ -63,6 +60,7 @@ struct Store {
     int (*resize)(BITMAPHANDLE& bitmap, int32_t height) noexcept;
     /// Stored bytes, as `Size` reports them.
     uint64_t (*recount)(const BITMAPHANDLE& bitmap) noexcept;
+    /// Null where there are no tiles.
     void (*figures)(const BITMAPHANDLE& bitmap, StoreFigures& figures) noexcept;
     /// Frees what create made.
     void (*destroy)(BITMAPHANDLE& bitmap) noexcept;
@@ -74,14 +72,159 @@ struct Store {
     int (*reverse)(BITMAPHANDLE& bitmap, const Reversal& reversal) noexcept = nullptr;
 };
 
-extern const Store kConventionalStore; ///< private, global and user memory
-extern const Store kDiskStore;
-extern const Store kTiledStore;
-extern const Store kCompressedStore;
-extern const Store kSuperCompressedStore;
+extern const StoreCalls kCompressedCalls;
+extern const StoreCalls kTiledCalls;
+extern const StoreCalls kSuperCompressedCalls;
+extern const StoreCalls kConventionalCalls; ///< private, global and user memory
+extern const StoreCalls kDiskCalls;
 
-/// The store that the flags describe; null when they describe none. The order of the tests is the record's: compressed,
-/// tiled, super-compressed, conventional, disk.
-const Store* store_of(uint32_t flags) noexcept;
+/// The size that a change of height leaves in a record.
+enum class SizeAfter : uint8_t {
+    recounted,
+    plain,
+    with_gap, ///< the gap in front of the first row counts, on purpose
+};
+
+constexpr bool holds_any(int32_t) noexcept
+{
+    return true;
+}
+constexpr bool holds_one_bit(int32_t bits) noexcept
+{
+    return bits == 1;
+}
+/// The depths that there is a codec for.
+bool holds_codec_depth(int32_t bits) noexcept;
+
+/// What is true of a kind. Requests are sums of TYPE_ values.
+struct Store {
+    const StoreCalls& calls;
+    uint32_t flag;                ///< tells the kind of a record, tested in the order of the array
+    uint32_t flags_besides = 0;   ///< that a record gets as well
+    uint32_t flags_cleared = 0;   ///< that it loses
+    uint32_t memory_type;         ///< TYPE_ value that asks for the kind, and that V_GetBitmapMemoryInfo reports
+    uint32_t request;             ///< an accepted request has all of these,
+    uint32_t request_with = 0;    ///< and none but these besides
+    bool settles_request = false; ///< where the kind can be had, what else a request says does not count
+    bool falls_to_disk = false;   ///< where it could not be had after all, if the request allows that
+    bool takes_handles = false;   ///< not to be had when handles run short
+    bool is_block = false;        ///< the rows are one block at `Data`
+    bool whole_rows = false;      ///< a row is stored as a whole, and `Size` follows every put
+    bool packs_late = false;      ///< what was put last is packed by a recount
+    int32_t compression = 0;      ///< number for V_ChangeBitmapCompression; 0 where bytes are stored as they are
+    SizeAfter size_after = SizeAfter::with_gap;
+    int before_start = V_ERROR_INVALID_PARAMETER;  ///< result of a transfer at a negative position
+    int read_past_end = V_ERROR_INVALID_PARAMETER; ///< result of a read that runs past the extent
+    bool (*holds)(int32_t bits) noexcept = holds_any;
+
+    /// As its call, and sets the record's flags.
+    int create(BITMAPHANDLE& bitmap, const StoreRequest& how) const noexcept
+    {
+        const int result = calls.create(bitmap, how);
+        if (result == V_SUCCESS)
+            bitmap.Flags = (bitmap.Flags & ~flags_cleared) | flag | flags_besides;
+        return result;
+    }
+    bool has_tiles() const noexcept { return calls.figures != nullptr; }
+    bool accepts(uint32_t memory) const noexcept
+    {
+        return (memory & request) == request && (memory & ~(request | request_with)) == 0;
+    }
+};
+
+/// The kinds, in the order in which a record's flags are tested.
+inline constexpr Store kStores[] = {
+    {
+        .calls = kCompressedCalls,
+        .flag = BITMAPFLAG_COMPRESSED,
+        .flags_besides = BITMAPFLAG_CONVENTIONALMEMORY,
+        .memory_type = TYPE_COMPRESSED,
+        .request = TYPE_COMPRESSED | TYPE_NODISK,
+        .request_with = TYPE_CONV,
+        .settles_request = true,
+        .falls_to_disk = true,
+        .whole_rows = true,
+        .compression = 1,
+        .size_after = SizeAfter::recounted,
+        .holds = holds_one_bit,
+    },
+    {
+        .calls = kTiledCalls,
+        .flag = BITMAPFLAG_TILED,
+        .flags_besides = BITMAPFLAG_CONVENTIONALMEMORY,
+        .memory_type = TYPE_TILED,
+        .request = TYPE_TILED,
+        .request_with = TYPE_NODISK,
+        .takes_handles = true,
+    },
+    {
+        .calls = kSuperCompressedCalls,
+        .flag = BITMAPFLAG_SUPERCOMPRESSED,
+        .flags_besides = BITMAPFLAG_CONVENTIONALMEMORY,
+        .memory_type = TYPE_SUPERCOMPRESSED,
+        .request = TYPE_SUPERCOMPRESSED,
+        .request_with = TYPE_CONV | TYPE_NODISK,
+        .takes_handles = true,
+        .packs_late = true,
+        .compression = 2,
+        .holds = holds_codec_depth,
+    },
+    {
+        .calls = kConventionalCalls,
+        .flag = BITMAPFLAG_CONVENTIONALMEMORY,
+        .memory_type = TYPE_CONV,
+        .request = 0,
+        .request_with = TYPE_CONV | TYPE_NOTILED | TYPE_NODISK,
+        .is_block = true,
+    },
+    {
+        .calls = kDiskCalls,
+        .flag = BITMAPFLAG_DISKMEMORY,
+        .flags_cleared = BITMAPFLAG_GLOBAL | BITMAPFLAG_MIRROR,
+        .memory_type = TYPE_DISK,
+        .request = TYPE_DISK,
+        .size_after = SizeAfter::plain,
+        .before_start = V_ERROR_FILE_SEEK,
+        .read_past_end = V_ERROR_FILE_READ,
+    },
+};
+
+/// The kind that a TYPE_ value asks for; null when none does.
+constexpr const Store* store_for(uint32_t memory_type) noexcept
+{
+    for (const Store& store : kStores)
+        if (store.memory_type == memory_type)
+            return &store;
+    return nullptr;
+}
+
+/// The kinds that code has to name.
+inline constexpr const Store& kCompressedStore = *store_for(TYPE_COMPRESSED);
+inline constexpr const Store& kTiledStore = *store_for(TYPE_TILED);
+inline constexpr const Store& kConventionalStore = *store_for(TYPE_CONV);
+inline constexpr const Store& kDiskStore = *store_for(TYPE_DISK);
+
+/// A request for user memory and nothing else, or one that a kind accepts.
+constexpr bool is_accepted_request(uint32_t memory) noexcept
+{
+    bool is_accepted = memory == TYPE_USER;
+    for (const Store& store : kStores)
+        is_accepted = is_accepted || (memory != 0 && store.accepts(memory));
+    return is_accepted;
+}
+
+/// The store that the flags describe; null when they describe none.
+inline const Store* store_of(uint32_t flags) noexcept
+{
+    for (const Store& store : kStores)
+        if (flags & store.flag)
+            return &store;
+    return nullptr;
+}
+
+inline const Store* store_of(const BITMAPHANDLE& bitmap) noexcept
+{
+    return store_of(bitmap.Flags);
+}
 
 } // namespace vk

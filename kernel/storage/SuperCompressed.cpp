@@ -5,6 +5,7 @@
 #include "kernel/format/RowMath.h"
 #include "kernel/storage/Store.h"
 #include "kernel/storage/SuperBands.h"
+#include "kernel/storage/codec/Codec.h"
 
 namespace vk {
 
@@ -27,7 +28,6 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest&) noexcept
     bitmap.Handle = bands;
     bitmap.Data = nullptr;
     bitmap.DataOffset = 0;
-    bitmap.Flags |= BITMAPFLAG_SUPERCOMPRESSED | BITMAPFLAG_CONVENTIONALMEMORY;
     return V_SUCCESS;
 }
 
@@ -62,8 +62,6 @@ uint64_t recount(const BITMAPHANDLE& bitmap) noexcept
     return bands ? bands->flush() : 0;
 }
 
-void figures(const BITMAPHANDLE&, StoreFigures&) noexcept {}
-
 void destroy(BITMAPHANDLE& bitmap) noexcept
 {
     if (SuperBands* const bands = bands_of(bitmap))
@@ -84,18 +82,19 @@ int reverse(BITMAPHANDLE& bitmap, const Reversal& reversal) noexcept
 
 } // namespace
 
-const Store kSuperCompressedStore = {
-    .name = "super-compressed",
-    .memory_type = TYPE_SUPERCOMPRESSED,
-    .before_start = V_ERROR_INVALID_PARAMETER,
-    .read_past_end = V_ERROR_INVALID_PARAMETER,
+bool holds_codec_depth(int32_t bits) noexcept
+{
+    return codec::has_codec(bits);
+}
+
+const StoreCalls kSuperCompressedCalls = {
     .create = create,
     .extent = extent,
     .read = read,
     .write = write,
     .resize = resize,
     .recount = recount,
-    .figures = figures,
+    .figures = nullptr,
     .destroy = destroy,
     .reverses = reverses,
     .reverse = reverse,

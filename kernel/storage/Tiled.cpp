@@ -194,7 +194,6 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
     bitmap.Handle = table;
     bitmap.Data = reinterpret_cast<uint8_t*>(table);
     bitmap.DataOffset = 0;
-    bitmap.Flags |= BITMAPFLAG_CONVENTIONALMEMORY | BITMAPFLAG_TILED;
     return V_SUCCESS;
 }
 
@@ -350,11 +349,7 @@ void destroy(BITMAPHANDLE& bitmap) noexcept
 
 } // namespace
 
-const Store kTiledStore = {
-    .name = "tiled",
-    .memory_type = TYPE_TILED,
-    .before_start = V_ERROR_INVALID_PARAMETER,
-    .read_past_end = V_ERROR_INVALID_PARAMETER,
+const StoreCalls kTiledCalls = {
     .create = create,
     .extent = plain_size,
     .read = read,

@@ -71,9 +71,4 @@ inline const BITMAPDATACALLBACKS* data_callbacks(const BITMAPHANDLE& bitmap) noe
     return is_current(bitmap) ? bitmap.DataCallbacks : nullptr;
 }
 
-/// Bits that say where the pixels are.
-constexpr uint32_t kStorageFlags = BITMAPFLAG_SUPERCOMPRESSED | BITMAPFLAG_TILED | BITMAPFLAG_MIRROR |
-                                   BITMAPFLAG_COMPRESSED | BITMAPFLAG_DISKMEMORY | BITMAPFLAG_CONVENTIONALMEMORY;
-static_assert(kStorageFlags == 0xC506);
-
 } // namespace vk

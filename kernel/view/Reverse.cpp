@@ -275,8 +275,8 @@ const Store* reversing_store(const BITMAPHANDLE& bitmap) noexcept
 {
     const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
     const bool is_watched = calls && (calls->GetBitmapRowColCallback || calls->PutBitmapRowColCallback);
-    const Store* const store = store_of(bitmap.Flags);
-    return store && store->reverses && !is_watched && store->reverses(bitmap) ? store : nullptr;
+    const Store* const store = store_of(bitmap);
+    return store && store->calls.reverses && !is_watched && store->calls.reverses(bitmap) ? store : nullptr;
 }
 
 } // namespace
@@ -286,7 +286,7 @@ int reverse_pixels(BITMAPHANDLE& bitmap, Layout layout, Progress& progress, cons
     if (const Store* const store = reversing_store(bitmap)) {
         const Reversal reversal{layout.flip, layout.mirror ? mirror_row : nullptr, progress, agreement.ask,
                                 agreement.context};
-        return store->reverse(bitmap, reversal);
+        return store->calls.reverse(bitmap, reversal);
     }
     if (RowReader(bitmap).in_place() && RowWriter(bitmap).in_place()) {
         InMemory way(bitmap, layout);

@@ -28,6 +28,11 @@ Slot* slot_of(int32_t bits) noexcept
 
 } // namespace
 
+bool has_codec(int32_t bits) noexcept
+{
+    return slot_of(bits) != nullptr;
+}
+
 const Codec* acquire(int32_t bits) noexcept
 {
     Slot* const slot = slot_of(bits);

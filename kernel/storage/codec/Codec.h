@@ -40,6 +40,9 @@ struct Codec {
 extern const Codec kSampleCodec; ///< 8 and 24 bits
 extern const Codec kPageCodec;   ///< 1 bit
 
+/// Whether there is a codec for a depth.
+bool has_codec(int32_t bits) noexcept;
+
 /// The codec for a depth with one more user; null when there is none for it.
 const Codec* acquire(int32_t bits) noexcept;
 
