@@ -6,7 +6,7 @@ namespace vk::quantize {
 
 namespace {
 
-constexpr int kMostTurns = 40;
+constexpr int kMostPasses = 40;
 
 int32_t squared(int32_t a, int32_t b, int32_t c) noexcept
 {
@@ -37,7 +37,7 @@ void order_centers(const Center* centers, uint32_t count, RefineTables& tables) 
     }
 }
 
-/// The same after the centres have moved. The order changes little from turn to turn, which suits this way of sorting.
+/// The same after the centres have moved. The order changes little from pass to pass, which suits this way of sorting.
 void reorder_centers(const Center* centers, uint32_t count, RefineTables& tables) noexcept
 {
     for (uint32_t i = 0; i < count; ++i) {
@@ -74,8 +74,8 @@ int16_t nearest(const Point& point, const Center* centers, uint32_t count, const
     return owner;
 }
 
-/// What a turn finds out about the points of each centre.
-struct Turn {
+/// What a pass finds out about the points of each centre.
+struct Pass {
     int64_t weights[256] = {};
     int64_t sums[256][3] = {};
     uint64_t error = 0;
@@ -84,32 +84,32 @@ struct Turn {
 };
 
 void assign(Point* points, uint32_t count, const Center* centers, uint32_t center_count, const RefineTables& tables,
-            Turn& turn) noexcept
+            Pass& pass) noexcept
 {
     for (Point* point = points; point != points + count; ++point) {
         int32_t error = 0;
         point->owner = nearest(*point, centers, center_count, tables, &error);
-        turn.weights[point->owner] += point->weight;
+        pass.weights[point->owner] += point->weight;
         for (int axis = 0; axis < 3; ++axis)
-            turn.sums[point->owner][axis] += int64_t{point->at[axis]} * point->weight;
+            pass.sums[point->owner][axis] += int64_t{point->at[axis]} * point->weight;
         const uint64_t weighted = static_cast<uint64_t>(error) * point->weight;
-        turn.error += weighted;
-        if (weighted > turn.worst) {
-            turn.worst = weighted;
-            turn.worst_point = point;
+        pass.error += weighted;
+        if (weighted > pass.worst) {
+            pass.worst = weighted;
+            pass.worst_point = point;
         }
     }
 }
 
 /// Moves each centre to its points; one that has lost all of them goes to the point that is worst off.
-void move_centers(const Turn& turn, Center* centers, uint32_t count) noexcept
+void move_centers(const Pass& pass, Center* centers, uint32_t count) noexcept
 {
     bool has_moved = false;
     for (uint32_t i = 0; i < count; ++i) {
-        if (turn.weights[i] != 0) {
-            centers[i] = mean_of(turn.sums[i], turn.weights[i]);
-        } else if (turn.worst_point && !has_moved) {
-            const Point& point = *turn.worst_point;
+        if (pass.weights[i] != 0) {
+            centers[i] = mean_of(pass.sums[i], pass.weights[i]);
+        } else if (pass.worst_point && !has_moved) {
+            const Point& point = *pass.worst_point;
             centers[i] = {{point.at[0], point.at[1], point.at[2]}};
             has_moved = true;
         }
@@ -122,13 +122,13 @@ void refine(Point* points, uint32_t count, Center* centers, uint32_t center_coun
 {
     order_centers(centers, center_count, tables);
     uint64_t before = UINT64_MAX;
-    for (int i = 0; i < kMostTurns; ++i) {
-        Turn turn;
-        assign(points, count, centers, center_count, tables, turn);
-        if (turn.error >= before - before / 2000) // hardly better: done
+    for (int i = 0; i < kMostPasses; ++i) {
+        Pass pass;
+        assign(points, count, centers, center_count, tables, pass);
+        if (pass.error >= before - before / 2000) // hardly better: done
             return;
-        before = turn.error;
-        move_centers(turn, centers, center_count);
+        before = pass.error;
+        move_centers(pass, centers, center_count);
         reorder_centers(centers, center_count, tables);
     }
 }

@@ -13,28 +13,28 @@ namespace vk {
 int convert_buffer(void* buffer, const ConvertJob& job) noexcept
 {
     if (buffer == nullptr || job.width <= 0) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     pixel::Plan plan;
     if (!pixel::make_plan(job, &plan)) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     pixel::run_in_place(plan, static_cast<uint8_t*>(buffer), static_cast<size_t>(job.width));
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 int convert_rows(SourceRows src, TargetRows dst, size_t rows, const ConvertJob& job) noexcept
 {
     if (src.data == nullptr || dst.data == nullptr || job.width <= 0) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     pixel::Plan plan;
     if (!pixel::make_plan(job, &plan)) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     pixel::run_rows(plan, static_cast<const uint8_t*>(src.data), src.stride, static_cast<uint8_t*>(dst.data),
                     dst.stride, static_cast<size_t>(job.width), rows);
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 namespace {
@@ -127,23 +127,23 @@ int32_t V_CalcConvertSize(int32_t nWidthSrc, int32_t nBitsPerPixelSrc, int32_t n
                           int32_t nBitsPerPixelDst) noexcept
 {
     if (nWidthSrc < 0 || nBitsPerPixelSrc < 0 || nWidthDst < 0 || nBitsPerPixelDst < 0) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     const int64_t bytes =
         std::max({convert_row_bytes(nWidthSrc, nBitsPerPixelSrc), convert_row_bytes(nWidthDst, nBitsPerPixelSrc),
                   convert_row_bytes(nWidthDst, nBitsPerPixelDst)});
-    return bytes <= INT32_MAX ? static_cast<int32_t>(bytes) : ERROR_INVALID_PARAMETER;
+    return bytes <= INT32_MAX ? static_cast<int32_t>(bytes) : V_ERROR_INVALID_PARAMETER;
 }
 
 int V_PadPixelData(void* pBuffer, int32_t nBitsPerPixel, uint32_t uCount, int32_t nHighBit, int32_t nLowBit,
                    int32_t nMargin) noexcept
 {
     if (pBuffer == nullptr || nBitsPerPixel != 16) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     PadLimits limits;
     if (!pad_limits(nHighBit, nLowBit, nMargin, &limits)) {
-        return SUCCESS;
+        return V_SUCCESS;
     }
     auto* samples = static_cast<uint8_t*>(pBuffer);
     for (size_t i = 0; i < uCount; ++i) {
@@ -154,5 +154,5 @@ int V_PadPixelData(void* pBuffer, int32_t nBitsPerPixel, uint32_t uCount, int32_
         sample = static_cast<uint16_t>((sample & ~limits.range) | bounded);
         std::memcpy(samples + 2 * i, &sample, sizeof sample);
     }
-    return SUCCESS;
+    return V_SUCCESS;
 }

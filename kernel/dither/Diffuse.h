@@ -33,7 +33,7 @@ template <int32_t Divisor> inline __m128i divide(__m128i sum) noexcept
 }
 
 template <int32_t Method, class Match> class ColorStepper {
-    static constexpr const Diffusion& kMethod = kDiffusions[Method];
+    static constexpr const Diffusion& kMethod = kMethods[Method].diffusion;
     static constexpr size_t kReach = static_cast<size_t>(kMethod.reach);
     static constexpr size_t kDepth = static_cast<size_t>(kMethod.depth);
     static constexpr size_t kWaiting = 2 * kReach; ///< columns of a row below that are not done with

@@ -9,7 +9,7 @@ namespace vk::dither {
 namespace {
 
 template <int32_t Method> class GrayStepper {
-    static constexpr const Diffusion& kMethod = kDiffusions[Method];
+    static constexpr const Diffusion& kMethod = kMethods[Method].diffusion;
     static constexpr size_t kReach = static_cast<size_t>(kMethod.reach);
     static constexpr size_t kDepth = static_cast<size_t>(kMethod.depth);
     static constexpr size_t kWaiting = 2 * kReach;
@@ -80,7 +80,7 @@ template <int32_t Method, int32_t Rows> void diffuse_rows(DitherState& state) no
     for (int32_t r = 0; r < Rows; ++r) {
         rows[r].start(state, r);
     }
-    run_wave<Rows>(rows, state.width, kDiffusions[Method].reach + 1);
+    run_wave<Rows>(rows, state.width, diffusion_of(Method).reach + 1);
 }
 
 template <int32_t Method> void diffuse(DitherState& state, int32_t rows) noexcept
@@ -96,20 +96,7 @@ template <int32_t Method> void diffuse(DitherState& state, int32_t rows) noexcep
 
 void diffuse_grays(DitherState& state, int32_t rows) noexcept
 {
-    switch (state.method) {
-    case DITHER_FLOYD_STEINBERG:
-        return diffuse<DITHER_FLOYD_STEINBERG>(state, rows);
-    case DITHER_STUCKI:
-        return diffuse<DITHER_STUCKI>(state, rows);
-    case DITHER_BURKES:
-        return diffuse<DITHER_BURKES>(state, rows);
-    case DITHER_SIERRA:
-        return diffuse<DITHER_SIERRA>(state, rows);
-    case DITHER_STEVENSON_ARCE:
-        return diffuse<DITHER_STEVENSON_ARCE>(state, rows);
-    default:
-        return diffuse<DITHER_JARVIS>(state, rows);
-    }
+    with_diffusion(state.method, [&]<int32_t kMethod>() noexcept { diffuse<kMethod>(state, rows); });
 }
 
 } // namespace vk::dither

@@ -62,17 +62,6 @@ template <size_t Size> void offset_row(const Offsets& offsets, uint8_t* bytes, s
     }
 }
 
-using DiffuseColors = void (*)(DitherState&, int32_t) noexcept;
-constexpr DiffuseColors kDiffuseColors[] = {
-    nullptr,
-    diffuse_colors<DITHER_FLOYD_STEINBERG>,
-    diffuse_colors<DITHER_STUCKI>,
-    diffuse_colors<DITHER_BURKES>,
-    diffuse_colors<DITHER_SIERRA>,
-    diffuse_colors<DITHER_STEVENSON_ARCE>,
-    diffuse_colors<DITHER_JARVIS>,
-};
-
 } // namespace
 
 void map_colors(DitherState& state) noexcept
@@ -115,7 +104,7 @@ void fast_rows(DitherState& state, int32_t rows) noexcept
     if (state.single_gray) {
         diffuse_grays(state, rows);
     } else {
-        kDiffuseColors[state.method](state, rows);
+        with_diffusion(state.method, [&]<int32_t kMethod>() noexcept { diffuse_colors<kMethod>(state, rows); });
     }
 }
 

@@ -44,7 +44,7 @@ void spread(const Diffusion& method, const ErrorRows& rows, int32_t column, cons
 
 void diffuse_row(DitherState& state) noexcept
 {
-    const Diffusion& method = kDiffusions[state.method];
+    const Diffusion& method = diffusion_of(state.method);
     ErrorRows rows{};
     const auto from_column_0 = [&](int32_t below) {
         return error_row(state, state.row + static_cast<uint64_t>(below)) + 4 * method.reach;

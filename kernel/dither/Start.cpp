@@ -120,7 +120,7 @@ struct Sizes {
     explicit Sizes(const DitherState& state) noexcept
     {
         const auto width = static_cast<uint64_t>(state.width);
-        const Diffusion& method = is_diffusion(state.method) ? kDiffusions[state.method] : kDiffusions[0];
+        const Diffusion& method = diffusion_of(state.method);
         constexpr uint64_t kAlign = 16;
         const auto round = [](uint64_t bytes) { return (bytes + kAlign - 1) / kAlign * kAlign; };
         ring = method.depth == 0 ? 0 : static_cast<uint64_t>(method.depth + kMostRows);

@@ -37,7 +37,7 @@ constexpr bool is_fixed(Kind kind) noexcept
 constexpr uint32_t kColors15 = 32768;
 constexpr uint32_t kColorMask = 0x00FFFFFFu;
 /// Rows that go side by side at most, and so rows of working memory.
-constexpr int32_t kMostRows = 6;
+constexpr int32_t kMostRows = most_wave_rows();
 /// Rows of a group of gray lanes, and groups. Their levels take the working memory of kMostRows colour rows.
 constexpr int32_t kLanes = 8;
 constexpr int32_t kMostLaneGroups = 2;

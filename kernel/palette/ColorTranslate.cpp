@@ -50,7 +50,7 @@ bool is_indexed(const BITMAPHANDLE& bitmap) noexcept
 /// The colour of a palette index; false when the bitmap has no such entry.
 bool entry_color(const BITMAPHANDLE* bitmap, uint32_t index, COLORREF* color) noexcept
 {
-    if (check_record(bitmap) != SUCCESS || !is_indexed(*bitmap) || bitmap->Palette == nullptr ||
+    if (check_record(bitmap) != V_SUCCESS || !is_indexed(*bitmap) || bitmap->Palette == nullptr ||
         index >= palette_entries(*bitmap)) {
         return false;
     }

@@ -22,12 +22,12 @@ using namespace vk;
 int V_GetFixedPalette(RGBQUAD* pPalette, int32_t nBits) noexcept
 {
     if (pPalette == nullptr || (nBits != 0 && !is_indexed(nBits))) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     const RGBQUAD* entries = nBits == 0 ? gray_levels() : fixed_palette(nBits);
     const size_t count = nBits == 0 ? 256u : size_t{1} << nBits;
     std::memcpy(pPalette, entries, count * sizeof(RGBQUAD));
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 const RGBQUAD* V_IntGetFixedPalette(int32_t nBits) noexcept
@@ -67,7 +67,7 @@ RGBQUAD* V_CreateNewPalette(const RGBQUAD* pPalette, uint32_t uCount) noexcept
 
 int V_FreePalette(RGBQUAD* pPalette) noexcept
 {
-    return free_palette(pPalette) ? SUCCESS : ERROR_INVALID_PARAMETER;
+    return free_palette(pPalette) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
 }
 
 HPALETTE V_CreatePalette(const RGBQUAD* pPalette, uint32_t uCount) noexcept
@@ -115,44 +115,44 @@ int V_DeletePalette(HPALETTE hPalette) noexcept
 int V_SetBitmapNewPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
     const int result = check_record(pBitmap);
-    return result == SUCCESS ? set_new_palette(*pBitmap, pPalette, uCount) : result;
+    return result == V_SUCCESS ? set_new_palette(*pBitmap, pPalette, uCount) : result;
 }
 
 int V_SetBitmapPalette(BITMAPHANDLE* pBitmap, HPALETTE hPalette) noexcept
 {
     if (pBitmap == nullptr) {
-        return ERROR_INVALID_IMAGE;
+        return V_ERROR_INVALID_IMAGE;
     }
     if (!is_record_size(pBitmap->StructSize)) {
-        return ERROR_INVALID_STRUCT_SIZE;
+        return V_ERROR_INVALID_STRUCT_SIZE;
     }
     RGBQUAD entries[kMaxPaletteEntries];
     const uint32_t count = hPalette != nullptr ? platform::palette_size(hPalette) : 0;
     if (count < 2 || count > kMaxPaletteEntries || platform::palette_read(hPalette, 0, count, entries) != count) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     RGBQUAD* palette = new_palette(entries, count);
     if (palette == nullptr) {
-        return ERROR_NO_MEMORY;
+        return V_ERROR_NO_MEMORY;
     }
     put_palette(*pBitmap, palette, count);
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
 {
     if (pDst == nullptr || pSrc == nullptr) {
-        return ERROR_INVALID_PARAMETER;
+        return V_ERROR_INVALID_PARAMETER;
     }
     if (!is_record_size(pDst->StructSize) || !is_record_size(pSrc->StructSize)) {
-        return ERROR_INVALID_STRUCT_SIZE;
+        return V_ERROR_INVALID_STRUCT_SIZE;
     }
     if (pDst == pSrc) {
-        return SUCCESS;
+        return V_SUCCESS;
     }
     if (pSrc->Palette == nullptr) {
         put_palette(*pDst, nullptr, 0);
-        return SUCCESS;
+        return V_SUCCESS;
     }
     const RGBQUAD* const entries = pSrc->Palette;
     return set_new_palette(*pDst, entries, held_entries(entries, pSrc->Colors));
@@ -161,22 +161,22 @@ int V_CopyBitmapPalette(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) noexcept
 int V_CreateBitmapGrayPalette(BITMAPHANDLE* pBitmap) noexcept
 {
     const int result = check_record(pBitmap);
-    if (result != SUCCESS) {
+    if (result != V_SUCCESS) {
         return result;
     }
     const int32_t bits = pBitmap->BitsPerPixel;
-    return is_indexed(bits) ? give_gray_palette(*pBitmap) : ERROR_INVALID_BITS_PER_PIXEL;
+    return is_indexed(bits) ? give_gray_palette(*pBitmap) : V_ERROR_INVALID_BITS_PER_PIXEL;
 }
 
 int V_CreateBitmapFixedPalette(BITMAPHANDLE* pBitmap) noexcept
 {
     const int result = check_record(pBitmap);
-    return result == SUCCESS ? give_fixed_palette(*pBitmap) : result;
+    return result == V_SUCCESS ? give_fixed_palette(*pBitmap) : result;
 }
 
 int V_CompareBitmapToPalette(BITMAPHANDLE* pBitmap, const RGBQUAD* pPalette, uint32_t uCount) noexcept
 {
-    return check_record(pBitmap) == SUCCESS && palette_starts_with(*pBitmap, pPalette, uCount) ? 1 : 0;
+    return check_record(pBitmap) == V_SUCCESS && palette_starts_with(*pBitmap, pPalette, uCount) ? 1 : 0;
 }
 
 int32_t V_FindPaletteIndex(const RGBQUAD* pPalette, uint32_t uCount, uint8_t uRed, uint8_t uGreen,
@@ -187,12 +187,12 @@ int32_t V_FindPaletteIndex(const RGBQUAD* pPalette, uint32_t uCount, uint8_t uRe
 
 uint32_t V_GetNearestPaletteIndex(BITMAPHANDLE* pBitmap, COLORREF crColor) noexcept
 {
-    return check_record(pBitmap) == SUCCESS ? nearest_object_index(*pBitmap, crColor) : 0;
+    return check_record(pBitmap) == V_SUCCESS ? nearest_object_index(*pBitmap, crColor) : 0;
 }
 
 COLORREF V_TranslateBitmapColor(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, COLORREF crColor) noexcept
 {
-    return check_record(pDst) == SUCCESS ? translate_color(*pDst, pSrc, crColor) : crColor;
+    return check_record(pDst) == V_SUCCESS ? translate_color(*pDst, pSrc, crColor) : crColor;
 }
 
 uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) noexcept
@@ -203,7 +203,7 @@ uint32_t* V_CreateUserMatchTable(const RGBQUAD* pPalette, uint32_t uCount) noexc
 int V_FreeUserMatchTable(uint32_t* pTable) noexcept
 {
     platform::heap_free(pTable);
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 uint32_t* V_SetUserMatchTable(uint32_t* pTable) noexcept

@@ -49,10 +49,10 @@ int set_new_palette(BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count
     RGBQUAD* copy = copies ? new_palette(entries, count) : nullptr;
     if (copy == nullptr) {
         drop_palette(bitmap);
-        return entries == nullptr ? SUCCESS : FAILURE;
+        return entries == nullptr ? V_SUCCESS : FAILURE;
     }
     put_palette(bitmap, copy, count);
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 int give_gray_palette(BITMAPHANDLE& bitmap) noexcept
@@ -60,10 +60,10 @@ int give_gray_palette(BITMAPHANDLE& bitmap) noexcept
     const int32_t bits = bitmap.BitsPerPixel;
     RGBQUAD* palette = new_gray_palette(bits);
     if (palette == nullptr) {
-        return ERROR_NO_MEMORY;
+        return V_ERROR_NO_MEMORY;
     }
     put_palette(bitmap, palette, 1u << bits);
-    return SUCCESS;
+    return V_SUCCESS;
 }
 
 int give_fixed_palette(BITMAPHANDLE& bitmap) noexcept
@@ -75,7 +75,7 @@ int give_fixed_palette(BITMAPHANDLE& bitmap) noexcept
     }
     RGBQUAD* palette = new_palette(entries, bitmap.Colors);
     bitmap.Palette = palette;
-    return palette != nullptr ? SUCCESS : ERROR_NO_MEMORY;
+    return palette != nullptr ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 bool palette_starts_with(const BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count) noexcept

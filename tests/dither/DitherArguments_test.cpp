@@ -1,5 +1,6 @@
 // Dithering's borders: arguments that are wrong or do not go together, failing memory, ends of runs, the default
 // method.
+#include "kernel/dither/Methods.h"
 #include "tests/support/FaultLoop.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/support/TestDither.h"
@@ -163,7 +164,7 @@ TEST(DitherThread, DefaultMethodBelongsToTheThread)
 {
     const int32_t before = V_GetDefaultDithering();
     EXPECT_EQ(DITHER_FLOYD_STEINBERG, before);
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_DefaultDithering(9));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_DefaultDithering(vk::dither::kMethodCount));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_DefaultDithering(-1));
     EXPECT_EQ(before, V_GetDefaultDithering());
     std::thread([before] {

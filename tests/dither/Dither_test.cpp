@@ -1,6 +1,7 @@
 // Dithering: literal rows, agreement of every path with the slow reference for every method, palette kind and source
 // format, and prepared matching at the edges of its regions.
 #include "kernel/dither/Dither.h"
+#include "kernel/dither/Methods.h"
 
 #include "Vkdither.h"
 #include "tests/reference/DitherReference.h"
@@ -207,7 +208,7 @@ TEST(Dither, EveryPathAgreesWithTheReference)
     SCOPED_TRACE(random);
     Done done{};
     int32_t width = 0;
-    for (int32_t method = 0; method <= 8; ++method) {
+    for (int32_t method = 0; method < dither::kMethodCount; ++method) {
         for (int kind = 0; kind <= 12; ++kind) {
             for (const SourceFormat& format : kSources) {
                 DitherSetup setup;

@@ -2,31 +2,50 @@
  * @file Convert.cpp
  * convert: another depth, palette or colour order, with the library's colour-resolution change.
  */
+#include "kernel/dither/Methods.h" // names and numbers, none of which is linked
 #include "tools/Operation.h"
 #include "tools/Values.h"
 
 #include <memory>
+#include <string>
 
 namespace vk::tool {
 
 namespace {
 
+/** The dithering methods by name. */
+struct MethodWords {
+    Word<int32_t> words[dither::kMethodCount];
+};
+constexpr MethodWords kMethods = [] {
+    MethodWords methods{};
+    for (const dither::Method& method : dither::kMethods) {
+        methods.words[method.number] = {method.name, method.number};
+    }
+    return methods;
+}();
+
+std::string method_names()
+{
+    std::string names;
+    for (const Word<int32_t>& method : kMethods.words) {
+        const bool is_last = method.value == dither::kMethodCount - 1;
+        names += names.empty() ? "" : is_last ? " or " : ", ";
+        names += method.word;
+        names += method.value == DITHER_FLOYD_STEINBERG ? " (default)" : "";
+    }
+    return names;
+}
+const std::string kMethodNames = method_names();
+
 const Option kOptions[] = {
     {"--bits", "N", "bits per pixel: 1 to 8, 12, 16, 24, 32, 48 or 64 (default: the picture's)"},
     {"--palette", "KIND", "up to 8 bits: fixed, gray, cube, optimized (default), or a picture whose palette is taken"},
     {"--colors", "N", "most colours of an optimized palette"},
-    {"--dither", "METHOD",
-     "none, floyd-steinberg (default), stucki, burkes, sierra, stevenson-arce, jarvis, ordered or clustered"},
+    {"--dither", "METHOD", kMethodNames.c_str()},
     {"--order", "ORDER", "rgb, bgr, gray, romm or 565 (default: the depth's usual one)"},
 };
 
-constexpr Word<int32_t> kMethods[] = {
-    {"none", DITHER_NONE},           {"floyd-steinberg", DITHER_FLOYD_STEINBERG},
-    {"stucki", DITHER_STUCKI},       {"burkes", DITHER_BURKES},
-    {"sierra", DITHER_SIERRA},       {"stevenson-arce", DITHER_STEVENSON_ARCE},
-    {"jarvis", DITHER_JARVIS},       {"ordered", DITHER_ORDERED},
-    {"clustered", DITHER_CLUSTERED},
-};
 constexpr Word<int32_t> kOrders[] = {
     {"rgb", COLORORDER_RGB},   {"bgr", COLORORDER_BGR},    {"gray", COLORORDER_GRAY},
     {"romm", COLORORDER_ROMM}, {"565", COLORORDER_RGB565},
@@ -75,7 +94,7 @@ Request read_request(const Arguments& arguments)
     if (const std::optional<std::string> order = arguments.value("--order")) {
         request.flags |= COLORRES_ORDER(require_word(kOrders, "--order", *order));
     }
-    request.method = require_word(kMethods, "--dither", arguments.value("--dither").value_or("floyd-steinberg"));
+    request.method = require_word(kMethods.words, "--dither", arguments.value("--dither").value_or("floyd-steinberg"));
     if (request.method == DITHER_NONE) {
         request.flags |= COLORRES_NODITHER;
     }

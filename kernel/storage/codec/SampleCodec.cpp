@@ -21,12 +21,12 @@ uint32_t channels_of(const Shape& shape) noexcept
 }
 
 /// Where things are in the working memory: a plane for each channel, one more, and what coding a plane needs.
-struct Layout {
+struct Workspace {
     Plane channels[3];
     Plane residuals;
     uint8_t* coding;
 
-    Layout(const Shape& shape, uint8_t* workspace) noexcept
+    Workspace(const Shape& shape, uint8_t* workspace) noexcept
     {
         const size_t bytes = Plane::bytes_of(shape.width, shape.rows);
         const auto next = [&]() noexcept {
@@ -57,27 +57,27 @@ void clear_room(const Plane& plane) noexcept
     }
 }
 
-void split(const Shape& shape, const uint8_t* rows, const Layout& layout) noexcept
+void split(const Shape& shape, const uint8_t* rows, const Workspace& space) noexcept
 {
     for (uint32_t c = 0; c < channels_of(shape); ++c)
-        clear_room(layout.channels[c]);
+        clear_room(space.channels[c]);
     for (uint32_t y = 0; y < shape.rows; ++y, rows += shape.bytes_per_line) {
         if (shape.bits == 24)
-            split_row(rows, layout.channels[0].row(y), layout.channels[1].row(y), layout.channels[2].row(y),
+            split_row(rows, space.channels[0].row(y), space.channels[1].row(y), space.channels[2].row(y),
                       shape.width);
         else
-            std::memcpy(layout.channels[0].row(y), rows, shape.width);
+            std::memcpy(space.channels[0].row(y), rows, shape.width);
     }
 }
 
-void join(const Shape& shape, const Layout& layout, uint8_t* rows) noexcept
+void join(const Shape& shape, const Workspace& space, uint8_t* rows) noexcept
 {
     for (uint32_t y = 0; y < shape.rows; ++y, rows += shape.bytes_per_line) {
         if (shape.bits == 24)
-            join_row(layout.channels[0].row(y), layout.channels[1].row(y), layout.channels[2].row(y), rows,
+            join_row(space.channels[0].row(y), space.channels[1].row(y), space.channels[2].row(y), rows,
                      shape.width);
         else
-            std::memcpy(rows, layout.channels[0].row(y), shape.width);
+            std::memcpy(rows, space.channels[0].row(y), shape.width);
     }
 }
 
@@ -95,12 +95,12 @@ size_t encode(const Shape& shape, const uint8_t* rows, uint8_t* out, size_t room
     if (room < kStreamPadding)
         return 0;
     room -= kStreamPadding;
-    const Layout layout(shape, workspace);
-    split(shape, rows, layout);
+    const Workspace space(shape, workspace);
+    split(shape, rows, space);
     size_t used = 0;
     for (uint32_t c = 0; c < channels_of(shape); ++c) {
-        predict(layout.channels[c], layout.residuals);
-        const size_t bytes = encode_plane(layout.residuals, out + used, room - used, layout.coding);
+        predict(space.channels[c], space.residuals);
+        const size_t bytes = encode_plane(space.residuals, out + used, room - used, space.coding);
         if (bytes == 0)
             return 0;
         used += bytes;
@@ -118,18 +118,18 @@ bool decode(const Shape& shape, const uint8_t* packed, size_t bytes, uint8_t* ro
     if (bytes < kStreamPadding)
         return false;
     const size_t room = bytes - kStreamPadding;
-    const Layout layout(shape, workspace);
+    const Workspace space(shape, workspace);
     size_t used = 0;
     for (uint32_t c = 0; c < channels_of(shape); ++c) {
-        const Plane& plane = layout.channels[c];
+        const Plane& plane = space.channels[c];
         std::memset(plane.memory, 0, Plane::bytes_of(shape.width, shape.rows));
-        const size_t read = decode_plane(plane, packed + used, room - used, layout.coding);
+        const size_t read = decode_plane(plane, packed + used, room - used, space.coding);
         if (read == 0)
             return false;
         used += read;
         restore_plane(plane);
     }
-    join(shape, layout, rows);
+    join(shape, space, rows);
     return decode_tails(shape, packed + used, room - used, rows);
 }
 
