@@ -1,5 +1,6 @@
 // Settings of the process: whom they reach, and what they leave out.
 #include "Vkkrnx.h"
+#include "Vkthreading.h"
 
 #include <gtest/gtest.h>
 
