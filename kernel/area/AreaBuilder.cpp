@@ -3,7 +3,6 @@
 #include "platform/platform.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vk {
 
@@ -46,32 +45,10 @@ void AreaBuilder::clear() noexcept
     is_good_ = true;
 }
 
-AreaRun* AreaBuilder::room(uint64_t count) noexcept
+bool AreaBuilder::make_room(uint64_t count) noexcept
 {
     is_good_ = is_good_ && grow(runs_, run_room_, run_count_ + count) && grow(bands_, band_room_, band_count_ + 1ull);
-    return is_good_ ? runs_ + run_count_ : nullptr;
-}
-
-bool AreaBuilder::continues_last(int32_t top, uint32_t count) const noexcept
-{
-    if (band_count_ == 0)
-        return false;
-    const AreaBand& last = bands_[band_count_ - 1];
-    return last.bottom == top && last.runs() == count &&
-           std::memcmp(runs_ + last.first, runs_ + run_count_, count * sizeof(AreaRun)) == 0;
-}
-
-void AreaBuilder::add_band(int32_t top, int32_t bottom, uint64_t count) noexcept
-{
-    if (!is_good_ || count == 0 || top >= bottom)
-        return;
-    const auto runs = static_cast<uint32_t>(count);
-    if (continues_last(top, runs)) {
-        bands_[band_count_ - 1].bottom = bottom;
-        return;
-    }
-    bands_[band_count_++] = {top, bottom, run_count_, run_count_ + runs};
-    run_count_ += runs;
+    return is_good_;
 }
 
 void AreaBuilder::add_band(int32_t top, int32_t bottom, AreaRuns runs) noexcept

@@ -6,6 +6,7 @@
 #include "kernel/area/Area.h"
 
 #include <cstddef>
+#include <cstring>
 
 namespace vk {
 
@@ -20,10 +21,25 @@ public:
     void clear() noexcept;
 
     /// Room for `count` runs of the next band; null without memory.
-    AreaRun* room(uint64_t count) noexcept;
+    AreaRun* room(uint64_t count) noexcept
+    {
+        const bool is_there = is_good_ && run_count_ + count <= run_room_ && band_count_ < band_room_;
+        return is_there || make_room(count) ? runs_ + run_count_ : nullptr;
+    }
 
     /// Rows top to bottom - 1 get the first `count` runs that were put there. Not above the band before.
-    void add_band(int32_t top, int32_t bottom, uint64_t count) noexcept;
+    void add_band(int32_t top, int32_t bottom, uint64_t count) noexcept
+    {
+        if (!is_good_ || count == 0 || top >= bottom)
+            return;
+        const auto runs = static_cast<uint32_t>(count);
+        if (continues_last(top, runs)) {
+            bands_[band_count_ - 1].bottom = bottom;
+            return;
+        }
+        bands_[band_count_++] = {top, bottom, run_count_, run_count_ + runs};
+        run_count_ += runs;
+    }
 
     /// A band with runs that are copied.
     void add_band(int32_t top, int32_t bottom, AreaRuns runs) noexcept;
@@ -38,7 +54,17 @@ public:
     Area area() const noexcept { return {bands_, runs_, band_count_, run_count_}; }
 
 private:
-    bool continues_last(int32_t top, uint32_t count) const noexcept;
+    bool make_room(uint64_t count) noexcept;
+
+    /// The runs that were put there go on with the band before.
+    bool continues_last(int32_t top, uint32_t count) const noexcept
+    {
+        if (band_count_ == 0)
+            return false;
+        const AreaBand& last = bands_[band_count_ - 1];
+        return last.bottom == top && last.runs() == count && runs_[last.first] == runs_[run_count_] &&
+               std::memcmp(runs_ + last.first, runs_ + run_count_, count * sizeof(AreaRun)) == 0;
+    }
 
     AreaBand* bands_ = nullptr;
     AreaRun* runs_ = nullptr;

@@ -3,7 +3,6 @@
 #include "kernel/area/Combine.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace vk {
 
@@ -25,28 +24,84 @@ Edges edges_of(AreaRuns runs) noexcept
     return {runs.size() == 0 ? nullptr : &runs.begin()->first, size_t{runs.size()} * 2};
 }
 
-/// Writes the edges of the combination; there is room for all that there are.
-size_t merge(Edges a, Edges b, AreaOp op, int32_t* out) noexcept
-{
+/// A merge on its way: edges passed in either list, and made.
+struct Place {
     size_t i = 0;
     size_t j = 0;
     size_t made = 0;
-    while (i < a.count && j < b.count) {
-        const int32_t at_a = a.at[i];
-        const int32_t at_b = b.at[j];
-        out[made] = std::min(at_a, at_b);
-        i += at_a <= at_b;
-        j += at_b <= at_a;
-        const uint32_t now = static_cast<uint32_t>(op) >> ((i & 1) + 2 * (j & 1)) & 1;
-        made += (now ^ made) & 1;
+
+    /// Passes the smaller of two edges, or both where they are one; the masks say which of them stay. Edges are no less
+    /// than 0, so that they can be subtracted.
+    template <AreaOp op> void pass(int64_t at_a, int64_t at_b, int32_t* out, int64_t* stays_a, int64_t* stays_b) noexcept
+    {
+        const int64_t distance = at_b - at_a;
+        *stays_a = distance >> 63;
+        *stays_b = -distance >> 63;
+        out[made] = static_cast<int32_t>(at_a + (distance & *stays_a));
+        i += static_cast<size_t>(*stays_a + 1);
+        j += static_cast<size_t>(*stays_b + 1);
+        made += (inside<op>() ^ made) & 1;
     }
+
+    /// The result's state, in the lowest bit.
+    template <AreaOp op> size_t inside() const noexcept
+    {
+        if constexpr (op == AreaOp::both)
+            return i & j;
+        else if constexpr (op == AreaOp::either)
+            return i | j;
+        else if constexpr (op == AreaOp::one)
+            return i ^ j;
+        else
+            return op == AreaOp::first_only ? i & ~j : j & ~i;
+    }
+};
+
+/// Writes the edges of the combination; there is room for all that there are, and a run.
+template <AreaOp op> size_t merge(Edges a, Edges b, int32_t* out) noexcept
+{
+    Place place;
+    int64_t stays_a = 0;
+    int64_t stays_b = 0;
+    if (a.count != 0 && b.count != 0) {
+        // The edges behind the present ones are loaded before it is known which of them will be the next.
+        int64_t at_a = a.at[0];
+        int64_t at_b = b.at[0];
+        while (place.i + 1 < a.count && place.j + 1 < b.count) {
+            const int64_t next_a = a.at[place.i + 1];
+            const int64_t next_b = b.at[place.j + 1];
+            place.pass<op>(at_a, at_b, out, &stays_a, &stays_b);
+            at_a = next_a ^ ((at_a ^ next_a) & stays_a);
+            at_b = next_b ^ ((at_b ^ next_b) & stays_b);
+        }
+    }
+    while (place.i < a.count && place.j < b.count)
+        place.pass<op>(a.at[place.i], b.at[place.j], out, &stays_a, &stays_b);
     // What is left of one is there alone.
-    const Edges rest = i < a.count ? Edges{a.at + i, a.count - i} : Edges{b.at + j, b.count - j};
-    if (rest.count != 0 && (i < a.count ? keeps(op, 1, 0) : keeps(op, 0, 1))) {
-        std::memcpy(out + made, rest.at, rest.count * sizeof *out);
-        made += rest.count;
+    const bool is_a = place.i < a.count;
+    const Edges rest = is_a ? Edges{a.at + place.i, a.count - place.i} : Edges{b.at + place.j, b.count - place.j};
+    if (rest.count != 0 && (is_a ? keeps(op, 1, 0) : keeps(op, 0, 1))) {
+        std::copy_n(rest.at, rest.count, out + place.made);
+        place.made += rest.count;
     }
-    return made;
+    return place.made;
+}
+
+size_t merge(Edges a, Edges b, AreaOp op, int32_t* out) noexcept
+{
+    switch (op) {
+    case AreaOp::both:
+        return merge<AreaOp::both>(a, b, out);
+    case AreaOp::either:
+        return merge<AreaOp::either>(a, b, out);
+    case AreaOp::one:
+        return merge<AreaOp::one>(a, b, out);
+    case AreaOp::first_only:
+        return merge<AreaOp::first_only>(a, b, out);
+    case AreaOp::second_only:
+        break;
+    }
+    return merge<AreaOp::second_only>(a, b, out);
 }
 
 /// The bands of an area from the top down, as the sweep comes to them.
