@@ -17,8 +17,8 @@ AreaRuns Area::row(int32_t y) const noexcept
 AreaRuns Area::row(int32_t y, int32_t first, int32_t end) const noexcept
 {
     const AreaRuns all = row(y);
-    const AreaRun* const from = std::partition_point(
-        all.begin(), all.end(), [first](const AreaRun& run) noexcept { return run.end <= first; });
+    const AreaRun* const from =
+        std::partition_point(all.begin(), all.end(), [first](const AreaRun& run) noexcept { return run.end <= first; });
     return {from,
             std::partition_point(from, all.end(), [end](const AreaRun& run) noexcept { return run.first < end; })};
 }

@@ -1,5 +1,5 @@
-// A set of pixels, as banded runs: bands of rows that hold the same runs, from the top; in each the runs, from the left.
-// Pure geometry, that knows no bitmap.
+// A set of pixels, as banded runs: bands of rows that hold the same runs, from the top; in each the runs, from the
+// left. Pure geometry, that knows no bitmap.
 //
 // An area has one form only. Bands do not overlap, each has a run, and neighbours that touch differ; runs of a band do
 // not touch. So equal sets are equal bytes, and nothing takes more room than its runs. Runs are edges in ascending

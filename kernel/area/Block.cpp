@@ -28,8 +28,8 @@ uint64_t bytes_of(uint64_t bands, uint64_t runs) noexcept
 void* make_area_block(const Area& area) noexcept
 {
     const uint64_t bytes = bytes_of(area.band_count, area.run_count);
-    auto* const header = bytes > SIZE_MAX / 2 ? nullptr
-                                              : static_cast<Header*>(locked_block_alloc(static_cast<size_t>(bytes)));
+    auto* const header =
+        bytes > SIZE_MAX / 2 ? nullptr : static_cast<Header*>(locked_block_alloc(static_cast<size_t>(bytes)));
     if (!header)
         return nullptr;
     *header = {kMark, area.band_count, area.run_count};

@@ -32,7 +32,8 @@ struct Place {
 
     /// Passes the smaller of two edges, or both where they are one; the masks say which of them stay. Edges are no less
     /// than 0, so that they can be subtracted.
-    template <AreaOp op> void pass(int64_t at_a, int64_t at_b, int32_t* out, int64_t* stays_a, int64_t* stays_b) noexcept
+    template <AreaOp op>
+    void pass(int64_t at_a, int64_t at_b, int32_t* out, int64_t* stays_a, int64_t* stays_b) noexcept
     {
         const int64_t distance = at_b - at_a;
         *stays_a = distance >> 63;

@@ -1,6 +1,6 @@
 // Sides are walked down row by row with exact remainders, so a crossing is off by nothing. What counts of a crossing is
-// the first pixel whose centre is not to the left of it; crossings of a row meet in order, either sorted or, where there
-// are many for the width, counted by column.
+// the first pixel whose centre is not to the left of it; crossings of a row meet in order, either sorted or, where
+// there are many for the width, counted by column.
 #include "kernel/area/Polygon.h"
 
 #include "platform/platform.h"

@@ -21,8 +21,7 @@ int32_t scaled(int32_t at, int32_t from, int32_t to) noexcept
 }
 
 /// Adds runs that went through `map`, which keeps their order: those that became empty go, those that touch join.
-template <class Map>
-void add_mapped(AreaRuns runs, int32_t top, int32_t bottom, AreaBuilder& built, Map map) noexcept
+template <class Map> void add_mapped(AreaRuns runs, int32_t top, int32_t bottom, AreaBuilder& built, Map map) noexcept
 {
     if (top >= bottom)
         return;
@@ -102,6 +101,16 @@ bool mirror_area(const Area& area, int32_t width, AreaBuilder& built) noexcept
         built.add_band(area.bands[i].top, area.bands[i].bottom, uint64_t{runs.size()});
     }
     return built.good();
+}
+
+bool lay_out_area(const Area& area, Layout layout, int32_t width, int32_t height, AreaBuilder& built) noexcept
+{
+    AreaBuilder other;
+    if (!(layout.flip ? flip_area(area, height, built) : copy_area(area, built)))
+        return false;
+    if (layout.mirror && !(copy_area(built.area(), other) && mirror_area(other.area(), width, built)))
+        return false;
+    return !layout.transpose || (copy_area(built.area(), other) && transpose_area(other.area(), built));
 }
 
 bool scale_area(const Area& area, int32_t old_width, int32_t old_height, int32_t width, int32_t height,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "kernel/area/AreaBuilder.h"
+#include "kernel/area/Layout.h"
 
 namespace vk {
 
@@ -27,6 +28,9 @@ bool mirror_area(const Area& area, int32_t width, AreaBuilder& built) noexcept;
 
 /// For a picture whose rows become its columns.
 bool transpose_area(const Area& area, AreaBuilder& built) noexcept;
+
+/// For a picture of a size in a new layout.
+bool lay_out_area(const Area& area, Layout layout, int32_t width, int32_t height, AreaBuilder& built) noexcept;
 
 /// For a picture of one size made another, where position i takes floor(i * old / new).
 bool scale_area(const Area& area, int32_t old_width, int32_t old_height, int32_t width, int32_t height,
