@@ -13,7 +13,7 @@
 /** What V_DupBitmapNewDim copies. */
 #define DUPFLAG_PALETTE 0x01u
 #define DUPFLAG_OVERLAYS 0x02u
-#define DUPFLAG_REGION 0x04u        /**< no effect by itself: a region cannot be copied, only handed over */
+#define DUPFLAG_REGION 0x04u        /**< the library's: what of it the new size has; a module's: by its hook */
 #define DUPFLAG_EXTRADATA 0x08u     /**< ExtraData */
 #define DUPFLAG_GRAYTABLES 0x10u    /**< LUT, LUT16, PaintLUT and PaintLUT16, where the pixel format stays */
 #define DUPFLAG_DATACALLBACKS 0x20u /**< the duplicate's storage is then the callbacks' matter */
@@ -29,8 +29,9 @@
 #define MEMORYINFO_TILESLEFT 16u   /**< nTilesLeft; ignored when MEMORYINFO_CONVTILES is given */
 #define MEMORYINFO_CONVBUFFERS 32u /**< nConvBuffers */
 
-/** Callbacks of the module that implements regions (RgnInfo). Each may be null, is called for a bitmap that has a
- * region only, and returns a result code. 48 bytes. */
+/** Callbacks of a module that keeps regions of its own in RgnInfo (Vkregion.h has the library's). Each may be null, is
+ * called for a bitmap that has a region only, before the library lets a region of its own follow, and returns a result
+ * code. 48 bytes. */
 typedef struct REGIONHOOKS {
     uint32_t StructSize; /**< size of this record, or of one that begins with it */
     void* UserData;      /**< passed back to every hook */
@@ -206,7 +207,7 @@ V_API int V_TrimBitmapHeap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  *  @remark One thread per bitmap at a time. */
 V_API int V_GrowBitmapHeap(BITMAPHANDLE* pBitmap, uint64_t uBytes) V_NOEXCEPT;
 
-/** Installs the callbacks of the module that implements regions, process-wide; null removes them.
+/** Installs the callbacks of a module that keeps regions of its own, process-wide; null removes them.
  *  @param pHooks the record, or the one that a REGIONCOPYHOOKS begins with.
  *  @return SUCCESS; ERROR_INVALID_STRUCT_SIZE. @remark Not while other threads use the library. */
 V_API int V_SetRegionHooks(const REGIONHOOKS* pHooks) V_NOEXCEPT;
@@ -236,9 +237,10 @@ V_API int V_ToggleBitmapCompression(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * @param uMemory as for V_AllocateBitmap; 0 means storage as the source's: tiles, file, run lengths (at 1 bit) or codec
  * (at its depths) where the source has that, else the calling thread's default memory type.
  * @param uDupFlags DUPFLAG_ bits: which parts are copied. A palette is cut or filled up with black at another depth.
- * With DUPFLAG_TAKEOVER the other parts, and always the region, move to the duplicate; gray tables where the pixel
- * format stays, the palette where the depth does. Data callbacks are copied all the same, the source still needs its
- * own to be freed. V_FreeDuplicateBitmap then frees the rest of the source, and the duplicate can be copied over it.
+ * With DUPFLAG_TAKEOVER the other parts, and a region that was not copied, move to the duplicate; gray tables where the
+ * pixel format stays, the palette where the depth does. Data callbacks are copied all the same, the source still needs
+ * its own to be freed. V_FreeDuplicateBitmap then frees the rest of the source, and the duplicate can be copied over
+ * it.
  * @return as V_CreateBitmap; ERROR_INVALID_PARAMETER: also pDst equal to pSrc, or unknown flags; ERROR_INVALID_IMAGE:
  * the source is not allocated; ERROR_INVALID_WIDTH_HEIGHT: also a width whose rows a record cannot state. On failure
  * the source is as it was and the duplicate empty but for StructSize.
@@ -248,7 +250,7 @@ V_API int V_DupBitmapNewDim(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uSt
                             int32_t nHeight, int32_t nBitsPerPixel, uint32_t uMemory, uint32_t uDupFlags) V_NOEXCEPT;
 
 /**
- * Makes a full copy of a bitmap, pixels and all parts but the region, in storage of the same kind.
+ * Makes a full copy of a bitmap, pixels and all parts, in storage of the same kind.
  * @return as V_DupBitmapNewDim and V_CopyBitmapData. On failure the copy is empty but for StructSize.
  * @remark One thread per bitmap at a time, for both bitmaps.
  */

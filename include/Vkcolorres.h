@@ -33,7 +33,8 @@ V_EXTERN_C_BEGIN
  * Changes a bitmap's depth, colour order or palette.
  *
  * Reduction to up to 8 bits dithers with the bitmap's DitheringMethod (and the thread's match table, when a palette is
- * passed); COLORRES_NODITHER, the method DITHER_NONE, and palettes that lose nothing give each pixel its nearest entry.
+ * passed); COLORRES_NODITHER, the method DITHER_NONE, and palettes that lose nothing give each pixel its nearest entry,
+ * and so do pixels outside the bitmap's region: they have to change too, but are not dithered.
  * Otherwise pixels are converted as V_ConvertBufferExt3 does: gray samples by their LowBit and HighBit, or through LUT
  * (or LUT16) where BITMAPFLAG_USELUT is set; a transparent colour becomes clear alpha at 32 and 64 bits, and an index
  * in a palette. Gray results use all their bits and get MinVal and MaxVal.

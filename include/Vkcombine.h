@@ -60,7 +60,7 @@ V_EXTERN_C_BEGIN
 
 /**
  * Makes a bitmap of a part of another, in storage of its kind, with copies of its palette, tables, extra data and other
- * fields. Overlays are cut like the picture. A region is not copied.
+ * fields. Overlays and the region are cut like the picture.
  * @param pDst receives the bitmap, empty but for StructSize when the rectangle leaves nothing. @param pSrc an allocated
  * bitmap, not pDst. @param uStructSize size of pDst's record. @param nCol,nRow first column and row.
  * @param nWidth,nHeight size in pixels.
@@ -74,7 +74,7 @@ V_API int V_CopyBitmapRect(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStr
                            int32_t nWidth, int32_t nHeight) V_NOEXCEPT;
 /**
  * Cuts a bitmap to a part of it. The record is replaced when all is done. Overlays are cut like the picture; one that
- * has nothing there goes. A region goes along as it is.
+ * has nothing there goes. The region is cut too.
  * @param pBitmap the bitmap. @param nCol,nRow first column and row to keep. @param nWidth,nHeight size in pixels.
  * @return SUCCESS, with nothing changed where nothing, or everything, would be left; ERROR_INVALID_PARAMETER: null;
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold
@@ -94,8 +94,8 @@ V_API int V_TrimBitmap(BITMAPHANDLE* pBitmap, int32_t nCol, int32_t nRow, int32_
  */
 V_API int V_GetTrimRect(BITMAPHANDLE* pBitmap, COLORREF crBorder, uint32_t uTolerance, RECT* pRect) V_NOEXCEPT;
 /**
- * Adds pixels around a bitmap. The record is replaced when all is done. Overlays get clear pixels around them. A region
- * goes along as it is.
+ * Adds pixels around a bitmap. The record is replaced when all is done. Overlays get clear pixels around them, and
+ * what is added is outside the region.
  * @param pBitmap the bitmap. @param nLeft,nTop,nRight,nBottom stored pixels to add on each side.
  * @param uFlags EXTEND_FILL, EXTEND_EDGE, EXTEND_MIRROR or EXTEND_WRAP. @param crFill the colour for EXTEND_FILL, as
  * for V_FillBitmap.

@@ -37,6 +37,7 @@
 #include "Vkpalette.h"
 #include "Vkpixel.h"
 #include "Vkredirect.h"
+#include "Vkregion.h"
 #include "Vkresample.h"
 #include "Vkresize.h"
 #include "Vkrotate.h"

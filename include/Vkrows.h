@@ -59,7 +59,8 @@ V_API intptr_t V_PutBitmapRowCol(BITMAPHANDLE* pBitmap, const void* pBuffer, int
                                  size_t uBytes) V_NOEXCEPT;
 
 /**
- * Puts chosen pixels of a row and leaves the others as they are, to the bit at every depth.
+ * Puts chosen pixels of a row and leaves the others as they are, to the bit at every depth. Where the bitmap has a
+ * region only pixels inside of it are put: one segment from 0 to Width writes a row inside the region.
  * @param pRow a whole row in the bitmap's format, BytesPerLine bytes. @param nRow the row.
  * @param pSegments the runs of pixels to take from it, each within 0 to Width. @param uSegments their number.
  * @return the number of pixels put; ERROR_INVALID_PARAMETER: null pointer, row outside the bitmap or segment outside

@@ -91,25 +91,26 @@ void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept
     bitmap.DataCallbacks = nullptr;
 }
 
-int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept
+int ask_scale_hook(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept
 {
     const REGIONHOOKS& hooks = g_region_hooks.Hooks;
     return bitmap.RgnInfo && hooks.ScaleRegion ? hooks.ScaleRegion(&bitmap, width, height, hooks.UserData) : V_SUCCESS;
 }
 
-int flip_region(BITMAPHANDLE& bitmap) noexcept
+int ask_reverse_hooks(BITMAPHANDLE& bitmap, bool flip, bool mirror) noexcept
 {
     const REGIONHOOKS& hooks = g_region_hooks.Hooks;
-    return bitmap.RgnInfo && hooks.FlipRegion ? hooks.FlipRegion(&bitmap, hooks.UserData) : V_SUCCESS;
+    const bool flips = flip && bitmap.RgnInfo && hooks.FlipRegion;
+    int result = flips ? hooks.FlipRegion(&bitmap, hooks.UserData) : V_SUCCESS;
+    if (result != V_SUCCESS || !mirror || !bitmap.RgnInfo || !hooks.ReverseRegion)
+        return result;
+    result = hooks.ReverseRegion(&bitmap, hooks.UserData);
+    if (result != V_SUCCESS && flips)
+        hooks.FlipRegion(&bitmap, hooks.UserData); // back
+    return result;
 }
 
-int reverse_region(BITMAPHANDLE& bitmap) noexcept
-{
-    const REGIONHOOKS& hooks = g_region_hooks.Hooks;
-    return bitmap.RgnInfo && hooks.ReverseRegion ? hooks.ReverseRegion(&bitmap, hooks.UserData) : V_SUCCESS;
-}
-
-int copy_region(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
+int ask_copy_hook(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
 {
     const REGIONHOOKS& hooks = g_region_hooks.Hooks;
     if (source.RgnInfo && g_region_hooks.CopyRegion)
@@ -119,12 +120,11 @@ int copy_region(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
     return V_SUCCESS;
 }
 
-void free_region(BITMAPHANDLE& bitmap) noexcept
+void ask_free_hook(BITMAPHANDLE& bitmap) noexcept
 {
     const REGIONHOOKS& hooks = g_region_hooks.Hooks;
     if (bitmap.RgnInfo && hooks.FreeRegion)
         hooks.FreeRegion(&bitmap, hooks.UserData);
-    bitmap.RgnInfo = nullptr;
 }
 
 } // namespace vk

@@ -31,19 +31,18 @@ int set_data_callbacks(BITMAPHANDLE& bitmap, const BITMAPDATACALLBACKS* callback
 
 void free_data_callbacks(BITMAPHANDLE& bitmap) noexcept;
 
-// The region hooks. Each is called for a bitmap that has a region, and SUCCESS where there is none, or no hook.
+// The region hooks, which Region.h calls. Each is called for a bitmap that has a region, and SUCCESS where there is
+// none, or no hook.
 
-/// Calls the hook that scales the bitmap's region to a new size.
-int scale_region(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept;
+/// The hook that scales the bitmap's region to a new size.
+int ask_scale_hook(BITMAPHANDLE& bitmap, int32_t width, int32_t height) noexcept;
 
-/// Calls the hook that flips, or reverses, the bitmap's region.
-int flip_region(BITMAPHANDLE& bitmap) noexcept;
-int reverse_region(BITMAPHANDLE& bitmap) noexcept;
+/// The hooks that flip, and reverse, the bitmap's region: both or, after a refusal, which is the result, none.
+int ask_reverse_hooks(BITMAPHANDLE& bitmap, bool flip, bool mirror) noexcept;
 
 /// Gives a bitmap a copy of another's region, or the same where nobody frees regions; else none.
-int copy_region(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept;
+int ask_copy_hook(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept;
 
-/// Frees the bitmap's region through the region hooks and forgets it.
-void free_region(BITMAPHANDLE& bitmap) noexcept;
+void ask_free_hook(BITMAPHANDLE& bitmap) noexcept;
 
 } // namespace vk

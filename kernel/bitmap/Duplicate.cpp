@@ -4,17 +4,18 @@
 
 #include "Vkbitmap.h"
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Blocks.h"
 #include "kernel/bitmap/Callbacks.h"
-#include "kernel/system/Checks.h"
 #include "kernel/bitmap/ExtraData.h"
 #include "kernel/bitmap/Overlay.h"
-#include "kernel/palette/Palette.h"
 #include "kernel/bitmap/Record.h"
+#include "kernel/bitmap/Region.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/storage/Storage.h"
+#include "kernel/system/Blocks.h"
+#include "kernel/system/Checks.h"
 #include "kernel/system/SilentStatus.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/storage/Storage.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -41,8 +42,8 @@ int32_t order_like(const BITMAPHANDLE& source, int32_t bits) noexcept
     if (bits == source.BitsPerPixel)
         return order;
     // An index says nothing of orders, and the fields of a word nothing to other depths.
-    const bool is_possible = !is_indexed(bits) && source.BitsPerPixel > kMostIndexBits &&
-                             order != COLORORDER_RGB565 && has_order(bits, order);
+    const bool is_possible = !is_indexed(bits) && source.BitsPerPixel > kMostIndexBits && order != COLORORDER_RGB565 &&
+                             has_order(bits, order);
     return is_possible ? order : usual_order(bits);
 }
 
@@ -192,7 +193,7 @@ int copy_parts(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t flags) noexcep
     if (result == V_SUCCESS && flags & DUPFLAG_OVERLAYS)
         result = copy_overlays(made, source);
     if (result == V_SUCCESS && flags & DUPFLAG_REGION)
-        result = copy_region(made, source);
+        result = copy_region(source, made);
     if (result == V_SUCCESS && flags & DUPFLAG_ANIMATION)
         copy_animation(made, source);
     return result;

@@ -1,13 +1,14 @@
 // Freeing a bitmap: its storage and every block that hangs on the record.
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Blocks.h"
 #include "kernel/bitmap/Callbacks.h"
-#include "kernel/storage/Storage.h"
-#include "kernel/system/Checks.h"
-#include "kernel/dither/Dither.h"
 #include "kernel/bitmap/ExtraData.h"
 #include "kernel/bitmap/Overlay.h"
+#include "kernel/bitmap/Region.h"
+#include "kernel/dither/Dither.h"
 #include "kernel/palette/Palette.h"
+#include "kernel/storage/Storage.h"
+#include "kernel/system/Blocks.h"
+#include "kernel/system/Checks.h"
 #include "kernel/system/Trace.h"
 #include "platform/platform.h"
 

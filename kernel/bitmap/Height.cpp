@@ -1,9 +1,10 @@
 // Height and size of stored bitmaps.
 #include "kernel/bitmap/MemoryInfo.h"
 
-#include "kernel/system/Checks.h"
+#include "kernel/bitmap/Region.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/storage/Storage.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 
@@ -28,11 +29,19 @@ uint64_t size_after(const BITMAPHANDLE& bitmap, const Store& store) noexcept
 int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept
 {
     const Store* const store = store_of(bitmap);
-    const int result = store ? store->calls.resize(bitmap, height) : V_ERROR_NO_MEMORY;
-    if (result != V_SUCCESS)
+    BITMAPHANDLE kept = {}; // holds the region of the rows that stay
+    kept.Width = bitmap.Width;
+    kept.Height = height;
+    int result = store ? move_area(bitmap, kept, 0, 0) : V_ERROR_NO_MEMORY;
+    if (result == V_SUCCESS)
+        result = store->calls.resize(bitmap, height);
+    if (result != V_SUCCESS) {
+        drop_area(kept);
         return result == V_ERROR_INVALID_FILENAME ? result : V_ERROR_NO_MEMORY;
+    }
     bitmap.Height = height;
     set_data_size(bitmap, size_after(bitmap, *store));
+    take_area(bitmap, kept);
     return V_SUCCESS;
 }
 

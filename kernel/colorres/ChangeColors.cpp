@@ -4,16 +4,19 @@
 
 #include "Vkbitmap.h"
 #include "Vksystem.h"
-#include "kernel/system/Checks.h"
-#include "kernel/palette/ColorMatch.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/bitmap/Staged.h"
 #include "kernel/colorres/ColorRows.h"
 #include "kernel/colorres/GrayScale.h"
-#include "kernel/bitmap/Record.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/bitmap/Staged.h"
 #include "kernel/colorres/Quantize.h"
+#include "kernel/palette/ColorMatch.h"
+#include "kernel/rows/RegionRows.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/rows/Segments.h"
+#include "kernel/system/Checks.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace vk {
 
@@ -70,6 +73,50 @@ int make_palette(BITMAPHANDLE& source, ColorTarget& target, Progress& progress) 
     return V_SUCCESS;
 }
 
+/// Dithering is for the pixels inside the region: those outside get their nearest colours.
+class Outside {
+public:
+    explicit Outside(const BITMAPHANDLE& source) noexcept : inside_(source), width_(source.Width) {}
+
+    int open(const BITMAPHANDLE& source, const ColorTarget& target, size_t line, int32_t batch) noexcept
+    {
+        is_needed_ = target.dithered && !inside_.is_whole();
+        if (!is_needed_)
+            return V_SUCCESS;
+        target_ = target;
+        target_.dithered = false;
+        if (!buffer_.allocate(uint64_t{line} * static_cast<uint32_t>(batch)))
+            return V_ERROR_NO_MEMORY;
+        return rows_.open(source, target_);
+    }
+
+    /// Changes converted rows outside of the region.
+    int run(SourceRows from, TargetRows to, int32_t row, int32_t count) noexcept
+    {
+        if (!is_needed_)
+            return V_SUCCESS;
+        const int result = rows_.run(from, {buffer_.data(), to.stride}, count);
+        for (int32_t i = 0; i < count && result == V_SUCCESS; ++i) {
+            const size_t at = to.stride * static_cast<size_t>(i);
+            uint8_t* const dithered = static_cast<uint8_t*>(to.data) + at;
+            uint8_t* const nearest = buffer_.data() + at;
+            inside_.each(row + i, 0, width_, [&](int32_t first, int32_t end) noexcept {
+                copy_pixels(nearest, dithered, target_.bits, static_cast<uint32_t>(first), static_cast<uint32_t>(end));
+            });
+            std::memcpy(dithered, nearest, to.stride);
+        }
+        return result;
+    }
+
+private:
+    const RegionRows inside_;
+    const int32_t width_;
+    bool is_needed_ = false;
+    ColorTarget target_;
+    ColorRows rows_;
+    RowBuffer buffer_;
+};
+
 /// Converts all rows into the staged bitmap.
 int fill(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, Progress& progress,
          int64_t steps_before) noexcept
@@ -79,13 +126,19 @@ int fill(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, Pr
     RowWriter writer(made);
     const bool is_direct = RowReader(source).in_place() && writer.in_place();
     const int32_t batch = is_direct ? reported_rows(source.Height) : buffered_rows(source, made);
+    const size_t line = made.BytesPerLine;
+    Outside outside(source);
+    if (result == V_SUCCESS)
+        result = outside.open(source, target, line, batch);
     if (result == V_SUCCESS)
         result = writer.reserve(batch);
     if (result != V_SUCCESS)
         return result;
-    const size_t line = made.BytesPerLine;
     return each_batch(source, batch, progress, steps_before, [&](SourceRows from, int32_t row, int32_t count) noexcept {
-        const int converted = rows.run(from, {writer.place(row), line}, count);
+        const TargetRows to{writer.place(row), line};
+        int converted = rows.run(from, to, count);
+        if (converted == V_SUCCESS)
+            converted = outside.run(from, to, row, count);
         return converted == V_SUCCESS ? writer.write(row, count) : converted;
     });
 }

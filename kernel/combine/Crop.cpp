@@ -2,6 +2,7 @@
 
 #include "Vkbitmap.h"
 #include "kernel/bitmap/Record.h"
+#include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
@@ -54,6 +55,8 @@ int copy_area(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, co
         result = fill(staged.record(), source, area);
     if (result == V_SUCCESS)
         result = cut_overlays(source, area, overlays);
+    if (result == V_SUCCESS)
+        result = move_area(source, staged.record(), -int64_t{area.left}, -int64_t{area.top});
     if (result != V_SUCCESS) {
         clear_record(made, struct_size);
         return result;
@@ -77,6 +80,8 @@ int trim_bitmap(BITMAPHANDLE& bitmap, const Area& area) noexcept
         result = fill(staged.record(), bitmap, area);
     if (result == V_SUCCESS)
         result = cut_overlays(bitmap, area, overlays);
+    if (result == V_SUCCESS)
+        result = move_area(bitmap, staged.record(), -int64_t{area.left}, -int64_t{area.top});
     if (result != V_SUCCESS)
         return result;
     const int released = access.release();

@@ -1,5 +1,5 @@
 // Parts of bitmaps, and bitmaps with more around them. All results are made beside the source; on failure nothing has
-// changed. Regions go along as they are.
+// changed. Regions follow their pixels.
 #pragma once
 
 #include "Vkrecord.h"

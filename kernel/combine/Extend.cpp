@@ -2,6 +2,7 @@
 // counted from the picture's first pixel is led back to one inside.
 #include "Vkbitmap.h"
 #include "Vkcombine.h"
+#include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/combine/Bits.h"
 #include "kernel/combine/Crop.h"
@@ -148,6 +149,8 @@ int extend_bitmap(BITMAPHANDLE& bitmap, const Margins& margins) noexcept
             const int copied = copy_bitmap(to, from, kRecordSize);
             return copied == V_SUCCESS ? extend_bitmap(to, clear_margins(margins)) : copied;
         });
+    if (result == V_SUCCESS)
+        result = move_area(bitmap, staged.record(), margins.left, margins.top);
     if (result != V_SUCCESS)
         return result;
     const int released = access.release();

@@ -1,18 +1,19 @@
 // Single pixels, as raw bytes and as colours. A colour read goes through the buffer converter, except where a record
 // says more than the converter knows: an index is looked up in the bitmap's own palette, and deep gray has a
 // significant range.
-#include "Vkpixel.h"
 #include "Vkconvert.h"
+#include "Vkpixel.h"
 
-#include "kernel/system/Checks.h"
-#include "kernel/palette/ColorMatch.h"
 #include "kernel/convert/Convert.h"
-#include "kernel/rows/Locks.h"
 #include "kernel/format/GrayRange.h"
 #include "kernel/format/PackedBits.h"
-#include "kernel/palette/Palette.h"
-#include "kernel/rows/RowCol.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/palette/ColorMatch.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/pixel/Pixel.h"
+#include "kernel/rows/Locks.h"
+#include "kernel/rows/RowCol.h"
+#include "kernel/system/Checks.h"
 
 #include <algorithm>
 
@@ -20,7 +21,6 @@ namespace vk {
 
 namespace {
 
-constexpr COLORREF kNoColor = 0x80000000u;
 constexpr size_t kMaxPixelBytes = kMostBits / 8;
 constexpr uint32_t kIndexForm = 0x01;
 constexpr uint32_t kGrayForm = 0x04;
@@ -152,24 +152,6 @@ int write_deep(const BITMAPHANDLE& bitmap, uint8_t* pixel, int32_t column, COLOR
     return V_SUCCESS;
 }
 
-COLORREF pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
-{
-    if (is_long_gray(bitmap))
-        return kNoColor;
-    uint8_t pixel[kMaxPixelBytes] = {};
-    const size_t bytes = pixel_bytes(bitmap.BitsPerPixel, column);
-    BitmapAccess access(bitmap);
-    if (access.result() != V_SUCCESS)
-        return kNoColor;
-    trace_access(bitmap, "V_GetPixelColor"); // a count gone wild is not put right by this access
-    if (get_row_col(bitmap, pixel, row, column, bytes) != static_cast<intptr_t>(bytes))
-        return kNoColor;
-    access.release();
-    if (is_indexed(bitmap.BitsPerPixel))
-        return indexed_color(bitmap, pixel, column);
-    return is_deep_gray(bitmap) ? deep_gray_color(bitmap, pixel, column) : deep_color(bitmap, pixel);
-}
-
 /// Reads the pixel's bytes, puts the colour among its neighbours and writes them back.
 int put_pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, COLORREF color) noexcept
 {
@@ -184,8 +166,8 @@ int put_pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, COLORREF 
     intptr_t moved = get_row_col(bitmap, pixel, row, column, bytes);
     if (moved < 0)
         return static_cast<int>(moved);
-    const int result =
-        is_indexed(bitmap.BitsPerPixel) ? write_index(bitmap, pixel, column, color) : write_deep(bitmap, pixel, column, color);
+    const int result = is_indexed(bitmap.BitsPerPixel) ? write_index(bitmap, pixel, column, color)
+                                                       : write_deep(bitmap, pixel, column, color);
     if (result != V_SUCCESS)
         return result;
     moved = put_row_col(bitmap, pixel, row, column, bytes);
@@ -210,6 +192,24 @@ int moved_all(intptr_t moved, size_t wanted) noexcept
 }
 
 } // namespace
+
+COLORREF pixel_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column) noexcept
+{
+    if (is_long_gray(bitmap))
+        return kNoColor;
+    uint8_t pixel[kMaxPixelBytes] = {};
+    const size_t bytes = pixel_bytes(bitmap.BitsPerPixel, column);
+    BitmapAccess access(bitmap);
+    if (access.result() != V_SUCCESS)
+        return kNoColor;
+    trace_access(bitmap, "V_GetPixelColor"); // a count gone wild is not put right by this access
+    if (get_row_col(bitmap, pixel, row, column, bytes) != static_cast<intptr_t>(bytes))
+        return kNoColor;
+    access.release();
+    if (is_indexed(bitmap.BitsPerPixel))
+        return indexed_color(bitmap, pixel, column);
+    return is_deep_gray(bitmap) ? deep_gray_color(bitmap, pixel, column) : deep_color(bitmap, pixel);
+}
 
 } // namespace vk
 

@@ -2,16 +2,16 @@
 #include "kernel/resample/Resample.h"
 
 #include "Vkbitmap.h"
-#include "kernel/bitmap/Callbacks.h"
-#include "kernel/system/Checks.h"
+#include "kernel/bitmap/Region.h"
+#include "kernel/bitmap/Staged.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/colorres/SameRange.h"
-#include "kernel/system/Progress.h"
-#include "kernel/format/RowMath.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/bitmap/Staged.h"
 #include "kernel/convert/ExactLookup.h"
+#include "kernel/format/RowMath.h"
 #include "kernel/resample/RowResampler.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/Progress.h"
 
 namespace vk {
 
@@ -156,7 +156,7 @@ int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter 
     if (result == V_SUCCESS)
         result = resample_into(bitmap, staged.record(), filter);
     if (result == V_SUCCESS)
-        result = scale_region(bitmap, width, height);
+        result = scale_region(bitmap, staged.record(), width, height);
     return result == V_SUCCESS ? staged.replace(access) : result;
 }
 

@@ -1,18 +1,18 @@
 // Replacing a bitmap by a resized one. The new bitmap is staged; the source is only read, and where its colours are
 // bled first that happens in a copy, so that a failure anywhere leaves the caller's record right.
-#include "kernel/resize/AlphaBleed.h"
 #include "Vkcolorres.h"
 #include "Vkresize.h"
-#include "kernel/bitmap/Callbacks.h"
-#include "kernel/system/Checks.h"
+#include "kernel/bitmap/Region.h"
+#include "kernel/bitmap/Staged.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/palette/Palette.h"
-#include "kernel/resize/Resize.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/bitmap/Staged.h"
 #include "kernel/resize/Access.h"
+#include "kernel/resize/AlphaBleed.h"
+#include "kernel/resize/Resize.h"
 #include "kernel/resize/Temporary.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 
@@ -83,8 +83,7 @@ int stage_gray(Staged& staged, BITMAPHANDLE& bitmap, Shape shape, const Progress
         source = &gray.record();
     }
     if (result == V_SUCCESS)
-        result =
-            resize_into(*source, staged.record(), SIZEFLAG_RESAMPLE, share.pass(is_deep ? 0 : passes - 1, passes));
+        result = resize_into(*source, staged.record(), SIZEFLAG_RESAMPLE, share.pass(is_deep ? 0 : passes - 1, passes));
     return result == V_SUCCESS && is_deep ? change_colors(staged.record(), gray_request(), share.pass(1, passes))
                                           : result;
 }
@@ -128,7 +127,7 @@ int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t fl
     if (result == V_SUCCESS)
         result = stage(staged, bitmap, shape, flags);
     if (result == V_SUCCESS)
-        result = scale_region(bitmap, width, height);
+        result = scale_region(bitmap, staged.record(), width, height);
     return result == V_SUCCESS ? staged.replace(access) : result;
 }
 

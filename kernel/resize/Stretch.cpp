@@ -1,19 +1,20 @@
 // Resizing into a bitmap of another depth or view perspective: the source is brought to both in temporary bitmaps
 // first. What hangs on the destination follows its pixels.
-#include "kernel/bitmap/Callbacks.h"
 #include "Vkcolorres.h"
 #include "Vkresize.h"
-#include "kernel/system/Checks.h"
-#include "kernel/colorres/ColorRes.h"
-#include "kernel/colorres/GrayScale.h"
+#include "kernel/bitmap/Callbacks.h"
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Overlay.h"
+#include "kernel/bitmap/Region.h"
+#include "kernel/colorres/ColorRes.h"
+#include "kernel/colorres/GrayScale.h"
+#include "kernel/format/RowMath.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/resize/Access.h"
 #include "kernel/resize/Resize.h"
-#include "kernel/format/RowMath.h"
-#include "kernel/view/ViewPerspective.h"
 #include "kernel/resize/Temporary.h"
+#include "kernel/system/Checks.h"
+#include "kernel/view/ViewPerspective.h"
 
 #include <algorithm>
 #include <cstring>
@@ -57,7 +58,8 @@ public:
     int turn(int32_t perspective, const ProgressShare& share) noexcept
     {
         constexpr uint32_t kCopied = DUPFLAG_PALETTE | DUPFLAG_GRAYTABLES;
-        const int result = copy_in_view_perspective(turned_.record(), *current_, kRecordSize, perspective, kCopied, share);
+        const int result =
+            copy_in_view_perspective(turned_.record(), *current_, kRecordSize, perspective, kCopied, share);
         current_ = &turned_.record();
         return result;
     }
@@ -114,13 +116,28 @@ private:
     bool has_any_ = false;
 };
 
-/// The destination's region and overlays, when its pixels are there.
+/// Gives the destination the source's region, in its own perspective and size, by the steps that the pixels took.
+int carry_region(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
+{
+    const Layout layout = perspective_layout(from.ViewPerspective, to.ViewPerspective);
+    const bool is_turned_first = !has_same_axes(from.ViewPerspective, to.ViewPerspective);
+    Temporary between;
+    BITMAPHANDLE& made = between.record();
+    made.Width = is_turned_first ? (layout.transpose ? from.Height : from.Width) : to.Width;
+    made.Height = is_turned_first ? (layout.transpose ? from.Width : from.Height) : to.Height;
+    const int result = is_turned_first ? lay_out_area(from, made, layout) : scale_area(from, made);
+    if (result != V_SUCCESS)
+        return result;
+    return is_turned_first ? scale_area(made, to) : lay_out_area(made, to, layout);
+}
+
+/// The destination's region and overlays, when its pixels are there. Without a region of its own it gets the source's.
 int carry_parts(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
 {
     OverlayCopies overlays;
     int result = overlays.make(from, to);
-    if (result == V_SUCCESS && to.RgnInfo && to.RgnInfo != from.RgnInfo)
-        result = scale_region(to, to.Width, to.Height);
+    if (result == V_SUCCESS && to.RgnInfo != from.RgnInfo)
+        result = to.RgnInfo ? ask_scale_hook(to, to.Width, to.Height) : carry_region(from, to);
     if (result == V_SUCCESS)
         overlays.place(to);
     return result;

@@ -5,16 +5,17 @@
 #include "Vkbitmap.h"
 #include "Vkrotate.h"
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/rotate/Angle.h"
-#include "kernel/system/Checks.h"
-#include "kernel/system/Progress.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/storage/Storage.h"
+#include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
-#include "kernel/system/ThreadState.h"
+#include "kernel/rotate/Angle.h"
 #include "kernel/rotate/Filter.h"
 #include "kernel/rotate/Nearest.h"
 #include "kernel/rotate/TurnPixels.h"
+#include "kernel/storage/Storage.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/Progress.h"
+#include "kernel/system/ThreadState.h"
 #include "kernel/view/Relayout.h"
 #include "kernel/view/ViewPerspective.h"
 
@@ -122,6 +123,20 @@ int stage(Staged& staged, const BITMAPHANDLE& bitmap, const Geometry& geometry, 
     return result;
 }
 
+/// Turns 1-bit pixels as the bitmap's were turned; outside of them everything is clear.
+int turn_mask(BITMAPHANDLE& from, BITMAPHANDLE& to, const Geometry& geometry) noexcept
+{
+    BitmapAccess from_access(from);
+    if (from_access.result() != V_SUCCESS)
+        return from_access.result();
+    BitmapAccess to_access(to);
+    if (to_access.result() != V_SUCCESS)
+        return to_access.result();
+    Progress silent(0);
+    rotate::NearestPainter painter(geometry, from.BitsPerPixel, {});
+    return rotate::turn_pixels(from, to, geometry, painter, silent);
+}
+
 int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noexcept
 {
     Geometry geometry;
@@ -146,6 +161,10 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
     if (result == V_SUCCESS)
         result = paint(is_expanded ? expanded.record() : bitmap, bitmap, staged.record(), geometry, turn, progress);
     made.release();
+    if (result == V_SUCCESS)
+        result = draw_region(bitmap, staged.record(), [&](BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept {
+            return turn_mask(from, to, geometry);
+        });
     return result == V_SUCCESS ? staged.replace(access) : result;
 }
 

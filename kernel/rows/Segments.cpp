@@ -3,8 +3,9 @@
 #include "kernel/rows/Segments.h"
 
 #include "kernel/format/PackedBits.h"
-#include "kernel/rows/RowCol.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/rows/RegionRows.h"
+#include "kernel/rows/RowCol.h"
 #include "platform/platform.h"
 
 #include <cstring>
@@ -18,7 +19,8 @@ void blend(uint8_t& to, uint8_t from, uint8_t mask) noexcept
     to = static_cast<uint8_t>((to & ~mask) | (from & mask));
 }
 
-/// Copies pixels [first, end) of one packed row into the same place of another.
+} // namespace
+
 void copy_pixels(uint8_t* to, const uint8_t* from, int32_t bits, uint32_t first, uint32_t end) noexcept
 {
     if (first >= end)
@@ -36,8 +38,6 @@ void copy_pixels(uint8_t* to, const uint8_t* from, int32_t bits, uint32_t first,
     blend(to[last], from[last], tail);
 }
 
-} // namespace
-
 intptr_t put_segments(BITMAPHANDLE& bitmap, const uint8_t* row_in, int32_t row, const ROWSEGMENT* segments,
                       uint32_t count) noexcept
 {
@@ -45,13 +45,17 @@ intptr_t put_segments(BITMAPHANDLE& bitmap, const uint8_t* row_in, int32_t row, 
     auto* const stored = static_cast<uint8_t*>(platform::heap_alloc(bytes ? bytes : 1));
     if (!stored)
         return V_ERROR_NO_MEMORY;
+    const RegionRows inside(bitmap);
     intptr_t pixels = 0;
     intptr_t moved = get_row(bitmap, stored, row, bytes);
     if (moved >= 0) {
         for (uint32_t i = 0; i < count; ++i) {
-            const auto first = static_cast<uint32_t>(segments[i].nCol);
-            copy_pixels(stored, row_in, bitmap.BitsPerPixel, first, first + static_cast<uint32_t>(segments[i].nWidth));
-            pixels += segments[i].nWidth;
+            const int32_t start = segments[i].nCol;
+            inside.each(row, start, start + segments[i].nWidth, [&](int32_t first, int32_t end) noexcept {
+                copy_pixels(stored, row_in, bitmap.BitsPerPixel, static_cast<uint32_t>(first),
+                            static_cast<uint32_t>(end));
+                pixels += end - first;
+            });
         }
         moved = put_row(bitmap, stored, row, bytes);
     }

@@ -8,8 +8,8 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/area/Layout.h"
 #include "kernel/bitmap/Overlay.h"
-#include "kernel/view/Layout.h"
 
 namespace vk {
 
@@ -43,7 +43,7 @@ private:
     uint32_t sharing_ = 0;
     int32_t to_ = 0;
     Layout layouts_[kOverlaySlots];
-    int reversed_ = 0;        ///< slots up to which overlays are reversed
+    int reversed_ = 0;         ///< slots up to which overlays are reversed
     BITMAPHANDLE copies_ = {}; ///< holds those that are made anew
 };
 

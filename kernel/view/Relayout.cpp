@@ -2,7 +2,7 @@
 // is staged. Overlays are changed last.
 #include "kernel/view/Relayout.h"
 
-#include "kernel/bitmap/Callbacks.h"
+#include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
@@ -52,7 +52,7 @@ private:
         int result = overlays_.reverse();
         if (result != V_SUCCESS)
             return result;
-        result = change_region(bitmap_, step_.layout.flip, step_.layout.mirror);
+        result = lay_out_region(bitmap_, bitmap_, step_.layout);
         if (result != V_SUCCESS)
             overlays_.undo();
         return result;
@@ -72,6 +72,8 @@ private:
             result = move_pixels(bitmap_, staged.record(), step_.layout, progress);
         if (result == V_SUCCESS)
             result = overlays_.reverse();
+        if (result == V_SUCCESS)
+            result = lay_out_region(bitmap_, staged.record(), step_.layout);
         if (result != V_SUCCESS)
             return result;
         made.release();
@@ -108,17 +110,6 @@ int change_layout(BITMAPHANDLE& bitmap, std::initializer_list<LayoutStep> steps,
     }
     const int last = access.release(); // which is done already where the bitmap was replaced
     return first_failure(released, last);
-}
-
-int change_region(BITMAPHANDLE& bitmap, bool flip, bool mirror) noexcept
-{
-    int result = flip ? flip_region(bitmap) : V_SUCCESS;
-    if (result != V_SUCCESS || !mirror)
-        return result;
-    result = reverse_region(bitmap);
-    if (result != V_SUCCESS && flip)
-        flip_region(bitmap); // back
-    return result;
 }
 
 void swap_resolutions(BITMAPHANDLE& bitmap) noexcept

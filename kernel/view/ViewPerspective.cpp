@@ -5,11 +5,12 @@
 #include "Vkbitmap.h"
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/bitmap/Callbacks.h"
-#include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
-#include "kernel/rows/Locks.h"
 #include "kernel/bitmap/Record.h"
+#include "kernel/bitmap/Region.h"
+#include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
 #include "kernel/system/SilentStatus.h"
 #include "kernel/view/OverlayChange.h"
 #include "kernel/view/Relayout.h"
@@ -53,12 +54,12 @@ int change_in_place(BITMAPHANDLE& bitmap, PerspectiveChange change, int32_t to) 
     return change_layout(bitmap, {{kFlipped, TOP_LEFT}, {turn, to}}, none);
 }
 
-/// The region's part of a change. No hook turns one by a quarter.
+/// A module's region's part of a change. No hook turns one by a quarter.
 int follow_with_region(BITMAPHANDLE& bitmap, PerspectiveChange change) noexcept
 {
     const Layout layout = layout_of(change);
-    return layout.transpose ? change_region(bitmap, change.flip, false)
-                            : change_region(bitmap, layout.flip, layout.mirror);
+    return layout.transpose ? ask_reverse_hooks(bitmap, change.flip, false)
+                            : ask_reverse_hooks(bitmap, layout.flip, layout.mirror);
 }
 
 bool has_copy_callbacks(const BITMAPHANDLE& bitmap) noexcept
@@ -96,7 +97,9 @@ int fill_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange cha
         swap_resolutions(made);
     result = change_overlays(made, layout, to);
     made.ViewPerspective = to;
-    return result == V_SUCCESS ? follow_with_region(made, change) : result;
+    if (result != V_SUCCESS || !made.RgnInfo)
+        return result;
+    return has_area(made) ? lay_out_area(source, made, layout) : follow_with_region(made, change);
 }
 
 /// Fills a bitmap of the source's shape as a copy, and changes it then: for callbacks that see to copying.
@@ -111,7 +114,11 @@ int fill_copied(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange chan
 /// Moves what was not copied, the region changed like the pixels.
 int take_over(BITMAPHANDLE& made, BITMAPHANDLE& source, PerspectiveChange change, uint32_t dup_flags) noexcept
 {
-    if (!made.RgnInfo && source.RgnInfo) {
+    if (!made.RgnInfo && has_area(source)) {
+        const int result = lay_out_area(source, made, layout_of(change));
+        if (result != V_SUCCESS)
+            return result;
+    } else if (!made.RgnInfo && source.RgnInfo) {
         made.RgnInfo = source.RgnInfo;
         const int result = follow_with_region(made, change);
         if (result != V_SUCCESS) {
@@ -142,8 +149,7 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
     result = make_like(made, source, struct_size, shape, dup_flags);
     if (result != V_SUCCESS)
         return result;
-    result = in_one ? fill_changed(made, source, change, to, share)
-                    : fill_copied(made, source, change, to, share);
+    result = in_one ? fill_changed(made, source, change, to, share) : fill_copied(made, source, change, to, share);
     if (result == V_SUCCESS && dup_flags & DUPFLAG_TAKEOVER)
         result = take_over(made, source, change, dup_flags);
     if (result != V_SUCCESS)
@@ -156,6 +162,11 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
 Layout layout_of(PerspectiveChange change) noexcept
 {
     return then(change.flip ? kFlipped : kAsStored, turn_of(change.angle));
+}
+
+Layout perspective_layout(int32_t from, int32_t to) noexcept
+{
+    return from == to ? kAsStored : layout_of(perspective_change(from, to));
 }
 
 Layout shown_layout(int32_t perspective) noexcept

@@ -3,8 +3,8 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/area/Layout.h"
 #include "kernel/system/Progress.h"
-#include "kernel/view/Layout.h"
 
 namespace vk {
 
@@ -43,12 +43,15 @@ Layout layout_of(PerspectiveChange change) noexcept;
 /// Gives a bitmap whose stored pixels stay another perspective, and its overlays what shows them over the same pixels.
 int change_shown(BITMAPHANDLE& bitmap, int32_t to) noexcept;
 
+/// The same as a layout of the stored data. Equal perspectives change nothing, whatever they are.
+Layout perspective_layout(int32_t from, int32_t to) noexcept;
+
 /// Rearranges a bitmap in place. SUCCESS; ERROR_INVALID_PARAMETER for what is no perspective; a failure of the flip or
 /// the turn. A turn that fails after a flip leaves the bitmap flipped, in perspective 1; otherwise it is as it was.
 int change_view_perspective(BITMAPHANDLE& bitmap, int32_t to) noexcept;
 
-/// Makes `made`, with copies of the parts that `dup_flags` name, a rearranged copy, as a pass of an operation. On failure it is empty but for
-/// StructSize.
+/// Makes `made`, with copies of the parts that `dup_flags` name, a rearranged copy, as a pass of an operation. On
+/// failure it is empty but for StructSize.
 int copy_in_view_perspective(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, int32_t to,
                              uint32_t dup_flags, const ProgressShare& share = {}) noexcept;
 

@@ -28,7 +28,6 @@ bool one_processor()
 }
 
 using ThreadingItems = testing::LeavesNothing;
-using ThreadingPool = testing::LeavesNothing;
 using ThreadingStart = testing::LeavesNothing;
 
 TEST_F(ThreadingItems, RunEachOnceAndWaitForAll)
@@ -306,7 +305,7 @@ TEST_F(ThreadingItems, MayWaitForBatchesOfTheirOwn)
 
 #if !defined(_WIN32)
 // Where the pool is ours, an item that waits for an event gives its thread's place to another at once.
-TEST_F(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
+TEST(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
 {
     static VKWaitEvent last;
     static std::atomic<int> ended;
@@ -331,7 +330,7 @@ TEST_F(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
 #endif
 
 // Items that wait for each other: the pool has to have a thread for each of them in the end.
-TEST_F(ThreadingPool, GrowsForItemsThatBlock)
+TEST(ThreadingPool, GrowsForItemsThatBlock)
 {
     const auto cores = static_cast<int>(VKThreadToolsManaged::GetCoreCount());
     for (const auto& [flags, items] :

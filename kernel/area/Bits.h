@@ -1,0 +1,17 @@
+// Rows of bits, most significant first, as runs of set bits, and runs as bits.
+#pragma once
+
+#include "kernel/area/Area.h"
+
+#include <cstddef>
+
+namespace vk {
+
+/// Writes the runs of set bits among the first `width` of a row; there is room for width / 2 + 1 of them. Returns how
+/// many there are.
+size_t runs_of_bits(const uint8_t* row, int32_t width, AreaRun* runs) noexcept;
+
+/// Sets the bits of runs that lie within the row, and leaves the others.
+void set_bits(uint8_t* row, AreaRuns runs) noexcept;
+
+} // namespace vk
