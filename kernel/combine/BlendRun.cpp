@@ -1,5 +1,6 @@
 #include "kernel/combine/BlendRun.h"
 
+#include "kernel/combine/BlendKernels.h"
 #include "kernel/combine/Level.h"
 
 #include <algorithm>
@@ -84,7 +85,25 @@ int BlendRun::open(const BITMAPHANDLE& to, const BITMAPHANDLE& from, const BITMA
     if (is_opaque)
         how_.is_source_premultiplied = false;
     choose_width();
+    choose_fast();
     return V_SUCCESS;
+}
+
+/// Source over, at 8 bits a channel: alpha on both sides and nothing else, or a mask of 8 bits and nothing else.
+void BlendRun::choose_fast() noexcept
+{
+    fast_ = Fast::none;
+    const bool is_bytes = form_.gray_levels() || form_.bits == 24 || (form_.bits == 32 && lanes_.has_alpha);
+    if (request_.mode != BLEND_SRC_OVER || request_.opacity != kFullOpacity || by_palette_ || !is_bytes)
+        return;
+    const bool is_premultiplied = how_.is_source_premultiplied;
+    if (form_.bits == 32) {
+        if (alpha_most_ == 255 && how_.has_backdrop_alpha && !mask_.is_open() &&
+            is_premultiplied == how_.is_backdrop_premultiplied)
+            fast_ = is_premultiplied ? Fast::over_premultiplied : Fast::over_straight;
+    } else if (alpha_most_ == 1 && mask_.bits() == 8) {
+        fast_ = Fast::mix;
+    }
 }
 
 template <class Wide> Coverage<Wide> BlendRun::coverage(uint32_t alpha, uint32_t mask) const noexcept
@@ -143,11 +162,34 @@ void BlendRun::run_chunk(Line to, Line from, Line mask, int32_t count) noexcept
         copy_bits(to.data, place, packed_, 0, length, bit_order(form_.bits));
 }
 
+/// As many pixels as there is a fast way for. Returns their number.
+int32_t BlendRun::run_fast(Line to, Line from, Line mask, int32_t count) noexcept
+{
+    const pixel::Cpu cpu = level();
+    if (fast_ == Fast::none || cpu < pixel::Cpu::avx2)
+        return 0;
+    const bool is_wide = cpu >= pixel::Cpu::avx512;
+    const auto all = static_cast<size_t>(count);
+    const uint8_t* const source = source_.take(from, count);
+    uint8_t* const place = to.data + bit_of(to.column, form_.bits) / 8;
+    if (fast_ == Fast::mix)
+        return static_cast<int32_t>((is_wide ? mix_avx512 : mix_avx2)(source, place, mask.data + mask.column, all, form_.bits / 8));
+    if (fast_ == Fast::over_straight)
+        return static_cast<int32_t>((is_wide ? over_straight_avx512 : over_straight_avx2)(source, place, all));
+    return static_cast<int32_t>((is_wide ? over_premultiplied_avx512 : over_premultiplied_avx2)(source, place, all));
+}
+
 void BlendRun::run(Line to, Line from, Line mask, int32_t count) noexcept
 {
     const auto moved = [](Line line, int32_t by) noexcept { return Line{line.data, line.column + by}; };
-    for (int32_t done = 0; done < count; done += kChunk)
-        run_chunk(moved(to, done), moved(from, done), moved(mask, done), std::min(count - done, kChunk));
+    for (int32_t done = 0; done < count;) {
+        const int32_t some = std::min(count - done, kChunk);
+        const int32_t fast = run_fast(moved(to, done), moved(from, done), moved(mask, done), some);
+        done += fast;
+        if (fast < some)
+            run_chunk(moved(to, done), moved(from, done), moved(mask, done), some - fast);
+        done += some - fast;
+    }
 }
 
 } // namespace vk::combine

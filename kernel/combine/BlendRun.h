@@ -27,9 +27,15 @@ public:
 
     void run(Line to, Line from, Line mask, int32_t count) noexcept override;
 
+    /// Blends that BlendKernels.h has loops for.
+    enum class Fast : uint8_t { none, over_premultiplied, over_straight, mix };
+    Fast fast() const noexcept { return fast_; }
+
 private:
     void choose_forms(const BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept;
     void choose_width() noexcept;
+    void choose_fast() noexcept;
+    int32_t run_fast(Line to, Line from, Line mask, int32_t count) noexcept;
     void run_chunk(Line to, Line from, Line mask, int32_t count) noexcept;
     template <class Wide> void blend_lanes(const PixelLanes* from, PixelLanes* to, int32_t count) const noexcept;
     template <class Wide> Coverage<Wide> coverage(uint32_t alpha, uint32_t mask) const noexcept;
@@ -44,6 +50,7 @@ private:
     bool is_coarse_ = false;  ///< and more than 128: the coverage is rounded to 16 bits
     uint32_t alpha_most_ = 1; ///< of the source; 1: it is opaque
     bool own_alpha_ = false;  ///< it comes with the converted pixels
+    Fast fast_ = Fast::none;
 
     RowConverter converter_;
     ConvertedPixels source_;

@@ -51,8 +51,12 @@ void MaskValues::open(const BITMAPHANDLE* mask) noexcept
         return;
     const PixelForm form = form_of(*mask);
     bits_ = form.bits;
-    shift_ = form.deep_gray() ? form.gray.shift : 0;
-    most_ = form.deep_gray() ? form.gray.mask : (1u << bits_) - 1;
+    most_ = (1u << bits_) - 1;
+    is_gray_ = form.deep_gray();
+    if (is_gray_) {
+        gray_ = form.gray;
+        most_ = gray_.mask();
+    }
 }
 
 void MaskValues::take(Line pixels, int32_t count, uint16_t* values) const noexcept
@@ -68,7 +72,8 @@ void MaskValues::take(Line pixels, int32_t count, uint16_t* values) const noexce
             values[i] = pixels.data[at];
         } else {
             std::memcpy(values + i, pixels.data + 2 * at, sizeof *values);
-            values[i] = static_cast<uint16_t>(static_cast<uint32_t>(values[i]) >> shift_ & most_);
+            if (is_gray_)
+                values[i] = static_cast<uint16_t>(gray_.extract(values[i]));
         }
     }
 }

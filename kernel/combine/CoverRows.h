@@ -45,7 +45,8 @@ public:
 
 private:
     int32_t bits_ = 0;
-    int32_t shift_ = 0;
+    bool is_gray_ = false;
+    GrayRange gray_;
     uint32_t most_ = 1;
 };
 

@@ -1,6 +1,7 @@
 #include "kernel/combine/PixelLanes.h"
 
 #include "kernel/format/PackedBits.h"
+#include "kernel/format/RowMath.h"
 
 #include <cstring>
 
@@ -24,7 +25,7 @@ const Fields& fields_of(const PixelForm& form) noexcept
 /// The bit of a signed sample that is turned to bring its values in order.
 uint32_t sign_of(const PixelForm& form, bool is_signed) noexcept
 {
-    return is_signed ? (form.gray.mask >> 1) + 1 : 0;
+    return is_signed ? (form.gray.mask() >> 1) + 1 : 0;
 }
 
 template <class T> T load(const uint8_t* from) noexcept
@@ -62,7 +63,7 @@ uint32_t load_gray(const PixelForm& form, const uint8_t* packed, uint32_t index)
     case 8:
         return packed[index];
     case 12:
-        return extract_12(packed + index + index / 2, index);
+        return extract_bits(packed + column_offset(form.bits, static_cast<int32_t>(index)), form.bits, index);
     case 16:
         return load<uint16_t>(packed + 2 * size_t{index});
     default:
@@ -73,7 +74,7 @@ uint32_t load_gray(const PixelForm& form, const uint8_t* packed, uint32_t index)
 void store_gray(const PixelForm& form, uint8_t* packed, uint32_t index, uint32_t sample) noexcept
 {
     if (form.bits == 12)
-        return insert_12(packed + index + index / 2, index, sample);
+        return insert_bits(packed + column_offset(form.bits, static_cast<int32_t>(index)), form.bits, index, sample);
     const auto bytes = static_cast<size_t>(form.bits / 8);
     std::memcpy(packed + bytes * index, &sample, bytes);
 }
@@ -85,7 +86,7 @@ LaneForm lane_form(const PixelForm& form) noexcept
     LaneForm lanes;
     if (form.gray_levels() || form.deep_gray()) {
         lanes.channels = 1;
-        lanes.most[0] = form.gray_levels() ? 255 : form.gray.mask;
+        lanes.most[0] = form.gray_levels() ? 255 : form.gray.mask();
         return lanes;
     }
     lanes.channels = 3;
@@ -103,7 +104,7 @@ void unpack_lanes(const PixelForm& form, bool is_signed, const uint8_t* packed, 
         const uint32_t sign = sign_of(form, is_signed);
         for (int32_t i = 0; i < count; ++i) {
             const uint32_t sample = load_gray(form, packed, static_cast<uint32_t>(i));
-            lanes[i].value[0] = form.gray_levels() ? sample : (sample >> form.gray.shift & form.gray.mask) ^ sign;
+            lanes[i].value[0] = form.gray_levels() ? sample : form.gray.extract(sample) ^ sign;
         }
         return;
     }
@@ -124,12 +125,11 @@ void pack_lanes(const PixelForm& form, bool is_signed, const PixelLanes* lanes, 
 {
     if (form.gray_levels() || form.deep_gray()) {
         const uint32_t sign = sign_of(form, is_signed);
-        const uint32_t mask = form.gray_levels() ? 255 : form.gray.mask;
-        const int32_t shift = form.gray_levels() ? 0 : form.gray.shift;
+        const GrayRange range = form.gray_levels() ? GrayRange{} : form.gray;
         for (int32_t i = 0; i < count; ++i) {
             const auto index = static_cast<uint32_t>(i);
-            const uint32_t kept = load_gray(form, packed, index) & ~(mask << shift);
-            store_gray(form, packed, index, kept | (lanes[i].value[0] ^ sign) << shift);
+            const uint32_t kept = load_gray(form, packed, index) & ~range.place(range.mask());
+            store_gray(form, packed, index, kept | range.place(lanes[i].value[0] ^ sign));
         }
         return;
     }

@@ -31,9 +31,7 @@ std::span<const Operation> combine_operations()
         {"V_CombineBitmap (itself)",
          [](B b) -> intptr_t { return V_CombineBitmap(b, 2, 1, 30, 30, b, 0, 0, COMBINE_COPY); }, true},
         {"V_BlendBitmap (itself)",
-         [](B b) -> intptr_t {
-             return V_BlendBitmap(b, 2, 1, 30, 30, b, 0, 0, nullptr, 0, 0, BLEND_SCREEN, 40000);
-         },
+         [](B b) -> intptr_t { return V_BlendBitmap(b, 2, 1, 30, 30, b, 0, 0, nullptr, 0, 0, BLEND_SCREEN, 40000); },
          true},
         {"V_GetTrimRect", trim_rect, true},
         {"V_ExtendBitmap", [](B b) -> intptr_t { return V_ExtendBitmap(b, 1, 2, 3, 4, EXTEND_MIRROR, 0); }, true},

@@ -1,6 +1,7 @@
 // Blending against the published formulas in floating point, written down as they stand there: every mode, with and
 // without alpha on either side, straight and premultiplied, under masks and opacities, at every depth; the fast forms
 // against the plain one; arguments and failures.
+#include "kernel/combine/BlendKernels.h"
 #include "kernel/combine/BlendRun.h"
 #include "kernel/palette/ColorMatch.h"
 #include "tests/combine/CombineSupport.h"
@@ -206,8 +207,8 @@ TEST(CombineBlend, EveryModeIsThePublishedOne)
                 for (const int32_t mask_bits : {0, 1, 8, 16}) {
                     if (form.alpha_shift < 0 && flags != 0)
                         continue;
-                    const Mixing setup{mode | flags,
-                                      random.one_in(2) ? 65535 : static_cast<uint32_t>(random.below(65536)), mask_bits};
+                    const Mixing setup{
+                        mode | flags, random.one_in(2) ? 65535 : static_cast<uint32_t>(random.below(65536)), mask_bits};
                     SCOPED_TRACE(std::to_string(form.bits) + " bits, order " + std::to_string(form.order) + ", mode " +
                                  std::to_string(setup.mode) + ", opacity " + std::to_string(setup.opacity) + ", mask " +
                                  std::to_string(mask_bits));
@@ -272,6 +273,52 @@ TEST(CombineBlend, FastFormsEqualThePlainOne)
                     ASSERT_EQ(plain, run(pixel::Cpu::avx2, form, to, from, cover, setup));
                     ASSERT_EQ(plain, run(pixel::Cpu::avx512, form, to, from, cover, setup));
                 }
+    }
+}
+
+// What the comparison above rests on: these blends have a loop of their own, which does all pixels but a few.
+TEST(CombineBlend, FastFormsAreTaken)
+{
+    using Fast = combine::BlendRun::Fast;
+    constexpr struct {
+        int32_t bits;
+        uint32_t mode;
+        uint32_t opacity;
+        int32_t mask_bits;
+        Fast fast;
+    } kRows[] = {
+        {32, BLEND_SRC_OVER, 65535, 0, Fast::over_straight},
+        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED, 65535, 0, Fast::over_premultiplied},
+        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED_SRC, 65535, 0, Fast::none},
+        {32, BLEND_SRC_OVER, 65534, 0, Fast::none},
+        {32, BLEND_SRC_ATOP, 65535, 0, Fast::none},
+        {32, BLEND_SRC_OVER, 65535, 8, Fast::none},
+        {24, BLEND_SRC_OVER, 65535, 8, Fast::mix},
+        {8, BLEND_SRC_OVER, 65535, 8, Fast::mix},
+        {8, BLEND_SRC_OVER, 65535, 1, Fast::none},
+    };
+    for (const auto& row : kRows) {
+        TestBitmap a;
+        TestBitmap m;
+        ASSERT_NO_FATAL_FAILURE(make_stored(a, Kind::conv, Picture::blank(8, 1), row.bits));
+        ASSERT_NO_FATAL_FAILURE(make_stored(m, Kind::conv, Picture::blank(8, 1), std::max(row.mask_bits, 1)));
+        if (row.bits == 8)
+            a->Order = COLORORDER_GRAY;
+        combine::BlendRun run({row.mode & BLEND_MODES, row.mode & ~BLEND_MODES, row.opacity});
+        ASSERT_EQ(SUCCESS, run.open(*a.get(), *a.get(), row.mask_bits ? m.get() : nullptr, 8));
+        EXPECT_EQ(row.fast, run.fast()) << row.bits << " bits, mode " << row.mode;
+    }
+    uint8_t from[400] = {};
+    uint8_t to[400] = {};
+    if (pixel::cpu_level() >= pixel::Cpu::avx2) {
+        EXPECT_EQ(96u, combine::over_premultiplied_avx2(from, to, 99));
+        EXPECT_EQ(96u, combine::over_straight_avx2(from, to, 99));
+        EXPECT_EQ(96u, combine::mix_avx2(from, to, from, 99, 3));
+    }
+    if (pixel::cpu_level() >= pixel::Cpu::avx512) {
+        EXPECT_EQ(96u, combine::over_premultiplied_avx512(from, to, 99));
+        EXPECT_EQ(96u, combine::over_straight_avx512(from, to, 99));
+        EXPECT_EQ(64u, combine::mix_avx512(from, to, from, 99, 1));
     }
 }
 
