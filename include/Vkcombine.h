@@ -56,6 +56,41 @@
 #define COMBINE_KEYED 0x0400u   /**< pixels of the source's transparent colour are left out, where it has one */
 #define COMBINE_RAW 0x0800u     /**< source pixels are taken as numbers: no conversion; depths must be equal */
 
+/** Modes of V_BlendBitmap: one of these, and flags. First the operators of Porter and Duff, then blend modes, which are
+ *  composited source over. */
+#define BLEND_SRC_OVER 0u     /**< the source over the destination */
+#define BLEND_NORMAL 0u       /**< the same by its other name */
+#define BLEND_CLEAR 1u        /**< nothing */
+#define BLEND_SRC 2u          /**< the source alone */
+#define BLEND_DST 3u          /**< the destination alone */
+#define BLEND_DST_OVER 4u     /**< the destination over the source */
+#define BLEND_SRC_IN 5u       /**< the source where the destination is */
+#define BLEND_DST_IN 6u       /**< the destination where the source is */
+#define BLEND_SRC_OUT 7u      /**< the source where the destination is not */
+#define BLEND_DST_OUT 8u      /**< the destination where the source is not */
+#define BLEND_SRC_ATOP 9u     /**< the source on top of the destination, and only there */
+#define BLEND_DST_ATOP 10u    /**< the destination on top of the source, and only there */
+#define BLEND_XOR 11u         /**< each where the other is not */
+#define BLEND_PLUS 12u        /**< the sum of both, also called lighter */
+#define BLEND_MULTIPLY 13u    /**< colours multiplied */
+#define BLEND_SCREEN 14u      /**< complements multiplied */
+#define BLEND_OVERLAY 15u     /**< multiply or screen, by the destination */
+#define BLEND_DARKEN 16u      /**< the darker of both */
+#define BLEND_LIGHTEN 17u     /**< the lighter of both */
+#define BLEND_COLOR_DODGE 18u /**< the destination brightened by the source */
+#define BLEND_COLOR_BURN 19u  /**< the destination darkened by the source */
+#define BLEND_HARD_LIGHT 20u  /**< multiply or screen, by the source */
+#define BLEND_SOFT_LIGHT 21u  /**< darken or lighten, by the source */
+#define BLEND_DIFFERENCE 22u  /**< what lies between both */
+#define BLEND_EXCLUSION 23u   /**< the same with less contrast */
+#define BLEND_MODES 0xFFu     /**< the bits that hold the mode */
+/** Flags of V_BlendBitmap. */
+#define BLEND_PREMULTIPLIED_SRC 0x0100u /**< the source's colours are multiplied by their alpha already */
+#define BLEND_PREMULTIPLIED_DST 0x0200u /**< the destination's are, and stay so */
+#define BLEND_PREMULTIPLIED 0x0300u     /**< both */
+#define BLEND_OPAQUE_SRC 0x0400u        /**< the source's alpha is none: it is opaque */
+#define BLEND_OPAQUE_DST 0x0800u        /**< the destination's alpha is none, and stays as it is */
+
 V_EXTERN_C_BEGIN
 
 /**
@@ -133,6 +168,38 @@ V_API int V_ExtendBitmap(BITMAPHANDLE* pBitmap, int32_t nLeft, int32_t nTop, int
  */
 V_API int V_CombineBitmap(BITMAPHANDLE* pDst, int32_t nCol, int32_t nRow, int32_t nWidth, int32_t nHeight,
                           BITMAPHANDLE* pSrc, int32_t nSrcCol, int32_t nSrcRow, uint32_t uFlags) V_NOEXCEPT;
+
+/**
+ * Blends a rectangle of one bitmap with another, by the formulas of the recommendation "Compositing and Blending Level
+ * 1" of the World Wide Web Consortium (chapters 9 and 10).
+ *
+ * The source is converted to the destination's form first, as by V_CombineBitmap. Its alpha, 1 where it has none and 0
+ * for its transparent colour, is multiplied by the mask and by the opacity, and so is what it adds: an operator that
+ * wants nothing of the destination leaves nothing where the mask is 0. Each channel is worked out in exact fractions
+ * and rounded once, to the nearest, at the end, in the destination's own bits: 8, 16, the 5 and 6 of 16-bit colours, or
+ * a gray sample's significant ones. (The square root in BLEND_SOFT_LIGHT is taken to 32 bits. Gray of more than 16
+ * significant bits is compared by the top 16 where a mode divides or takes roots.)
+ *
+ * A destination with alpha has its alpha blended too; what is fully transparent then is 0 in all channels. One without
+ * counts as opaque, and shows black through what is not. Bitmaps of up to 8 bits are blended by the colours of their
+ * palettes and take the nearest entry, a pixel whose colour does not change keeping its index; gray levels, and ramps
+ * of 256 grays under such a source, are blended as gray.
+ * @param pDst the destination. @param nCol,nRow first column and row there. @param nWidth,nHeight size in pixels.
+ * @param pSrc the source; may be pDst. @param nSrcCol,nSrcRow first column and row there.
+ * @param pMask null, or a bitmap of 1, 8 or 16 bits whose pixel values are how much of the source counts, out of 1,
+ * 255, or 65535 (in gray order the significant bits); a palette does not count. It may be pDst or pSrc. Where it ends,
+ * so does the rectangle. @param nMaskCol,nMaskRow first column and row there.
+ * @param uMode a BLEND_ mode with BLEND_ flags. @param uOpacity 0 to 65535.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, unknown mode or flags, more opacity than there is,
+ * perspectives that differ and are none, or a depth and order that do not go together; ERROR_INVALID_STRUCT_SIZE;
+ * ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_BITS_PER_PIXEL: a mask of another depth;
+ * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_INVALID_LUT_LENGTH; ERROR_NO_MEMORY; a failed
+ * transfer; the status callback's refusal. On failure the destination is as it was.
+ * @remark One thread per bitmap at a time, for all bitmaps.
+ */
+V_API int V_BlendBitmap(BITMAPHANDLE* pDst, int32_t nCol, int32_t nRow, int32_t nWidth, int32_t nHeight,
+                        BITMAPHANDLE* pSrc, int32_t nSrcCol, int32_t nSrcRow, BITMAPHANDLE* pMask, int32_t nMaskCol,
+                        int32_t nMaskRow, uint32_t uMode, uint32_t uOpacity) V_NOEXCEPT;
 
 V_EXTERN_C_END
 

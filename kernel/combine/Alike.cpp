@@ -153,6 +153,18 @@ void Alike::open(const BITMAPHANDLE& bitmap, const uint8_t* pixel, uint32_t tole
         set_channel(channel, load(pixel + static_cast<size_t>(channel) * bytes, bytes), bytes == 2 ? 65535 : 255, tolerance);
 }
 
+/// Pixels of one bit, the first in the lowest.
+uint64_t Alike::match_bits(const uint8_t* pixels, int32_t count) const noexcept
+{
+    uint64_t word = 0;
+    std::memcpy(&word, pixels, static_cast<size_t>(count + 7) / 8);
+    word = (word >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (word & 0x0F0F0F0F0F0F0F0Fu) << 4;
+    word = (word >> 2 & 0x3333333333333333u) | (word & 0x3333333333333333u) << 2;
+    word = (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
+    const uint64_t alike = (is_alike_[1] ? word : 0) | (is_alike_[0] ? ~word : 0);
+    return alike & (~uint64_t{0} >> (kWordPixels - count));
+}
+
 uint64_t Alike::match_indices(const uint8_t* pixels, int32_t count) const noexcept
 {
     uint8_t indices[kWordPixels];
@@ -204,7 +216,7 @@ uint64_t Alike::match_words(const uint8_t* pixels, int32_t count) const noexcept
 uint64_t Alike::match_word(const uint8_t* pixels, int32_t count) const noexcept
 {
     if (form_.indexed())
-        return match_indices(pixels, count);
+        return form_.bits == 1 ? match_bits(pixels, count) : match_indices(pixels, count);
     return form_.deep_gray() || form_.bits == 16 ? match_samples(pixels, count) : match_words(pixels, count);
 }
 

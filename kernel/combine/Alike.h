@@ -41,6 +41,7 @@ private:
     void open_fields(RGBQUAD color, uint32_t tolerance) noexcept;
     RGBQUAD color_of(const BITMAPHANDLE& bitmap, COLORREF color) const noexcept;
     uint64_t match_word(const uint8_t* pixels, int32_t count) const noexcept;
+    uint64_t match_bits(const uint8_t* pixels, int32_t count) const noexcept;
     uint64_t match_indices(const uint8_t* pixels, int32_t count) const noexcept;
     uint64_t match_samples(const uint8_t* pixels, int32_t count) const noexcept;
     uint64_t match_words(const uint8_t* pixels, int32_t count) const noexcept;

@@ -4,6 +4,7 @@
 #include "kernel/combine/ChannelOperation.h"
 #include "kernel/combine/ConvertRun.h"
 #include "kernel/combine/PaletteColors.h"
+#include "kernel/combine/PixelLanes.h"
 
 namespace vk::combine {
 
@@ -19,9 +20,7 @@ public:
 private:
     void run_palette(Line to, const uint8_t* from, int32_t count) noexcept;
     void run_channels(Line to, const uint8_t* from, int32_t count) noexcept;
-    void run_gray(Line to, const uint8_t* from, int32_t count) noexcept;
-    void run_fields(Line to, const uint8_t* from, int32_t count) noexcept;
-    uint32_t combine_sample(uint32_t from, uint32_t to) const noexcept;
+    void run_lanes(Line to, const uint8_t* from, int32_t count) noexcept;
 
     const Arithmetic how_;
     PixelForm form_; ///< the destination's
@@ -30,6 +29,9 @@ private:
     RowConverter converter_;
     ConvertedPixels source_;
     PaletteColors colors_;
+    PixelLanes from_lanes_[kChunk];
+    PixelLanes to_lanes_[kChunk];
+    alignas(64) uint8_t packed_[kChunkBytes];
 };
 
 } // namespace vk::combine

@@ -3,11 +3,13 @@
 // Inside, what later families share: Clip.h cuts rectangles to bitmaps, Inside.h says which pixels may be written,
 // Walk.h brings rows of destination, source and mask together in the right order (with Aside.h, AreaRows.h and Undo.h),
 // RowConverter.h converts source pixels to the destination's form, Alike.h tells colours that are near, Bits.h moves
-// packed pixels. Crop.h makes and changes whole bitmaps; CombineBitmap.cpp puts one into another.
+// packed pixels. Crop.h makes and changes whole bitmaps; CombineBitmap.cpp puts one into another;
+// BlendBitmap.cpp blends them, by BlendFormula.h.
 #include "kernel/combine/Combine.h"
 
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Record.h"
+#include "kernel/combine/CoverRows.h"
 #include "kernel/combine/Crop.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/Checks.h"
@@ -91,4 +93,21 @@ int V_CombineBitmap(BITMAPHANDLE* pDst, int32_t nCol, int32_t nRow, int32_t nWid
     if (result != V_SUCCESS)
         return result;
     return combine::combine_bitmap(*pDst, *pSrc, {{nCol, nRow}, nWidth, nHeight, {nSrcCol, nSrcRow}}, uFlags);
+}
+
+int V_BlendBitmap(BITMAPHANDLE* pDst, int32_t nCol, int32_t nRow, int32_t nWidth, int32_t nHeight, BITMAPHANDLE* pSrc,
+                  int32_t nSrcCol, int32_t nSrcRow, BITMAPHANDLE* pMask, int32_t nMaskCol, int32_t nMaskRow,
+                  uint32_t uMode, uint32_t uOpacity) noexcept
+{
+    int result = check_pair(pDst, pSrc);
+    if (result == V_SUCCESS && pMask)
+        result = check_pixels(pMask);
+    if (result == V_SUCCESS)
+        result = combine::check_blend(uMode, uOpacity);
+    if (result == V_SUCCESS && pMask && !combine::MaskValues::can_be(*pMask))
+        result = V_ERROR_INVALID_BITS_PER_PIXEL;
+    if (result != V_SUCCESS)
+        return result;
+    return combine::blend_bitmap(*pDst, *pSrc, {{nCol, nRow}, nWidth, nHeight, {nSrcCol, nSrcRow}},
+                                 {pMask, {nMaskCol, nMaskRow}}, uMode, uOpacity);
 }

@@ -1,4 +1,4 @@
-// Bitmaps put into bitmaps: what V_CombineBitmap does, for records and a request that are checked.
+// Bitmaps put into bitmaps: what V_CombineBitmap and V_BlendBitmap do, for records and a request that are checked.
 #pragma once
 
 #include "Vkcombine.h"
@@ -23,5 +23,17 @@ constexpr bool is_bit_operation(uint32_t operation) noexcept
 int check_combination(const BITMAPHANDLE& to, const BITMAPHANDLE& from, uint32_t flags) noexcept;
 
 int combine_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, const Placement& placement, uint32_t flags) noexcept;
+
+/// Refuses modes, flags and opacities that nobody knows. SUCCESS or a code.
+int check_blend(uint32_t mode, uint32_t opacity) noexcept;
+
+/// A mask may be null; check_rows accepts it, and it has a depth that masks have.
+struct MaskPlace {
+    BITMAPHANDLE* bitmap;
+    Corner corner;
+};
+
+int blend_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, const Placement& placement, const MaskPlace& mask, uint32_t mode,
+                 uint32_t opacity) noexcept;
 
 } // namespace vk::combine

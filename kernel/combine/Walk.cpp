@@ -123,11 +123,14 @@ private:
             result = undo_.keep(row, batch.count, rows);
         if (result != V_SUCCESS)
             return result;
-        for (int32_t i = 0; i < batch.count; ++i) {
+        for (int32_t i = 0; i < batch.count && result == V_SUCCESS; ++i) {
             const int32_t index = is_upward_ ? batch.count - 1 - i : i;
-            change_row(row + index, {rows.row(index), area_.left - rows.left}, source_line(index), mask_.line(index));
+            result = operation_.begin_row(row + index, rows.left);
+            if (result == V_SUCCESS)
+                change_row(row + index, {rows.row(index), area_.left - rows.left}, source_line(index),
+                           mask_.line(index));
         }
-        return target_.store(row, batch.count);
+        return result == V_SUCCESS ? target_.store(row, batch.count) : result;
     }
 
     /// A row that is its own source is read whole before it changes.

@@ -21,6 +21,10 @@ struct Line {
 /// What is done to a run of pixels that may be written.
 class RunOperation {
 public:
+    /// Called for each row before its runs: the row, and the column that the destination's line counts from. A code
+    /// that is not SUCCESS ends the walk.
+    virtual int begin_row([[maybe_unused]] int32_t row, [[maybe_unused]] int32_t left) noexcept { return V_SUCCESS; }
+
     /// Changes `count` pixels of `to`. The sources that the walk has are there and do not overlap it.
     virtual void run(Line to, Line from, Line mask, int32_t count) noexcept = 0;
 

@@ -1,0 +1,195 @@
+#include "kernel/combine/BlendRun.h"
+
+#include "kernel/combine/BlendKernels.h"
+#include "kernel/combine/Level.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+
+namespace vk::combine {
+
+namespace {
+
+__extension__ typedef unsigned __int128 Wide128; // NOLINT: no alias can say that it is an extension
+
+constexpr uint32_t kFullOpacity = 65535;
+
+uint64_t bit_of(int32_t column, int32_t bits) noexcept
+{
+    return static_cast<uint64_t>(column) * static_cast<uint32_t>(bits);
+}
+
+} // namespace
+
+uint64_t root_32(uint32_t num, uint32_t den) noexcept
+{
+    // Twice the root, cut off; its last bit then rounds.
+    const Wide128 square = (Wide128{num} << 66) / den;
+    auto root = static_cast<uint64_t>(std::sqrt(static_cast<double>(num) / den) * 8589934592.0);
+    while (Wide128{root} * root > square)
+        --root;
+    while (Wide128{root + 1} * (root + 1) <= square)
+        ++root;
+    return (root + 1) >> 1;
+}
+
+void BlendRun::choose_forms(const BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept
+{
+    const PixelForm own = form_of(to);
+    const bool is_ramp = same_form(own, gray_form());
+    by_palette_ = own.indexed() && !own.gray_levels() && !(is_ramp && same_form(form_of(from), own));
+    form_ = by_palette_ ? color_form() : own;
+    if (form_.indexed())
+        form_.order = COLORORDER_GRAY; // a ramp under a gray source is gray levels
+    is_signed_ = form_.deep_gray() && to.Flags & BITMAPFLAG_SIGNED;
+    lanes_ = lane_form(form_);
+    const bool has_alpha = !by_palette_ && lanes_.has_alpha && !request_.has(BLEND_OPAQUE_DST);
+    how_ = {request_.has(BLEND_PREMULTIPLIED_SRC), has_alpha && request_.has(BLEND_PREMULTIPLIED_DST), has_alpha};
+}
+
+/// Whether the fractions fit, by the largest that all factors together can be.
+void BlendRun::choose_width() noexcept
+{
+    const double most = *std::max_element(lanes_.most, lanes_.most + 3);
+    const double opacity = request_.opacity == kFullOpacity ? 1 : kFullOpacity;
+    const double backdrop = how_.has_backdrop_alpha ? lanes_.alpha_most : 1;
+    double own = 1;
+    if (request_.mode == BLEND_SOFT_LIGHT)
+        own = std::max(4294967296.0, std::min(most, 65535.0) * std::min(most, 65535.0));
+    else if (request_.mode == BLEND_COLOR_DODGE || request_.mode == BLEND_COLOR_BURN)
+        own = std::min(most, 65535.0) * (how_.is_source_premultiplied ? alpha_most_ : 1);
+    const double whole = alpha_most_ * static_cast<double>(mask_.most()) * opacity;
+    const auto bits = [&](double coverage) noexcept {
+        return std::log2(coverage) + std::log2(backdrop) + 2 * std::log2(most) + std::log2(own);
+    };
+    is_coarse_ = bits(whole) > 128;
+    is_wide_ = bits(whole) > 64;
+}
+
+int BlendRun::open(const BITMAPHANDLE& to, const BITMAPHANDLE& from, const BITMAPHANDLE* mask,
+                   uint64_t pixels) noexcept
+{
+    choose_forms(to, from);
+    mask_.open(mask);
+    int result = converter_.open(from, form_, pixels);
+    if (result == V_SUCCESS && by_palette_)
+        result = colors_.open(to, pixels);
+    own_alpha_ = lanes_.has_alpha; // conversion has brought it
+    if (result == V_SUCCESS)
+        result = alpha_.open(from);
+    if (result != V_SUCCESS)
+        return result;
+    const bool is_opaque = request_.has(BLEND_OPAQUE_SRC) || alpha_.is_opaque();
+    alpha_most_ = is_opaque ? 1 : own_alpha_ ? lanes_.alpha_most : alpha_.most();
+    if (is_opaque)
+        how_.is_source_premultiplied = false;
+    choose_width();
+    choose_fast();
+    return V_SUCCESS;
+}
+
+/// Source over, at 8 bits a channel: alpha on both sides and nothing else, or a mask of 8 bits and nothing else.
+void BlendRun::choose_fast() noexcept
+{
+    fast_ = Fast::none;
+    const bool is_bytes = form_.gray_levels() || form_.bits == 24 || (form_.bits == 32 && lanes_.has_alpha);
+    if (request_.mode != BLEND_SRC_OVER || request_.opacity != kFullOpacity || by_palette_ || !is_bytes)
+        return;
+    const bool is_premultiplied = how_.is_source_premultiplied;
+    if (form_.bits == 32) {
+        if (alpha_most_ == 255 && how_.has_backdrop_alpha && !mask_.is_open() &&
+            is_premultiplied == how_.is_backdrop_premultiplied)
+            fast_ = is_premultiplied ? Fast::over_premultiplied : Fast::over_straight;
+    } else if (alpha_most_ == 1 && mask_.bits() == 8) {
+        fast_ = Fast::mix;
+    }
+}
+
+template <class Wide> Coverage<Wide> BlendRun::coverage(uint32_t alpha, uint32_t mask) const noexcept
+{
+    const bool is_full = request_.opacity == kFullOpacity;
+    const Wide part = Wide{mask} * (is_full ? 1 : request_.opacity);
+    const Wide whole = Wide{mask_.most()} * (is_full ? 1 : kFullOpacity);
+    if (!is_coarse_)
+        return {part * alpha, whole * alpha_most_, part * alpha_most_};
+    const auto coarse = [&](Wide value) noexcept {
+        return round_quotient<Wide>(value * kFullOpacity, whole * alpha_most_);
+    };
+    return {coarse(part * alpha), kFullOpacity, coarse(part * alpha_most_)};
+}
+
+template <class Wide>
+void BlendRun::blend_lanes(const PixelLanes* from, PixelLanes* to, int32_t count) const noexcept
+{
+    for (int32_t i = 0; i < count; ++i) {
+        const uint32_t alpha = alphas_[i];
+        const Backdrop back = how_.has_backdrop_alpha ? Backdrop{to[i].alpha, lanes_.alpha_most} : Backdrop{1, 1};
+        const Blend<Wide> blend(request_.mode, how_, coverage<Wide>(alpha, masks_[i]), back);
+        for (int channel = 0; channel < lanes_.channels; ++channel)
+            to[i].value[channel] = blend.channel(from[i].value[channel], to[i].value[channel], lanes_.most[channel],
+                                                 {alpha, alpha_most_});
+        if (how_.has_backdrop_alpha)
+            to[i].alpha = blend.alpha(lanes_.alpha_most);
+    }
+}
+
+void BlendRun::run_chunk(Line to, Line from, Line mask, int32_t count) noexcept
+{
+    const uint64_t place = bit_of(to.column, form_.bits);
+    const uint64_t length = bit_of(count, form_.bits);
+    uint8_t* const packed = by_palette_ ? colors_.look_up(to, count) : packed_;
+    if (!by_palette_)
+        copy_bits(packed_, 0, to.data, place, length, bit_order(form_.bits));
+    unpack_lanes(form_, is_signed_, source_.take(from, count), count, from_lanes_);
+    unpack_lanes(form_, is_signed_, packed, count, to_lanes_);
+    mask_.take(mask, count, masks_);
+    if (alpha_most_ == 1)
+        std::fill_n(alphas_, count, uint16_t{1});
+    else if (own_alpha_)
+        std::transform(from_lanes_, from_lanes_ + count, alphas_,
+                       [](const PixelLanes& pixel) noexcept { return static_cast<uint16_t>(pixel.alpha); });
+    else
+        alpha_.take(from, count, alphas_);
+    if (is_wide_)
+        blend_lanes<Wide128>(from_lanes_, to_lanes_, count);
+    else
+        blend_lanes<uint64_t>(from_lanes_, to_lanes_, count);
+    pack_lanes(form_, is_signed_, to_lanes_, count, packed);
+    if (by_palette_)
+        colors_.match(to, count);
+    else
+        copy_bits(to.data, place, packed_, 0, length, bit_order(form_.bits));
+}
+
+/// As many pixels as there is a fast way for. Returns their number.
+int32_t BlendRun::run_fast(Line to, Line from, Line mask, int32_t count) noexcept
+{
+    const pixel::Cpu cpu = level();
+    if (fast_ == Fast::none || cpu < pixel::Cpu::avx2)
+        return 0;
+    const bool is_wide = cpu >= pixel::Cpu::avx512;
+    const auto all = static_cast<size_t>(count);
+    const uint8_t* const source = source_.take(from, count);
+    uint8_t* const place = to.data + bit_of(to.column, form_.bits) / 8;
+    if (fast_ == Fast::mix)
+        return static_cast<int32_t>((is_wide ? mix_avx512 : mix_avx2)(source, place, mask.data + mask.column, all, form_.bits / 8));
+    if (fast_ == Fast::over_straight)
+        return static_cast<int32_t>((is_wide ? over_straight_avx512 : over_straight_avx2)(source, place, all));
+    return static_cast<int32_t>((is_wide ? over_premultiplied_avx512 : over_premultiplied_avx2)(source, place, all));
+}
+
+void BlendRun::run(Line to, Line from, Line mask, int32_t count) noexcept
+{
+    const auto moved = [](Line line, int32_t by) noexcept { return Line{line.data, line.column + by}; };
+    for (int32_t done = 0; done < count;) {
+        const int32_t some = std::min(count - done, kChunk);
+        const int32_t fast = run_fast(moved(to, done), moved(from, done), moved(mask, done), some);
+        done += fast;
+        if (fast < some)
+            run_chunk(moved(to, done), moved(from, done), moved(mask, done), some - fast);
+        done += some - fast;
+    }
+}
+
+} // namespace vk::combine
