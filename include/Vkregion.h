@@ -17,6 +17,7 @@
 #ifndef VKREGION_H
 #define VKREGION_H
 
+#include "Vkgeometry.h"
 #include "Vkrecord.h"
 
 /** How a shape is combined with the region that a bitmap has. Without a region REGION_AND and REGION_ANDNOT combine it
@@ -30,15 +31,6 @@
 /** What is inside a polygon whose sides cross. */
 #define REGION_ALTERNATE 0u /**< what is behind an odd number of sides */
 #define REGION_WINDING 1u   /**< what the outline goes around */
-
-#ifndef V_POINTD_DEFINED
-#define V_POINTD_DEFINED
-/** A point between pixels: pixel (c, r) covers c to c + 1 and r to r + 1. 16 bytes. */
-typedef struct tagV_POINTD {
-    double x; /**< to the right */
-    double y; /**< downwards */
-} V_POINTD;
-#endif
 
 /** A run of pixels of a row. 8 bytes. */
 typedef struct V_REGIONRUN {

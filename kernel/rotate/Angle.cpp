@@ -5,7 +5,6 @@
 #include "Vkrecord.h"
 
 #include <array>
-#include <cmath>
 
 namespace vk {
 
@@ -44,29 +43,6 @@ int32_t quarter_sine(int32_t angle) noexcept
 }
 
 } // namespace
-
-Direction direction_of(int32_t angle) noexcept
-{
-    const int32_t quarter = angle / kRightAngle;
-    const int32_t rest = angle % kRightAngle;
-    // Both from at most half a right angle, where a small angle's sine keeps all its digits.
-    const bool is_steep = rest > kRightAngle / 2;
-    const double x = (is_steep ? kRightAngle - rest : rest) * kRadians;
-    const double small = std::sin(x);
-    const double large = std::cos(x);
-    const double sine = is_steep ? large : small;
-    const double cosine = is_steep ? small : large;
-    switch (quarter) {
-    case 0:
-        return {cosine, sine};
-    case 1:
-        return {0 - sine, cosine};
-    case 2:
-        return {0 - cosine, 0 - sine};
-    default:
-        return {sine, 0 - cosine};
-    }
-}
 
 int32_t sine_value(int32_t angle) noexcept
 {
