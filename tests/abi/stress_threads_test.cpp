@@ -72,10 +72,10 @@ struct Worker {
     {
         constexpr uint32_t kinds[] = {TYPE_CONV, TYPE_TILED, TYPE_DISK, TYPE_SUPERCOMPRESSED};
         results.must(bitmap.create(kinds[number % 4], kWidth, kHeight, 24, COLORORDER_BGR));
-        results.must(V_AccessBitmap(bitmap.get()));
+        results.must(V_AccessBitmap(bitmap));
         for (int32_t y = 0; y < kHeight; ++y)
-            results.must(V_PutBitmapRow(bitmap.get(), picture.data() + y * kWidth * 3, y, size_t{kWidth} * 3));
-        results.must(V_ReleaseBitmap(bitmap.get()));
+            results.must(V_PutBitmapRow(bitmap, picture.data() + y * kWidth * 3, y, size_t{kWidth} * 3));
+        results.must(V_ReleaseBitmap(bitmap));
     }
 };
 
@@ -88,11 +88,11 @@ void convert(const Worker& worker, Results& results)
                                       {3, COLORRES_NODITHER}}) {
         TestBitmap bitmap;
         worker.make(bitmap, results);
-        results.must(V_ColorResBitmap(bitmap.get(), nullptr, 0, bits, flags, nullptr, nullptr, 0));
-        results.add(bitmap.get());
+        results.must(V_ColorResBitmap(bitmap, nullptr, 0, bits, flags, nullptr, nullptr, 0));
+        results.add(bitmap);
         TestBitmap gray;
-        results.must(V_CreateGrayScaleBitmap(gray.get(), bitmap.get(), BITMAPHANDLE_SIZE, 12));
-        results.add(gray.get());
+        results.must(V_CreateGrayScaleBitmap(gray, bitmap, BITMAPHANDLE_SIZE, 12));
+        results.add(gray);
     }
 }
 
@@ -100,17 +100,17 @@ void dither(const Worker& worker, Results& results)
 {
     TestBitmap bitmap;
     worker.make(bitmap, results);
-    results.must(V_StartDitheringExt(bitmap.get(), kPalette, kColors, 4, worker.match_table));
+    results.must(V_StartDitheringExt(bitmap, kPalette, kColors, 4, worker.match_table));
     Bytes row(bitmap->BytesPerLine);
     for (int32_t y = 0; y < kHeight; ++y) {
         std::memcpy(row.data(), worker.picture.data() + y * kWidth * 3, size_t{kWidth} * 3);
-        results.must(V_DitherLine(bitmap.get(), row.data(), row.data()));
+        results.must(V_DitherLine(bitmap, row.data(), row.data()));
         results.add(row.data(), (kWidth + 1) / 2);
     }
-    results.must(V_StopDithering(bitmap.get()));
+    results.must(V_StopDithering(bitmap));
     // With the thread's match table and default method.
-    results.must(V_ColorResBitmap(bitmap.get(), nullptr, 0, 4, 0, kPalette, nullptr, kColors));
-    results.add(bitmap.get());
+    results.must(V_ColorResBitmap(bitmap, nullptr, 0, 4, 0, kPalette, nullptr, kColors));
+    results.add(bitmap);
 }
 
 void resize(const Worker& worker, Results& results)
@@ -118,10 +118,10 @@ void resize(const Worker& worker, Results& results)
     for (const uint32_t flags : {SIZEFLAG_NORMAL, SIZEFLAG_RESAMPLE, SIZEFLAG_BICUBIC, SIZEFLAG_ALTRESAMPLE}) {
         TestBitmap bitmap;
         worker.make(bitmap, results);
-        results.must(V_SizeBitmap(bitmap.get(), 40, 57, flags));
-        results.add(bitmap.get());
+        results.must(V_SizeBitmap(bitmap, 40, 57, flags));
+        results.add(bitmap);
         void* state = nullptr;
-        results.must(V_StartResizeBitmap(bitmap.get(), 33, 20, 8, nullptr, COLORORDER_RGB, STREAMFLAG_BICUBIC, nullptr,
+        results.must(V_StartResizeBitmap(bitmap, 33, 20, 8, nullptr, COLORORDER_RGB, STREAMFLAG_BICUBIC, nullptr,
                                          nullptr, &state));
         std::array<uint8_t, 33> row{};
         for (int32_t y = 0; y < 20; ++y) {
@@ -137,15 +137,15 @@ void turn(const Worker& worker, Results& results)
     TestBitmap bitmap;
     worker.make(bitmap, results);
     for (const int32_t perspective : {TOP_LEFT, BOTTOM_LEFT, 6, 2}) {
-        results.must(V_FlipBitmap(bitmap.get()));
-        results.must(V_ReverseBitmap(bitmap.get()));
-        results.must(V_RotateBitmap90(bitmap.get(), 1));
-        results.must(V_ChangeBitmapViewPerspective(nullptr, bitmap.get(), 0, perspective));
-        results.add(bitmap.get());
+        results.must(V_FlipBitmap(bitmap));
+        results.must(V_ReverseBitmap(bitmap));
+        results.must(V_RotateBitmap90(bitmap, 1));
+        results.must(V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, perspective));
+        results.add(bitmap);
     }
     for (const uint32_t flags : {ROTATEFLAG_GROW, ROTATEFLAG_RESAMPLE, ROTATEFLAG_BICUBIC | ROTATEFLAG_GROW}) {
-        results.must(V_RotateBitmap(bitmap.get(), 1234, flags, 0x102030));
-        results.add(bitmap.get());
+        results.must(V_RotateBitmap(bitmap, 1234, flags, 0x102030));
+        results.add(bitmap);
     }
 }
 
@@ -154,20 +154,20 @@ void dib(const Worker& worker, Results& results)
     TestBitmap bitmap;
     worker.make(bitmap, results);
     uint32_t size = 0;
-    void* const block = V_ConvertToDIB2(bitmap.get(), DIB_V5HEADER, &size, 0);
+    void* const block = V_ConvertToDIB2(bitmap, DIB_V5HEADER, &size, 0);
     results.add(block, block ? size : 0);
     V_FreeMemory(block);
-    const HGLOBAL packed = V_ChangeToDIB(bitmap.get(), DIB_INFOHEADER);
+    const HGLOBAL packed = V_ChangeToDIB(bitmap, DIB_INFOHEADER);
     results.must(packed ? SUCCESS : FAILURE);
     const void* const data = GlobalLock(packed);
     const auto* const info = static_cast<const BITMAPINFO*>(data);
     TestBitmap copy;
-    results.must(V_ConvertFromDIB(copy.get(), BITMAPHANDLE_SIZE, info,
-                                  static_cast<const uint8_t*>(data) + sizeof(BITMAPINFOHEADER)));
+    results.must(
+        V_ConvertFromDIB(copy, BITMAPHANDLE_SIZE, info, static_cast<const uint8_t*>(data) + sizeof(BITMAPINFOHEADER)));
     GlobalUnlock(packed);
-    results.add(copy.get());
-    results.must(V_ChangeFromDIB(bitmap.get(), BITMAPHANDLE_SIZE, packed));
-    results.add(bitmap.get());
+    results.add(copy);
+    results.must(V_ChangeFromDIB(bitmap, BITMAPHANDLE_SIZE, packed));
+    results.add(bitmap);
 }
 
 void list(const Worker& worker, Results& results)
@@ -179,9 +179,9 @@ void list(const Worker& worker, Results& results)
     for (int i = 0; i < 4; ++i) {
         TestBitmap bitmap;
         worker.make(bitmap, results);
-        results.must(i % 2 == 0 ? V_FlipBitmap(bitmap.get()) : SUCCESS);
-        results.must(V_InsertBitmapListItem(first, 0, bitmap.get()));
-        V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 0, 0, 0);
+        results.must(i % 2 == 0 ? V_FlipBitmap(bitmap) : SUCCESS);
+        results.must(V_InsertBitmapListItem(first, 0, bitmap));
+        V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 0, 0, 0);
     }
     results.must(V_CopyBitmapListItems(&second, first, 1, 2));
     results.must(V_MoveBitmapListItems(&third, first, 0, 3));
@@ -202,15 +202,15 @@ void storage(const Worker& worker, Results& results)
     TestBitmap bitmap;
     worker.make(bitmap, results);
     for (const uint32_t memory : {TYPE_DISK, TYPE_SUPERCOMPRESSED, TYPE_TILED, TYPE_CONV, TYPE_TILED, TYPE_DISK}) {
-        results.must(V_SetBitmapMemoryInfo(bitmap.get(), memory, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY));
-        results.must(V_PutPixelColor(bitmap.get(), 3, static_cast<int32_t>(memory % kWidth), 0x123456));
-        results.add(bitmap.get());
+        results.must(V_SetBitmapMemoryInfo(bitmap, memory, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY));
+        results.must(V_PutPixelColor(bitmap, 3, static_cast<int32_t>(memory % kWidth), 0x123456));
+        results.add(bitmap);
     }
-    results.must(V_ColorResBitmap(bitmap.get(), nullptr, 0, 1, COLORRES_PALETTE_FIXED, nullptr, nullptr, 0));
+    results.must(V_ColorResBitmap(bitmap, nullptr, 0, 1, COLORRES_PALETTE_FIXED, nullptr, nullptr, 0));
     for (const int32_t compression : {1, 2, 0, 1}) {
-        results.must(V_ChangeBitmapCompression(bitmap.get(), compression));
-        results.must(V_FlipBitmap(bitmap.get()));
-        results.add(bitmap.get());
+        results.must(V_ChangeBitmapCompression(bitmap, compression));
+        results.must(V_FlipBitmap(bitmap));
+        results.add(bitmap);
     }
 }
 

@@ -1,15 +1,9 @@
-// The bitmap core with every system call failing by turns. A failed operation reports it with a code of its own, leaves
-// the record as it was and the pixels too, and nothing is lost; an operation that finds another way has done its work.
-#include "tests/support/Environment.h"
-#include "tests/support/FaultLoop.h"
-#include "tests/support/TestBitmap.h"
-#include "tests/support/TestRandom.h"
-
+// Storage with system calls failing by turns: making it, using it, and tiles that find other ways. A failure has a code
+// of its own and changes nothing. Operations_test.cpp does the same with every operation on whole bitmaps.
 #include "kernel/system/HandleLimit.h"
+#include "tests/support/FaultLoop.h"
+#include "tests/support/TestTurn.h"
 
-#include <functional>
-#include <set>
-#include <string>
 #include <thread>
 
 using namespace vk::testing;
@@ -19,197 +13,151 @@ namespace {
 
 constexpr int32_t kWidth = 77;
 constexpr int32_t kHeight = 9;
-constexpr int32_t kLine = 12;
-constexpr size_t kBytes = size_t{kLine} * kHeight;
 
-using Codes = std::set<int64_t>;
-using Bytes = std::vector<uint8_t>;
-
-/// Random 1-bit rows with clear padding, which every kind of storage keeps.
-Bytes picture(uint64_t seed, int32_t rows = kHeight)
+/// Other rows; what is cut off comes back clear.
+Picture with_rows(Picture picture, int32_t rows)
 {
-    TestRandom random(seed);
-    Bytes bytes(static_cast<size_t>(kLine * rows), 0);
-    for (int32_t row = 0; row < rows; ++row)
-        for (int32_t i = 0; i < kWidth; ++i)
-            set_pixel(bytes.data() + row * kLine, 1, i, random.below(2));
-    return bytes;
+    picture.height = rows;
+    picture.pixels.resize(static_cast<size_t>(rows * picture.width), 0);
+    return picture;
+}
+
+/// What is written over the first rows.
+Picture other_rows(int32_t rows)
+{
+    return Picture::noise(kWidth, rows, 1, 8);
+}
+
+Picture over(Picture picture, const Picture& from)
+{
+    std::copy(from.pixels.begin(), from.pixels.end(), picture.pixels.begin());
+    return picture;
 }
 
 /// A row function's result, or why the bitmap could not be accessed.
-template <typename Call> int64_t accessed(TestBitmap& bitmap, Call&& call)
+template <class Call> int64_t accessed(BITMAPHANDLE* bitmap, Call&& call)
 {
-    const int code = V_AccessBitmap(bitmap.get());
+    const int code = V_AccessBitmap(bitmap);
     if (code != SUCCESS)
         return code;
     const int64_t result = call();
-    EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+    EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
     return result;
 }
 
-int64_t put(TestBitmap& bitmap, const Bytes& rows)
+template <int32_t kRows> int64_t put(BITMAPHANDLE* bitmap)
 {
-    return accessed(bitmap, [&] { return V_PutBitmapRow(bitmap.get(), rows.data(), 0, rows.size()); });
+    const Picture picture = other_rows(kRows);
+    Bytes rows(size_t{bitmap->BytesPerLine} * kRows);
+    for (int32_t y = 0; y < kRows; ++y)
+        for (int32_t x = 0; x < kWidth; ++x)
+            set_pixel(rows.data() + static_cast<size_t>(y) * bitmap->BytesPerLine, 1, x, picture.at(x, y));
+    return accessed(bitmap, [&] { return V_PutBitmapRow(bitmap, rows.data(), 0, rows.size()); });
+}
+
+template <int32_t kRows> int64_t change_height(BITMAPHANDLE* bitmap)
+{
+    return V_ChangeBitmapHeight(bitmap, kRows);
+}
+
+template <int32_t kRows> Picture height_changed(const Picture& picture)
+{
+    return with_rows(picture, kRows);
 }
 
 /// An operation on a bitmap that is there.
 struct Operation {
     const char* name;
-    std::function<int64_t(TestBitmap&)> run;
-    Codes codes;                                ///< the failures it may report
-    std::function<Bytes(const Bytes&)> picture; ///< what it makes of the pixels; none: they stay
-    size_t partly = 0;                          ///< of that many bytes from the start a failure may leave any written
+    int64_t (*run)(BITMAPHANDLE* bitmap);
+    Picture (*made)(const Picture& picture) = nullptr; ///< none: the pixels stay
+    bool transfers = true;                             ///< and may fail for it
+    bool is_for_lent = true;
+    bool is_partly = false; ///< in files a failure may leave some of the bytes written
 };
-
-bool mixes(const Bytes& seen, const Bytes& before, const Bytes& after, size_t partly)
-{
-    for (size_t i = 0; i < before.size(); ++i)
-        if (seen[i] != before[i] && (i >= partly || seen[i] != after[i]))
-            return false;
-    return seen.size() == before.size();
-}
-
-/// One round: the operation with its n-th call failing. False when it makes fewer calls.
-bool round_of(const Operation& operation, Kind kind, uint32_t struct_size, uint64_t call, bool persistent)
-{
-    const fault::Live live = fault::live();
-    const Bytes before = picture(7);
-    const Bytes after = operation.picture ? operation.picture(before) : before;
-    bool fired = false;
-    {
-        TestBitmap bitmap(struct_size);
-        bitmap.make(kind, kWidth, kHeight, 1);
-        EXPECT_EQ(static_cast<int64_t>(kBytes), put(bitmap, before));
-        Bytes first(size_t{4} * kLine); // of tiles in a file, the first ones are mapped now, not the last
-        EXPECT_LT(0, accessed(bitmap, [&] { return V_GetBitmapRow(bitmap.get(), first.data(), 0, first.size()); }));
-        const Bytes record = bitmap.image();
-        fault::arm(call, persistent);
-        const int64_t code = operation.run(bitmap);
-        fired = fault::fired();
-        fault::disarm();
-        if (code > 0) {
-            EXPECT_EQ(after, bitmap.pixels());
-        } else {
-            EXPECT_TRUE(fired) << "result " << code;
-            EXPECT_EQ(1u, operation.codes.count(code)) << "result " << code;
-            EXPECT_EQ(record, bitmap.image());
-            const size_t partly =
-                kind == Kind::disk || kind == Kind::tiled_file || kind == Kind::tiled_mixed ? operation.partly : 0;
-            EXPECT_TRUE(mixes(bitmap.pixels(), before, after, partly)) << "result " << code;
-        }
-    }
-    expect_same_live(live, fault::live());
-    return fired;
-}
-
-void try_all_faults(const Operation& operation, Kind kind, uint32_t struct_size)
-{
-    for (const bool persistent : {false, true}) {
-        for (uint64_t call = 1; call < 5000; ++call) {
-            SCOPED_TRACE(std::string(operation.name) + " of a bitmap in " + name_of(kind) + ", call " +
-                         std::to_string(call) + (persistent ? " and all behind it" : ""));
-            if (!round_of(operation, kind, struct_size, call, persistent))
-                break;
-            if (::testing::Test::HasFailure())
-                return;
-        }
-    }
-}
-
-int64_t move_to(TestBitmap& bitmap, uint32_t memory, int32_t in_memory)
-{
-    return V_SetBitmapMemoryInfo(bitmap.get(), memory, 3 * kLine, 0, in_memory, 0, 1,
-                                 MEMORYINFO_MEMORY | MEMORYINFO_TILESIZE | MEMORYINFO_CONVTILES |
-                                     MEMORYINFO_CONVBUFFERS);
-}
-
-Bytes with_rows(Bytes bytes, int32_t rows)
-{
-    bytes.resize(static_cast<size_t>(kLine * rows), 0);
-    return bytes;
-}
-
-Bytes over(const Bytes& bytes, const Bytes& from)
-{
-    Bytes all = bytes;
-    std::copy(from.begin(), from.end(), all.begin());
-    return all;
-}
-
-const Codes kNoMemory = {ERROR_NO_MEMORY};
-const Codes kTransfer = {ERROR_NO_MEMORY, ERROR_FILE_SEEK, ERROR_FILE_READ, ERROR_FILE_WRITE};
 
 const Operation kOperations[] = {
-    {"growing", [](TestBitmap& b) { return V_ChangeBitmapHeight(b.get(), 21); }, kNoMemory,
-     [](const Bytes& b) { return with_rows(b, 21); }},
-    {"growing within a tile", [](TestBitmap& b) { return V_ChangeBitmapHeight(b.get(), 10); }, kNoMemory,
-     [](const Bytes& b) { return with_rows(b, 10); }},
-    {"shrinking", [](TestBitmap& b) { return V_ChangeBitmapHeight(b.get(), 3); }, kNoMemory,
-     [](const Bytes& b) { return with_rows(b, 3); }},
-    {"moving to memory", [](TestBitmap& b) { return move_to(b, TYPE_CONV, 0); }, kTransfer, {}},
-    {"moving to tiles", [](TestBitmap& b) { return move_to(b, TYPE_TILED, 1); }, kTransfer, {}},
-    {"moving to a file", [](TestBitmap& b) { return move_to(b, TYPE_DISK, 0); }, kTransfer, {}},
-    {"compressing", [](TestBitmap& b) { return move_to(b, TYPE_COMPRESSED, 0); }, kTransfer, {}},
-    {"super-compressing", [](TestBitmap& b) { return move_to(b, TYPE_SUPERCOMPRESSED, 0); }, kTransfer, {}},
-    {"putting a row", [](TestBitmap& b) { return put(b, picture(8, 1)); }, kTransfer,
-     [](const Bytes& b) { return over(b, picture(8, 1)); }},
-    {"putting rows", [](TestBitmap& b) { return put(b, picture(8, 5)); }, kTransfer,
-     [](const Bytes& b) { return over(b, picture(8, 5)); }, size_t{5} * kLine},
+    {"growing", change_height<21>, height_changed<21>, false, false},
+    {"growing within a tile", change_height<10>, height_changed<10>, false, false},
+    {"shrinking", change_height<3>, height_changed<3>, false, false},
+    {"putting a row", put<1>, [](const Picture& p) { return over(p, other_rows(1)); }},
+    {"putting rows", put<5>, [](const Picture& p) { return over(p, other_rows(5)); }, true, true, true},
     {"getting rows",
-     [](TestBitmap& b) {
-         Bytes bytes(kBytes);
-         const int64_t moved = accessed(b, [&] { return V_GetBitmapRow(b.get(), bytes.data(), 0, kBytes); });
-         EXPECT_TRUE(moved < 0 || bytes == picture(7));
-         return moved;
-     },
-     kTransfer,
-     {}},
+     [](BITMAPHANDLE* b) {
+         Bytes bytes(size_t{b->BytesPerLine} * kHeight);
+         return accessed(b, [&] { return V_GetBitmapRow(b, bytes.data(), 0, bytes.size()); });
+     }},
     {"putting segments",
-     [](TestBitmap& b) {
-         const Bytes row(kLine, 0xFF);
+     [](BITMAPHANDLE* b) {
+         const Bytes row(b->BytesPerLine, 0xFF);
          const ROWSEGMENT segment{0, kWidth};
-         return accessed(b, [&] { return V_PutBitmapRowSegments(b.get(), row.data(), 0, &segment, 1); });
+         return accessed(b, [&] { return V_PutBitmapRowSegments(b, row.data(), 0, &segment, 1); });
      },
-     kTransfer,
-     [](const Bytes& b) {
-         Bytes all = b;
-         for (int32_t i = 0; i < kWidth; ++i)
-             set_pixel(all.data(), 1, i, 1);
-         return all;
+     [](const Picture& p) {
+         return over(p, {kWidth, 1, std::vector<uint64_t>(kWidth, 1)});
      }},
-    {"putting a colour", [](TestBitmap& b) { return V_PutPixelColor(b.get(), 0, 0, 0x01000001); }, kTransfer,
-     [](const Bytes& b) {
-         Bytes all = b;
-         all[0] |= 0x80;
-         return all;
+    {"putting a colour", [](BITMAPHANDLE* b) -> int64_t { return V_PutPixelColor(b, 0, 0, 0x01000001); },
+     [](const Picture& p) {
+         return over(p, {1, 1, {1}});
      }},
-    {"allocating extra data", [](TestBitmap& b) { return V_AllocateBitmapExtraData(b.get(), 100); }, kNoMemory, {}},
+    {"allocating extra data", [](BITMAPHANDLE* b) -> int64_t { return V_AllocateBitmapExtraData(b, 100); }, nullptr,
+     false},
     {"growing the heap",
-     [](TestBitmap& b) { return V_BitmapIsCompressed(b.get()) ? V_GrowBitmapHeap(b.get(), 10000) : SUCCESS; },
-     kNoMemory,
-     {}},
+     [](BITMAPHANDLE* b) -> int64_t { return V_BitmapIsCompressed(b) ? V_GrowBitmapHeap(b, 10000) : SUCCESS; }, nullptr,
+     false},
 };
+
+/// Whether each byte is that of one of two pictures.
+bool mixes(const Picture& seen, const Picture& before, const Picture& after)
+{
+    for (size_t i = 0; i < seen.pixels.size(); ++i)
+        if (seen.pixels[i] != before.pixels[i] && seen.pixels[i] != after.pixels[i])
+            return false;
+    return seen.pixels.size() == before.pixels.size();
+}
+
+void try_operation(const Operation& operation, Kind kind, uint32_t struct_size, FaultRound& round)
+{
+    const Picture before = Picture::noise(kWidth, kHeight, 1, 7);
+    const Picture after = operation.made ? operation.made(before) : before;
+    TestBitmap bitmap(struct_size);
+    make_stored(bitmap, kind, before, 1);
+    Bytes first(size_t{4} * bitmap->BytesPerLine); // of tiles in a file, the first ones are mapped now, not the last
+    EXPECT_LT(0, accessed(bitmap, [&] { return V_GetBitmapRow(bitmap, first.data(), 0, first.size()); }));
+    const Bytes record = bitmap.image();
+    const int64_t code = round([&] { return operation.run(bitmap); });
+    if (code > 0) {
+        EXPECT_EQ(after, read(bitmap));
+        return;
+    }
+    EXPECT_TRUE(round.fired && (code == ERROR_NO_MEMORY ||
+                                (operation.transfers &&
+                                 (code == ERROR_FILE_SEEK || code == ERROR_FILE_READ || code == ERROR_FILE_WRITE))))
+        << "result " << code;
+    EXPECT_EQ(record, bitmap.image());
+    const bool is_partly =
+        operation.is_partly && (kind == Kind::disk || kind == Kind::tiled_file || kind == Kind::tiled_mixed);
+    EXPECT_TRUE(is_partly ? mixes(read(bitmap), before, after) : read(bitmap) == before) << "result " << code;
+}
 
 TEST(CoreFaults, OperationsOnEveryStorage)
 {
-    for (const Operation& operation : kOperations) {
-        for (const Kind kind : kKinds) {
-            if (kind == Kind::user && (operation.name[0] == 'g' || operation.name[0] == 's'))
-                continue; // lent memory does not grow or shrink
-            try_all_faults(operation, kind, BITMAPHANDLE_SIZE);
-            if (operation.partly == 0)
-                try_all_faults(operation, kind, BITMAPHANDLE_SIZE_EARLIER);
-            if (HasFailure())
-                return;
-        }
-    }
-    for (const Kind kind : {Kind::disk, Kind::tiled_file}) { // a transfer may need several calls
-        fault::set_short_transfers(true);
-        for (const Operation& operation : kOperations)
-            if (operation.partly != 0 || operation.name[0] == 'm')
-                try_all_faults(operation, kind, BITMAPHANDLE_SIZE);
-        fault::set_short_transfers(false);
-    }
+    for (const Operation& operation : kOperations)
+        for (const Kind kind : kKinds)
+            for (const uint32_t size : kRecordSizes)
+                for (const bool short_transfers : {false, true}) { // a transfer may need several calls
+                    const bool in_file = kind == Kind::disk || kind == Kind::tiled_file;
+                    const bool is_tried = short_transfers ? operation.is_partly && in_file
+                                                          : !operation.is_partly || size == BITMAPHANDLE_SIZE;
+                    if (!is_tried || (kind == Kind::user && !operation.is_for_lent))
+                        continue;
+                    SCOPED_TRACE(say(operation.name, "of", name_of(kind), size));
+                    fault::set_short_transfers(short_transfers);
+                    for_each_fault_in([&](FaultRound& round) { try_operation(operation, kind, size, round); },
+                                      FaultLoop::may_be_none);
+                    fault::set_short_transfers(false);
+                    if (HasFailure())
+                        return;
+                }
 }
 
 /// What is made anew.
@@ -236,163 +184,112 @@ constexpr Allocation kAllocations[] = {
     {TYPE_COMPRESSED, 1, COLORORDER_RGB, -100, 0, 0, false, true},
 };
 
-/// Creates (or, on a record that is described already, allocates) with every call failing by turns.
-void try_allocation(const Allocation& c, bool create, const ScratchDirectory& directory)
+/// Creates, or allocates on a record that is described already.
+void try_allocation(const Allocation& c, bool create, FaultRound& round)
 {
-    RGBQUAD palette[256] = {};
-    std::vector<uint8_t> lent(4096, 0);
-    BITMAPDATACALLBACKS table{};
-    table.StructSize = sizeof table;
-    for (const bool persistent : {false, true}) {
-        bool fired = true;
-        for (uint64_t call = 1; fired; ++call) {
-            SCOPED_TRACE("call " + std::to_string(call) + (persistent ? " and all behind it" : ""));
-            const fault::Live live = fault::live();
-            const size_t files = directory.files();
-            {
-                TestBitmap bitmap;
-                if (!create) {
-                    ASSERT_EQ(SUCCESS,
-                              V_InitBitmapWithCallbacks(bitmap.get(), BITMAPHANDLE_SIZE, 30, 20,
-                                                        c.bits == 0 ? 8 : c.bits, c.callbacks ? &table : nullptr));
-                }
-                const Bytes before = bitmap.image();
-                fault::arm(call, persistent);
-                const int code =
-                    create ? V_CreateBitmapWithCallbacks(bitmap.get(), BITMAPHANDLE_SIZE, c.memory, 30, 20, c.bits,
-                                                         c.order, c.palette ? palette : nullptr, TOP_LEFT, lent.data(),
-                                                         lent.size(), c.callbacks ? &table : nullptr)
-                           : V_AllocateBitmap(bitmap.get(), c.memory);
-                fired = fault::fired();
-                fault::disarm();
-                ASSERT_TRUE(code == SUCCESS || (fired && code == ERROR_NO_MEMORY)) << code;
-                if (code == SUCCESS) {
-                    ASSERT_TRUE(V_BitmapIsAllocated(bitmap.get()));
-                    ASSERT_TRUE(!create || (bitmap->Palette != nullptr) == (bitmap->BitsPerPixel <= 8));
-                    if (create || c.memory != TYPE_USER) {
-                        ASSERT_EQ(Bytes(bitmap.bytes(), 0), bitmap.pixels());
-                    }
-                } else if (create) {
-                    ASSERT_TRUE(bitmap.is_empty());
-                } else {
-                    ASSERT_EQ(before, bitmap.image());
-                }
-            }
-            expect_same_live(live, fault::live());
-            if (!persistent) { // a file that may not be deleted either cannot be helped
-                ASSERT_EQ(files, directory.files());
-            }
-            ASSERT_LT(call, 500u);
-        }
+    const Palette palette(256);
+    Bytes lent(4096);
+    const BITMAPDATACALLBACKS calls = callbacks_for(&round);
+    const BITMAPDATACALLBACKS* const table = c.callbacks ? &calls : nullptr;
+    TestBitmap bitmap;
+    ASSERT_TRUE(create || V_InitBitmapWithCallbacks(bitmap, BITMAPHANDLE_SIZE, 30, 20, c.bits == 0 ? 8 : c.bits,
+                                                    table) == SUCCESS);
+    const Bytes before = bitmap.image();
+    const int code = round([&] {
+        return create ? V_CreateBitmapWithCallbacks(bitmap, BITMAPHANDLE_SIZE, c.memory, 30, 20, c.bits, c.order,
+                                                    c.palette ? palette.data() : nullptr, TOP_LEFT, lent.data(),
+                                                    lent.size(), table)
+                      : V_AllocateBitmap(bitmap, c.memory);
+    });
+    ASSERT_TRUE(code == SUCCESS || (round.fired && code == ERROR_NO_MEMORY)) << code;
+    if (code != SUCCESS) {
+        ASSERT_TRUE(create ? bitmap.is_empty() : before == bitmap.image());
+        return;
     }
+    ASSERT_TRUE(V_BitmapIsAllocated(bitmap));
+    ASSERT_TRUE(!create || (bitmap->Palette != nullptr) == (bitmap->BitsPerPixel <= 8));
+    ASSERT_TRUE((!create && c.memory == TYPE_USER) || bitmap.pixels() == Bytes(bitmap.bytes()));
 }
 
 TEST(CoreFaults, AllocationAndCreation)
 {
     const Thresholds restore;
-    const ScratchDirectory directory;
-    const TempFilesIn there(directory.path());
-    for (const Allocation& c : kAllocations) {
+    for (const Allocation& c : kAllocations)
         for (const bool create : {false, true}) {
-            SCOPED_TRACE("case " + std::to_string(&c - kAllocations) + (create ? ", creation" : ", allocation"));
+            SCOPED_TRACE(say("case", &c - kAllocations, create ? "creation" : "allocation"));
             ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, c.max_conv, c.tile, c.conv_tiles, 0, 31));
-            try_allocation(c, create, directory);
-            if (HasFailure())
-                return;
+            for_each_fault_in([&](FaultRound& round) { try_allocation(c, create, round); });
         }
-    }
 }
 
-TEST(CoreFaults, CallbackTablesAndTemporaryNames)
+TEST(CoreFaults, CallbackTables)
 {
-    const ScratchDirectory directory;
-    const TempFilesIn there(directory.path());
-    const uint64_t tables = for_each_fault([] {
-        TestBitmap bitmap;
-        BITMAPDATACALLBACKS table{};
-        table.StructSize = sizeof table;
-        int user = 0;
-        table.UserData = &user;
-        EXPECT_EQ(SUCCESS, V_InitBitmapWithCallbacks(bitmap.get(), BITMAPHANDLE_SIZE, 3, 3, 8, &table));
-        const auto* const first = bitmap->DataCallbacks;
-        const int code = V_SetBitmapDataCallbacks(bitmap.get(), &table);
-        EXPECT_TRUE(code == SUCCESS || code == ERROR_NO_MEMORY);
-        EXPECT_TRUE(code == SUCCESS || bitmap->DataCallbacks == first) << "the earlier table stays";
-    });
-    EXPECT_GE(tables, 3u);
-    size_t made = 0;
-    const uint64_t names = for_each_fault([&made] {
-        wchar_t wide[260];
-        char narrow[780];
-        const int code = V_GetTempFileName(wide, nullptr);
-        EXPECT_TRUE(code == SUCCESS || code == ERROR_NO_MEMORY);
-        made += code == SUCCESS;
-        const int code_a = V_GetTempFileNameA(narrow, "ab");
-        EXPECT_TRUE(code_a == SUCCESS || code_a == ERROR_NO_MEMORY);
-        made += code_a == SUCCESS;
-    });
-    EXPECT_EQ(8u, names) << "a directory and a name each";
-    EXPECT_EQ(made, directory.files());
+    EXPECT_LE(3u, for_each_fault([] {
+                  TestBitmap bitmap;
+                  const BITMAPDATACALLBACKS table = callbacks_for(&bitmap);
+                  EXPECT_EQ(SUCCESS, V_InitBitmapWithCallbacks(bitmap, BITMAPHANDLE_SIZE, 3, 3, 8, &table));
+                  const auto* const first = bitmap->DataCallbacks;
+                  const int code = V_SetBitmapDataCallbacks(bitmap, &table);
+                  EXPECT_TRUE(code == SUCCESS || (code == ERROR_NO_MEMORY && bitmap->DataCallbacks == first));
+              }));
 }
 
 TEST(CoreFaults, TilesWithoutViewsAreReadAndWrittenInTheFile)
 {
-    const Bytes bytes = picture(3);
-    for (const uint64_t first : {1u, 2u, 4u}) { // from which view on there is none
+    const Picture picture = Picture::noise(kWidth, 9, 1, 3);
+    for (const uint64_t first : {1u, 2u, 4u}) // from which view on there is none
         for (const bool short_ones : {false, true}) {
             TestBitmap bitmap;
-            bitmap.make(Kind::tiled_file, kWidth, kHeight, 1);
+            bitmap.make(Kind::tiled_file, kWidth, 9, 1);
             fault::set_short_transfers(short_ones);
             fault::arm_call(fault::Call::file_map, first, true);
-            EXPECT_EQ(static_cast<int64_t>(kBytes), put(bitmap, bytes));
-            EXPECT_EQ(bytes, bitmap.pixels());
+            paint(bitmap, picture);
+            EXPECT_EQ(picture, read(bitmap));
             EXPECT_TRUE(fault::fired());
             fault::disarm();
-            EXPECT_EQ(bytes, bitmap.pixels()) << "views see what was written without";
-            EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 20));
-            EXPECT_EQ(with_rows(bytes, 20), bitmap.pixels());
+            EXPECT_EQ(picture, read(bitmap)) << "views see what was written without";
+            EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 20));
+            EXPECT_EQ(with_rows(picture, 20), read(bitmap));
             fault::set_short_transfers(false);
         }
-    }
 }
 
 TEST(CoreFaults, SlotsThatCouldNotBeGivenBackAreNotMistaken)
 {
     // A file that cannot be cut keeps its old slots, and tiles made later lie behind them.
-    const Bytes bytes = picture(4);
+    const Picture picture = Picture::noise(kWidth, 9, 1, 4);
     TestBitmap bitmap;
-    bitmap.make(Kind::tiled_file, kWidth, kHeight, 1); // five tiles
-    EXPECT_EQ(static_cast<int64_t>(kBytes), put(bitmap, bytes));
+    make_stored(bitmap, Kind::tiled_file, picture, 1);
     fault::arm_call(fault::Call::file_truncate, 1, true);
-    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 4));
+    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 4));
     EXPECT_TRUE(fault::fired());
     fault::disarm();
-    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), kHeight));
-    EXPECT_EQ(with_rows(with_rows(bytes, 4), kHeight), bitmap.pixels()) << "old rows do not come back";
-    EXPECT_EQ(static_cast<int64_t>(kBytes), put(bitmap, bytes));
-    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 6));
-    EXPECT_EQ(with_rows(bytes, 6), bitmap.pixels());
-    EXPECT_EQ(6 * kLine, put(bitmap, picture(5, 6)));
-    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 14));
-    EXPECT_EQ(with_rows(picture(5, 6), 14), bitmap.pixels());
+    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 9));
+    EXPECT_EQ(with_rows(with_rows(picture, 4), 9), read(bitmap)) << "old rows do not come back";
+    paint(bitmap, picture);
+    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 6));
+    EXPECT_EQ(with_rows(picture, 6), read(bitmap));
+    const Picture other = Picture::noise(kWidth, 6, 1, 5);
+    paint(bitmap, other);
+    EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 14));
+    EXPECT_EQ(with_rows(other, 14), read(bitmap));
 }
 
 TEST(HandleLimit, NearItNeitherTilesNorCodecs)
 {
     const Thresholds restore;
     Thresholds::tiles(64, 0, 0);
-    fault::arm_call(fault::Call::handle_count, 1, true); // a count that cannot be had counts as near
-    EXPECT_TRUE(vk::near_handle_limit());
-    for (const uint32_t memory : {TYPE_TILED, TYPE_TILED | TYPE_NODISK, TYPE_SUPERCOMPRESSED}) {
-        TestBitmap bitmap;
-        EXPECT_EQ(SUCCESS, bitmap.create(memory, 30, 20, 8));
-        EXPECT_EQ(BITMAPFLAG_ALLOCATED | BITMAPFLAG_CONVENTIONALMEMORY, bitmap->Flags);
+    for (const bool is_near : {true, false}) {
+        fault::arm_call(fault::Call::handle_count, is_near ? 1 : 0, true); // a count that cannot be had counts as near
+        EXPECT_EQ(is_near, vk::near_handle_limit());
+        for (const uint32_t memory : {TYPE_TILED, TYPE_TILED | TYPE_NODISK, TYPE_SUPERCOMPRESSED}) {
+            TestBitmap bitmap;
+            const int code = bitmap.create(memory, 30, 20, 8);
+            EXPECT_EQ(is_near,
+                      code == SUCCESS && bitmap->Flags == (BITMAPFLAG_ALLOCATED | BITMAPFLAG_CONVENTIONALMEMORY));
+        }
+        fault::disarm();
     }
-    fault::disarm();
-    EXPECT_FALSE(vk::near_handle_limit());
-    TestBitmap bitmap;
-    EXPECT_EQ(SUCCESS, bitmap.create(TYPE_TILED, 30, 20, 8));
-    EXPECT_TRUE(V_BitmapIsTiled(bitmap.get()));
 }
 
 TEST(HandleLimit, ThreadsTakeTurns)

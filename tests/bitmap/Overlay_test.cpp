@@ -1,6 +1,5 @@
-// What hangs on a bitmap and goes with it: overlays and the region.
+// What hangs on a bitmap and goes with it: overlays, the region, and the caller's own data.
 #include "kernel/bitmap/Overlay.h"
-
 #include "tests/support/FaultLoop.h"
 #include "tests/support/TestTurn.h"
 
@@ -8,43 +7,32 @@
 #include "Vkrotate.h"
 #include "Vkview.h"
 
+#include <tuple>
+
 using namespace vk::testing;
 
 namespace {
 
 TEST(Overlay, TableAndItsBitmapsGoWithTheBitmap)
 {
-    for (const uint32_t size : {BITMAPHANDLE_SIZE, BITMAPHANDLE_SIZE_EARLIER}) {
-        for_each_fault([size] {
-            TestBitmap bitmap(size);
-            if (bitmap.create(TYPE_CONV, 10, 10, 8) != SUCCESS)
-                return;
-            vk::OverlayTable* const table = vk::require_overlays(*bitmap.get());
-            EXPECT_TRUE(bitmap->Overlays == table);
-            if (table == nullptr)
-                return;
-            EXPECT_EQ(table, vk::require_overlays(*bitmap.get())) << "one table per bitmap";
-            constexpr uint32_t kinds[] = {TYPE_CONV, TYPE_DISK, TYPE_COMPRESSED};
-            for (int slot = 0; slot < vk::kOverlaySlots; slot += 5)
-                V_CreateBitmap(table->bitmaps + slot, BITMAPHANDLE_SIZE, kinds[slot % 3], 30, 3, 1, COLORORDER_RGB,
-                               nullptr, TOP_LEFT, nullptr, 0);
-            V_FreeBitmap(bitmap.get());
-            EXPECT_TRUE(bitmap->Overlays == nullptr);
-        });
-    }
-    // Also with a record that has no storage.
-    const vk::fault::Live before = vk::fault::live();
-    TestBitmap bitmap;
-    EXPECT_NE(nullptr, vk::require_overlays(*bitmap.get()));
-    V_FreeBitmap(bitmap.get());
-    expect_same_live(before, vk::fault::live());
-}
-
-int count_frees(BITMAPHANDLE* bitmap, void* count)
-{
-    EXPECT_TRUE(bitmap->RgnInfo != nullptr);
-    ++*static_cast<int*>(count);
-    return -1; // too late to matter
+    for (const uint32_t size : kRecordSizes)
+        for (const bool allocated : {true, false}) // also with a record that has no storage
+            for_each_fault([&] {
+                TestBitmap bitmap(size);
+                if (allocated && bitmap.create(TYPE_CONV, 10, 10, 8) != SUCCESS)
+                    return;
+                vk::OverlayTable* const table = vk::require_overlays(*bitmap);
+                EXPECT_TRUE(bitmap->Overlays == table);
+                if (table == nullptr)
+                    return;
+                EXPECT_EQ(table, vk::require_overlays(*bitmap)) << "one table per bitmap";
+                constexpr uint32_t kinds[] = {TYPE_CONV, TYPE_DISK, TYPE_COMPRESSED};
+                for (int slot = 0; slot < vk::kOverlaySlots; slot += 5)
+                    V_CreateBitmap(table->bitmaps + slot, BITMAPHANDLE_SIZE, kinds[slot % 3], 30, 3, 1, COLORORDER_RGB,
+                                   nullptr, TOP_LEFT, nullptr, 0);
+                V_FreeBitmap(bitmap);
+                EXPECT_TRUE(bitmap->Overlays == nullptr);
+            });
 }
 
 TEST(Region, IsFreedThroughItsHook)
@@ -53,27 +41,47 @@ TEST(Region, IsFreedThroughItsHook)
     REGIONHOOKS hooks{};
     hooks.StructSize = sizeof hooks;
     hooks.UserData = &frees;
-    hooks.FreeRegion = count_frees;
+    hooks.FreeRegion = [](BITMAPHANDLE* bitmap, void* count) {
+        EXPECT_TRUE(bitmap->RgnInfo != nullptr);
+        ++*static_cast<int*>(count);
+        return -1; // too late to matter
+    };
     EXPECT_EQ(SUCCESS, V_SetRegionHooks(&hooks));
     hooks.StructSize = 1;
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_SetRegionHooks(&hooks));
-    for (const bool allocated : {true, false}) {
+    for (const auto& [allocated, hooked, then] : {std::tuple{true, true, 1}, {false, true, 2}, {false, false, 2}}) {
         TestBitmap bitmap;
-        if (allocated) {
-            ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 10, 10, 8));
-        }
-        V_FreeBitmap(bitmap.get());
+        EXPECT_TRUE(!allocated || bitmap.create(TYPE_CONV, 10, 10, 8) == SUCCESS);
+        EXPECT_TRUE(hooked || V_SetRegionHooks(nullptr) == SUCCESS);
+        V_FreeBitmap(bitmap);
         bitmap->RgnInfo = &frees;
-        V_FreeBitmap(bitmap.get());
-        V_FreeBitmap(bitmap.get());
-        EXPECT_TRUE(bitmap->RgnInfo == nullptr);
+        V_FreeBitmap(bitmap);
+        V_FreeBitmap(bitmap);
+        EXPECT_TRUE(bitmap->RgnInfo == nullptr && frees == then) << frees;
     }
-    EXPECT_EQ(2, frees);
-    EXPECT_EQ(SUCCESS, V_SetRegionHooks(nullptr));
-    TestBitmap bitmap;
-    bitmap->RgnInfo = &frees;
-    V_FreeBitmap(bitmap.get());
-    EXPECT_TRUE(bitmap->RgnInfo == nullptr && frees == 2);
+}
+
+TEST(ExtraData, IsTheCallersUntilTheBitmapGoes)
+{
+    expect_each(ERROR_INVALID_IMAGE, {V_AllocateBitmapExtraData(nullptr, 1), V_FreeBitmapExtraData(nullptr)});
+    for (const uint32_t size : kRecordSizes) {
+        TestBitmap bitmap(size);
+        ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 3, 3, 8));
+        ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(bitmap, 1000));
+        auto* const block = static_cast<uint8_t*>(bitmap->ExtraData);
+        EXPECT_EQ(1000, std::count(block, block + 1000, 0));
+        std::memset(block, 1, 1000);
+        EXPECT_EQ(ERROR_NO_MEMORY, V_AllocateBitmapExtraData(bitmap, UINT64_MAX));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_AllocateBitmapExtraData(bitmap, 0));
+        EXPECT_TRUE(bitmap->ExtraData == block && bitmap->ExtraDataSize == 1000);
+        ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(bitmap, 10));
+        EXPECT_EQ(10u, +bitmap->ExtraDataSize);
+        expect_each(SUCCESS, {V_FreeBitmapExtraData(bitmap), V_FreeBitmapExtraData(bitmap)});
+        EXPECT_TRUE(bitmap->ExtraData == nullptr && bitmap->ExtraDataSize == 0);
+        bitmap->StructSize = 1;
+        expect_each(ERROR_INVALID_STRUCT_SIZE, {V_AllocateBitmapExtraData(bitmap, 1), V_FreeBitmapExtraData(bitmap)});
+        bitmap->StructSize = size;
+    }
 }
 
 /// Changes of a bitmap, and of what it shows, that take overlays along.

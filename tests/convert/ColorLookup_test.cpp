@@ -5,19 +5,14 @@
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
 #include "tests/support/FaultLoop.h"
-#include "tests/support/TestRandom.h"
-
-#include <gtest/gtest.h>
+#include "tests/support/TestBitmap.h"
 
 #include <memory>
-#include <vector>
 
-namespace vk {
+namespace vk::testing {
 namespace {
 
 using pixel::Rgba8;
-using testing::TestRandom;
-using Palette = std::vector<RGBQUAD>;
 using Lookup = std::unique_ptr<ColorLookup, decltype(&pixel::destroy_exact_lookup)>;
 
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
@@ -40,9 +35,8 @@ void expect_exact(const Palette& palette, uint64_t pixels, uint32_t step, bool p
     Rgba8 colors[256];
     uint8_t indices[256];
     for (uint32_t at = 0; at < 1u << 24; at += 256 * step) {
-        for (uint32_t i = 0; i < 256; ++i) {
+        for (uint32_t i = 0; i < 256; ++i)
             colors[i] = color_at((at + i * step) & 0xFFFFFF);
-        }
         lookup->match(lookup.get(), colors, indices, 256);
         for (uint32_t i = 0; i < 256; ++i) {
             const Rgba8 c = colors[i];
@@ -79,14 +73,12 @@ TEST(ExactLookup, IsTheScanForEveryColor)
 
 TEST(ExactLookup, IsTheScanForManyPalettes)
 {
-    for (int32_t bits = 1; bits <= 8; ++bits) {
+    for (int32_t bits = 1; bits <= 8; ++bits)
         expect_exact(fixed(bits), 1u << 24, 97 * kStep);
-    }
     expect_exact({gray_levels(), gray_levels() + 256}, 1u << 24, 97 * kStep);
     expect_exact({netscape_palette(), netscape_palette() + 256}, 1u << 24, 97 * kStep);
-    for (uint32_t i = 0; i < 40; ++i) {
+    for (uint32_t i = 0; i < 40; ++i)
         expect_exact(clustered(10 + i, 1 + i * 6, 2 + i % 7), 1u << 24, 599 * kStep);
-    }
 }
 
 TEST(ExactLookup, IsTheScanWhenItsMemoryIsUsedUp)
@@ -108,7 +100,7 @@ TEST(ExactLookup, IsTheScanInThePlainLoopToo)
 
 TEST(ExactLookup, ComesBackEmptyWithoutMemory)
 {
-    testing::for_each_fault([] {
+    for_each_fault([] {
         const Palette palette = fixed(3);
         pixel::destroy_exact_lookup(pixel::create_exact_lookup(palette.data(), 8, 1000));
     });
@@ -137,4 +129,4 @@ TEST(ColorLookup, NestedTablesAnswerAtEveryLevel)
 }
 
 } // namespace
-} // namespace vk
+} // namespace vk::testing

@@ -3,24 +3,16 @@
 #include "kernel/convert/Fused.h"
 #include "kernel/convert/Plan.h"
 #include "tests/support/GuardedBuffer.h"
-#include "tests/support/TestRandom.h"
+#include "tests/support/TestBitmap.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstring>
 #include <memory>
-#include <vector>
 
-namespace vk {
+namespace vk::testing {
 namespace {
 
 using pixel::Cpu;
 using pixel::FusedPath;
 using pixel::Plan;
-using testing::GuardedBuffer;
-using testing::TestRandom;
-using Bytes = std::vector<uint8_t>;
 
 /// Gives the paths back when a test ends.
 struct Limit {
@@ -29,11 +21,6 @@ struct Limit {
     Limit(const Limit&) = delete;
     Limit& operator=(const Limit&) = delete;
 };
-
-size_t bytes_of(size_t width, int32_t bits)
-{
-    return (width * static_cast<size_t>(bits == 0 ? 8 : bits) + 7) / 8;
-}
 
 /// One path with palettes of its own.
 struct Case {
@@ -68,8 +55,14 @@ struct Case {
         return result;
     }
 
-    size_t src_bytes(size_t width) const { return bytes_of(width, job.src_bits); }
-    size_t dst_bytes(size_t width) const { return bytes_of(width, job.dst_bits); }
+    size_t src_bytes(size_t width) const
+    {
+        return packed_bytes_of(static_cast<int64_t>(width), job.src_bits == 0 ? 8 : job.src_bits);
+    }
+    size_t dst_bytes(size_t width) const
+    {
+        return packed_bytes_of(static_cast<int64_t>(width), job.dst_bits == 0 ? 8 : job.dst_bits);
+    }
 };
 
 Bytes general(const Case& c, const Bytes& src, size_t width)
@@ -114,20 +107,16 @@ TEST(ConvertFused, EveryPathIsTheGeneralWay)
         ASSERT_EQ(0u, path.step % 8) << path.name;
         ASSERT_LE(path.step, pixel::kMaxFusedStep) << path.name;
         ASSERT_LE(path.slack, pixel::kFusedSlack) << path.name;
-        if (path.cpu > pixel::cpu_level()) {
+        if (path.cpu > pixel::cpu_level())
             continue;
-        }
         ++run;
         const Case c(path, random);
-        for (size_t width = 1; width <= 300; ++width) {
+        for (size_t width = 1; width <= 300; ++width)
             compare(c, width, random, buffer, target);
-        }
-        for (const size_t width : {2047u, 2048u, 2049u, 4096u, 5000u}) {
+        for (const size_t width : {2047u, 2048u, 2049u, 4096u, 5000u})
             compare(c, width, random, buffer, target);
-        }
-        if (::testing::Test::HasFailure()) {
+        if (HasFailure())
             return;
-        }
     }
     EXPECT_GE(run, 2u);
     RecordProperty("level", static_cast<int>(pixel::cpu_level()));
@@ -157,4 +146,4 @@ TEST(ConvertFused, DecidesOnceForWholeBlocks)
 }
 
 } // namespace
-} // namespace vk
+} // namespace vk::testing

@@ -1,35 +1,25 @@
 // The buffer converter: literal bytes for every packing, the rules with examples of their own, and agreement with the
 // slow reference for every pair of formats under random flags, ranges, palettes and widths, between guard pages.
 #include "kernel/convert/Convert.h"
-
-#include "Vkkrnx.h"
 #include "kernel/convert/Format.h"
 #include "kernel/convert/Fused.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/GuardedBuffer.h"
-#include "tests/support/TestRandom.h"
+#include "tests/support/TestBitmap.h"
 
-#include <gtest/gtest.h>
+#include "Vkkrnx.h"
 
-#include <algorithm>
-#include <cstring>
-#include <string>
-#include <vector>
-
-namespace vk {
+namespace vk::testing {
 namespace {
 
 using reference::Conversion;
-using testing::GuardedBuffer;
-using testing::TestRandom;
-using Bytes = std::vector<uint8_t>;
 
 constexpr int32_t kRgb = COLORORDER_RGB, kBgr = COLORORDER_BGR, kGray = COLORORDER_GRAY, kRomm = COLORORDER_ROMM,
                   k565 = COLORORDER_RGB565;
 
 size_t packed(int32_t width, int32_t bits)
 {
-    return (static_cast<size_t>(width) * static_cast<size_t>(bits == 0 ? 8 : bits) + 7) / 8;
+    return packed_bytes_of(width, bits == 0 ? 8 : bits);
 }
 
 template <class T> const T* or_null(const std::vector<T>& v)
@@ -57,11 +47,9 @@ ConvertJob job_of(const Conversion& c)
 
 std::string describe(const Conversion& c)
 {
-    const auto s = [](auto v) { return std::to_string(v); };
-    return s(c.width) + " pixels, " + s(c.src_bits) + " bits order " + s(c.src_order) + " to " + s(c.dst_bits) +
-           " bits order " + s(c.dst_order) + ", flags " + s(c.flags) + ", range " + s(c.low_bit) + ".." +
-           s(c.high_bit) + ", transparent " + s(c.transparent) + (c.src_palette.empty() ? "" : ", source palette") +
-           (c.dst_palette.empty() ? "" : ", destination palette") + (c.src_palette16.empty() ? "" : ", deep palette");
+    return say(c.width, "pixels,", c.src_bits, "bits order", c.src_order, "to", c.dst_bits, "bits order", c.dst_order,
+               "flags", c.flags, "range", c.low_bit, c.high_bit, "transparent", c.transparent, "palettes of",
+               c.src_palette.size(), c.dst_palette.size(), c.src_palette16.size());
 }
 
 /// Converts bytes with the plain exported entry.
@@ -116,14 +104,7 @@ TEST(Convert, ReadsAndWritesEveryPacking)
         {"white to wide gamut", 1, 24, kBgr, 24, kRomm, {255, 255, 255}, {255, 255, 255}, true},
         {"red to wide gamut", 1, 24, kRgb, 24, kRomm, {255, 0, 0}, {5, 23, 133}},
         {"wide gamut clamps", 1, 24, kRomm, 24, kBgr, {0, 255, 0}, {0, 255, 0}},
-        {"wide gamut saturates",
-         1,
-         48,
-         kRgb,
-         48,
-         kRomm,
-         {255, 255, 255, 255, 255, 255},
-         {255, 255, 255, 255, 255, 255}},
+        {"wide gamut saturates", 1, 48, kRgb, 48, kRomm, Bytes(6, 255), Bytes(6, 255)},
     };
     for (const Example& e : examples) {
         SCOPED_TRACE(e.what);
@@ -182,8 +163,8 @@ TEST(Convert, MatchesDeepPaletteEntries)
 TEST(Convert, TakesExactlyTheFormatsThereAre)
 {
     Bytes pixels(16), before(16, 0x5A);
-    for (int32_t src_bits = -1; src_bits <= 65; ++src_bits) {
-        for (int32_t dst_bits = -1; dst_bits <= 65; ++dst_bits) {
+    for (int32_t src_bits = -1; src_bits <= 65; ++src_bits)
+        for (int32_t dst_bits = -1; dst_bits <= 65; ++dst_bits)
             for (int32_t orders = 0; orders < 100; ++orders) {
                 Conversion c;
                 c.width = 1;
@@ -196,8 +177,6 @@ TEST(Convert, TakesExactlyTheFormatsThereAre)
                 ASSERT_EQ(reference::accepted(c), taken) << describe(c);
                 ASSERT_TRUE(taken || pixels == before) << describe(c);
             }
-        }
-    }
 }
 
 TEST(Convert, RefusesWhatContradictsItself)
@@ -209,26 +188,24 @@ TEST(Convert, RefusesWhatContradictsItself)
                                   high);
     };
     constexpr uint32_t kSrc = CVT_SRC_USE_BITS, kDst = CVT_DST_USE_BITS;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, result(nullptr, 1, 24, kRgb, 24, kRgb, 0, -1, -1));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, result(pixels.data(), 0, 24, kRgb, 24, kRgb, 0, -1, -1));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, result(pixels.data(), -1, 24, kRgb, 24, kRgb, 0, -1, -1));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, result(pixels.data(), 1, 16, kGray, 16, kGray, kSrc | kDst, 0, 15));
-    EXPECT_EQ(SUCCESS, result(pixels.data(), 1, 24, kRgb, 16, kGray, kSrc | kDst, 0, 7)) << "no gray source";
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, result(pixels.data(), 1, 16, kGray, 24, kRgb, kDst, 0, 7));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, result(pixels.data(), 1, 24, kRgb, 16, kGray, kDst, 9, 8)) << "empty range";
-    EXPECT_EQ(SUCCESS, result(pixels.data(), 1, 24, kRgb, 16, kGray, kDst, 2, 2000000000)) << "beyond the sample";
-    EXPECT_EQ(SUCCESS, result(pixels.data(), 1, 32, kGray, 16, kGray, kSrc, 40, 50)) << "beyond the sample";
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ConvertBuffer(pixels.data(), 1, 24, 12, kRgb, kRgb, nullptr, nullptr));
+    uint8_t* const p = pixels.data();
+    expect_each(ERROR_INVALID_PARAMETER,
+                {result(nullptr, 1, 24, kRgb, 24, kRgb, 0, -1, -1), result(p, 0, 24, kRgb, 24, kRgb, 0, -1, -1),
+                 result(p, -1, 24, kRgb, 24, kRgb, 0, -1, -1), result(p, 1, 16, kGray, 16, kGray, kSrc | kDst, 0, 15),
+                 result(p, 1, 16, kGray, 24, kRgb, kDst, 0, 7), result(p, 1, 24, kRgb, 16, kGray, kDst, 9, 8),
+                 V_ConvertBuffer(p, 1, 24, 12, kRgb, kRgb, nullptr, nullptr)});
+    expect_each(SUCCESS, {result(p, 1, 24, kRgb, 16, kGray, kSrc | kDst, 0, 7),   // no gray source
+                          result(p, 1, 24, kRgb, 16, kGray, kDst, 2, 2000000000), // beyond the sample
+                          result(p, 1, 32, kGray, 16, kGray, kSrc, 40, 50)});
 }
 
 // Against the reference.
 
-std::vector<RGBQUAD> random_palette(TestRandom& random, int32_t bits)
+Palette random_palette(TestRandom& random, int32_t bits)
 {
-    std::vector<RGBQUAD> palette;
-    if (bits < 1 || bits > 8 || random.one_in(3)) {
+    Palette palette;
+    if (bits < 1 || bits > 8 || random.one_in(3))
         return palette;
-    }
     // Few levels make duplicates and ties common.
     const uint32_t mask = random.one_in(2) ? 0xFFFFFFFFu : 0xC0C0C0C0u;
     for (int32_t i = 0; i < 1 << bits; ++i) {
@@ -273,9 +250,8 @@ Bytes random_pixels(TestRandom& random, Conversion& c)
 {
     Bytes pixels(packed(c.width, c.src_bits));
     random.fill(pixels.data(), pixels.size());
-    if (random.one_in(4)) {
+    if (random.one_in(4))
         std::fill(pixels.begin(), pixels.end(), random.one_in(2) ? uint8_t{0} : uint8_t{255});
-    }
     c.transparent = random.one_in(4) ? 0x01000000u | static_cast<uint32_t>(random.below(256)) : 0;
     if (c.transparent == 0 && pixels.size() >= 6) {
         const size_t step = c.src_bits >= 48 ? 2 : 1;
@@ -311,7 +287,7 @@ void compare_pairs(uint64_t seed, int rounds)
     GuardedBuffer buffer(4096, GuardedBuffer::Edge::front), target(4096, GuardedBuffer::Edge::front);
     TestRandom random(seed);
     SCOPED_TRACE(random);
-    for (size_t pair = 0; pair < count * count; ++pair) {
+    for (size_t pair = 0; pair < count * count; ++pair)
         for (int round = 0; round < rounds; ++round) {
             Conversion c = random_conversion(random, formats[pair / count], formats[pair % count]);
             const Bytes src = random_pixels(random, c);
@@ -322,11 +298,9 @@ void compare_pairs(uint64_t seed, int rounds)
             }
             expect_agreement(c, src, buffer, target,
                              round % 2 ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back);
-            if (::testing::Test::HasFatalFailure()) {
+            if (::testing::Test::HasFatalFailure())
                 return;
-            }
         }
-    }
 }
 
 TEST(Convert, AgreesWithTheReferenceForEveryPair)
@@ -351,8 +325,8 @@ TEST(Convert, WritesRowsAtTheirStridesOnly)
     job.dst_bits = 32;
     ASSERT_EQ(SUCCESS, convert_rows({src.data(), 4}, {dst.data(), 6}, 2, job));
     EXPECT_EQ((Bytes{1, 2, 3, 255, 0xCC, 0xCC, 4, 5, 6, 255, 0xCC, 0xCC}), dst);
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, convert_rows({nullptr, 4}, {dst.data(), 6}, 2, job));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, convert_rows({src.data(), 4}, {nullptr, 6}, 2, job));
+    expect_each(ERROR_INVALID_PARAMETER, {convert_rows({nullptr, 4}, {dst.data(), 6}, 2, job),
+                                          convert_rows({src.data(), 4}, {nullptr, 6}, 2, job)});
 }
 
 TEST(Convert, CalculatesBufferSizes)
@@ -361,9 +335,8 @@ TEST(Convert, CalculatesBufferSizes)
     EXPECT_EQ(12, V_CalcConvertSize(10, 0, 4, 1)) << "0 bits count as 8";
     EXPECT_EQ(400, V_CalcConvertSize(10, 32, 100, 8)) << "the destination's width at the source's depth";
     EXPECT_EQ(0, V_CalcConvertSize(0, 8, 0, 8));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CalcConvertSize(-1, 8, 1, 8));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CalcConvertSize(1, 8, 1, -8));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CalcConvertSize(1, 1, 0x7FFFFFFF, 64));
+    expect_each(ERROR_INVALID_PARAMETER, {V_CalcConvertSize(-1, 8, 1, 8), V_CalcConvertSize(1, 8, 1, -8),
+                                          V_CalcConvertSize(1, 1, 0x7FFFFFFF, 64)});
 }
 
 TEST(Convert, PadsSamplesIntoTheirMargins)
@@ -386,9 +359,9 @@ TEST(Convert, PadsSamplesIntoTheirMargins)
         EXPECT_EQ(c.before, samples[1]);
     }
     uint16_t sample = 0;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PadPixelData(nullptr, 16, 1, 7, 0, 1));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PadPixelData(&sample, 12, 1, 7, 0, 1));
+    expect_each(ERROR_INVALID_PARAMETER,
+                {V_PadPixelData(nullptr, 16, 1, 7, 0, 1), V_PadPixelData(&sample, 12, 1, 7, 0, 1)});
 }
 
 } // namespace
-} // namespace vk
+} // namespace vk::testing

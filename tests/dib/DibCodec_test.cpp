@@ -2,10 +2,7 @@
 #include "kernel/dib/Codecs.h"
 #include "platform/platform.h"
 #include "tests/support/FaultLoop.h"
-#include "tests/support/TestBitmap.h"
 #include "tests/support/TestDib.h"
-
-#include <cstdlib>
 
 using namespace vk::testing;
 namespace platform = vk::platform;
@@ -44,12 +41,7 @@ Bytes jpeg_of(int32_t width, int32_t height, int32_t bits)
 
 DibParts jpeg_dib(const Bytes& data, uint16_t bits, const char* code)
 {
-    DibParts dib;
-    dib.width = 16;
-    dib.height = 8;
-    dib.bits = bits;
-    dib.compression = code_of(code);
-    dib.image_bytes = static_cast<uint32_t>(data.size());
+    DibParts dib{40, 16, 8, 1, bits, code_of(code), static_cast<uint32_t>(data.size())};
     for (int i = 0; bits <= 8 && i < 1 << bits; ++i)
         append(dib.table, Bytes(4, static_cast<uint8_t>(i * 255 / ((1 << bits) - 1))));
     dib.pixels = data;
@@ -69,7 +61,7 @@ TEST(DibCodec, DecodesThroughItsModule)
         for (const char* code : {"JPEG", "MJPG", "dmb1"}) {
             const DibParts dib = jpeg_dib(data, bits, code);
             TestBitmap bitmap;
-            ASSERT_EQ(SUCCESS, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels));
+            ASSERT_EQ(SUCCESS, dib.convert(bitmap));
             EXPECT_EQ(bits, bitmap->BitsPerPixel);
             EXPECT_EQ(TOP_LEFT, bitmap->ViewPerspective); // the other way round than plain DIBs
             if (bits != held && bits != 32) {             // converted: no more than about right
@@ -97,13 +89,13 @@ TEST(DibCodec, DecodesThroughItsModule)
             DibParts dib = good;
             dib.image_bytes = static_cast<uint32_t>(length);
             TestBitmap bitmap;
-            EXPECT_EQ(ERROR_INTERNAL, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels)) << length;
+            EXPECT_EQ(ERROR_INTERNAL, dib.convert(bitmap)) << length;
             EXPECT_TRUE(bitmap.is_empty());
         }
         DibParts other = good;
         other.height = 9; // not what the header says
         TestBitmap bitmap;
-        EXPECT_EQ(ERROR_INTERNAL, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, other.head(), other.pixels));
+        EXPECT_EQ(ERROR_INTERNAL, other.convert(bitmap));
     }
 }
 
@@ -126,7 +118,7 @@ TEST(DibCodec, ModulesAreCountedAndMissedOnes)
         for (uint64_t n = 1; n <= (call == vk::fault::Call::module_open || data.empty() ? 1u : 2u); ++n) {
             vk::fault::arm_call(data.empty() ? vk::fault::Call::module_open : call, n, false);
             TestBitmap bitmap;
-            EXPECT_EQ(V_ERROR_CODEC_MISSING, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels));
+            EXPECT_EQ(V_ERROR_CODEC_MISSING, dib.convert(bitmap));
             vk::fault::disarm();
             EXPECT_TRUE(bitmap.is_empty());
             EXPECT_EQ(before.modules, vk::fault::live().modules);
@@ -135,7 +127,7 @@ TEST(DibCodec, ModulesAreCountedAndMissedOnes)
     EXPECT_EQ(vk::Status::not_found, platform::module_open("Vellkit.Codecs.None", &module));
     for_each_fault([&] {
         TestBitmap bitmap;
-        const int code = convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), dib.pixels);
+        const int code = dib.convert(bitmap);
         EXPECT_TRUE(code == SUCCESS || bitmap.is_empty()) << code;
         EXPECT_TRUE(code == SUCCESS || code == V_ERROR_CODEC_MISSING || code == ERROR_NO_MEMORY) << code;
     });

@@ -1,9 +1,7 @@
 // YUV layouts: literal samples, every combination of the formulas in the fast forms, and the edges of rows.
 #include "kernel/dib/Yuv.h"
 #include "tests/support/GuardedBuffer.h"
-#include "tests/support/TestBitmap.h"
 #include "tests/support/TestDib.h"
-#include "tests/support/TestRandom.h"
 
 #include <array>
 
@@ -17,15 +15,13 @@ using Pixel = std::array<uint8_t, 3>;
 Pixel full(int y, int u, int v)
 {
     Pixel bgr{};
-    dib::full_range_pixel(y, u, v, bgr.data());
-    return bgr;
+    return dib::full_range_pixel(y, u, v, bgr.data()), bgr;
 }
 
 Pixel studio(int y, int u, int v)
 {
     Pixel bgr{};
-    dib::studio_pixel(y, u, v, bgr.data());
-    return bgr;
+    return dib::studio_pixel(y, u, v, bgr.data()), bgr;
 }
 
 struct Sample {
@@ -51,80 +47,58 @@ TEST(DibYuv, Formulas)
 
 TEST(DibYuv, Layouts)
 {
-    const Bytes plane(16, 100); // 4 x 4 luma
-    const auto planar = [&](uint8_t first, uint8_t second) {
-        Bytes data = plane;
-        append(data, {first, 128, first, 128});
-        append(data, {second, 128, second, 128});
+    const auto planar = [](uint8_t first, uint8_t second) { // 4 x 4 luma
+        Bytes data(16, 100);
+        append(data, {first, 128, first, 128, second, 128, second, 128});
         return data;
     };
     Bytes nine(256, 90);
     append(nine, Bytes(16, 70));
     append(nine, Bytes(16, 60));
+    const Pixel left = studio(10, 20, 40), right = studio(30, 20, 40), first = full(10, 20, 40),
+                second = full(30, 20, 40), color = studio(100, 50, 60), pale = full(10, 20, 128);
     const Sample kSamples[] = {
-        {"YUY2", 2, 1, 16, BOTTOM_LEFT, {10, 20, 30, 40}, {full(10, 20, 40), full(30, 20, 40)}},
-        {"UYVY", 2, 1, 16, TOP_LEFT, {20, 10, 40, 30}, {studio(10, 20, 40), studio(30, 20, 40)}},
-        {"cyuv", 2, 1, 24, BOTTOM_LEFT, {20, 10, 40, 30}, {studio(10, 20, 40), studio(30, 20, 40)}},
-        {"Y42T", 2, 1, 16, TOP_LEFT, {20, 11, 40, 30}, {studio(11, 20, 40), studio(30, 20, 40)}},
-        {"YVYU", 2, 1, 16, TOP_LEFT, {10, 40, 30, 20}, {studio(10, 20, 40), studio(30, 20, 40)}},
-        {"Y211",
-         4,
-         1,
-         8,
-         TOP_LEFT,
-         {10, 20, 30, 40},
-         {full(10, 20, 40), full(10, 20, 40), full(30, 20, 40), full(30, 20, 40)}},
-        {"Y211", 2, 1, 8, TOP_LEFT, {10, 20}, {full(10, 20, 128), full(10, 20, 128)}},
-        {"I420", 4, 4, 12, TOP_LEFT, planar(50, 60), {studio(100, 50, 60), studio(100, 50, 60), studio(100, 128, 128)}},
-        {"IYUV", 4, -4, 12, BOTTOM_LEFT, planar(50, 60), {studio(100, 50, 60)}},
-        {"YV12", 4, 4, 24, TOP_LEFT, planar(60, 50), {studio(100, 50, 60)}},
+        {"YUY2", 2, 1, 16, BOTTOM_LEFT, {10, 20, 30, 40}, {first, second}},
+        {"UYVY", 2, 1, 16, TOP_LEFT, {20, 10, 40, 30}, {left, right}},
+        {"cyuv", 2, 1, 24, BOTTOM_LEFT, {20, 10, 40, 30}, {left, right}},
+        {"Y42T", 2, 1, 16, TOP_LEFT, {20, 11, 40, 30}, {studio(11, 20, 40), right}},
+        {"YVYU", 2, 1, 16, TOP_LEFT, {10, 40, 30, 20}, {left, right}},
+        {"Y211", 4, 1, 8, TOP_LEFT, {10, 20, 30, 40}, {first, first, second, second}},
+        {"Y211", 2, 1, 8, TOP_LEFT, {10, 20}, {pale, pale}},
+        {"I420", 4, 4, 12, TOP_LEFT, planar(50, 60), {color, color, studio(100, 128, 128)}},
+        {"IYUV", 4, -4, 12, BOTTOM_LEFT, planar(50, 60), {color}},
+        {"YV12", 4, 4, 24, TOP_LEFT, planar(60, 50), {color}},
         {"YVU9", 16, 16, 9, TOP_LEFT, nine, {studio(90, 60, 70)}},
         {"IF09", 16, 16, 24, TOP_LEFT, nine, {studio(90, 60, 70)}},
     };
     for (const Sample& sample : kSamples) {
         SCOPED_TRACE(sample.code);
-        DibParts dib;
-        dib.width = sample.width;
-        dib.height = sample.height;
-        dib.bits = sample.bits;
-        dib.compression = code_of(sample.code);
-        TestBitmap bitmap;
-        ASSERT_EQ(SUCCESS, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), sample.data));
-        EXPECT_EQ(24, bitmap->BitsPerPixel);
-        EXPECT_EQ(COLORORDER_BGR, bitmap->Order);
+        DibParts dib{40, sample.width, sample.height, 1, sample.bits, code_of(sample.code)};
+        dib.pixels = sample.data;
+        TestBitmap bitmap, changed, other;
+        ASSERT_EQ(SUCCESS, dib.convert(bitmap));
+        EXPECT_TRUE(bitmap->BitsPerPixel == 24 && bitmap->Order == COLORORDER_BGR);
         EXPECT_EQ(sample.view, bitmap->ViewPerspective);
         const Bytes pixels = bitmap.pixels();
         for (size_t x = 0; x < sample.first.size(); ++x)
-            EXPECT_TRUE(std::equal(sample.first[x].begin(), sample.first[x].end(),
-                                   pixels.begin() + static_cast<std::ptrdiff_t>(3 * x)))
-                << x;
+            EXPECT_EQ(0, std::memcmp(sample.first[x].data(), pixels.data() + 3 * x, 3)) << x;
         // As a block, no shorter than the samples.
-        Bytes packed = dib.head();
-        append(packed, sample.data);
+        Bytes packed = dib.packed();
         DibBlock whole(packed);
-        TestBitmap changed;
-        ASSERT_EQ(SUCCESS, V_ChangeFromDIB(changed.get(), BITMAPHANDLE_SIZE, whole.get()));
+        ASSERT_EQ(SUCCESS, whole.change(changed));
         whole.let_go();
         EXPECT_EQ(pixels, changed.pixels());
         packed.pop_back();
         const DibBlock cut(packed);
-        if (GlobalSize(cut.get()) == packed.size()) {
-            TestBitmap other;
-            EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeFromDIB(other.get(), BITMAPHANDLE_SIZE, cut.get()));
-        }
+        EXPECT_TRUE(GlobalSize(cut.get()) != packed.size() || cut.change(other) == ERROR_INVALID_PARAMETER);
         for (const auto change : {&DibParts::width, &DibParts::height}) {
             DibParts odd = dib;
             odd.*change += 1;
-            TestBitmap other;
-            const bool allowed = change == &DibParts::height && dib.height == 1;
-            if (!allowed) {
-                EXPECT_EQ(ERROR_FEATURE_NOT_SUPPORTED,
-                          convert_dib(other.get(), BITMAPHANDLE_SIZE, odd.head(), sample.data));
-            }
+            EXPECT_TRUE((change == &DibParts::height && dib.height == 1) ||
+                        odd.convert(other) == ERROR_FEATURE_NOT_SUPPORTED);
         }
         dib.bits = 17;
-        TestBitmap other;
-        EXPECT_EQ(ERROR_FEATURE_NOT_SUPPORTED, convert_dib(other.get(), BITMAPHANDLE_SIZE, dib.head(), sample.data));
+        EXPECT_EQ(ERROR_FEATURE_NOT_SUPPORTED, dib.convert(other));
     }
 }
 
@@ -132,22 +106,17 @@ TEST(DibYuv, EightPixelsInTwelveBytes)
 {
     // Twelve wide: a whole group of eight, and a half one.
     const Bytes data = {20, 1, 40, 2, 50, 3, 60, 4, 5, 6, 7, 8, 70, 9, 80, 10, 11, 12};
-    Bytes rows;
-    for (int i = 0; i < 4; ++i)
-        append(rows, data);
-    DibParts dib;
-    dib.width = 12;
-    dib.height = -4;
-    dib.bits = 12;
     for (const char* code : {"Y41P", "Y41T"}) {
-        dib.compression = code_of(code);
+        DibParts dib{40, 12, -4, 1, 12, code_of(code)};
+        for (int i = 0; i < 4; ++i)
+            append(dib.pixels, data);
         TestBitmap bitmap;
-        ASSERT_EQ(SUCCESS, convert_dib(bitmap.get(), BITMAPHANDLE_SIZE, dib.head(), rows));
+        ASSERT_EQ(SUCCESS, dib.convert(bitmap));
         EXPECT_EQ(BOTTOM_LEFT, bitmap->ViewPerspective);
         const Bytes pixels = bitmap.pixels();
         for (int x = 0; x < 12; ++x) {
             const Pixel expected = x < 4 ? full(x + 1, 20, 40) : x < 8 ? full(x + 1, 50, 60) : full(x + 1, 70, 80);
-            EXPECT_TRUE(std::equal(expected.begin(), expected.end(), pixels.begin() + 3 * 36 + 3 * x)) << x;
+            EXPECT_EQ(0, std::memcmp(expected.data(), pixels.data() + 3 * 36 + 3 * x, 3)) << x;
         }
     }
 }

@@ -2,31 +2,14 @@
 // format, and prepared matching at the edges of its regions.
 #include "kernel/dither/Dither.h"
 #include "kernel/dither/Methods.h"
-
-#include "Vkdither.h"
-#include "tests/reference/DitherReference.h"
+#include "tests/reference/ConvertReference.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/TestDither.h"
-#include "tests/support/TestRandom.h"
 
-#include <gtest/gtest.h>
-
-#include <algorithm>
 #include <array>
-#include <string>
-#include <vector>
 
-namespace vk {
+namespace vk::testing {
 namespace {
-
-using reference::DitherSetup;
-using testing::Bytes;
-using testing::GuardedBuffer;
-using testing::kTableSize;
-using testing::quad;
-using testing::Record;
-using testing::Table;
-using testing::TestRandom;
 
 constexpr DitherPath kPaths[] = {DitherPath::plain, DitherPath::single, DitherPath::wavefront,
                                  DitherPath::lanes, DitherPath::bits,   DitherPath::bits_avx2};
@@ -57,20 +40,14 @@ constexpr SourceFormat kSources[] = {
     {64, COLORORDER_RGB, 0, 15},  {64, COLORORDER_BGR, 0, 15},
 };
 
-size_t packed(int32_t width, int32_t bits)
+Palette random_palette(TestRandom& random, size_t count, bool gray)
 {
-    return (static_cast<size_t>(width) * static_cast<size_t>(bits) + 7) / 8;
-}
-
-std::vector<RGBQUAD> random_palette(TestRandom& random, size_t count, bool gray)
-{
-    std::vector<RGBQUAD> entries(count);
+    Palette entries(count);
     random.fill(entries.data(), count * sizeof(RGBQUAD));
     for (RGBQUAD& entry : entries) {
         entry.rgbReserved = static_cast<uint8_t>(random.one_in(6) ? 1 + random.below(7) : 4 * random.below(2));
-        if (gray) {
+        if (gray)
             entry.rgbGreen = entry.rgbRed = entry.rgbBlue;
-        }
     }
     entries[random.below(count)].rgbReserved = 0;
     return entries;
@@ -96,25 +73,22 @@ void choose_palette(DitherSetup& setup, int kind, TestRandom& random)
     }
     if (kind == 1) {
         setup.match_table.resize(kTableSize);
-        for (uint32_t& slot : setup.match_table) {
+        for (uint32_t& slot : setup.match_table)
             slot = random.one_in(3) ? static_cast<uint32_t>(random.below(setup.colors + 3)) : 0;
-        }
     }
-    if (kind != 12 && random.one_in(4)) {
+    if (kind != 12 && random.one_in(4))
         setup.dst_bits += random.between(0, 8 - setup.dst_bits);
-    }
 }
 
 /// Rows of a source: noise, or a slope with some.
 Bytes random_rows(const DitherSetup& setup, int32_t rows, TestRandom& random)
 {
-    const size_t stride = packed(setup.width, setup.bits);
+    const size_t stride = packed_bytes_of(setup.width, setup.bits);
     Bytes bytes(stride * static_cast<size_t>(rows));
     random.fill(bytes.data(), bytes.size());
     if (random.one_in(2)) {
-        for (size_t i = 0; i < bytes.size(); ++i) {
+        for (size_t i = 0; i < bytes.size(); ++i)
             bytes[i] = static_cast<uint8_t>(i % stride * 255 / stride + bytes[i] / 16);
-        }
     }
     return bytes;
 }
@@ -130,7 +104,8 @@ Picture expected(const DitherSetup& setup, Bytes source, int32_t rows)
     reference::Dither dither(setup);
     Picture result{std::move(source), {}, {}};
     for (int32_t y = 0; y < rows; ++y) {
-        const Bytes row = dither.row(result.source.data() + static_cast<size_t>(y) * packed(setup.width, setup.bits));
+        const Bytes row =
+            dither.row(result.source.data() + static_cast<size_t>(y) * packed_bytes_of(setup.width, setup.bits));
         result.indices.insert(result.indices.end(), row.begin(), row.end());
     }
     result.match_table = dither.match_table();
@@ -142,8 +117,8 @@ using Done = std::array<uint64_t, kDitherPaths>;
 /// Runs the library; a `step` of 0 goes by V_DitherLine, others give so many rows at once.
 Picture dithered(DitherSetup setup, const Bytes& source, int32_t rows, int32_t step, Done& done)
 {
-    const size_t src_stride = packed(setup.width, setup.bits);
-    const size_t dst_stride = packed(setup.width, setup.dst_bits);
+    const size_t src_stride = packed_bytes_of(setup.width, setup.bits);
+    const size_t dst_stride = packed_bytes_of(setup.width, setup.dst_bits);
     const auto edge = rows % 2 == 0 ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
     GuardedBuffer src(source.size(), edge);
     GuardedBuffer dst(dst_stride * static_cast<size_t>(rows), edge);
@@ -155,7 +130,7 @@ Picture dithered(DitherSetup setup, const Bytes& source, int32_t rows, int32_t s
         uint8_t* from = src.data() + at * src_stride;
         uint8_t* to = dst.data() + at * dst_stride;
         if (step == 0) {
-            EXPECT_EQ(SUCCESS, V_DitherLine(record.get(), from, to));
+            EXPECT_EQ(SUCCESS, V_DitherLine(record, from, to));
         } else {
             dither_rows(record.state(), from, src_stride, to, dst_stride,
                         static_cast<size_t>(std::min(step, rows - y)));
@@ -173,10 +148,9 @@ Picture dithered(DitherSetup setup, const Bytes& source, int32_t rows, int32_t s
 
 std::string describe(const DitherSetup& s, int kind)
 {
-    const auto t = [](auto v) { return std::to_string(v); };
-    return "method " + t(s.method) + ", kind " + t(kind) + ", " + t(s.width) + " pixels of " + t(s.bits) +
-           " bits order " + t(s.order) + " range " + t(s.low_bit) + ".." + t(s.high_bit) + ", " + t(s.colors) +
-           " colors in " + t(s.dst_bits) + " bits" + (s.palette.empty() ? ", no palette" : "");
+    return say("method", s.method, "kind", kind, s.width, "pixels of", s.bits, "bits order", s.order, "range",
+               s.low_bit, "to", s.high_bit, s.colors, "colors in", s.dst_bits,
+               s.palette.empty() ? "bits, no palette" : "bits");
 }
 
 /// Compares every path with the reference; true when all agree.
@@ -195,9 +169,8 @@ bool check_paths(const DitherSetup& setup, int kind, const Bytes& source, int32_
             got.indices == want.indices && got.source == want.source && got.match_table == want.match_table;
         EXPECT_TRUE(same) << "up to path " << kPathNames[i] << ", rows at once " << step
                           << (got.indices != want.indices ? ": indices" : ": source or table");
-        if (!same) {
+        if (!same)
             return false;
-        }
     }
     return true;
 }
@@ -211,28 +184,21 @@ TEST(Dither, EveryPathAgreesWithTheReference)
     for (int32_t method = 0; method < dither::kMethodCount; ++method) {
         for (int kind = 0; kind <= 12; ++kind) {
             for (const SourceFormat& format : kSources) {
-                DitherSetup setup;
-                setup.width = width = width % 70 + 1;
-                setup.bits = format.bits;
-                setup.order = format.order;
-                setup.low_bit = format.low;
-                setup.high_bit = format.high;
-                setup.method = method;
+                width = width % 70 + 1;
+                DitherSetup setup{width, format.bits, format.order, format.low, format.high, {}, method};
                 if (format.bits <= 8 && random.one_in(2)) { // of any length, sometimes gray
                     setup.own_palette = random_palette(random, 1 + random.below(1u << format.bits), random.one_in(3));
                 }
                 choose_palette(setup, kind, random);
                 const int32_t rows = random.between(6, 21);
-                if (!check_paths(setup, kind, random_rows(setup, rows, random), rows, random, done)) {
+                if (!check_paths(setup, kind, random_rows(setup, rows, random), rows, random, done))
                     return;
-                }
             }
         }
     }
     const bool avx2 = __builtin_cpu_supports("avx2") != 0;
-    for (size_t i = 0; i < kDitherPaths; ++i) {
+    for (size_t i = 0; i < kDitherPaths; ++i)
         EXPECT_TRUE(done[i] > 0 || (!avx2 && kPaths[i] == DitherPath::bits_avx2)) << kPathNames[i] << " never ran";
-    }
 }
 
 TEST(Dither, LongRowsAgreeWithTheReference)
@@ -244,15 +210,10 @@ TEST(Dither, LongRowsAgreeWithTheReference)
         for (const SourceFormat format : {SourceFormat{24, COLORORDER_BGR, 0, 7}, {8, COLORORDER_GRAY, 0, 7}}) {
             for (const int32_t method : {1, 5, 7, 8}) {
                 for (const int kind : {0, 2, 5, 9, 12}) {
-                    DitherSetup setup;
-                    setup.width = width;
-                    setup.bits = format.bits;
-                    setup.order = format.order;
-                    setup.method = method;
+                    DitherSetup setup{width, format.bits, format.order, 0, 7, {}, method};
                     choose_palette(setup, kind, random);
-                    if (!check_paths(setup, kind, random_rows(setup, 17, random), 17, random, done)) {
+                    if (!check_paths(setup, kind, random_rows(setup, 17, random), 17, random, done))
                         return;
-                    }
                 }
             }
         }
@@ -262,13 +223,7 @@ TEST(Dither, LongRowsAgreeWithTheReference)
 /// Dithers gray rows to 1 bit; every row has the same level.
 Bytes gray_rows(int32_t method, int32_t width, int32_t rows, uint8_t level)
 {
-    DitherSetup setup;
-    setup.width = width;
-    setup.bits = 8;
-    setup.order = COLORORDER_GRAY;
-    setup.method = method;
-    setup.colors = 2;
-    setup.dst_bits = 1;
+    const DitherSetup setup{width, 8, COLORORDER_GRAY, 0, 7, {}, method, {}, 2, 1};
     Done done{};
     return dithered(setup, Bytes(static_cast<size_t>(width * rows), level), rows, 0, done).indices;
 }
@@ -289,9 +244,7 @@ TEST(Dither, FixedPalettesMatchAtTheEdgesOfTheirRegions)
     const Bytes edges = {0,   1,   17,  18,  19,  25,  26,  42,  43,  54,  55,  63,  64,  65,  73,  76,  77,
                          85,  90,  91,  92,  96,  127, 128, 129, 146, 153, 154, 159, 160, 161, 163, 164, 165,
                          178, 182, 191, 192, 193, 200, 201, 212, 213, 223, 224, 225, 236, 237, 238, 254, 255};
-    DitherSetup setup;
-    setup.width = static_cast<int32_t>(edges.size() * edges.size());
-    setup.method = DITHER_NONE;
+    DitherSetup setup{static_cast<int32_t>(edges.size() * edges.size())};
     for (int bits = 1; bits <= 9; ++bits) {
         SCOPED_TRACE(bits);
         setup.palette = reference::fixed_entries(bits);
@@ -304,12 +257,10 @@ TEST(Dither, FixedPalettesMatchAtTheEdgesOfTheirRegions)
         Bytes indices(edges.size() * edges.size());
         for (const uint8_t blue : edges) {
             row.clear();
-            for (const uint8_t green : edges) {
-                for (const uint8_t red : edges) {
+            for (const uint8_t green : edges)
+                for (const uint8_t red : edges)
                     row.insert(row.end(), {blue, green, red});
-                }
-            }
-            ASSERT_EQ(SUCCESS, V_DitherLine(record.get(), row.data(), indices.data()));
+            ASSERT_EQ(SUCCESS, V_DitherLine(record, row.data(), indices.data()));
             ASSERT_EQ(dither.row(row.data()), indices) << "blue " << int{blue};
         }
     }
@@ -318,25 +269,21 @@ TEST(Dither, FixedPalettesMatchAtTheEdgesOfTheirRegions)
 TEST(Dither, CustomPalettesMatchFiveBitsAndSkipExcludedEntries)
 {
     // 7 and 0 share a 15-bit colour, which belongs to the entry that has it first.
-    DitherSetup setup;
-    setup.width = 4;
+    DitherSetup setup{4};
     setup.palette = {quad(255, 0, 0, 1), quad(7, 7, 7), quad(0, 0, 0), quad(200, 0, 0), quad(255, 255, 255, 2)};
     setup.colors = 5;
     Bytes row = {0, 0, 0, 0, 0, 255, 255, 255, 255, 7, 7, 7};
     Bytes indices(4);
     Record record(setup);
-    record->DitheringMethod = DITHER_NONE;
-    ASSERT_EQ(SUCCESS, V_StartDithering(record.get(), setup.palette.data(), setup.colors));
-    ASSERT_EQ(SUCCESS, V_DitherLine(record.get(), row.data(), indices.data()));
+    ASSERT_EQ(SUCCESS, V_StartDithering(record, setup.palette.data(), setup.colors));
+    ASSERT_EQ(SUCCESS, V_DitherLine(record, row.data(), indices.data()));
     indices.resize(2);
     EXPECT_EQ((Bytes{0x2D, 0x90}), indices); // 001 011 011 001: white's own entry is excluded
 }
 
 TEST(Dither, FillsTheCallersTableAndLeavesItAlone)
 {
-    DitherSetup setup;
-    setup.width = 2;
-    setup.method = DITHER_NONE;
+    DitherSetup setup{2};
     setup.palette = {quad(0, 0, 0), quad(255, 0, 0), quad(0, 255, 0)};
     setup.colors = 3;
     setup.match_table.assign(kTableSize, 0);
@@ -346,7 +293,7 @@ TEST(Dither, FillsTheCallersTableAndLeavesItAlone)
     {
         Record record(setup);
         ASSERT_EQ(SUCCESS, record.start(setup));
-        ASSERT_EQ(SUCCESS, V_DitherLine(record.get(), row.data(), indices.data()));
+        ASSERT_EQ(SUCCESS, V_DitherLine(record, row.data(), indices.data()));
     }
     EXPECT_EQ((Bytes{2, 1}), indices);
     EXPECT_EQ(1u, setup.match_table[0]) << "seeded";
@@ -364,11 +311,7 @@ TEST(Dither, DestinationMayBeTheSource)
     for (const int32_t bits : {1, 4, 8, 24}) {
         for (const int32_t method : {0, 1, 7}) {
             for (const int kind : {2, 5, 9}) {
-                DitherSetup setup;
-                setup.width = 333;
-                setup.bits = bits;
-                setup.order = bits == 8 ? COLORORDER_GRAY : COLORORDER_BGR;
-                setup.method = method;
+                DitherSetup setup{333, bits, bits == 8 ? COLORORDER_GRAY : COLORORDER_BGR, 0, 7, {}, method};
                 choose_palette(setup, kind, random);
                 const Bytes source = random_rows(setup, 1, random);
                 const Bytes want = dithered(setup, source, 1, 0, done).indices;
@@ -376,7 +319,7 @@ TEST(Dither, DestinationMayBeTheSource)
                 both.resize(std::max(source.size(), want.size()));
                 Record record(setup);
                 ASSERT_EQ(SUCCESS, record.start(setup));
-                ASSERT_EQ(SUCCESS, V_DitherLine(record.get(), both.data(), both.data()));
+                ASSERT_EQ(SUCCESS, V_DitherLine(record, both.data(), both.data()));
                 both.resize(want.size());
                 EXPECT_EQ(want, both) << describe(setup, kind);
             }
@@ -385,4 +328,4 @@ TEST(Dither, DestinationMayBeTheSource)
 }
 
 } // namespace
-} // namespace vk
+} // namespace vk::testing

@@ -118,13 +118,13 @@ TEST(List, EarlierRecords)
     EXPECT_NE(nullptr, +item.LUT16);
     EXPECT_EQ(before, vk::fault::live());
     TestBitmap earlier(kEarlier);
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, earlier.get(), kEarlier));
+    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, earlier, kEarlier));
     EXPECT_EQ(kEarlier, earlier->StructSize);
     EXPECT_EQ(1, earlier->Width);
     EXPECT_EQ(before.movables + before.heap - 3, vk::fault::live().movables + vk::fault::live().heap);
     ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &item, kSize));
     EXPECT_TRUE(!item.LUT16 && !item.PaintLUT16 && !item.DataCallbacks);
-    V_InitBitmap(earlier.get(), kEarlier, 0, 0, 0); // shared: not to be freed twice
+    V_InitBitmap(earlier, kEarlier, 0, 0, 0); // shared: not to be freed twice
 }
 
 TEST(List, Replaces)

@@ -1,20 +1,14 @@
 // The nearest entry, colour values between bitmaps, and match tables.
 #include "kernel/palette/ColorMatch.h"
+#include "tests/reference/ConvertReference.h"
+#include "tests/support/TestBitmap.h"
 
 #include "Vkkrnx.h"
-#include "tests/reference/ConvertReference.h"
-#include "tests/support/TestRandom.h"
-
-#include <gtest/gtest.h>
 
 #include <thread>
-#include <vector>
 
-namespace vk {
+namespace vk::testing {
 namespace {
-
-using testing::TestRandom;
-using Palette = std::vector<RGBQUAD>;
 
 constexpr RGBQUAD rgb(unsigned red, unsigned green, unsigned blue)
 {
@@ -29,30 +23,33 @@ int32_t find(const Palette& palette, int red, int green, int blue)
                               static_cast<uint8_t>(green), static_cast<uint8_t>(blue));
 }
 
-TEST(ColorMatch, LooksForBlackAndWhiteAtTheEnds)
-{
-    EXPECT_EQ(0, find({kBlack, kWhite, kBlack}, 0, 0, 0));
-    EXPECT_EQ(2, find({kWhite, kBlack, kBlack}, 0, 0, 0)) << "the last, though entry 1 is as black";
-    EXPECT_EQ(1, find({kWhite, kBlack, kWhite}, 0, 0, 0));
-    EXPECT_EQ(2, find({kWhite, kBlack, kWhite}, 255, 255, 255));
-    EXPECT_EQ(0, find({kWhite, kWhite, kBlack}, 255, 255, 255)) << "the first";
-    EXPECT_EQ(255, V_FindPaletteIndex(V_IntGetFixedPalette(8), 256, 255, 255, 255));
-    EXPECT_EQ(0, V_FindPaletteIndex(nullptr, 256, 1, 2, 3));
-    EXPECT_EQ(0, V_FindPaletteIndex(nullptr, 0, 1, 2, 3));
-    EXPECT_EQ(-1, V_FindPaletteIndex(V_IntGetFixedPalette(8), 0, 0, 0, 0));
-}
-
-TEST(ColorMatch, BreaksTiesByChannelOrder)
+TEST(ColorMatch, LooksForBlackAndWhiteAtTheEndsAndBreaksTiesByChannelOrder)
 {
     const RGBQUAD exact = rgb(9, 8, 7);
-    EXPECT_EQ(3, find({kBlack, kWhite, kBlack, exact, kBlack, kBlack, kBlack, exact}, 9, 8, 7));
-    // Both entries are 4 away from (100, 110, 120), whose red is below its blue and green between them.
-    EXPECT_EQ(1, find({rgb(100, 108, 120), rgb(100, 112, 120)}, 100, 110, 120)) << "later, same class";
-    EXPECT_EQ(2, find({rgb(100, 110, 118), rgb(120, 110, 100), rgb(100, 110, 122)}, 100, 110, 120)) << "the last such";
-    // Red equals blue in the colour: class 0. The later entry's red is smaller: class 4, so the first stays.
-    EXPECT_EQ(0, find({rgb(102, 100, 100), rgb(98, 100, 100)}, 100, 100, 100));
-    EXPECT_EQ(1, find({rgb(98, 100, 100), rgb(102, 100, 100)}, 100, 100, 100));
-    EXPECT_EQ(0, find({rgb(100, 102, 100), rgb(100, 98, 100)}, 100, 100, 100)) << "green largest, green smallest";
+    const struct {
+        int32_t expected;
+        Palette palette;
+        int red, green, blue;
+    } cases[] = {
+        {0, {kBlack, kWhite, kBlack}, 0, 0, 0},
+        {2, {kWhite, kBlack, kBlack}, 0, 0, 0}, // the last, though entry 1 is as black
+        {1, {kWhite, kBlack, kWhite}, 0, 0, 0},
+        {2, {kWhite, kBlack, kWhite}, 255, 255, 255},
+        {0, {kWhite, kWhite, kBlack}, 255, 255, 255}, // the first
+        {3, {kBlack, kWhite, kBlack, exact, kBlack, kBlack, kBlack, exact}, 9, 8, 7},
+        // Both entries are 4 away from (100, 110, 120), whose red is below its blue and green between them.
+        {1, {rgb(100, 108, 120), rgb(100, 112, 120)}, 100, 110, 120}, // the later one, of the same class
+        {2, {rgb(100, 110, 118), rgb(120, 110, 100), rgb(100, 110, 122)}, 100, 110, 120}, // the last such
+        // Red equals blue in the colour: class 0. The later entry's red is smaller: class 4, so the first stays.
+        {0, {rgb(102, 100, 100), rgb(98, 100, 100)}, 100, 100, 100},
+        {1, {rgb(98, 100, 100), rgb(102, 100, 100)}, 100, 100, 100},
+        {0, {rgb(100, 102, 100), rgb(100, 98, 100)}, 100, 100, 100}, // green largest, green smallest
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(c.expected, find(c.palette, c.red, c.green, c.blue)) << &c - cases;
+    EXPECT_EQ(255, V_FindPaletteIndex(V_IntGetFixedPalette(8), 256, 255, 255, 255));
+    expect_each(0, {V_FindPaletteIndex(nullptr, 256, 1, 2, 3), V_FindPaletteIndex(nullptr, 0, 1, 2, 3)});
+    EXPECT_EQ(-1, V_FindPaletteIndex(V_IntGetFixedPalette(8), 0, 0, 0, 0));
 }
 
 TEST(ColorMatch, AgreesWithTheReferenceOnClusteredPalettes)
@@ -108,9 +105,8 @@ TEST(ColorTranslate, KeepsTheMeaning)
         {&b, &a, 0x0400F000, 0x01000000},                                            // gray by index
         {&gray, &a, 0x0400F000, 0x0400F000},                                         // gray as it is
     };
-    for (const Case& c : cases) {
+    for (const Case& c : cases)
         EXPECT_EQ(c.expected, V_TranslateBitmapColor(c.dst, c.src, c.color)) << &c - cases;
-    }
     gray.LUT = const_cast<RGBQUAD*>(q.data());
     gray.LUTLength = 3;
     EXPECT_EQ(0x0400C800u, V_TranslateBitmapColor(&gray, &a, 0x0400C800)) << "a table that is not used";
@@ -145,4 +141,4 @@ TEST(UserMatchTable, HoldsTheNearestOfEveryColor)
 }
 
 } // namespace
-} // namespace vk
+} // namespace vk::testing

@@ -118,9 +118,8 @@ TEST(Posix, ReadOnlyIsForTheNextToOpen)
 {
     for (const bool exists : {true, false}) {
         const TempFile temp;
-        if (!exists) {
+        if (!exists)
             platform::file_delete(temp.name());
-        }
         OpenOptions options;
         options.access = Access::read_write;
         options.disposition = Disposition::create_always;

@@ -55,17 +55,17 @@ bool life(Kind kind)
         return code == kLine;
     };
     const auto put = [&](int32_t row, int seed) {
-        known[row] = told(V_PutBitmapRow(bitmap.get(), row_of(seed).data(), row, kLine)) ? seed : -1;
+        known[row] = told(V_PutBitmapRow(bitmap, row_of(seed).data(), row, kLine)) ? seed : -1;
     };
     const auto check = [&] {
         for (int32_t row = 0; row < bitmap->Height; ++row) {
             Row back = {};
-            if (told(V_GetBitmapRow(bitmap.get(), back.data(), row, kLine)) && known[row] >= 0) {
+            if (told(V_GetBitmapRow(bitmap, back.data(), row, kLine)) && known[row] >= 0) {
                 EXPECT_EQ(known[row] == 0 ? Row{} : row_of(known[row]), back) << "row " << row;
             }
         }
     };
-    if (V_AccessBitmap(bitmap.get()) != SUCCESS)
+    if (V_AccessBitmap(bitmap) != SUCCESS)
         return false;
     put(1, 5); // the other row of its tile stays clear
     check();
@@ -75,7 +75,7 @@ bool life(Kind kind)
     check();
     for (const int32_t height : {5, kRows}) {
         const bool changes = bitmap->Height != height;
-        const int code = V_ChangeBitmapHeight(bitmap.get(), height);
+        const int code = V_ChangeBitmapHeight(bitmap, height);
         EXPECT_TRUE(code == SUCCESS || code == ERROR_NO_MEMORY) << code;
         all = all && code == SUCCESS;
         EXPECT_EQ(static_cast<uint64_t>(kLine) * static_cast<uint32_t>(bitmap->Height), bitmap.data_size());
@@ -84,7 +84,7 @@ bool life(Kind kind)
     }
     put(bitmap->Height - 1, 99);
     check();
-    EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+    EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
     return all;
 }
 
@@ -109,10 +109,10 @@ TEST(RedirectStorage, FilesLiveWhereTheThreadSaysAndStayThere)
         EXPECT_NE(std::wstring::npos, fs.files.begin()->first.find(L"VD"));
         V_RedirectIO(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr);
         std::thread([&] { // neither this thread nor the one that allocated redirects anything now
-            ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap));
             for (int32_t row = 0; row < kRows; ++row)
-                EXPECT_EQ(kLine, V_PutBitmapRow(bitmap.get(), row_of(row).data(), row, kLine));
-            EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+                EXPECT_EQ(kLine, V_PutBitmapRow(bitmap, row_of(row).data(), row, kLine));
+            EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
         })
             .join();
         const std::vector<uint8_t> all = bitmap.pixels();
@@ -122,13 +122,13 @@ TEST(RedirectStorage, FilesLiveWhereTheThreadSaysAndStayThere)
 
         // Out of there into a plain file, and copies of the record's storage kind.
         for (const uint32_t memory : {TYPE_CONV, TYPE_DISK})
-            EXPECT_EQ(SUCCESS, V_SetBitmapMemoryInfo(bitmap.get(), memory, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY));
+            EXPECT_EQ(SUCCESS, V_SetBitmapMemoryInfo(bitmap, memory, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY));
         EXPECT_EQ(0u, fs.open_files());
         EXPECT_EQ(0, bitmap->DataOffset);
         EXPECT_EQ(all, bitmap.pixels());
         fs.redirect();
         TestBitmap copy;
-        EXPECT_EQ(SUCCESS, V_CopyBitmap(copy.get(), bitmap.get(), BITMAPHANDLE_SIZE));
+        EXPECT_EQ(SUCCESS, V_CopyBitmap(copy, bitmap, BITMAPHANDLE_SIZE));
         EXPECT_EQ(1u, fs.open_files());
         EXPECT_EQ(all, copy.pixels());
     }

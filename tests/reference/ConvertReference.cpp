@@ -31,46 +31,29 @@ int depth_of(int32_t bits)
 
 Kind kind_of(int32_t bits, int32_t order)
 {
-    if (bits == 0 || (bits >= 8 && order == COLORORDER_GRAY)) {
+    if (bits == 0 || (bits >= 8 && order == COLORORDER_GRAY))
         return Kind::gray;
-    }
     return bits <= 8 ? Kind::index : Kind::color;
 }
 
-/// `count` bits from bit `first` on, the first being the most significant.
-int64_t bits_from_top(const std::vector<uint8_t>& row, size_t first, int count)
-{
-    int64_t value = 0;
-    for (size_t i = first; i < first + static_cast<size_t>(count); ++i) {
-        value = value * 2 + (row[i / 8] >> (7 - i % 8) & 1);
-    }
-    return value;
-}
-
-void put_bits_from_top(std::vector<uint8_t>& row, size_t first, int count, int64_t value)
-{
-    for (int i = 0; i < count; ++i) {
-        const size_t at = first + static_cast<size_t>(i);
-        row[at / 8] = static_cast<uint8_t>(row[at / 8] | (value >> (count - 1 - i) & 1) << (7 - at % 8));
-    }
-}
-
-/// `count` bits from bit `first` on, the first being the least significant: little-endian words of any size.
-int64_t bits_from_bottom(const std::vector<uint8_t>& row, size_t first, int count)
+/// `count` bits from bit `first` on: the most significant first, or little-endian words of any size.
+int64_t bits_of(const std::vector<uint8_t>& row, size_t first, int count, bool from_top)
 {
     int64_t value = 0;
     for (int i = 0; i < count; ++i) {
         const size_t at = first + static_cast<size_t>(i);
-        value |= static_cast<int64_t>(row[at / 8] >> at % 8 & 1) << i;
+        const int64_t bit = row[at / 8] >> (from_top ? 7 - at % 8 : at % 8) & 1;
+        value |= bit << (from_top ? count - 1 - i : i);
     }
     return value;
 }
 
-void put_bits_from_bottom(std::vector<uint8_t>& row, size_t first, int count, int64_t value)
+void put_bits(std::vector<uint8_t>& row, size_t first, int count, bool from_top, int64_t value)
 {
     for (int i = 0; i < count; ++i) {
         const size_t at = first + static_cast<size_t>(i);
-        row[at / 8] = static_cast<uint8_t>(row[at / 8] | (value >> i & 1) << at % 8);
+        const int64_t bit = value >> (from_top ? count - 1 - i : i) & 1;
+        row[at / 8] = static_cast<uint8_t>(row[at / 8] | bit << (from_top ? 7 - at % 8 : at % 8));
     }
 }
 
@@ -78,9 +61,8 @@ void put_bits_from_bottom(std::vector<uint8_t>& row, size_t first, int count, in
 int64_t repeated(int64_t value, int from, int to)
 {
     int64_t result = 0;
-    for (int i = 0; i < to; ++i) {
+    for (int i = 0; i < to; ++i)
         result = result * 2 + (value >> (from - 1 - i % from) & 1);
-    }
     return result;
 }
 
@@ -116,23 +98,12 @@ Flags flags_of(const Conversion& job)
 
 bool is_format(int32_t bits, int32_t order)
 {
-    const std::vector<int32_t> depths = {0, 1, 2, 3, 4, 5, 6, 7, 8, 12, 16, 24, 32, 48, 64};
-    if (std::find(depths.begin(), depths.end(), bits) == depths.end()) {
+    if (bits < 0 || (bits > 8 && bits != 12 && bits != 16 && bits != 24 && bits != 32 && bits != 48 && bits != 64))
         return false;
-    }
-    switch (order) {
-    case COLORORDER_RGB:
-    case COLORORDER_BGR:
-        return bits != 12;
-    case COLORORDER_GRAY:
-        return bits <= 16 || bits == 32;
-    case COLORORDER_ROMM:
-        return bits == 24 || bits == 48;
-    case COLORORDER_RGB565:
-        return bits <= 8 || bits == 16;
-    default:
-        return false;
-    }
+    return order == COLORORDER_RGB || order == COLORORDER_BGR ? bits != 12
+           : order == COLORORDER_GRAY                         ? bits <= 16 || bits == 32
+           : order == COLORORDER_ROMM                         ? bits == 24 || bits == 48
+                                                              : order == COLORORDER_RGB565 && (bits <= 8 || bits == 16);
 }
 
 /// The positions of the fields of a 16-bit colour: shift and width of red, green, blue.
@@ -142,9 +113,8 @@ struct Fields {
 
 Fields fields_of(int32_t order)
 {
-    if (order == COLORORDER_RGB565) {
+    if (order == COLORORDER_RGB565)
         return {11, 6, 0};
-    }
     return order == COLORORDER_RGB ? Fields{0, 5, 10} : Fields{10, 5, 0};
 }
 
@@ -153,7 +123,7 @@ Pixel read_color(const Conversion& job, const std::vector<uint8_t>& row, size_t 
     Pixel p;
     if (job.src_bits == 16) {
         const Fields f = fields_of(job.src_order);
-        const int64_t word = bits_from_bottom(row, at, 16);
+        const int64_t word = bits_of(row, at, 16, false);
         p.red = repeated(word >> f.red & 31, 5, 8);
         p.green = repeated(word >> 5 & ones(f.green_bits), f.green_bits, 8);
         p.blue = repeated(word >> f.blue & 31, 5, 8);
@@ -163,10 +133,10 @@ Pixel read_color(const Conversion& job, const std::vector<uint8_t>& row, size_t 
     p.bits = job.src_bits >= 48 ? 16 : 8;
     const auto step = static_cast<size_t>(p.bits);
     const size_t red_at = job.src_order == COLORORDER_RGB ? 0 : 2;
-    p.red = bits_from_bottom(row, at + red_at * step, p.bits);
-    p.green = bits_from_bottom(row, at + step, p.bits);
-    p.blue = bits_from_bottom(row, at + (2 - red_at) * step, p.bits);
-    p.alpha = job.src_bits % 32 == 0 ? bits_from_bottom(row, at + 3 * step, p.bits) : ones(p.bits);
+    p.red = bits_of(row, at + red_at * step, p.bits, false);
+    p.green = bits_of(row, at + step, p.bits, false);
+    p.blue = bits_of(row, at + (2 - red_at) * step, p.bits, false);
+    p.alpha = job.src_bits % 32 == 0 ? bits_of(row, at + 3 * step, p.bits, false) : ones(p.bits);
     return p;
 }
 
@@ -175,17 +145,16 @@ Pixel read(const Conversion& job, const std::vector<uint8_t>& row, size_t i)
     const size_t at = i * static_cast<size_t>(depth_of(job.src_bits));
     Pixel p;
     p.kind = kind_of(job.src_bits, job.src_order);
-    if (p.kind == Kind::color) {
+    if (p.kind == Kind::color)
         return read_color(job, row, at);
-    }
     if (p.kind == Kind::index) {
-        p.value = bits_from_top(row, at, job.src_bits);
+        p.value = bits_of(row, at, job.src_bits, true);
         return p;
     }
     const int depth = depth_of(job.src_bits);
     const bool limited = flags_of(job).src_range;
     const Range range = range_of(job, depth, limited);
-    p.value = (bits_from_bottom(row, at, depth) >> std::min(range.shift, 63)) & ones(range.bits);
+    p.value = (bits_of(row, at, depth, false) >> std::min(range.shift, 63)) & ones(range.bits);
     p.bits = range.bits;
     p.proportional = depth == 8 && !limited;
     return p;
@@ -196,33 +165,24 @@ RGBQUAD entry_of(const std::vector<RGBQUAD>& palette, int32_t bits, int64_t inde
     return palette.empty() ? fixed_entry(bits, static_cast<uint32_t>(index)) : palette[static_cast<size_t>(index)];
 }
 
-int64_t clamped(int64_t sum, int bits)
+/// Multiplies blue, green and red with a matrix of 8192ths.
+void change_gamut(Pixel& p, const int64_t (&matrix)[3][3])
 {
-    return std::clamp<int64_t>(sum / 8192, 0, ones(bits));
+    const int64_t in[] = {p.blue, p.green, p.red};
+    int64_t* const out[] = {&p.blue, &p.green, &p.red};
+    for (size_t c = 0; c < 3; ++c)
+        *out[c] = std::clamp<int64_t>(
+            (matrix[c][0] * in[0] + matrix[c][1] * in[1] + matrix[c][2] * in[2] + 4095) / 8192, 0, ones(p.bits));
 }
 
-void leave_wide_gamut(Pixel& p)
-{
-    const int64_t b = p.blue, g = p.green, r = p.red;
-    p.blue = clamped(9467 * b - 1151 * g - 125 * r + 4095, p.bits);
-    p.green = clamped(-305 * b + 10232 * g - 1735 * r + 4095, p.bits);
-    p.red = clamped(-2156 * b - 6498 * g + 16846 * r + 4095, p.bits);
-}
-
-void enter_wide_gamut(Pixel& p)
-{
-    const int64_t b = p.blue, g = p.green, r = p.red;
-    p.blue = std::min((7151 * b + 897 * g + 145 * r + 4095) >> 13, ones(p.bits));
-    p.green = std::min((394 * b + 7067 * g + 731 * r + 4095) >> 13, ones(p.bits));
-    p.red = std::min((1067 * b + 2841 * g + 4284 * r + 4095) >> 13, ones(p.bits));
-}
+constexpr int64_t kLeaveWideGamut[3][3] = {{9467, -1151, -125}, {-305, 10232, -1735}, {-2156, -6498, 16846}};
+constexpr int64_t kEnterWideGamut[3][3] = {{7151, 897, 145}, {394, 7067, 731}, {1067, 2841, 4284}};
 
 /// A gray level in another number of bits.
 int64_t gray_in(const Pixel& gray, int bits)
 {
-    if (gray.proportional && bits > 8) {
+    if (gray.proportional && bits > 8)
         return static_cast<int64_t>(static_cast<uint64_t>(gray.value) * static_cast<uint64_t>(ones(bits)) / 255);
-    }
     return bits <= gray.bits ? gray.value >> (gray.bits - bits) : repeated(gray.value, gray.bits, bits);
 }
 
@@ -234,9 +194,8 @@ int64_t weigh(const Pixel& p)
 Pixel with_channels(const Pixel& p, int bits)
 {
     Pixel result = p;
-    for (int64_t Pixel::*channel : {&Pixel::red, &Pixel::green, &Pixel::blue, &Pixel::alpha}) {
+    for (int64_t Pixel::*channel : {&Pixel::red, &Pixel::green, &Pixel::blue, &Pixel::alpha})
         result.*channel = bits < p.bits ? p.*channel / 256 : bits > p.bits ? p.*channel * 257 : p.*channel;
-    }
     result.bits = bits;
     return result;
 }
@@ -244,9 +203,8 @@ Pixel with_channels(const Pixel& p, int bits)
 /// Any pixel as a colour whose channels have 8 or 16 bits.
 Pixel as_color(const Conversion& job, const Pixel& p, int bits)
 {
-    if (p.kind == Kind::color) {
+    if (p.kind == Kind::color)
         return with_channels(p, bits);
-    }
     Pixel color;
     if (p.kind == Kind::gray) {
         color.bits = bits;
@@ -265,9 +223,8 @@ Pixel as_color(const Conversion& job, const Pixel& p, int bits)
 /// Any pixel as a gray level; `deep` destinations see all bits of 16-bit channels.
 Pixel as_gray(const Conversion& job, const Pixel& p, bool deep)
 {
-    if (p.kind == Kind::gray) {
+    if (p.kind == Kind::gray)
         return p;
-    }
     const Pixel color = p.kind == Kind::color && deep ? p : as_color(job, p, 8);
     Pixel gray;
     gray.kind = Kind::gray;
@@ -279,9 +236,8 @@ Pixel as_gray(const Conversion& job, const Pixel& p, bool deep)
 
 bool is_transparent(const Conversion& job, const Pixel& p)
 {
-    if (job.transparent >> 24 == 1) {
+    if (job.transparent >> 24 == 1)
         return p.kind == Kind::index && p.value == static_cast<int64_t>(job.transparent & 0xFF);
-    }
     const Pixel color = as_color(job, p, 8);
     return (color.red | color.green << 8 | color.blue << 16) == static_cast<int64_t>(job.transparent & 0xFFFFFF);
 }
@@ -295,13 +251,10 @@ void write_index(const Conversion& job, const Pixel& p, std::vector<uint8_t>& ro
         color.green = entry.rgbGreen / 256;
         color.blue = entry.rgbBlue / 256;
     }
-    std::vector<RGBQUAD> palette = job.dst_palette;
-    for (uint32_t i = 0; job.dst_palette.empty() && i < 1u << job.dst_bits; ++i) {
-        palette.push_back(fixed_entry(job.dst_bits, i));
-    }
+    const std::vector<RGBQUAD> palette = job.dst_palette.empty() ? fixed_entries(job.dst_bits) : job.dst_palette;
     const int32_t index =
         nearest(palette, static_cast<int>(color.red), static_cast<int>(color.green), static_cast<int>(color.blue));
-    put_bits_from_top(row, at, job.dst_bits, index);
+    put_bits(row, at, job.dst_bits, true, index);
 }
 
 void write_gray(const Conversion& job, const Pixel& p, std::vector<uint8_t>& row, size_t at)
@@ -310,33 +263,29 @@ void write_gray(const Conversion& job, const Pixel& p, std::vector<uint8_t>& row
     const Pixel gray = as_gray(job, p, depth > 8);
     const Range range = range_of(job, depth, depth > 8 && flags_of(job).dst_range);
     const int64_t value = range.shift < depth ? gray_in(gray, range.bits) << range.shift : 0;
-    put_bits_from_bottom(row, at, depth, value & ones(depth));
+    put_bits(row, at, depth, false, value & ones(depth));
 }
 
 void write_color(const Conversion& job, const Pixel& p, std::vector<uint8_t>& row, size_t at)
 {
     Pixel color = as_color(job, p, job.dst_bits >= 48 ? 16 : 8);
-    if (flags_of(job).transparent) {
+    if (flags_of(job).transparent)
         color.alpha = is_transparent(job, p) ? 0 : ones(color.bits);
-    }
-    if (job.dst_order == COLORORDER_ROMM && job.src_order != COLORORDER_ROMM) {
-        enter_wide_gamut(color);
-    }
+    if (job.dst_order == COLORORDER_ROMM && job.src_order != COLORORDER_ROMM)
+        change_gamut(color, kEnterWideGamut);
     if (job.dst_bits == 16) {
         const Fields f = fields_of(job.dst_order);
-        put_bits_from_bottom(row, at, 16,
-                             (color.red >> 3) << f.red | (color.green >> (8 - f.green_bits)) << 5 |
-                                 (color.blue >> 3) << f.blue);
+        put_bits(row, at, 16, false,
+                 (color.red >> 3) << f.red | (color.green >> (8 - f.green_bits)) << 5 | (color.blue >> 3) << f.blue);
         return;
     }
     const auto step = static_cast<size_t>(color.bits);
     const size_t red_at = job.dst_order == COLORORDER_RGB ? 0 : 2;
-    put_bits_from_bottom(row, at + red_at * step, color.bits, color.red);
-    put_bits_from_bottom(row, at + step, color.bits, color.green);
-    put_bits_from_bottom(row, at + (2 - red_at) * step, color.bits, color.blue);
-    if (job.dst_bits % 32 == 0) {
-        put_bits_from_bottom(row, at + 3 * step, color.bits, color.alpha);
-    }
+    put_bits(row, at + red_at * step, color.bits, false, color.red);
+    put_bits(row, at + step, color.bits, false, color.green);
+    put_bits(row, at + (2 - red_at) * step, color.bits, false, color.blue);
+    if (job.dst_bits % 32 == 0)
+        put_bits(row, at + 3 * step, color.bits, false, color.alpha);
 }
 
 /// The class of a colour by the order of its channels.
@@ -347,48 +296,44 @@ int order_class(int red, int green, int blue)
 
 } // namespace
 
-RGBQUAD fixed_entry(int32_t bits, uint32_t index)
+RGBQUAD fixed_entry(int32_t bits, uint32_t i)
 {
-    static const uint8_t two[] = {0, 255}, four[] = {0, 85, 170, 255}, eight[] = {0, 36, 73, 109, 146, 182, 219, 255};
     static const uint32_t vga[] = {0x000000, 0x800000, 0x008000, 0x808000, 0x000080, 0x800080, 0x008080, 0x808080,
                                    0xC0C0C0, 0xFF0000, 0x00FF00, 0xFFFF00, 0x0000FF, 0xFF00FF, 0x00FFFF, 0xFFFFFF};
-    const uint32_t i = index;
+    static const uint32_t levels[][3] = {{},        {},        {},        {2, 2, 2}, {},
+                                         {4, 4, 2}, {4, 4, 4}, {4, 8, 4}, {8, 8, 4}, {6, 6, 6}};
     const auto quad = [](uint32_t r, uint32_t g, uint32_t b) {
         return RGBQUAD{static_cast<uint8_t>(b), static_cast<uint8_t>(g), static_cast<uint8_t>(r), 0};
     };
-    switch (bits) {
-    case 1:
-        return quad(two[i], two[i], two[i]);
-    case 2:
-        return quad(four[i], four[i], four[i]);
-    case 3:
-        return quad(two[i / 4], two[i / 2 % 2], two[i % 2]);
-    case 4:
+    if (bits <= 2)
+        return quad(i * 255 / (bits == 1 ? 1 : 3), i * 255 / (bits == 1 ? 1 : 3), i * 255 / (bits == 1 ? 1 : 3));
+    if (bits == 4)
         return quad(vga[i] >> 16, vga[i] >> 8, vga[i]);
-    case 5:
-        return quad(four[i / 8], four[i / 2 % 4], two[i % 2]);
-    case 6:
-        return quad(four[i / 16], four[i / 4 % 4], four[i % 4]);
-    case 7:
-        return quad(four[i / 32], eight[i / 4 % 8], four[i % 4]);
-    default:
-        return quad(eight[i / 32], eight[i / 4 % 8], four[i % 4]);
-    }
+    const auto& n = levels[bits];
+    const auto level = [](uint32_t k, uint32_t last) { return static_cast<uint32_t>(k * 255.0 / last + 0.5); };
+    if (i >= n[0] * n[1] * n[2])
+        return quad(0, 0, 0); // the cube's black entries
+    return quad(level(i / (n[1] * n[2]), n[0] - 1), level(i / n[2] % n[1], n[1] - 1), level(i % n[2], n[2] - 1));
+}
+
+std::vector<RGBQUAD> fixed_entries(int32_t bits)
+{
+    std::vector<RGBQUAD> entries;
+    for (uint32_t i = 0; i < 1u << std::min(bits, 8); ++i)
+        entries.push_back(fixed_entry(bits, i));
+    return entries;
 }
 
 int32_t nearest(const std::vector<RGBQUAD>& palette, int red, int green, int blue)
 {
     const auto is_all = [](const RGBQUAD& e, int v) { return e.rgbRed == v && e.rgbGreen == v && e.rgbBlue == v; };
     const auto last = static_cast<int32_t>(palette.size()) - 1;
-    if (last < 0) {
+    if (last < 0)
         return -1;
-    }
-    if (red == 0 && green == 0 && blue == 0 && (is_all(palette.front(), 0) || is_all(palette.back(), 0))) {
+    if (red == 0 && green == 0 && blue == 0 && (is_all(palette.front(), 0) || is_all(palette.back(), 0)))
         return is_all(palette.front(), 0) ? 0 : last;
-    }
-    if (red == 255 && green == 255 && blue == 255 && (is_all(palette.front(), 255) || is_all(palette.back(), 255))) {
+    if (red == 255 && green == 255 && blue == 255 && (is_all(palette.front(), 255) || is_all(palette.back(), 255)))
         return is_all(palette.back(), 255) ? last : 0;
-    }
     std::vector<int> distances;
     for (const RGBQUAD& e : palette) {
         const int dr = e.rgbRed - red, dg = e.rgbGreen - green, db = e.rgbBlue - blue;
@@ -408,9 +353,8 @@ int32_t nearest(const std::vector<RGBQUAD>& palette, int red, int green, int blu
 
 bool accepted(const Conversion& job)
 {
-    if (job.width <= 0 || !is_format(job.src_bits, job.src_order) || !is_format(job.dst_bits, job.dst_order)) {
+    if (job.width <= 0 || !is_format(job.src_bits, job.src_order) || !is_format(job.dst_bits, job.dst_order))
         return false;
-    }
     const Flags flags = flags_of(job);
     const bool deep_target = kind_of(job.dst_bits, job.dst_order) == Kind::gray && depth_of(job.dst_bits) > 8;
     const bool gray_source = kind_of(job.src_bits, job.src_order) == Kind::gray;
@@ -433,17 +377,15 @@ bool stays(const Conversion& job)
 
 std::vector<uint8_t> convert(const Conversion& job, const std::vector<uint8_t>& src)
 {
-    if (stays(job)) {
+    if (stays(job))
         return src;
-    }
     const auto depth = static_cast<size_t>(depth_of(job.dst_bits));
     const auto width = static_cast<size_t>(job.width);
     std::vector<uint8_t> row((width * depth + 7) / 8);
     for (size_t i = 0; i < width; ++i) {
         Pixel p = read(job, src, i);
-        if (job.src_order == COLORORDER_ROMM && job.dst_order != COLORORDER_ROMM) {
-            leave_wide_gamut(p);
-        }
+        if (job.src_order == COLORORDER_ROMM && job.dst_order != COLORORDER_ROMM)
+            change_gamut(p, kLeaveWideGamut);
         switch (kind_of(job.dst_bits, job.dst_order)) {
         case Kind::index:
             write_index(job, p, row, i * depth);

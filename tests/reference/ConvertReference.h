@@ -25,8 +25,9 @@ struct Conversion {
     COLORREF transparent = 0;
 };
 
-/// Entry `index` of the fixed palette of 1 to 8 bits.
+/// Entry `index` of the fixed palette of 1 to 8 bits; 9: of the cube's 216 colours with its black entries.
 RGBQUAD fixed_entry(int32_t bits, uint32_t index);
+std::vector<RGBQUAD> fixed_entries(int32_t bits);
 
 /// The nearest entry under the rule of ties.
 int32_t nearest(const std::vector<RGBQUAD>& palette, int red, int green, int blue);

@@ -1,5 +1,5 @@
 // A slow dither, written from the methods' descriptions alone and sharing nothing with the library: one pixel at a
-// time, the whole picture's errors kept, every colour searched for.
+// time, the whole picture's errors kept, every colour searched for. Colours of sources are the slow converter's.
 #pragma once
 
 #include "Vkkrnx.h"
@@ -17,12 +17,12 @@ struct DitherSetup {
     int32_t order = COLORORDER_BGR;
     int32_t low_bit = 0;
     int32_t high_bit = 7;
-    std::vector<RGBQUAD> own_palette; ///< of an indexed source; as many as the record has colours
+    std::vector<RGBQUAD> own_palette = {}; ///< of an indexed source; as many as the record has colours
     int32_t method = 0;
-    std::vector<RGBQUAD> palette;
+    std::vector<RGBQUAD> palette = {};
     uint32_t colors = 0;
     int32_t dst_bits = 8;
-    std::vector<uint32_t> match_table; ///< empty: none
+    std::vector<uint32_t> match_table = {}; ///< empty: none
 };
 
 class Dither {
@@ -38,29 +38,17 @@ public:
     int kind() const { return kind_; }
 
 private:
-    struct Color {
-        int channel[3]; ///< red, green, blue
-    };
-    struct Entry {
-        Color color;
-        int index;
-    };
-
     void choose_kind();
-    Color source_color(uint8_t* source, int x) const;
-    Color gray_color(uint32_t sample) const;
-    int nearest(const Color& color) const;
-    const Entry& match(const Color& color);
+    std::vector<uint8_t> colors_of(uint8_t* source) const;
+    size_t match(const RGBQUAD& color);
 
     DitherSetup setup_;
     int kind_ = 0;
-    std::vector<Entry> entries_;
-    std::map<int, int> cache_;                                ///< position by 15-bit colour
+    std::vector<RGBQUAD> entries_;                            ///< those that may be chosen
+    std::vector<uint32_t> indices_;                           ///< and where they stand
+    std::map<int, size_t> cache_;                             ///< place of an entry by 15-bit colour
     std::map<int, std::vector<std::vector<int64_t>>> errors_; ///< row, channel, column
     int y_ = 0;
 };
-
-/// The fixed palette of 1 to 8 bits and, for 9, the cube's 216 colours with its black entries.
-std::vector<RGBQUAD> fixed_entries(int kind_bits);
 
 } // namespace vk::reference

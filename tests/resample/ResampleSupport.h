@@ -107,8 +107,8 @@ inline Image image_of(TestBitmap& bitmap, const PixelFormat& format)
     Image image;
     for (int32_t y = 0; y < bitmap->Height; ++y)
         for (int32_t x = 0; x < bitmap->Width; ++x)
-            image.push_back(channels_of(*bitmap.get(), format,
-                                        all.data() + size_t{bitmap->BytesPerLine} * static_cast<uint32_t>(y), x));
+            image.push_back(
+                channels_of(*bitmap, format, all.data() + size_t{bitmap->BytesPerLine} * static_cast<uint32_t>(y), x));
     return image;
 }
 
@@ -127,13 +127,13 @@ inline void make_picture(TestBitmap& bitmap, Kind kind, int32_t width, int32_t h
         std::vector<RGBQUAD> entries(size_t{1} << format.bits);
         random.fill(entries.data(), entries.size() * sizeof(RGBQUAD));
         if (format.gray_palette)
-            ASSERT_EQ(SUCCESS, V_CreateBitmapGrayPalette(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_CreateBitmapGrayPalette(bitmap));
         else
-            ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(bitmap.get(), entries.data(),
+            ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(bitmap, entries.data(),
                                                      static_cast<uint32_t>(std::min<size_t>(entries.size(), 200))));
     }
     std::vector<uint8_t> row(bitmap->BytesPerLine, 0);
-    ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
+    ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap));
     for (int32_t y = 0; y < height; ++y) {
         for (int32_t x = 0; x < width; ++x) {
             uint64_t pixel = random.next();
@@ -144,9 +144,9 @@ inline void make_picture(TestBitmap& bitmap, Kind kind, int32_t width, int32_t h
                 pixel = x % 3 == 1 ? pixel | alpha << at : pixel & ~(alpha << at);
             set_pixel(row.data(), format.bits, x, pixel);
         }
-        ASSERT_EQ(static_cast<intptr_t>(row.size()), V_PutBitmapRow(bitmap.get(), row.data(), y, row.size()));
+        ASSERT_EQ(static_cast<intptr_t>(row.size()), V_PutBitmapRow(bitmap, row.data(), y, row.size()));
     }
-    ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+    ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
 }
 
 /// What a result channel may be: from low to high. A mean that ends next to a half may go either way.

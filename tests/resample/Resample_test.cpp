@@ -91,7 +91,7 @@ void fill_with(TestBitmap& bitmap, uint64_t pixel)
 
 std::vector<uint8_t> resampled(TestBitmap& bitmap, Size to, Filter filter)
 {
-    EXPECT_EQ(SUCCESS, vk::resample_bitmap(*bitmap.get(), to.width, to.height, filter));
+    EXPECT_EQ(SUCCESS, vk::resample_bitmap(*bitmap, to.width, to.height, filter));
     return bitmap.pixels();
 }
 
@@ -204,7 +204,7 @@ TEST(Resample, ConstantsStayAndMirrorsMirror)
                 if (format.by_color())
                     continue;
                 TestBitmap mirrored; // a picture turned upside down and left to right gives the result turned
-                V_FreeBitmap(bitmap.get());
+                V_FreeBitmap(bitmap);
                 ASSERT_NO_FATAL_FAILURE(make_picture(bitmap, Kind::conv, 21, 17, format, random));
                 ASSERT_NO_FATAL_FAILURE(make_picture(mirrored, Kind::conv, 21, 17, format, random));
                 for (int32_t i = 0; i < 21 * 17; ++i)
@@ -273,9 +273,9 @@ TEST(Resample, WiderInstructionsGiveTheSame)
                         bitmap->Data[i] = 255;
                 const Size to = {random.between(1, 200), random.between(1, 15)};
                 Form form;
-                ASSERT_TRUE(make_form(*bitmap.get(), false, form));
-                RowResampler fast(*bitmap.get(), form);
-                RowResampler plain(*bitmap.get(), form);
+                ASSERT_TRUE(make_form(*bitmap, false, form));
+                RowResampler fast(*bitmap, form);
+                RowResampler plain(*bitmap, form);
                 ASSERT_EQ(SUCCESS, fast.open(to.width, to.height, kernel));
                 limit_resampling(true);
                 ASSERT_EQ(SUCCESS, plain.open(to.width, to.height, kernel));
@@ -312,8 +312,8 @@ TEST(Resample, EveryStorageGivesTheSame)
                 ASSERT_NO_FATAL_FAILURE(make_picture(other, kind, 41, 19, format, again));
                 const Filter filter = kFilters[random.below(3)];
                 EXPECT_EQ(resampled(conv, to, filter), resampled(other, to, filter));
-                EXPECT_EQ(kind == Kind::disk, V_BitmapIsDiskMemory(other.get()) != 0);
-                EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(other.get()) != 0);
+                EXPECT_EQ(kind == Kind::disk, V_BitmapIsDiskMemory(other) != 0);
+                EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(other) != 0);
             }
 }
 
@@ -323,13 +323,13 @@ TEST(Resample, IntoAnotherBitmap)
     TestBitmap page; // inverted: 0 is white
     ASSERT_NO_FATAL_FAILURE(make_picture(page, Kind::conv, 40, 30, {1, kRgb}, random));
     const RGBQUAD inverted[] = {{255, 255, 255, 0}, {0, 0, 0, 0}};
-    ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(page.get(), inverted, 2));
+    ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(page, inverted, 2));
     TestBitmap gray;
     ASSERT_EQ(SUCCESS, gray.create(TYPE_CONV, 10, 10, 8, COLORORDER_RGB));
-    ASSERT_EQ(SUCCESS, V_CreateBitmapGrayPalette(gray.get()));
+    ASSERT_EQ(SUCCESS, V_CreateBitmapGrayPalette(gray));
     page->ViewPerspective = TOP_LEFT;
     gray->ViewPerspective = BOTTOM_LEFT;
-    ASSERT_EQ(SUCCESS, V_IntResampleBitmap(page.get(), gray.get()));
+    ASSERT_EQ(SUCCESS, V_IntResampleBitmap(page, gray));
     for (int32_t y = 0; y < 10; ++y)
         for (int32_t x = 0; x < 10; ++x) {
             int32_t white = 0;
@@ -343,18 +343,18 @@ TEST(Resample, IntoAnotherBitmap)
     TestBitmap other;
     ASSERT_NO_FATAL_FAILURE(make_picture(source, Kind::conv, 20, 10, {24, kBgr}, random));
     ASSERT_NO_FATAL_FAILURE(make_picture(same, Kind::conv, 20, 10, {24, kBgr}, random));
-    ASSERT_EQ(SUCCESS, V_IntBicubicResampleBitmap(source.get(), same.get())); // the same size: a copy
+    ASSERT_EQ(SUCCESS, V_IntBicubicResampleBitmap(source, same)); // the same size: a copy
     EXPECT_EQ(source.pixels(), same.pixels());
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source.get(), source.get()));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source.get(), nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(nullptr, source.get()));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntBicubicResampleBitmap(source.get(), other.get()));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source.get(), gray.get()));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source, source));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(nullptr, source));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntBicubicResampleBitmap(source, other));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source, gray));
     same->Order = COLORORDER_RGB;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source.get(), same.get()));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source, same));
     same->Order = kBgr;
     same->ViewPerspective = 6;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source.get(), same.get()));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntResampleBitmap(source, same));
 }
 
 TEST(Resample, PaletteOfTheDestinationIsTheOneMatched)
@@ -364,7 +364,7 @@ TEST(Resample, PaletteOfTheDestinationIsTheOneMatched)
     TestBitmap made;
     ASSERT_NO_FATAL_FAILURE(make_picture(source, Kind::conv, 20, 10, {8, kRgb, false}, random));
     ASSERT_NO_FATAL_FAILURE(make_picture(made, Kind::conv, 20, 10, {8, kRgb, false}, random));
-    ASSERT_EQ(SUCCESS, V_IntResampleBitmap(source.get(), made.get()));
+    ASSERT_EQ(SUCCESS, V_IntResampleBitmap(source, made));
     for (uint32_t i = 0; i < 20; ++i) {
         const uint8_t index = source->Data[i];
         const RGBQUAD want = index < source->Colors ? source->Palette[index] : RGBQUAD{};
@@ -378,12 +378,12 @@ TEST(Resample, ReplacesOnSuccessOnly)
     TestRandom random(310);
     TestBitmap bitmap;
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ResampleBitmap(nullptr, 5, 5));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_BicubicResampleBitmap(bitmap.get(), 5, 5));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_BicubicResampleBitmap(bitmap, 5, 5));
     ASSERT_NO_FATAL_FAILURE(make_picture(bitmap, Kind::conv, 300, 200, {24, kBgr}, random));
     std::vector<uint8_t> image = bitmap.image();
     for (const Size size : {Size{0, 5}, {5, 0}, {-1, 5}, {5, INT32_MIN}})
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ResampleBitmap(bitmap.get(), size.width, size.height));
-    EXPECT_EQ(SUCCESS, V_ResampleBitmap(bitmap.get(), 300, 200));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ResampleBitmap(bitmap, size.width, size.height));
+    EXPECT_EQ(SUCCESS, V_ResampleBitmap(bitmap, 300, 200));
     EXPECT_EQ(image, bitmap.image());
     static std::vector<int> seen;
     static int stop_at = 0;
@@ -395,12 +395,12 @@ TEST(Resample, ReplacesOnSuccessOnly)
                                return percent == stop_at ? ERROR_USER_ABORT : SUCCESS;
                            },
                            nullptr, nullptr, nullptr));
-    EXPECT_EQ(ERROR_USER_ABORT, V_BicubicResampleBitmap(bitmap.get(), 150, 300));
+    EXPECT_EQ(ERROR_USER_ABORT, V_BicubicResampleBitmap(bitmap, 150, 300));
     EXPECT_EQ(image, bitmap.image());
     seen.clear();
     stop_at = -1;
     bitmap->XResolution = 333;
-    EXPECT_EQ(SUCCESS, V_BicubicResampleBitmap(bitmap.get(), 150, 300));
+    EXPECT_EQ(SUCCESS, V_BicubicResampleBitmap(bitmap, 150, 300));
     V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
     ASSERT_EQ(101u, seen.size());
     EXPECT_EQ(0, seen.front());
@@ -423,7 +423,7 @@ TEST(Resample, FailuresLeaveTheBitmapAlone)
                     if (bitmap.create(memory, 15, 6, format.bits, format.order) != SUCCESS)
                         return;
                     const std::vector<uint8_t> image = bitmap.image();
-                    const int result = vk::resample_bitmap(*bitmap.get(), 9, 8, filter);
+                    const int result = vk::resample_bitmap(*bitmap, 9, 8, filter);
                     EXPECT_TRUE(result == SUCCESS ? bitmap->Width == 9 : image == bitmap.image());
                 });
             }

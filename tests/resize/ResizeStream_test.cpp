@@ -100,11 +100,11 @@ TEST(ResizeStream, ModesGiveWhatTheWholeBitmapGets)
                 const Output to = {20, 31, format.bits, format.order, mode.flags};
                 Bytes rows;
                 {
-                    Stream stream(bitmap.get(), to);
+                    Stream stream(bitmap, to);
                     ASSERT_EQ(SUCCESS, stream.result());
                     rows = stream.all();
                 }
-                ASSERT_EQ(SUCCESS, vk::resample_bitmap(*bitmap.get(), to.width, to.height, mode.filter));
+                ASSERT_EQ(SUCCESS, vk::resample_bitmap(*bitmap, to.width, to.height, mode.filter));
                 EXPECT_EQ(rows_of(bitmap), rows);
             }
 }
@@ -122,7 +122,7 @@ TEST(ResizeStream, NearestFollowsTheSteppingRule)
             Output to = size;
             to.bits = format.bits;
             to.order = format.order;
-            Stream stream(bitmap.get(), to);
+            Stream stream(bitmap, to);
             ASSERT_EQ(SUCCESS, stream.result());
             for (int32_t y = 0; y < to.height; ++y) {
                 const Bytes row = stream.row(y);
@@ -143,9 +143,9 @@ TEST(ResizeStream, LinearIsLinear)
     ASSERT_EQ(SUCCESS, ramp.create(TYPE_CONV, 4, 1, 8, kGray));
     const uint8_t levels[] = {0, 100, 200, 40};
     std::copy_n(levels, 4, ramp->Data);
-    Stream larger(ramp.get(), {8, 1, 8, kGray, STREAMFLAG_LINEAR});
+    Stream larger(ramp, {8, 1, 8, kGray, STREAMFLAG_LINEAR});
     EXPECT_EQ((Bytes{0, 25, 75, 125, 175, 160, 80, 40}), larger.row(0));
-    Stream smaller(ramp.get(), {2, 1, 8, kGray, STREAMFLAG_LINEAR}); // weights 4, 3, 1: twice the support, folded
+    Stream smaller(ramp, {2, 1, 8, kGray, STREAMFLAG_LINEAR}); // weights 4, 3, 1: twice the support, folded
     EXPECT_EQ((Bytes{63, 108}), smaller.row(0));
 }
 
@@ -159,8 +159,8 @@ TEST(ResizeStream, RowsAndPiecesInAnyOrder)
             ASSERT_NO_FATAL_FAILURE(make_picture(bitmap, Kind::tiled_file, kWidth, kHeight, format, random));
             bitmap->DitheringMethod = DITHER_NONE;
             const Output to = {51, 17, format.bits, format.order, flags};
-            Stream in_order(bitmap.get(), to);
-            Stream stream(bitmap.get(), to);
+            Stream in_order(bitmap, to);
+            Stream stream(bitmap, to);
             ASSERT_EQ(SUCCESS, stream.result());
             std::vector<Bytes> rows;
             for (int32_t y = 0; y < to.height; ++y)
@@ -189,7 +189,7 @@ TEST(ResizeStream, LongRowsComeInChunks)
         TestBitmap bitmap;
         ASSERT_NO_FATAL_FAILURE(make_picture(bitmap, Kind::conv, 20001, 2, {bits, vk::usual_order(bits)}, random));
         const Output to = {20001, 2, bits, bitmap->Order, 0};
-        Stream stream(bitmap.get(), to);
+        Stream stream(bitmap, to);
         ASSERT_EQ(SUCCESS, stream.result());
         EXPECT_EQ(rows_of(bitmap), stream.all());
         const Bytes piece = stream.row(1, 3, 19997);
@@ -226,15 +226,15 @@ TEST(ResizeStream, OutputFormatsAreThoseOfColorResolution)
                 output.to.flags = STREAMFLAG_BICUBIC;
                 Bytes rows;
                 {
-                    Stream stream(bitmap.get(), output.to);
+                    Stream stream(bitmap, output.to);
                     ASSERT_EQ(SUCCESS, stream.result());
                     rows = stream.all();
                     stream.row(7);
                     EXPECT_EQ(rows, stream.all()) << "from the start again";
                 }
-                ASSERT_EQ(SUCCESS, vk::resample_bitmap(*bitmap.get(), 20, 15, Filter::bicubic));
-                ASSERT_EQ(SUCCESS, V_ColorResBitmap(bitmap.get(), nullptr, 0, output.to.bits, output.flags,
-                                                    output.palette, nullptr, output.palette ? 16 : 0));
+                ASSERT_EQ(SUCCESS, vk::resample_bitmap(*bitmap, 20, 15, Filter::bicubic));
+                ASSERT_EQ(SUCCESS, V_ColorResBitmap(bitmap, nullptr, 0, output.to.bits, output.flags, output.palette,
+                                                    nullptr, output.palette ? 16 : 0));
                 EXPECT_EQ(rows_of(bitmap), rows);
             }
     TestBitmap page; // gray palettes become gray, whatever their depth
@@ -242,8 +242,8 @@ TEST(ResizeStream, OutputFormatsAreThoseOfColorResolution)
     page->ViewPerspective = TOP_LEFT;
     TestBitmap gray;
     ASSERT_EQ(SUCCESS, gray.create(TYPE_CONV, 10, 10, 8, kGray));
-    ASSERT_EQ(SUCCESS, V_IntResampleBitmap(page.get(), gray.get()));
-    EXPECT_EQ(rows_of(gray), Stream(page.get(), {10, 10, 8, kGray, STREAMFLAG_AREA}).all());
+    ASSERT_EQ(SUCCESS, V_IntResampleBitmap(page, gray));
+    EXPECT_EQ(rows_of(gray), Stream(page, {10, 10, 8, kGray, STREAMFLAG_AREA}).all());
 }
 
 TEST(ResizeStream, DestinationBitmapGivesFormatAndRowOrder)
@@ -256,13 +256,13 @@ TEST(ResizeStream, DestinationBitmapGivesFormatAndRowOrder)
     source->ViewPerspective = TOP_LEFT;
     other->ViewPerspective = BOTTOM_LEFT;
     Output to = {12, 8, 16, COLORORDER_RGB565, STREAMFLAG_BICUBIC};
-    Stream plain(source.get(), to);
+    Stream plain(source, to);
     to.bits = 0;
-    Stream as_other(source.get(), to, other.get());
+    Stream as_other(source, to, other);
     to.bits = 16;
-    Stream only_other(nullptr, to, other.get());
+    Stream only_other(nullptr, to, other);
     only_other.stops_with(ERROR_NULL_PTR);
-    Stream same(other.get(), to);
+    Stream same(other, to);
     for (int32_t y = 0; y < 8; ++y) {
         Bytes row(24);
         ASSERT_EQ(SUCCESS, V_GetResizedRowCol(as_other.state(), row.data(), 7 - y, 0, 12));
@@ -282,21 +282,21 @@ TEST(ResizeStream, LocksAndArguments)
         return V_StartResizeBitmap(source, width, height, bits, nullptr, order, 0, nullptr, nullptr, &state);
     };
     EXPECT_EQ(ERROR_INVALID_IMAGE, start(nullptr, 5, 5, 24));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, start(empty.get(), 5, 5, 24));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, start(empty, 5, 5, 24));
     EXPECT_EQ(ERROR_INVALID_PARAMETER,
-              V_StartResizeBitmap(bitmap.get(), 5, 5, 24, nullptr, kBgr, 0, nullptr, nullptr, nullptr));
+              V_StartResizeBitmap(bitmap, 5, 5, 24, nullptr, kBgr, 0, nullptr, nullptr, nullptr));
     for (const auto& [width, height] : {std::pair{0, 0}, {-1, 5}, {5, -1}, {1, 0}})
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, start(bitmap.get(), width, height, 24)) << width << ' ' << height;
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, start(bitmap, width, height, 24)) << width << ' ' << height;
     for (const auto& [bits, order] :
          {std::pair{9, kBgr}, {24, kGray}, {-1, kBgr}, {65, kBgr}, {16, 99}, {24, -1}, {12, kBgr}})
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, start(bitmap.get(), 5, 5, bits, order)) << bits << ' ' << order;
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, start(bitmap, 5, 5, bits, order)) << bits << ' ' << order;
     EXPECT_EQ(static_cast<void*>(&bitmap), state);
     EXPECT_EQ(0, bitmap->LockCount);
     {
-        Stream stream(bitmap.get(), {5, 5, 24, kBgr, 0});
+        Stream stream(bitmap, {5, 5, 24, kBgr, 0});
         ASSERT_EQ(SUCCESS, stream.result());
         EXPECT_EQ(1, bitmap->LockCount);
-        Stream held(bitmap.get(), {5, 5, 24, kBgr, 0}, nullptr, 1);
+        Stream held(bitmap, {5, 5, 24, kBgr, 0}, nullptr, 1);
         EXPECT_EQ(1, bitmap->LockCount);
         uint8_t row[15];
         for (const auto& [y, column, count] : {std::tuple{-1, 0, 1}, {5, 0, 1}, {0, -1, 1}, {0, 6, 0}, {0, 3, 3}})
@@ -328,8 +328,8 @@ TEST(ResizeStream, FailuresLeaveNothingBehind)
                 if (bitmap.create(memory, 15, 6, 32, kBgr) != SUCCESS)
                     return;
                 void* state = nullptr;
-                if (V_StartResizeBitmap2(bitmap.get(), to.width, to.height, to.bits, nullptr, to.order, to.flags,
-                                         nullptr, nullptr, &state, 0, 0) == SUCCESS) {
+                if (V_StartResizeBitmap2(bitmap, to.width, to.height, to.bits, nullptr, to.order, to.flags, nullptr,
+                                         nullptr, &state, 0, 0) == SUCCESS) {
                     uint8_t row[64];
                     for (const int32_t y : {0, 1, 2, 0})
                         V_GetResizedRowCol(state, row, y, 0, 9);

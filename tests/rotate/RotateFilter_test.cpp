@@ -121,7 +121,7 @@ TEST(RotateFilter, WeightsAsDefined)
                 ASSERT_NO_FATAL_FAILURE(make(bitmap, form, random.between(1, 150), random.between(1, 40)));
                 fill_rows(bitmap, random);
                 const Shown image = shown(bitmap);
-                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), angle, flags, 0));
+                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, angle, flags, 0));
                 const Shown canvas = shown(bitmap);
                 const ReferenceTurn turn(image, canvas, angle, flags, false);
                 const bool is_cubic = flags & 4;
@@ -173,8 +173,8 @@ TEST(RotateFilter, ConstantPicturesStayConstant)
                 for (int32_t x = 0; x < 90; ++x)
                     set_pixel(row.data(), bits, x, value);
                 for (int32_t y = 0; y < 80; ++y)
-                    ASSERT_LT(0, V_PutBitmapRow(bitmap.get(), row.data(), y, row.size()));
-                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), 1234, flags, 0));
+                    ASSERT_LT(0, V_PutBitmapRow(bitmap, row.data(), y, row.size()));
+                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 1234, flags, 0));
                 const Shown canvas = shown(bitmap);
                 for (int32_t y = 25; y < 55; ++y)
                     for (int32_t x = 25; x < 65; ++x)
@@ -202,7 +202,7 @@ TEST(RotateFilter, IndexedPicturesKeepTheirPalette)
                 return indices;
             };
             const Shown image = in_color(shown(bitmap));
-            ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), 2222, flags, 0x01000002u));
+            ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 2222, flags, 0x01000002u));
             const Shown canvas = in_color(shown(bitmap));
             const ReferenceTurn turn(image, canvas, 2222, flags, false);
             const uint64_t fill = palette[2].rgbBlue | palette[2].rgbGreen << 8 | palette[2].rgbRed << 16;
@@ -237,9 +237,9 @@ TEST(RotateFilter, TransparentPixelsDoNotBleed)
             for (int32_t y = 0; y < 60; ++y) {
                 for (size_t x = 0; x < row.size(); ++x)
                     row[x] = x < 30 ? (has_opaque ? 0xFF0000C8u : 0x000000C8u) : 0x00C80000u;
-                ASSERT_LT(0, V_PutBitmapRow(bitmap.get(), row.data(), y, 240));
+                ASSERT_LT(0, V_PutBitmapRow(bitmap, row.data(), y, 240));
             }
-            ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), 700, flags, 0x0000FF00u));
+            ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 700, flags, 0x0000FF00u));
             const Shown canvas = shown(bitmap);
             int blended = 0;
             for (int32_t y = 10; y < 50; ++y)

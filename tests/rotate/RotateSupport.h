@@ -129,14 +129,14 @@ inline void expect_nearest(const Shown& image, const Shown& canvas, const Refere
 inline void fill_rows(TestBitmap& bitmap, TestRandom& random)
 {
     std::vector<uint8_t> row(bitmap->BytesPerLine);
-    EXPECT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
+    EXPECT_EQ(SUCCESS, V_AccessBitmap(bitmap));
     for (int32_t y = 0; y < bitmap->Height; ++y) {
         std::fill(row.begin(), row.end(), uint8_t{0});
         for (int32_t x = 0; x < bitmap->Width; ++x)
             set_pixel(row.data(), bitmap->BitsPerPixel, x, random.next());
-        EXPECT_LT(0, V_PutBitmapRow(bitmap.get(), row.data(), y, row.size()));
+        EXPECT_LT(0, V_PutBitmapRow(bitmap, row.data(), y, row.size()));
     }
-    EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+    EXPECT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
 }
 
 } // namespace vk::testing

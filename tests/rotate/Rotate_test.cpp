@@ -51,7 +51,7 @@ void turn_and_compare(TestBitmap& bitmap, int32_t angle, uint32_t flags)
     const int32_t width = bitmap->Width;
     const int32_t height = bitmap->Height;
     const int32_t before = bitmap->ViewPerspective;
-    ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), angle, flags, kFirstEntry));
+    ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, angle, flags, kFirstEntry));
     const bool is_bottom_up = before == 2 || before == 4 || before == 5 || before == 7;
     ASSERT_EQ(is_bottom_up ? BOTTOM_LEFT : TOP_LEFT, bitmap->ViewPerspective);
     const Shown canvas = shown(bitmap);
@@ -115,7 +115,7 @@ TEST(Rotate, EdgesBelongToThePixelBefore)
     ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 3, 2, 8));
     const uint8_t rows[] = {1, 2, 3, 0, 4, 5, 6, 0};
     std::memcpy(bitmap->Data, rows, sizeof rows);
-    ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), 9000, 0, 0x01000009u));
+    ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 9000, 0, 0x01000009u));
     const std::vector<uint8_t> wanted = {4, 1, 9, 0, 5, 2, 9, 0};
     EXPECT_EQ(wanted, bitmap.pixels());
 }
@@ -135,12 +135,12 @@ TEST(Rotate, EveryStorageGivesTheSame)
                 ASSERT_NO_FATAL_FAILURE(wanted.make(Kind::conv, 61, 47, bits));
                 ASSERT_NO_FATAL_FAILURE(bitmap.make(kind, 61, 47, bits));
                 fill_rows(wanted, random);
-                ASSERT_EQ(SUCCESS, V_CopyBitmapData(bitmap.get(), wanted.get()));
-                ASSERT_EQ(SUCCESS, V_RotateBitmap(wanted.get(), 1730, flags, 0x00405060u));
-                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), 1730, flags, 0x00405060u));
+                ASSERT_EQ(SUCCESS, V_CopyBitmapData(bitmap, wanted));
+                ASSERT_EQ(SUCCESS, V_RotateBitmap(wanted, 1730, flags, 0x00405060u));
+                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 1730, flags, 0x00405060u));
                 EXPECT_EQ(wanted.pixels(), bitmap.pixels());
-                EXPECT_FALSE(V_BitmapIsCompressed(bitmap.get()));
-                EXPECT_EQ(kind == Kind::disk, V_BitmapIsDiskMemory(bitmap.get()) != 0);
+                EXPECT_FALSE(V_BitmapIsCompressed(bitmap));
+                EXPECT_EQ(kind == Kind::disk, V_BitmapIsDiskMemory(bitmap) != 0);
             }
 }
 
@@ -158,10 +158,10 @@ TEST(Rotate, LargeOnesPassThroughBoxes)
             ASSERT_NO_FATAL_FAILURE(disk.make(Kind::disk, 1101, 530, bits));
             ASSERT_NO_FATAL_FAILURE(tiled.make(Kind::tiled_mixed, 1101, 530, bits));
             fill_rows(conv, random);
-            ASSERT_EQ(SUCCESS, V_CopyBitmapData(disk.get(), conv.get()));
-            ASSERT_EQ(SUCCESS, V_CopyBitmapData(tiled.get(), conv.get()));
-            ASSERT_EQ(SUCCESS, V_RotateBitmap(disk.get(), angle, 0, kFirstEntry));
-            ASSERT_EQ(SUCCESS, V_RotateBitmap(tiled.get(), angle, 0, kFirstEntry));
+            ASSERT_EQ(SUCCESS, V_CopyBitmapData(disk, conv));
+            ASSERT_EQ(SUCCESS, V_CopyBitmapData(tiled, conv));
+            ASSERT_EQ(SUCCESS, V_RotateBitmap(disk, angle, 0, kFirstEntry));
+            ASSERT_EQ(SUCCESS, V_RotateBitmap(tiled, angle, 0, kFirstEntry));
             ASSERT_NO_FATAL_FAILURE(turn_and_compare(conv, angle, 0));
             EXPECT_TRUE(conv.pixels() == disk.pixels()) << bits << ", angle " << angle;
             EXPECT_TRUE(conv.pixels() == tiled.pixels()) << bits << ", angle " << angle;
@@ -193,10 +193,10 @@ TEST(Rotate, FastLoopsEqualPlainOnes)
             ASSERT_NO_FATAL_FAILURE(bitmaps[0].make(Kind::conv, width, height, bits));
             ASSERT_NO_FATAL_FAILURE(bitmaps[1].make(Kind::conv, width, height, bits));
             fill_rows(bitmaps[0], random);
-            ASSERT_EQ(SUCCESS, V_CopyBitmapData(bitmaps[1].get(), bitmaps[0].get()));
+            ASSERT_EQ(SUCCESS, V_CopyBitmapData(bitmaps[1], bitmaps[0]));
             for (const bool is_plain : {false, true}) {
                 const PlainLoops plain(is_plain);
-                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmaps[is_plain].get(), angle, 1, kFirstEntry));
+                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmaps[is_plain], angle, 1, kFirstEntry));
             }
             ASSERT_TRUE(bitmaps[0].pixels() == bitmaps[1].pixels());
         }
@@ -238,7 +238,7 @@ TEST(Rotate, FillColors)
             bitmap->HighBit = 9;
         }
         for (const uint32_t flags : {1u, 3u, 5u}) { // a canvas corner is far from the image in every form
-            ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), 3000, flags, test.color));
+            ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 3000, flags, test.color));
             EXPECT_EQ(test.wanted, get_pixel(bitmap.pixels().data(), test.bits, 0))
                 << test.bits << " bits, color " << std::hex << test.color << ", flags " << flags;
         }
@@ -259,12 +259,12 @@ TEST(Rotate, ProgressAndRefusal)
             const bool is_turned = (angle + (angle == 9000 ? 9000 : 18000)) % 36000 != 0;
             for (const int refused : {0, 1}) {
                 const Listener listener(refused);
-                EXPECT_EQ(ERROR_USER_ABORT, V_IntRotateBitmap(bitmap.get(), angle, flags, 0, 20, 60, 3, 4));
+                EXPECT_EQ(ERROR_USER_ABORT, V_IntRotateBitmap(bitmap, angle, flags, 0, 20, 60, 3, 4));
                 EXPECT_EQ(record, bitmap.image());
                 EXPECT_EQ(pixels, bitmap.pixels());
             }
             Listener listener;
-            EXPECT_EQ(SUCCESS, V_IntRotateBitmap(bitmap.get(), angle, flags, 0, 20, 60, 3, 4));
+            EXPECT_EQ(SUCCESS, V_IntRotateBitmap(bitmap, angle, flags, 0, 20, 60, 3, 4));
             EXPECT_EQ(20, listener.heard.front());
             EXPECT_EQ(60, listener.heard.back());
             EXPECT_TRUE(std::is_sorted(listener.heard.begin(), listener.heard.end()));
@@ -274,7 +274,7 @@ TEST(Rotate, ProgressAndRefusal)
     ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 5, 4, 24));
     const std::vector<uint8_t> record = bitmap.image();
     Listener listener;
-    EXPECT_EQ(SUCCESS, V_IntRotateBitmap(bitmap.get(), -72000, 0, 0, 7, 7, 0, 0));
+    EXPECT_EQ(SUCCESS, V_IntRotateBitmap(bitmap, -72000, 0, 0, 7, 7, 0, 0));
     EXPECT_EQ(std::vector<int>{7}, listener.heard);
     EXPECT_EQ(record, bitmap.image());
 }
@@ -292,15 +292,15 @@ TEST(Rotate, KeepsWhatIsNotPixels)
         (*bitmap)->XResolution = 300;
         (*bitmap)->YResolution = 200;
         (*bitmap)->Delay = 5;
-        ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(bitmap->get(), 16));
+        ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(*bitmap, 16));
     }
     const void* const extra = about_corner->ExtraData;
     const RGBQUAD entry = about_corner->Palette[77];
-    ASSERT_EQ(SUCCESS, V_AccessBitmap(about_corner.get()));
-    ASSERT_EQ(SUCCESS, V_IntRotateBitmap(about_middle.get(), 1234, 9, 0, 0, 100, 16.5, 10.5));
-    ASSERT_EQ(SUCCESS, V_IntRotateBitmap(about_corner.get(), 1234, 8, 0, 0, 100, -1e6, 0.25));
+    ASSERT_EQ(SUCCESS, V_AccessBitmap(about_corner));
+    ASSERT_EQ(SUCCESS, V_IntRotateBitmap(about_middle, 1234, 9, 0, 0, 100, 16.5, 10.5));
+    ASSERT_EQ(SUCCESS, V_IntRotateBitmap(about_corner, 1234, 8, 0, 0, 100, -1e6, 0.25));
     EXPECT_EQ(1, about_corner->LockCount);
-    ASSERT_EQ(SUCCESS, V_ReleaseBitmap(about_corner.get()));
+    ASSERT_EQ(SUCCESS, V_ReleaseBitmap(about_corner));
     EXPECT_TRUE(about_middle.pixels() == about_corner.pixels());
     EXPECT_EQ(extra, about_corner->ExtraData);
     EXPECT_EQ(300, about_corner->XResolution);
@@ -314,17 +314,17 @@ TEST(Rotate, Arguments)
     TestBitmap bitmap;
     EXPECT_EQ(ERROR_INVALID_IMAGE, V_RotateBitmap(nullptr, 0, 0, 0));
     EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntRotateBitmap(nullptr, 0, 0, 0, 0, 100, 0, 0));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_RotateBitmap(bitmap.get(), 0, 0, 0));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_RotateBitmap(bitmap, 0, 0, 0));
     bitmap->StructSize = 100;
-    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_RotateBitmap(bitmap.get(), 0, 0, 0));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntRotateBitmap(bitmap.get(), 0, 0, 0, 0, 100, 0, 0));
+    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_RotateBitmap(bitmap, 0, 0, 0));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntRotateBitmap(bitmap, 0, 0, 0, 0, 100, 0, 0));
     bitmap->StructSize = BITMAPHANDLE_SIZE;
     ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 100, 4, 24));
     bitmap->Width = 1000; // rows do not hold it
-    EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, V_RotateBitmap(bitmap.get(), 730, 0, 0));
+    EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, V_RotateBitmap(bitmap, 730, 0, 0));
     bitmap->Width = 100;
     for (const int32_t angle : {INT32_MIN, INT32_MAX})
-        EXPECT_EQ(SUCCESS, V_RotateBitmap(bitmap.get(), angle, 1, 0));
+        EXPECT_EQ(SUCCESS, V_RotateBitmap(bitmap, angle, 1, 0));
     rotate::Geometry geometry;
     EXPECT_FALSE(rotate::make_geometry(geometry, INT32_MAX, INT32_MAX, 4500, rotate::Placement::grown));
     EXPECT_TRUE(rotate::make_geometry(geometry, INT32_MAX, INT32_MAX, 4500, rotate::Placement::kept));
@@ -353,7 +353,7 @@ TEST(RotateFaults, LeaveTheRecordAsItWas)
                         return;
                     bitmap->ViewPerspective = 7;
                     before = bitmap.image();
-                    result = V_RotateBitmap(bitmap.get(), 730, flags, 0);
+                    result = V_RotateBitmap(bitmap, 730, flags, 0);
                     after = bitmap.image();
                 },
                 [&](const FaultRound&) {

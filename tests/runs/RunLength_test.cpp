@@ -216,7 +216,7 @@ TEST(RunLength, SplitsLongRunsAsBytesBringThem)
         check(pixels, offset, count);
     };
     at_every_level([&] {
-        for (const uint32_t edge : {65528u, 65535u, 65536u, 131056u, 131063u, 131070u, 200000u}) {
+        for (const uint32_t edge : {65528u, 65535u, 65536u, 131056u, 131063u, 131070u, 200000u})
             for (uint32_t count = edge - 9; count <= edge + 9 && !HasFailure(); count += 1 + count % 2) {
                 const auto offset = static_cast<uint32_t>(random.below(8));
                 for (const Content kind : {Content::clear, Content::set}) {
@@ -226,7 +226,6 @@ TEST(RunLength, SplitsLongRunsAsBytesBringThem)
                 }
                 around(count, offset, Content::long_runs, UINT32_MAX);
             }
-        }
         for (int i = 0; i < 12 && !HasFailure(); ++i)
             around(static_cast<uint32_t>(random.below(kMostPixels)), static_cast<uint32_t>(random.below(8)),
                    static_cast<Content>(i % 6), UINT32_MAX);

@@ -102,7 +102,7 @@ void expect_same(TestBitmap& bitmap, Model& model)
 {
     ASSERT_EQ(model.bytes.size(), bitmap.bytes());
     ASSERT_EQ(model.bytes, bitmap.pixels());
-    if (V_BitmapIsCompressed(bitmap.get())) {
+    if (V_BitmapIsCompressed(bitmap)) {
         EXPECT_EQ(model.stored_bytes(), bitmap.data_size());
     }
 }
@@ -117,20 +117,20 @@ void change(TestBitmap& bitmap, Model& model, TestRandom& random)
     case 0: { // whole rows, or some bytes of several
         const size_t bytes = random.one_in(2) ? model.line : 1 + random.below(model.bytes.size() - start);
         const Bytes from = runs_of_bytes(random, bytes);
-        ASSERT_EQ(static_cast<intptr_t>(bytes), V_PutBitmapRow(bitmap.get(), from.data(), y, bytes));
+        ASSERT_EQ(static_cast<intptr_t>(bytes), V_PutBitmapRow(bitmap, from.data(), y, bytes));
         model.put(start, from);
         break;
     }
     case 1: { // part of a row, and perhaps of the next
         const size_t at = start + static_cast<size_t>(x) / 8;
         const Bytes from = runs_of_bytes(random, 1 + random.below(std::min(model.line, model.bytes.size() - at)));
-        ASSERT_EQ(static_cast<intptr_t>(from.size()), V_PutBitmapRowCol(bitmap.get(), from.data(), y, x, from.size()));
+        ASSERT_EQ(static_cast<intptr_t>(from.size()), V_PutBitmapRowCol(bitmap, from.data(), y, x, from.size()));
         model.put(at, from);
         break;
     }
     case 2: {
         const Bytes row = any_row(random, static_cast<uint32_t>(model.width));
-        ASSERT_EQ(static_cast<intptr_t>(row.size()), V_PutBitmapRowCompressed(bitmap.get(), row.data(), y, row.size()));
+        ASSERT_EQ(static_cast<intptr_t>(row.size()), V_PutBitmapRowCompressed(bitmap, row.data(), y, row.size()));
         Bytes pixels(static_cast<size_t>(vk::packed_bytes(static_cast<uint64_t>(model.width), 1)));
         rl::expand_plain(row.data(), pixels.data(), 0, static_cast<uint32_t>(model.width));
         model.put(start, pixels);
@@ -138,20 +138,19 @@ void change(TestBitmap& bitmap, Model& model, TestRandom& random)
     }
     case 3: {
         const Bytes row = any_row(random, static_cast<uint32_t>(model.width));
-        ASSERT_EQ(static_cast<intptr_t>(row.size()),
-                  V_PutBitmapRowColCompressed(bitmap.get(), row.data(), y, x, row.size()));
+        ASSERT_EQ(static_cast<intptr_t>(row.size()), V_PutBitmapRowColCompressed(bitmap, row.data(), y, x, row.size()));
         rl::overlay(row.data(), model.row(y) + x / 8, static_cast<uint32_t>(x % 8),
                     static_cast<uint32_t>(model.width - x));
         break;
     }
     case 4:
-        ASSERT_EQ(1, V_PutBitmapRow(bitmap.get(), "\0", y, 1)); // toward clear rows
+        ASSERT_EQ(1, V_PutBitmapRow(bitmap, "\0", y, 1)); // toward clear rows
         model.put(start, Bytes(1));
         break;
     default:
-        if (!V_BitmapIsCompressed(bitmap.get()))
+        if (!V_BitmapIsCompressed(bitmap))
             break;
-        ASSERT_EQ(SUCCESS, random.one_in(2) ? V_TrimBitmapHeap(bitmap.get()) : V_GrowBitmapHeap(bitmap.get(), 5000));
+        ASSERT_EQ(SUCCESS, random.one_in(2) ? V_TrimBitmapHeap(bitmap) : V_GrowBitmapHeap(bitmap, 5000));
     }
 }
 
@@ -162,14 +161,12 @@ void compare_row(TestBitmap& bitmap, Model& model, TestRandom& random)
     const int32_t x = random.one_in(2) ? 0 : random.between(0, model.width - 1);
     const Bytes expected = model.compressed(y, x);
     Bytes out(expected.size(), 0xA5);
-    EXPECT_EQ(V_ERROR_BUFFER_TOO_SMALL,
-              V_GetBitmapRowColCompressed(bitmap.get(), out.data(), y, x, expected.size() - 1));
-    ASSERT_EQ(static_cast<intptr_t>(out.size()),
-              V_GetBitmapRowColCompressed(bitmap.get(), out.data(), y, x, out.size()));
+    EXPECT_EQ(V_ERROR_BUFFER_TOO_SMALL, V_GetBitmapRowColCompressed(bitmap, out.data(), y, x, expected.size() - 1));
+    ASSERT_EQ(static_cast<intptr_t>(out.size()), V_GetBitmapRowColCompressed(bitmap, out.data(), y, x, out.size()));
     ASSERT_EQ(expected, out);
     const size_t at = static_cast<size_t>(y) * model.line + static_cast<size_t>(x) / 8;
     Bytes part(1 + random.below(model.bytes.size() - at), 0xA5);
-    ASSERT_EQ(static_cast<intptr_t>(part.size()), V_GetBitmapRowCol(bitmap.get(), part.data(), y, x, part.size()));
+    ASSERT_EQ(static_cast<intptr_t>(part.size()), V_GetBitmapRowCol(bitmap, part.data(), y, x, part.size()));
     ASSERT_TRUE(std::equal(part.begin(), part.end(), model.bytes.begin() + static_cast<std::ptrdiff_t>(at)));
 }
 
@@ -177,24 +174,24 @@ TEST(CompressedStore, RandomOperationsOnEveryKindOfStorage)
 {
     TestRandom random(201);
     SCOPED_TRACE(random);
-    for (const Kind kind : kKinds) {
+    for (const Kind kind : kKinds)
         for (const int32_t width : {1, 31, 77, 400, 3000}) {
             SCOPED_TRACE(std::string(name_of(kind)) + ", width " + std::to_string(width));
             Model model(width, 11);
             model.keeps_padding = kind != Kind::compressed;
             TestBitmap bitmap(random.one_in(2) ? BITMAPHANDLE_SIZE : BITMAPHANDLE_SIZE_EARLIER);
             bitmap.make(kind, width, model.height, 1);
-            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
             const int rounds = kind == Kind::compressed ? 400 : 60;
             for (int i = 0; i < rounds && !HasFatalFailure(); ++i) {
-                ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
+                ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap));
                 change(bitmap, model, random);
                 compare_row(bitmap, model, random);
-                ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+                ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
                 if (kind == Kind::compressed && random.one_in(10)) {
                     model.resize(random.between(1, 30));
-                    ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), model.height));
-                    ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+                    ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, model.height));
+                    ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
                 }
                 if (random.one_in(8))
                     expect_same(bitmap, model);
@@ -203,7 +200,6 @@ TEST(CompressedStore, RandomOperationsOnEveryKindOfStorage)
             if (HasFatalFailure())
                 return;
         }
-    }
 }
 
 TEST(CompressedStore, KeepsRowsWiderThanAnyRun)
@@ -214,7 +210,7 @@ TEST(CompressedStore, KeepsRowsWiderThanAnyRun)
         Model model(width, 5);
         TestBitmap bitmap;
         bitmap.make(Kind::compressed, width, 5, 1);
-        ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+        ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
         expect_same(bitmap, model);
         for (int i = 0; i < 25 && !HasFatalFailure(); ++i) {
             change(bitmap, model, random);
@@ -222,9 +218,9 @@ TEST(CompressedStore, KeepsRowsWiderThanAnyRun)
         }
         expect_same(bitmap, model);
         const Bytes clear(model.bytes.size());
-        ASSERT_EQ(static_cast<intptr_t>(clear.size()), V_PutBitmapRow(bitmap.get(), clear.data(), 0, clear.size()));
+        ASSERT_EQ(static_cast<intptr_t>(clear.size()), V_PutBitmapRow(bitmap, clear.data(), 0, clear.size()));
         EXPECT_EQ(5 * rl::clear_row_bytes(static_cast<uint32_t>(width)), bitmap.data_size());
-        EXPECT_EQ(nullptr, vk::compressed_row(*bitmap.get(), 3)) << "a clear row takes memory";
+        EXPECT_EQ(nullptr, vk::compressed_row(*bitmap, 3)) << "a clear row takes memory";
     }
 }
 
@@ -234,31 +230,31 @@ TEST(CompressedStore, HoldsRowsInBands)
     constexpr int32_t kWidth = 40;
     TestBitmap bitmap;
     bitmap.make(Kind::compressed, kWidth, 2 * kRows + 5, 1);
-    EXPECT_EQ(3u, vk::compressed_bands(*bitmap.get()));
+    EXPECT_EQ(3u, vk::compressed_bands(*bitmap));
     const auto value = [](int32_t y) { return static_cast<uint8_t>(y * 37 | 1); };
     const auto check = [&](int32_t y, bool kept) {
         uint8_t out[8] = {9, 9, 9, 9, 9, 9, 9, 9};
-        ASSERT_EQ(8, V_GetBitmapRow(bitmap.get(), out, y, 8)) << y;
+        ASSERT_EQ(8, V_GetBitmapRow(bitmap, out, y, 8)) << y;
         const uint8_t in[8] = {value(y), 0, 0, 0, 0xF0, 0, 0, 0};
         const uint8_t none[8] = {};
         ASSERT_EQ(0, std::memcmp(kept ? in : none, out, 8)) << y;
     };
-    ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+    ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
     uint64_t size = bitmap.data_size();
     for (int32_t y = 0; y < 2 * kRows + 5; ++y) {
         const uint8_t in[8] = {value(y), 0, 0, 0, 0xF0, 0xFF, 0xFF, 0xFF}; // padding is not kept
-        ASSERT_EQ(8, V_PutBitmapRow(bitmap.get(), in, y, 8));
+        ASSERT_EQ(8, V_PutBitmapRow(bitmap, in, y, 8));
         ASSERT_LT(size, bitmap.data_size());
         size = bitmap.data_size();
     }
     // Away and back again: what was cut off is clear.
     for (const int32_t height : {2 * kRows + 3, kRows + 1, kRows, 2 * kRows + 5, 3 * kRows}) {
-        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), height));
-        EXPECT_EQ(static_cast<size_t>((height + kRows - 1) / kRows), vk::compressed_bands(*bitmap.get()));
+        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, height));
+        EXPECT_EQ(static_cast<size_t>((height + kRows - 1) / kRows), vk::compressed_bands(*bitmap));
     }
     for (const int32_t y : {0, 1, kRows - 1, kRows, kRows + 1, 2 * kRows - 1, 2 * kRows, 3 * kRows - 1})
         check(y, y < kRows);
-    ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+    ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
     Model row(kWidth, 1);
     uint64_t expected = static_cast<uint64_t>(2 * kRows) * rl::clear_row_bytes(kWidth);
     for (int32_t y = 0; y < kRows; ++y) {
@@ -267,8 +263,8 @@ TEST(CompressedStore, HoldsRowsInBands)
     }
     EXPECT_EQ(expected, bitmap.data_size());
     uint8_t out = 0;
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_GetBitmapRow(bitmap.get(), &out, 3 * kRows, 1));
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_PutBitmapRow(bitmap.get(), &out, -1, 1));
+    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_GetBitmapRow(bitmap, &out, 3 * kRows, 1));
+    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_PutBitmapRow(bitmap, &out, -1, 1));
 }
 
 TEST(CompressedStore, FreesItsMemoryWhenDataWasExchanged)
@@ -278,7 +274,7 @@ TEST(CompressedStore, FreesItsMemoryWhenDataWasExchanged)
         TestBitmap bitmap;
         bitmap.make(Kind::compressed, 100, 40000, 1);
         uint8_t other[16] = {};
-        ASSERT_EQ(16, V_PutBitmapRow(bitmap.get(), other, 3, 16));
+        ASSERT_EQ(16, V_PutBitmapRow(bitmap, other, 3, 16));
         bitmap->Data = other;
     }
     expect_same_live(before, vk::fault::live());
@@ -299,9 +295,9 @@ TEST(CompressedStore, AnyAllocationMayFail)
     Model model(kWidth, 24);
     const uint64_t calls = for_each_fault([&] {
         TestBitmap bitmap;
-        if (V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, kWidth, 24, 1) != SUCCESS)
+        if (V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, kWidth, 24, 1) != SUCCESS)
             return;
-        if (V_AllocateBitmap(bitmap.get(), TYPE_COMPRESSED) != SUCCESS || !V_BitmapIsCompressed(bitmap.get()))
+        if (V_AllocateBitmap(bitmap, TYPE_COMPRESSED) != SUCCESS || !V_BitmapIsCompressed(bitmap))
             return;
         model = Model(kWidth, 24);
         const auto follow = [&](intptr_t result, intptr_t wanted, auto&& apply) {
@@ -311,30 +307,30 @@ TEST(CompressedStore, AnyAllocationMayFail)
                 EXPECT_EQ(V_ERROR_NO_MEMORY, result);
             expect_same(bitmap, model);
         };
-        follow(V_PutBitmapRow(bitmap.get(), busy.data(), 0, busy.size()), moved(busy), [&] { model.put(0, busy); });
+        follow(V_PutBitmapRow(bitmap, busy.data(), 0, busy.size()), moved(busy), [&] { model.put(0, busy); });
         const Bytes part(busy.begin(), busy.begin() + 333);
-        follow(V_PutBitmapRowCol(bitmap.get(), part.data(), 2, 777, part.size()), moved(part),
+        follow(V_PutBitmapRowCol(bitmap, part.data(), 2, 777, part.size()), moved(part),
                [&] { model.put(2 * model.line + 777 / 8, part); });
         const Bytes row = any_row(random, kWidth);
         Bytes pixels(model.line);
         rl::expand_plain(row.data(), pixels.data(), 0, kWidth);
-        follow(V_PutBitmapRowCompressed(bitmap.get(), row.data(), 5, row.size()), moved(row),
+        follow(V_PutBitmapRowCompressed(bitmap, row.data(), 5, row.size()), moved(row),
                [&] { model.put(5 * model.line, pixels); });
         for (const int32_t height : {7, 40000}) {
-            follow(V_ChangeBitmapHeight(bitmap.get(), height), SUCCESS, [&] {
+            follow(V_ChangeBitmapHeight(bitmap, height), SUCCESS, [&] {
                 model.resize(height);
-                EXPECT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+                EXPECT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
             });
         }
-        const int trimmed = V_TrimBitmapHeap(bitmap.get());
+        const int trimmed = V_TrimBitmapHeap(bitmap);
         EXPECT_TRUE(trimmed == SUCCESS || trimmed == FAILURE) << trimmed;
         expect_same(bitmap, model);
-        const int grown = V_GrowBitmapHeap(bitmap.get(), 300000);
+        const int grown = V_GrowBitmapHeap(bitmap, 300000);
         EXPECT_TRUE(grown == SUCCESS || grown == V_ERROR_NO_MEMORY) << grown;
         if (grown == SUCCESS && !vk::fault::fired()) { // then puts need no memory
             vk::fault::arm_call(vk::fault::Call::heap_realloc, 1, true);
             for (int32_t y = 0; y < 7; ++y)
-                EXPECT_EQ(model.line, static_cast<size_t>(V_PutBitmapRow(bitmap.get(), busy.data(), y, model.line)));
+                EXPECT_EQ(model.line, static_cast<size_t>(V_PutBitmapRow(bitmap, busy.data(), y, model.line)));
         }
     });
     EXPECT_GT(calls, 15u);
@@ -356,15 +352,15 @@ TEST(CompressedStore, RefusesWhatItCannotDo)
         }
     };
     both(nullptr, row, 0, 0, 64, V_ERROR_INVALID_PARAMETER);
-    both(bitmap.get(), nullptr, 0, 0, 64, V_ERROR_INVALID_PARAMETER);
-    both(deep.get(), row, 0, 0, 64, V_ERROR_INVALID_BITS_PER_PIXEL);
+    both(bitmap, nullptr, 0, 0, 64, V_ERROR_INVALID_PARAMETER);
+    both(deep, row, 0, 0, 64, V_ERROR_INVALID_BITS_PER_PIXEL);
     for (const size_t bytes : {0u, 3u, 4u, 5u})
-        both(bitmap.get(), row, 0, 0, bytes, V_ERROR_BUFFER_TOO_SMALL);
+        both(bitmap, row, 0, 0, bytes, V_ERROR_BUFFER_TOO_SMALL);
     for (const int32_t y : {-1, 10})
-        both(bitmap.get(), row, y, 0, 64, V_ERROR_INVALID_PARAMETER);
+        both(bitmap, row, y, 0, 64, V_ERROR_INVALID_PARAMETER);
     for (const int32_t x : {-1, 100})
-        both(bitmap.get(), row, 0, x, 64, V_ERROR_INVALID_PARAMETER);
-    BITMAPHANDLE wrong = *bitmap.get();
+        both(bitmap, row, 0, x, 64, V_ERROR_INVALID_PARAMETER);
+    BITMAPHANDLE wrong = *bitmap;
     wrong.Width = 129; // more than the rows hold
     both(&wrong, row, 0, 0, 64, V_ERROR_INVALID_WIDTH_HEIGHT);
     wrong.Flags = 0;
@@ -391,7 +387,7 @@ TEST(CompressedStore, RefusesWhatItCannotDo)
         EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_FlipCompressedBuffer(buffer, -1));
     }
     EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_MirrorCompressedBuffer(row, 100000)) << "no room for the missing pixels";
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_TrimBitmapHeap(deep.get()));
+    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_TrimBitmapHeap(deep));
     EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_GrowBitmapHeap(nullptr, 1));
 }
 
@@ -444,18 +440,18 @@ TEST(CompressedRows, CallbacksSeeThePixels)
     table.StructSize = sizeof table;
     table.UserData = &calls;
     table.GetBitmapRowColCallback = rows_of_ones;
-    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &table));
+    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap, &table));
     uint8_t row[16] = {};
-    ASSERT_EQ(8, V_GetBitmapRowCompressed(bitmap.get(), row, 1, sizeof row));
+    ASSERT_EQ(8, V_GetBitmapRowCompressed(bitmap, row, 1, sizeof row));
     const uint8_t ones[8] = {2, 0, 0, 0, 0, 0, 50, 0};
     EXPECT_EQ(0, std::memcmp(ones, row, 8));
     EXPECT_EQ(1, calls);
     table.GetBitmapRowColCallback = nullptr;
     table.PutBitmapRowColCallback = rows_of_ones;
-    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &table));
-    EXPECT_EQ(8, V_PutBitmapRowCompressed(bitmap.get(), ones, 1, sizeof ones));
+    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap, &table));
+    EXPECT_EQ(8, V_PutBitmapRowCompressed(bitmap, ones, 1, sizeof ones));
     EXPECT_EQ(2, calls);
-    EXPECT_EQ(6, V_GetBitmapRowCompressed(bitmap.get(), row, 1, sizeof row)) << "the callback kept the row to itself";
+    EXPECT_EQ(6, V_GetBitmapRowCompressed(bitmap, row, 1, sizeof row)) << "the callback kept the row to itself";
 }
 
 } // namespace

@@ -23,9 +23,9 @@ void expect_no_file_storage(int code = ERROR_NO_MEMORY)
     for (const uint32_t memory : {TYPE_DISK, TYPE_TILED, TYPE_CONV, TYPE_NOTILED}) {
         ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, 0, kLine, 0, 0, 31));
         TestBitmap bitmap;
-        ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, kLine, 64, 8));
+        ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, kLine, 64, 8));
         const auto before = bitmap.image();
-        EXPECT_EQ(code, V_AllocateBitmap(bitmap.get(), memory)) << memory;
+        EXPECT_EQ(code, V_AllocateBitmap(bitmap, memory)) << memory;
         EXPECT_EQ(before, bitmap.image());
         EXPECT_EQ(code, bitmap.create(memory, kLine, 64, 8)) << memory;
         EXPECT_TRUE(bitmap.is_empty());
@@ -35,7 +35,7 @@ void expect_no_file_storage(int code = ERROR_NO_MEMORY)
     bitmap->Data[5] = 77;
     const auto before = bitmap.image();
     for (const uint32_t memory : {TYPE_DISK, TYPE_TILED})
-        EXPECT_EQ(code, V_SetBitmapMemoryInfo(bitmap.get(), memory, kLine, 0, 0, 0, 0, 3));
+        EXPECT_EQ(code, V_SetBitmapMemoryInfo(bitmap, memory, kLine, 0, 0, 0, 0, 3));
     EXPECT_EQ(before, bitmap.image());
     EXPECT_EQ(77, bitmap->Data[5]);
     HHUGEMEMORY huge = nullptr;
@@ -104,13 +104,13 @@ TEST(Environment, FilesMustNotGrow)
         TestBitmap bitmap;
         bitmap.make(kind, kLine, 16, 8);
         const std::vector<uint8_t> row(kLine, 0x42);
-        EXPECT_EQ(kLine, V_PutBitmapRow(bitmap.get(), row.data(), 15, kLine));
+        EXPECT_EQ(kLine, V_PutBitmapRow(bitmap, row.data(), 15, kLine));
         const auto before = bitmap.image();
-        EXPECT_EQ(ERROR_NO_MEMORY, V_ChangeBitmapHeight(bitmap.get(), 30)) << name_of(kind);
+        EXPECT_EQ(ERROR_NO_MEMORY, V_ChangeBitmapHeight(bitmap, 30)) << name_of(kind);
         EXPECT_EQ(before, bitmap.image());
-        EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 20));
+        EXPECT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 20));
         std::vector<uint8_t> back(kLine);
-        EXPECT_EQ(kLine, V_GetBitmapRow(bitmap.get(), back.data(), 15, kLine));
+        EXPECT_EQ(kLine, V_GetBitmapRow(bitmap, back.data(), 15, kLine));
         EXPECT_EQ(row, back);
     }
     EXPECT_EQ(0u, scratch.files());
@@ -131,15 +131,15 @@ TEST(Environment, DiskFull)
         int32_t put = 0;
         intptr_t code = kLine;
         for (; put < 64 && code == kLine; put += code == kLine)
-            code = V_PutBitmapRow(bitmap.get(), row.data(), put, kLine);
+            code = V_PutBitmapRow(bitmap, row.data(), put, kLine);
         EXPECT_EQ(kind == Kind::disk ? ERROR_FILE_WRITE : ERROR_NO_MEMORY, code);
         EXPECT_GE(put, 10);
         EXPECT_LE(put, 16);
         for (int32_t i = 0; i < put; ++i) {
-            ASSERT_EQ(kLine, V_GetBitmapRow(bitmap.get(), back.data(), i, kLine));
+            ASSERT_EQ(kLine, V_GetBitmapRow(bitmap, back.data(), i, kLine));
             ASSERT_EQ(row, back) << "what was written stays";
         }
-        ASSERT_EQ(kLine, V_GetBitmapRow(bitmap.get(), back.data(), 63, kLine));
+        ASSERT_EQ(kLine, V_GetBitmapRow(bitmap, back.data(), 63, kLine));
         EXPECT_EQ(0u, scratch.files());
     }
     TestBitmap bitmap;
@@ -147,8 +147,8 @@ TEST(Environment, DiskFull)
     bitmap->Data[0] = 1;
     std::fill(bitmap->Data, bitmap->Data + bitmap.bytes(), uint8_t{7});
     const auto before = bitmap.image();
-    EXPECT_EQ(ERROR_FILE_WRITE, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_DISK, 0, 0, 0, 0, 0, 1));
-    EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_TILED, kLine, 0, 0, 0, 0, 3));
+    EXPECT_EQ(ERROR_FILE_WRITE, V_SetBitmapMemoryInfo(bitmap, TYPE_DISK, 0, 0, 0, 0, 0, 1));
+    EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap, TYPE_TILED, kLine, 0, 0, 0, 0, 3));
     EXPECT_EQ(before, bitmap.image());
     EXPECT_EQ(std::vector<uint8_t>(bitmap.bytes(), 7), bitmap.pixels());
 }
@@ -164,9 +164,9 @@ TEST(Environment, TemporaryFilesForbidden)
         TestBitmap bitmap;
         EXPECT_EQ(SUCCESS, bitmap.create(TYPE_DISK, 100, 100, 8)) << "in memory then";
         EXPECT_EQ(BITMAPFLAG_ALLOCATED | BITMAPFLAG_CONVENTIONALMEMORY, bitmap->Flags);
-        EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_DISK, 0, 0, 0, 0, 0, 1));
-        EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_TILED, 1000, 0, 2, 0, 0, 11));
-        EXPECT_EQ(SUCCESS, V_SetBitmapMemoryInfo(bitmap.get(), TYPE_TILED, 1000, 0, -100, 0, 0, 11));
+        EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap, TYPE_DISK, 0, 0, 0, 0, 0, 1));
+        EXPECT_EQ(ERROR_NO_MEMORY, V_SetBitmapMemoryInfo(bitmap, TYPE_TILED, 1000, 0, 2, 0, 0, 11));
+        EXPECT_EQ(SUCCESS, V_SetBitmapMemoryInfo(bitmap, TYPE_TILED, 1000, 0, -100, 0, 0, 11));
         for (const uint32_t memory : {TYPE_CONV, TYPE_TILED, TYPE_NOTILED, TYPE_DISK}) {
             ASSERT_EQ(SUCCESS, V_SetMemoryThresholds(0, 0, 1000, 0, 0, 31));
             TestBitmap other;

@@ -44,18 +44,18 @@ void write_and_read_back(TestBitmap& bitmap, uint64_t before)
         rows.push_back(row); // 256 MiB in one stretch, more than may stay in memory
     for (const int32_t row : rows) {
         const auto bytes = row_of(row);
-        ASSERT_EQ(kLine, V_PutBitmapRow(bitmap.get(), bytes.data(), row, bytes.size())) << row;
+        ASSERT_EQ(kLine, V_PutBitmapRow(bitmap, bytes.data(), row, bytes.size())) << row;
     }
     expect_little_memory(before);
     std::vector<uint8_t> back(kLine);
     for (const int32_t row : rows) {
-        ASSERT_EQ(kLine, V_GetBitmapRow(bitmap.get(), back.data(), row, back.size())) << row;
+        ASSERT_EQ(kLine, V_GetBitmapRow(bitmap, back.data(), row, back.size())) << row;
         ASSERT_EQ(row_of(row), back) << row;
     }
-    ASSERT_EQ(kLine, V_GetBitmapRow(bitmap.get(), back.data(), 0x9000, back.size()));
+    ASSERT_EQ(kLine, V_GetBitmapRow(bitmap, back.data(), 0x9000, back.size()));
     EXPECT_EQ(std::vector<uint8_t>(kLine, 0), back) << "what was never written is clear";
     std::vector<uint8_t> across(2 * size_t{kLine}); // over the 4 GiB mark
-    ASSERT_EQ(2 * kLine, V_GetBitmapRow(bitmap.get(), across.data(), 0xFFFF, across.size()));
+    ASSERT_EQ(2 * kLine, V_GetBitmapRow(bitmap, across.data(), 0xFFFF, across.size()));
     EXPECT_TRUE(std::equal(across.begin() + kLine, across.end(), row_of(0x10000).begin()));
     expect_little_memory(before);
 }
@@ -75,12 +75,12 @@ TEST(Huge, FiveGibibytesInLittleMemory)
         const uint64_t before = resident_bytes();
         TestBitmap bitmap;
         ASSERT_EQ(SUCCESS, bitmap.create(c.memory, kLine, kRows, 8));
-        EXPECT_EQ(c.memory != TYPE_DISK, V_BitmapIsTiled(bitmap.get()) != 0);
+        EXPECT_EQ(c.memory != TYPE_DISK, V_BitmapIsTiled(bitmap) != 0);
         EXPECT_EQ(uint64_t{kLine} * kRows, +bitmap->Size64);
         write_and_read_back(bitmap, before);
-        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 0x10001));
+        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 0x10001));
         std::vector<uint8_t> back(kLine);
-        ASSERT_EQ(kLine, V_GetBitmapRow(bitmap.get(), back.data(), 0x10000, back.size()));
+        ASSERT_EQ(kLine, V_GetBitmapRow(bitmap, back.data(), 0x10000, back.size()));
         EXPECT_EQ(row_of(0x10000), back);
     }
     EXPECT_EQ(live, fault::live());

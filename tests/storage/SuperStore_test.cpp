@@ -51,11 +51,11 @@ struct Model {
         const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(at);
         if (random.one_in(2)) {
             const Bytes from = part(random, count);
-            ASSERT_EQ(static_cast<intptr_t>(count), V_PutBitmapRowCol(bitmap.get(), from.data(), row, column, count));
+            ASSERT_EQ(static_cast<intptr_t>(count), V_PutBitmapRowCol(bitmap, from.data(), row, column, count));
             std::copy(from.begin(), from.end(), first);
         } else {
             Bytes to(count);
-            ASSERT_EQ(static_cast<intptr_t>(count), V_GetBitmapRowCol(bitmap.get(), to.data(), row, column, count));
+            ASSERT_EQ(static_cast<intptr_t>(count), V_GetBitmapRowCol(bitmap, to.data(), row, column, count));
             ASSERT_TRUE(std::equal(to.begin(), to.end(), first));
         }
     }
@@ -63,23 +63,22 @@ struct Model {
     {
         switch (random.below(4)) {
         case 0:
-            ASSERT_EQ(SUCCESS,
-                      V_ChangeBitmapHeight(bitmap.get(),
-                                           random.between(1, 2 * bitmap->Height > 200 ? 100 : 2 * bitmap->Height)));
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(
+                                   bitmap, random.between(1, 2 * bitmap->Height > 200 ? 100 : 2 * bitmap->Height)));
             bytes.resize(bitmap.bytes());
             break;
         case 1:
-            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
             EXPECT_GE(bytes.size() + bytes.size() / 100 + 16 * bytes.size() / line() + 64, bitmap.data_size());
             break;
         case 2:
-            ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap.get(), 0));
-            EXPECT_FALSE(V_BitmapIsSuperCompressed(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap, 0));
+            EXPECT_FALSE(V_BitmapIsSuperCompressed(bitmap));
             EXPECT_EQ(bytes.size(), bitmap.data_size());
             break;
         default:
-            ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap.get(), 2));
-            EXPECT_TRUE(V_BitmapIsSuperCompressed(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap, 2));
+            EXPECT_TRUE(V_BitmapIsSuperCompressed(bitmap));
             break;
         }
     }
@@ -92,7 +91,7 @@ Bytes fill(TestBitmap& bitmap, uint64_t seed)
     Bytes all;
     for (int32_t row = 0; row < bitmap->Height; ++row) {
         const Bytes bytes = part(random, bitmap->BytesPerLine);
-        EXPECT_EQ(static_cast<intptr_t>(bytes.size()), V_PutBitmapRow(bitmap.get(), bytes.data(), row, bytes.size()));
+        EXPECT_EQ(static_cast<intptr_t>(bytes.size()), V_PutBitmapRow(bitmap, bytes.data(), row, bytes.size()));
         all.insert(all.end(), bytes.begin(), bytes.end());
     }
     return all;
@@ -113,9 +112,9 @@ TEST(SuperStore, RandomOperationsLikeAPlainArray)
             EXPECT_EQ(users + 1, vk::codec::users(1) + vk::codec::users(8));
             Model model{bitmap, random};
             for (int i = 0; i < 250 && !HasFailure(); ++i) {
-                ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap.get()));
+                ASSERT_EQ(SUCCESS, V_AccessBitmap(bitmap));
                 model.transfer();
-                ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap.get()));
+                ASSERT_EQ(SUCCESS, V_ReleaseBitmap(bitmap));
                 if (random.one_in(12))
                     model.change();
                 if (random.one_in(30)) {
@@ -136,11 +135,11 @@ TEST(SuperStore, TakesWhatItsPixelsNeed)
         const uint64_t plain = bitmap.bytes();
         uint32_t memory = 0;
         int32_t tiles = 7;
-        ASSERT_EQ(SUCCESS, V_GetBitmapMemoryInfo(bitmap.get(), &memory, nullptr, &tiles, nullptr, nullptr, nullptr));
+        ASSERT_EQ(SUCCESS, V_GetBitmapMemoryInfo(bitmap, &memory, nullptr, &tiles, nullptr, nullptr, nullptr));
         EXPECT_EQ(TYPE_SUPERCOMPRESSED, memory);
         EXPECT_EQ(0, tiles);
         EXPECT_EQ(plain, bitmap.data_size());
-        ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+        ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
         EXPECT_GE(1000u, bitmap.data_size()) << "clear rows take nothing";
         EXPECT_LT(0u, bitmap.data_size());
         for (const bool noise : {false, true}) {
@@ -151,23 +150,23 @@ TEST(SuperStore, TakesWhatItsPixelsNeed)
                     bytes[i] = static_cast<uint8_t>(noise       ? random.next()
                                                     : bits == 1 ? (i % 9 == 4 ? 0x18 : 0)
                                                                 : i / 5 + static_cast<size_t>(row) + random.below(3));
-                ASSERT_LT(0, V_PutBitmapRow(bitmap.get(), bytes.data(), row, bytes.size()));
+                ASSERT_LT(0, V_PutBitmapRow(bitmap, bytes.data(), row, bytes.size()));
             }
-            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
+            ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
             EXPECT_GE(noise ? plain + plain / 100 : bits == 1 ? plain / 50 : plain / 2, bitmap.data_size()) << bits;
             EXPECT_GE(before.heap + 40, fault::live().heap) << "packing leaves no memory of the cache behind";
         }
-        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap.get(), 601));
+        ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 601));
         EXPECT_EQ(bitmap.bytes(), bitmap.data_size());
-        ASSERT_EQ(SUCCESS, V_ToggleBitmapCompression(bitmap.get()));
+        ASSERT_EQ(SUCCESS, V_ToggleBitmapCompression(bitmap));
         EXPECT_EQ(bitmap.bytes(), bitmap.data_size());
-        ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap.get(), 2));
+        ASSERT_EQ(SUCCESS, V_ChangeBitmapCompression(bitmap, 2));
         EXPECT_GE(bitmap.bytes() + bitmap.bytes() / 100, bitmap.data_size()) << "counted by the change itself";
     }
     TestBitmap deep;
     ASSERT_EQ(SUCCESS, deep.create(TYPE_CONV, 10, 10, 16));
-    EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ChangeBitmapCompression(deep.get(), 2));
-    EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ToggleBitmapCompression(deep.get()));
+    EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ChangeBitmapCompression(deep, 2));
+    EXPECT_EQ(ERROR_INVALID_BITS_PER_PIXEL, V_ToggleBitmapCompression(deep));
 }
 
 TEST(SuperStore, FailuresChangeNothing)
@@ -178,23 +177,23 @@ TEST(SuperStore, FailuresChangeNothing)
         intptr_t (*run)(TestBitmap&, const Bytes&);
         Bytes (*picture)(Bytes, const Bytes&, size_t line); ///< what it makes of the pixels
     } const changes[] = {
-        {"a row", [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b.get(), from.data(), 5, 7); },
+        {"a row", [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b, from.data(), 5, 7); },
          [](Bytes all, const Bytes& from, size_t line) {
              std::copy_n(from.begin(), 7, all.begin() + static_cast<std::ptrdiff_t>(5 * line));
              return all;
          }},
         {"rows over many bands",
-         [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b.get(), from.data(), 1, from.size()); },
+         [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b, from.data(), 1, from.size()); },
          [](Bytes all, const Bytes& from, size_t line) {
              std::copy(from.begin(), from.end(), all.begin() + static_cast<std::ptrdiff_t>(line));
              return all;
          }},
-        {"shrinking", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b.get(), 17); },
+        {"shrinking", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b, 17); },
          [](Bytes all, const Bytes&, size_t line) {
              all.resize(17 * line);
              return all;
          }},
-        {"growing", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b.get(), 60); },
+        {"growing", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b, 60); },
          [](Bytes all, const Bytes&, size_t line) {
              all.resize(60 * line);
              return all;
@@ -202,12 +201,12 @@ TEST(SuperStore, FailuresChangeNothing)
         {"reading",
          [](TestBitmap& b, const Bytes&) -> intptr_t {
              Bytes to(size_t{30} * b->BytesPerLine - 1);
-             return V_GetBitmapRow(b.get(), to.data(), 3, to.size());
+             return V_GetBitmapRow(b, to.data(), 3, to.size());
          },
          [](Bytes all, const Bytes&, size_t) { return all; }},
-        {"counting", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_UpdateBitmapSize(b.get()); },
+        {"counting", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_UpdateBitmapSize(b); },
          [](Bytes all, const Bytes&, size_t) { return all; }},
-        {"expanding", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapCompression(b.get(), 0); },
+        {"expanding", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapCompression(b, 0); },
          [](Bytes all, const Bytes&, size_t) { return all; }},
     };
     for (const Change& change : changes)
@@ -251,7 +250,7 @@ TEST(SuperStore, ThreadsReadTogether)
             TestRandom random(t);
             for (int i = 0; i < 300; ++i) {
                 const auto y = static_cast<int32_t>(random.below(100));
-                V_GetBitmapRow(bitmap.get(), row.data(), y, row.size());
+                V_GetBitmapRow(bitmap, row.data(), y, row.size());
                 wrong[t] +=
                     !std::equal(row.begin(), row.end(), all.begin() + y * static_cast<std::ptrdiff_t>(row.size()));
             }

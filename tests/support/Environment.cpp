@@ -1,9 +1,12 @@
 #include "tests/support/Environment.h"
 
+#include <gtest/gtest.h>
+
 #include <atomic>
 #include <chrono>
 #include <cstdlib>
 #include <fstream>
+#include <memory>
 #include <string>
 
 #if defined(_WIN32)
@@ -34,7 +37,45 @@ void send_temp_files_to(const fs::path& directory)
 #endif
 }
 
+/// Where a whole test program's temporary files go, so that what failing calls leave behind goes with them.
+class OwnTempDirectory : public ::testing::Environment {
+    void SetUp() override
+    {
+        directory_ = std::make_unique<ScratchDirectory>();
+        there_ = std::make_unique<TempFilesIn>(directory_->path());
+    }
+    void TearDown() override
+    {
+        there_.reset();
+        directory_.reset();
+    }
+    std::unique_ptr<ScratchDirectory> directory_;
+    std::unique_ptr<TempFilesIn> there_;
+};
+
+const ::testing::Environment* const g_own_temp_directory =
+    ::testing::AddGlobalTestEnvironment(new OwnTempDirectory); // which it deletes
+
+size_t files_in(const fs::path& directory)
+{
+    std::error_code none;
+    const fs::directory_iterator first(directory, none);
+    return none ? 0 : static_cast<size_t>(std::distance(fs::begin(first), fs::end(first)));
+}
+
 } // namespace
+
+size_t temporary_files()
+{
+    std::error_code none;
+    return files_in(fs::temp_directory_path(none));
+}
+
+void remove_temporary_files()
+{
+    for (const auto& left : fs::directory_iterator(fs::temp_directory_path()))
+        fs::remove(left);
+}
 
 ScratchDirectory::ScratchDirectory()
 {
@@ -52,10 +93,7 @@ ScratchDirectory::~ScratchDirectory()
 
 size_t ScratchDirectory::files() const
 {
-    size_t count = 0;
-    for (auto entry = fs::directory_iterator(path_); entry != fs::directory_iterator(); ++entry)
-        ++count;
-    return count;
+    return files_in(path_);
 }
 
 TempFilesIn::TempFilesIn(const fs::path& directory) : before_(fs::temp_directory_path())

@@ -23,6 +23,11 @@ private:
     std::filesystem::path path_;
 };
 
+/// Files where temporary files go now; of a test program's own, that is a directory that is empty at first and gone in
+/// the end.
+size_t temporary_files();
+void remove_temporary_files();
+
 /// Sends temporary files to a directory, which need not be there.
 class TempFilesIn {
 public:

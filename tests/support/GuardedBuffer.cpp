@@ -56,9 +56,8 @@ void release(uint8_t* block, size_t bytes)
 GuardedBuffer::GuardedBuffer(size_t bytes, Edge edge) : inner_((bytes + kPage - 1) / kPage * kPage + kPage)
 {
     block_ = reserve(inner_ + 2 * kPage);
-    if (block_ == nullptr || !open_pages(block_ + kPage, inner_)) {
+    if (block_ == nullptr || !open_pages(block_ + kPage, inner_))
         std::abort(); // without its memory no test can say anything
-    }
     place(bytes, edge);
 }
 

@@ -2,23 +2,16 @@
 #pragma once
 
 #include "Vkdib.h"
-
-#include <gtest/gtest.h>
-
-#include <algorithm>
-#include <cstdint>
-#include <cstring>
-#include <string>
-#include <vector>
+#include "tests/support/TestBitmap.h"
 
 namespace vk::testing {
 
-using Bytes = std::vector<uint8_t>;
-
 constexpr uint32_t code_of(const char* text)
 {
-    return static_cast<uint32_t>(static_cast<unsigned char>(text[0])) | static_cast<uint32_t>(text[1]) << 8 |
-           static_cast<uint32_t>(text[2]) << 16 | static_cast<uint32_t>(text[3]) << 24;
+    uint32_t code = 0;
+    for (int i = 3; i >= 0; --i)
+        code = code << 8 | static_cast<unsigned char>(text[i]);
+    return code;
 }
 
 constexpr size_t stride_of(int32_t width, int32_t bits)
@@ -37,14 +30,20 @@ template <class Value> Value value_at(const Bytes& bytes, size_t at)
 
 template <class Value> void put(Bytes& bytes, size_t at, Value value)
 {
-    if (bytes.size() < at + sizeof value)
-        bytes.resize(at + sizeof value);
+    bytes.resize(std::max(bytes.size(), at + sizeof value));
     std::memcpy(bytes.data() + at, &value, sizeof value);
 }
 
 inline void append(Bytes& bytes, const Bytes& more)
 {
     bytes.insert(bytes.end(), more.begin(), more.end());
+}
+
+inline Bytes random_bytes(TestRandom& random, size_t count)
+{
+    Bytes bytes(count);
+    random.fill(bytes.data(), count);
+    return bytes;
 }
 
 /// What a DIB is made of; the defaults make a plain one of 24 bits.
@@ -63,6 +62,29 @@ struct DibParts {
     Bytes table = {};
     Bytes pixels = {};
 
+    /// A plain one with random pixels and colours.
+    static DibParts random(TestRandom& random, uint32_t size, uint16_t bits, int32_t width, int32_t height)
+    {
+        DibParts dib{size, width, height, 1, bits};
+        dib.table = random_bytes(random, bits <= 8 ? (size_t{1} << bits) * (size == 12 ? 3 : 4) : 0);
+        dib.pixels = random_bytes(random, dib.image());
+        return dib;
+    }
+    /// One of 8 or 4 bits in run lengths.
+    static DibParts runs(uint16_t bits, int32_t width, int32_t height, const Bytes& data)
+    {
+        DibParts dib{40,
+                     width,
+                     height,
+                     1,
+                     bits,
+                     static_cast<uint32_t>(bits == 8 ? BI_RLE8 : BI_RLE4),
+                     static_cast<uint32_t>(data.size())};
+        dib.table = Bytes((size_t{1} << bits) * 4, 7);
+        dib.pixels = data;
+        return dib;
+    }
+
     Bytes header() const
     {
         Bytes bytes(size);
@@ -74,15 +96,15 @@ struct DibParts {
             put(bytes, 10, bits);
             return bytes;
         }
-        put(bytes, 4, width);
-        put(bytes, 8, height);
-        put(bytes, 12, planes);
-        put(bytes, 14, bits);
-        put(bytes, 16, compression);
-        put(bytes, 20, image_bytes);
-        put(bytes, 24, x_per_metre);
-        put(bytes, 28, y_per_metre);
-        put(bytes, 32, colors_used);
+        const uint32_t fields[] = {static_cast<uint32_t>(width),
+                                   static_cast<uint32_t>(height),
+                                   planes | uint32_t{bits} << 16,
+                                   compression,
+                                   image_bytes,
+                                   static_cast<uint32_t>(x_per_metre),
+                                   static_cast<uint32_t>(y_per_metre),
+                                   colors_used};
+        std::memcpy(bytes.data() + 4, fields, sizeof fields);
         return bytes;
     }
     /// Header, masks and colour table.
@@ -101,6 +123,13 @@ struct DibParts {
         return bytes;
     }
     size_t image() const { return stride_of(width, bits) * static_cast<size_t>(height < 0 ? -height : height); }
+    /// V_ConvertFromDIB of it.
+    int convert(BITMAPHANDLE* bitmap) const
+    {
+        const Bytes bytes = head();
+        return V_ConvertFromDIB(bitmap, bitmap->StructSize, reinterpret_cast<const BITMAPINFO*>(bytes.data()),
+                                pixels.data());
+    }
 };
 
 /// The contents of a block.
@@ -133,22 +162,12 @@ public:
     DibBlock& operator=(const DibBlock&) = delete;
 
     HGLOBAL get() const { return handle_; }
-    HGLOBAL let_go()
-    {
-        HGLOBAL const handle = handle_;
-        handle_ = nullptr;
-        return handle;
-    }
+    HGLOBAL let_go() { return std::exchange(handle_, nullptr); }
+    int change(BITMAPHANDLE* bitmap) const { return V_ChangeFromDIB(bitmap, bitmap->StructSize, handle_); }
 
 private:
     HGLOBAL handle_;
 };
-
-/// V_ConvertFromDIB of bytes.
-inline int convert_dib(BITMAPHANDLE* bitmap, uint32_t size, const Bytes& head, const Bytes& pixels)
-{
-    return V_ConvertFromDIB(bitmap, size, reinterpret_cast<const BITMAPINFO*>(head.data()), pixels.data());
-}
 
 /// The display's resolution, as the library should see it.
 inline int32_t display_dpi(bool vertical)
@@ -160,8 +179,7 @@ inline int32_t display_dpi(bool vertical)
     ReleaseDC(nullptr, screen);
     return (metre * 254 + 5000) / 10000;
 #else
-    static_cast<void>(vertical);
-    return 96;
+    return vertical ? 96 : 96;
 #endif
 }
 

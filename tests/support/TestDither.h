@@ -4,16 +4,11 @@
 #include "Vkdither.h"
 #include "kernel/dither/Dither.h"
 #include "tests/reference/DitherReference.h"
-
-#include <gtest/gtest.h>
-
-#include <cstdint>
-#include <vector>
+#include "tests/support/TestBitmap.h"
 
 namespace vk::testing {
 
 using reference::DitherSetup;
-using Bytes = std::vector<uint8_t>;
 using Table = std::vector<uint32_t>;
 
 constexpr size_t kTableSize = 32768; ///< entries of a match table
@@ -27,9 +22,9 @@ inline RGBQUAD quad(int red, int green, int blue, int reserved = 0)
 /// A record as a setup wants it. Its palette is the setup's.
 class Record {
 public:
-    explicit Record(DitherSetup& setup, uint32_t size = BITMAPHANDLE_SIZE)
+    explicit Record(DitherSetup& setup)
     {
-        EXPECT_EQ(SUCCESS, V_InitBitmap(&bitmap_, size, setup.width, 1, setup.bits));
+        EXPECT_EQ(SUCCESS, V_InitBitmap(&bitmap_, BITMAPHANDLE_SIZE, setup.width, 1, setup.bits));
         bitmap_.Order = setup.order;
         bitmap_.LowBit = setup.low_bit;
         bitmap_.HighBit = setup.high_bit;
@@ -40,7 +35,7 @@ public:
     ~Record() { V_StopDithering(&bitmap_); }
     Record(const Record&) = delete;
     Record& operator=(const Record&) = delete;
-    BITMAPHANDLE* get() { return &bitmap_; }
+    operator BITMAPHANDLE*() { return &bitmap_; }
     BITMAPHANDLE* operator->() { return &bitmap_; }
     int start(DitherSetup& setup)
     {

@@ -37,7 +37,7 @@ TEST_F(ThreadingItems, RunEachOnceAndWaitForAll)
         EXPECT_EQ(0, batch.IsCreated());
         EXPECT_EQ(0, batch.IsThreaded());
         EXPECT_EQ(SUCCESS, batch.GetStatus());
-        for (const uint32_t flags : kPoolFlags) {
+        for (const uint32_t flags : kPoolFlags)
             for (uint32_t options = 0; options < 8; ++options) {
                 std::atomic<int> runs{0};
                 ASSERT_EQ(1, batch.Create(20, options, flags)) << "also over an earlier batch";
@@ -52,7 +52,6 @@ TEST_F(ThreadingItems, RunEachOnceAndWaitForAll)
                 batch.SetStatus(-5);
                 EXPECT_EQ(-5, batch.GetStatus());
             }
-        }
         EXPECT_EQ(ERROR_INVALID_PARAMETER, batch.QueueItem(nullptr, nullptr));
         batch.Destroy();
         EXPECT_EQ(0, batch.IsCreated());

@@ -85,16 +85,16 @@ TEST(Turn, EveryDepthAndStorage)
                     ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, kind, picture, bits));
                     bitmap->XResolution = 100;
                     bitmap->YResolution = 200;
-                    const vk::Store* const store = store_kind(bitmap.get());
-                    ASSERT_EQ(SUCCESS, operation.run(bitmap.get()));
-                    ASSERT_EQ(operation.make(picture), read(bitmap.get()));
+                    const vk::Store* const store = store_kind(bitmap);
+                    ASSERT_EQ(SUCCESS, operation.run(bitmap));
+                    ASSERT_EQ(operation.make(picture), read(bitmap));
                     EXPECT_EQ(operation.quarter ? 200 : 100, +bitmap->XResolution);
                     EXPECT_EQ(operation.quarter ? 100 : 200, +bitmap->YResolution);
                     EXPECT_EQ(TOP_LEFT, +bitmap->ViewPerspective);
                     const bool may_move = kind >= Kind::tiled_file; // tiles that fit one are memory
-                    EXPECT_TRUE(may_move || store == store_kind(bitmap.get()));
+                    EXPECT_TRUE(may_move || store == store_kind(bitmap));
                     if (kind == Kind::compressed) {
-                        EXPECT_TRUE(V_BitmapIsCompressed(bitmap.get()));
+                        EXPECT_TRUE(V_BitmapIsCompressed(bitmap));
                         EXPECT_LE(+bitmap->Size, uint64_t{1} << 20) << "recounted";
                     }
                 }
@@ -107,9 +107,9 @@ TEST(Turn, ShownPictureInEveryPerspective)
         for (int32_t perspective = 1; perspective <= 8; ++perspective) {
             TestBitmap bitmap;
             ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, picture, 24, perspective));
-            ASSERT_EQ(SUCCESS, operation.run(bitmap.get()));
+            ASSERT_EQ(SUCCESS, operation.run(bitmap));
             EXPECT_EQ(perspective, +bitmap->ViewPerspective);
-            EXPECT_EQ(operation.make(picture.shown(perspective)), read(bitmap.get()).shown(perspective))
+            EXPECT_EQ(operation.make(picture.shown(perspective)), read(bitmap).shown(perspective))
                 << operation.name << " in perspective " << perspective;
         }
 }
@@ -121,7 +121,7 @@ TEST(Turn, InPlaceInMemory)
             TestBitmap bitmap;
             ASSERT_NO_FATAL_FAILURE(bitmap.make(kind, 30, 31, 24));
             const std::vector<uint8_t> before = bitmap.image();
-            ASSERT_EQ(SUCCESS, operation.run(bitmap.get()));
+            ASSERT_EQ(SUCCESS, operation.run(bitmap));
             EXPECT_EQ(!operation.quarter, before == bitmap.image()) << operation.name << ' ' << name_of(kind);
         }
 }
@@ -134,8 +134,8 @@ TEST(Turn, LongRowsInPieces)
                 TestBitmap bitmap;
                 const Picture picture = Picture::noise(width, 5, bits, static_cast<uint64_t>(width));
                 ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, picture, bits));
-                ASSERT_EQ(SUCCESS, operation.run(bitmap.get()));
-                ASSERT_EQ(operation.make(picture), read(bitmap.get()))
+                ASSERT_EQ(SUCCESS, operation.run(bitmap));
+                ASSERT_EQ(operation.make(picture), read(bitmap))
                     << operation.name << ", " << bits << " bits, " << width << " wide";
             }
 }
@@ -150,14 +150,14 @@ TEST(Turn, LongRunsAndManyBandsStayCompressed)
         for (const int32_t row : {0, 3, 32767, 32768, kRows - 1})
             for (int32_t x = row % 5; x < 40; x += 1 + row % 3)
                 picture.at(x, row) = 1;
-        ASSERT_NO_FATAL_FAILURE(paint(bitmap.get(), picture));
-        ASSERT_EQ(SUCCESS, operation.run(bitmap.get()));
-        EXPECT_TRUE(V_BitmapIsCompressed(bitmap.get()));
-        EXPECT_EQ(operation.make(picture), read(bitmap.get())) << operation.name;
+        ASSERT_NO_FATAL_FAILURE(paint(bitmap, picture));
+        ASSERT_EQ(SUCCESS, operation.run(bitmap));
+        EXPECT_TRUE(V_BitmapIsCompressed(bitmap));
+        EXPECT_EQ(operation.make(picture), read(bitmap)) << operation.name;
         const uint64_t size = bitmap->Size;
         TestBitmap other;
         ASSERT_EQ(SUCCESS, other.create(TYPE_COMPRESSED, bitmap->Width, bitmap->Height, 1));
-        paint(other.get(), operation.make(picture));
+        paint(other, operation.make(picture));
         EXPECT_EQ(+other->Size, size) << operation.name;
     }
     TestBitmap wide; // runs that are spliced
@@ -165,9 +165,9 @@ TEST(Turn, LongRunsAndManyBandsStayCompressed)
     Picture picture = Picture::blank(200003, 2);
     for (int32_t x = 70001; x < 180000; ++x)
         picture.at(x, 1) = 1;
-    ASSERT_NO_FATAL_FAILURE(paint(wide.get(), picture));
-    ASSERT_EQ(SUCCESS, V_ReverseBitmap(wide.get()));
-    EXPECT_TRUE(picture.mirrored() == read(wide.get()));
+    ASSERT_NO_FATAL_FAILURE(paint(wide, picture));
+    ASSERT_EQ(SUCCESS, V_ReverseBitmap(wide));
+    EXPECT_TRUE(picture.mirrored() == read(wide));
 }
 
 TEST(Turn, ProgressAndRefusal)
@@ -186,7 +186,7 @@ TEST(Turn, ProgressAndRefusal)
                 int result = 0;
                 {
                     const Listening listening(reports);
-                    result = operation.run(bitmap.get());
+                    result = operation.run(bitmap);
                 }
                 if (refuse_at > 100) {
                     EXPECT_EQ(SUCCESS, result);
@@ -197,7 +197,7 @@ TEST(Turn, ProgressAndRefusal)
                 } else {
                     EXPECT_EQ(ERROR_USER_ABORT, result);
                     EXPECT_EQ(record, bitmap.image());
-                    EXPECT_EQ(picture, read(bitmap.get()));
+                    EXPECT_EQ(picture, read(bitmap));
                 }
             }
 }
@@ -236,12 +236,12 @@ TEST(Turn, FaultsLeaveTheBitmapAsItWas)
                     ASSERT_NO_FATAL_FAILURE(make_stored(*bitmap, kind, picture, 1));
                     TestBitmap overlay;
                     ASSERT_NO_FATAL_FAILURE(make_stored(overlay, Kind::disk, picture, 1));
-                    vk::OverlayTable* const table = vk::require_overlays(*bitmap->get());
+                    vk::OverlayTable* const table = vk::require_overlays(**bitmap);
                     ASSERT_NE(nullptr, table);
-                    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[3], overlay.get(), BITMAPHANDLE_SIZE));
+                    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[3], overlay, BITMAPHANDLE_SIZE));
                     before = bitmap->image();
                     vk::fault::arm(call, persistent);
-                    result = operation.run(bitmap->get());
+                    result = operation.run(*bitmap);
                     const bool fired = vk::fault::fired();
                     vk::fault::disarm();
                     auto* const now = static_cast<vk::OverlayTable*>((*bitmap)->Overlays);
@@ -251,12 +251,12 @@ TEST(Turn, FaultsLeaveTheBitmapAsItWas)
                     const Picture wanted = done ? operation.make(picture) : picture;
                     // A file that takes no writes any more cannot be put back.
                     const bool is_stuck = persistent && !done && (kind == Kind::disk || kind == Kind::tiled_mixed);
-                    const Picture found = read(bitmap->get());
+                    const Picture found = read(*bitmap);
                     EXPECT_TRUE(found == wanted || (is_stuck && mixes(found, picture, operation.make(picture))))
                         << "call " << call << (persistent ? " and all behind" : "");
                     EXPECT_EQ(wanted, read(&now->bitmaps[3])) << "overlay, call " << call;
                     bitmap.reset();
-                    V_FreeBitmap(overlay.get());
+                    V_FreeBitmap(overlay);
                     expect_same_live(live, vk::fault::live());
                     failed += !done;
                     if (!fired || ::testing::Test::HasFailure())
@@ -302,11 +302,11 @@ TEST(Turn, RegionHooks)
                 int region = 0;
                 bitmap->RgnInfo = &region;
                 ASSERT_EQ(SUCCESS, V_SetRegionHooks(&installed));
-                const int result = operation.run(bitmap.get());
+                const int result = operation.run(bitmap);
                 V_SetRegionHooks(nullptr);
                 EXPECT_EQ(static_cast<void*>(&region), +bitmap->RgnInfo);
                 EXPECT_EQ(operation.quarter ? SUCCESS : wanted, result);
-                EXPECT_EQ(result == SUCCESS ? operation.make(picture) : picture, read(bitmap.get()));
+                EXPECT_EQ(result == SUCCESS ? operation.make(picture) : picture, read(bitmap));
                 const bool flips = operation.run == V_FlipBitmap || operation.run == half_turn;
                 const bool reverses =
                     operation.run == V_ReverseBitmap || (operation.run == half_turn && wanted == SUCCESS);
@@ -318,25 +318,25 @@ TEST(Turn, RegionHooks)
 TEST(Turn, Arguments)
 {
     TestBitmap described;
-    ASSERT_EQ(SUCCESS, V_InitBitmap(described.get(), BITMAPHANDLE_SIZE, 5, 5, 8));
+    ASSERT_EQ(SUCCESS, V_InitBitmap(described, BITMAPHANDLE_SIZE, 5, 5, 8));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_FlipBitmap(nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_FlipBitmap(described.get()));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_FlipBitmap(described));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ReverseBitmap(nullptr));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_ReverseBitmap(described.get()));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_ReverseBitmap(described));
     const auto turn = [](BITMAPHANDLE* b) { return V_RotateBitmap90(b, 0); };
     int (*const inner_forms[])(BITMAPHANDLE*) = {V_IntFlipBitmap, V_IntReverseBitmap, turn};
     for (const auto inner : inner_forms) {
         EXPECT_EQ(ERROR_INVALID_IMAGE, inner(nullptr));
-        EXPECT_EQ(ERROR_INVALID_IMAGE, inner(described.get()));
+        EXPECT_EQ(ERROR_INVALID_IMAGE, inner(described));
     }
     TestBitmap bitmap;
     ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 5, 5, 8));
     for (const int32_t direction : {-1, 2, 90})
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RotateBitmap90(bitmap.get(), direction));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RotateBitmap90(bitmap, direction));
     bitmap->Width = 9; // BytesPerLine is 8
     const std::vector<uint8_t> before = bitmap.image();
     for (const Operation& operation : kOperations)
-        EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, operation.run(bitmap.get())) << operation.name;
+        EXPECT_EQ(ERROR_INVALID_WIDTH_HEIGHT, operation.run(bitmap)) << operation.name;
     EXPECT_EQ(before, bitmap.image());
     bitmap->Width = 5;
 }
@@ -351,12 +351,12 @@ TEST(Turn, QuarterTurnInBoundedMemory)
     const auto pixel = [](int32_t x, int32_t y) { return static_cast<uint8_t>(x * 7 + y * 13 + (x >> 8) + (y >> 7)); };
     TestBitmap bitmap;
     ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, kWidth, kHeight, 8));
-    ASSERT_TRUE(V_BitmapIsTiled(bitmap.get()));
+    ASSERT_TRUE(V_BitmapIsTiled(bitmap));
     std::vector<uint8_t> row(kWidth);
     for (int32_t y = 0; y < kHeight; ++y) {
         for (int32_t x = 0; x < kWidth; ++x)
             row[static_cast<size_t>(x)] = pixel(x, y);
-        ASSERT_EQ(kWidth, V_PutBitmapRow(bitmap.get(), row.data(), y, row.size()));
+        ASSERT_EQ(kWidth, V_PutBitmapRow(bitmap, row.data(), y, row.size()));
     }
     const uint64_t before = resident_bytes();
     Report most;
@@ -368,10 +368,10 @@ TEST(Turn, QuarterTurnInBoundedMemory)
             return SUCCESS;
         },
         &peak, nullptr, nullptr);
-    const int result = V_RotateBitmap90(bitmap.get(), 1);
+    const int result = V_RotateBitmap90(bitmap, 1);
     V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
     ASSERT_EQ(SUCCESS, result);
-    EXPECT_TRUE(V_BitmapIsTiled(bitmap.get()));
+    EXPECT_TRUE(V_BitmapIsTiled(bitmap));
     RecordProperty("extra_resident_mib", static_cast<int>((peak - std::min(peak, before)) >> 20));
 #if !defined(__SANITIZE_ADDRESS__)
     EXPECT_LT(peak, before + (112u << 20)) << "two pictures' mapped tiles of 48 MiB at most, and the buffers";
@@ -379,7 +379,7 @@ TEST(Turn, QuarterTurnInBoundedMemory)
     ASSERT_EQ(kHeight, +bitmap->Width);
     row.resize(kHeight);
     for (int32_t y = 0; y < kWidth; y += 61) {
-        ASSERT_EQ(kHeight, V_GetBitmapRow(bitmap.get(), row.data(), y, row.size()));
+        ASSERT_EQ(kHeight, V_GetBitmapRow(bitmap, row.data(), y, row.size()));
         for (int32_t x = 0; x < kHeight; ++x)
             ASSERT_EQ(pixel(y, kHeight - 1 - x), row[static_cast<size_t>(x)]) << x << ' ' << y;
     }

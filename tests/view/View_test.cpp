@@ -54,23 +54,23 @@ TEST(View, RelabellingFlipsAndReversesWhatIsShown)
     int (*const kFlips[])(BITMAPHANDLE*) = {V_FlipBitmapViewPerspective, V_IntFlipBitmapViewPerspective};
     int (*const kReverses[])(BITMAPHANDLE*) = {V_ReverseBitmapViewPerspective, V_IntReverseBitmapViewPerspective};
     TestBitmap bitmap; // needs no storage
-    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 5, 3, 16));
+    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 5, 3, 16));
     for (const int form : {0, 1}) {
         for (int32_t perspective = 1; perspective <= 8; ++perspective) {
             bitmap->ViewPerspective = perspective;
-            EXPECT_EQ(SUCCESS, kFlips[form](bitmap.get()));
+            EXPECT_EQ(SUCCESS, kFlips[form](bitmap));
             EXPECT_EQ(stored.shown(perspective).flipped(), stored.shown(bitmap->ViewPerspective)) << perspective;
-            EXPECT_EQ(SUCCESS, kFlips[form](bitmap.get()));
+            EXPECT_EQ(SUCCESS, kFlips[form](bitmap));
             EXPECT_EQ(perspective, +bitmap->ViewPerspective);
-            EXPECT_EQ(SUCCESS, kReverses[form](bitmap.get()));
+            EXPECT_EQ(SUCCESS, kReverses[form](bitmap));
             EXPECT_EQ(stored.shown(perspective).mirrored(), stored.shown(bitmap->ViewPerspective)) << perspective;
-            EXPECT_EQ(SUCCESS, kReverses[form](bitmap.get()));
+            EXPECT_EQ(SUCCESS, kReverses[form](bitmap));
             EXPECT_EQ(perspective, +bitmap->ViewPerspective);
         }
         for (const int32_t other : {0, 9, -4, INT32_MIN, INT32_MAX}) {
             bitmap->ViewPerspective = other;
-            EXPECT_EQ(SUCCESS, kFlips[form](bitmap.get()));
-            EXPECT_EQ(SUCCESS, kReverses[form](bitmap.get()));
+            EXPECT_EQ(SUCCESS, kFlips[form](bitmap));
+            EXPECT_EQ(SUCCESS, kReverses[form](bitmap));
             EXPECT_EQ(other, +bitmap->ViewPerspective);
         }
         EXPECT_EQ(ERROR_INVALID_PARAMETER, kFlips[form](nullptr));
@@ -94,12 +94,12 @@ TEST(View, RearrangedInPlaceAndAsACopy)
                 bitmap->YResolution = 96;
                 const std::vector<uint8_t> record = bitmap.image();
                 TestBitmap copy(size);
-                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy.get(), bitmap.get(), size, to));
+                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy, bitmap, size, to));
                 EXPECT_EQ(record, bitmap.image());
-                EXPECT_EQ(stored, read(bitmap.get()));
+                EXPECT_EQ(stored, read(bitmap));
                 int calls = 0;
                 V_SetStatusCallback(never, &calls, nullptr, nullptr);
-                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(nullptr, bitmap.get(), 0, to));
+                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, to));
                 void* data = nullptr;
                 V_STATUSCALLBACK callback = nullptr;
                 V_SetStatusCallback(nullptr, nullptr, &callback, &data);
@@ -108,9 +108,9 @@ TEST(View, RearrangedInPlaceAndAsACopy)
                 EXPECT_EQ(static_cast<void*>(&calls), data);
                 for (TestBitmap* changed : {&bitmap, &copy}) {
                     EXPECT_EQ(to, +(*changed)->ViewPerspective);
-                    EXPECT_EQ(stored.shown(from), read(changed->get()).shown(to));
+                    EXPECT_EQ(stored.shown(from), read(*changed).shown(to));
                     EXPECT_EQ((from > 4) == (to > 4) ? 72 : 96, +(*changed)->XResolution);
-                    EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(changed->get()) != 0);
+                    EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(*changed) != 0);
                 }
             }
 }
@@ -120,37 +120,36 @@ TEST(View, WhatACopyGets)
     TestBitmap bitmap;
     const Picture stored = Picture::noise(9, 4, 8, 4);
     ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, stored, 8));
-    ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(bitmap.get(), 10));
-    vk::OverlayTable* const table = vk::require_overlays(*bitmap.get());
+    ASSERT_EQ(SUCCESS, V_AllocateBitmapExtraData(bitmap, 10));
+    vk::OverlayTable* const table = vk::require_overlays(*bitmap);
     ASSERT_NE(nullptr, table);
     TestBitmap overlay;
     ASSERT_NO_FATAL_FAILURE(make_stored(overlay, Kind::conv, stored, 8));
-    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[0], overlay.get(), BITMAPHANDLE_SIZE));
+    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[0], overlay, BITMAPHANDLE_SIZE));
     overlay->ViewPerspective = 2;
-    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[1], overlay.get(), BITMAPHANDLE_SIZE));
+    ASSERT_EQ(SUCCESS, V_CopyBitmap(&table->bitmaps[1], overlay, BITMAPHANDLE_SIZE));
     TestBitmap full;
     TestBitmap bare;
-    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(full.get(), bitmap.get(), BITMAPHANDLE_SIZE, 7));
-    ASSERT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(bare.get(), bitmap.get(), BITMAPHANDLE_SIZE, 7, 0));
+    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(full, bitmap, BITMAPHANDLE_SIZE, 7));
+    ASSERT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(bare, bitmap, BITMAPHANDLE_SIZE, 7, 0));
     EXPECT_EQ(10u, +full->ExtraDataSize);
     EXPECT_EQ(0u, +bare->ExtraDataSize);
     EXPECT_EQ(nullptr, +bare->Overlays);
-    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(bitmap.get(), bitmap.get(), BITMAPHANDLE_SIZE, 7));
-    EXPECT_EQ(read(bare.get()), read(bitmap.get()));
+    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(bitmap, bitmap, BITMAPHANDLE_SIZE, 7));
+    EXPECT_EQ(read(bare), read(bitmap));
     for (TestBitmap* changed : {&full, &bitmap}) {
         auto* const overlays = static_cast<vk::OverlayTable*>((*changed)->Overlays);
         ASSERT_NE(nullptr, overlays);
-        EXPECT_EQ(read(bare.get()), read(&overlays->bitmaps[0])) << "the overlay lies over the same pixels";
+        EXPECT_EQ(read(bare), read(&overlays->bitmaps[0])) << "the overlay lies over the same pixels";
         EXPECT_EQ(stored, read(&overlays->bitmaps[1])) << "what it shows has not changed";
         EXPECT_EQ(7, +overlays->bitmaps[0].ViewPerspective);
         EXPECT_EQ(2, +overlays->bitmaps[1].ViewPerspective);
     }
     TestBitmap taken;
-    ASSERT_EQ(SUCCESS,
-              V_IntChangeBitmapViewPerspective(taken.get(), bitmap.get(), BITMAPHANDLE_SIZE, 1, DUPFLAG_TAKEOVER));
+    ASSERT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(taken, bitmap, BITMAPHANDLE_SIZE, 1, DUPFLAG_TAKEOVER));
     EXPECT_EQ(10u, +taken->ExtraDataSize);
     EXPECT_EQ(0u, +bitmap->ExtraDataSize);
-    EXPECT_EQ(stored, read(taken.get()));
+    EXPECT_EQ(stored, read(taken));
 }
 
 TEST(View, CopyCallbacksSeeTheCopy)
@@ -165,12 +164,12 @@ TEST(View, CopyCallbacksSeeTheCopy)
     TestBitmap bitmap;
     const Picture stored = Picture::noise(9, 4, 8, 4);
     ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, stored, 8, 2));
-    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap.get(), &calls));
+    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap, &calls));
     TestBitmap copy;
-    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy.get(), bitmap.get(), BITMAPHANDLE_SIZE, 5));
+    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy, bitmap, BITMAPHANDLE_SIZE, 5));
     EXPECT_EQ(1, begun);
     EXPECT_EQ(1, ended);
-    EXPECT_EQ(stored.shown(2), read(copy.get()).shown(5));
+    EXPECT_EQ(stored.shown(2), read(copy).shown(5));
 }
 
 namespace {
@@ -188,17 +187,16 @@ bool fault_round(Kind kind, int32_t to, bool copied, uint64_t call, bool persist
         make_stored(bitmap, kind, stored, 8);
         const std::vector<uint8_t> record = bitmap.image();
         vk::fault::arm(call, persistent);
-        const int result =
-            V_ChangeBitmapViewPerspective(copied ? copy.get() : nullptr, bitmap.get(), BITMAPHANDLE_SIZE, to);
+        const int result = V_ChangeBitmapViewPerspective(copied ? copy.get() : nullptr, bitmap, BITMAPHANDLE_SIZE, to);
         fired = vk::fault::fired();
         vk::fault::disarm();
         if (result == SUCCESS) {
-            EXPECT_EQ(stored, read(copied ? copy.get() : bitmap.get()).shown(to));
+            EXPECT_EQ(stored, read(copied ? copy : bitmap).shown(to));
         } else {
             EXPECT_TRUE(fired && result < 0) << result;
             EXPECT_TRUE(!copied || copy.is_empty());
-            const bool flipped = read(bitmap.get()) == stored.flipped();
-            EXPECT_TRUE(flipped || read(bitmap.get()) == stored);
+            const bool flipped = read(bitmap) == stored.flipped();
+            EXPECT_TRUE(flipped || read(bitmap) == stored);
             EXPECT_TRUE(flipped || record == bitmap.image());
             EXPECT_EQ(TOP_LEFT, +bitmap->ViewPerspective);
             EXPECT_TRUE(!flipped || !copied);
@@ -231,28 +229,25 @@ TEST(View, FaultsOfARearrangement)
 TEST(View, Arguments)
 {
     TestBitmap described;
-    ASSERT_EQ(SUCCESS, V_InitBitmap(described.get(), BITMAPHANDLE_SIZE, 5, 5, 8));
+    ASSERT_EQ(SUCCESS, V_InitBitmap(described, BITMAPHANDLE_SIZE, 5, 5, 8));
     described->ViewPerspective = 1;
     TestBitmap made;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made.get(), nullptr, BITMAPHANDLE_SIZE, 2));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER,
-              V_ChangeBitmapViewPerspective(made.get(), described.get(), BITMAPHANDLE_SIZE, 2));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made, nullptr, BITMAPHANDLE_SIZE, 2));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made, described, BITMAPHANDLE_SIZE, 2));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntChangeBitmapViewPerspective(nullptr, nullptr, 0, 2, 0));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntChangeBitmapViewPerspective(nullptr, described.get(), 0, 2, 0));
-    EXPECT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(nullptr, described.get(), 0, 1, 0));
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntChangeBitmapViewPerspective(nullptr, described, 0, 2, 0));
+    EXPECT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(nullptr, described, 0, 1, 0));
     TestBitmap bitmap;
     ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 5, 5, 8));
     const std::vector<uint8_t> before = bitmap.image();
-    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ChangeBitmapViewPerspective(made.get(), bitmap.get(), 100, 2));
+    EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ChangeBitmapViewPerspective(made, bitmap, 100, 2));
     for (const int32_t wrong : {0, 9, -1, INT32_MAX}) {
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(nullptr, bitmap.get(), 0, wrong));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, wrong));
         made->Width = 77;
-        EXPECT_EQ(ERROR_INVALID_PARAMETER,
-                  V_ChangeBitmapViewPerspective(made.get(), bitmap.get(), BITMAPHANDLE_SIZE, wrong));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, wrong));
         EXPECT_TRUE(made.is_empty());
     }
-    EXPECT_EQ(ERROR_INVALID_PARAMETER,
-              V_IntChangeBitmapViewPerspective(made.get(), bitmap.get(), BITMAPHANDLE_SIZE, 2, 0x100));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, 2, 0x100));
     EXPECT_EQ(before, bitmap.image());
 }
 
@@ -272,18 +267,18 @@ TEST(View, PointsAndRectanglesFollowThePixels)
             ASSERT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, to, &flip, &angle));
             Picture moved = (flip ? stored.flipped() : stored).turned_by(angle);
             TestBitmap bitmap;
-            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, width, height, 8));
+            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, width, height, 8));
             bitmap->ViewPerspective = from;
             for (int32_t y = 0; y < height; ++y)
                 for (int32_t x = 0; x < width; ++x) {
                     int32_t px = x;
                     int32_t py = y;
-                    ASSERT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), to, &px, &py));
+                    ASSERT_EQ(SUCCESS, V_PointFromBitmap(bitmap, to, &px, &py));
                     ASSERT_TRUE(px >= 0 && px < moved.width && py >= 0 && py < moved.height) << px << ' ' << py;
                     EXPECT_EQ(stored.at(x, y), moved.at(px, py));
                     RECT rect{x, y, x + 1, y + 1};
                     RECT changed = rect;
-                    ASSERT_EQ(SUCCESS, V_RectFromBitmap(bitmap.get(), to, &rect));
+                    ASSERT_EQ(SUCCESS, V_RectFromBitmap(bitmap, to, &rect));
                     EXPECT_EQ(px, rect.left);
                     EXPECT_EQ(py, rect.top);
                     EXPECT_EQ(px + 1, rect.right);
@@ -299,20 +294,20 @@ TEST(View, TowardsABitmapCountsWithItsOwnSizes)
     for (int32_t own = 1; own <= 8; ++own)
         for (int32_t callers = 1; callers <= 8; ++callers) {
             TestBitmap bitmap;
-            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 10, 20, 8));
+            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 10, 20, 8));
             bitmap->ViewPerspective = own;
             const bool exchanged = (own > 4) != (callers == 6 || callers == 8);
             RECT wanted{1, 2, 5, 9};
             ASSERT_EQ(SUCCESS,
                       V_ChangeRectViewPerspective(callers, exchanged ? 20 : 10, exchanged ? 10 : 20, own, &wanted));
             RECT rect{1, 2, 5, 9};
-            ASSERT_EQ(SUCCESS, V_RectToBitmap(bitmap.get(), callers, &rect));
+            ASSERT_EQ(SUCCESS, V_RectToBitmap(bitmap, callers, &rect));
             EXPECT_EQ(0, std::memcmp(&wanted, &rect, sizeof rect)) << callers << " to " << own;
             int32_t x = 1;
             int32_t y = 2;
-            ASSERT_EQ(SUCCESS, V_PointToBitmap(bitmap.get(), callers, &x, &y));
+            ASSERT_EQ(SUCCESS, V_PointToBitmap(bitmap, callers, &x, &y));
             RECT pixel{1, 2, 2, 3};
-            ASSERT_EQ(SUCCESS, V_RectToBitmap(bitmap.get(), callers, &pixel));
+            ASSERT_EQ(SUCCESS, V_RectToBitmap(bitmap, callers, &pixel));
             EXPECT_EQ(pixel.left, x) << callers << " to " << own;
             EXPECT_EQ(pixel.top, y);
         }
@@ -321,35 +316,35 @@ TEST(View, TowardsABitmapCountsWithItsOwnSizes)
 TEST(View, PointArguments)
 {
     TestBitmap bitmap;
-    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap.get(), BITMAPHANDLE_SIZE, 10, 20, 8));
+    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 10, 20, 8));
     bitmap->ViewPerspective = 1;
     int32_t x = 0;
     int32_t y = 0;
-    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), 4, &x, &y));
+    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap, 4, &x, &y));
     EXPECT_EQ(19, y);
     RECT rect{0, 0, 10, 5};
-    EXPECT_EQ(SUCCESS, V_RectFromBitmap(bitmap.get(), 4, &rect));
+    EXPECT_EQ(SUCCESS, V_RectFromBitmap(bitmap, 4, &rect));
     EXPECT_EQ(15, rect.top);
     EXPECT_EQ(20, rect.bottom);
-    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), 1, nullptr, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap.get(), 2, nullptr, &y));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap.get(), 1, nullptr, &y));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap.get(), 1, &x, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap.get(), 1, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap.get(), 1, nullptr));
+    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap, 1, nullptr, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap, 2, nullptr, &y));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap, 1, nullptr, &y));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap, 1, &x, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap, 1, nullptr));
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap, 1, nullptr));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeRectViewPerspective(1, 5, 5, 1, nullptr));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(nullptr, 1, &x, &y));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(nullptr, 1, &x, &y));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(nullptr, 1, &rect));
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(nullptr, 1, &rect));
     for (const int32_t wrong : {0, 9}) {
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap.get(), wrong, &x, &y));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap.get(), wrong, &x, &y));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap.get(), wrong, &rect));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap.get(), wrong, &rect));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap, wrong, &x, &y));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap, wrong, &x, &y));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap, wrong, &rect));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap, wrong, &rect));
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeRectViewPerspective(wrong, 5, 5, 1, &rect));
     }
     x = y = INT32_MIN; // wraps, whatever it means
-    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap.get(), 3, &x, &y));
+    EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap, 3, &x, &y));
     EXPECT_EQ(INT32_MIN + 9, x);
 }

@@ -2,11 +2,9 @@
 // the clipboard. Windows only.
 #if defined(_WIN32)
 
-#include "tests/support/TestBitmap.h"
 #include "tests/support/TestDib.h"
-#include "tests/support/TestRandom.h"
 
-#include "Vkdib.h"
+#include "Vkkrnx.h"
 
 using namespace vk::testing;
 
@@ -60,22 +58,15 @@ private:
 
 void make(TestBitmap& bitmap, int32_t bits, int32_t view)
 {
-    bitmap.make(Kind::conv, kWide, kHigh, bits);
-    bitmap->ViewPerspective = view;
-    if (bits <= 8) {
-        ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(bitmap.get(), V_IntGetFixedPalette(bits), 1u << bits));
-    }
     TestRandom random(static_cast<uint64_t>(bits));
-    Bytes row(bitmap->BytesPerLine);
-    for (int32_t y = 0; y < kHigh; ++y) {
-        random.fill(row.data(), row.size());
-        ASSERT_EQ(static_cast<intptr_t>(row.size()), V_PutBitmapRow(bitmap.get(), row.data(), y, row.size()));
-    }
+    bitmap.make(Kind::conv, kWide, kHigh, bits, random);
+    bitmap->ViewPerspective = view;
+    ASSERT_TRUE(bits > 8 || V_SetBitmapNewPalette(bitmap, V_IntGetFixedPalette(bits), 1u << bits) == SUCCESS);
 }
 
 COLORREF shown(TestBitmap& bitmap, int32_t x, int32_t y)
 {
-    return V_GetPixelColor(bitmap.get(), bitmap->ViewPerspective == TOP_LEFT ? y : kHigh - 1 - y, x) & 0xFFFFFF;
+    return V_GetPixelColor(bitmap, bitmap->ViewPerspective == TOP_LEFT ? y : kHigh - 1 - y, x) & 0xFFFFFF;
 }
 
 /// Equal but for the low bits of 5-bit channels, which the system fills in its own way.
@@ -103,7 +94,7 @@ TEST(WindowsClient, DrawsDibs)
                 SCOPED_TRACE(bits);
                 TestBitmap bitmap;
                 make(bitmap, bits, view);
-                const DibBlock block(V_ConvertToDIB(bitmap.get(), type));
+                const DibBlock block(V_ConvertToDIB(bitmap, type));
                 const auto* const info = static_cast<const BITMAPINFO*>(GlobalLock(block.get()));
                 ASSERT_NE(nullptr, info);
                 const uint8_t* const rows =
@@ -133,10 +124,7 @@ TEST(WindowsClient, ReadsWhatTheSystemGives)
     for (const int32_t bits : kDibDepths)
         for (const int32_t height : {kHigh, -kHigh}) {
             SCOPED_TRACE(bits);
-            DibParts dib;
-            dib.width = kWide;
-            dib.height = height;
-            dib.bits = static_cast<uint16_t>(bits);
+            DibParts dib{40, kWide, height, 1, static_cast<uint16_t>(bits)};
             dib.table = Bytes(bits <= 8 ? size_t{4} << bits : 0);
             dib.pixels = Bytes(dib.image());
             DibBlock block(dib.packed());
@@ -145,7 +133,7 @@ TEST(WindowsClient, ReadsWhatTheSystemGives)
             ASSERT_EQ(kHigh, GetDIBits(canvas.dc(), canvas.bitmap(), 0, kHigh, rows, info, DIB_RGB_COLORS));
             GlobalUnlock(block.get());
             TestBitmap bitmap;
-            ASSERT_EQ(SUCCESS, V_ChangeFromDIB(bitmap.get(), BITMAPHANDLE_SIZE, block.get()));
+            ASSERT_EQ(SUCCESS, block.change(bitmap));
             block.let_go();
             for (int32_t y = 0; y < kHigh; ++y)
                 for (int32_t x = 0; x < kWide; ++x)
@@ -162,7 +150,7 @@ TEST(WindowsClient, ThroughTheClipboard)
         if (!OpenClipboard(nullptr))
             GTEST_SKIP() << "no clipboard here";
         ASSERT_TRUE(EmptyClipboard());
-        HGLOBAL const dib = V_ChangeToDIB(bitmap.get(), DIB_INFOHEADER);
+        HGLOBAL const dib = V_ChangeToDIB(bitmap, DIB_INFOHEADER);
         ASSERT_NE(nullptr, dib);
         ASSERT_EQ(dib, SetClipboardData(CF_DIB, dib)); // the system's from here on
         ASSERT_TRUE(CloseClipboard());
@@ -170,9 +158,9 @@ TEST(WindowsClient, ThroughTheClipboard)
         HGLOBAL const found = GetClipboardData(CF_DIB);
         ASSERT_NE(nullptr, found);
         TestBitmap lent;
-        ASSERT_EQ(SUCCESS, V_MirrorFromDIB(lent.get(), BITMAPHANDLE_SIZE, found));
+        ASSERT_EQ(SUCCESS, V_MirrorFromDIB(lent, BITMAPHANDLE_SIZE, found));
         EXPECT_EQ(before, lent.pixels());
-        V_FreeBitmap(lent.get());
+        V_FreeBitmap(lent);
         EmptyClipboard();
         CloseClipboard();
     }

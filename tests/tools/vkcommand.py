@@ -1,0 +1,65 @@
+"""Runs the vk command for its tests."""
+import argparse
+import json
+import os
+import subprocess
+import sys
+import tempfile
+import unittest
+
+options = argparse.Namespace()
+
+
+def vk(*arguments, given=b""):
+    """Runs the command. What it prints goes to files: Wine's server inherits pipes and keeps them open for seconds."""
+    environment = dict(os.environ, LC_ALL="C.UTF-8")
+    with tempfile.TemporaryFile() as input_, tempfile.TemporaryFile() as output, tempfile.TemporaryFile() as errors:
+        input_.write(given)
+        input_.seek(0)
+        done = subprocess.run(options.command + [str(a) for a in arguments], env=environment, stdin=input_, stdout=output,
+                              stderr=errors, timeout=120, check=False)
+        for file in (output, errors):
+            file.seek(0)
+        return subprocess.CompletedProcess(done.args, done.returncode, output.read(), errors.read())
+
+
+def formats():
+    return vk("--version").stdout.decode().split("reads ")[1].split(";")[0].split(", ")
+
+
+class VkTest(unittest.TestCase):
+    def setUp(self):
+        folder = tempfile.TemporaryDirectory()
+        self.addCleanup(folder.cleanup)
+        self.folder = folder.name
+
+    def path(self, name, data=None):
+        path = os.path.join(self.folder, name)
+        if data is not None:
+            with open(path, "wb") as file:
+                file.write(data)
+        return path
+
+    def hold(self, source, kind, output, *more):
+        """Holds a picture and gives the report and the file written."""
+        done = vk("hold", source, "--as", kind, "-o", output, "--json", *more)
+        self.assertEqual((done.returncode, done.stderr), (0, b""), (source, kind))
+        with open(output, "rb") as file:
+            return json.loads(done.stdout), file.read()
+
+    def fails(self, code, message, *arguments, given=b""):
+        done = vk(*arguments, given=given)
+        self.assertEqual(done.returncode, code, (arguments, done))
+        self.assertIn(message, done.stderr.decode(), arguments)
+        self.assertEqual(done.stdout, b"", arguments)
+
+
+def main():
+    parser = argparse.ArgumentParser()
+    parser.add_argument("--vk", required=True)
+    parser.add_argument("--runner", default="", help="program that runs the command, such as wine.sh")
+    parser.add_argument("--samples", required=True)
+    parser.add_argument("rest", nargs="*")
+    parser.parse_args(namespace=options)
+    options.command = ([options.runner] if options.runner else []) + [options.vk]
+    unittest.main(argv=[sys.argv[0]] + options.rest)
