@@ -107,7 +107,7 @@ int make_storage(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
     }
     const StoreRequest request = store_request(data_size(bitmap));
     for (const Store& store : kStores) {
-        if (store.compression == 0 || !(memory & store.memory_type))
+        if (store.by_thresholds || !(memory & store.memory_type))
             continue;
         const int result = store.create(bitmap, request);
         return result != V_SUCCESS && store.falls_to_disk ? try_disk(bitmap, memory, request) : result;

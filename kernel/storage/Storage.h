@@ -13,7 +13,6 @@ constexpr uint32_t kStorageFlags = [] {
         flags |= store.flag;
     return flags;
 }();
-static_assert(kStorageFlags == 0xC506);
 
 /// And those that say whose they are, and whether they are in their place.
 constexpr uint32_t kPlaceFlags = kStorageFlags | BITMAPFLAG_GLOBAL | BITMAPFLAG_LOCKED;

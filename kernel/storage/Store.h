@@ -105,6 +105,7 @@ struct Store {
     uint32_t memory_type;         ///< TYPE_ value that asks for the kind, and that V_GetBitmapMemoryInfo reports
     uint32_t request;             ///< an accepted request has all of these,
     uint32_t request_with = 0;    ///< and none but these besides
+    bool by_thresholds = false;   ///< whether it is chosen is for the thresholds to say; the others are when asked for
     bool settles_request = false; ///< where the kind can be had, what else a request says does not count
     bool falls_to_disk = false;   ///< where it could not be had after all, if the request allows that
     bool takes_handles = false;   ///< not to be had when handles run short
@@ -155,6 +156,7 @@ inline constexpr Store kStores[] = {
         .memory_type = TYPE_TILED,
         .request = TYPE_TILED,
         .request_with = TYPE_NODISK,
+        .by_thresholds = true,
         .takes_handles = true,
     },
     {
@@ -175,6 +177,7 @@ inline constexpr Store kStores[] = {
         .memory_type = TYPE_CONV,
         .request = 0,
         .request_with = TYPE_CONV | TYPE_NOTILED | TYPE_NODISK,
+        .by_thresholds = true,
         .is_block = true,
     },
     {
@@ -183,6 +186,7 @@ inline constexpr Store kStores[] = {
         .flags_cleared = BITMAPFLAG_GLOBAL | BITMAPFLAG_MIRROR,
         .memory_type = TYPE_DISK,
         .request = TYPE_DISK,
+        .by_thresholds = true,
         .size_after = SizeAfter::plain,
         .before_start = V_ERROR_FILE_SEEK,
         .read_past_end = V_ERROR_FILE_READ,
