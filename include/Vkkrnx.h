@@ -48,5 +48,6 @@
 #include "Vktemp.h"
 #include "Vkthread.h"
 #include "Vkview.h"
+#include "Vkwarp.h"
 
 #endif /* VKKRNX_H */

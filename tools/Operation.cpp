@@ -21,10 +21,12 @@ extern const Operation kMirror;
 extern const Operation kOrient;
 extern const Operation kResize;
 extern const Operation kRotate;
+extern const Operation kShear;
+extern const Operation kWarp;
 
 namespace {
 
-constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kFlip, &kMirror, &kOrient};
+constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kWarp, &kShear, &kFlip, &kMirror, &kOrient};
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 

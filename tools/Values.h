@@ -60,6 +60,17 @@ inline int32_t count_option(const Arguments& arguments, const char* option, int3
     return value;
 }
 
+/** The --fill option. */
+inline COLORREF fill_option(const Arguments& arguments)
+{
+    const std::optional<std::string> text = arguments.value("--fill");
+    uint32_t rgb = 0;
+    if (text && (text->size() != 6 || !parse_number(*text, rgb, 16))) {
+        throw UsageError("--fill needs six hexadecimal digits");
+    }
+    return (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16;
+}
+
 } // namespace vk::tool
 
 #endif

@@ -35,6 +35,7 @@ std::span<const Operation> dither_operations();
 std::span<const Operation> bitmap_operations();
 std::span<const Operation> view_operations();
 std::span<const Operation> rotate_operations();
+std::span<const Operation> warp_operations();
 std::span<const Operation> combine_operations();
 std::span<const Operation> resize_operations();
 std::span<const Operation> resample_operations();
@@ -44,9 +45,9 @@ std::span<const Operation> storage_operations();
 std::span<const Operation> region_operations();
 
 constexpr decltype(&row_operations) kFamilies[] = {
-    row_operations,    palette_operations, dither_operations, bitmap_operations,   view_operations,
-    rotate_operations, combine_operations, resize_operations, resample_operations, dib_operations,
-    list_operations,   storage_operations, region_operations};
+    row_operations,    palette_operations, dither_operations,  bitmap_operations, view_operations,
+    rotate_operations, warp_operations,    combine_operations, resize_operations, resample_operations,
+    dib_operations,    list_operations,    storage_operations, region_operations};
 
 /// An operation without further arguments.
 template <auto function> intptr_t plain(B bitmap)

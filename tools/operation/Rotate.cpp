@@ -43,16 +43,6 @@ int32_t read_angle(const Arguments& arguments)
     return static_cast<int32_t>(std::lround(degrees * 100));
 }
 
-COLORREF read_fill(const Arguments& arguments)
-{
-    const std::optional<std::string> text = arguments.value("--fill");
-    uint32_t rgb = 0;
-    if (text && (text->size() != 6 || !parse_number(*text, rgb, 16))) {
-        throw UsageError("--fill needs six hexadecimal digits");
-    }
-    return (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16;
-}
-
 void read_center(const Arguments& arguments, Request& request)
 {
     const std::optional<std::string> text = arguments.value("--center");
@@ -75,7 +65,7 @@ Action prepare(const Arguments& arguments)
     if (!arguments.has("--keep")) {
         request.flags |= ROTATEFLAG_GROW;
     }
-    request.fill = read_fill(arguments);
+    request.fill = fill_option(arguments);
     read_center(arguments, request);
     return [request](Bitmap& bitmap) {
         check(V_IntRotateBitmap(&bitmap.record(), request.angle, request.flags, request.fill, 0, 100, request.x,

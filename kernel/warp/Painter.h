@@ -1,0 +1,87 @@
+// What the two ways of taking pixels, nearest and mixed, have in common: they paint pieces of canvas rows from source
+// pixels that lie in memory. Walk.h brings them there.
+#pragma once
+
+#include "kernel/warp/Mapping.h"
+#include "kernel/warp/Source.h"
+
+namespace vk::warp {
+
+class Painter {
+public:
+    Painter(const Mapping& mapping, const Reach& reach) noexcept : mapping_(mapping), reach_(reach), positions_(loops())
+    {}
+
+    /// Paints columns [left, right) of a canvas row, no more than kLongest, to packed pixels. `left` is a multiple of
+    /// kAligned; what the last byte has left over becomes clear.
+    virtual void paint(const Source& source, int32_t row, int32_t left, int32_t right, uint8_t* out) noexcept = 0;
+
+    /// Source pixels around a position that may be looked at.
+    int32_t margin() const noexcept { return reach_.high + 1; }
+
+protected:
+    ~Painter() = default;
+
+    /// The pixels that samples may begin with so that everything they look at is held; and how to see the rest.
+    Span inner(const Pixels& pixels) const noexcept
+    {
+        const Box& held = pixels.held;
+        return {int64_t{held.left} + reach_.low, int64_t{held.top} + reach_.low, int64_t{held.right} - 1 - reach_.high,
+                int64_t{held.bottom} - 1 - reach_.high};
+    }
+
+    /// Calls patch(from, count, span) for stretches of a track whose samples lie inside, and single(i) for others.
+    template <class Stretch, class Single>
+    void split(const Track& track, const Span& inside, const Stretch& stretch, const Single& single) const noexcept
+    {
+        const auto holds = [&](int64_t x, int64_t y) noexcept {
+            return x >= inside.left && x <= inside.right && y >= inside.top && y <= inside.bottom;
+        };
+        const Span all = positions_.measure(track, 0, track.count);
+        if (holds(all.left, all.top) && holds(all.right, all.bottom))
+            return stretch(0, track.count, all);
+        for (int32_t i = 0; i < track.count;) {
+            const int32_t from = i;
+            while (i < track.count &&
+                   holds(track.base_x + (track.x[i] >> kFractionBits), track.base_y + (track.y[i] >> kFractionBits)))
+                ++i;
+            if (i > from)
+                stretch(from, i - from, positions_.measure(track, from, i - from));
+            else
+                single(i++);
+        }
+    }
+
+    /// The patch that a stretch is.
+    static Patch patch_of(const Pixels& pixels, int32_t bits, const Track& track, int32_t from, int32_t count,
+                          const Span& span) noexcept
+    {
+        const int64_t column = (span.left - pixels.held.left) / kAligned * kAligned;
+        const int64_t row = span.top - pixels.held.top;
+        const uint8_t* const origin =
+            pixels.data + static_cast<size_t>(row) * pixels.stride + static_cast<size_t>(column * bits / 8);
+        return {origin,
+                pixels.stride,
+                track.x + from,
+                track.y + from,
+                static_cast<int32_t>(pixels.held.left + column - track.base_x),
+                static_cast<int32_t>(span.top - track.base_y),
+                count};
+    }
+
+    /// Loops that read a little too far and count offsets in 32 bits may take it.
+    bool may_be_fast(const Pixels& pixels, int32_t bits, const Span& span) const noexcept
+    {
+        const auto rows_behind = static_cast<uint64_t>(pixels.held.bottom - 1 - reach_.high - span.bottom);
+        const auto rows = static_cast<uint64_t>(span.bottom - span.top) + 4;
+        const auto columns = static_cast<uint64_t>(span.right - span.left) + 12;
+        return rows_behind * pixels.stride + pixels.behind >= kSlack &&
+               rows * pixels.stride + columns * static_cast<uint64_t>(bits) / 8 < kFarthestOffset;
+    }
+
+    const Mapping& mapping_;
+    const Reach reach_;
+    const PositionLoops& positions_;
+};
+
+} // namespace vk::warp
