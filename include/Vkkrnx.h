@@ -49,5 +49,6 @@
 #include "Vkthread.h"
 #include "Vkview.h"
 #include "Vkwarp.h"
+#include "Vkwindow.h"
 
 #endif /* VKKRNX_H */
