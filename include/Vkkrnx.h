@@ -35,6 +35,7 @@
 #include "Vkhuge.h"
 #include "Vklist.h"
 #include "Vkloader.h"
+#include "Vkoverlay.h"
 #include "Vkpalette.h"
 #include "Vkpixel.h"
 #include "Vkredirect.h"

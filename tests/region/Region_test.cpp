@@ -55,8 +55,13 @@ TEST(Region, FollowsThePixelsThroughEveryOperation)
                              << follow.name << ", perspective " << perspective << ", " << name_of(kind));
                 TestBitmap bitmap;
                 ASSERT_NO_FATAL_FAILURE(make_own_mask(bitmap, kind, 8, perspective));
+                TestBitmap mask, overlay; // which follows as the region does
+                ASSERT_EQ(SUCCESS, V_GetBitmapRegionMask(mask.get(), bitmap.get(), BITMAPHANDLE_SIZE));
+                ASSERT_EQ(SUCCESS, V_SetBitmapOverlay(bitmap.get(), 9, mask.get(), OVERLAY_COPY));
                 ASSERT_EQ(SUCCESS, follow.run(bitmap.get()));
                 ASSERT_EQ(pixels_of(bitmap.get()), region_of(bitmap.get()));
+                ASSERT_EQ(SUCCESS, V_GetBitmapOverlay(bitmap.get(), 9, overlay.get(), BITMAPHANDLE_SIZE, OVERLAY_COPY));
+                ASSERT_EQ(pixels_of(bitmap.get()), pixels_of(overlay.get()));
             }
 }
 
