@@ -35,6 +35,7 @@
 #include "Vkhuge.h"
 #include "Vklist.h"
 #include "Vkloader.h"
+#include "Vkoverlay.h"
 #include "Vkpalette.h"
 #include "Vkpixel.h"
 #include "Vkredirect.h"
@@ -49,5 +50,6 @@
 #include "Vkthread.h"
 #include "Vkview.h"
 #include "Vkwarp.h"
+#include "Vkwindow.h"
 
 #endif /* VKKRNX_H */

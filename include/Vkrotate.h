@@ -45,7 +45,7 @@ V_API int V_RotateBitmap(BITMAPHANDLE* pBitmap, int32_t nAngle, uint32_t uFlags,
  *
  * The view perspective becomes 1 or 4 and what it said is done to the pixels, also by an angle of 0. Half turns, and
  * quarter turns that move every pixel, take overlays and resolutions along and leave compressed bitmaps compressed.
- * Other turns leave overlays as they are and make compressed bitmaps uncompressed.
+ * Other turns take overlays along by the nearest pixel, and make compressed bitmaps uncompressed.
  * @param pBitmap the bitmap. @param nAngle hundredths of a degree; positive angles turn the displayed image clockwise.
  * @param uFlags ROTATEFLAG_ bits.
  * @param crFill colour of what the turned image does not cover: 0x01 in the top byte and a palette index in the low

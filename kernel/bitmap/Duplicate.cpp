@@ -112,6 +112,7 @@ int copy_overlays(BITMAPHANDLE& made, BITMAPHANDLE& source) noexcept
     OverlayTable* const to = require_overlays(made);
     if (!to)
         return V_ERROR_NO_MEMORY;
+    std::copy_n(from->attributes, kOverlaySlots, to->attributes);
     const SilentStatus silent;
     for (int i = 0; i < kOverlaySlots; ++i) {
         if (!(from->bitmaps[i].Flags & BITMAPFLAG_ALLOCATED))

@@ -1,6 +1,8 @@
 // Height and size of stored bitmaps.
 #include "kernel/bitmap/MemoryInfo.h"
 
+#include "kernel/bitmap/Duplicate.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/storage/Storage.h"
@@ -32,7 +34,13 @@ int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept
     BITMAPHANDLE kept = {}; // holds the region of the rows that stay
     kept.Width = bitmap.Width;
     kept.Height = height;
+    OverlayCopies overlays;
     int result = store ? move_area(bitmap, kept, 0, 0) : V_ERROR_NO_MEMORY;
+    if (result == V_SUCCESS)
+        result = overlays.make(bitmap, [&](BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept {
+            const int copied = copy_bitmap(to, from, kRecordSize);
+            return copied == V_SUCCESS && covers(from, bitmap) ? change_height(to, height) : copied;
+        });
     if (result == V_SUCCESS)
         result = store->calls.resize(bitmap, height);
     if (result != V_SUCCESS) {
@@ -42,6 +50,7 @@ int change_height(BITMAPHANDLE& bitmap, int32_t height) noexcept
     bitmap.Height = height;
     set_data_size(bitmap, size_after(bitmap, *store));
     take_area(bitmap, kept);
+    overlays.give_to(bitmap);
     return V_SUCCESS;
 }
 

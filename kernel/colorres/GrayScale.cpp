@@ -3,13 +3,13 @@
 #include "kernel/colorres/GrayScale.h"
 
 #include "Vkrecord.h"
-#include "kernel/system/Checks.h"
-#include "kernel/colorres/ColorRes.h"
 #include "kernel/bitmap/Duplicate.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/colorres/ColorRes.h"
 #include "kernel/format/PackedBits.h"
 #include "kernel/palette/Palette.h"
-#include "kernel/bitmap/Record.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -53,12 +53,20 @@ struct Limits {
     }
 };
 
-void see_row(const uint8_t* row, int32_t bits, uint32_t width, const GrayRange& range, Limits& limits) noexcept
+/// What counts of a sample: `flip` turns signed ones into unsigned ones of the same order.
+struct Significant {
+    GrayRange range;
+    uint32_t flip;
+
+    uint32_t of(uint32_t sample) const noexcept { return range.extract(sample) ^ flip; }
+};
+
+void see_row(const uint8_t* row, int32_t bits, uint32_t width, const Significant& significant, Limits& limits) noexcept
 {
     with_depth(bits, [&]<int32_t kBits>() noexcept {
-        if constexpr (kBits > kMostIndexBits && has_order(kBits, COLORORDER_GRAY))
+        if constexpr (kBits >= kMostIndexBits && has_order(kBits, COLORORDER_GRAY))
             for (uint32_t i = 0; i < width; ++i)
-                limits.see(range.extract(pixel_at<kBits>(row, i)));
+                limits.see(significant.of(pixel_at<kBits>(row, i)));
     });
 }
 
@@ -79,9 +87,16 @@ GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept
 
 int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept
 {
-    if (!is_deep_gray(bitmap) || !has_order(bitmap.BitsPerPixel, bitmap.Order))
-        return V_SUCCESS;
+    return is_deep_gray(bitmap) && has_order(bitmap.BitsPerPixel, bitmap.Order) ? find_gray_limits(bitmap) : V_SUCCESS;
+}
+
+int find_gray_limits(BITMAPHANDLE& bitmap) noexcept
+{
     const GrayRange range = gray_range_of(bitmap);
+    const uint32_t sign = bitmap.Flags & BITMAPFLAG_SIGNED ? range.mask() / 2 + 1 : 0;
+    // Indices from white on are the levels the other way round, which changes the same bits of all.
+    const uint32_t flip = gray_kind(bitmap) == GrayKind::inverted ? range.mask() ^ sign : sign;
+    const Significant significant{range, flip};
     const auto width = static_cast<uint32_t>(bitmap.Width);
     RowReader reader(bitmap);
     const int32_t batch = buffered_rows(bitmap, bitmap);
@@ -92,13 +107,16 @@ int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept
         const uint8_t* data = nullptr;
         result = reader.read(row, rows, &data);
         for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i)
-            see_row(data + size_t{bitmap.BytesPerLine} * static_cast<uint32_t>(i), bitmap.BitsPerPixel, width, range,
-                    limits);
+            see_row(data + size_t{bitmap.BytesPerLine} * static_cast<uint32_t>(i), bitmap.BitsPerPixel, width,
+                    significant, limits);
         row += rows;
     }
     if (result == V_SUCCESS) {
-        bitmap.MinVal = static_cast<int32_t>(std::min<uint32_t>(limits.least, INT32_MAX));
-        bitmap.MaxVal = static_cast<int32_t>(std::min<uint32_t>(limits.most, INT32_MAX));
+        const auto value = [sign](uint32_t seen) noexcept {
+            return static_cast<int32_t>(std::min<int64_t>(int64_t{seen} - sign, INT32_MAX));
+        };
+        bitmap.MinVal = value(limits.least);
+        bitmap.MaxVal = value(limits.most);
     }
     return result;
 }

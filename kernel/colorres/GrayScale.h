@@ -35,4 +35,7 @@ GrayKind gray_kind(const BITMAPHANDLE& bitmap) noexcept;
 /// check_rows accepts it. SUCCESS, or the failure of a transfer.
 int refresh_gray_limits(BITMAPHANDLE& bitmap) noexcept;
 
+/// The same for 8-bit gray too; the bitmap is gray.
+int find_gray_limits(BITMAPHANDLE& bitmap) noexcept;
+
 } // namespace vk

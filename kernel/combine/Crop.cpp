@@ -6,7 +6,7 @@
 #include "kernel/bitmap/Staged.h"
 #include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
-#include "kernel/combine/OverlayCopies.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/resize/Access.h"
 #include "kernel/rows/RowAccess.h"
 

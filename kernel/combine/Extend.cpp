@@ -7,7 +7,7 @@
 #include "kernel/combine/Bits.h"
 #include "kernel/combine/Crop.h"
 #include "kernel/combine/FillColor.h"
-#include "kernel/combine/OverlayCopies.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/resize/Access.h"
 #include "kernel/rows/RowAccess.h"

@@ -2,6 +2,7 @@
 #include "kernel/resample/Resample.h"
 
 #include "Vkbitmap.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/colorres/GrayScale.h"
@@ -155,9 +156,18 @@ int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter 
         result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
     if (result == V_SUCCESS)
         result = resample_into(bitmap, staged.record(), filter);
+    OverlayCopies overlays;
+    if (result == V_SUCCESS)
+        result = scale_overlays(bitmap, width, height, overlays);
     if (result == V_SUCCESS)
         result = scale_region(bitmap, staged.record(), width, height);
-    return result == V_SUCCESS ? staged.replace(access) : result;
+    if (result != V_SUCCESS)
+        return result;
+    const int released = access.release();
+    result = staged.replace();
+    if (result == V_SUCCESS)
+        overlays.give_to(bitmap);
+    return first_failure(result, released);
 }
 
 } // namespace vk

@@ -2,6 +2,7 @@
 // bled first that happens in a copy, so that a failure anywhere leaves the caller's record right.
 #include "Vkcolorres.h"
 #include "Vkresize.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/colorres/ColorRes.h"
@@ -126,9 +127,18 @@ int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t fl
     result = access.result();
     if (result == V_SUCCESS)
         result = stage(staged, bitmap, shape, flags);
+    OverlayCopies overlays;
+    if (result == V_SUCCESS)
+        result = scale_overlays(bitmap, width, height, overlays);
     if (result == V_SUCCESS)
         result = scale_region(bitmap, staged.record(), width, height);
-    return result == V_SUCCESS ? staged.replace(access) : result;
+    if (result != V_SUCCESS)
+        return result;
+    const int released = access.release();
+    result = staged.replace();
+    if (result == V_SUCCESS)
+        overlays.give_to(bitmap);
+    return first_failure(result, released);
 }
 
 } // namespace vk

@@ -14,6 +14,7 @@
 #include "kernel/resize/Resize.h"
 #include "kernel/resize/Temporary.h"
 #include "kernel/system/Checks.h"
+#include "kernel/system/SilentStatus.h"
 #include "kernel/view/ViewPerspective.h"
 
 #include <algorithm>
@@ -80,7 +81,7 @@ private:
 };
 
 /// Copies of a bitmap's overlays on their way to another. Until they are placed nothing has changed.
-class OverlayCopies {
+class SlotCopies {
 public:
     int make(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
     {
@@ -92,7 +93,8 @@ public:
             if (!(table->bitmaps[i].Flags & BITMAPFLAG_ALLOCATED))
                 continue; // an empty slot
             has_any_ = true;
-            result = copy_bitmap(copies_[i].record(), table->bitmaps[i], kRecordSize);
+            attributes_[i] = table->attributes[i];
+            result = copy_over(copies_[i].record(), table->bitmaps[i], from, to);
         }
         if (result == V_SUCCESS && has_any_ && !require_overlays(to))
             result = V_ERROR_NO_MEMORY;
@@ -108,10 +110,25 @@ public:
             free_bitmap(slot);
             std::memcpy(static_cast<void*>(&slot), &copies_[i].record(), kRecordSize);
             clear_record(copies_[i].record(), kRecordSize);
+            static_cast<OverlayTable*>(to.Overlays)->attributes[i] = attributes_[i];
         }
     }
 
 private:
+    /// One that has a pixel over each of the source's gets one over each of the destination's.
+    static int copy_over(BITMAPHANDLE& made, BITMAPHANDLE& overlay, const BITMAPHANDLE& from,
+                         const BITMAPHANDLE& to) noexcept
+    {
+        int result = copy_bitmap(made, overlay, kRecordSize);
+        if (result != V_SUCCESS || !covers(overlay, from))
+            return result;
+        const SilentStatus silent;
+        if (from.ViewPerspective != to.ViewPerspective)
+            result = change_view_perspective(made, to.ViewPerspective);
+        return result == V_SUCCESS ? size_bitmap(made, to.Width, to.Height, 0) : result;
+    }
+
+    V_OVERLAYATTRIBUTES attributes_[kOverlaySlots];
     Temporary copies_[kOverlaySlots];
     bool has_any_ = false;
 };
@@ -134,7 +151,7 @@ int carry_region(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
 /// The destination's region and overlays, when its pixels are there. Without a region of its own it gets the source's.
 int carry_parts(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
 {
-    OverlayCopies overlays;
+    SlotCopies overlays;
     int result = overlays.make(from, to);
     if (result == V_SUCCESS && to.RgnInfo != from.RgnInfo)
         result = to.RgnInfo ? ask_scale_hook(to, to.Width, to.Height) : carry_region(from, to);

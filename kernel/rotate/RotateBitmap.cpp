@@ -5,14 +5,15 @@
 #include "Vkbitmap.h"
 #include "Vkrotate.h"
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/rotate/Angle.h"
 #include "kernel/rotate/Filter.h"
 #include "kernel/rotate/Nearest.h"
 #include "kernel/rotate/TurnPixels.h"
-#include "kernel/storage/Storage.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/Progress.h"
 #include "kernel/system/ThreadState.h"
@@ -137,6 +138,27 @@ int turn_mask(BITMAPHANDLE& from, BITMAPHANDLE& to, const Geometry& geometry) no
     return rotate::turn_pixels(from, to, geometry, painter, silent);
 }
 
+/// Turns the overlays that have a pixel over each of the bitmap's.
+int turn_overlays(const BITMAPHANDLE& bitmap, const BITMAPHANDLE& made, const Geometry& geometry,
+                  OverlayCopies& overlays) noexcept
+{
+    return overlays.make(bitmap, [&](BITMAPHANDLE& to, BITMAPHANDLE& from) noexcept {
+        if (!covers(from, bitmap))
+            return copy_bitmap(to, from, kRecordSize);
+        Shape shape{made.Width, made.Height, from.BitsPerPixel, from.Order, 0};
+        const bool is_expanded = is_compressed(from);
+        if (is_expanded)
+            shape.memory = TYPE_CONV;
+        BitmapAccess access(from);
+        Expanded expanded;
+        int result = is_expanded && access.result() == V_SUCCESS ? expanded.make(from) : access.result();
+        if (result == V_SUCCESS)
+            result = make_like(to, from, kRecordSize, shape, DUPFLAG_PALETTE);
+        to.ViewPerspective = made.ViewPerspective;
+        return result == V_SUCCESS ? turn_mask(is_expanded ? expanded.record() : from, to, geometry) : result;
+    });
+}
+
 int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noexcept
 {
     Geometry geometry;
@@ -165,7 +187,16 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
         result = draw_region(bitmap, staged.record(), [&](BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept {
             return turn_mask(from, to, geometry);
         });
-    return result == V_SUCCESS ? staged.replace(access) : result;
+    OverlayCopies overlays;
+    if (result == V_SUCCESS)
+        result = turn_overlays(bitmap, staged.record(), geometry, overlays);
+    if (result != V_SUCCESS)
+        return result;
+    const int released = access.release();
+    result = staged.replace();
+    if (result == V_SUCCESS)
+        overlays.give_to(bitmap);
+    return first_failure(result, released);
 }
 
 /// Turns that move every pixel, done on stored rows; `angle` is the way back.

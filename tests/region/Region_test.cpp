@@ -55,8 +55,13 @@ TEST(Region, FollowsThePixelsThroughEveryOperation)
                              << follow.name << ", perspective " << perspective << ", " << name_of(kind));
                 TestBitmap bitmap;
                 ASSERT_NO_FATAL_FAILURE(make_own_mask(bitmap, kind, 8, perspective));
+                TestBitmap mask, overlay; // which follows as the region does
+                ASSERT_EQ(SUCCESS, V_GetBitmapRegionMask(mask.get(), bitmap.get(), BITMAPHANDLE_SIZE));
+                ASSERT_EQ(SUCCESS, V_SetBitmapOverlay(bitmap.get(), 9, mask.get(), OVERLAY_COPY));
                 ASSERT_EQ(SUCCESS, follow.run(bitmap.get()));
                 ASSERT_EQ(pixels_of(bitmap.get()), region_of(bitmap.get()));
+                ASSERT_EQ(SUCCESS, V_GetBitmapOverlay(bitmap.get(), 9, overlay.get(), BITMAPHANDLE_SIZE, OVERLAY_COPY));
+                ASSERT_EQ(pixels_of(bitmap.get()), pixels_of(overlay.get()));
             }
 }
 
@@ -176,11 +181,11 @@ TEST(Region, FindsColoursAndWhatHangsTogether)
                 bitmap->HighBit = 10;
             }
             const COLORREF seed = V_GetPixelColor(bitmap.get(), 15, 20);
-            COLORREF near[2] = {0, 0};
+            COLORREF lowest[2] = {0, 0};
             for (int shift = 0; shift < 24; shift += 8) {
                 const uint32_t value = seed >> shift & 0xFF;
-                near[0] |= (value - std::min(value, kBelow >> shift & 0xFF)) << shift;
-                near[1] |= std::min(value + (kAbove >> shift & 0xFF), 255u) << shift;
+                lowest[0] |= (value - std::min(value, kBelow >> shift & 0xFF)) << shift;
+                lowest[1] |= std::min(value + (kAbove >> shift & 0xFF), 255u) << shift;
             }
             Bits within, alike, reached;
             for (int32_t y = 0; y < 31; ++y) {
@@ -189,7 +194,7 @@ TEST(Region, FindsColoursAndWhatHangsTogether)
                 for (int32_t x = 0; x < 45; ++x) {
                     const COLORREF color = V_GetPixelColor(bitmap.get(), y, x);
                     within.back().push_back(is_between(color, kLower, kUpper));
-                    alike.back().push_back(is_between(color, near[0], near[1]));
+                    alike.back().push_back(is_between(color, lowest[0], lowest[1]));
                 }
             }
             reached.assign(31, std::vector<bool>(45));

@@ -5,9 +5,9 @@
 #include "kernel/bitmap/Overlay.h"
 #include "kernel/system/SilentStatus.h"
 
-#include <utility>
+#include <algorithm>
 
-namespace vk::combine {
+namespace vk {
 
 class OverlayCopies {
 public:
@@ -26,6 +26,8 @@ public:
         const SilentStatus silent;
         OverlayTable* const to = require_overlays(holder_);
         int result = to ? V_SUCCESS : V_ERROR_NO_MEMORY;
+        if (to)
+            std::copy_n(from->attributes, kOverlaySlots, to->attributes);
         for (int i = 0; i < kOverlaySlots && result == V_SUCCESS; ++i)
             if (from->bitmaps[i].Flags & BITMAPFLAG_ALLOCATED)
                 result = change(to->bitmaps[i], from->bitmaps[i]);
@@ -44,4 +46,8 @@ private:
     BITMAPHANDLE holder_ = {};
 };
 
-} // namespace vk::combine
+/// The overlays of a bitmap whose pixels are resized by the nearest stepping rule, or by a filter. One that has another
+/// size or perspective than its bitmap stays as it is.
+int scale_overlays(const BITMAPHANDLE& bitmap, int32_t width, int32_t height, OverlayCopies& copies) noexcept;
+
+} // namespace vk
