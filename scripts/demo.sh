@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Does the library's main job on real pictures with the vk command: holds them in every storage kind and takes them to
-# every depth, palette and dithering method, size, angle and view perspective. Leaves what came out and pages to look at in
+# every depth, palette and dithering method, size, angle, warp and view perspective. Leaves what came out and pages to look at in
 # demo-out/. Installs what is missing and builds first; may be called from anywhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -82,6 +82,30 @@ geometry rotate-mirror astronaut mirror
 for perspective in 1 2 3 4 5 6 7 8; do
     geometry "view-$perspective" astronaut orient --to $perspective
 done
+
+# warp <name> <file> <command> <options>...: the same with a file.
+warp() {
+    local name=$1 file=$2
+    shift 2
+    echo "-- $name: vk $*"
+    "$vk" "$1" "$file" "$out/geometry-$name.png" --json "${@:2}" >"$out/geometry-$name.json"
+}
+"$vk" resize samples/page.png "$out/page.png" --size 638x825 --filter gray >"$out/page.txt"
+warp warp-1-leaning-page "$out/page.png" warp --size 760x900 --filter bilinear --area --fill 666666 --matrix \
+    0.834210525,-0.0633215951,-3.12835157e-05,-0.0867465126,0.760486136,-0.000265287793,95,60,1
+warp warp-2-upright-page "$out/geometry-warp-1-leaning-page.png" warp --corners 95,60,640,20,730,850,30,880 --size 638x825 \
+    --filter bicubic --edge
+python3 - >"$out/lens.txt" <<'EOF'
+print(17, 17)
+for row in range(17):
+    for column in range(17):
+        x, y = column / 8 - 1, row / 8 - 1
+        bend = 0.72 + 0.22 * (x * x + y * y)
+        print(256 + 256 * x * bend, 256 + 256 * y * bend)
+EOF
+warp warp-3-lens samples/astronaut.png warp --grid "$out/lens.txt" --filter bicubic --area
+warp warp-4-shear samples/astronaut.png shear --angle 15 --linear --fill ffffff
+warp warp-5-shear-page samples/page.png shear --angle=-5 --vertical --fill ffffff
 
 python3 scripts/demo_page.py "$out"
 echo "== done: open $PWD/$out/index.html"

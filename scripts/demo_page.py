@@ -128,12 +128,13 @@ def geometry_page(folder):
     page(
         folder / "geometry.html",
         "One photograph, one page, moved about",
-        "<p>Made by <code>vk resize</code>, <code>rotate</code>, <code>flip</code>, <code>mirror</code> and <code>orient</code>. "
+        "<p>Made by <code>vk resize</code>, <code>rotate</code>, <code>warp</code>, <code>shear</code>, <code>flip</code>, <code>mirror</code> and <code>orient</code>. "
         'Back to the <a href="index.html">storage kinds</a>.</p>'
         + geometry_section(folder, "37 % of the size", "smaller")
         + geometry_section(folder, "150 % of the size", "larger")
         + geometry_section(folder, "A 1-bit page at 37 %", "page")
         + geometry_section(folder, "Turned", "rotate")
+        + geometry_section(folder, "A leaning page made upright, a photograph through a lens, and leaning ones", "warp")
         + geometry_section(folder, "The stored rows of each view perspective", "view"),
     )
 

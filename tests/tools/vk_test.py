@@ -230,6 +230,23 @@ class Geometry(VkTest):
         self.assertEqual((len(kept), len(kept[0])), (2, 3))
         self.assertTrue({255}.issubset(sum(kept, [])))
 
+    def test_warps_and_shears(self):
+        rows = self.ROWS
+        clockwise = [list(column) for column in zip(*rows[::-1])]
+        counter = [list(column) for column in zip(*rows)][::-1]
+        mirrored = [row[::-1] for row in rows]
+        grid = self.path("grid.txt", b"2 2\n3 0  0 0\n3 2  0 2\n")
+        for kind in ("nearest", "bilinear", "bicubic"):
+            self.assertEqual(self.moved("warp", "--matrix", "0,1,0,-1,0,0,0,0,1", "--filter", kind), clockwise, kind)
+            self.assertEqual(self.moved("warp", "--corners", "3,0,3,2,0,2,0,0", "--filter", kind), counter, kind)
+            self.assertEqual(self.moved("warp", "--grid", grid, "--filter", kind, "--area"), mirrored, kind)
+        self.assertEqual(self.moved("warp", "--corners", "0,0,3,0,3,2,0,2", "--size", "6x4"),
+                         [[v for v in row for _ in range(2)] for row in rows for _ in range(2)])
+        # The upper row is moved by half a pixel more than one, which goes to the pixel before.
+        self.assertEqual(self.moved("shear", "--angle", "45", "--fill", "ffffff"),
+                         [[255, 255] + rows[0], [255] + rows[1] + [255]])
+        self.assertEqual(len(self.moved("shear", "--angle=-45", "--vertical", "--linear")), 5)
+
     def test_sizes(self):
         doubled = [[v for v in row for _ in range(2)] for row in self.ROWS for _ in range(2)]
         for size in (("--size", "6x4"), ("--size", "6x"), ("--size", "x4"), ("--scale", "200")):
@@ -248,16 +265,22 @@ class Geometry(VkTest):
                           ["resize", "--scale", "-5"], ["resize", "--size", "3x3", "--scale", "5"],
                           ["resize", "--size", "3x3", "--filter", "magic"], ["rotate"], ["rotate", "--angle", "much"],
                           ["rotate", "--angle", "1", "--fill", "12345"], ["rotate", "--angle", "1", "--center", "3"],
-                          ["orient", "--to", "9"], ["flip", "--angle", "3"]):
+                          ["orient", "--to", "9"], ["flip", "--angle", "3"], ["warp"], ["warp", "--corners", "1,2,3"],
+                          ["warp", "--matrix", "1,0,0,0,1,0,0,0,x"], ["warp", "--size", "3", "--corners", "0,0,3,0,3,2,0,2"],
+                          ["warp", "--matrix", "1,0,0,0,1,0,0,0,1", "--corners", "0,0,3,0,3,2,0,2"],
+                          ["shear"], ["shear", "--angle", "90"]):
             self.fails(2, "vk:", arguments[0], source, out, *arguments[1:])
         self.fails(1, "vk:", "resize", source, out, "--size", "2000000000x2000000000")
+        self.fails(1, "vk:", "warp", source, out, "--corners", "0,0,3,0,1,1,0,2")
+        for text in (b"", b"1 2\n0 0\n0 0\n", b"2 2\n0 0 3 0 3 2 0\n", b"90000 90000\n"):
+            self.fails(3, "vk:", "warp", source, out, "--grid", self.path("grid.txt", text))
 
 
 class Pipes(VkTest):
     """Pictures from standard input to standard output, against the same done with files."""
 
     OPERATIONS = [["convert", "--bits", "8"], ["resize", "--scale", "50"], ["rotate", "--angle", "90"], ["flip"], ["mirror"],
-                  ["orient", "--from", "6"]]
+                  ["orient", "--from", "6"], ["warp", "--matrix", "1,0,0,0.2,1,0,0,0,1"], ["shear", "--angle", "5"]]
 
     def inputs(self):
         # Bytes that text modes would change, rows of more than one buffer, and what has to be sought in.
