@@ -181,11 +181,11 @@ TEST(Region, FindsColoursAndWhatHangsTogether)
                 bitmap->HighBit = 10;
             }
             const COLORREF seed = V_GetPixelColor(bitmap.get(), 15, 20);
-            COLORREF lowest[2] = {0, 0};
+            COLORREF bounds[2] = {0, 0};
             for (int shift = 0; shift < 24; shift += 8) {
                 const uint32_t value = seed >> shift & 0xFF;
-                lowest[0] |= (value - std::min(value, kBelow >> shift & 0xFF)) << shift;
-                lowest[1] |= std::min(value + (kAbove >> shift & 0xFF), 255u) << shift;
+                bounds[0] |= (value - std::min<COLORREF>(value, kBelow >> shift & 0xFF)) << shift;
+                bounds[1] |= std::min<COLORREF>(value + (kAbove >> shift & 0xFF), 255u) << shift;
             }
             Bits within, alike, reached;
             for (int32_t y = 0; y < 31; ++y) {
@@ -194,7 +194,7 @@ TEST(Region, FindsColoursAndWhatHangsTogether)
                 for (int32_t x = 0; x < 45; ++x) {
                     const COLORREF color = V_GetPixelColor(bitmap.get(), y, x);
                     within.back().push_back(is_between(color, kLower, kUpper));
-                    alike.back().push_back(is_between(color, lowest[0], lowest[1]));
+                    alike.back().push_back(is_between(color, bounds[0], bounds[1]));
                 }
             }
             reached.assign(31, std::vector<bool>(45));
