@@ -79,7 +79,8 @@ V_API int V_RotateBitmap90(BITMAPHANDLE* pBitmap, int32_t nDirection) V_NOEXCEPT
  * View perspective
  * --------------------------------------------------------------------------------------------------------------- */
 
-/** Flips the displayed image by changing ViewPerspective alone; values outside 1 to 8 stay. Needs no storage.
+/** Flips the displayed image by changing ViewPerspective alone, and those of its overlays; values outside 1 to 8 stay.
+ *  Needs no storage.
  *  @return SUCCESS; ERROR_INVALID_PARAMETER: null; ERROR_INVALID_STRUCT_SIZE.
  *  @remark One thread per bitmap at a time. */
 V_API int V_FlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
