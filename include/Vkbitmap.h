@@ -13,7 +13,8 @@
 /** What V_DupBitmapNewDim copies. */
 #define DUPFLAG_PALETTE 0x01u
 #define DUPFLAG_OVERLAYS 0x02u
-#define DUPFLAG_REGION 0x04u        /**< the library's: what of it the new size has; a module's: by its hook */
+#define DUPFLAG_REGION 0x04u /**< the region: the library's as far as the new size has it, others by REGIONCOPYHOOKS   \
+                              */
 #define DUPFLAG_EXTRADATA 0x08u     /**< ExtraData */
 #define DUPFLAG_GRAYTABLES 0x10u    /**< LUT, LUT16, PaintLUT and PaintLUT16, where the pixel format stays */
 #define DUPFLAG_DATACALLBACKS 0x20u /**< the duplicate's storage is then the callbacks' matter */
@@ -137,7 +138,8 @@ V_API int V_SetBitmapDataPointer(BITMAPHANDLE* pBitmap, void* pData, uint64_t uD
  */
 V_API int V_ChangeBitmapHeight(BITMAPHANDLE* pBitmap, int32_t nHeight) V_NOEXCEPT;
 
-/** Brings `Size` up to date: the stored bytes of compressed bitmaps, else BytesPerLine * Height.
+/** Brings `Size` up to date: the stored bytes of compressed bitmaps, else BytesPerLine * Height, also where a callback
+ *  holds the pixels.
  *  @return SUCCESS; ERROR_INVALID_PARAMETER; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated.
  *  @remark One thread per bitmap at a time. */
 V_API int V_UpdateBitmapSize(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
@@ -239,8 +241,9 @@ V_API int V_ToggleBitmapCompression(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  * @param uDupFlags DUPFLAG_ bits: which parts are copied. A palette is cut or filled up with black at another depth.
  * With DUPFLAG_TAKEOVER the other parts, and a region that was not copied, move to the duplicate; gray tables where the
  * pixel format stays, the palette where the depth does. Data callbacks are copied all the same, the source still needs
- * its own to be freed. V_FreeDuplicateBitmap then frees the rest of the source, and the duplicate can be copied over
- * it.
+ * its own to be freed; but not those that rows come from, which two bitmaps would share: without DUPFLAG_DATACALLBACKS
+ * the duplicate has storage of the library's own then. V_FreeDuplicateBitmap then frees the rest of the source, and the
+ * duplicate can be copied over it.
  * @return as V_CreateBitmap; ERROR_INVALID_PARAMETER: also pDst equal to pSrc, or unknown flags; ERROR_INVALID_IMAGE:
  * the source is not allocated; ERROR_INVALID_WIDTH_HEIGHT: also a width whose rows a record cannot state. On failure
  * the source is as it was and the duplicate empty but for StructSize.
@@ -250,7 +253,8 @@ V_API int V_DupBitmapNewDim(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uSt
                             int32_t nHeight, int32_t nBitsPerPixel, uint32_t uMemory, uint32_t uDupFlags) V_NOEXCEPT;
 
 /**
- * Makes a full copy of a bitmap, pixels and all parts, in storage of the same kind.
+ * Makes a full copy of a bitmap, pixels and all parts, in storage of the same kind. A region is copied where it can be
+ * (REGIONCOPYHOOKS). Data callbacks that rows come from are not, and the copy has storage of the library's own.
  * @return as V_DupBitmapNewDim and V_CopyBitmapData. On failure the copy is empty but for StructSize.
  * @remark One thread per bitmap at a time, for both bitmaps.
  */
@@ -266,7 +270,8 @@ V_API int V_CopyBitmap(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, uint32_t uStructS
  * @return SUCCESS, also for a bitmap and itself; ERROR_INVALID_PARAMETER: null record, or other perspectives;
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: sizes differ, or
  * BytesPerLine cannot hold Width; ERROR_INVALID_BITS_PER_PIXEL: depths differ; ERROR_NO_MEMORY; a failed transfer; the
- * status callback's refusal. After a failure the destination's pixels may be changed in part.
+ * status callback's refusal; a failed release, after which all is copied. After another failure the destination's
+ * pixels may be changed in part.
  * @remark One thread per bitmap at a time, for both bitmaps.
  */
 V_API int V_CopyBitmapData(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc) V_NOEXCEPT;

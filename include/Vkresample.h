@@ -49,9 +49,10 @@ V_API int V_ResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeigh
 V_API int V_BicubicResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight) V_NOEXCEPT;
 /**
  * Fills a bitmap with another one, resized by area averaging to its dimensions.
- * @param pSrc the source. @param pDst a different, allocated bitmap of the same depth and order (and number of
- * significant gray bits), or of 8 bits for a source of 1 bit, which gives gray levels. View perspectives are equal, or
- * top-left and bottom-left, which reverses the rows.
+ * @param pSrc the source. @param pDst a different, allocated bitmap of the same depth and order, or of 8 bits for a
+ * source of 1 bit, which gives gray levels. Gray samples are brought to its significant range first; 8 bits in gray
+ * order go with palettes of 8 bits, as the gray ramp. View perspectives are equal, or top-left and bottom-left, which
+ * reverses the rows.
  * @return SUCCESS; ERROR_INVALID_PARAMETER: null record, or bitmaps that do not go together;
  * ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; ERROR_INVALID_WIDTH_HEIGHT: rows that do not hold the
  * width; ERROR_NO_MEMORY and the other failures of storage; the status callback's refusal. The destination's pixels are

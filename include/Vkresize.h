@@ -48,7 +48,9 @@ V_API int V_SizeBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight, u
  *
  * The source is only read. At another depth it is brought to the destination's first, as V_ColorResBitmap does, with
  * the destination's palette or order; with SIZEFLAG_SCALETOGRAY and a destination of more than 1 bit the flags then
- * count as SIZEFLAG_RESAMPLE alone. At the same depth pixels are taken as they are, whatever the palettes and orders. A
+ * count as SIZEFLAG_RESAMPLE alone. At the same depth pixels are taken as they are, whatever the palettes and orders,
+ * unless the destination is gray: samples are always brought to its LowBit and HighBit, and what is no gray ramp
+ * becomes gray in 8-bit gray order. MinVal and MaxVal of a gray destination are those of its pixels, or the source's. A
  * region of the destination that is not the source's is scaled to the destination's size by the ScaleRegion hook, and
  * the source's overlays are copied to the destination's slots.
  * @param pSrc,pDst allocated bitmaps. @param uFlags as for V_IntResizeBitmap, and SIZEFLAG_SCALETOGRAY.
@@ -63,7 +65,8 @@ V_API int V_ResizeBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uFlags
  *
  * Rows are stored in the same order when the view perspectives are equal and in reverse order otherwise, which is right
  * for top-left and bottom-left; other pairs are for the caller to bring together.
- * @param pSrc,pDst allocated bitmaps of the same depth; 1 bit to 8-bit gray is resampled whatever the flags.
+ * @param pSrc,pDst allocated bitmaps of the same depth; 1 bit to 8-bit gray is resampled whatever the flags. Gray
+ * samples are brought to the destination's significant range.
  * @param uFlags the first of these that applies: SIZEFLAG_FAVORBLACK at 1 bit, SIZEFLAG_ALTRESAMPLE, SIZEFLAG_RESAMPLE,
  * SIZEFLAG_BICUBIC; otherwise pixels and rows are replicated or dropped. Other bits have no effect.
  *

@@ -20,8 +20,8 @@ typedef struct GLOBALMEMORYTHRESHOLDS {
     int64_t DiskThreshold; /**< bytes; larger bitmaps go to disk. 0: none; -1: half of the physical memory */
 } GLOBALMEMORYTHRESHOLDS;
 
-/** Progress of the calling thread's operations: 0, then each new percentage. Any result other than SUCCESS stops the
- *  operation and becomes its result. */
+/** Progress of the calling thread's operations: 0, then each new percentage once, 100 last; of several passes each has
+ * its share. Any result other than SUCCESS stops the operation and becomes its result. */
 typedef int (*V_STATUSCALLBACK)(int nPercent, void* pUserData);
 
 V_EXTERN_C_BEGIN

@@ -23,7 +23,7 @@
 V_EXTERN_C_BEGIN
 
 /* ------------------------------------------------------------------------------------------------------------------
- * Flip, mirror and turn. Overlays lie over stored pixels and are moved with them.
+ * Flip, mirror and turn. Overlays are changed so that they stay on the same pixels of the bitmap as displayed.
  * --------------------------------------------------------------------------------------------------------------- */
 
 /**
@@ -39,19 +39,20 @@ V_API int V_FlipBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  */
 V_API int V_ReverseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
- * Reverses the order of the stored rows, and calls the FlipRegion hook, whose failure undoes the flip and is the
- * result. Reports no progress. Rows in memory are exchanged in place; other storage is made anew, of the same kind, and
- * compressed rows are moved as they are.
+ * Reverses the order of the stored rows where they are, and calls the FlipRegion hook of a bitmap with a region, whose
+ * failure undoes the flip and is the result. Reports progress. Nothing else in the record changes, no allocation
+ * callback is asked, and no room for a second copy of the rows is needed; compressed rows stay compressed.
  * @return SUCCESS; ERROR_INVALID_IMAGE: null, or not allocated; ERROR_INVALID_STRUCT_SIZE;
- * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; a failed transfer. On failure the bitmap
- * is as it was.
+ * ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; a failed transfer; the status callback's
+ * refusal; a failed release, after which the rows are reversed. On another failure the bitmap is as it was, unless its
+ * storage refuses to take back what was exchanged.
  * @remark One thread per bitmap at a time.
  */
 V_API int V_IntFlipBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
 /**
- * Reverses the order of the pixels in each stored row, and calls the ReverseRegion hook. Reports progress. Compressed
- * rows stay compressed.
- * @return as V_IntFlipBitmap, and the status callback's refusal; a failed release, after which the pixels are reversed.
+ * Reverses the order of the pixels in each stored row, and calls the ReverseRegion hook; otherwise as V_IntFlipBitmap.
+ * Size is recounted where rows are run-length compressed.
+ * @return as V_IntFlipBitmap.
  * @remark One thread per bitmap at a time.
  */
 V_API int V_IntReverseBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
@@ -68,8 +69,8 @@ V_API int V_MirrorLine(void* pRow, uint32_t uWidth, int32_t nBitsPerPixel) V_NOE
  * are exchanged. A region goes along as it is. Reports progress.
  * @param nDirection 0 counter-clockwise, 1 clockwise.
  * @return SUCCESS; ERROR_INVALID_IMAGE: null, or not allocated; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_PARAMETER:
- * another direction; ERROR_INVALID_WIDTH_HEIGHT; ERROR_NO_MEMORY; a failed transfer; the status callback's refusal. On
- * failure the bitmap is as it was.
+ * another direction; ERROR_INVALID_WIDTH_HEIGHT; ERROR_NO_MEMORY; a failed transfer; the status callback's refusal; a
+ * failed release, after which the bitmap is turned. On another failure it is as it was.
  * @remark One thread per bitmap at a time.
  */
 V_API int V_RotateBitmap90(BITMAPHANDLE* pBitmap, int32_t nDirection) V_NOEXCEPT;
@@ -78,7 +79,8 @@ V_API int V_RotateBitmap90(BITMAPHANDLE* pBitmap, int32_t nDirection) V_NOEXCEPT
  * View perspective
  * --------------------------------------------------------------------------------------------------------------- */
 
-/** Flips the displayed image by changing ViewPerspective alone; values outside 1 to 8 stay. Needs no storage.
+/** Flips the displayed image by changing ViewPerspective alone, and those of its overlays; values outside 1 to 8 stay.
+ *  Needs no storage.
  *  @return SUCCESS; ERROR_INVALID_PARAMETER: null; ERROR_INVALID_STRUCT_SIZE.
  *  @remark One thread per bitmap at a time. */
 V_API int V_FlipBitmapViewPerspective(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
@@ -112,9 +114,10 @@ V_API int V_ChangeBitmapViewPerspective(BITMAPHANDLE* pDst, BITMAPHANDLE* pSrc, 
  * V_ChangeBitmapViewPerspective with a choice of what a copy gets. Making a copy reports progress; what changes in
  * place does so with the calling thread's status callback taken away, which is back afterwards whatever happened.
  *
- * Width and height, and the resolutions, are exchanged by a quarter turn. Overlays are rearranged as the bitmap is, and
- * change their perspective with it where they share it. The FlipRegion and ReverseRegion hooks are called for a flip
- * and for a turn by 180 degrees; a region goes through a quarter turn as it is.
+ * Width and height, and the resolutions, are exchanged by a quarter turn. Overlays that share the bitmap's perspective
+ * are rearranged with it and go on sharing it; others show the same as before and stay as they are. A copy has the
+ * region where it can be copied (DUPFLAG_REGION) or is taken over; the FlipRegion and ReverseRegion hooks are called
+ * for a flip and for a turn by 180 degrees, and a region goes through a quarter turn as it is.
  * @param uDupFlags DUPFLAG_ bits, as for V_DupBitmapNewDim; only used with pDst.
  * @return SUCCESS, also when the bitmap has that perspective already; ERROR_INVALID_PARAMETER: null source, a
  * perspective outside 1 to 8, unknown flags; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not allocated; a failure

@@ -1,10 +1,6 @@
 // Source over, sixteen pixels at a time.
 #include "kernel/combine/BlendKernels.h"
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // the compiler's own header leaves registers undefined
-#pragma GCC diagnostic ignored "-Wuninitialized"
-#endif
 #include <immintrin.h>
 
 namespace vk::combine {

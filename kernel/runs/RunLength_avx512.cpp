@@ -2,9 +2,6 @@
 // the numbers 0 to 63 by it gives their positions, however many there are. Gives what the loop in RunLength.cpp gives.
 #include "kernel/runs/RunLengthKernel.h"
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // the compiler's own header leaves registers undefined
-#endif
 #include <immintrin.h>
 
 namespace vk::runlength {

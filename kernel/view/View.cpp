@@ -8,6 +8,7 @@
 #include "Vkview.h"
 
 #include "kernel/bitmap/Duplicate.h"
+#include "kernel/bitmap/Overlay.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/system/Checks.h"
 #include "kernel/view/Flip.h"
@@ -36,12 +37,23 @@ int check_image(const BITMAPHANDLE* bitmap) noexcept
     return bitmap->Flags & BITMAPFLAG_ALLOCATED ? V_SUCCESS : V_ERROR_INVALID_IMAGE;
 }
 
+void relabel_one(BITMAPHANDLE& bitmap, const int32_t (&perspectives)[9]) noexcept
+{
+    if (is_perspective(bitmap.ViewPerspective))
+        bitmap.ViewPerspective = perspectives[bitmap.ViewPerspective];
+}
+
+/// Overlays show what the bitmap shows, flipped or reversed by the same change of theirs.
 int relabel(BITMAPHANDLE* bitmap, const int32_t (&perspectives)[9]) noexcept
 {
     const int result = check_record(bitmap);
-    if (result == V_SUCCESS && is_perspective(bitmap->ViewPerspective))
-        bitmap->ViewPerspective = perspectives[bitmap->ViewPerspective];
-    return result;
+    if (result != V_SUCCESS || !is_perspective(bitmap->ViewPerspective))
+        return result;
+    relabel_one(*bitmap, perspectives);
+    auto* const overlays = static_cast<OverlayTable*>(bitmap->Overlays);
+    for (int i = 0; overlays && i < kOverlaySlots; ++i)
+        relabel_one(overlays->bitmaps[i], perspectives);
+    return V_SUCCESS;
 }
 
 /// The sizes that mapping towards a bitmap counts with. The second exchange is for two perspectives alone.

@@ -1,8 +1,5 @@
 // Mixing four cells of numbers of a byte: the arithmetic of Mix.h in vectors of 64 bytes. Pixels with different alpha,
 // and mixing of sixteen cells, are left to AVX2.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // the compiler's own header leaves registers undefined
-#endif
 #include "kernel/warp/Mix.h"
 
 #include <algorithm>

@@ -1,7 +1,4 @@
 // Nearest pixels, sixteen at a time: gathered, and closed up by permuting bytes.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // the compiler's own header leaves registers undefined
-#endif
 #include "kernel/warp/Loops.h"
 
 #include "kernel/format/PackedBits.h"

@@ -1,7 +1,4 @@
 // Positions sixteen at a time; see Positions_avx2.cpp.
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // the compiler's own header leaves registers undefined
-#endif
 #include "kernel/warp/Loops.h"
 
 #include <immintrin.h>

@@ -1,9 +1,6 @@
 // Straight windows, 64 samples at a time.
 #include "kernel/window/LinearWindow.h"
 
-#if defined(__GNUC__) && !defined(__clang__)
-#pragma GCC diagnostic ignored "-Wmaybe-uninitialized" // the compiler's own header leaves registers undefined
-#endif
 
 #include <immintrin.h>
 
