@@ -13,8 +13,9 @@
 /** What V_DupBitmapNewDim copies. */
 #define DUPFLAG_PALETTE 0x01u
 #define DUPFLAG_OVERLAYS 0x02u
-#define DUPFLAG_REGION 0x04u /**< the region: the library's as far as the new size has it, others by REGIONCOPYHOOKS   \
-                              */
+#define DUPFLAG_REGION                                                                                                 \
+    0x04u /**< the region: the library's as far as the new size has it, others by REGIONCOPYHOOKS                      \
+           */
 #define DUPFLAG_EXTRADATA 0x08u     /**< ExtraData */
 #define DUPFLAG_GRAYTABLES 0x10u    /**< LUT, LUT16, PaintLUT and PaintLUT16, where the pixel format stays */
 #define DUPFLAG_DATACALLBACKS 0x20u /**< the duplicate's storage is then the callbacks' matter */

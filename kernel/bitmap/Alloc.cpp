@@ -3,13 +3,13 @@
 // tiled, disk.
 #include "kernel/bitmap/Alloc.h"
 
-#include "kernel/system/Blocks.h"
 #include "kernel/bitmap/Callbacks.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/files/TempOptions.h"
+#include "kernel/system/Blocks.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/HandleLimit.h"
-#include "kernel/bitmap/Record.h"
 #include "kernel/system/System.h"
-#include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/temp/Temp.h"
 #include "platform/platform.h"

@@ -1,9 +1,9 @@
 // The bitmap family's door: a record described, given storage, moved, copied and freed.
 //
-// Inside: Record.cpp describes, Alloc.cpp chooses storage (kernel/storage makes it), Create.cpp does both; MemoryInfo.cpp,
-// Height.cpp and Heap.cpp change what an allocated bitmap lives in; Duplicate.cpp makes bitmaps from bitmaps, Copy.cpp
-// moves their pixels, Staged.h replaces a bitmap on success only; Overlay.cpp and ExtraData.cpp keep what hangs on a
-// record; Callbacks.cpp asks those who want to be asked.
+// Inside: Record.cpp describes, Alloc.cpp chooses storage (kernel/storage makes it), Create.cpp does both;
+// MemoryInfo.cpp, Height.cpp and Heap.cpp change what an allocated bitmap lives in; Duplicate.cpp makes bitmaps from
+// bitmaps, Copy.cpp moves their pixels, Staged.h replaces a bitmap on success only; Overlay.cpp and ExtraData.cpp keep
+// what hangs on a record; Callbacks.cpp asks those who want to be asked.
 #include "Vkbitmap.h"
 #include "Vksystem.h"
 
@@ -39,7 +39,6 @@ int check_compressed(const BITMAPHANDLE* bitmap) noexcept
 }
 
 } // namespace
-
 
 int V_InitBitmap(BITMAPHANDLE* pBitmap, uint32_t uStructSize, int32_t nWidth, int32_t nHeight,
                  int32_t nBitsPerPixel) noexcept
@@ -80,9 +79,9 @@ int V_CreateBitmapWithCallbacks(BITMAPHANDLE* pBitmap, uint32_t uStructSize, uin
         return V_ERROR_INVALID_PARAMETER;
     if (!is_record_size(uStructSize))
         return V_ERROR_INVALID_STRUCT_SIZE;
-    return create_bitmap(*pBitmap, uStructSize,
-                         {uMemory, nWidth, nHeight, nBitsPerPixel, nOrder, pPalette, nViewPerspective, pData, uDataSize,
-                          pCallbacks});
+    return create_bitmap(
+        *pBitmap, uStructSize,
+        {uMemory, nWidth, nHeight, nBitsPerPixel, nOrder, pPalette, nViewPerspective, pData, uDataSize, pCallbacks});
 }
 
 void V_FreeBitmap(BITMAPHANDLE* pBitmap) noexcept

@@ -2,13 +2,13 @@
 // the two kinds of storage leave; data callbacks may do the work instead.
 #include "Vkbitmap.h"
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Checks.h"
-#include "kernel/convert/Convert.h"
 #include "kernel/bitmap/Duplicate.h"
-#include "kernel/rows/Locks.h"
 #include "kernel/bitmap/Record.h"
-#include "kernel/rows/RowCol.h"
+#include "kernel/convert/Convert.h"
+#include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/rows/RowCol.h"
+#include "kernel/system/Checks.h"
 
 #include <algorithm>
 

@@ -3,10 +3,10 @@
 #include "kernel/bitmap/Create.h"
 
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Checks.h"
+#include "kernel/bitmap/Record.h"
 #include "kernel/format/Depths.h"
 #include "kernel/palette/Palette.h"
-#include "kernel/bitmap/Record.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 
@@ -46,7 +46,8 @@ int give_colors(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 /// The order that allocation callbacks see.
 int32_t order_of(const Creation& creation) noexcept
 {
-    const bool indexed_gray = is_indexed(depth_asked(creation)) && creation.order == COLORORDER_GRAY && !creation.palette;
+    const bool indexed_gray =
+        is_indexed(depth_asked(creation)) && creation.order == COLORORDER_GRAY && !creation.palette;
     return creation.bits == 0 || indexed_gray ? COLORORDER_RGB : creation.order;
 }
 
@@ -80,8 +81,8 @@ int create_initialised(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
 
 int create_bitmap(BITMAPHANDLE& bitmap, uint32_t struct_size, const Creation& creation) noexcept
 {
-    int result = init_bitmap(bitmap, struct_size, creation.width, creation.height, depth_asked(creation),
-                             creation.callbacks);
+    int result =
+        init_bitmap(bitmap, struct_size, creation.width, creation.height, depth_asked(creation), creation.callbacks);
     if (result == V_SUCCESS) {
         result = create_initialised(bitmap, creation);
         if (result != V_SUCCESS)

@@ -34,8 +34,8 @@ bool same_format(const BITMAPHANDLE& a, const BITMAPHANDLE& b) noexcept;
 /// duplicate is empty but for StructSize when only the source is to blame.
 int check_duplicate(BITMAPHANDLE* made, const BITMAPHANDLE* source, uint32_t struct_size) noexcept;
 
-/// True for a bitmap whose rows its data callbacks hold or hand out. A second bitmap with those callbacks would have the
-/// same rows.
+/// True for a bitmap whose rows its data callbacks hold or hand out. A second bitmap with those callbacks would have
+/// the same rows.
 bool has_rows_of_callbacks(const BITMAPHANDLE& bitmap) noexcept;
 
 /// DUPFLAG_COPY as far as it is safe where the caller has not asked for data callbacks.

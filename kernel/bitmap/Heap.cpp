@@ -1,9 +1,9 @@
 // The memory of run-length bands: giving back what is not used, and making room ahead of puts.
 #include "kernel/bitmap/MemoryInfo.h"
 
-#include "kernel/system/Checks.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/storage/Compressed.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 

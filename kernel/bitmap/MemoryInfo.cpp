@@ -4,13 +4,13 @@
 #include "kernel/bitmap/MemoryInfo.h"
 
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/bitmap/Duplicate.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/rows/Locks.h"
+#include "kernel/rows/RowCol.h"
 #include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
-#include "kernel/bitmap/Duplicate.h"
-#include "kernel/rows/Locks.h"
 #include "kernel/system/Progress.h"
-#include "kernel/rows/RowCol.h"
-#include "kernel/format/RowMath.h"
 #include "kernel/system/ThreadState.h"
 
 #include <algorithm>

@@ -2,8 +2,8 @@
 #include "kernel/bitmap/Record.h"
 
 #include "kernel/bitmap/Callbacks.h"
-#include "kernel/system/Checks.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/system/Checks.h"
 #include "kernel/system/ThreadState.h"
 
 #include <cstring>

@@ -16,9 +16,9 @@
 #include "Vkrecord.h"
 #include "Vksystem.h"
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/rows/Locks.h"
+#include "kernel/system/Checks.h"
 
 #include <cstring>
 

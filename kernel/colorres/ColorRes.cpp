@@ -1,8 +1,8 @@
 // The colorres family's door: a bitmap's depth, order or palette changed, and gray made of it.
 //
-// Inside: ColorTarget.cpp settles what is asked for, ChangeColors.cpp stages it, ColorRows.h takes rows from the one form
-// to the other; Quantize.h makes palettes (ColorCount.h counts, Cut.h divides, Refine.h improves); GrayScale.h tells what
-// gray is.
+// Inside: ColorTarget.cpp settles what is asked for, ChangeColors.cpp stages it, ColorRows.h takes rows from the one
+// form to the other; Quantize.h makes palettes (ColorCount.h counts, Cut.h divides, Refine.h improves); GrayScale.h
+// tells what gray is.
 #include "Vkcolorres.h"
 
 #include "kernel/bitmap/Duplicate.h"
@@ -31,7 +31,6 @@ ColorResRequest gray_request(int32_t bits) noexcept
 }
 
 } // namespace
-
 
 int V_ColorResBitmap(BITMAPHANDLE* pSrc, BITMAPHANDLE* pDst, uint32_t uStructSize, int32_t nBitsPerPixel,
                      uint32_t uFlags, const RGBQUAD* pPalette, HPALETTE hPalette, uint32_t uColors) noexcept

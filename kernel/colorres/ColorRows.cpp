@@ -1,15 +1,15 @@
 #include "kernel/colorres/ColorRows.h"
 
 #include "Vkconvert.h"
+#include "kernel/colorres/GrayScale.h"
+#include "kernel/convert/ExactLookup.h"
+#include "kernel/dither/Dither.h"
+#include "kernel/format/PackedBits.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/palette/Palette.h"
 #include "kernel/system/Blocks.h"
 #include "kernel/system/Checks.h"
-#include "kernel/dither/Dither.h"
-#include "kernel/colorres/GrayScale.h"
-#include "kernel/format/PackedBits.h"
-#include "kernel/palette/Palette.h"
-#include "kernel/format/RowMath.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/convert/ExactLookup.h"
 
 #include <algorithm>
 #include <cstring>
@@ -76,7 +76,8 @@ int ColorRows::open_table(const BITMAPHANDLE& source) noexcept
         return V_SUCCESS;
     lut_ = source.LUT;
     lut16_ = is_current(source) ? source.LUT16 : nullptr;
-    const bool is_deep_target = depth_of(target_->bits).channel_bits > 8 || (target_->order == COLORORDER_GRAY && !target_->indexed());
+    const bool is_deep_target =
+        depth_of(target_->bits).channel_bits > 8 || (target_->order == COLORORDER_GRAY && !target_->indexed());
     if (lut_ && lut16_)
         is_deep_target ? void(lut_ = nullptr) : void(lut16_ = nullptr);
     if (!lut_ && !lut16_)

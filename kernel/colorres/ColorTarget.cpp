@@ -3,9 +3,9 @@
 #include "Vkdither.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/colorres/GrayScale.h"
-#include "kernel/palette/Palette.h"
-#include "kernel/format/Depths.h"
 #include "kernel/convert/Gray.h"
+#include "kernel/format/Depths.h"
+#include "kernel/palette/Palette.h"
 #include "platform/display.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "kernel/colorres/Quantize.h"
 
-#include "kernel/convert/Gray.h"
 #include "kernel/colorres/Refine.h"
+#include "kernel/convert/Gray.h"
 #include "platform/platform.h"
 
 #include <algorithm>

@@ -134,7 +134,8 @@ void Alike::open(const BITMAPHANDLE& bitmap, const uint8_t* pixel, uint32_t tole
     if (form_.indexed())
         return open_indices(form_.palette[form_.bits == 8 ? pixel[0] : extract_bits(pixel, form_.bits, 0)], tolerance);
     if (form_.deep_gray()) {
-        const uint32_t sample = is_whole_bytes(form_.bits) ? load(pixel, static_cast<size_t>(form_.bits / 8)) : extract_bits(pixel, form_.bits, 0);
+        const uint32_t sample = is_whole_bytes(form_.bits) ? load(pixel, static_cast<size_t>(form_.bits / 8))
+                                                           : extract_bits(pixel, form_.bits, 0);
         return open_gray(form_.gray.extract(sample), false, tolerance);
     }
     if (form_.bits == 16) {
@@ -150,7 +151,8 @@ void Alike::open(const BITMAPHANDLE& bitmap, const uint8_t* pixel, uint32_t tole
     }
     const size_t bytes = form_.bits >= 48 ? 2 : 1;
     for (int channel = 0; channel < form_.bits / 8 / static_cast<int>(bytes); ++channel)
-        set_channel(channel, load(pixel + static_cast<size_t>(channel) * bytes, bytes), bytes == 2 ? 65535 : 255, tolerance);
+        set_channel(channel, load(pixel + static_cast<size_t>(channel) * bytes, bytes), bytes == 2 ? 65535 : 255,
+                    tolerance);
 }
 
 /// Pixels of one bit, the first in the lowest.
@@ -223,8 +225,8 @@ uint64_t Alike::match_word(const uint8_t* pixels, int32_t count) const noexcept
 /// As many words as there is a fast way for.
 int32_t Alike::match_fast(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept
 {
-    const bool is_bytes = form_.bits == 24 || (form_.bits == 32 && !form_.deep_gray()) ||
-                          (form_.bits == 8 && is_index_range_);
+    const bool is_bytes =
+        form_.bits == 24 || (form_.bits == 32 && !form_.deep_gray()) || (form_.bits == 8 && is_index_range_);
     if (!is_bytes || level() < pixel::Cpu::avx2)
         return 0;
     uint8_t low[kChannels];

@@ -48,9 +48,9 @@ private:
     int32_t match_fast(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept;
 
     PixelForm form_;
-    Range ranges_[kChannels];      ///< in stored order
-    bool is_alike_[256] = {};      ///< by index
-    bool is_index_range_ = false;  ///< the indices that are alike follow each other: ranges_[0]
+    Range ranges_[kChannels];     ///< in stored order
+    bool is_alike_[256] = {};     ///< by index
+    bool is_index_range_ = false; ///< the indices that are alike follow each other: ranges_[0]
 };
 
 /// As many words of 64 pixels as are whole, for pixels of 1, 3 or 4 bytes that are alike when each byte lies within its

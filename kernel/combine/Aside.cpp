@@ -26,8 +26,7 @@ int Aside::copy(BITMAPHANDLE& bitmap, const Area& area) noexcept
     Progress silent(0);
     LogicRun operation(bitmap.BitsPerPixel, Logic(kCopyAnswers));
     source_ = {&copied_.record(), {0, 0, area.width(), area.height()}, false};
-    return walk(copied_.record(), source_.area, {&bitmap, area, false}, {}, operation, silent,
-                OnFailure::discard);
+    return walk(copied_.record(), source_.area, {&bitmap, area, false}, {}, operation, silent, OnFailure::discard);
 }
 
 int Aside::open(BITMAPHANDLE& to, BITMAPHANDLE& bitmap, const Area& area, Layout layout, bool may_be_own) noexcept

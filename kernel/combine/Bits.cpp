@@ -51,7 +51,9 @@ size_t logic_bytes_plain(uint8_t* to, const uint8_t* from, size_t bytes, uint32_
 ByteLogic byte_logic() noexcept
 {
     const pixel::Cpu cpu = level();
-    return cpu >= pixel::Cpu::avx512 ? logic_bytes_avx512 : cpu >= pixel::Cpu::avx2 ? logic_bytes_avx2 : logic_bytes_plain;
+    return cpu >= pixel::Cpu::avx512 ? logic_bytes_avx512
+           : cpu >= pixel::Cpu::avx2 ? logic_bytes_avx2
+                                     : logic_bytes_plain;
 }
 
 /// Up to eight bits within one destination byte.
@@ -114,7 +116,8 @@ void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
         stream_lines_avx512(to + lead, from + lead, lines);
     } else {
         for (size_t i = lead; i < lead + lines; i += kLine) {
-            __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + pixel::kFetchAhead));
+            __builtin_prefetch(
+                reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + pixel::kFetchAhead));
             for (size_t k = i; k < i + kLine; k += sizeof(__m128i))
                 _mm_stream_si128(reinterpret_cast<__m128i*>(to + k),
                                  _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + k)));

@@ -1,5 +1,6 @@
 // Boolean functions of packed pixels, at any bit on either side. A row is a stream of bits: most significant bit first
-// below 8 bits per pixel, least significant first at 12, whose two pixels to three bytes are that; whole bytes are both.
+// below 8 bits per pixel, least significant first at 12, whose two pixels to three bytes are that; whole bytes are
+// both.
 //
 // Bits outside the run stay, and no byte is read that holds none of its source bits.
 #pragma once

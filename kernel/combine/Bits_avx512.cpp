@@ -36,7 +36,7 @@ struct WideLogic {
     {}
     void apply(uint8_t* to, __m512i source) const noexcept
     {
-        constexpr int kAndXor = 0x6A;  // (a & b) ^ c
+        constexpr int kAndXor = 0x6A; // (a & b) ^ c
         const __m512i always = _mm512_ternarylogic_epi64(source, p, q, kAndXor);
         const __m512i where_set = _mm512_ternarylogic_epi64(source, r, t, kAndXor);
         _mm512_storeu_si512(to, _mm512_ternarylogic_epi64(_mm512_loadu_si512(to), where_set, always, kAndXor));

@@ -190,8 +190,7 @@ public:
     Blend(uint32_t mode, const BlendForms& forms, const Coverage<Wide>& cover, Backdrop back) noexcept
         : mode_(mode), forms_(forms), cover_(cover), back_(back), part_(operator_of(mode)),
           from_source_(share(part_.source, Wide{back.alpha}, Wide{back.whole})),
-          from_backdrop_(share(part_.backdrop, cover.alpha, cover.whole)),
-          area_(cover.whole * back.whole),
+          from_backdrop_(share(part_.backdrop, cover.alpha, cover.whole)), area_(cover.whole * back.whole),
           alpha_(std::min<Wide>(cover.alpha * from_source_ + back.alpha * from_backdrop_, area_))
     {}
 
@@ -243,7 +242,8 @@ private:
     }
 
     /// Where only one of them is that one shows, and where both are what the mode makes of them.
-    Term<Wide> blended(Wide s, Wide d, uint32_t source, uint32_t backdrop, uint32_t most, Ratio source_alpha) const noexcept
+    Term<Wide> blended(Wide s, Wide d, uint32_t source, uint32_t backdrop, uint32_t most,
+                       Ratio source_alpha) const noexcept
     {
         const Wide limit = most;
         Pair<Wide> pair{};

@@ -67,8 +67,7 @@ void BlendRun::choose_width() noexcept
     is_wide_ = bits(whole) > 64;
 }
 
-int BlendRun::open(const BITMAPHANDLE& to, const BITMAPHANDLE& from, const BITMAPHANDLE* mask,
-                   uint64_t pixels) noexcept
+int BlendRun::open(const BITMAPHANDLE& to, const BITMAPHANDLE& from, const BITMAPHANDLE* mask, uint64_t pixels) noexcept
 {
     choose_forms(to, from);
     mask_.open(mask);
@@ -119,16 +118,15 @@ template <class Wide> Coverage<Wide> BlendRun::coverage(uint32_t alpha, uint32_t
     return {coarse(part * alpha), kFullOpacity, coarse(part * alpha_most_)};
 }
 
-template <class Wide>
-void BlendRun::blend_lanes(const PixelLanes* from, PixelLanes* to, int32_t count) const noexcept
+template <class Wide> void BlendRun::blend_lanes(const PixelLanes* from, PixelLanes* to, int32_t count) const noexcept
 {
     for (int32_t i = 0; i < count; ++i) {
         const uint32_t alpha = alphas_[i];
         const Backdrop back = how_.has_backdrop_alpha ? Backdrop{to[i].alpha, lanes_.alpha_most} : Backdrop{1, 1};
         const Blend<Wide> blend(request_.mode, how_, coverage<Wide>(alpha, masks_[i]), back);
         for (int channel = 0; channel < lanes_.channels; ++channel)
-            to[i].value[channel] = blend.channel(from[i].value[channel], to[i].value[channel], lanes_.most[channel],
-                                                 {alpha, alpha_most_});
+            to[i].value[channel] =
+                blend.channel(from[i].value[channel], to[i].value[channel], lanes_.most[channel], {alpha, alpha_most_});
         if (how_.has_backdrop_alpha)
             to[i].alpha = blend.alpha(lanes_.alpha_most);
     }
@@ -173,7 +171,8 @@ int32_t BlendRun::run_fast(Line to, Line from, Line mask, int32_t count) noexcep
     const uint8_t* const source = source_.take(from, count);
     uint8_t* const place = to.data + bit_of(to.column, form_.bits) / 8;
     if (fast_ == Fast::mix)
-        return static_cast<int32_t>((is_wide ? mix_avx512 : mix_avx2)(source, place, mask.data + mask.column, all, form_.bits / 8));
+        return static_cast<int32_t>(
+            (is_wide ? mix_avx512 : mix_avx2)(source, place, mask.data + mask.column, all, form_.bits / 8));
     if (fast_ == Fast::over_straight)
         return static_cast<int32_t>((is_wide ? over_straight_avx512 : over_straight_avx2)(source, place, all));
     return static_cast<int32_t>((is_wide ? over_premultiplied_avx512 : over_premultiplied_avx2)(source, place, all));

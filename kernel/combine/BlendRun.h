@@ -41,7 +41,7 @@ private:
     template <class Wide> Coverage<Wide> coverage(uint32_t alpha, uint32_t mask) const noexcept;
 
     const BlendRequest request_;
-    PixelForm form_;  ///< in which pixels are blended: the destination's, or colours for a palette's indices
+    PixelForm form_; ///< in which pixels are blended: the destination's, or colours for a palette's indices
     LaneForm lanes_;
     BlendForms how_{};
     bool is_signed_ = false;

@@ -48,9 +48,9 @@ void mix_bytes(const uint8_t* from, uint8_t* to, __m128i mask) noexcept
 /// All products fit a float, so the rest that is left of a quotient near enough is exact, and says what to put right.
 __m256i over_channel(__m256i s, __m256i d, __m256 a, __m256 b, __m256 sum) noexcept
 {
-    const __m256 value = _mm256_add_ps(_mm256_mul_ps(_mm256_cvtepi32_ps(s), a), _mm256_mul_ps(_mm256_cvtepi32_ps(d), b));
-    const __m256 quotient =
-        _mm256_round_ps(_mm256_div_ps(value, sum), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
+    const __m256 value =
+        _mm256_add_ps(_mm256_mul_ps(_mm256_cvtepi32_ps(s), a), _mm256_mul_ps(_mm256_cvtepi32_ps(d), b));
+    const __m256 quotient = _mm256_round_ps(_mm256_div_ps(value, sum), _MM_FROUND_TO_NEAREST_INT | _MM_FROUND_NO_EXC);
     const __m256 rest = _mm256_sub_ps(value, _mm256_mul_ps(quotient, sum));
     const __m256 twice = _mm256_add_ps(rest, rest);
     const __m256 up = _mm256_cmp_ps(twice, sum, _CMP_GE_OQ);
@@ -99,8 +99,8 @@ size_t over_straight_avx2(const uint8_t* from, uint8_t* to, size_t count) noexce
                                 _mm256_and_si256(_mm256_srli_epi32(d, shift), byte), a, b, sum);
         };
         const __m256i alpha = _mm256_add_epi32(source, by_255(kept));
-        const __m256i colors =
-            _mm256_or_si256(_mm256_or_si256(channel(0), _mm256_slli_epi32(channel(8), 8)), _mm256_slli_epi32(channel(16), 16));
+        const __m256i colors = _mm256_or_si256(_mm256_or_si256(channel(0), _mm256_slli_epi32(channel(8), 8)),
+                                               _mm256_slli_epi32(channel(16), 16));
         const __m256i hidden = _mm256_cmpeq_epi32(_mm256_castps_si256(sum), _mm256_setzero_si256());
         store(to + 4 * done, _mm256_andnot_si256(hidden, _mm256_or_si256(_mm256_slli_epi32(alpha, 24), colors)));
     }

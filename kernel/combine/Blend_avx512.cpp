@@ -75,7 +75,8 @@ Weights weigh(__m512i source, __m512i kept) noexcept
 /// quotient near enough is exact, and says what to put right.
 __m512i over_channel(__m512i s, __m512i d, const Weights& weights) noexcept
 {
-    const __m512 value = _mm512_fmadd_ps(_mm512_cvtepi32_ps(s), weights.a, _mm512_mul_ps(_mm512_cvtepi32_ps(d), weights.b));
+    const __m512 value =
+        _mm512_fmadd_ps(_mm512_cvtepi32_ps(s), weights.a, _mm512_mul_ps(_mm512_cvtepi32_ps(d), weights.b));
     const __m512i quotient = _mm512_cvtps_epi32(_mm512_mul_ps(value, weights.inverse));
     const __m512 rest = _mm512_fnmadd_ps(_mm512_cvtepi32_ps(quotient), weights.sum, value);
     const __m512 twice = _mm512_add_ps(rest, rest);

@@ -55,8 +55,7 @@ struct Masks {
     __m256i kept;        ///< bits that stay
 };
 
-template <class Run>
-size_t each(const uint8_t* from, uint8_t* to, size_t bytes, const Masks& masks, Run run) noexcept
+template <class Run> size_t each(const uint8_t* from, uint8_t* to, size_t bytes, const Masks& masks, Run run) noexcept
 {
     size_t done = 0;
     for (; done + kVector <= bytes; done += kVector) {

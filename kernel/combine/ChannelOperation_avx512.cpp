@@ -41,7 +41,8 @@ struct Words {
         const __m512i zero = _mm512_setzero_si512();
         const auto half = [&](__m512i x, __m512i y) noexcept {
             const __m512i product = _mm512_add_epi32(_mm512_mullo_epi32(x, y), _mm512_set1_epi32(32768));
-            return _mm512_maskz_srli_epi32(0xFFFF, _mm512_add_epi32(product, _mm512_maskz_srli_epi32(0xFFFF, product, 16)), 16);
+            return _mm512_maskz_srli_epi32(0xFFFF,
+                                           _mm512_add_epi32(product, _mm512_maskz_srli_epi32(0xFFFF, product, 16)), 16);
         };
         return _mm512_packus_epi32(half(_mm512_unpacklo_epi16(a, zero), _mm512_unpacklo_epi16(b, zero)),
                                    half(_mm512_unpackhi_epi16(a, zero), _mm512_unpackhi_epi16(b, zero)));
@@ -55,8 +56,7 @@ struct Masks {
     __mmask64 kept;      ///< bytes that stay
 };
 
-template <class Run>
-size_t each(const uint8_t* from, uint8_t* to, size_t bytes, const Masks& masks, Run run) noexcept
+template <class Run> size_t each(const uint8_t* from, uint8_t* to, size_t bytes, const Masks& masks, Run run) noexcept
 {
     size_t done = 0;
     for (; done + kVector <= bytes; done += kVector) {
@@ -94,7 +94,7 @@ size_t run_operation(uint32_t operation, const uint8_t* from, uint8_t* to, size_
 } // namespace
 
 size_t combine_channels_avx512(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes_in_all, int bytes,
-                             bool has_alpha) noexcept
+                               bool has_alpha) noexcept
 {
     const auto all = [](bool is_set) noexcept { return _mm512_set1_epi8(is_set ? -1 : 0); };
     const __mmask64 alpha = bytes == 1 ? 0x8888888888888888u : 0xC0C0C0C0C0C0C0C0u;

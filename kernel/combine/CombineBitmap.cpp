@@ -15,8 +15,7 @@ namespace vk::combine {
 
 namespace {
 
-constexpr uint32_t kKnownFlags =
-    COMBINE_OPERATIONS | COMBINE_NOT_SRC | COMBINE_NOT_DST | COMBINE_KEYED | COMBINE_RAW;
+constexpr uint32_t kKnownFlags = COMBINE_OPERATIONS | COMBINE_NOT_SRC | COMBINE_NOT_DST | COMBINE_KEYED | COMBINE_RAW;
 
 /// What the sixteen operations on bits answer, by 2 s + d.
 constexpr uint8_t kAnswers[] = {

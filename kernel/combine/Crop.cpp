@@ -1,12 +1,12 @@
 #include "kernel/combine/Crop.h"
 
 #include "Vkbitmap.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
-#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/resize/Access.h"
 #include "kernel/rows/RowAccess.h"
 

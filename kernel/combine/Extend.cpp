@@ -2,12 +2,12 @@
 // counted from the picture's first pixel is led back to one inside.
 #include "Vkbitmap.h"
 #include "Vkcombine.h"
+#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/combine/Bits.h"
 #include "kernel/combine/Crop.h"
 #include "kernel/combine/FillColor.h"
-#include "kernel/bitmap/OverlayCopies.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/resize/Access.h"
 #include "kernel/rows/RowAccess.h"

@@ -12,8 +12,8 @@ namespace vk::combine {
 struct PixelForm {
     int32_t bits = 0;
     int32_t order = 0;
-    GrayRange gray;     ///< of deep gray samples
-    uint32_t colors = 0; ///< entries that may be matched, up to 8 bits per pixel
+    GrayRange gray;                           ///< of deep gray samples
+    uint32_t colors = 0;                      ///< entries that may be matched, up to 8 bits per pixel
     RGBQUAD palette[kMaxPaletteEntries] = {}; ///< all that the depth can index; those past `colors` are black
 
     bool indexed() const noexcept { return bits <= 8; }

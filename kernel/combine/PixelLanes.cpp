@@ -35,7 +35,8 @@ template <class T> T load(const uint8_t* from) noexcept
     return value;
 }
 
-template <class T> void unpack_channels(const PixelForm& form, const uint8_t* packed, int32_t count, PixelLanes* lanes) noexcept
+template <class T>
+void unpack_channels(const PixelForm& form, const uint8_t* packed, int32_t count, PixelLanes* lanes) noexcept
 {
     const size_t pixel = static_cast<size_t>(form.bits / 8);
     for (int32_t i = 0; i < count; ++i, packed += pixel) {
@@ -45,7 +46,8 @@ template <class T> void unpack_channels(const PixelForm& form, const uint8_t* pa
     }
 }
 
-template <class T> void pack_channels(const PixelForm& form, const PixelLanes* lanes, int32_t count, uint8_t* packed) noexcept
+template <class T>
+void pack_channels(const PixelForm& form, const PixelLanes* lanes, int32_t count, uint8_t* packed) noexcept
 {
     const size_t pixel = static_cast<size_t>(form.bits / 8);
     for (int32_t i = 0; i < count; ++i, packed += pixel) {
@@ -120,8 +122,7 @@ void unpack_lanes(const PixelForm& form, bool is_signed, const uint8_t* packed, 
     }
 }
 
-void pack_lanes(const PixelForm& form, bool is_signed, const PixelLanes* lanes, int32_t count,
-                uint8_t* packed) noexcept
+void pack_lanes(const PixelForm& form, bool is_signed, const PixelLanes* lanes, int32_t count, uint8_t* packed) noexcept
 {
     if (form.gray_levels() || form.deep_gray()) {
         const uint32_t sign = sign_of(form, is_signed);
@@ -141,8 +142,8 @@ void pack_lanes(const PixelForm& form, bool is_signed, const PixelLanes* lanes, 
     for (int32_t i = 0; i < count; ++i) {
         uint32_t word = load<uint16_t>(packed + 2 * static_cast<size_t>(i));
         for (int channel = 0; channel < 3; ++channel)
-            word = (word & ~(fields.most[channel] << fields.shift[channel])) |
-                   lanes[i].value[channel] << fields.shift[channel];
+            word = (word & ~(fields.most[channel] << fields.shift[channel])) | lanes[i].value[channel]
+                                                                                   << fields.shift[channel];
         const auto stored = static_cast<uint16_t>(word);
         std::memcpy(packed + 2 * static_cast<size_t>(i), &stored, sizeof stored);
     }

@@ -213,8 +213,7 @@ private:
     int change(int32_t index) noexcept
     {
         const int32_t row = area_.top + index;
-        const int32_t from_row =
-            from_.is_reversed ? from_.area.bottom - 1 - index : from_.area.top + index;
+        const int32_t from_row = from_.is_reversed ? from_.area.bottom - 1 - index : from_.area.top + index;
         const void* const old = compressed_row(to_, row);
         const void* const other = compressed_row(*from_.bitmap, from_row);
         const void* now = old;

@@ -30,7 +30,7 @@ private:
     void put_back_row(int32_t row) noexcept;
 
     BITMAPHANDLE& bitmap_;
-    Area area_;      ///< what is kept of each row, from a byte on
+    Area area_; ///< what is kept of each row, from a byte on
     size_t bytes_ = 0;
     Scratch kept_;
     RowBuffer line_;

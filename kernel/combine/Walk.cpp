@@ -139,7 +139,8 @@ private:
         const Line line = source_.line(index);
         if (!is_sideways_)
             return line;
-        const auto skipped = static_cast<size_t>(packed_bytes(static_cast<uint32_t>(line.column / 8 * 8), to_.BitsPerPixel));
+        const auto skipped =
+            static_cast<size_t>(packed_bytes(static_cast<uint32_t>(line.column / 8 * 8), to_.BitsPerPixel));
         std::memcpy(copy_.data(), line.data + skipped, from_bytes());
         return {copy_.data(), line.column % 8};
     }

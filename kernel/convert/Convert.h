@@ -27,7 +27,7 @@ struct ConvertJob {
     uint32_t flags = 0;
     int32_t low_bit = -1;
     int32_t high_bit = -1;
-    int32_t to_low_bit = -1; ///< the significant bits of deep gray destinations, beside those of the source
+    int32_t to_low_bit = -1;  ///< the significant bits of deep gray destinations, beside those of the source
     int32_t to_high_bit = -1; ///< negative: the flags alone say which
     COLORREF transparent = 0;
     const ColorLookup* lookup = nullptr;

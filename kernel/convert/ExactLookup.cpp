@@ -5,9 +5,9 @@
 // used up, a larger box's list serves instead: slower, and never wrong.
 #include "kernel/convert/ExactLookup.h"
 
+#include "kernel/convert/Fused.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
-#include "kernel/convert/Fused.h"
 #include "platform/platform.h"
 
 #include <algorithm>

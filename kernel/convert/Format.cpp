@@ -287,8 +287,7 @@ constexpr Format kFormats[] = {
 constexpr const Format* format_of(int32_t bits, int32_t order) noexcept
 {
     for (const Format& format : kFormats) {
-        const bool same =
-            format.order == kAnyOrder ? has_order(format.stored_bits(), order) : format.order == order;
+        const bool same = format.order == kAnyOrder ? has_order(format.stored_bits(), order) : format.order == order;
         if (format.bits == bits && same) {
             return &format;
         }
@@ -314,10 +313,10 @@ consteval bool do_formats_agree() noexcept
     for (const Format& format : kFormats) {
         const int32_t bits = format.stored_bits();
         const bool is_gray = format.order == COLORORDER_GRAY || format.bits == 0;
-        const Work work = is_gray ? (is_indexed(bits) ? Work::gray8 : Work::gray_deep)
-                          : is_indexed(bits)                    ? Work::index8
-                          : depth_of(bits).channel_bits > 8     ? Work::rgba16
-                                                                : Work::rgba8;
+        const Work work = is_gray                           ? (is_indexed(bits) ? Work::gray8 : Work::gray_deep)
+                          : is_indexed(bits)                ? Work::index8
+                          : depth_of(bits).channel_bits > 8 ? Work::rgba16
+                                                            : Work::rgba8;
         if (format.work != work || format.alpha != (!is_gray && has_alpha(bits, format.order))) {
             return false;
         }

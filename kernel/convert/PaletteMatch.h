@@ -1,5 +1,5 @@
-// Matching of pixels against one palette: the plain scan of kernel/palette/ColorMatch.h behind a small cache of recent colours,
-// or a prepared look-up. Holds its memory itself, so it lives on the stack.
+// Matching of pixels against one palette: the plain scan of kernel/palette/ColorMatch.h behind a small cache of recent
+// colours, or a prepared look-up. Holds its memory itself, so it lives on the stack.
 #pragma once
 
 #include "kernel/convert/ColorLookup.h"

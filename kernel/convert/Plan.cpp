@@ -2,10 +2,10 @@
 #include "kernel/convert/Plan.h"
 
 #include "Vkconvert.h"
-#include "kernel/palette/Palette.h"
 #include "kernel/convert/Fused.h"
 #include "kernel/convert/Gamut.h"
 #include "kernel/convert/Reduce.h"
+#include "kernel/palette/Palette.h"
 
 #include <cstring>
 

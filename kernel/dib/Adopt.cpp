@@ -2,13 +2,13 @@
 // before anything of it is used; what changes the block, the repacking of unusual masks, comes when nothing can fail
 // any more.
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/bitmap/Record.h"
+#include "kernel/dib/BitFields.h"
+#include "kernel/dib/Dib.h"
+#include "kernel/dib/Yuv.h"
+#include "kernel/format/RowMath.h"
 #include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
-#include "kernel/dib/Dib.h"
-#include "kernel/bitmap/Record.h"
-#include "kernel/format/RowMath.h"
-#include "kernel/dib/BitFields.h"
-#include "kernel/dib/Yuv.h"
 #include "platform/platform.h"
 
 namespace vk {

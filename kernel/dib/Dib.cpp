@@ -1,8 +1,8 @@
 // The dib family's door: device-independent bitmaps made from bitmaps, and bitmaps from them.
 //
-// Inside: Read.cpp decodes and copies one into a bitmap, Adopt.cpp makes its block a bitmap's storage, Write.cpp makes one
-// from a bitmap. Header.h, BitFields.h, Runs.h and Yuv.h know headers, colour masks, run lengths and YUV codes; Codecs.h
-// holds the module that decodes JPEG.
+// Inside: Read.cpp decodes and copies one into a bitmap, Adopt.cpp makes its block a bitmap's storage, Write.cpp makes
+// one from a bitmap. Header.h, BitFields.h, Runs.h and Yuv.h know headers, colour masks, run lengths and YUV codes;
+// Codecs.h holds the module that decodes JPEG.
 #include "Vkdib.h"
 
 #include "kernel/bitmap/Record.h"
@@ -22,7 +22,6 @@ int adopt_checked(BITMAPHANDLE* bitmap, uint32_t struct_size, HGLOBAL handle, bo
 }
 
 } // namespace
-
 
 HGLOBAL V_ChangeToDIB(BITMAPHANDLE* pBitmap, uint32_t uType) noexcept
 {

@@ -19,8 +19,8 @@ struct DibSource {
 /// V_ConvertFromDIB for a record of a size there is. On failure the record is empty but for StructSize.
 int convert_from_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, const DibSource& dib) noexcept;
 
-/// V_ChangeFromDIB, or V_MirrorFromDIB when the block is borrowed, for a record of a size there is. On failure the record
-/// is empty but for StructSize, and the block is still its owner's.
+/// V_ChangeFromDIB, or V_MirrorFromDIB when the block is borrowed, for a record of a size there is. On failure the
+/// record is empty but for StructSize, and the block is still its owner's.
 int adopt_dib(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bool borrow) noexcept;
 
 /// The DIB of an allocated bitmap, as movable memory or from the library's heap; `size` may be null. Null on failure.

@@ -3,19 +3,19 @@
 #include "kernel/dib/Dib.h"
 
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Checks.h"
-#include "kernel/dib/Codecs.h"
-#include "kernel/convert/Convert.h"
 #include "kernel/bitmap/Duplicate.h"
-#include "kernel/format/Depths.h"
-#include "kernel/rows/Locks.h"
-#include "kernel/system/Progress.h"
 #include "kernel/bitmap/Record.h"
-#include "kernel/rows/RowAccess.h"
-#include "kernel/system/ThreadState.h"
+#include "kernel/convert/Convert.h"
 #include "kernel/dib/BitFields.h"
+#include "kernel/dib/Codecs.h"
 #include "kernel/dib/Runs.h"
 #include "kernel/dib/Yuv.h"
+#include "kernel/format/Depths.h"
+#include "kernel/rows/Locks.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/Progress.h"
+#include "kernel/system/ThreadState.h"
 
 #include <algorithm>
 

@@ -3,17 +3,17 @@
 #include "Vkbitmap.h"
 #include "Vkdib.h"
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/storage/Storage.h"
-#include "kernel/system/Checks.h"
 #include "kernel/colorres/ColorRows.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/dib/Dib.h"
-#include "kernel/rows/Locks.h"
 #include "kernel/format/PackedBits.h"
-#include "kernel/palette/Palette.h"
-#include "kernel/system/Progress.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/storage/Storage.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/Progress.h"
 #include "kernel/view/ViewPerspective.h"
 #include "platform/platform.h"
 
@@ -274,8 +274,8 @@ void* new_dib_memory(BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
 bool has_dib_block(const BITMAPHANDLE& bitmap, const DibLayout& layout) noexcept
 {
     const BITMAPDATACALLBACKS* const calls = data_callbacks(bitmap);
-    if (!is_own_global_block(bitmap) || !layout.as_stored || bitmap.ViewPerspective != BOTTOM_LEFT || bitmap.BytesPerLine != layout.stride || bitmap.DataOffset < 0 ||
-        (calls && calls->GetBitmapRowColCallback))
+    if (!is_own_global_block(bitmap) || !layout.as_stored || bitmap.ViewPerspective != BOTTOM_LEFT ||
+        bitmap.BytesPerLine != layout.stride || bitmap.DataOffset < 0 || (calls && calls->GetBitmapRowColCallback))
         return false;
     const uint64_t held = platform::movable_size(bitmap.Handle);
     const auto offset = static_cast<uint64_t>(bitmap.DataOffset);

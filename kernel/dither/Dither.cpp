@@ -1,10 +1,10 @@
 // The exported dithering functions: checks in the documented order, then the engine (kernel/dither/).
-#include "Vkdither.h"
-#include "kernel/system/Checks.h"
 #include "kernel/dither/Dither.h"
-#include "kernel/palette/Palette.h"
-#include "kernel/system/ThreadState.h"
+#include "Vkdither.h"
 #include "kernel/dither/Methods.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/ThreadState.h"
 
 using namespace vk;
 

@@ -106,14 +106,16 @@ constexpr int32_t ordered_offset(int32_t method, uint32_t row, uint32_t column, 
 /// Calls `act` with a method of error diffusion as a constant.
 template <class Act> constexpr void with_diffusion(int32_t method, Act&& act) noexcept
 {
-    [&]<size_t... kRow>(std::index_sequence<kRow...>) noexcept {
+    [&]<size_t... kRow>(std::index_sequence<kRow...>) noexcept
+    {
         const auto try_row = [&]<size_t kAt>() noexcept {
             if constexpr (kMethods[kAt].diffuses())
                 if (kMethods[kAt].number == method)
                     act.template operator()<kMethods[kAt].number>();
         };
         (try_row.template operator()<kRow>(), ...);
-    }(std::make_index_sequence<static_cast<size_t>(kMethodCount)>{});
+    }
+    (std::make_index_sequence<static_cast<size_t>(kMethodCount)>{});
 }
 
 /// Numbers are places; a method is of one kind, and hands out no more error than there is, no farther than it says.

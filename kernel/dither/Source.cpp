@@ -1,6 +1,6 @@
 // Reading source rows: any format to 8-bit colours, or gray levels where one channel does.
-#include "kernel/dither/State.h"
 #include "kernel/convert/Gamut.h"
+#include "kernel/dither/State.h"
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // Starting and ending a run: checks, the palette's kind, memory. Nothing reaches the record or the caller's match table
 // before everything else has succeeded.
-#include "kernel/palette/Palette.h"
 #include "kernel/dither/State.h"
+#include "kernel/palette/Palette.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -56,8 +56,8 @@ Kind kind_of(const Request& request) noexcept
 bool valid_request(const BITMAPHANDLE& bitmap, const Request& request) noexcept
 {
     return bitmap.Width >= 0 && bitmap.BitsPerPixel > 0 && is_method(bitmap.DitheringMethod) && request.colors >= 1 &&
-           request.colors <= kMaxPaletteEntries && is_indexed(request.bits) &&
-           request.colors <= 1u << request.bits && (request.palette != nullptr || request.match_table == nullptr) &&
+           request.colors <= kMaxPaletteEntries && is_indexed(request.bits) && request.colors <= 1u << request.bits &&
+           (request.palette != nullptr || request.match_table == nullptr) &&
            pixel::find_format(bitmap.BitsPerPixel, bitmap.Order) != nullptr;
 }
 

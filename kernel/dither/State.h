@@ -5,10 +5,10 @@
 // ring_rows. A run is either plain throughout or not, and the two may use an error row differently.
 #pragma once
 
-#include "kernel/dither/Dither.h"
-#include "kernel/format/GrayRange.h"
-#include "kernel/dither/Methods.h"
 #include "kernel/convert/Format.h"
+#include "kernel/dither/Dither.h"
+#include "kernel/dither/Methods.h"
+#include "kernel/format/GrayRange.h"
 
 #include <cstring>
 

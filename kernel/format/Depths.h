@@ -209,10 +209,12 @@ constexpr bool has_fields(int32_t bits) noexcept
 /// nothing done, for no depth.
 template <class Act> constexpr bool with_depth(int32_t bits, Act&& act) noexcept
 {
-    return [&]<size_t... kRow>(std::index_sequence<kRow...>) noexcept {
+    return [&]<size_t... kRow>(std::index_sequence<kRow...>) noexcept
+    {
         return ((kDepthTable[kRow].bits == bits ? (act.template operator()<kDepthTable[kRow].bits>(), true) : false) ||
                 ...);
-    }(std::make_index_sequence<kDepthCount>{});
+    }
+    (std::make_index_sequence<kDepthCount>{});
 }
 
 /// For static checks of tables that have to hold every depth.

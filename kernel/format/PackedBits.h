@@ -1,5 +1,5 @@
-// Where pixels lie inside the bytes of a row, by the packing of their depth (Depths.h). The functions take any number of
-// bits; what is no depth is a stream of bits, highest first.
+// Where pixels lie inside the bytes of a row, by the packing of their depth (Depths.h). The functions take any number
+// of bits; what is no depth is a stream of bits, highest first.
 #pragma once
 
 #include "kernel/format/Depths.h"

@@ -1,7 +1,7 @@
 #include "kernel/geometry/Matrix.h"
 
-#include "kernel/geometry/Direction.h"
 #include "kernel/geometry/Arithmetic.h"
+#include "kernel/geometry/Direction.h"
 
 #include <algorithm>
 #include <cmath>

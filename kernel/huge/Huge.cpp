@@ -3,9 +3,9 @@
 // be mapped; its window is a copy that is written back when it closes.
 #include "Vkhuge.h"
 #include "kernel/bitmap/Alloc.h"
+#include "kernel/files/TempOptions.h"
 #include "kernel/storage/StorageFile.h"
 #include "kernel/system/System.h"
-#include "kernel/files/TempOptions.h"
 #include "kernel/system/ThreadState.h"
 #include "kernel/temp/Temp.h"
 #include "platform/platform.h"

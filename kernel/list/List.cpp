@@ -1,17 +1,17 @@
 // Lists of bitmaps: a locked block with the number of items and a locked block of records.
 //
-// Behind the last item stands at least one spare record, zeroed unless a caller replaced it, so that reading and writing
-// "just past the last item" stays in memory of the list's own; all records behind that one are zero. An empty list has
-// no block. The block grows by half, so that appending costs the same however long the list is, and gives way to a
-// smaller one when it is mostly empty. Growing copies into a new block before the old one goes; nothing of the list has
-// changed when that fails.
+// Behind the last item stands at least one spare record, zeroed unless a caller replaced it, so that reading and
+// writing "just past the last item" stays in memory of the list's own; all records behind that one are zero. An empty
+// list has no block. The block grows by half, so that appending costs the same however long the list is, and gives way
+// to a smaller one when it is mostly empty. Growing copies into a new block before the old one goes; nothing of the
+// list has changed when that fails.
 #include "Vklist.h"
 #include "Vksystem.h"
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Blocks.h"
 #include "kernel/bitmap/Callbacks.h"
-#include "kernel/system/Checks.h"
 #include "kernel/bitmap/Duplicate.h"
+#include "kernel/system/Blocks.h"
+#include "kernel/system/Checks.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,7 +1,7 @@
 // The nearest palette entry.
 //
-// find_palette_index is the plain scan that defines the answer, ties included; everything faster (kernel/convert/PaletteMatch.h,
-// kernel/convert/ColorLookup.h) gives the same index for every colour.
+// find_palette_index is the plain scan that defines the answer, ties included; everything faster
+// (kernel/convert/PaletteMatch.h, kernel/convert/ColorLookup.h) gives the same index for every colour.
 #pragma once
 
 #include "Vkrecord.h"

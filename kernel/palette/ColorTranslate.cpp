@@ -3,10 +3,10 @@
 // (V_GetNearestPaletteIndex).
 #include "kernel/palette/ColorTranslate.h"
 
-#include "kernel/system/Blocks.h"
-#include "kernel/system/Checks.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
+#include "kernel/system/Blocks.h"
+#include "kernel/system/Checks.h"
 #include "platform/display.h"
 
 #include <algorithm>

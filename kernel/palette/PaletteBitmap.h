@@ -10,8 +10,8 @@ namespace vk {
 /// Gives the bitmap a palette that the library made, and frees the old one.
 void put_palette(BITMAPHANDLE& bitmap, RGBQUAD* palette, uint32_t count) noexcept;
 
-/// Frees the bitmap's palette and stores a copy of entries, which may be those of the very palette. FAILURE when no copy
-/// can be made.
+/// Frees the bitmap's palette and stores a copy of entries, which may be those of the very palette. FAILURE when no
+/// copy can be made.
 int set_new_palette(BITMAPHANDLE& bitmap, const RGBQUAD* entries, uint32_t count) noexcept;
 
 /// A ramp for a bitmap of 1 to 8 bits; without memory the old palette stays.

@@ -5,9 +5,9 @@
 // files, filters and threads may still have the address of one that has ended.
 #include "kernel/redirect/Buffer.h"
 
+#include "kernel/redirect/File.h"
 #include "kernel/system/LibraryLock.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/redirect/File.h"
 #include "platform/platform.h"
 
 #include <algorithm>

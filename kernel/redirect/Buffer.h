@@ -16,8 +16,8 @@ Slot behind_buffers(Slot slot, size_t index) noexcept;
 /// The slot itself, empty where it leads to a redirection that has ended (on another thread).
 Slot without_ended(const Slot& slot, size_t index) noexcept;
 
-/// Redirects the calling thread's files into a block, or into one to be made. `file`, unless null, gets a redirected file
-/// on it. SUCCESS or ERROR_NO_MEMORY.
+/// Redirects the calling thread's files into a block, or into one to be made. `file`, unless null, gets a redirected
+/// file on it. SUCCESS or ERROR_NO_MEMORY.
 int start_buffer(void** out, V_REDIRECTHANDLE* file, uint32_t options, void* data, uint64_t bytes) noexcept;
 
 /// Ends a redirection and hands the block over. ERROR_INVALID_PARAMETER for what is none.

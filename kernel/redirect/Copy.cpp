@@ -1,6 +1,6 @@
 // The library's own copy operation: between plain files, redirected files and redirected temporary files.
-#include "kernel/redirect/File.h"
 #include "Vkfiles.h"
+#include "kernel/redirect/File.h"
 #include "platform/platform.h"
 
 #include <cwchar>

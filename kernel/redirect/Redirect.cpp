@@ -1,5 +1,5 @@
-// The redirect family's door: the table that all file access goes through, exchanged by slot, by record and by name, and
-// files opened through it.
+// The redirect family's door: the table that all file access goes through, exchanged by slot, by record and by name,
+// and files opened through it.
 //
 // Inside: Table.h has the library's table and the thread's slots in front of it, File.h open redirected files, Names.h
 // redirections that go by name, Buffer.h the one into memory; Copy.cpp is the library's own copy operation.
@@ -75,7 +75,6 @@ int close_nothing(int64_t, void*) noexcept
 }
 
 } // namespace
-
 
 void V_RedirectIO(V_REDIRECTOPEN pfnOpen, V_REDIRECTREAD pfnRead, V_REDIRECTWRITE pfnWrite, V_REDIRECTSEEK pfnSeek,
                   V_REDIRECTCLOSE pfnClose, void* pUserData) noexcept

@@ -3,9 +3,9 @@
 
 #include "Vkfiles.h"
 #include "kernel/files/TempOptions.h"
+#include "kernel/redirect/Buffer.h"
 #include "kernel/system/LibraryLock.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/redirect/Buffer.h"
 #include "platform/platform.h"
 
 #include <cstring>

@@ -1,9 +1,9 @@
 #include "kernel/resample/Form.h"
 
 #include "kernel/colorres/GrayScale.h"
-#include "kernel/palette/Palette.h"
 #include "kernel/convert/ColorLookup.h"
 #include "kernel/convert/Gray.h"
+#include "kernel/palette/Palette.h"
 
 #include <algorithm>
 #include <cstring>

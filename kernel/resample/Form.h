@@ -6,8 +6,8 @@
 
 #include "Vkrecord.h"
 #include "kernel/convert/Convert.h"
-#include "kernel/format/GrayRange.h"
 #include "kernel/convert/Format.h"
+#include "kernel/format/GrayRange.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -2,8 +2,8 @@
 // the rows asked for last, so that neighbouring destination rows do not read or unpack a row again.
 #pragma once
 
-#include "kernel/rows/RowAccess.h"
 #include "kernel/resample/Form.h"
+#include "kernel/rows/RowAccess.h"
 
 namespace vk::resample {
 

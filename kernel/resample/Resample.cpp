@@ -42,7 +42,6 @@ int resample_checked(BITMAPHANDLE* from, BITMAPHANDLE* to, Filter filter) noexce
 
 } // namespace
 
-
 int V_ResampleBitmap(BITMAPHANDLE* pBitmap, int32_t nWidth, int32_t nHeight) noexcept
 {
     return replace_checked(pBitmap, nWidth, nHeight, Filter::area);

@@ -204,7 +204,7 @@ int bleed_into(BITMAPHANDLE& from, BITMAPHANDLE& to, bool along_rows, bool along
                const ProgressShare& share) noexcept
 {
     return has_words(from) ? Bleeder<uint16_t>(from, to, share).run(along_rows, along_columns)
-                                   : Bleeder<uint8_t>(from, to, share).run(along_rows, along_columns);
+                           : Bleeder<uint8_t>(from, to, share).run(along_rows, along_columns);
 }
 
 } // namespace vk

@@ -3,11 +3,11 @@
 #include "kernel/resize/FavorBlack.h"
 
 #include "kernel/colorres/GrayScale.h"
-#include "kernel/system/Progress.h"
 #include "kernel/format/RowMath.h"
-#include "kernel/rows/RowAccess.h"
 #include "kernel/resize/Access.h"
 #include "kernel/resize/Stepping.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/system/Progress.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,9 +1,9 @@
 // The choice of a plan, and the pixel-by-pixel walk that defines what every plan gives.
 #include "kernel/resize/Nearest.h"
 
+#include "kernel/convert/Fused.h"
 #include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
-#include "kernel/convert/Fused.h"
 #include "kernel/resize/Stepping.h"
 
 #include <algorithm>

@@ -2,8 +2,9 @@
 // resized rows.
 //
 // Inside: ResizeRows.cpp chooses how one bitmap goes into another of the same format; Stretch.cpp brings formats and
-// perspectives together first, InPlace.cpp replaces a bitmap by itself resized. Nearest.h steps through rows, FavorBlack.h
-// and AlphaBleed.h are what its flags ask for; ResizeLine.h and ScanLine.h serve single rows, ResizeStream.h streams.
+// perspectives together first, InPlace.cpp replaces a bitmap by itself resized. Nearest.h steps through rows,
+// FavorBlack.h and AlphaBleed.h are what its flags ask for; ResizeLine.h and ScanLine.h serve single rows,
+// ResizeStream.h streams.
 #include "Vkresample.h"
 #include "Vkresize.h"
 #include "Vkrows.h"
@@ -32,7 +33,6 @@ void scan_checked(const resize::ScanLine& line, const void* src, void* dst, Scan
 }
 
 } // namespace
-
 
 int V_StartResizeBitmap(BITMAPHANDLE* pBitmap, int32_t nNewWidth, int32_t nNewHeight, int32_t nBitsPerPixel,
                         const RGBQUAD* pPalette, int32_t nOrder, uint32_t uFlags, BITMAPHANDLE* pDstBitmap,

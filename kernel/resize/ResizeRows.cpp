@@ -3,17 +3,17 @@
 #include "kernel/resize/Resize.h"
 
 #include "Vkresize.h"
-#include "kernel/system/Checks.h"
-#include "kernel/resize/FavorBlack.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/colorres/SameRange.h"
-#include "kernel/system/Progress.h"
-#include "kernel/resample/Resample.h"
 #include "kernel/format/RowMath.h"
-#include "kernel/rows/RowAccess.h"
+#include "kernel/resample/Resample.h"
 #include "kernel/resize/Access.h"
+#include "kernel/resize/FavorBlack.h"
 #include "kernel/resize/Nearest.h"
 #include "kernel/resize/Stepping.h"
+#include "kernel/rows/RowAccess.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/Progress.h"
 
 #include <algorithm>
 #include <cstring>

@@ -3,12 +3,12 @@
 #include "Vkcolorres.h"
 #include "Vkresample.h"
 #include "Vksystem.h"
-#include "kernel/system/Checks.h"
 #include "kernel/colorres/GrayScale.h"
-#include "kernel/rows/Locks.h"
 #include "kernel/format/PackedBits.h"
-#include "kernel/palette/Palette.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/rows/Locks.h"
+#include "kernel/system/Checks.h"
 #include "platform/platform.h"
 
 #include <algorithm>

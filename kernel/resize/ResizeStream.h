@@ -9,8 +9,8 @@
 #include "Vkrecord.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/colorres/ColorRows.h"
-#include "kernel/rows/RowAccess.h"
 #include "kernel/resample/RowResampler.h"
+#include "kernel/rows/RowAccess.h"
 
 #include <optional>
 
@@ -72,7 +72,8 @@ private:
     RowBuffer row_;    ///< a row of the output
 };
 
-/// V_StartResizeBitmap2: checks and starts a stream of `source`, or of `destination` without one, and hands its state out.
+/// V_StartResizeBitmap2: checks and starts a stream of `source`, or of `destination` without one, and hands its state
+/// out.
 int start_stream(BITMAPHANDLE* source, BITMAPHANDLE* destination, StreamRequest request, void* user_data,
                  bool source_locked, void** out) noexcept;
 

@@ -1,6 +1,6 @@
 // One row resized pixel by pixel at any depth of 1 to 64 bits, from either end, so that a buffer may be its own
-// destination: walking from the start where rows shrink, from the end where they grow. Whole bytes are moved as they are;
-// what is no depth is one stream of bits, highest first.
+// destination: walking from the start where rows shrink, from the end where they grow. Whole bytes are moved as they
+// are; what is no depth is one stream of bits, highest first.
 #pragma once
 
 #include <cstddef>

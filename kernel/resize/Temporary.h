@@ -2,8 +2,8 @@
 #pragma once
 
 #include "kernel/bitmap/Alloc.h"
-#include "kernel/system/Checks.h"
 #include "kernel/bitmap/Record.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 

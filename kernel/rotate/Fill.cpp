@@ -1,9 +1,9 @@
 // Fill colours: palette indices as they are, colours by the nearest entry or through the buffer converter.
-#include "kernel/palette/ColorMatch.h"
 #include "Vkconvert.h"
-#include "kernel/convert/Convert.h"
 #include "kernel/colorres/GrayScale.h"
+#include "kernel/convert/Convert.h"
 #include "kernel/format/PackedBits.h"
+#include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/rotate/Painter.h"
 

@@ -2,9 +2,9 @@
 // it looks at are laid out as numbers (Samples.h) with the fill around the image, so that weighting them tests nothing.
 #pragma once
 
-#include "kernel/rows/RowAccess.h"
 #include "kernel/rotate/Painter.h"
 #include "kernel/rotate/Samples.h"
+#include "kernel/rows/RowAccess.h"
 
 namespace vk::rotate {
 

@@ -1,9 +1,9 @@
 #include "kernel/rotate/Nearest.h"
 
-#include "kernel/format/PackedBits.h"
-#include "kernel/format/RowMath.h"
 #include "kernel/convert/Format.h"
 #include "kernel/convert/Fused.h"
+#include "kernel/format/PackedBits.h"
+#include "kernel/format/RowMath.h"
 #include "kernel/rotate/Ahead.h"
 
 #include <algorithm>

@@ -1,8 +1,8 @@
 #include "kernel/rotate/Samples.h"
 
 #include "kernel/colorres/GrayScale.h"
-#include "kernel/palette/Palette.h"
 #include "kernel/convert/ExactLookup.h"
+#include "kernel/palette/Palette.h"
 
 #include <algorithm>
 #include <cmath>

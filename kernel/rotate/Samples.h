@@ -7,10 +7,10 @@
 #pragma once
 
 #include "Vkrecord.h"
-#include "kernel/format/GrayRange.h"
-#include "kernel/palette/Palette.h"
 #include "kernel/convert/ColorLookup.h"
 #include "kernel/convert/Format.h"
+#include "kernel/format/GrayRange.h"
+#include "kernel/palette/Palette.h"
 #include "kernel/rotate/Painter.h"
 
 #include <emmintrin.h>

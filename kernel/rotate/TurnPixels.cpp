@@ -1,8 +1,8 @@
 #include "kernel/rotate/TurnPixels.h"
 
-#include "kernel/rows/RowCol.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/rows/RowCol.h"
 
 #include <algorithm>
 #include <cmath>

@@ -3,8 +3,8 @@
 // of its diagonal, so what is held at a time is bounded whatever the bitmaps' sizes.
 #pragma once
 
-#include "kernel/system/Progress.h"
 #include "kernel/rotate/Painter.h"
+#include "kernel/system/Progress.h"
 
 namespace vk::rotate {
 

@@ -1,12 +1,12 @@
-// Moving the rows of 1-bit bitmaps in run-length form. Where the bitmap is stored that way too, and no callback wants to
-// see the pixels, rows are moved as they are; all other storage goes through the row functions and a row of pixels.
+// Moving the rows of 1-bit bitmaps in run-length form. Where the bitmap is stored that way too, and no callback wants
+// to see the pixels, rows are moved as they are; all other storage goes through the row functions and a row of pixels.
 #include "kernel/rows/CompressedRows.h"
 
-#include "kernel/system/Checks.h"
 #include "kernel/rows/RowCol.h"
 #include "kernel/runs/RunLength.h"
 #include "kernel/storage/Compressed.h"
 #include "kernel/storage/Storage.h"
+#include "kernel/system/Checks.h"
 #include "platform/platform.h"
 
 #include <cstring>
@@ -75,8 +75,6 @@ intptr_t put_pixels(BITMAPHANDLE& bitmap, const void* run_row, const RowSpan& sp
     }
     return outcome(put_row_col(bitmap, pixels.get(), span.row, span.column, bytes), bytes);
 }
-
-
 
 } // namespace
 

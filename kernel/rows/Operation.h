@@ -9,8 +9,8 @@ namespace vk {
 
 class Operation {
 public:
-    /// Whether the bitmap's callback may be asked for a scratch buffer: not that of a copy which is only just made, since
-    /// the operation is its source's.
+    /// Whether the bitmap's callback may be asked for a scratch buffer: not that of a copy which is only just made,
+    /// since the operation is its source's.
     enum class Scratch { may_ask, own };
 
     explicit Operation(const BITMAPHANDLE& bitmap, Scratch scratch = Scratch::may_ask) noexcept;

@@ -1,11 +1,11 @@
 #include "kernel/rows/RowAccess.h"
 
-#include "kernel/system/Checks.h"
+#include "kernel/format/RowMath.h"
 #include "kernel/rows/Operation.h"
 #include "kernel/rows/RowCol.h"
-#include "kernel/format/RowMath.h"
-#include "kernel/system/ThreadState.h"
 #include "kernel/storage/Store.h"
+#include "kernel/system/Checks.h"
+#include "kernel/system/ThreadState.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -75,8 +75,8 @@ int get_rows(BITMAPHANDLE& bitmap, void* buffer, int32_t row, int32_t count) noe
         return code_of(get_row(bitmap, buffer, row, static_cast<size_t>(rows_bytes(bitmap, count))));
     int result = V_SUCCESS;
     for (int32_t i = 0; i < count && result == V_SUCCESS; ++i)
-        result =
-            code_of(get_row(bitmap, static_cast<uint8_t*>(buffer) + rows_bytes(bitmap, i), row + i, bitmap.BytesPerLine));
+        result = code_of(
+            get_row(bitmap, static_cast<uint8_t*>(buffer) + rows_bytes(bitmap, i), row + i, bitmap.BytesPerLine));
     return result;
 }
 
@@ -86,8 +86,8 @@ int put_rows(BITMAPHANDLE& bitmap, const void* buffer, int32_t row, int32_t coun
         return code_of(put_row(bitmap, buffer, row, static_cast<size_t>(rows_bytes(bitmap, count))));
     int result = V_SUCCESS;
     for (int32_t i = 0; i < count && result == V_SUCCESS; ++i)
-        result = code_of(put_row(bitmap, static_cast<const uint8_t*>(buffer) + rows_bytes(bitmap, i), row + i,
-                                 bitmap.BytesPerLine));
+        result = code_of(
+            put_row(bitmap, static_cast<const uint8_t*>(buffer) + rows_bytes(bitmap, i), row + i, bitmap.BytesPerLine));
     return result;
 }
 

@@ -2,9 +2,9 @@
 // sees only bytes it has. Bytes may run over the end of a row into the next; outside the storage nothing moves.
 #include "kernel/rows/RowCol.h"
 
-#include "kernel/system/Checks.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/storage/Store.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 

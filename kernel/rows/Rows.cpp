@@ -1,8 +1,8 @@
 // The rows family's door: access counted, and rows moved by row, by row and column, by segments and in run-length form.
 //
-// Inside: Locks.cpp counts access, RowCol.cpp moves bytes and is the one place where positions are checked, Segments.cpp
-// and CompressedRows.cpp stand on it; RowAccess.h gives whole-bitmap operations their rows, in place where they are
-// memory.
+// Inside: Locks.cpp counts access, RowCol.cpp moves bytes and is the one place where positions are checked,
+// Segments.cpp and CompressedRows.cpp stand on it; RowAccess.h gives whole-bitmap operations their rows, in place where
+// they are memory.
 #include "Vkrows.h"
 
 #include "kernel/rows/CompressedRows.h"

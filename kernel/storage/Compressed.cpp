@@ -377,8 +377,7 @@ int fill_reversed(Owner& from, Owner& to, const Reversal& reversal) noexcept
     const uint32_t height = from.height;
     uint8_t* mirrored = nullptr;
     if (reversal.mirror) {
-        mirrored = static_cast<uint8_t*>(
-            platform::heap_alloc(runlength::max_row_bytes(from.width) + sizeof(uint16_t)));
+        mirrored = static_cast<uint8_t*>(platform::heap_alloc(runlength::max_row_bytes(from.width) + sizeof(uint16_t)));
         if (!mirrored)
             return V_ERROR_NO_MEMORY;
     }

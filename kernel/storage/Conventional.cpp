@@ -2,8 +2,8 @@
 //   private  a section of the platform, described by a Block that hangs on `Handle`; made by create
 //   global   a movable global block in `Handle`, whose pixels start DataOffset bytes in; made elsewhere
 //   user     memory the caller lent (Mirror): never resized, never freed
-#include "kernel/system/Checks.h"
 #include "kernel/storage/Storage.h"
+#include "kernel/system/Checks.h"
 #include "platform/platform.h"
 
 #include <algorithm>

@@ -3,10 +3,10 @@
 //
 // The record's `Handle` is the file's handle; when files are redirected it is the redirected file, and `DataOffset`,
 // which means nothing for disk storage otherwise, says so.
-#include "kernel/system/Checks.h"
-#include "kernel/storage/StorageFile.h"
 #include "kernel/redirect/File.h"
+#include "kernel/storage/StorageFile.h"
 #include "kernel/storage/Store.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 

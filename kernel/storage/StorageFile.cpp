@@ -4,8 +4,8 @@
 #include "Vkfiles.h"
 #include "Vkredirect.h"
 #include "kernel/files/Files.h"
-#include "kernel/temp/Temp.h"
 #include "kernel/redirect/File.h"
+#include "kernel/temp/Temp.h"
 
 #include <cwchar>
 

@@ -1,11 +1,11 @@
 // Super-compressed storage: the record's side of it. The rows live in kernel/storage/SuperBands.h, which the record's
 // `Handle` points to; all bytes of a row are kept, those behind its pixels too. `Data` is null: there is nothing that a
 // caller could look at.
-#include "kernel/system/Checks.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/storage/Store.h"
 #include "kernel/storage/SuperBands.h"
 #include "kernel/storage/codec/Codec.h"
+#include "kernel/system/Checks.h"
 
 namespace vk {
 
@@ -71,8 +71,8 @@ void destroy(BITMAPHANDLE& bitmap) noexcept
 bool reverses(const BITMAPHANDLE& bitmap) noexcept
 {
     const SuperBands* const bands = bands_of(bitmap);
-    return bands && bands->holds(static_cast<uint32_t>(bitmap.Width), bitmap.BytesPerLine,
-                                 static_cast<uint32_t>(bitmap.Height));
+    return bands &&
+           bands->holds(static_cast<uint32_t>(bitmap.Width), bitmap.BytesPerLine, static_cast<uint32_t>(bitmap.Height));
 }
 
 int reverse(BITMAPHANDLE& bitmap, const Reversal& reversal) noexcept

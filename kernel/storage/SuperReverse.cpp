@@ -1,6 +1,6 @@
-// Reversing what a super-compressed bitmap holds. Bands are made of the rows that go into them, reversed and packed, one
-// after the other; the old ones stay until all new ones are there. The bands are locked for one band at a time, since
-// callbacks run in between.
+// Reversing what a super-compressed bitmap holds. Bands are made of the rows that go into them, reversed and packed,
+// one after the other; the old ones stay until all new ones are there. The bands are locked for one band at a time,
+// since callbacks run in between.
 #include "kernel/storage/SuperBands.h"
 
 #include "Vkrecord.h"
@@ -45,7 +45,8 @@ int SuperBands::reverse(const Reversal& reversal) noexcept
         if (result != V_SUCCESS)
             break;
         ++made;
-        result = reversal.progress.update(std::min<int64_t>(int64_t{rows_per_band_} * static_cast<int64_t>(made), height_));
+        result =
+            reversal.progress.update(std::min<int64_t>(int64_t{rows_per_band_} * static_cast<int64_t>(made), height_));
     }
     if (result == V_SUCCESS)
         result = reversal.agree(reversal.context);

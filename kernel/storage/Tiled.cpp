@@ -3,10 +3,10 @@
 // seen through windows (Windows.cpp). Where there are very many small tiles, several share a section or a slot.
 //
 // `Data` points to the table: a locked global block with the tile count, the header and one entry per piece.
-#include "kernel/system/Blocks.h"
-#include "kernel/system/Checks.h"
 #include "kernel/storage/Store.h"
 #include "kernel/storage/Tiles.h"
+#include "kernel/system/Blocks.h"
+#include "kernel/system/Checks.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,10 +1,10 @@
 // The table of a tiled bitmap, and the windows through which tiles in its file are read and written.
 //
-// Storage is held by the piece: one tile, or, in a bitmap of very many tiles smaller than what can be mapped, so many of
-// them as fill that. A piece lives in memory or has a slot of the file.
+// Storage is held by the piece: one tile, or, in a bitmap of very many tiles smaller than what can be mapped, so many
+// of them as fill that. A piece lives in memory or has a slot of the file.
 //
-// A plain file is mapped. A redirected one cannot be: there a window is a copy of the piece in memory, written back when
-// it gives way to another. Only a few windows are open at a time; the least recently used gives way.
+// A plain file is mapped. A redirected one cannot be: there a window is a copy of the piece in memory, written back
+// when it gives way to another. Only a few windows are open at a time; the least recently used gives way.
 //
 // A slot of the file holds nothing until its first write and reads as clear. In a plain file it takes its disk space
 // then, all at once, so that writing through a view cannot run out of it.

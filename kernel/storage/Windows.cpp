@@ -31,8 +31,8 @@ void link_newest(TileTable& table, Piece& piece) noexcept
 /// Gives a window up; false when its data could not be written back, it then stays.
 bool close_window(TileTable& table, Piece& piece) noexcept
 {
-    if (piece.dirty && storage_file::write_at(table.storage, piece.offset, piece.view,
-                                              static_cast<size_t>(table.piece_bytes)) < 0)
+    if (piece.dirty &&
+        storage_file::write_at(table.storage, piece.offset, piece.view, static_cast<size_t>(table.piece_bytes)) < 0)
         return false;
     discard_window(table, piece);
     return true;

@@ -19,8 +19,8 @@ struct Table {
     Slot slots[kSlots];
 };
 
-/// The slots as they would be without buffer redirections, each of which belongs to the thread that started it. With the
-/// buffers in kernel/redirect/Buffer.cpp.
+/// The slots as they would be without buffer redirections, each of which belongs to the thread that started it. With
+/// the buffers in kernel/redirect/Buffer.cpp.
 Table without_buffers(const Table& table) noexcept;
 
 /// Whether a slot leads to a buffer redirection that is running.

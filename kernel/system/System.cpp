@@ -1,8 +1,9 @@
-// The system family's door: texts of codes, the status callback, the settings of threads and of the process, and movable
-// global memory where the system has none.
+// The system family's door: texts of codes, the status callback, the settings of threads and of the process, and
+// movable global memory where the system has none.
 //
-// Inside: ThreadState.h is what each thread keeps, Progress.h reports to its callback, Trace.h tells of misuse; Checks.h
-// has the checks that all doors share, Blocks.h the blocks that records own, Cleanup.h what runs when the library goes.
+// Inside: ThreadState.h is what each thread keeps, Progress.h reports to its callback, Trace.h tells of misuse;
+// Checks.h has the checks that all doors share, Blocks.h the blocks that records own, Cleanup.h what runs when the
+// library goes.
 #include "Vkloader.h"
 #include "Vksystem.h"
 
@@ -32,7 +33,6 @@ template <typename Char> int write_message(int code, Char* buffer, uint32_t leng
 }
 
 } // namespace
-
 
 #if !defined(_WIN32) // where callers use the system's own calls
 

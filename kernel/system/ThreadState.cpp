@@ -13,7 +13,7 @@ namespace vk {
 namespace {
 
 constinit LibraryLock g_lock;
-constinit ThreadState g_process_state;            ///< under the lock
+constinit ThreadState g_process_state;               ///< under the lock
 constinit std::atomic<uint32_t> g_process_number{0}; ///< of the process-wide state, which changes with it
 
 struct OwnState {

@@ -1,7 +1,7 @@
 // The temp family's door: names, directory and options of temporary files.
 //
-// Inside: TempNames.cpp makes names, with the operations that the file will be opened with. The options are kept further
-// down, in kernel/files/, because the redirect table asks for them too.
+// Inside: TempNames.cpp makes names, with the operations that the file will be opened with. The options are kept
+// further down, in kernel/files/, because the redirect table asks for them too.
 #include "Vktemp.h"
 
 #include "kernel/temp/Temp.h"

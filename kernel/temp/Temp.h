@@ -21,12 +21,12 @@ int make_temp_name(const redirect::Table& table, const wchar_t* prefix, wchar_t*
 /// V_GetTempFileNameA for a name that is not null; `prefix` may be.
 int temp_name_utf8(char* name, const char* prefix) noexcept;
 
-/// The directory of temporary files. SUCCESS, ERROR_BUFFER_TOO_SMALL, ERROR_INVALID_FILENAME when its name is no text, or
-/// ERROR_NO_MEMORY when there is none to be had.
+/// The directory of temporary files. SUCCESS, ERROR_BUFFER_TOO_SMALL, ERROR_INVALID_FILENAME when its name is no text,
+/// or ERROR_NO_MEMORY when there is none to be had.
 int temp_directory(wchar_t* directory, uint32_t length) noexcept;
 
-/// Whether files in the directory can be named at all. SUCCESS; ERROR_INVALID_FILENAME: its name is too long or no text;
-/// ERROR_NO_MEMORY.
+/// Whether files in the directory can be named at all. SUCCESS; ERROR_INVALID_FILENAME: its name is too long or no
+/// text; ERROR_NO_MEMORY.
 int check_temp_directory() noexcept;
 
 } // namespace vk

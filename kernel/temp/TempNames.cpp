@@ -53,7 +53,7 @@ int usable_directory(wchar_t (&directory)[kMaxTempName]) noexcept
     if (result != V_SUCCESS)
         return result == V_ERROR_BUFFER_TOO_SMALL ? V_ERROR_INVALID_FILENAME : result;
     return std::wcslen(directory) + std::size(kDefaultPrefix) - 1 + kMadeUp <= kMaxTempName ? V_SUCCESS
-                                                                                           : V_ERROR_INVALID_FILENAME;
+                                                                                            : V_ERROR_INVALID_FILENAME;
 }
 
 } // namespace

@@ -3,8 +3,8 @@
 #include "Vkrecord.h"
 #include "Vkthreading.h"
 
-#include "platform/platform.h"
 #include "kernel/threading/Tools.h"
+#include "platform/platform.h"
 
 #include <utility>
 

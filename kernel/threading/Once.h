@@ -1,5 +1,5 @@
-// What is done once per process, by whichever thread comes first, while the others wait for it. Constant-initialised and
-// without an end, so that it may be used at any time of the process.
+// What is done once per process, by whichever thread comes first, while the others wait for it. Constant-initialised
+// and without an end, so that it may be used at any time of the process.
 #pragma once
 
 #include "kernel/system/LibraryLock.h"

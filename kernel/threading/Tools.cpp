@@ -5,8 +5,8 @@
 
 #include "Vkrecord.h"
 #include "Vkthreading.h"
-#include "platform/platform.h"
 #include "kernel/threading/Once.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 

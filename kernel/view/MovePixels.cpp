@@ -1,13 +1,13 @@
 // Pixels from one bitmap to another in a new layout. Rows stay rows in batches. Where rows become columns, memory is
 // used in place and everything else passes through two bounded buffers: target rows are made some at a time, each time
 // from the pieces of all source rows that go into them.
-#include "kernel/system/Checks.h"
-#include "kernel/rows/RowCol.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/rows/RowCol.h"
+#include "kernel/system/Checks.h"
 #include "kernel/view/MirrorRow.h"
-#include "kernel/view/Transpose.h"
 #include "kernel/view/Relayout.h"
+#include "kernel/view/Transpose.h"
 
 #include <algorithm>
 #include <cstring>

@@ -143,8 +143,8 @@ private:
     RowBuffer buffer_;
 };
 
-/// Rows anywhere: a band from each end, or two that lie together, is read, reversed as one block and written back. Where
-/// the two ends meet, what is left between them is one block.
+/// Rows anywhere: a band from each end, or two that lie together, is read, reversed as one block and written back.
+/// Where the two ends meet, what is left between them is one block.
 class ThroughBands {
 public:
     ThroughBands(BITMAPHANDLE& bitmap, Layout layout) noexcept

@@ -96,7 +96,6 @@ int check_with(const BITMAPHANDLE* bitmap, bool has_result) noexcept
 
 } // namespace
 
-
 int V_FlipBitmap(BITMAPHANDLE* pBitmap) noexcept
 {
     if (!pBitmap || !(pBitmap->Flags & BITMAPFLAG_ALLOCATED))

@@ -57,11 +57,10 @@ int warp_attachments(BITMAPHANDLE& bitmap, BITMAPHANDLE& made, const Warp& warp)
     for (int i = 0; i < kOverlaySlots && overlays && result == V_SUCCESS; ++i)
         if (overlays->bitmaps[i].Flags & BITMAPFLAG_ALLOCATED)
             result = warp_overlay(overlays->bitmaps[i], made.ViewPerspective, warp);
-    return result == V_SUCCESS ? draw_region(bitmap, made,
-                                             [&](BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept {
-                                                 return warp_mask(from, to, warp);
-                                             })
-                               : result;
+    return result == V_SUCCESS
+               ? draw_region(bitmap, made,
+                             [&](BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept { return warp_mask(from, to, warp); })
+               : result;
 }
 
 } // namespace vk::warp

@@ -90,7 +90,8 @@ template <int32_t kSize, int kAt> __m512i pairs_order() noexcept
     constexpr char b = kAt + kSize;
     constexpr char last = kSize == 4 ? a + 3 : z;
     constexpr char next = kSize == 4 ? b + 3 : z;
-    return _mm512_maskz_broadcast_i32x4(0xFFFF, _mm_setr_epi8(a, z, b, z, a + 1, z, b + 1, z, a + 2, z, b + 2, z, last, z, next, z));
+    return _mm512_maskz_broadcast_i32x4(
+        0xFFFF, _mm_setr_epi8(a, z, b, z, a + 1, z, b + 1, z, a + 2, z, b + 2, z, last, z, next, z));
 }
 
 /// The first bytes of eight samples' numbers, of which even ones stand in one vector and odd ones in another.
@@ -121,7 +122,8 @@ template <int32_t kSize, bool kAlpha> void linear(const Patch& patch, const Cell
         const auto mix_eight = [&](int32_t at, __m256i places, __m512i upper_weights, __m512i lower_weights) noexcept {
             const uint32_t some = some_of(patch, at, kLanes);
             const auto row = [&](const uint8_t* origin) noexcept {
-                return _mm512_mask_i32gather_epi64(_mm512_set1_epi64(-1), static_cast<__mmask8>(some), places, origin, 1);
+                return _mm512_mask_i32gather_epi64(_mm512_set1_epi64(-1), static_cast<__mmask8>(some), places, origin,
+                                                   1);
             };
             const __m512i upper = row(patch.origin);
             const __m512i lower = row(patch.origin + patch.stride);
@@ -142,8 +144,7 @@ template <int32_t kSize, bool kAlpha> void linear(const Patch& patch, const Cell
                                                 _mm512_madd_epi16(_mm512_shuffle_epi8(lower, order),
                                                                   _mm512_permutexvar_epi32(which, lower_weights))));
             };
-            const __m512i cells =
-                _mm512_permutex2var_epi8(sum(even_order, evens), closing, sum(odd_order, odds));
+            const __m512i cells = _mm512_permutex2var_epi8(sum(even_order, evens), closing, sum(odd_order, odds));
             const auto bytes = static_cast<uint32_t>(_mm_popcnt_u32(some) * kSize);
             _mm256_mask_storeu_epi8(out + at * kSize, static_cast<__mmask32>((uint64_t{1} << bytes) - 1),
                                     _mm512_castsi512_si256(cells));

@@ -65,9 +65,10 @@ template <int32_t kBytes> void take(const Patch& patch, uint8_t* out) noexcept
 {
     for (int32_t i = 0; i < patch.count; i += kLanes, out += kLanes * kBytes) {
         const uint32_t some = some_of(patch, i);
-        const __m512i offsets = _mm512_add_epi32(_mm512_mullo_epi32(columns_of(patch, i), all(kBytes)), rows_of(patch, i));
-        const __m512i words = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), static_cast<__mmask16>(some), offsets,
-                                                          patch.origin, 1);
+        const __m512i offsets =
+            _mm512_add_epi32(_mm512_mullo_epi32(columns_of(patch, i), all(kBytes)), rows_of(patch, i));
+        const __m512i words =
+            _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), static_cast<__mmask16>(some), offsets, patch.origin, 1);
         _mm512_mask_storeu_epi8(out, bytes_of<kBytes>(some), closed<kBytes>(words));
     }
 }
@@ -77,13 +78,13 @@ uint32_t sixteen_bits(const Patch& patch, int32_t i, uint32_t some) noexcept
 {
     const __m512i columns = columns_of(patch, i);
     const __m512i offsets = _mm512_add_epi32(rows_of(patch, i), _mm512_srai_epi32(columns, 3));
-    const __m512i words = _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), static_cast<__mmask16>(some), offsets,
-                                                      patch.origin, 1);
+    const __m512i words =
+        _mm512_mask_i32gather_epi32(_mm512_setzero_si512(), static_cast<__mmask16>(some), offsets, patch.origin, 1);
     const __m512i shift = _mm512_andnot_si512(columns, all(7));
     const __m512i bits = _mm512_sllv_epi32(all(1), shift);
     const __m512i backwards = _mm512_set_epi32(0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, 13, 14, 15);
-    return _mm512_movepi32_mask(_mm512_permutexvar_epi32(
-        backwards, _mm512_sub_epi32(_mm512_setzero_si512(), _mm512_and_si512(words, bits))));
+    return _mm512_movepi32_mask(
+        _mm512_permutexvar_epi32(backwards, _mm512_sub_epi32(_mm512_setzero_si512(), _mm512_and_si512(words, bits))));
 }
 
 void take_row_bits(const Patch& patch, uint8_t* row, int32_t first) noexcept

@@ -64,8 +64,7 @@ private:
         }
         if (loader_.is_direct())
             return loader_.whole(source_.pixels);
-        held_bytes_ =
-            all(loader_.row_bytes(loader_.width()), loader_.height(),
+        held_bytes_ = all(loader_.row_bytes(loader_.width()), loader_.height(),
                           held_limit(loader_.is_memory() ? kCellBytes : kHeldBytes));
         return held_.allocate(held_bytes_ + kSlack) ? V_SUCCESS : V_ERROR_NO_MEMORY;
     }

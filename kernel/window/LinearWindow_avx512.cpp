@@ -1,7 +1,6 @@
 // Straight windows, 64 samples at a time.
 #include "kernel/window/LinearWindow.h"
 
-
 #include <immintrin.h>
 
 namespace vk {

@@ -63,8 +63,7 @@ void split(const Shape& shape, const uint8_t* rows, const Workspace& space) noex
         clear_room(space.channels[c]);
     for (uint32_t y = 0; y < shape.rows; ++y, rows += shape.bytes_per_line) {
         if (shape.bits == 24)
-            split_row(rows, space.channels[0].row(y), space.channels[1].row(y), space.channels[2].row(y),
-                      shape.width);
+            split_row(rows, space.channels[0].row(y), space.channels[1].row(y), space.channels[2].row(y), shape.width);
         else
             std::memcpy(space.channels[0].row(y), rows, shape.width);
     }
@@ -74,8 +73,7 @@ void join(const Shape& shape, const Workspace& space, uint8_t* rows) noexcept
 {
     for (uint32_t y = 0; y < shape.rows; ++y, rows += shape.bytes_per_line) {
         if (shape.bits == 24)
-            join_row(space.channels[0].row(y), space.channels[1].row(y), space.channels[2].row(y), rows,
-                     shape.width);
+            join_row(space.channels[0].row(y), space.channels[1].row(y), space.channels[2].row(y), rows, shape.width);
         else
             std::memcpy(rows, space.channels[0].row(y), shape.width);
     }
