@@ -382,6 +382,29 @@ TEST(RedirectStorage, BuffersTakeNoTemporaryFiles)
     }
 }
 
+TEST(RedirectStorage, WindowsOfHugeMemoryTellWhatWentWrong)
+{
+    const RestoreRedirection restore;
+    MemoryFiles fs;
+    fs.redirect();
+    constexpr uint64_t kBytes = 5u << 20;
+    std::vector<int> codes;
+    for (uint64_t call = 1; codes.empty() || codes.back() != SUCCESS; ++call) {
+        HHUGEMEMORY block = nullptr;
+        void* window = nullptr;
+        ASSERT_EQ(SUCCESS, V_AllocHugeMemory(&block, kBytes, TYPE_DISK));
+        ASSERT_EQ(SUCCESS, V_AccessHugeMemory(block, 0, 1, &window));
+        *static_cast<uint8_t*>(window) = 77;
+        fs.arm(Wrong::fails, call, false);
+        codes.push_back(V_AccessHugeMemory(block, kBytes - 1, 1, &window));
+        fs.arm(Wrong::fails, 0, false);
+        ASSERT_EQ(SUCCESS, V_AccessHugeMemory(block, 0, 1, &window));
+        EXPECT_EQ(77, *static_cast<uint8_t*>(window)) << "what was written stays, whatever fails";
+        EXPECT_EQ(SUCCESS, V_FreeHugeMemory(block));
+    }
+    EXPECT_EQ((std::vector<int>{ERROR_FILE_SEEK, ERROR_FILE_WRITE, ERROR_FILE_SEEK, ERROR_FILE_READ, SUCCESS}), codes);
+}
+
 TEST(RedirectStorage, BuffersMeetFaults)
 {
     const RestoreRedirection restore;
@@ -410,6 +433,12 @@ TEST(RedirectStorage, BuffersMeetFaults)
             GlobalUnlock(block);
             EXPECT_EQ(nullptr, GlobalFree(block));
         }
+    });
+    for_each_fault([] {
+        V_REDIRECTHANDLE file = nullptr;
+        const int code = V_CreateRedirectedFileHandle(5, &file);
+        EXPECT_TRUE(file ? code == SUCCESS : code == ERROR_NO_MEMORY) << code;
+        EXPECT_TRUE(!file || V_RedirectedClose(file) == 0);
     });
     wchar_t name[V_REDIRECT_NAME_LENGTH];
     ASSERT_EQ(SUCCESS, V_GetUniqueRedirectFileName(name, V_REDIRECT_NAME_LENGTH));

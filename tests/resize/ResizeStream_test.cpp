@@ -319,6 +319,52 @@ TEST(ResizeStream, LocksAndArguments)
     }
 }
 
+TEST(ResizeStream, ARowThatCouldNotBeReadIsReadAgain)
+{
+    TestRandom random(414);
+    TestBitmap bitmap;
+    bitmap.make(Kind::disk, kWidth, kHeight, 24, random);
+    for (const uint32_t flags : {STREAMFLAG_BICUBIC, STREAMFLAG_AREA, STREAMFLAG_LINEAR}) {
+        const Output to{20, 31, 24, kBgr, flags};
+        const Bytes wanted = Stream(bitmap, to).all();
+        for (uint64_t call = 1; call < 20; ++call) {
+            Stream stream(bitmap, to);
+            uint8_t row[60];
+            vk::fault::arm_call(vk::fault::Call::file_read, call, false);
+            for (int32_t y = 0; y < to.height && !vk::fault::fired(); ++y)
+                V_GetResizedRowCol(stream.state(), row, y, 0, 20);
+            EXPECT_TRUE(vk::fault::fired());
+            vk::fault::disarm();
+            Bytes seen;
+            for (int32_t y = 0; y < to.height; ++y) {
+                const Bytes one = stream.row(y);
+                seen.insert(seen.end(), one.begin(), one.end());
+            }
+            EXPECT_TRUE(wanted == seen) << "read " << call << ", flags " << flags;
+        }
+    }
+}
+
+TEST(ResizeStream, WideLookUpTablesCount)
+{
+    std::vector<V_RGBQUAD16> table(65536);
+    for (size_t i = 0; i < table.size(); ++i)
+        table[i] = {static_cast<uint16_t>(i * 3), static_cast<uint16_t>(i * 5), static_cast<uint16_t>(i * 7), 0};
+    TestBitmap bitmap, colored;
+    ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 9, 1, 16, COLORORDER_GRAY));
+    TestRandom random(415);
+    random.fill(bitmap->Data, 18);
+    bitmap->Flags |= BITMAPFLAG_USELUT;
+    bitmap->LUT16 = table.data();
+    bitmap->LUTLength16 = 65536;
+    ASSERT_EQ(SUCCESS,
+              V_ColorResBitmap(bitmap, colored, BITMAPHANDLE_SIZE, 48, COLORRES_ORDER_BGR, nullptr, nullptr, 0));
+    EXPECT_EQ(rows_of(colored), Stream(bitmap, {9, 1, 48, kBgr, 0}).all());
+    bitmap->LUT16 = nullptr;
+    bitmap->LUTLength16 = 0;
+    EXPECT_NE(rows_of(colored), Stream(bitmap, {9, 1, 48, kBgr, 0}).all());
+}
+
 TEST(ResizeStream, FailuresLeaveNothingBehind)
 {
     for (const Output& to : {Output{9, 8, 4, kRgb, STREAMFLAG_BICUBIC}, Output{9, 3, 24, kRgb, STREAMFLAG_AREA}})

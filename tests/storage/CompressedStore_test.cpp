@@ -336,6 +336,31 @@ TEST(CompressedStore, AnyAllocationMayFail)
     EXPECT_GT(calls, 15u);
 }
 
+TEST(CompressedStore, RowsOfTwoBandsAreWrittenTogetherOrNotAtAll)
+{
+    TestRandom random(204);
+    constexpr auto kRows = static_cast<int32_t>(vk::kBandRows);
+    TestBitmap bitmap;
+    bitmap.make(Kind::compressed, 64, kRows + 40, 1);
+    const auto bytes = static_cast<intptr_t>(80 * bitmap->BytesPerLine);
+    for (const bool persistent : {false, true}) {
+        bool fired = true;
+        for (uint64_t call = 1; fired; ++call) {
+            Bytes clear(static_cast<size_t>(bytes)), busy(clear.size()), seen(clear.size());
+            random.fill(busy.data(), busy.size());
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 3));
+            ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, kRows + 40));
+            vk::fault::arm(call, persistent);
+            const intptr_t result = V_PutBitmapRow(bitmap, busy.data(), kRows - 40, busy.size());
+            fired = vk::fault::fired();
+            vk::fault::disarm();
+            EXPECT_TRUE(result == bytes || (fired && result == V_ERROR_NO_MEMORY)) << result;
+            ASSERT_EQ(bytes, V_GetBitmapRow(bitmap, seen.data(), kRows - 40, seen.size()));
+            ASSERT_TRUE(seen == (result == bytes ? busy : clear)) << "call " << call;
+        }
+    }
+}
+
 TEST(CompressedStore, RefusesWhatItCannotDo)
 {
     TestBitmap bitmap;
@@ -452,6 +477,14 @@ TEST(CompressedRows, CallbacksSeeThePixels)
     EXPECT_EQ(8, V_PutBitmapRowCompressed(bitmap, ones, 1, sizeof ones));
     EXPECT_EQ(2, calls);
     EXPECT_EQ(6, V_GetBitmapRowCompressed(bitmap, row, 1, sizeof row)) << "the callback kept the row to itself";
+    table.PutBitmapRowColCallback = [](BITMAPHANDLE*, void*, int32_t, int32_t, size_t bytes, void* data) {
+        *static_cast<int*>(data) = static_cast<int>(bytes);
+        return static_cast<intptr_t>(bytes);
+    };
+    ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap, &table));
+    const uint8_t nine[8] = {2, 0, 0, 0, 0, 0, 9, 0};
+    EXPECT_EQ(8, V_PutBitmapRowColCompressed(bitmap, nine, 1, 8, sizeof nine));
+    EXPECT_EQ(2, calls) << "bytes of the pixels that the runs cover, and no more";
 }
 
 } // namespace
