@@ -31,6 +31,7 @@
 #include "Vkdib.h"
 #include "Vkdither.h"
 #include "Vkfiles.h"
+#include "Vkfill.h"
 #include "Vkgeometry.h"
 #include "Vkhuge.h"
 #include "Vklist.h"

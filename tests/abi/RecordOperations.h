@@ -37,6 +37,7 @@ std::span<const Operation> view_operations();
 std::span<const Operation> rotate_operations();
 std::span<const Operation> warp_operations();
 std::span<const Operation> combine_operations();
+std::span<const Operation> fill_operations();
 std::span<const Operation> resize_operations();
 std::span<const Operation> resample_operations();
 std::span<const Operation> dib_operations();
@@ -49,7 +50,7 @@ std::span<const Operation> overlay_operations();
 constexpr decltype(&row_operations) kFamilies[] = {
     row_operations,     palette_operations, dither_operations, bitmap_operations,   view_operations, rotate_operations,
     warp_operations,    combine_operations, resize_operations, resample_operations, dib_operations,  list_operations,
-    storage_operations, region_operations,  window_operations, overlay_operations};
+    storage_operations, region_operations,  window_operations, overlay_operations,  fill_operations};
 
 /// An operation without further arguments.
 template <auto function> intptr_t plain(B bitmap)
