@@ -15,18 +15,27 @@
 
 namespace vk::tool {
 
+extern const Operation kAlpha;
+extern const Operation kCombine;
 extern const Operation kConvert;
+extern const Operation kCrop;
+extern const Operation kExtend;
+extern const Operation kFill;
 extern const Operation kFlip;
 extern const Operation kMirror;
 extern const Operation kOrient;
 extern const Operation kResize;
 extern const Operation kRotate;
+extern const Operation kScramble;
 extern const Operation kShear;
+extern const Operation kTrim;
 extern const Operation kWarp;
 
 namespace {
 
-constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kWarp, &kShear, &kFlip, &kMirror, &kOrient};
+constexpr const Operation* kOperations[] = {&kConvert, &kResize,  &kRotate, &kWarp,  &kShear,
+                                            &kFlip,    &kMirror,  &kOrient, &kCrop,  &kTrim,
+                                            &kExtend,  &kCombine, &kFill,   &kAlpha, &kScramble};
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 

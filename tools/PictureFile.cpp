@@ -55,9 +55,16 @@ PictureInfo file_info(const BITMAPHANDLE& bitmap, const FileForm& form)
     info.x_resolution = bitmap.XResolution;
     info.y_resolution = bitmap.YResolution;
     if (form.bits <= 8) {
-        const RGBQUAD* const palette = bitmap.Palette;
-        info.palette.assign(palette, palette + bitmap.Colors);
-        info.palette.resize(size_t{1} << form.bits);
+        const size_t levels = size_t{1} << form.bits;
+        if (const RGBQUAD* const palette = bitmap.Palette) {
+            info.palette.assign(palette, palette + bitmap.Colors);
+        } else { // gray levels need none
+            for (size_t i = 0; i < levels; ++i) {
+                const auto level = static_cast<uint8_t>(i * 255 / (levels - 1));
+                info.palette.push_back({level, level, level, 0});
+            }
+        }
+        info.palette.resize(levels);
     }
     return info;
 }

@@ -16,6 +16,9 @@ namespace vk::tool {
 /** Told after each row how many are done; may throw, which ends the work. */
 using RowDone = std::function<void(int32_t done, int32_t total)>;
 
+/** For pictures that are read or written without being shown to be. */
+inline void unseen(int32_t, int32_t) {}
+
 /** Reads a picture into a bitmap of the default memory type, top row first. The file is closed again. */
 std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done);
 

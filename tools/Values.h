@@ -9,8 +9,11 @@
 #include "tools/Failure.h"
 
 #include <algorithm>
+#include <array>
 #include <charconv>
+#include <cstdlib>
 #include <iterator>
+#include <optional>
 #include <string>
 
 namespace vk::tool {
@@ -60,15 +63,59 @@ inline int32_t count_option(const Arguments& arguments, const char* option, int3
     return value;
 }
 
+/** A colour of six hexadecimal digits; nothing when the option is not there. */
+inline std::optional<COLORREF> color_option(const Arguments& arguments, const char* option)
+{
+    const std::optional<std::string> text = arguments.value(option);
+    uint32_t rgb = 0;
+    if (!text) {
+        return std::nullopt;
+    }
+    if (text->size() != 6 || !parse_number(*text, rgb, 16)) {
+        throw UsageError(std::string(option) + " needs six hexadecimal digits");
+    }
+    return (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16;
+}
+
 /** The --fill option. */
 inline COLORREF fill_option(const Arguments& arguments)
 {
-    const std::optional<std::string> text = arguments.value("--fill");
-    uint32_t rgb = 0;
-    if (text && (text->size() != 6 || !parse_number(*text, rgb, 16))) {
-        throw UsageError("--fill needs six hexadecimal digits");
+    return color_option(arguments, "--fill").value_or(0);
+}
+
+/** So many whole numbers with commas between them; nothing when the option is not there. */
+template <size_t kCount>
+std::optional<std::array<int32_t, kCount>> integers_option(const Arguments& arguments, const char* option)
+{
+    const std::optional<std::string> text = arguments.value(option);
+    if (!text) {
+        return std::nullopt;
     }
-    return (rgb & 0xFF) << 16 | (rgb & 0xFF00) | rgb >> 16;
+    std::array<int32_t, kCount> numbers{};
+    size_t at = 0;
+    for (size_t i = 0; i < kCount; ++i) {
+        const size_t end = i + 1 < kCount ? text->find(',', at) : text->size();
+        if (end == std::string::npos || at > text->size() || !parse_number(text->substr(at, end - at), numbers[i])) {
+            throw UsageError(std::string(option) + " needs " + std::to_string(kCount) + " whole numbers");
+        }
+        at = end + 1;
+    }
+    return numbers;
+}
+
+/** The --rect option: left, top, width and height. */
+inline std::optional<RECT> rect_option(const Arguments& arguments)
+{
+    const auto numbers = integers_option<4>(arguments, "--rect");
+    if (!numbers) {
+        return std::nullopt;
+    }
+    const auto [left, top, width, height] = *numbers;
+    constexpr int32_t kMost = 1 << 30;
+    if (std::abs(left) > kMost || std::abs(top) > kMost || width < 1 || width > kMost || height < 1 || height > kMost) {
+        throw UsageError("--rect needs left, top, width and height");
+    }
+    return RECT{left, top, left + width, top + height};
 }
 
 } // namespace vk::tool
