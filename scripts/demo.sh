@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Does the library's main job on real pictures with the vk command: holds them in every storage kind and takes them to
-# every depth, palette and dithering method, size, angle, warp and view perspective. Leaves what came out and pages to look at in
-# demo-out/. Installs what is missing and builds first; may be called from anywhere.
+# every depth, palette and dithering method, size, angle, warp and view perspective, and puts them into each other. Leaves what
+# came out and pages to look at in demo-out/. Installs what is missing and builds first; may be called from anywhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -106,6 +106,52 @@ EOF
 warp warp-3-lens samples/astronaut.png warp --grid "$out/lens.txt" --filter bicubic --area
 warp warp-4-shear samples/astronaut.png shear --angle 15 --linear --fill ffffff
 warp warp-5-shear-page samples/page.png shear --angle=-5 --vertical --fill ffffff
+
+echo "== pictures in pictures"
+# combined <name> <file> <command> <options>...: the same for the page of combined pictures.
+combined() {
+    local name=$1 file=$2
+    shift 2
+    echo "-- $name: vk $*"
+    "$vk" "$1" "$file" "$out/combined-$name.png" --json "${@:2}" >"$out/combined-$name.json"
+}
+"$vk" resize samples/astronaut.png "$out/under.png" --size 320x320 >"$out/under.txt"
+"$vk" resize samples/rocket.jpg "$out/rocket.png" --size x320 >"$out/rocket.txt"
+"$vk" crop "$out/rocket.png" "$out/over.png" --rect 80,0,320,320 >"$out/over.txt"
+for operation in copy and or xor nand nor xnor add subtract min max average difference multiply; do
+    combined "operation-$operation" "$out/under.png" combine --with "$out/over.png" --at 40,40 --rect 0,0,240,240 \
+        --operation $operation
+done
+for mode in normal multiply screen overlay darken lighten color-dodge color-burn hard-light soft-light difference exclusion; do
+    combined "mode-$mode" "$out/under.png" combine --with "$out/over.png" --at 40,40 --rect 0,0,240,240 --blend $mode
+done
+# Two shapes: the one covers the left, the other the lower part.
+python3 - "$out" <<'EOF'
+import pathlib, sys
+folder = pathlib.Path(sys.argv[1])
+ramp = lambda t: max(0, min(255, int(255 * (1.25 - 1.5 * t))))
+for name, level in (("left", lambda x, y: ramp(x / 319)), ("low", lambda x, y: ramp(1 - y / 319))):
+    (folder / f"{name}.pgm").write_bytes(b"P5 320 320 255\n" + bytes(level(x, y) for y in range(320) for x in range(320)))
+EOF
+"$vk" alpha "$out/under.png" "$out/under-left.png" --put "$out/left.pgm" >"$out/under-left.txt"
+"$vk" alpha "$out/over.png" "$out/over-low.png" --put "$out/low.pgm" >"$out/over-low.txt"
+for operator in normal src dst-over src-in dst-in src-out dst-out src-atop dst-atop xor plus clear; do
+    combined "operator-$operator" "$out/under-left.png" combine --with "$out/over-low.png" --blend $operator
+done
+combined cover-mask "$out/under.png" combine --with "$out/over.png" --mask "$out/low.pgm"
+combined cover-mask-screen "$out/under.png" combine --with "$out/over.png" --mask "$out/left.pgm" --blend screen
+for percent in 25 50 75; do
+    combined "cover-opacity-$percent" "$out/under.png" combine --with "$out/over.png" --opacity $percent
+done
+combined part-crop "$out/under.png" crop --rect 60,10,180,140
+combined part-trim samples/page.png trim --tolerance 100
+for kind in fill edge mirror wrap; do
+    combined "part-extend-$kind" "$out/under.png" extend --by 60,40,60,40 --kind $kind --fill 336699
+done
+combined part-fill-flood "$out/under.png" fill --color ffcc00 --flood 10,150 --tolerance 60
+combined part-fill-pattern "$out/under.png" fill --pattern "$out/combined-part-crop.png"
+combined part-scramble-1-hidden "$out/under.png" scramble --key 1969 --rect 90,20,130,110
+combined part-scramble-2-shown "$out/combined-part-scramble-1-hidden.png" scramble --key 1969 --rect 90,20,130,110 --show
 
 python3 scripts/demo_page.py "$out"
 echo "== done: open $PWD/$out/index.html"

@@ -77,7 +77,8 @@ def storage_page(folder):
         "One picture, every kind of storage",
         "<p>Each picture was put row by row into a bitmap of each storage kind, read back and compared with the file. What is "
         'shown was written from the rows that came back. Rates count the time in the library only. See also the <a href="colors.html">'
-        'colours</a> and the <a href="geometry.html">sizes, angles and perspectives</a>.</p>' + "".join(storage_section(*item) for item in pictures.items()),
+        'colours</a>, the <a href="geometry.html">sizes, angles and perspectives</a> and '
+        'the <a href="combined.html">pictures in pictures</a>.</p>' + "".join(storage_section(*item) for item in pictures.items()),
     )
 
 
@@ -111,14 +112,14 @@ def color_page(folder):
     )
 
 
-def geometry_section(folder, title, group):
-    paths = sorted(folder.glob(f"geometry-{group}-*.json"))
+def made_section(folder, title, page_name, group):
+    paths = sorted(folder.glob(f"{page_name}-{group}-*.json"))
     if not paths:
         sys.exit(f"no figures for {group}")
     body = ""
     for path in paths:
         made = json.loads(path.read_text())
-        what = path.stem.removeprefix(f"geometry-{group}-")
+        what = path.stem.removeprefix(f"{page_name}-{group}-")
         caption = f"{what}: {made['width']} × {made['height']}, {made['bits']} bits, {made['operation_ms']:.1f} ms"
         body += figure(path.with_suffix(".png").name, caption)
     return f"<h2>{title}</h2>{body}"
@@ -130,12 +131,27 @@ def geometry_page(folder):
         "One photograph, one page, moved about",
         "<p>Made by <code>vk resize</code>, <code>rotate</code>, <code>warp</code>, <code>shear</code>, <code>flip</code>, <code>mirror</code> and <code>orient</code>. "
         'Back to the <a href="index.html">storage kinds</a>.</p>'
-        + geometry_section(folder, "37 % of the size", "smaller")
-        + geometry_section(folder, "150 % of the size", "larger")
-        + geometry_section(folder, "A 1-bit page at 37 %", "page")
-        + geometry_section(folder, "Turned", "rotate")
-        + geometry_section(folder, "A leaning page made upright, a photograph through a lens, and leaning ones", "warp")
-        + geometry_section(folder, "The stored rows of each view perspective", "view"),
+        + made_section(folder, "37 % of the size", "geometry", "smaller")
+        + made_section(folder, "150 % of the size", "geometry", "larger")
+        + made_section(folder, "A 1-bit page at 37 %", "geometry", "page")
+        + made_section(folder, "Turned", "geometry", "rotate")
+        + made_section(folder, "A leaning page made upright, a photograph through a lens, and leaning ones", "geometry", "warp")
+        + made_section(folder, "The stored rows of each view perspective", "geometry", "view"),
+    )
+
+
+def combined_page(folder):
+    page(
+        folder / "combined.html",
+        "One picture in another",
+        "<p>Made by <code>vk combine</code>, <code>fill</code>, <code>alpha</code>, <code>crop</code>, <code>trim</code>, "
+        "<code>extend</code> and <code>scramble</code>: a rocket put into a photograph. "
+        'Back to the <a href="index.html">storage kinds</a>.</p>'
+        + made_section(folder, "Operations on bits and on channels", "combined", "operation")
+        + made_section(folder, "Blend modes", "combined", "mode")
+        + made_section(folder, "Porter-Duff operators, both pictures half covered", "combined", "operator")
+        + made_section(folder, "A mask, and opacity", "combined", "cover")
+        + made_section(folder, "Cut, extended, filled, hidden", "combined", "part"),
     )
 
 
@@ -144,3 +160,4 @@ if __name__ == "__main__":
     storage_page(target)
     color_page(target)
     geometry_page(target)
+    combined_page(target)
