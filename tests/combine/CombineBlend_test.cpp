@@ -400,14 +400,15 @@ TEST(CombineBlend, OtherFormsOfSourceAndMask)
     ASSERT_NO_FATAL_FAILURE(make_stored(mask, Kind::conv, {2, 2, {0x0FFF, 0x0FFF, 0xF7F8, 0xF000}}, 16, BOTTOM_LEFT));
     mask->Order = COLORORDER_GRAY;
     mask->HighBit = 11;
+    TestBitmap under;
     TestBitmap white;
-    ASSERT_NO_FATAL_FAILURE(make_stored(gray, Kind::conv, {2, 2, {0, 100, 0, 100}}, 8));
+    ASSERT_NO_FATAL_FAILURE(make_stored(under, Kind::conv, {2, 2, {0, 100, 0, 100}}, 8));
     ASSERT_NO_FATAL_FAILURE(make_stored(white, Kind::conv, {2, 2, {255, 255, 255, 255}}, 8));
-    gray->Order = white->Order = COLORORDER_GRAY;
-    ASSERT_EQ(SUCCESS, blend(gray, white, &mask, {0, 0, 2, 2, 0, 0}, {BLEND_SRC_OVER, 65535, 16}));
-    EXPECT_EQ((Picture{2, 2, {127, 100, 255, 255}}), read(gray.get()));
-    ASSERT_EQ(SUCCESS, blend(gray, white, &gray, {0, 0, 2, 2, 0, 0}, {BLEND_SRC_OVER, 65535, 8}, 0, 1));
-    EXPECT_EQ((Picture{2, 2, {255, 255, 255, 255}}), read(gray.get()));
+    under->Order = white->Order = COLORORDER_GRAY;
+    ASSERT_EQ(SUCCESS, blend(under, white, &mask, {0, 0, 2, 2, 0, 0}, {BLEND_SRC_OVER, 65535, 16}));
+    EXPECT_EQ((Picture{2, 2, {127, 100, 255, 255}}), read(under.get()));
+    ASSERT_EQ(SUCCESS, blend(under, white, &under, {0, 0, 2, 2, 0, 0}, {BLEND_SRC_OVER, 65535, 8}, 0, 1));
+    EXPECT_EQ((Picture{2, 2, {255, 255, 255, 255}}), read(under.get()));
 }
 
 TEST(CombineBlend, OddArgumentsAndFailures)
