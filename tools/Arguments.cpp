@@ -13,23 +13,19 @@ namespace vk::tool {
 
 namespace {
 
-constexpr Option kJson = {"--json", nullptr, ""};
-
 const Option& find_option(const Command& command, const std::string& name)
 {
-    if (name == kJson.name) {
-        return kJson;
+    using Options = std::span<const Option>;
+    for (const Options options :
+         {command.options, Options(kReadOptions), command.can_pipe ? Options(kPipeOptions) : Options(),
+          command.writes ? Options(kWriteOptions) : Options()}) {
+        const auto found =
+            std::find_if(options.begin(), options.end(), [&](const Option& option) { return name == option.name; });
+        if (found != options.end()) {
+            return *found;
+        }
     }
-    const auto has_name = [&](const Option& option) { return name == option.name; };
-    const auto found = std::find_if(command.options.begin(), command.options.end(), has_name);
-    if (found != command.options.end()) {
-        return *found;
-    }
-    const Option* const pipe = std::find_if(std::begin(kPipeOptions), std::end(kPipeOptions), has_name);
-    if (!command.can_pipe || pipe == std::end(kPipeOptions)) {
-        throw UsageError("unknown option " + name);
-    }
-    return *pipe;
+    throw UsageError("unknown option " + name);
 }
 
 } // namespace

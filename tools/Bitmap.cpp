@@ -109,7 +109,7 @@ Bitmap::Bitmap(const PictureInfo& info, const StorageKind& kind, std::optional<i
 void Bitmap::create(const PictureInfo& info, uint32_t request, void* data)
 {
     check(V_CreateBitmap(&record_, BITMAPHANDLE_SIZE, request, info.width, info.height, info.bits, info.order,
-                         info.palette.empty() ? nullptr : info.palette.data(), TOP_LEFT, data,
+                         info.palette.empty() ? nullptr : info.palette.data(), info.orientation, data,
                          data == nullptr ? 0 : info.data_bytes()),
           "allocating the bitmap");
     if (info.x_resolution > 0 && info.y_resolution > 0) {
@@ -122,7 +122,7 @@ void Bitmap::create(const PictureInfo& info, uint32_t request, void* data)
 void Bitmap::create_global(const PictureInfo& info)
 {
     check(V_InitBitmap(&record_, BITMAPHANDLE_SIZE, info.width, info.height, info.bits), "describing the bitmap");
-    record_.ViewPerspective = TOP_LEFT;
+    record_.ViewPerspective = info.orientation;
     record_.Order = info.order;
     HGLOBAL const block = GlobalAlloc(GHND, static_cast<size_t>(info.data_bytes()));
     if (block == nullptr) {
@@ -136,6 +136,13 @@ void Bitmap::create_global(const PictureInfo& info)
             V_FreeBitmap(&record_);
             throw_library_error(V_ERROR_NO_MEMORY, "copying the palette");
         }
+    }
+}
+
+void Bitmap::turn_upright()
+{
+    if (record_.ViewPerspective != TOP_LEFT) {
+        check(V_ChangeBitmapViewPerspective(nullptr, &record_, BITMAPHANDLE_SIZE, TOP_LEFT), "turning it upright");
     }
 }
 

@@ -50,6 +50,8 @@ public:
     BITMAPHANDLE& record() { return record_; }
     /** The record, with everything on it, becomes the caller's; this bitmap is none any more. */
     BITMAPHANDLE give_away() { return std::exchange(record_, {}); }
+    /** Has the rows as they are displayed, top row first. */
+    void turn_upright();
     MemoryInfo memory_info();
     /** Bytes the pixels take where they are stored now. */
     uint64_t stored_bytes();
@@ -58,6 +60,11 @@ private:
     void create(const PictureInfo& info, uint32_t request, void* data);
     void create_global(const PictureInfo& info);
 
+public:
+    std::vector<uint8_t> profile;  ///< of the colours; empty: none
+    bool rows_as_they_are = false; ///< written without being turned upright
+
+private:
     BITMAPHANDLE record_{};
     std::unique_ptr<uint8_t[]> lent_; ///< pixels of user memory
 };

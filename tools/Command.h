@@ -29,6 +29,25 @@ constexpr Option kPipeOptions[] = {
     {"--format", "EXT", "with --pipe: the format to write, by its file name extension"},
 };
 
+/** Of all commands. */
+constexpr Option kReadOptions[] = {
+    {"--json", nullptr, "print one JSON object"},
+    {"--limit", "PIXELS",
+     "read no larger pictures (default 1000000000); large ones in tiny files only with this option"},
+};
+
+/** Of the commands that write a picture. */
+constexpr Option kWriteOptions[] = {
+    {"--quality", "N", "of JPEG, 1 to 100 (default 90)"},
+    {"--chroma", "KIND", "of JPEG: 444, 422 or 420 (default): how many pixels share their colour"},
+    {"--progressive", nullptr, "JPEG that shows coarsely first"},
+    {"--effort", "N", "of packing PNG and TIFF, 0 (none) to 9 (default 6)"},
+    {"--compression", "KIND",
+     "of TIFF: none, packbits, lzw, deflate, group3, group4 or jpeg (default: by the picture)"},
+    {"--big", nullptr, "TIFF with room for more than 4 GiB"},
+    {"--strip", nullptr, "write pixels alone: no profile, resolution or orientation"},
+};
+
 class Arguments {
 public:
     std::vector<std::string> files;
@@ -46,10 +65,11 @@ struct Command {
     const char* files;               ///< the command's other arguments as the help shows them
     size_t file_count;               ///< how many they are
     const char* summary;             ///< one line
-    std::span<const Option> options; ///< besides --json, which every command has
+    std::span<const Option> options; ///< besides those that all have
     std::function<void(const Arguments&)> run;
     bool takes_chain = false; ///< further words are operations with their options
     bool can_pipe = false;    ///< has kPipeOptions, too; with --pipe there are no files
+    bool writes = false;      ///< has kWriteOptions, too
     bool takes_more = false;  ///< files beyond that count, too
 };
 

@@ -44,6 +44,12 @@ public:
     explicit OperationError(const std::string& message) : Failure(kExitOperation, message) {}
 };
 
+/** Ctrl-C, a hang-up or a request to end. */
+class Interrupted : public OperationError {
+public:
+    Interrupted() : OperationError("stopped") {}
+};
+
 /** A call of the library failed with `code` while `doing` something. */
 [[noreturn]] void throw_library_error(intptr_t code, const std::string& doing);
 

@@ -4,6 +4,7 @@
  */
 #include "tools/Command.h"
 #include "tools/Failure.h"
+#include "tools/FileOptions.h"
 #include "tools/Operation.h"
 #include "tools/Platform.h"
 #include "tools/picture/Picture.h"
@@ -64,14 +65,17 @@ void print_help(const Command& command)
     if (command.can_pipe) {
         std::for_each(std::begin(kPipeOptions), std::end(kPipeOptions), print);
     }
-    print({"--json", nullptr, "print one JSON object"});
+    if (command.writes) {
+        std::for_each(std::begin(kWriteOptions), std::end(kWriteOptions), print);
+    }
+    std::for_each(std::begin(kReadOptions), std::end(kReadOptions), print);
     print({"--help", nullptr, "this text"});
 }
 
 void print_version()
 {
     std::printf("vk %d.%d.%d\nreads %s; writes %s\n", VKKRNX_VERSION_MAJOR, VKKRNX_VERSION_MINOR, VKKRNX_VERSION_PATCH,
-                readable_formats(), writable_formats());
+                readable_formats().c_str(), writable_formats().c_str());
 }
 
 void run(std::span<const std::string> words)
@@ -95,7 +99,9 @@ void run(std::span<const std::string> words)
     if (std::any_of(words.begin(), words.end(), [](const auto& word) { return word == "--help" || word == "-h"; })) {
         return print_help(command);
     }
-    command.run(parse_arguments(command, words));
+    const Arguments arguments = parse_arguments(command, words);
+    apply_limit(arguments);
+    command.run(arguments);
 }
 
 int report(int exit_code, const char* message)
@@ -109,6 +115,7 @@ int report(int exit_code, const char* message)
 
 int run_program(int argc, char** argv)
 {
+    note_interrupts();
     try {
         const std::vector<std::string> words = start_program(argc, argv);
         run(words);
@@ -138,5 +145,10 @@ void throw_library_error(intptr_t code, const std::string& doing)
 
 int main(int argc, char** argv)
 {
-    return vk::tool::run_program(argc, argv);
+    const int exit_code = vk::tool::run_program(argc, argv);
+    if (exit_code != 0 && vk::tool::interrupted()) {
+        std::fflush(nullptr);
+        vk::tool::pass_interrupt_on();
+    }
+    return exit_code;
 }

@@ -5,6 +5,7 @@
 #include "tools/Operation.h"
 
 #include "tools/Failure.h"
+#include "tools/FileOptions.h"
 #include "tools/PictureFile.h"
 #include "tools/Pipe.h"
 #include "tools/Progress.h"
@@ -50,6 +51,9 @@ Milliseconds act(const Operation& operation, const Action& action, Bitmap& bitma
 {
     const auto start = std::chrono::steady_clock::now();
     Progress progress(operation.doing);
+    if (!operation.any_view) {
+        bitmap.turn_upright();
+    }
     action(bitmap);
     return std::chrono::steady_clock::now() - start;
 }
@@ -83,9 +87,10 @@ void run_piped(const Operation& operation, const Arguments& arguments)
         bitmap = load_bitmap("standard input", shown("reading"));
     }
     const Milliseconds spent = act(operation, action, *bitmap);
+    const WriteOptions options = write_options(arguments);
     const std::string name = "standard output" + (format ? "." + *format : default_extension());
     BufferRedirection output;
-    save_bitmap(*bitmap, *create_picture(name), shown("writing"));
+    save_bitmap(*bitmap, *create_picture(name, options), options, shown("writing"));
     output.send_to_output();
     if (arguments.has("--json")) {
         describe(bitmap->record(), "standard output", spent).print(true, stderr);
@@ -98,10 +103,11 @@ void run_operation(const Operation& operation, const Arguments& arguments)
         return run_piped(operation, arguments);
     }
     const Action action = operation.prepare(arguments);
-    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1]);
+    const WriteOptions options = write_options(arguments);
+    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1], options);
     const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"));
     const Milliseconds spent = act(operation, action, *bitmap);
-    save_bitmap(*bitmap, *writer, shown("writing"));
+    save_bitmap(*bitmap, *writer, options, shown("writing"));
     describe(bitmap->record(), arguments.files[1], spent).print(arguments.has("--json"));
 }
 
@@ -123,7 +129,12 @@ std::vector<Action> read_chain(std::vector<std::string> words)
         }
         const Command step{(*found)->name, "", 0, "", (*found)->options, {}, true};
         Arguments arguments = parse_arguments(step, std::span<const std::string>(words).subspan(1));
-        chain.push_back((*found)->prepare(arguments));
+        chain.push_back([action = (*found)->prepare(arguments), any_view = (*found)->any_view](Bitmap& bitmap) {
+            if (!any_view) {
+                bitmap.turn_upright();
+            }
+            action(bitmap);
+        });
         words = std::move(arguments.chain);
     }
     return chain;
@@ -132,7 +143,7 @@ std::vector<Action> read_chain(std::vector<std::string> words)
 Command operation_command(const Operation& operation)
 {
     const auto run = [&operation](const Arguments& arguments) { run_operation(operation, arguments); };
-    return {operation.name, "FILE OUT", 2, operation.summary, operation.options, run, false, true};
+    return {operation.name, "FILE OUT", 2, operation.summary, operation.options, run, false, true, true};
 }
 
 } // namespace vk::tool

@@ -25,6 +25,7 @@ struct Operation {
     std::span<const Option> options;
     /** Reads the options; UsageError for values that make no sense. */
     Action (*prepare)(const Arguments& arguments);
+    bool any_view = false; ///< whether it takes rows that are not upright; others are given upright ones
 };
 
 std::span<const Operation* const> operations();

@@ -5,16 +5,25 @@
 #include "tools/PictureFile.h"
 
 #include "tools/Failure.h"
+#include "tools/Platform.h"
 
 #include <algorithm>
 
 namespace vk::tool {
+
+void unseen(int32_t, int32_t)
+{
+    if (interrupted()) {
+        throw Interrupted();
+    }
+}
 
 std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done)
 {
     const std::unique_ptr<PictureReader> reader = open_picture(name);
     const PictureInfo& info = reader->info();
     auto bitmap = std::make_unique<Bitmap>(info);
+    bitmap->profile = info.profile;
     Access access(*bitmap);
     std::vector<uint8_t> row(info.row_bytes());
     for (int32_t y = 0; y < info.height; ++y) {
@@ -71,11 +80,22 @@ PictureInfo file_info(const BITMAPHANDLE& bitmap, const FileForm& form)
 
 } // namespace
 
-void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const RowDone& row_done)
+void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
 {
+    if (!bitmap.rows_as_they_are && (options.bare || !writer.keeps_orientation())) {
+        bitmap.turn_upright();
+    }
     const BITMAPHANDLE& record = bitmap.record();
     const FileForm form = file_form(record);
-    const PictureInfo info = file_info(record, form);
+    PictureInfo info = file_info(record, form);
+    if (!options.bare) {
+        info.orientation = record.ViewPerspective;
+        // It may have been made for other pixels than it comes to belong to.
+        const bool gray = form.order == COLORORDER_GRAY || is_gray(info.palette);
+        info.profile = is_profile_of(bitmap.profile, gray) ? bitmap.profile : std::vector<uint8_t>();
+    } else {
+        info.x_resolution = info.y_resolution = 0;
+    }
     writer.begin(info);
     const int32_t room = V_CalcConvertSize(record.Width, record.BitsPerPixel, record.Width, form.bits);
     std::vector<uint8_t> row(static_cast<size_t>(std::max(room, 8)));

@@ -13,18 +13,18 @@
 
 namespace vk::tool {
 
-/** Told after each row how many are done; may throw, which ends the work. */
+/** Told after each row how many are done; throws Interrupted when the work is to end. */
 using RowDone = std::function<void(int32_t done, int32_t total)>;
 
 /** For pictures that are read or written without being shown to be. */
-inline void unseen(int32_t, int32_t) {}
+void unseen(int32_t done, int32_t total);
 
 /** Reads a picture into a bitmap of the default memory type, top row first. The file is closed again. */
 std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done);
 
-/** Writes the stored rows, first one at the top. Depths and orders that picture files do not have are written in the
- *  nearest form that has all their values. */
-void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const RowDone& row_done);
+/** Writes the stored rows, brought upright first where the format cannot say how they are displayed. Depths and orders
+ *  that picture files do not have are written in the nearest form that has all their values. */
+void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done);
 
 } // namespace vk::tool
 

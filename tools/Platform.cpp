@@ -18,6 +18,7 @@
 #include <shellapi.h>
 #else
 #include <csignal>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -25,13 +26,23 @@ namespace vk::tool {
 
 namespace {
 
-std::atomic<bool> g_interrupted{false};
-static_assert(std::atomic<bool>::is_always_lock_free, "signal handlers may set it");
+/** The signal, or 1 where there are none. */
+std::atomic<int> g_interrupt{0};
+static_assert(std::atomic<int>::is_always_lock_free, "signal handlers may set it");
 
 #if defined(_WIN32)
-BOOL WINAPI on_console_event(DWORD)
+/** Milliseconds for taking away what is half-written. */
+constexpr DWORD kGrace = 4000;
+
+BOOL WINAPI on_console_event(DWORD event)
 {
-    return g_interrupted.exchange(true) ? FALSE : TRUE;
+    if (g_interrupt.exchange(1) != 0) {
+        return FALSE;
+    }
+    if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) {
+        Sleep(kGrace); // the program is ended when this returns
+    }
+    return TRUE;
 }
 
 std::string utf8(const wchar_t* text)
@@ -46,9 +57,9 @@ std::string utf8(const wchar_t* text)
     return result;
 }
 #else
-extern "C" void on_interrupt(int)
+extern "C" void on_interrupt(int signal)
 {
-    g_interrupted = true;
+    g_interrupt = signal;
 }
 #endif
 
@@ -93,15 +104,34 @@ File open_for_reading(const std::string& name)
 #endif
 }
 
-File create_new(const std::filesystem::path& path)
+File create_new(const std::filesystem::path& path, const std::filesystem::path& target)
 {
 #if defined(_WIN32)
-    const int fd =
-        _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_WRONLY | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
-    return fd < 0 ? nullptr : File(_fdopen(fd, "wb"));
+    static_cast<void>(target); // the folder's rights hold for both
+    const int fd = _wopen(path.c_str(), _O_CREAT | _O_EXCL | _O_RDWR | _O_BINARY | _O_NOINHERIT, _S_IREAD | _S_IWRITE);
+    return fd < 0 ? nullptr : File(_fdopen(fd, "w+b"));
 #else
-    const int fd = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, 0666);
-    return fd < 0 ? nullptr : File(fdopen(fd, "wb"));
+    constexpr mode_t kEverybody = 0666;
+    constexpr mode_t kRights = 0777;
+    struct stat old = {};
+    const bool replaces = stat(target.c_str(), &old) == 0;
+    const int fd = open(path.c_str(), O_CREAT | O_EXCL | O_RDWR | O_CLOEXEC, replaces ? S_IRUSR | S_IWUSR : kEverybody);
+    if (fd >= 0 && replaces) {
+        // Only the owner's rights can be trusted when the file goes to another owner.
+        const bool same =
+            (old.st_uid == geteuid() && old.st_gid == getegid()) || fchown(fd, old.st_uid, old.st_gid) == 0;
+        static_cast<void>(fchmod(fd, old.st_mode & (same ? kRights : S_IRWXU)));
+    }
+    return fd < 0 ? nullptr : File(fdopen(fd, "w+b"));
+#endif
+}
+
+int64_t seek_file(std::FILE* file, int64_t offset, int whence)
+{
+#if defined(_WIN32)
+    return _fseeki64(file, offset, whence) == 0 ? _ftelli64(file) : -1;
+#else
+    return fseeko(file, offset, whence) == 0 ? ftello(file) : -1;
 #endif
 }
 
@@ -127,13 +157,29 @@ void note_interrupts()
     struct sigaction action = {};
     action.sa_handler = &on_interrupt;
     action.sa_flags = SA_RESTART | static_cast<int>(SA_RESETHAND);
-    sigaction(SIGINT, &action, nullptr);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction before = {};
+        // What is ignored, as by nohup, stays ignored.
+        if (sigaction(signal, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+            sigaction(signal, &action, nullptr);
+        }
+    }
+    action.sa_handler = SIG_IGN;
+    sigaction(SIGXFSZ, &action, nullptr);
 #endif
 }
 
 bool interrupted()
 {
-    return g_interrupted;
+    return g_interrupt != 0;
+}
+
+void pass_interrupt_on()
+{
+#if !defined(_WIN32)
+    std::signal(g_interrupt, SIG_DFL);
+    std::raise(g_interrupt);
+#endif
 }
 
 } // namespace vk::tool

@@ -6,6 +6,7 @@
 #ifndef VK_TOOLS_PLATFORM_H
 #define VK_TOOLS_PLATFORM_H
 
+#include <cstdint>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
@@ -27,17 +28,25 @@ std::filesystem::path path_of(const std::string& name);
 /** Opens a file for reading bytes; null and errno when that fails. */
 File open_for_reading(const std::string& name);
 
-/** Makes a file that does not exist yet, for writing bytes; null and errno (EEXIST when it exists) otherwise. */
-File create_new(const std::filesystem::path& path);
+/** Makes a file that does not exist yet, for writing (and reading back) bytes that are to take the target's place:
+ * where there is a target, nobody may do with the new file what is not allowed with that one. Null and errno (EEXIST
+ * when it exists) otherwise. */
+File create_new(const std::filesystem::path& path, const std::filesystem::path& target);
+
+/** As fseek, for files of any size; the new position or -1. */
+int64_t seek_file(std::FILE* file, int64_t offset, int whence);
 
 /** The system's text for an errno value. */
 std::string error_text(int error);
 
 bool stderr_is_terminal();
 
-/** From now on the first Ctrl-C is only noted; a second one ends the program. */
+/** From now on the first Ctrl-C, hang-up or request to end is only noted, so that what is half-written can be taken
+ * away; a second one ends the program. A file that grows too large is an error of its writing and no signal. */
 void note_interrupts();
 bool interrupted();
+/** After an interrupt: ends the program as if the signal had not been noted, where there are signals. */
+void pass_interrupt_on();
 
 } // namespace vk::tool
 

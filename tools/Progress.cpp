@@ -4,6 +4,7 @@
  */
 #include "tools/Progress.h"
 
+#include "tools/Failure.h"
 #include "tools/Platform.h"
 
 #include <algorithm>
@@ -28,7 +29,15 @@ Progress::~Progress()
 int Progress::on_status(int percent, void* self)
 {
     static_cast<Progress*>(self)->show(percent);
-    return V_SUCCESS;
+    return interrupted() ? V_ERROR_USER_ABORT : V_SUCCESS;
+}
+
+void Progress::count(int64_t done, int64_t total)
+{
+    show(static_cast<int>(done * 100 / total));
+    if (interrupted()) {
+        throw Interrupted();
+    }
 }
 
 void Progress::show(int percent)

@@ -1,7 +1,8 @@
 /**
  * @file Progress.h
  * A progress bar on standard error, shown only on a terminal. While it lives it is the library's status callback, so
- * operations that report their progress move it by themselves; others are counted by the caller.
+ * operations that report their progress move it by themselves; others are counted by the caller. After an interrupt
+ * both kinds of work are stopped.
  */
 #ifndef VK_TOOLS_PROGRESS_H
 #define VK_TOOLS_PROGRESS_H
@@ -19,8 +20,8 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    /** `done` of `total` parts are done; `total` is not 0. */
-    void count(int64_t done, int64_t total) { show(static_cast<int>(done * 100 / total)); }
+    /** `done` of `total` parts are done; `total` is not 0. Interrupted when the work is to stop. */
+    void count(int64_t done, int64_t total);
 
 private:
     static int on_status(int percent, void* self);

@@ -84,7 +84,7 @@ class Holding(VkTest):
         done = vk("info", self.path("in.pbm", b"P4 33 2\n" + bytes(10)), "--json")
         report = json.loads(done.stdout)
         expected = {"width": 33, "height": 2, "bits_per_pixel": 1, "palette_entries": 2, "bytes_per_line": 8,
-                    "raw_bytes": 16, "memory": "conventional", "view_perspective": "top left", "order": "RGB"}
+                    "raw_bytes": 16, "memory": "conventional", "view_perspective": 1, "order": "RGB"}
         self.assertEqual({key: report[key] for key in expected}, expected)
         self.assertIn(b"33 pixels", vk("info", self.path("in.pbm")).stdout)
         page = self.path("page.pbm", b"P4 4000 100\n" + bytes(50000))
@@ -176,7 +176,7 @@ class Batches(VkTest):
             time.sleep(0.001)
         process.send_signal(signal.SIGINT)
         _, errors = process.communicate(timeout=60)
-        self.assertEqual(process.returncode, 1, errors)
+        self.assertEqual(process.returncode, -signal.SIGINT, errors)
         done = re.fullmatch(rb"vk: stopped: (\d+) of 24 pictures done\n", errors)
         self.assertTrue(done, errors)
         self.assertLess(int(done[1]), 24)

@@ -6,6 +6,7 @@
  * rest.
  */
 #include "include/Vkthreading.h"
+#include "tools/FileOptions.h"
 #include "tools/Operation.h"
 #include "tools/PictureFile.h"
 #include "tools/Platform.h"
@@ -39,16 +40,12 @@ struct Job {
     bool done = false;
 };
 
-/** Ends the work on a picture when the program is asked to stop. */
-class Stopped : public OperationError {
-public:
-    Stopped() : OperationError("stopped") {}
-};
-
 /** What the workers share. */
 class Work {
 public:
-    Work(const std::vector<Action>& chain, std::vector<Job>& jobs) : chain_(chain), jobs_(jobs) {}
+    Work(const std::vector<Action>& chain, const WriteOptions& options, std::vector<Job>& jobs)
+        : chain_(chain), options_(options), jobs_(jobs)
+    {}
 
     /** Takes pictures from the list until there is none or the batch is cancelled. */
     int run(VKWorkItems& batch) noexcept;
@@ -58,6 +55,7 @@ private:
     void convert(const Job& job) const;
 
     const std::vector<Action>& chain_;
+    const WriteOptions& options_;
     std::vector<Job>& jobs_;
     std::atomic<size_t> next_{0};
     std::mutex progress_mutex_;
@@ -70,21 +68,14 @@ int stop_when_interrupted(int, void*)
     return interrupted() ? V_ERROR_USER_ABORT : V_SUCCESS;
 }
 
-void check_interrupt(int32_t, int32_t)
-{
-    if (interrupted()) {
-        throw Stopped();
-    }
-}
-
 void Work::convert(const Job& job) const
 {
-    const std::unique_ptr<PictureWriter> writer = create_picture(job.target);
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(job.source, &check_interrupt);
+    const std::unique_ptr<PictureWriter> writer = create_picture(job.target, options_);
+    const std::unique_ptr<Bitmap> bitmap = load_bitmap(job.source, &unseen);
     for (const Action& action : chain_) {
         action(*bitmap);
     }
-    save_bitmap(*bitmap, *writer, &check_interrupt);
+    save_bitmap(*bitmap, *writer, options_, &unseen);
 }
 
 void Work::run_job(Job& job) noexcept
@@ -173,10 +164,10 @@ std::vector<Job> plan_jobs(const Arguments& arguments, const std::string& to)
 }
 
 /** Queues the workers and waits for them. */
-void run_workers(const std::vector<Action>& chain, std::vector<Job>& jobs, int32_t workers)
+void run_workers(const std::vector<Action>& chain, const WriteOptions& options, std::vector<Job>& jobs, int32_t workers)
 {
     constexpr auto kRun = [](VKWorkItems* batch, void* work) { return static_cast<Work*>(work)->run(*batch); };
-    Work work(chain, jobs);
+    Work work(chain, options, jobs);
     VKWorkItems batch;
     const uint32_t threading = workers == 1 ? VKWORKITEMS_NEVERTHREAD : VKWORKITEMS_LOCKCANCEL;
     int result = batch.Create(static_cast<uint32_t>(workers), threading, VKPOOL_LONGRUNNING);
@@ -225,15 +216,15 @@ void run_batch(const Arguments& arguments)
         throw UsageError("-o needs to be given");
     }
     const std::vector<Action> chain = read_chain(arguments.chain);
+    const WriteOptions options = write_options(arguments);
     const auto cores = static_cast<int32_t>(VKThreadToolsManaged::GetCoreCount());
     const int32_t asked = std::min(count_option(arguments, "--jobs", cores), kMostJobs);
     std::vector<Job> jobs = plan_jobs(arguments, *to);
     const int32_t workers = std::clamp(static_cast<int32_t>(jobs.size()), 1, asked);
     make_folder(*to);
-    note_interrupts();
 
     const auto start = std::chrono::steady_clock::now();
-    run_workers(chain, jobs, workers);
+    run_workers(chain, options, jobs, workers);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
     const auto done = std::count_if(jobs.begin(), jobs.end(), [](const Job& job) { return job.done; });
 
@@ -254,6 +245,7 @@ const Command kBatchCommand = {
     "batch",  "DIR -o DIR [OPERATION [OPTION]...]...",
     1,        "Does the same to all pictures of a folder, several at once.",
     kOptions, &run_batch,
+    true,     false,
     true,
 };
 

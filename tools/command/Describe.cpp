@@ -37,7 +37,8 @@ void describe_picture(Report& report, const std::string& name, const PictureInfo
     report.number("x_resolution", "x resolution", record.XResolution, " dots per inch");
     report.number("y_resolution", "y resolution", record.YResolution, " dots per inch");
     report.truth("resolution_in_file", "stated in file", info.x_resolution > 0 && info.y_resolution > 0);
-    report.text("view_perspective", "view perspective", record.ViewPerspective == TOP_LEFT ? "top left" : "other");
+    report.number("view_perspective", "view perspective", record.ViewPerspective);
+    report.number("profile_bytes", "colour profile", static_cast<int64_t>(info.profile.size()), " bytes");
     report.number("bytes_per_line", "bytes per line", record.BytesPerLine);
     report.number("raw_bytes", "raw size", static_cast<int64_t>(info.data_bytes()), " bytes");
 }

@@ -3,7 +3,7 @@
  * vk hold: puts a picture row by row into a bitmap of a chosen storage kind, reads it back, proves that every row is
  * the file's, and tells what the storage took. Only the library's row calls are timed, not the picture files.
  */
-#include "tools/Command.h"
+#include "tools/FileOptions.h"
 #include "tools/command/Describe.h"
 #include "tools/command/Trial.h"
 
@@ -16,7 +16,7 @@ const std::string kAsDescription = std::string("the storage kind: ") + storage_k
 const Option kOptions[] = {
     {"--as", "KIND", kAsDescription.c_str()},
     {"--tile-size", "BYTES", "with tiled: bytes per tile, such as 64K (default: an eighth of the picture)"},
-    {"-o", "FILE", "write the picture as read back from the bitmap: .png, .bmp, .pnm, .pbm, .pgm or .ppm"},
+    {"-o", "FILE", "write the picture as read back from the bitmap"},
 };
 
 void run_hold(const Arguments& arguments)
@@ -25,7 +25,7 @@ void run_hold(const Arguments& arguments)
     const StorageKind& kind = storage_kind(arguments.value("--as").value_or("conv"));
     const std::optional<int64_t> tile_bytes = arguments.bytes("--tile-size");
     const std::optional<std::string> output = arguments.value("-o");
-    const std::unique_ptr<PictureWriter> writer = output ? create_picture(*output) : nullptr;
+    const std::unique_ptr<PictureWriter> writer = output ? create_picture(*output, write_options(arguments)) : nullptr;
     const Trial trial = try_storage(name, kind, tile_bytes, writer.get());
 
     Report report;
@@ -44,7 +44,8 @@ void run_hold(const Arguments& arguments)
 
 extern const Command kHoldCommand;
 const Command kHoldCommand = {
-    "hold", "FILE", 1, "Holds a picture in storage of a chosen kind and proves it.", kOptions, &run_hold,
+    "hold", "FILE", 1,    "Holds a picture in storage of a chosen kind and proves it.", kOptions, &run_hold,
+    false,  false,  true,
 };
 
 } // namespace vk::tool

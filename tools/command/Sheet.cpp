@@ -3,6 +3,7 @@
  * vk sheet: many pictures on one. Each is brought to 24 bits and to the size that fits its cell as soon as it is read,
  * and waits in a bitmap list for the sheet, whose rows it is then put into; so only one picture is held whole.
  */
+#include "tools/FileOptions.h"
 #include "tools/PictureFile.h"
 #include "tools/Progress.h"
 #include "tools/Report.h"
@@ -94,6 +95,7 @@ Layout read_layout(const Arguments& arguments)
 /** Makes a picture one of 24 bits that just fits its cell. */
 void fit(Bitmap& bitmap, const Layout& layout)
 {
+    bitmap.turn_upright();
     BITMAPHANDLE& record = bitmap.record();
     check(V_ColorResBitmap(&record, nullptr, 0, 24, COLORRES_ORDER_BGR, nullptr, nullptr, 0), "making 24 bits");
     const double width = record.Width;
@@ -169,14 +171,15 @@ void run_sheet(const Arguments& arguments)
         throw UsageError("-o needs to be given");
     }
     const Layout layout = read_layout(arguments);
-    const std::unique_ptr<PictureWriter> writer = create_picture(*out);
+    const WriteOptions options = write_options(arguments);
+    const std::unique_ptr<PictureWriter> writer = create_picture(*out, options);
     const auto count = static_cast<int32_t>(arguments.files.size());
     const auto start = std::chrono::steady_clock::now();
     BitmapList list;
     collect(list, arguments.files, layout);
     const std::unique_ptr<Bitmap> sheet = lay_out(list, count, layout);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
-    save_bitmap(*sheet, *writer, [](int32_t, int32_t) {});
+    save_bitmap(*sheet, *writer, options, unseen);
 
     Report report;
     report.text("file", "written to", *out);
@@ -199,6 +202,7 @@ const Command kSheetCommand = {
     .summary = "Lays out many pictures on one.",
     .options = kOptions,
     .run = &run_sheet,
+    .writes = true,
     .takes_more = true,
 };
 

@@ -64,7 +64,14 @@ struct Request {
     uint32_t palette_flag = 0; ///< these three up to 8 bits
     std::vector<RGBQUAD> palette;
     uint32_t colors = 0; ///< 0: as many as the depth can number
+    bool palette_given = false;
     int32_t method = DITHER_FLOYD_STEINBERG;
+
+    /** Whether there is nothing to change. */
+    bool keeps(const BITMAPHANDLE& record) const
+    {
+        return flags == 0 && !palette_given && (bits == 0 || (bits > 8 && bits == record.BitsPerPixel));
+    }
 };
 
 void choose_palette(Request& request, const Arguments& arguments)
@@ -88,6 +95,7 @@ Request read_request(const Arguments& arguments)
 {
     Request request;
     request.bits = count_option(arguments, "--bits", 0);
+    request.palette_given = arguments.has("--palette") || arguments.has("--colors");
     if (request.bits <= 8) {
         choose_palette(request, arguments);
     }
@@ -95,7 +103,7 @@ Request read_request(const Arguments& arguments)
         request.flags |= COLORRES_ORDER(require_word(kOrders, "--order", *order));
     }
     request.method = require_word(kMethods.words, "--dither", arguments.value("--dither").value_or("floyd-steinberg"));
-    if (request.method == DITHER_NONE) {
+    if (request.method == DITHER_NONE && (request.bits != 0 || request.palette_given)) {
         request.flags |= COLORRES_NODITHER;
     }
     return request;
@@ -104,6 +112,9 @@ Request read_request(const Arguments& arguments)
 void convert(Bitmap& bitmap, const Request& request)
 {
     BITMAPHANDLE& record = bitmap.record();
+    if (request.keeps(record)) {
+        return;
+    }
     const int32_t bits = request.bits != 0 ? request.bits : record.BitsPerPixel;
     record.DitheringMethod = request.method;
     if (bits > 8) {
@@ -125,7 +136,7 @@ Action prepare(const Arguments& arguments)
 } // namespace
 
 extern const Operation kConvert;
-const Operation kConvert = {"convert", "colours", "Changes a picture's depth, palette or colour order.", kOptions,
-                            &prepare};
+const Operation kConvert = {"convert", "colours", "Changes a picture's depth, palette or colour order.",
+                            kOptions,  &prepare,  true};
 
 } // namespace vk::tool

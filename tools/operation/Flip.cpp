@@ -20,19 +20,22 @@ Action prepare_mirror(const Arguments&)
 }
 
 const Option kOrientOptions[] = {
-    {"--from", "N", "view perspective of the file's rows, 1 to 8 as cameras count them (default 1, top left)"},
+    {"--from", "N", "view perspective of the file's rows, 1 to 8 as cameras count them (default: as the file says)"},
     {"--to", "N", "view perspective of the rows written (default 1, top left)"},
 };
 
 Action prepare_orient(const Arguments& arguments)
 {
-    const int32_t from = count_option(arguments, "--from", TOP_LEFT);
+    const int32_t from = arguments.has("--from") ? count_option(arguments, "--from", TOP_LEFT) : 0;
     const int32_t to = count_option(arguments, "--to", TOP_LEFT);
     if (from > 8 || to > 8) {
         throw UsageError("view perspectives are 1 to 8");
     }
     return [from, to](Bitmap& bitmap) {
-        bitmap.record().ViewPerspective = from;
+        if (from != 0) {
+            bitmap.record().ViewPerspective = from;
+        }
+        bitmap.rows_as_they_are = true;
         check(V_ChangeBitmapViewPerspective(nullptr, &bitmap.record(), BITMAPHANDLE_SIZE, to),
               "changing the perspective");
     };
@@ -47,7 +50,7 @@ extern const Operation kMirror;
 const Operation kMirror = {"mirror", "mirroring", "Exchanges left and right.", {}, &prepare_mirror};
 
 extern const Operation kOrient;
-const Operation kOrient = {"orient", "turning", "Brings a picture from one view perspective to another.",
-                           kOrientOptions, &prepare_orient};
+const Operation kOrient = {"orient",       "turning",       "Brings a picture from one view perspective to another.",
+                           kOrientOptions, &prepare_orient, true};
 
 } // namespace vk::tool

@@ -199,7 +199,7 @@ size_t BmpReader::read_header()
         std::memcpy(head_, bytes_.data() + kFileHeader, std::min(size, kInfoHeader));
     }
     header.biSize = kInfoHeader;
-    check_size(name_, header.biWidth, std::abs(int64_t{header.biHeight}));
+    check_size(name_, header.biWidth, std::abs(int64_t{header.biHeight}), bytes_.size());
     const int bits = header.biBitCount;
     if (header.biPlanes != 1 ||
         (bits != 1 && bits != 2 && bits != 4 && bits != 8 && bits != 16 && bits != 24 && bits != 32)) {

@@ -54,11 +54,15 @@ void InputFile::check() const
     }
 }
 
+int64_t InputFile::seek(int64_t offset, int whence) noexcept
+{
+    return redirected_ != nullptr ? V_RedirectedSeekBig(redirected_, offset, whence)
+                                  : seek_file(file_.get(), offset, whence);
+}
+
 void InputFile::rewind()
 {
-    const bool done = redirected_ != nullptr ? V_RedirectedSeekBig(redirected_, 0, 0) == 0
-                                             : std::fseek(file_.get(), 0, SEEK_SET) == 0;
-    if (!done) {
+    if (seek(0, SEEK_SET) != 0) {
         throw FileError(name_, error_text(redirected_ != nullptr ? EIO : errno));
     }
 }

@@ -27,6 +27,8 @@ public:
     /** FileError when a read has failed. */
     void check() const;
     void rewind();
+    /** Moves as fseek does; the new position, -1 when that cannot be. Throws nothing: C libraries call it. */
+    int64_t seek(int64_t offset, int whence) noexcept;
     /** Bytes in the file; none for what has no size. */
     std::optional<uint64_t> size();
 

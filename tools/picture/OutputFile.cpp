@@ -7,9 +7,38 @@
 #include "tools/Failure.h"
 
 #include <cerrno>
+#include <random>
 #include <system_error>
 
 namespace vk::tool {
+
+namespace {
+
+/** The file that a chain of symbolic links leads to, whether it exists or not. */
+std::filesystem::path end_of_links(std::filesystem::path path)
+{
+    constexpr int kMostLinks = 40;
+    std::error_code error;
+    for (int i = 0; i < kMostLinks && std::filesystem::is_symlink(path, error); ++i) {
+        const std::filesystem::path next = std::filesystem::read_symlink(path, error);
+        if (error) {
+            break;
+        }
+        path = path.parent_path() / next; // which is next alone when that is absolute
+    }
+    return path;
+}
+
+/** Short, whatever the target's name is, and hardly ever taken. */
+std::string temporary_name()
+{
+    std::random_device random;
+    char name[32];
+    std::snprintf(name, sizeof name, ".vk-%08x%08x.part", random(), random());
+    return name;
+}
+
+} // namespace
 
 OutputFile::OutputFile(const std::string& name) : name_(name), target_(path_of(name))
 {
@@ -26,10 +55,10 @@ OutputFile::OutputFile(const std::string& name) : name_(name), target_(path_of(n
 
 void OutputFile::make_temporary()
 {
+    target_ = end_of_links(target_);
     std::error_code error;
     if (std::filesystem::is_symlink(target_, error)) {
-        const std::filesystem::path real = std::filesystem::weakly_canonical(target_, error);
-        target_ = error ? target_ : real;
+        throw FileError(name_, "the symbolic links lead nowhere");
     }
     // Devices and pipes must not be replaced by a file.
     if (std::filesystem::exists(target_, error) && !std::filesystem::is_regular_file(target_, error)) {
@@ -37,14 +66,14 @@ void OutputFile::make_temporary()
     }
     constexpr int kTries = 100;
     for (int i = 0; i < kTries && file_ == nullptr; ++i) {
-        temporary_ = target_;
-        temporary_ += ".part" + std::to_string(i);
-        file_ = create_new(temporary_);
+        temporary_ = target_.parent_path() / temporary_name();
+        file_ = create_new(temporary_, target_);
         if (file_ == nullptr && errno != EEXIST) {
             break;
         }
     }
     if (file_ == nullptr) {
+        temporary_.clear();
         throw FileError(name_, "cannot be created: " + error_text(errno));
     }
 }
@@ -68,6 +97,21 @@ bool OutputFile::put(const void* data, size_t bytes) noexcept
         return V_RedirectedWriteBig(redirected_, data, bytes) == static_cast<int64_t>(bytes);
     }
     return std::fwrite(data, 1, bytes, file_.get()) == bytes;
+}
+
+int64_t OutputFile::seek(int64_t offset, int whence) noexcept
+{
+    return redirected_ != nullptr ? V_RedirectedSeekBig(redirected_, offset, whence)
+                                  : seek_file(file_.get(), offset, whence);
+}
+
+size_t OutputFile::get(void* data, size_t bytes) noexcept
+{
+    if (redirected_ != nullptr) {
+        const int64_t moved = V_RedirectedReadBig(redirected_, data, bytes);
+        return moved < 0 ? 0 : static_cast<size_t>(moved);
+    }
+    return std::fread(data, 1, bytes, file_.get());
 }
 
 void OutputFile::write(const void* data, size_t bytes)

@@ -21,6 +21,10 @@ public:
 
     /** Writes; false when that fails. Throws nothing: C libraries call it. */
     bool put(const void* data, size_t bytes) noexcept;
+    /** Moves as fseek does; -1 when that cannot be. */
+    int64_t seek(int64_t offset, int whence) noexcept;
+    /** Reads back what was written; a seek is due between writing and reading. Gives the bytes read. */
+    size_t get(void* data, size_t bytes) noexcept;
     /** put() that throws a FileError. */
     void write(const void* data, size_t bytes);
     void commit();

@@ -8,8 +8,10 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
 #include <cstring>
+#include <string_view>
 
 namespace vk::tool {
 
@@ -18,44 +20,107 @@ namespace {
 // What this build can do; what it cannot is not compiled either, so its names must not be used.
 constexpr bool kPng = VK_WITH_PNG;
 constexpr bool kJpeg = VK_WITH_JPEG;
+constexpr bool kTiff = VK_WITH_TIFF;
 
-using Magic = std::array<unsigned char, 8>;
+using Magic = std::string_view;
 
-std::unique_ptr<PictureReader> make_reader(const Magic& magic, size_t length, Input file, const std::string& name)
+bool is_tiff(Magic magic)
 {
-    if (length == 8 && std::memcmp(magic.data(), "\x89PNG\r\n\x1a\n", 8) == 0) {
-        if constexpr (kPng) {
-            return read_png(std::move(file), name);
-        }
-        throw FileError(name, "this build does not read PNG");
-    }
-    if (length >= 3 && std::memcmp(magic.data(), "\xFF\xD8\xFF", 3) == 0) {
-        if constexpr (kJpeg) {
-            return read_jpeg(std::move(file), name);
-        }
-        throw FileError(name, "this build does not read JPEG");
-    }
-    if (length >= 2 && magic[0] == 'B' && magic[1] == 'M') {
-        return read_bmp(std::move(file), name);
-    }
-    if (length >= 2 && magic[0] == 'P' && magic[1] >= '1' && magic[1] <= '6') {
-        return read_pnm(std::move(file), name);
-    }
-    throw FileError(name, std::string("not a picture this program reads (") + readable_formats() + ")");
+    constexpr Magic kMarks[] = {{"II*\0", 4}, {"MM\0*", 4}, {"II+\0", 4}, {"MM\0+", 4}};
+    return std::any_of(std::begin(kMarks), std::end(kMarks), [&](Magic mark) { return magic.starts_with(mark); });
 }
 
-std::string extension_of(const std::string& name)
+struct Format {
+    const char* name;
+    std::array<std::string_view, 4> extensions;
+    bool (*is)(Magic magic);
+    /** Null where this build does not have it. */
+    std::unique_ptr<PictureReader> (*read)(Input file, const std::string& name, uint32_t page);
+    std::unique_ptr<PictureWriter> (*write)(const std::string& name, const WriteOptions& options);
+};
+
+template <std::unique_ptr<PictureReader> (*kRead)(Input, const std::string&)>
+std::unique_ptr<PictureReader> read_only_page(Input file, const std::string& name, uint32_t page)
+{
+    if (page != 0) {
+        throw FileError(name, "there is one picture in it");
+    }
+    return kRead(std::move(file), name);
+}
+
+Format png_format()
+{
+    Format format = {
+        "PNG", {".png"}, [](Magic magic) { return magic.starts_with("\x89PNG\r\n\x1a\n"); }, nullptr, nullptr};
+    if constexpr (kPng) {
+        format.read = &read_only_page<read_png>;
+        format.write = &write_png;
+    }
+    return format;
+}
+
+Format jpeg_format()
+{
+    Format format = {
+        "JPEG", {".jpg", ".jpeg"}, [](Magic magic) { return magic.starts_with("\xFF\xD8\xFF"); }, nullptr, nullptr};
+    if constexpr (kJpeg) {
+        format.read = &read_only_page<read_jpeg>;
+        format.write = &write_jpeg;
+    }
+    return format;
+}
+
+Format tiff_format()
+{
+    Format format = {"TIFF", {".tif", ".tiff"}, &is_tiff, nullptr, nullptr};
+    if constexpr (kTiff) {
+        format.read = &read_tiff;
+        format.write = &write_tiff;
+    }
+    return format;
+}
+
+const Format kFormats[] = {
+    png_format(),
+    jpeg_format(),
+    tiff_format(),
+    {"PNM",
+     {".pnm", ".pbm", ".pgm", ".ppm"},
+     [](Magic magic) { return magic.size() >= 2 && magic[0] == 'P' && magic[1] >= '1' && magic[1] <= '6'; },
+     &read_only_page<read_pnm>,
+     [](const std::string& name, const WriteOptions&) { return write_pnm(name); }},
+    {"BMP",
+     {".bmp"},
+     [](Magic magic) { return magic.starts_with("BM"); },
+     &read_only_page<read_bmp>,
+     [](const std::string& name, const WriteOptions&) { return write_bmp(name); }},
+};
+
+/** The format that the name's extension asks for, or null. */
+const Format* format_of(const std::string& name)
 {
     const std::u8string end = path_of(name).extension().u8string();
     std::string extension(end.begin(), end.end());
     std::transform(extension.begin(), extension.end(), extension.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    return extension;
+    for (const Format& format : kFormats) {
+        if (!extension.empty() &&
+            std::find(format.extensions.begin(), format.extensions.end(), extension) != format.extensions.end()) {
+            return &format;
+        }
+    }
+    return nullptr;
 }
 
-bool is_pnm(const std::string& extension)
+template <typename Has> std::string names_of_formats(Has has)
 {
-    return extension == ".pnm" || extension == ".pbm" || extension == ".pgm" || extension == ".ppm";
+    std::string names;
+    for (const Format& format : kFormats) {
+        if (has(format)) {
+            names += (names.empty() ? "" : ", ") + std::string(format.name);
+        }
+    }
+    return names;
 }
 
 void clear_padding(const PictureInfo& info, uint8_t* row)
@@ -77,43 +142,43 @@ void PictureReader::read_row(uint8_t* row)
     clear_padding(info_, row);
 }
 
-std::unique_ptr<PictureReader> open_picture(const std::string& name)
+std::unique_ptr<PictureReader> open_picture(const std::string& name, uint32_t page)
 {
     auto file = std::make_unique<InputFile>(name);
-    Magic magic{};
-    const size_t length = file->read(magic.data(), magic.size());
+    std::array<char, 8> bytes{};
+    const Magic magic(bytes.data(), file->read(bytes.data(), bytes.size()));
     file->check();
     file->rewind();
-    return make_reader(magic, length, std::move(file), name);
+    for (const Format& format : kFormats) {
+        if (!format.is(magic)) {
+            continue;
+        }
+        if (format.read == nullptr) {
+            throw FileError(name, std::string("this build does not read ") + format.name);
+        }
+        return format.read(std::move(file), name, page);
+    }
+    throw FileError(name, "not a picture this program reads (" + readable_formats() + ")");
 }
 
-std::unique_ptr<PictureWriter> create_picture(const std::string& name)
+std::unique_ptr<PictureWriter> create_picture(const std::string& name, const WriteOptions& options)
 {
-    const std::string extension = extension_of(name);
-    if constexpr (kPng) {
-        if (extension == ".png") {
-            return write_png(name);
-        }
+    if (!has_writable_name(name)) {
+        throw UsageError(name + ": the extension names no format this program writes (" + writable_formats() + ")");
     }
-    if (extension == ".bmp") {
-        return write_bmp(name);
-    }
-    if (is_pnm(extension)) {
-        return write_pnm(name);
-    }
-    throw UsageError(name + ": the extension names no format this program writes (" + writable_formats() + ")");
+    return format_of(name)->write(name, options);
 }
 
 bool has_writable_name(const std::string& name)
 {
-    const std::string extension = extension_of(name);
-    return is_pnm(extension) || extension == ".bmp" || (kPng && extension == ".png");
+    const Format* const format = format_of(name);
+    return format != nullptr && format->write != nullptr;
 }
 
 bool has_readable_name(const std::string& name)
 {
-    const std::string extension = extension_of(name);
-    return has_writable_name(name) || (kJpeg && (extension == ".jpg" || extension == ".jpeg"));
+    const Format* const format = format_of(name);
+    return format != nullptr && format->read != nullptr;
 }
 
 const char* default_extension()
@@ -121,26 +186,48 @@ const char* default_extension()
     return kPng ? ".png" : ".pnm";
 }
 
-const char* readable_formats()
+std::string readable_formats()
 {
-    if (kPng) {
-        return kJpeg ? "PNG, JPEG, PNM, BMP" : "PNG, PNM, BMP";
-    }
-    return kJpeg ? "JPEG, PNM, BMP" : "PNM, BMP";
+    return names_of_formats([](const Format& format) { return format.read != nullptr; });
 }
 
-const char* writable_formats()
+std::string writable_formats()
 {
-    return kPng ? "PNG, PNM, BMP" : "PNM, BMP";
+    return names_of_formats([](const Format& format) { return format.write != nullptr; });
 }
 
-void check_size(const std::string& name, int64_t width, int64_t height)
+namespace {
+
+constexpr uint64_t kMostPixels = 1'000'000'000;
+/** Of a file that holds less than one byte for so many pixels no good is expected when it claims many. */
+constexpr uint64_t kPixelsPerByte = 10'000;
+constexpr uint64_t kManyPixels = uint64_t{64} << 20;
+
+std::atomic<uint64_t> g_most_pixels{0}; ///< 0: the usual number
+
+} // namespace
+
+void set_most_pixels(uint64_t pixels)
+{
+    g_most_pixels = pixels;
+}
+
+void check_size(const std::string& name, int64_t width, int64_t height, std::optional<uint64_t> file_bytes)
 {
     if (width < 1 || height < 1) {
         throw FileError(name, "the picture is empty");
     }
+    const std::string size = std::to_string(width) + " x " + std::to_string(height);
     if (width > kMaxWidth || height > kMaxHeight) {
-        throw FileError(name, "the picture is too large: " + std::to_string(width) + " x " + std::to_string(height));
+        throw FileError(name, "the picture is too large: " + size);
+    }
+    const uint64_t pixels = static_cast<uint64_t>(width) * static_cast<uint64_t>(height);
+    const uint64_t most = g_most_pixels;
+    if (pixels > (most != 0 ? most : kMostPixels)) {
+        throw FileError(name, "the picture is larger than --limit allows: " + size);
+    }
+    if (most == 0 && file_bytes && pixels > kManyPixels && pixels / kPixelsPerByte > *file_bytes) {
+        throw FileError(name, "hardly holds the " + size + " pixels that it claims; --limit lets it pass");
     }
 }
 
@@ -153,6 +240,44 @@ std::vector<RGBQUAD> gray_ramp(int32_t bits)
         palette.push_back({gray, gray, gray, 0});
     }
     return palette;
+}
+
+void plain_samples(const PictureInfo& info, const uint8_t* row, bool gray, uint8_t* samples)
+{
+    const auto bits = static_cast<size_t>(info.bits);
+    const auto width = static_cast<size_t>(info.width);
+    if (bits <= 8) {
+        for (size_t x = 0; x < width; ++x) {
+            const size_t bit = x * bits;
+            const RGBQUAD& color = info.palette[row[bit / 8] >> (8 - bits - bit % 8) & ((1u << bits) - 1)];
+            *samples++ = color.rgbRed;
+            if (!gray) {
+                *samples++ = color.rgbGreen;
+                *samples++ = color.rgbBlue;
+            }
+        }
+        return;
+    }
+    const size_t step = bits / 8;
+    const size_t sample = info.order == COLORORDER_GRAY ? step : step >= 6 ? 2 : 1;
+    for (size_t x = 0; x < width; ++x, row += step) { // the high byte of 16 bits is the second one
+        for (size_t c = 0; c < (gray ? 1u : 3u); ++c) {
+            *samples++ = row[(info.order == COLORORDER_GRAY ? 0 : 2 - c) * sample + sample - 1];
+        }
+    }
+}
+
+bool is_gray(const std::vector<RGBQUAD>& palette)
+{
+    return !palette.empty() && std::all_of(palette.begin(), palette.end(), [](const RGBQUAD& color) {
+        return color.rgbRed == color.rgbGreen && color.rgbGreen == color.rgbBlue;
+    });
+}
+
+bool is_profile_of(const std::vector<uint8_t>& profile, bool gray)
+{
+    constexpr size_t kSpaceAt = 16;
+    return profile.size() > kSpaceAt + 4 && std::memcmp(&profile[kSpaceAt], gray ? "GRAY" : "RGB ", 4) == 0;
 }
 
 bool same_palette(const std::vector<RGBQUAD>& a, const std::vector<RGBQUAD>& b)

@@ -27,6 +27,8 @@ struct PictureInfo {
     std::vector<RGBQUAD> palette; ///< 1 << bits entries up to 8 bits, else empty
     int32_t x_resolution = 0;     ///< dots per inch; 0 when the file does not say
     int32_t y_resolution = 0;
+    int32_t orientation = TOP_LEFT; ///< 1 to 8, where the first row and its first pixel are as displayed
+    std::vector<uint8_t> profile;   ///< of the colours, as the ICC defines it; empty: none
 
     size_t row_bytes() const { return (static_cast<size_t>(width) * static_cast<size_t>(bits) + 31) / 32 * 4; }
     uint64_t data_bytes() const { return static_cast<uint64_t>(row_bytes()) * static_cast<uint64_t>(height); }
@@ -51,6 +53,11 @@ class PictureWriter {
 public:
     virtual ~PictureWriter() = default;
 
+    /** Whether the format says how rows are displayed; others are given upright rows. */
+    virtual bool keeps_orientation() const { return false; }
+    /** Whether begin() may be called again, after all rows, for a further page. */
+    virtual bool keeps_pages() const { return false; }
+
     /** Starts the file; what it replaces stays in place until finish(). */
     virtual void begin(const PictureInfo& info) = 0;
     virtual void write_row(const uint8_t* row) = 0;
@@ -58,11 +65,33 @@ public:
     virtual void finish() = 0;
 };
 
-/** Opens a picture of any readable format, which its first bytes tell. FileError when it cannot be read. */
-std::unique_ptr<PictureReader> open_picture(const std::string& name);
+/** Pictures of more pixels are refused, and so are, unless this is called, large ones in files that hold next to
+ * nothing. */
+void set_most_pixels(uint64_t pixels);
+
+/** Opens a picture of any readable format, which its first bytes tell; of several in a file the one asked for, from 0.
+ *  FileError when it cannot be read. */
+std::unique_ptr<PictureReader> open_picture(const std::string& name, uint32_t page = 0);
+
+/** How a picture is written, where its format leaves a choice. */
+struct WriteOptions {
+    int quality = 90;      ///< of what is lossy, 1 to 100
+    int chroma_across = 2; ///< JPEG: columns of pixels that share their colour
+    int chroma_down = 2;   ///< JPEG: rows of pixels that do
+    bool progressive = false;
+    int effort = 6;          ///< of packing without loss, 0 (none) to 9
+    std::string compression; ///< TIFF: by name; empty: what suits the picture
+    bool big = false;        ///< TIFF: with room for more than 4 GiB, whatever this page needs
+    bool bare = false;       ///< nothing but the pixels: no profile, no resolution; orientation turned into pixels
+};
 
 /** Gives the writer that the name's extension asks for, and touches nothing yet. UsageError when there is none. */
-std::unique_ptr<PictureWriter> create_picture(const std::string& name);
+std::unique_ptr<PictureWriter> create_picture(const std::string& name, const WriteOptions& options);
+
+/** Whether all entries of a palette are gray; one of no entries is not. */
+bool is_gray(const std::vector<RGBQUAD>& palette);
+/** Whether there is a profile and it is one of grays, or one of red, green and blue. */
+bool is_profile_of(const std::vector<uint8_t>& profile, bool gray);
 
 /** Whether a name's extension is that of a format this build reads, or writes. */
 bool has_readable_name(const std::string& name);
@@ -71,8 +100,8 @@ bool has_writable_name(const std::string& name);
 const char* default_extension();
 
 /** The formats of this build, in words. */
-const char* readable_formats();
-const char* writable_formats();
+std::string readable_formats();
+std::string writable_formats();
 
 } // namespace vk::tool
 

@@ -3,6 +3,7 @@
  * Reads PNG files of every depth. Indexed and gray pictures of up to 8 bits keep their depth and palette; what has
  * transparency of any kind becomes colour with alpha. Interlaced files are decoded as a whole, others row by row.
  */
+#include "tools/picture/Exif.h"
 #include "tools/picture/Formats.h"
 #include "tools/picture/Png.h"
 
@@ -32,6 +33,7 @@ private:
     void describe(int depth, int colour, bool transparent);
     void read_palette();
     void read_resolution();
+    void read_notes();
     void read_interlaced();
     void decode_row(uint8_t* row) override;
     template <typename Step> void guard(Step step) { guard_png(png_, error_, name_, step); }
@@ -88,7 +90,7 @@ void PngReader::read_header()
         png_set_interlace_handling(png_);
         png_read_update_info(png_, header_);
     });
-    check_size(name_, width, height);
+    check_size(name_, width, height, file_->size());
     info_.width = static_cast<int32_t>(width);
     info_.height = static_cast<int32_t>(height);
     check_file_size(encoded_row);
@@ -126,6 +128,7 @@ void PngReader::describe(int depth, int colour, bool transparent)
         read_palette();
     }
     read_resolution();
+    read_notes();
     if (png_get_rowbytes(png_, header_) > info_.row_bytes()) {
         throw FileError(name_, "PNG: unexpected row size");
     }
@@ -152,6 +155,24 @@ void PngReader::read_resolution()
     if (unit == PNG_RESOLUTION_METER) {
         info_.x_resolution = static_cast<int32_t>(x * 0.0254 + 0.5);
         info_.y_resolution = static_cast<int32_t>(y * 0.0254 + 0.5);
+    }
+}
+
+void PngReader::read_notes()
+{
+    png_bytep notes = nullptr;
+    png_uint_32 count = 0;
+    png_charp name = nullptr;
+    int compression = 0;
+    png_bytep profile = nullptr;
+    png_uint_32 bytes = 0;
+    guard([&] {
+        png_get_eXIf_1(png_, header_, &count, &notes);
+        png_get_iCCP(png_, header_, &name, &compression, &profile, &bytes);
+    });
+    info_.orientation = exif_orientation(notes, notes == nullptr ? 0 : count);
+    if (profile != nullptr) {
+        info_.profile.assign(profile, profile + bytes);
     }
 }
 

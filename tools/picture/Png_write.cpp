@@ -3,6 +3,7 @@
  * Writes PNG files row by row, with the depth, palette and resolution of the picture. Palettes that are gray ramps
  * become gray pictures.
  */
+#include "tools/picture/Exif.h"
 #include "tools/picture/Formats.h"
 #include "tools/picture/OutputFile.h"
 #include "tools/picture/Png.h"
@@ -52,11 +53,12 @@ void flush_nothing(png_structp) {}
 
 class PngWriter : public PictureWriter {
 public:
-    explicit PngWriter(const std::string& name) : name_(name) {}
+    PngWriter(const std::string& name, const WriteOptions& options) : name_(name), options_(options) {}
     ~PngWriter() override { png_destroy_write_struct(&png_, &header_); }
     PngWriter(const PngWriter&) = delete;
     PngWriter& operator=(const PngWriter&) = delete;
 
+    bool keeps_orientation() const override { return true; }
     void begin(const PictureInfo& info) override;
     void write_row(const uint8_t* row) override
     {
@@ -70,9 +72,11 @@ public:
 
 private:
     void write_header(const PictureInfo& info, const PngKind& kind);
+    void write_notes(const PictureInfo& info);
     template <typename Step> void guard(Step step) { guard_png(png_, error_, name_, step); }
 
     std::string name_;
+    WriteOptions options_;
     std::optional<OutputFile> file_;
     PngError error_;
     png_structp png_ = nullptr;
@@ -89,6 +93,26 @@ void PngWriter::begin(const PictureInfo& info)
         throw FileError(name_, std::string("PNG: cannot start writing: ") + error_.text);
     }
     write_header(info, kind);
+    write_notes(info);
+    guard([&] {
+        png_write_info(png_, header_);
+        png_set_bgr(png_);
+        png_set_swap(png_);
+    });
+}
+
+void PngWriter::write_notes(const PictureInfo& info)
+{
+    const auto bytes = static_cast<png_uint_32>(info.profile.size());
+    const bool gray = (png_get_color_type(png_, header_) & PNG_COLOR_MASK_COLOR) == 0;
+    if (is_profile_of(info.profile, gray)) {
+        guard(
+            [&] { png_set_iCCP(png_, header_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, info.profile.data(), bytes); });
+    }
+    auto notes = exif_of(info.orientation);
+    if (info.orientation != TOP_LEFT) {
+        guard([&] { png_set_eXIf_1(png_, header_, static_cast<png_uint_32>(notes.size()), notes.data()); });
+    }
 }
 
 void PngWriter::write_header(const PictureInfo& info, const PngKind& kind)
@@ -101,6 +125,8 @@ void PngWriter::write_header(const PictureInfo& info, const PngKind& kind)
     guard([&] {
         png_set_write_fn(png_, &*file_, &write_png_bytes, &flush_nothing);
         png_set_user_limits(png_, kMaxWidth, kMaxHeight);
+        png_set_benign_errors(png_, 1);
+        png_set_option(png_, PNG_SKIP_sRGB_CHECK_PROFILE, PNG_OPTION_ON); // what was read is written
         png_set_IHDR(png_, header_, static_cast<png_uint_32>(info.width), static_cast<png_uint_32>(info.height),
                      kind.depth, kind.colour, PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT,
                      PNG_FILTER_TYPE_DEFAULT);
@@ -111,17 +137,15 @@ void PngWriter::write_header(const PictureInfo& info, const PngKind& kind)
             png_set_pHYs(png_, header_, per_metre(info.x_resolution), per_metre(info.y_resolution),
                          PNG_RESOLUTION_METER);
         }
-        png_write_info(png_, header_);
-        png_set_bgr(png_);
-        png_set_swap(png_);
+        png_set_compression_level(png_, options_.effort);
     });
 }
 
 } // namespace
 
-std::unique_ptr<PictureWriter> write_png(const std::string& name)
+std::unique_ptr<PictureWriter> write_png(const std::string& name, const WriteOptions& options)
 {
-    return std::make_unique<PngWriter>(name);
+    return std::make_unique<PngWriter>(name, options);
 }
 
 } // namespace vk::tool

@@ -33,14 +33,19 @@ public:
 
     void read(uint8_t* bytes, size_t count)
     {
-        for (size_t i = 0; i < count; ++i) {
-            const int byte = next();
-            if (byte < 0) {
+        while (count != 0) {
+            if (peek() < 0) {
                 fail("ends too early");
             }
-            bytes[i] = static_cast<uint8_t>(byte);
+            const size_t part = std::min(count, end_ - position_);
+            std::memcpy(bytes, &buffer_[position_], part);
+            bytes += part;
+            count -= part;
+            position_ += part;
         }
     }
+
+    std::optional<uint64_t> size() const { return file_->size(); }
 
     /** Bytes left in the file; of what has no size, more than any picture asks for. */
     uint64_t left() const
@@ -114,7 +119,7 @@ void PnmReader::read_header(const std::string& name)
     channels_ = kind_ == '3' || kind_ == '6' ? 3 : 1;
     const int64_t width = read_number(true);
     const int64_t height = read_number(true);
-    check_size(name, width, height);
+    check_size(name, width, height, source_.size());
     info_.width = static_cast<int32_t>(width);
     info_.height = static_cast<int32_t>(height);
     const bool bit_map = kind_ == '1' || kind_ == '4';
@@ -234,6 +239,13 @@ void PnmReader::decode_row(uint8_t* row)
 {
     if (info_.bits == 1) {
         return decode_bits(row);
+    }
+    if (!text_ && max_ == 255) {
+        source_.read(row, bytes_.size());
+        if (channels_ == 3) {
+            swap_red_blue(row, static_cast<size_t>(info_.width));
+        }
+        return;
     }
     if (text_) {
         std::generate(samples_.begin(), samples_.end(), [this] { return checked(read_number(false)); });

@@ -1,0 +1,62 @@
+/**
+ * @file FileOptions.cpp
+ * What the options that many commands share say of files.
+ */
+#include "tools/FileOptions.h"
+
+#include "tools/Values.h"
+
+namespace vk::tool {
+
+namespace {
+
+/** Pixels of each direction that share their colour. */
+struct Chroma {
+    int across;
+    int down;
+};
+
+constexpr Word<Chroma> kChroma[] = {{"444", {1, 1}}, {"422", {2, 1}}, {"420", {2, 2}}};
+
+int number_option(const Arguments& arguments, const char* option, int otherwise, int least, int most)
+{
+    int value = otherwise;
+    const std::optional<std::string> text = arguments.value(option);
+    if (text && (!parse_number(*text, value) || value < least || value > most)) {
+        throw UsageError(std::string(option) + " needs a number from " + std::to_string(least) + " to " +
+                         std::to_string(most));
+    }
+    return value;
+}
+
+} // namespace
+
+void apply_limit(const Arguments& arguments)
+{
+    uint64_t pixels = 0;
+    const std::optional<std::string> text = arguments.value("--limit");
+    if (!text) {
+        return;
+    }
+    if (!parse_number(*text, pixels) || pixels == 0) {
+        throw UsageError("--limit needs a number of pixels");
+    }
+    set_most_pixels(pixels);
+}
+
+WriteOptions write_options(const Arguments& arguments)
+{
+    WriteOptions options;
+    options.quality = number_option(arguments, "--quality", options.quality, 1, 100);
+    options.effort = number_option(arguments, "--effort", options.effort, 0, 9);
+    const Chroma chroma = require_word(kChroma, "--chroma", arguments.value("--chroma").value_or("420"));
+    options.chroma_across = chroma.across;
+    options.chroma_down = chroma.down;
+    options.progressive = arguments.has("--progressive");
+    options.compression = arguments.value("--compression").value_or("");
+    options.big = arguments.has("--big");
+    options.bare = arguments.has("--strip");
+    return options;
+}
+
+} // namespace vk::tool

@@ -1,0 +1,20 @@
+/**
+ * @file FileOptions.h
+ * The options of kReadOptions and kWriteOptions as the readers and writers of pictures want them.
+ */
+#ifndef VK_TOOLS_FILE_OPTIONS_H
+#define VK_TOOLS_FILE_OPTIONS_H
+
+#include "tools/Command.h"
+#include "tools/picture/Picture.h"
+
+namespace vk::tool {
+
+/** Puts --limit into force for the rest of the program. */
+void apply_limit(const Arguments& arguments);
+
+WriteOptions write_options(const Arguments& arguments);
+
+} // namespace vk::tool
+
+#endif
