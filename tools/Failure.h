@@ -16,6 +16,7 @@ namespace vk::tool {
 constexpr int kExitOperation = 1;
 constexpr int kExitUsage = 2;
 constexpr int kExitFile = 3;
+constexpr int kExitDifferent = 4; ///< of vk compare
 
 class Failure : public std::runtime_error {
 public:

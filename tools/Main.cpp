@@ -17,6 +17,7 @@
 namespace vk::tool {
 
 extern const Command kBatchCommand;
+extern const Command kCompareCommand;
 extern const Command kHoldCommand;
 extern const Command kInfoCommand;
 extern const Command kSheetCommand;
@@ -31,6 +32,7 @@ const std::vector<Command>& commands()
         for (const Operation* operation : operations()) {
             list.push_back(operation_command(*operation));
         }
+        list.push_back(kCompareCommand);
         list.push_back(kSheetCommand);
         list.push_back(kBatchCommand);
         return list;
@@ -47,7 +49,7 @@ void print_help()
     std::printf(
         "\nOptions:\n  --help     this text; after a command, its own\n  --version  the version and the picture "
         "formats of this build\n\nExit codes: 0 done, 1 the operation failed, 2 wrong usage, 3 a file cannot "
-        "be read or written.\n");
+        "be read or written, 4 compared pictures differ.\n");
 }
 
 void print_help(const Command& command)

@@ -1,4 +1,6 @@
 """What files carry besides their pixels, the formats that other libraries pack, and how files are put in place."""
+import json
+import math
 import os
 import signal
 import stat
@@ -191,6 +193,32 @@ class Files(VkTest):
         self.assertEqual(self.info(self.path("gray.jpg"))["bits per pixel"], "8")
         for bad in (["--quality", "0"], ["--quality", "101"], ["--chroma", "411"]):
             self.fails(2, bad[0], "convert", sample, self.path("x.jpg"), *bad)
+
+    def compared(self, *arguments):
+        done = vk("compare", "--json", *arguments)
+        return done.returncode, json.loads(done.stdout) if done.stdout else done.stderr.decode()
+
+    def test_comparing(self):
+        rows = self.picture()
+        first = self.ppm(rows)
+        rows[2][3] = (rows[2][3][0] + 6, rows[2][3][1], rows[2][3][2] - 2)
+        second = self.ppm(rows, "second.ppm")
+        code, report = self.compared(first, first)
+        self.assertEqual((code, report["equal"], report["largest_difference"]), (0, True, 0))
+        code, report = self.compared(first, second, "-o", self.path("off.ppm"))
+        self.assertEqual((code, report["equal"], report["different_pixels"], report["largest_difference"]), (4, False, 1, 6))
+        self.assertAlmostEqual(report["psnr"], 10 * math.log10(255 ** 2 / (40 / (7 * 5 * 3))), 2)
+        with open(self.path("off.ppm"), "rb") as file:
+            off = bytearray(file.read()[-7 * 5 * 3:])
+        self.assertEqual((off[17 * 3:18 * 3], sum(off)), (bytes([255, 0, 85]), 340))
+        self.assertEqual(self.compared(first, second, "--tolerance", "6")[0], 0)
+        self.assertEqual(self.compared(first, second, "--tolerance", "5")[0], 4)
+        # Other depths and orders of the same colours are the same picture; another size is not.
+        for more in (["--bits", "48"], ["--bits", "32"], ["--order", "rgb"]):
+            self.convert(first, self.path("same.bmp" if more != ["--bits", "48"] else "same.ppm"), *more)
+            self.assertEqual(self.compared(first, self.path("same.bmp" if more != ["--bits", "48"] else "same.ppm"))[0], 0, more)
+        code, text = self.compared(first, self.ppm(rows[1:], "less.ppm"))
+        self.assertEqual((code, "7 x 5 and 7 x 4" in text), (4, True))
 
     def test_claims_beyond_belief(self):
         bomb = lambda w, h: b"BM" + struct.pack("<IHHI", 64, 0, 0, 62) + struct.pack(

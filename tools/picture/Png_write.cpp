@@ -1,7 +1,7 @@
 /**
  * @file Png_write.cpp
  * Writes PNG files row by row, with the depth, palette and resolution of the picture. Palettes that are gray ramps
- * become gray pictures.
+ * become gray pictures. How colours are packed is chosen by trying it on the first rows.
  */
 #include "tools/picture/Exif.h"
 #include "tools/picture/Formats.h"
@@ -9,6 +9,7 @@
 #include "tools/picture/Png.h"
 
 #include <array>
+#include <functional>
 #include <optional>
 
 namespace vk::tool {
@@ -42,66 +43,73 @@ PngKind kind_of(const PictureInfo& info)
     throw OperationError("PNG cannot hold a picture of " + std::to_string(info.bits) + " bits per pixel");
 }
 
+/** Takes bytes; false when it cannot. Throws nothing. */
+using Put = std::function<bool(const void* bytes, size_t count)>;
+
 void write_png_bytes(png_structp png, png_bytep bytes, size_t count)
 {
-    if (!static_cast<OutputFile*>(png_get_io_ptr(png))->put(bytes, count)) {
+    if (!(*static_cast<const Put*>(png_get_io_ptr(png)))(bytes, count)) {
         png_error(png, "Write Error");
     }
 }
 
 void flush_nothing(png_structp) {}
 
-class PngWriter : public PictureWriter {
+/** One picture on its way into bytes. */
+class PngEncoder {
 public:
-    PngWriter(const std::string& name, const WriteOptions& options) : name_(name), options_(options) {}
-    ~PngWriter() override { png_destroy_write_struct(&png_, &header_); }
-    PngWriter(const PngWriter&) = delete;
-    PngWriter& operator=(const PngWriter&) = delete;
+    /** `strategy` is zlib's. */
+    PngEncoder(const std::string& name, const PictureInfo& info, int effort, int strategy, Put put);
+    ~PngEncoder() { png_destroy_write_struct(&png_, &header_); }
+    PngEncoder(const PngEncoder&) = delete;
+    PngEncoder& operator=(const PngEncoder&) = delete;
 
-    bool keeps_orientation() const override { return true; }
-    void begin(const PictureInfo& info) override;
-    void write_row(const uint8_t* row) override
+    void write_row(const uint8_t* row)
     {
         guard([&] { png_write_row(png_, row); });
     }
-    void finish() override
+    void finish()
     {
         guard([&] { png_write_end(png_, nullptr); });
-        file_->commit();
     }
 
 private:
-    void write_header(const PictureInfo& info, const PngKind& kind);
+    void write_header(const PictureInfo& info);
     void write_notes(const PictureInfo& info);
     template <typename Step> void guard(Step step) { guard_png(png_, error_, name_, step); }
 
     std::string name_;
-    WriteOptions options_;
-    std::optional<OutputFile> file_;
+    Put put_;
     PngError error_;
     png_structp png_ = nullptr;
     png_infop header_ = nullptr;
 };
 
-void PngWriter::begin(const PictureInfo& info)
+PngEncoder::PngEncoder(const std::string& name, const PictureInfo& info, int effort, int strategy, Put put)
+    : name_(name), put_(std::move(put))
 {
-    const PngKind kind = kind_of(info);
-    file_.emplace(name_);
     png_ = png_create_write_struct(PNG_LIBPNG_VER_STRING, &error_, &on_png_error, &on_png_warning);
     header_ = png_ == nullptr ? nullptr : png_create_info_struct(png_);
-    if (header_ == nullptr) {
-        throw FileError(name_, std::string("PNG: cannot start writing: ") + error_.text);
+    try {
+        if (header_ == nullptr) {
+            throw FileError(name_, std::string("PNG: cannot start writing: ") + error_.text);
+        }
+        write_header(info);
+        write_notes(info);
+        guard([&] {
+            png_set_compression_level(png_, effort);
+            png_set_compression_strategy(png_, strategy);
+            png_write_info(png_, header_);
+            png_set_bgr(png_);
+            png_set_swap(png_);
+        });
+    } catch (...) {
+        png_destroy_write_struct(&png_, &header_);
+        throw;
     }
-    write_header(info, kind);
-    write_notes(info);
-    guard([&] {
-        png_write_info(png_, header_);
-        png_set_bgr(png_);
-        png_set_swap(png_);
-    });
 }
 
-void PngWriter::write_notes(const PictureInfo& info)
+void PngEncoder::write_notes(const PictureInfo& info)
 {
     const auto bytes = static_cast<png_uint_32>(info.profile.size());
     const bool gray = (png_get_color_type(png_, header_) & PNG_COLOR_MASK_COLOR) == 0;
@@ -115,15 +123,16 @@ void PngWriter::write_notes(const PictureInfo& info)
     }
 }
 
-void PngWriter::write_header(const PictureInfo& info, const PngKind& kind)
+void PngEncoder::write_header(const PictureInfo& info)
 {
+    const PngKind kind = kind_of(info);
     std::array<png_color, 256> palette{};
     for (size_t i = 0; i < info.palette.size(); ++i) {
         palette[i] = {info.palette[i].rgbRed, info.palette[i].rgbGreen, info.palette[i].rgbBlue};
     }
     const auto per_metre = [](int32_t dpi) { return static_cast<png_uint_32>(dpi / 0.0254 + 0.5); };
     guard([&] {
-        png_set_write_fn(png_, &*file_, &write_png_bytes, &flush_nothing);
+        png_set_write_fn(png_, &put_, &write_png_bytes, &flush_nothing);
         png_set_user_limits(png_, kMaxWidth, kMaxHeight);
         png_set_benign_errors(png_, 1);
         png_set_option(png_, PNG_SKIP_sRGB_CHECK_PROFILE, PNG_OPTION_ON); // what was read is written
@@ -137,8 +146,103 @@ void PngWriter::write_header(const PictureInfo& info, const PngKind& kind)
             png_set_pHYs(png_, header_, per_metre(info.x_resolution), per_metre(info.y_resolution),
                          PNG_RESOLUTION_METER);
         }
-        png_set_compression_level(png_, options_.effort);
     });
+}
+
+/** zlib's ways with rows that are filtered: looking for what came before, or for runs alone. Photographs hold nothing
+ * that came before, and looking for it takes most of the time. */
+constexpr int kUsual = 0;
+constexpr int kAnyMatch = 1;
+constexpr int kRunsOnly = 3;
+
+class PngWriter : public PictureWriter {
+public:
+    PngWriter(const std::string& name, const WriteOptions& options) : name_(name), options_(options) {}
+
+    bool keeps_orientation() const override { return true; }
+    void begin(const PictureInfo& info) override;
+    void write_row(const uint8_t* row) override;
+    void finish() override;
+
+private:
+    void start();
+    int choose_strategy() const;
+    uint64_t trial_size(int strategy) const;
+    size_t rows_held() const { return held_.size() / info_.row_bytes(); }
+
+    std::string name_;
+    WriteOptions options_;
+    PictureInfo info_;
+    std::vector<uint8_t> held_; ///< the first rows, on which the way is chosen
+    std::optional<OutputFile> file_;
+    std::optional<PngEncoder> encoder_;
+};
+
+void PngWriter::begin(const PictureInfo& info)
+{
+    kind_of(info);
+    info_ = info;
+    file_.emplace(name_);
+}
+
+void PngWriter::write_row(const uint8_t* row)
+{
+    constexpr size_t kEnough = size_t{1} << 19;
+    if (encoder_) {
+        encoder_->write_row(row);
+        return;
+    }
+    held_.insert(held_.end(), row, row + info_.row_bytes());
+    if (held_.size() >= kEnough) {
+        start();
+    }
+}
+
+void PngWriter::start()
+{
+    encoder_.emplace(name_, info_, options_.effort, choose_strategy(),
+                     [this](const void* bytes, size_t count) { return file_->put(bytes, count); });
+    for (size_t at = 0; at < held_.size(); at += info_.row_bytes()) {
+        encoder_->write_row(&held_[at]);
+    }
+    held_ = std::vector<uint8_t>();
+}
+
+/** Runs alone where they do about as well; with the greatest effort only where they do better. */
+int PngWriter::choose_strategy() const
+{
+    constexpr uint64_t kAbout = 100; ///< of which part more is as good
+    if (info_.bits < 24 || rows_held() < 2 || options_.effort == 0) {
+        return kUsual;
+    }
+    const uint64_t any = trial_size(kAnyMatch);
+    const uint64_t runs = trial_size(kRunsOnly);
+    return runs <= any + (options_.effort == 9 ? 0 : any / kAbout) ? kRunsOnly : kAnyMatch;
+}
+
+uint64_t PngWriter::trial_size(int strategy) const
+{
+    uint64_t size = 0;
+    PictureInfo part = info_;
+    part.height = static_cast<int32_t>(rows_held());
+    PngEncoder encoder(name_, part, options_.effort, strategy, [&size](const void*, size_t count) {
+        size += count;
+        return true;
+    });
+    for (size_t at = 0; at < held_.size(); at += info_.row_bytes()) {
+        encoder.write_row(&held_[at]);
+    }
+    encoder.finish();
+    return size;
+}
+
+void PngWriter::finish()
+{
+    if (!encoder_) {
+        start();
+    }
+    encoder_->finish();
+    file_->commit();
 }
 
 } // namespace
