@@ -11,7 +11,7 @@
 namespace vk {
 
 /// How far ahead samples are fetched: the work on some leaves memory idle. What lies behind a row is the next one.
-constexpr uintptr_t kAhead = 2048;
+constexpr uintptr_t kAhead = 8192;
 
 /// The gray samples of a bitmap.
 struct SampleForm {

@@ -18,6 +18,7 @@ public:
           offset_(_mm512_set1_epi32(as_int(window.offset))), upper_factor_(words(window.factor >> 16)),
           lower_factor_(words(window.factor)), upper_offset_(words(window.offset >> 16)),
           lower_offset_(words(window.offset)), flip_(_mm512_set1_epi8(static_cast<int8_t>(flip))),
+          shifts_(words(static_cast<uint32_t>(window.shift - (window.before ? 16 : 0)))),
           sample_shift_(_mm_cvtsi32_si128(form.significant.low_bit())),
           shift_(_mm_cvtsi32_si128(window.before ? window.shift - 16 : window.shift))
     {}
@@ -27,8 +28,7 @@ public:
     {
         const __m512i low = sixteen<bits, is_split>(row);
         const __m512i high = sixteen<bits, is_split>(row + 64);
-        const __m512i levels = _mm512_permutexvar_epi64(order_, _mm512_packus_epi16(low, high));
-        return _mm512_xor_si512(levels, flip_);
+        return _mm512_xor_si512(_mm512_permutex2var_epi8(low, lowest_, high), flip_);
     }
 
 private:
@@ -65,12 +65,21 @@ private:
         const __m512i one = _mm512_set1_epi16(1);
         upper = _mm512_mask_add_epi16(upper, _mm512_cmplt_epu16_mask(first, product), upper, one);
         upper = _mm512_mask_add_epi16(upper, _mm512_cmplt_epu16_mask(second, first), upper, one);
-        return _mm512_srl_epi16(upper, shift_);
+        return _mm512_srlv_epi16(upper, shifts_);
     }
 
-    const __m512i order_ = _mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0);
+    /// The numbers of two vectors' even bytes.
+    static __m512i even_bytes() noexcept
+    {
+        uint8_t numbers[64];
+        for (size_t i = 0; i < sizeof numbers; ++i)
+            numbers[i] = static_cast<uint8_t>(2 * i);
+        return _mm512_loadu_si512(numbers);
+    }
+
+    const __m512i lowest_ = even_bytes();
     __m512i mask_, sign_, base_, span_, factor_, offset_, upper_factor_, lower_factor_, upper_offset_, lower_offset_,
-        flip_;
+        flip_, shifts_;
     __m128i sample_shift_, shift_;
 };
 
