@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Does the library's main job on real pictures with the vk command: holds them in every storage kind and takes them to
-# every depth, palette and dithering method, size, angle, warp and view perspective, and puts them into each other. Leaves what
-# came out and pages to look at in demo-out/. Installs what is missing and builds first; may be called from anywhere.
+# every depth, palette and dithering method, size, angle, warp and view perspective, puts them into each other, and shows gray
+# samples through windows. Leaves what came out and pages to look at in demo-out/. Installs what is missing and builds first; may be called from anywhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -152,6 +152,43 @@ combined part-fill-flood "$out/under.png" fill --color ffcc00 --flood 10,150 --t
 combined part-fill-pattern "$out/under.png" fill --pattern "$out/combined-part-crop.png"
 combined part-scramble-1-hidden "$out/under.png" scramble --key 1969 --rect 90,20,130,110
 combined part-scramble-2-shown "$out/combined-part-scramble-1-hidden.png" scramble --key 1969 --rect 90,20,130,110 --show
+
+echo "== windows, regions, overlays"
+# shown <name> <file> <command> <options>...: the same for the page of what is shown and what is chosen.
+shown() {
+    local name=$1 file=$2
+    shift 2
+    echo "-- $name: vk $*"
+    "$vk" "$1" "$file" "$out/shown-$name.png" --json "${@:2}" >"$out/shown-$name.json"
+}
+shown window-1-whole-range samples/deep.png window
+shown window-2-shadows samples/deep.png window --center 2500 --width 5000
+shown window-3-deepest-shadows samples/deep.png window --center 1000 --width 1500
+shown window-4-highlights samples/deep.png window --center 45000 --width 40000
+shown window-5-sigmoid samples/deep.png window --center 3000 --width 6000 --function sigmoid
+shown window-6-inverted samples/deep.png window --center 2500 --width 5000 --invert
+shown window-7-colours samples/deep.png window --center 2500 --width 5000 --colors 10104a-ffe680
+shown window-8-inside-an-ellipse samples/deep.png region --shape "ellipse 100,30,130,170" --inside "window --center 2500 --width 5000"
+suit="polygon 100,128,139,113,172,141,206,119,232,160,240,318,22,318,30,190"
+shown region-1-polygon-mask "$out/under.png" region --shape "$suit" --mask
+shown region-2-polygon-filled "$out/under.png" region --shape "$suit" --fill 3366cc
+shown region-3-polygon-blended "$out/under.png" region --shape "$suit" --inside "combine --with $out/over.png --opacity 70"
+shown region-4-polygon-screened "$out/under.png" region --shape "$suit" --inside "combine --with $out/over.png --blend screen"
+shown region-5-cut-out "$out/under.png" region --shape "$suit; or ellipse 95,5,100,125" --cut-on ffffff
+shown region-6-around "$out/under.png" region --shape "rect 0,0,320,320; not round 20,20,280,280,120,120" --fill ffffff
+shown region-7-wand "$out/under.png" region --shape "wand 10,150,60" --fill ffcc00
+shown region-8-patterned "$out/under.png" region --shape "$suit" --inside "fill --pattern $out/combined-part-crop.png"
+shown region-9-star "$out/under.png" region --cut --shape "polygon 160,5,255,310,5,120,315,120,65,310"
+shown region-9-star-winding "$out/under.png" region --cut --shape "winding 160,5,255,310,5,120,315,120,65,310"
+"$vk" resize samples/page.png "$out/paper.png" --scale 30 --filter gray >"$out/paper.txt"
+"$vk" region "$out/paper.png" "$out/mark.png" --mask --shape \
+    "rect 80,150,620,6; or rect 80,300,620,6; or rect 80,150,6,156; or rect 694,150,6,156" >"$out/mark.txt"
+shown overlay-1-frame "$out/paper.png" overlay --with "$out/mark.png" --color e02020
+"$vk" resize samples/page.png "$out/ink.png" --scale 30 --filter favor-black >"$out/ink.txt"
+shown overlay-2-coloured-page "$out/under.png" overlay --with "$out/ink.png" --dark --at=-70,-120 --color 00ff88
+"$vk" overlay samples/deep.png "$out/stored.png" --with "$out/ink.png" --dark --at=-200,-130 --store 0 >"$out/stored.txt"
+shown overlay-3-kept-in-bit-0 "$out/stored.png" window --center 2500 --width 5000
+shown overlay-4-taken-out-of-bit-0 "$out/stored.png" overlay --load 0 --take
 
 python3 scripts/demo_page.py "$out"
 echo "== done: open $PWD/$out/index.html"

@@ -77,8 +77,9 @@ def storage_page(folder):
         "One picture, every kind of storage",
         "<p>Each picture was put row by row into a bitmap of each storage kind, read back and compared with the file. What is "
         'shown was written from the rows that came back. Rates count the time in the library only. See also the <a href="colors.html">'
-        'colours</a>, the <a href="geometry.html">sizes, angles and perspectives</a> and '
-        'the <a href="combined.html">pictures in pictures</a>.</p>' + "".join(storage_section(*item) for item in pictures.items()),
+        'colours</a>, the <a href="geometry.html">sizes, angles and perspectives</a>, '
+        'the <a href="combined.html">pictures in pictures</a> and <a href="shown.html">windows, regions and overlays</a>.</p>'
+        + "".join(storage_section(*item) for item in pictures.items()),
     )
 
 
@@ -155,9 +156,23 @@ def combined_page(folder):
     )
 
 
+def shown_page(folder):
+    page(
+        folder / "shown.html",
+        "Windows, regions, overlays",
+        "<p>Made by <code>vk window</code>, <code>region</code> and <code>overlay</code>. The 16-bit gray picture has the light of a "
+        "photograph, most of whose shades lie in the lowest tenth of the range. "
+        'Back to the <a href="index.html">storage kinds</a>.</p>'
+        + made_section(folder, "16-bit gray through windows", "shown", "window")
+        + made_section(folder, "Pixels chosen by shapes, filled, blended and cut out", "shown", "region")
+        + made_section(folder, "Pictures of two levels laid over others", "shown", "overlay"),
+    )
+
+
 if __name__ == "__main__":
     target = pathlib.Path(sys.argv[1])
     storage_page(target)
     color_page(target)
     geometry_page(target)
     combined_page(target)
+    shown_page(target)

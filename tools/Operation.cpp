@@ -25,18 +25,21 @@ extern const Operation kFill;
 extern const Operation kFlip;
 extern const Operation kMirror;
 extern const Operation kOrient;
+extern const Operation kOverlay;
+extern const Operation kRegion;
 extern const Operation kResize;
 extern const Operation kRotate;
 extern const Operation kScramble;
 extern const Operation kShear;
 extern const Operation kTrim;
 extern const Operation kWarp;
+extern const Operation kWindow;
 
 namespace {
 
-constexpr const Operation* kOperations[] = {&kConvert, &kResize,  &kRotate, &kWarp,  &kShear,
-                                            &kFlip,    &kMirror,  &kOrient, &kCrop,  &kTrim,
-                                            &kExtend,  &kCombine, &kFill,   &kAlpha, &kScramble};
+constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kWarp,   &kShear,   &kFlip,
+                                            &kMirror,  &kOrient, &kCrop,   &kTrim,   &kExtend,  &kCombine,
+                                            &kFill,    &kRegion, &kAlpha,  &kWindow, &kOverlay, &kScramble};
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 

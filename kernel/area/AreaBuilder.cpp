@@ -45,9 +45,9 @@ void AreaBuilder::clear() noexcept
     is_good_ = true;
 }
 
-bool AreaBuilder::make_room(uint64_t count) noexcept
+bool AreaBuilder::make_room(uint64_t runs, uint64_t bands) noexcept
 {
-    is_good_ = is_good_ && grow(runs_, run_room_, run_count_ + count) && grow(bands_, band_room_, band_count_ + 1ull);
+    is_good_ = is_good_ && grow(runs_, run_room_, run_count_ + runs) && grow(bands_, band_room_, band_count_ + bands);
     return is_good_;
 }
 

@@ -5,10 +5,20 @@
 
 #include "kernel/area/Area.h"
 
+#include <bit>
 #include <cstddef>
 #include <cstring>
 
 namespace vk {
+
+/// A band of none to two runs, each as the bits of an AreaRun.
+struct SmallBand {
+    int32_t top = 0;
+    int32_t bottom = INT32_MIN;
+    uint64_t front = 0;
+    uint64_t back = 0; ///< anything where there are not two
+    uint32_t count = 0;
+};
 
 class AreaBuilder {
 public:
@@ -24,20 +34,23 @@ public:
     AreaRun* room(uint64_t count) noexcept
     {
         const bool is_there = is_good_ && run_count_ + count <= run_room_ && band_count_ < band_room_;
-        return is_there || make_room(count) ? runs_ + run_count_ : nullptr;
+        return is_there || make_room(count, 1) ? runs_ + run_count_ : nullptr;
     }
 
     /// Rows top to bottom - 1 get the first `count` runs that were put there. Not above the band before.
     void add_band(int32_t top, int32_t bottom, uint64_t count) noexcept
     {
-        if (!is_good_ || count == 0 || top >= bottom)
+        if (!is_good_ || top >= bottom)
             return;
         const auto runs = static_cast<uint32_t>(count);
         if (continues_last(top, runs)) {
             bands_[band_count_ - 1].bottom = bottom;
             return;
         }
-        bands_[band_count_++] = {top, bottom, run_count_, run_count_ + runs};
+        // Written in any case: whether there are runs is anybody's guess.
+        if (band_count_ < band_room_)
+            bands_[band_count_] = {top, bottom, run_count_, run_count_ + runs};
+        band_count_ += count != 0;
         run_count_ += runs;
     }
 
@@ -47,6 +60,40 @@ public:
     /// A band of one run, of none where it is empty.
     void add_run(int32_t top, int32_t bottom, int32_t first, int32_t end) noexcept;
 
+    /// Bands of none to two runs from the top down, each below the one before, until `next(band)` gives false or `most`
+    /// were asked for. For many of them: how many runs each has is anybody's guess, so that nothing branches on it.
+    template <class Next> void add_small_bands(uint32_t most, Next next) noexcept
+    {
+        if (!is_good_ || !make_room(uint64_t{2} * most, most))
+            return;
+        AreaBand* band = bands_ + band_count_; // behind the last one
+        AreaRun* runs = runs_ + run_count_;
+        SmallBand last;
+        if (band_count_ != 0 && band[-1].runs() <= 2)
+            last = {band[-1].top, band[-1].bottom, std::bit_cast<uint64_t>(runs_[band[-1].first]),
+                    std::bit_cast<uint64_t>(runs[-1]), band[-1].runs()};
+        last.back &= uint64_t{0} - (last.count >> 1);
+        SmallBand made;
+        for (; most != 0 && next(made); --most) {
+            std::memcpy(runs, &made.front, sizeof made.front);
+            std::memcpy(runs + 1, &made.back, sizeof made.back);
+            made.back &= uint64_t{0} - (made.count >> 1);
+            const uint64_t differs = (made.front ^ last.front) | (made.back ^ last.back) | (made.count ^ last.count) |
+                                     static_cast<uint32_t>(made.top ^ last.bottom) | uint64_t{made.count == 0};
+            last = made;
+            if (differs == 0) {
+                band[-1].bottom = made.bottom;
+                continue;
+            }
+            const auto first = static_cast<uint32_t>(runs - runs_);
+            *band = {made.top, made.bottom, first, first + made.count};
+            band += made.count != 0;
+            runs += made.count;
+        }
+        band_count_ = static_cast<uint32_t>(band - bands_);
+        run_count_ = static_cast<uint32_t>(runs - runs_);
+    }
+
     /// No memory was missing so far.
     bool good() const noexcept { return is_good_; }
 
@@ -54,7 +101,7 @@ public:
     Area area() const noexcept { return {bands_, runs_, band_count_, run_count_}; }
 
 private:
-    bool make_room(uint64_t count) noexcept;
+    bool make_room(uint64_t runs, uint64_t bands) noexcept;
 
     /// The runs that were put there go on with the band before.
     bool continues_last(int32_t top, uint32_t count) const noexcept
@@ -62,7 +109,8 @@ private:
         if (band_count_ == 0)
             return false;
         const AreaBand& last = bands_[band_count_ - 1];
-        return last.bottom == top && last.runs() == count && runs_[last.first] == runs_[run_count_] &&
+        const bool may_be = (last.bottom == top) & (last.runs() == count) & (count != 0);
+        return may_be && runs_[last.first] == runs_[run_count_] &&
                std::memcmp(runs_ + last.first, runs_ + run_count_, count * sizeof(AreaRun)) == 0;
     }
 

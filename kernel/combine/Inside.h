@@ -1,5 +1,5 @@
 // The one rule for "inside the region": which pixels of a row an operation may write. Everything that writes pixels
-// into a bitmap that exists asks here, row by row, and leaves all other pixels alone.
+// into a bitmap that exists asks here, row by row, or keeps RegionRows for all of them, and leaves other pixels alone.
 #pragma once
 
 #include "kernel/bitmap/Region.h"

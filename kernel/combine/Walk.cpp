@@ -1,8 +1,8 @@
 #include "kernel/combine/Walk.h"
 
-#include "kernel/combine/Inside.h"
 #include "kernel/combine/Undo.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/rows/RegionRows.h"
 #include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/ThreadState.h"
@@ -62,7 +62,7 @@ public:
     Walk(BITMAPHANDLE& to, const Area& area, const Source& from, const Source& mask, RunOperation& operation,
          OnFailure on_failure) noexcept
         : to_(to), area_(area), from_(from), target_(to, area, AreaRows::Use::change), source_(from), mask_(mask),
-          undo_(to), operation_(operation), is_put_back_(on_failure == OnFailure::put_back)
+          undo_(to), inside_(to), operation_(operation), is_put_back_(on_failure == OnFailure::put_back)
     {
         const bool is_own = from.bitmap == &to && share_pixels(area, from.area);
         is_upward_ = is_own && from.area.top < area.top;
@@ -147,7 +147,7 @@ private:
 
     void change_row(int32_t row, Line to, Line from, Line mask) noexcept
     {
-        inside_runs(to_, row, area_.left, area_.right, [&](int32_t first, int32_t end) noexcept {
+        inside_.each(row, area_.left, area_.right, [&](int32_t first, int32_t end) noexcept {
             const int32_t skipped = first - area_.left;
             operation_.run({to.data, to.column + skipped}, {from.data, from.column + skipped},
                            {mask.data, mask.column + skipped}, end - first);
@@ -161,6 +161,7 @@ private:
     SourceRows source_;
     SourceRows mask_;
     Undo undo_;
+    const RegionRows inside_; // asked for once: finding out whose a region is takes longer than filling a row
     RunOperation& operation_;
     const bool is_put_back_;
     bool is_upward_ = false;   ///< from the last row up, because the source lies above

@@ -35,7 +35,7 @@ public:
     bool try_slope(double slope) noexcept
     {
         for (const int32_t before : {0, kHalf})
-            for (int32_t shift = kMostShift; shift >= before; --shift) {
+            for (int32_t shift = kMostShift; shift >= kHalf; --shift) {
                 const double factor = std::floor(std::ldexp(slope, shift + before) + 0.5);
                 if (factor >= kFactorEnd)
                     continue;
@@ -83,7 +83,7 @@ LinearWindow find_linear(const WindowSteps& steps, const V_WINDOW& window, const
     Search search(steps, form);
     const double width = window.Function == WINDOW_LINEAR ? window.Width - 1 : window.Width;
     if (search.reached() == 0 || (width >= 1 && search.try_slope(steps.count() / width)))
-        return search.reached() == 0 ? LinearWindow{0, 0, 0, 0, 0, 0, true} : search.found();
+        return search.reached() == 0 ? LinearWindow{0, 0, 0, 0, 0, kMostShift, true} : search.found();
     if (search.span() > 0)
         search.try_slope(static_cast<double>(search.reached()) / search.span());
     return search.found();

@@ -11,7 +11,7 @@
 namespace vk {
 
 /// How far ahead samples are fetched: the work on some leaves memory idle. What lies behind a row is the next one.
-constexpr uintptr_t kAhead = 2048;
+constexpr uintptr_t kAhead = 8192;
 
 /// The gray samples of a bitmap.
 struct SampleForm {
@@ -28,15 +28,15 @@ struct SampleForm {
 
 /// level = (distance * factor >> before) + offset >> shift, with the distance of a sample from `base`, from 0 to
 /// `span`. Samples are the unsigned numbers they are stored as, with their sign bit the other way round where they are
-/// signed. The sum has 32 bits. Either nothing is dropped before it, or the lower 16 of 48 bits are, and the level
-/// stands in the upper half of the sum.
+/// signed. The sum has 32 bits, and the level stands in its upper half. Either nothing is dropped before it, or the
+/// lower 16 of 48 bits are.
 struct LinearWindow {
     uint32_t base = 0;
     uint32_t span = 0;
     uint32_t factor = 0;
     uint32_t offset = 0;
     int32_t before = 0; ///< 0 or 16
-    int32_t shift = 0;  ///< 16 to 24 when `before` is 16
+    int32_t shift = 24; ///< 16 to 24
     bool is_found = false;
 };
 

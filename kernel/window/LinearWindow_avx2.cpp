@@ -14,12 +14,10 @@ class Vectors {
 public:
     Vectors(const LinearWindow& window, const SampleForm& form, uint8_t flip) noexcept
         : mask_(words(form.significant.mask())), sign_(words(form.is_signed ? form.significant.mask() / 2 + 1 : 0)),
-          base_(words(window.base)), span_(words(window.span)), factor_(_mm256_set1_epi32(as_int(window.factor))),
-          offset_(_mm256_set1_epi32(as_int(window.offset))), upper_factor_(words(window.factor >> 16)),
+          base_(words(window.base)), span_(words(window.span)), upper_factor_(words(window.factor >> 16)),
           lower_factor_(words(window.factor)), upper_offset_(words(window.offset >> 16)),
           lower_offset_(words(window.offset)), flip_(_mm256_set1_epi8(static_cast<int8_t>(flip))),
-          sample_shift_(_mm_cvtsi32_si128(form.significant.low_bit())),
-          shift_(_mm_cvtsi32_si128(window.before ? window.shift - 16 : window.shift))
+          sample_shift_(_mm_cvtsi32_si128(form.significant.low_bit())), shift_(_mm_cvtsi32_si128(window.shift - 16))
     {}
 
     /// 32 samples to 32 levels.
@@ -33,7 +31,6 @@ public:
 
 private:
     static __m256i words(uint32_t value) noexcept { return _mm256_set1_epi16(static_cast<int16_t>(value)); }
-    static int32_t as_int(uint32_t value) noexcept { return static_cast<int32_t>(value); }
 
     template <Bits bits, bool is_split> __m256i sixteen(const uint8_t* row) const noexcept
     {
@@ -44,15 +41,18 @@ private:
         samples = _mm256_min_epu16(samples, span_);
         if constexpr (is_split)
             return split(samples);
-        const __m256i zero = _mm256_setzero_si256();
-        return _mm256_packus_epi32(whole(_mm256_unpacklo_epi16(samples, zero)),
-                                   whole(_mm256_unpackhi_epi16(samples, zero)));
+        return whole(samples);
     }
 
+    /// The upper half of the sum, in halves that are multiplied and added each.
     __m256i whole(__m256i distances) const noexcept
     {
-        const __m256i products = _mm256_mullo_epi32(distances, factor_);
-        return _mm256_srl_epi32(_mm256_add_epi32(products, offset_), shift_);
+        const __m256i lower = _mm256_add_epi16(_mm256_mullo_epi16(distances, lower_factor_), lower_offset_);
+        const __m256i upper = _mm256_add_epi16(_mm256_mulhi_epu16(distances, lower_factor_),
+                                               _mm256_mullo_epi16(distances, upper_factor_));
+        // A carry less one that was not taken.
+        const __m256i carry = _mm256_add_epi16(not_below(lower, lower_offset_), _mm256_set1_epi16(1));
+        return _mm256_srl_epi16(_mm256_add_epi16(_mm256_add_epi16(upper, upper_offset_), carry), shift_);
     }
 
     /// The sum in two halves. A half that became smaller by an addition has a carry, which is -1 here; none is 0.
@@ -70,8 +70,7 @@ private:
     /// -1 where a is no less than b, as unsigned numbers.
     static __m256i not_below(__m256i a, __m256i b) noexcept { return _mm256_cmpeq_epi16(_mm256_max_epu16(a, b), a); }
 
-    __m256i mask_, sign_, base_, span_, factor_, offset_, upper_factor_, lower_factor_, upper_offset_, lower_offset_,
-        flip_;
+    __m256i mask_, sign_, base_, span_, upper_factor_, lower_factor_, upper_offset_, lower_offset_, flip_;
     __m128i sample_shift_, shift_;
 };
 

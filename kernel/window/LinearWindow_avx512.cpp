@@ -14,12 +14,11 @@ class Vectors {
 public:
     Vectors(const LinearWindow& window, const SampleForm& form, uint8_t flip) noexcept
         : mask_(words(form.significant.mask())), sign_(words(form.is_signed ? form.significant.mask() / 2 + 1 : 0)),
-          base_(words(window.base)), span_(words(window.span)), factor_(_mm512_set1_epi32(as_int(window.factor))),
-          offset_(_mm512_set1_epi32(as_int(window.offset))), upper_factor_(words(window.factor >> 16)),
+          base_(words(window.base)), span_(words(window.span)), upper_factor_(words(window.factor >> 16)),
           lower_factor_(words(window.factor)), upper_offset_(words(window.offset >> 16)),
           lower_offset_(words(window.offset)), flip_(_mm512_set1_epi8(static_cast<int8_t>(flip))),
-          sample_shift_(_mm_cvtsi32_si128(form.significant.low_bit())),
-          shift_(_mm_cvtsi32_si128(window.before ? window.shift - 16 : window.shift))
+          shifts_(words(static_cast<uint32_t>(window.shift - 16))),
+          sample_shift_(_mm_cvtsi32_si128(form.significant.low_bit()))
     {}
 
     /// 64 samples to 64 levels.
@@ -27,13 +26,11 @@ public:
     {
         const __m512i low = sixteen<bits, is_split>(row);
         const __m512i high = sixteen<bits, is_split>(row + 64);
-        const __m512i levels = _mm512_permutexvar_epi64(order_, _mm512_packus_epi16(low, high));
-        return _mm512_xor_si512(levels, flip_);
+        return _mm512_xor_si512(_mm512_permutex2var_epi8(low, lowest_, high), flip_);
     }
 
 private:
     static __m512i words(uint32_t value) noexcept { return _mm512_set1_epi16(static_cast<int16_t>(value)); }
-    static int32_t as_int(uint32_t value) noexcept { return static_cast<int32_t>(value); }
 
     template <Bits bits, bool is_split> __m512i sixteen(const uint8_t* row) const noexcept
     {
@@ -44,15 +41,18 @@ private:
         samples = _mm512_min_epu16(samples, span_);
         if constexpr (is_split)
             return split(samples);
-        const __m512i zero = _mm512_setzero_si512();
-        return _mm512_packus_epi32(whole(_mm512_unpacklo_epi16(samples, zero)),
-                                   whole(_mm512_unpackhi_epi16(samples, zero)));
+        return whole(samples);
     }
 
+    /// The upper half of the sum, in halves that are multiplied and added each.
     __m512i whole(__m512i distances) const noexcept
     {
-        const __m512i products = _mm512_mullo_epi32(distances, factor_);
-        return _mm512_srl_epi32(_mm512_add_epi32(products, offset_), shift_);
+        const __m512i lower = _mm512_add_epi16(_mm512_mullo_epi16(distances, lower_factor_), lower_offset_);
+        const __m512i upper = _mm512_add_epi16(_mm512_mulhi_epu16(distances, lower_factor_),
+                                               _mm512_mullo_epi16(distances, upper_factor_));
+        const __mmask32 carry = _mm512_cmplt_epu16_mask(lower, lower_offset_);
+        const __m512i made = _mm512_add_epi16(upper, upper_offset_);
+        return _mm512_srlv_epi16(_mm512_mask_add_epi16(made, carry, made, _mm512_set1_epi16(1)), shifts_);
     }
 
     /// The sum in two halves. A half that became smaller by an addition has a carry.
@@ -65,13 +65,21 @@ private:
         const __m512i one = _mm512_set1_epi16(1);
         upper = _mm512_mask_add_epi16(upper, _mm512_cmplt_epu16_mask(first, product), upper, one);
         upper = _mm512_mask_add_epi16(upper, _mm512_cmplt_epu16_mask(second, first), upper, one);
-        return _mm512_srl_epi16(upper, shift_);
+        return _mm512_srlv_epi16(upper, shifts_);
     }
 
-    const __m512i order_ = _mm512_set_epi64(7, 5, 3, 1, 6, 4, 2, 0);
-    __m512i mask_, sign_, base_, span_, factor_, offset_, upper_factor_, lower_factor_, upper_offset_, lower_offset_,
-        flip_;
-    __m128i sample_shift_, shift_;
+    /// The numbers of two vectors' even bytes.
+    static __m512i even_bytes() noexcept
+    {
+        uint8_t numbers[64];
+        for (size_t i = 0; i < sizeof numbers; ++i)
+            numbers[i] = static_cast<uint8_t>(2 * i);
+        return _mm512_loadu_si512(numbers);
+    }
+
+    const __m512i lowest_ = even_bytes();
+    __m512i mask_, sign_, base_, span_, upper_factor_, lower_factor_, upper_offset_, lower_offset_, flip_, shifts_;
+    __m128i sample_shift_;
 };
 
 uint8_t level_of(const LinearWindow& window, const SampleForm& form, uint8_t flip, const uint8_t* at) noexcept

@@ -95,25 +95,6 @@ TEST(AreaPolygon, HasThePixelsWhoseCentresItHolds)
     }
 }
 
-TEST(AreaPolygon, TilesWithoutGapOrOverlap)
-{
-    // A fan of triangles around a point: each pixel of the square belongs to exactly one.
-    std::vector<AreaPoint> rim;
-    for (int i = 0; i < 48; ++i) {
-        const double along = i % 12 * (50.0 / 12);
-        const AreaPoint sides[] = {{along, 0}, {50, along}, {50 - along, 50}, {0, 50 - along}};
-        rim.push_back(sides[i / 12]);
-    }
-    uint64_t pixels = 0;
-    AreaBuilder built;
-    for (size_t i = 0; i < rim.size(); ++i) {
-        const AreaPoint triangle[] = {{17.3, 23.9}, rim[i], rim[(i + 1) % rim.size()]};
-        ASSERT_TRUE(build_polygon(triangle, 3, FillRule::winding, kFrame, built));
-        pixels += built.area().size();
-    }
-    EXPECT_EQ(2500u, pixels);
-}
-
 TEST(AreaPolygon, TakesAnyCornersAndAnyNumber)
 {
     AreaBuilder built;

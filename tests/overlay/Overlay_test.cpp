@@ -23,7 +23,7 @@ V_OVERLAYATTRIBUTES attributes(int32_t column, int32_t row, int32_t bit, COLORRE
     return said;
 }
 
-Bits overlay_of(BITMAPHANDLE* bitmap, int32_t index)
+Picture overlay_of(BITMAPHANDLE* bitmap, int32_t index)
 {
     TestBitmap overlay;
     EXPECT_EQ(SUCCESS, V_GetBitmapOverlay(bitmap, index, overlay.get(), BITMAPHANDLE_SIZE, OVERLAY_COPY));
@@ -50,13 +50,10 @@ TEST(Overlays, LieWhereTheirOriginSays)
                 ASSERT_EQ(SUCCESS, V_SetBitmapOverlay(bitmap.get(), 15, overlay.get(), flags));
                 EXPECT_EQ(flags == OVERLAY_MOVE, overlay.is_empty());
                 Picture shown = picture.shown(perspective);
-                Bits expected(24, std::vector<bool>(30));
-                for (int32_t y = 0; y < shown.height; ++y)
-                    for (int32_t x = 0; x < shown.width; ++x) {
-                        const int64_t to_x = int64_t{x} + column, to_y = int64_t{y} + row;
-                        if (to_x >= 0 && to_x < 30 && to_y >= 0 && to_y < 24)
-                            expected[static_cast<size_t>(to_y)][static_cast<size_t>(to_x)] = shown.at(x, y) != 0;
-                    }
+                const Picture expected = Picture::made(30, 24, [&](int32_t x, int32_t y) {
+                    const int64_t from_x = int64_t{x} - column, from_y = int64_t{y} - row;
+                    return shown.has(from_x, from_y) ? shown.at(from_x, from_y) : 0;
+                });
                 EXPECT_EQ(expected, overlay_of(bitmap.get(), 15));
             }
 }
@@ -68,7 +65,7 @@ TEST(Overlays, GoWithWhatIsSaidOfThem)
         ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 17, 11, 24));
         bitmap->ViewPerspective = TOP_LEFT;
         ASSERT_NO_FATAL_FAILURE(make_stored(overlay, Kind::conv, blobs(17, 11, 4), 1));
-        const Bits set = pixels_of(overlay.get());
+        const Picture set = pixels_of(overlay.get());
         const V_OVERLAYATTRIBUTES said = attributes(0, 0, 13);
         ASSERT_EQ(SUCCESS, V_SetBitmapOverlayAttributes(bitmap.get(), 4, &said));
         ASSERT_EQ(SUCCESS, V_SetBitmapOverlay(bitmap.get(), 4, overlay.get(), OVERLAY_MOVE));
@@ -101,14 +98,14 @@ TEST(Overlays, AreKeptInBitsOfSamples)
                 const V_OVERLAYATTRIBUTES said = attributes(0, 0, bit);
                 ASSERT_EQ(SUCCESS, V_SetBitmapOverlayAttributes(bitmap.get(), 0, &said));
                 ASSERT_EQ(SUCCESS, V_LoadBitmapOverlayBits(bitmap.get(), 0));
-                const Bits held = overlay_of(bitmap.get(), 0);
+                const Picture held = overlay_of(bitmap.get(), 0);
                 ASSERT_NO_FATAL_FAILURE(make_stored(overlay, Kind::conv, mask, 1));
                 ASSERT_EQ(SUCCESS, V_SetBitmapOverlay(bitmap.get(), 0, overlay.get(), OVERLAY_COPY));
                 ASSERT_EQ(SUCCESS, V_StoreBitmapOverlayBits(bitmap.get(), 0));
                 for (int32_t y = 0; y < 9; ++y)
                     for (int32_t x = 0; x < 23; ++x) {
                         uint64_t& sample = picture.at(x, y);
-                        ASSERT_EQ((sample >> bit & 1) != 0, held[static_cast<size_t>(y)][static_cast<size_t>(x)]);
+                        ASSERT_EQ(sample >> bit & 1, held.at(x, y));
                         sample = (sample & ~(uint64_t{1} << bit)) | mask.at(x, y) << bit;
                     }
                 EXPECT_EQ(picture, read(bitmap.get()));
@@ -145,14 +142,14 @@ TEST(Overlays, AreDrawnInTheirColours)
                       V_FlattenBitmapOverlays(replaces ? nullptr : made.get(), bitmap.get(), BITMAPHANDLE_SIZE));
             BITMAPHANDLE* const flat = replaces ? bitmap.get() : made.get();
             EXPECT_EQ(bits < 16 ? 24 : bits, flat->BitsPerPixel);
-            const Bits below = pixels_of(low.get()), above = pixels_of(high.get());
+            const Picture below = pixels_of(low.get()), above = pixels_of(high.get());
             for (int32_t y = 0; y < 9; ++y)
                 for (int32_t x = 0; x < 23; ++x) {
-                    const auto row = static_cast<size_t>(y), column = static_cast<size_t>(x);
-                    const COLORREF shows = above[row][column]   ? 0xF80000
-                                           : below[row][column] ? 0x0000F8
-                                                                : was[row * 23 + column] & 0xFFFFFF;
-                    if (bits == 16 && (above[row][column] || below[row][column]))
+                    const bool is_drawn = above.at(x, y) || below.at(x, y);
+                    const COLORREF shows = above.at(x, y) ? 0xF80000
+                                           : is_drawn     ? 0x0000F8
+                                                          : was[static_cast<size_t>(y * 23 + x)] & 0xFFFFFF;
+                    if (bits == 16 && is_drawn)
                         ASSERT_EQ(shows, V_GetPixelColor(flat, y, x) & 0xF8F8F8);
                     else
                         ASSERT_EQ(shows, V_GetPixelColor(flat, y, x) & 0xFFFFFF);

@@ -1,6 +1,7 @@
 // What is written inside a region: the pixels that the function gives without one; outside everything stays.
 #include "Vkcolorres.h"
 #include "Vkcombine.h"
+#include "Vkfill.h"
 #include "Vkrows.h"
 
 #include "tests/region/TestRegion.h"
@@ -35,7 +36,15 @@ template <uint32_t flags> int combine(BITMAPHANDLE* to, BITMAPHANDLE* from)
     return V_CombineBitmap(to, 0, 0, to->Width, to->Height, from, 0, 0, flags);
 }
 
-const Write kWrites[] = {{"rows", put_rows}, {"copy", combine<COMBINE_COPY>}, {"exclusive or", combine<COMBINE_XOR>}};
+const Write kWrites[] = {
+    {"rows", put_rows},
+    {"copy", combine<COMBINE_COPY>},
+    {"exclusive or", combine<COMBINE_XOR>},
+    {"fill", [](BITMAPHANDLE* to, BITMAPHANDLE*) { return V_FillBitmap(to, 0x00F0D0A0); }},
+    {"pattern", [](BITMAPHANDLE* to, BITMAPHANDLE* from) { return V_FillBitmapPattern(to, from, 17, -5); }},
+    {"blend", [](BITMAPHANDLE* to, BITMAPHANDLE* from) {
+         return V_BlendBitmap(to, 0, 0, to->Width, to->Height, from, 0, 0, nullptr, 0, 0, BLEND_NORMAL, 40000);
+     }}};
 
 TEST(Inside, KeepsWhatIsOutsideFromBeingWritten)
 {
@@ -54,15 +63,26 @@ TEST(Inside, KeepsWhatIsOutsideFromBeingWritten)
                 ASSERT_EQ(SUCCESS, V_SetBitmapRegionMask(bitmap.get(), mask.get(), REGION_SET));
                 ASSERT_EQ(SUCCESS, write.run(bitmap.get(), from.get()));
                 ASSERT_EQ(SUCCESS, write.run(whole.get(), from.get()));
-                Picture expected = read(whole.get());
-                ASSERT_NE(was, expected);
-                const Bits inside = pixels_of(mask.get());
-                for (int32_t y = 0; y < 38; ++y)
-                    for (int32_t x = 0; x < 53; ++x)
-                        if (!inside[static_cast<size_t>(y)][static_cast<size_t>(x)])
-                            expected.at(x, y) = was.at(x, y);
-                ASSERT_EQ(expected, read(bitmap.get()));
+                const Picture written = read(whole.get());
+                ASSERT_NE(was, written);
+                ASSERT_EQ(inside_and_out(pixels_of(mask.get()), written, was), read(bitmap.get()));
             }
+}
+
+TEST(Inside, IsAllThatAFloodReaches)
+{
+    for (const uint64_t seed : {1, 2, 3, 4}) {
+        TestBitmap bitmap, mask;
+        const Picture was = Picture::noise(53, 38, 8, seed), all = blobs(53, 38, seed);
+        ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, was, 8));
+        ASSERT_NO_FATAL_FAILURE(make_stored(mask, Kind::conv, all, 1));
+        ASSERT_EQ(SUCCESS, V_SetBitmapRegionMask(bitmap.get(), mask.get(), REGION_SET));
+        const auto first = std::find(all.pixels.begin(), all.pixels.end(), 1) - all.pixels.begin();
+        const auto x = static_cast<int32_t>(first % 53), y = static_cast<int32_t>(first / 53);
+        ASSERT_EQ(SUCCESS, V_FloodFillBitmap(bitmap.get(), x, y, 0x01000007, 0, 255, 0));
+        const Picture reached = connected(all, x, y), ink = Picture::made(53, 38, [](int32_t, int32_t) { return 7; });
+        EXPECT_EQ(inside_and_out(reached, ink, was), read(bitmap.get()));
+    }
 }
 
 TEST(Inside, AloneIsDithered)
@@ -78,14 +98,9 @@ TEST(Inside, AloneIsDithered)
         ASSERT_EQ(SUCCESS, change(nearest, COLORRES_NODITHER));
         const RECT rect{5, 3, 44, 30};
         ASSERT_EQ(SUCCESS, V_SetBitmapRegionEllipse(bitmap.get(), &rect, REGION_SET));
-        const Bits inside = region_of(bitmap.get());
-        Picture expected = read(nearest.get()), in = read(dithered.get());
-        for (int32_t y = 0; y < 38; ++y)
-            for (int32_t x = 0; x < 53; ++x)
-                if (inside[static_cast<size_t>(y)][static_cast<size_t>(x)])
-                    expected.at(x, y) = in.at(x, y);
+        const Picture inside = region_of(bitmap.get());
         ASSERT_EQ(SUCCESS, V_ColorResBitmap(bitmap.get(), nullptr, 0, bits, 0, nullptr, nullptr, 0));
-        EXPECT_EQ(expected, read(bitmap.get()));
+        EXPECT_EQ(inside_and_out(inside, read(dithered.get()), read(nearest.get())), read(bitmap.get()));
         EXPECT_EQ(inside, region_of(bitmap.get()));
     }
 }

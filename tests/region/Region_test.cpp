@@ -7,6 +7,7 @@
 #include "tests/region/TestRegion.h"
 #include "tests/support/FaultLoop.h"
 
+#include <bit>
 #include <limits>
 
 using namespace vk::testing;
@@ -75,11 +76,6 @@ TEST(Region, FollowsWithFilters)
         ASSERT_EQ(SUCCESS, V_SizeBitmap(nearest.get(), 30, 90, 0));
         EXPECT_EQ(region_of(nearest.get()), region_of(bitmap.get()));
     }
-    TestBitmap bitmap;
-    ASSERT_NO_FATAL_FAILURE(make_own_mask(bitmap, Kind::conv, 24, 1));
-    const Bits before = region_of(bitmap.get());
-    ASSERT_EQ(SUCCESS, V_ColorResBitmap(bitmap.get(), nullptr, 0, 4, 0, nullptr, nullptr, 0));
-    EXPECT_EQ(before, region_of(bitmap.get()));
 }
 
 TEST(Region, GoesIntoCopies)
@@ -135,7 +131,7 @@ TEST(Region, MakesAndTakesMasksOfEveryDepth)
         picture.at(1, 0) = something;
         ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, picture, bits));
         ASSERT_EQ(SUCCESS, V_SetBitmapRegionMask(bitmap.get(), bitmap.get(), REGION_SET));
-        EXPECT_EQ((Bits{{false, true}}), region_of(bitmap.get())) << bits << " bits";
+        EXPECT_EQ((Picture{2, 1, {0, 1}}), region_of(bitmap.get())) << bits << " bits";
     }
 }
 
@@ -145,24 +141,6 @@ bool is_between(COLORREF color, COLORREF lower, COLORREF upper)
         if ((color >> shift & 0xFF) < (lower >> shift & 0xFF) || (color >> shift & 0xFF) > (upper >> shift & 0xFF))
             return false;
     return true;
-}
-
-/// What is connected with a pixel, one step at a time.
-void spread(const Bits& alike, Bits& reached, int32_t x, int32_t y)
-{
-    std::vector<std::pair<int32_t, int32_t>> todo{{x, y}};
-    while (!todo.empty()) {
-        const auto [c, r] = todo.back();
-        todo.pop_back();
-        if (r < 0 || c < 0 || r >= static_cast<int32_t>(alike.size()) || c >= static_cast<int32_t>(alike[0].size()))
-            continue;
-        const auto row = static_cast<size_t>(r), column = static_cast<size_t>(c);
-        if (!alike[row][column] || reached[row][column])
-            continue;
-        reached[row][column] = true;
-        for (const auto& [dx, dy] : {std::pair{1, 0}, {-1, 0}, {0, 1}, {0, -1}})
-            todo.emplace_back(c + dx, r + dy);
-    }
 }
 
 TEST(Region, FindsColoursAndWhatHangsTogether)
@@ -187,22 +165,15 @@ TEST(Region, FindsColoursAndWhatHangsTogether)
                 bounds[0] |= (value - std::min<COLORREF>(value, kBelow >> shift & 0xFF)) << shift;
                 bounds[1] |= std::min<COLORREF>(value + (kAbove >> shift & 0xFF), 255u) << shift;
             }
-            Bits within, alike, reached;
-            for (int32_t y = 0; y < 31; ++y) {
-                within.emplace_back();
-                alike.emplace_back();
-                for (int32_t x = 0; x < 45; ++x) {
-                    const COLORREF color = V_GetPixelColor(bitmap.get(), y, x);
-                    within.back().push_back(is_between(color, kLower, kUpper));
-                    alike.back().push_back(is_between(color, bounds[0], bounds[1]));
-                }
-            }
-            reached.assign(31, std::vector<bool>(45));
-            spread(alike, reached, 20, 15);
+            const auto between = [&](COLORREF lower, COLORREF upper) {
+                return Picture::made(45, 31, [&](int32_t x, int32_t y) {
+                    return is_between(V_GetPixelColor(bitmap.get(), y, x), lower, upper);
+                });
+            };
             ASSERT_EQ(SUCCESS, V_SetBitmapRegionColor(bitmap.get(), kLower, kUpper, REGION_SET));
-            EXPECT_EQ(within, region_of(bitmap.get()));
+            EXPECT_EQ(between(kLower, kUpper), region_of(bitmap.get()));
             ASSERT_EQ(SUCCESS, V_SetBitmapRegionMagicWand(bitmap.get(), 20, 15, kBelow, kAbove, REGION_SET));
-            EXPECT_EQ(reached, region_of(bitmap.get()));
+            EXPECT_EQ(connected(between(bounds[0], bounds[1]), 20, 15), region_of(bitmap.get()));
             if (bits == 5) {
                 ASSERT_EQ(SUCCESS, V_SetBitmapRegionColor(bitmap.get(), 0x01000003, 0x01000007, REGION_SET));
                 uint64_t pixels = 0, wanted = 0;
@@ -215,29 +186,37 @@ TEST(Region, FindsColoursAndWhatHangsTogether)
         }
 }
 
-TEST(Region, CombinesByItsModes)
+/// A 1-bit bitmap of a million runs.
+void make_noise(TestBitmap& bitmap, uint64_t seed)
 {
-    const RECT left{-5, -5, 20, 100}, middle{10, 4, 30, 30};
-    const auto inside = [](const RECT& rect, int32_t x, int32_t y) {
-        return x >= rect.left && x < rect.right && y >= rect.top && y < rect.bottom;
-    };
+    TestRandom random(seed);
+    ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 2048, 2048, 1));
+    std::generate_n(bitmap->Data, bitmap.bytes(), [&] { return static_cast<uint8_t>(random.next() >> 56); });
+}
+
+TEST(Region, CombinesAMillionRunsByItsModes)
+{
+    TestBitmap first, second;
+    ASSERT_NO_FATAL_FAILURE(make_noise(first, 1));
+    ASSERT_NO_FATAL_FAILURE(make_noise(second, 2));
     for (const bool has_region : {true, false})
         for (uint32_t mode = REGION_SET; mode <= REGION_ANDNOT; ++mode) {
-            TestBitmap bitmap;
-            ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 40, 33, 8));
+            TestBitmap bitmap, mask;
+            ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 2048, 2048, 1));
             if (has_region) {
-                ASSERT_EQ(SUCCESS, V_SetBitmapRegionRect(bitmap.get(), &left, REGION_SET));
+                ASSERT_EQ(SUCCESS, V_SetBitmapRegionMask(bitmap.get(), first.get(), REGION_SET));
             }
-            ASSERT_EQ(SUCCESS, V_SetBitmapRegionRect(bitmap.get(), &middle, mode));
+            ASSERT_EQ(SUCCESS, V_SetBitmapRegionMask(bitmap.get(), second.get(), mode));
+            ASSERT_EQ(SUCCESS, V_GetBitmapRegionMask(mask.get(), bitmap.get(), BITMAPHANDLE_SIZE));
             uint64_t pixels = 0, wanted = 0;
-            for (int32_t y = 0; y < 33; ++y)
-                for (int32_t x = 0; x < 40; ++x) {
-                    const bool a = has_region ? inside(left, x, y) : mode == REGION_AND || mode == REGION_ANDNOT;
-                    const bool b = inside(middle, x, y);
-                    const bool results[] = {b, a && b, a || b, a != b, a && !b};
-                    ASSERT_EQ(results[mode] ? 1 : 0, V_IsPointInBitmapRegion(bitmap.get(), x, y)) << mode;
-                    wanted += results[mode];
-                }
+            for (size_t i = 0; i < mask.bytes(); ++i) {
+                const bool is_all = mode == REGION_AND || mode == REGION_ANDNOT;
+                const uint32_t a = has_region ? first->Data[i] : is_all ? 0xFFu : 0u;
+                const uint32_t b = second->Data[i];
+                const uint32_t results[] = {b, a & b, a | b, a ^ b, a & ~b};
+                ASSERT_EQ(results[mode], mask->Data[i]) << "mode " << mode << ", byte " << i;
+                wanted += static_cast<uint64_t>(std::popcount(results[mode]));
+            }
             EXPECT_EQ(SUCCESS, V_GetBitmapRegionArea(bitmap.get(), &pixels));
             EXPECT_EQ(wanted, pixels);
         }
@@ -338,6 +317,7 @@ TEST(Region, RefusesWhatMakesNoSense)
     constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
     const V_POINTD points[] = {{0, 0}, {kNan, 1}};
     const V_POINTD one[] = {{1, 1}};
+    const std::vector<V_POINTD> many(1000000, V_POINTD{1, 1});
     int32_t room = 0;
     const struct {
         int wanted;
@@ -358,6 +338,7 @@ TEST(Region, RefusesWhatMakesNoSense)
         {ERROR_INVALID_PARAMETER, V_BitmapHasRegion(nullptr)},
         {0, V_BitmapHasRegion(bitmap.get())}, // nothing of all this left one
         {SUCCESS, V_SetBitmapRegionPolygon(bitmap.get(), one, 1, 0, 0)},
+        {SUCCESS, V_SetBitmapRegionPolygon(bitmap.get(), many.data(), 1000000, 0, REGION_OR)},
     };
     for (const auto& check : checks)
         EXPECT_EQ(check.wanted, check.result) << "check " << &check - checks;

@@ -1,4 +1,4 @@
-// Regions of bitmaps as masks, a bit for each pixel.
+// Regions of bitmaps as masks: pictures of 0 and 1.
 #pragma once
 
 #include "Vkregion.h"
@@ -7,50 +7,55 @@
 
 namespace vk::testing {
 
-/// A bit for each pixel; failures show them as a picture.
-struct Bits : std::vector<std::vector<bool>> {
-    using std::vector<std::vector<bool>>::vector;
-
-    friend void PrintTo(const Bits& rows, std::ostream* out)
-    {
-        for (const std::vector<bool>& row : rows) {
-            *out << "\n";
-            for (const bool bit : row)
-                *out << (bit ? '#' : '.');
-        }
-    }
-};
-
-/// The region, row by row.
-inline Bits region_of(BITMAPHANDLE* bitmap)
+/// The region: 1 inside.
+inline Picture region_of(BITMAPHANDLE* bitmap)
 {
-    Bits rows;
-    for (int32_t y = 0; y < bitmap->Height; ++y) {
+    Picture inside = Picture::blank(bitmap->Width, bitmap->Height);
+    for (int32_t y = 0; y < inside.height; ++y) {
         std::vector<V_REGIONRUN> runs(static_cast<size_t>(bitmap->Width));
         auto count = static_cast<int32_t>(runs.size());
         EXPECT_EQ(SUCCESS, V_GetBitmapRegionRow(bitmap, y, &count, runs.data()));
-        rows.emplace_back(static_cast<size_t>(bitmap->Width));
-        for (int32_t i = 0; i < count; ++i) {
-            const V_REGIONRUN run = runs[static_cast<size_t>(i)];
+        runs.resize(static_cast<size_t>(count));
+        for (const V_REGIONRUN& run : runs) {
             EXPECT_TRUE(run.nFirst >= 0 && run.nFirst < run.nEnd && run.nEnd <= bitmap->Width);
             for (int32_t x = run.nFirst; x < run.nEnd; ++x)
-                rows.back()[static_cast<size_t>(x)] = true;
+                inside.at(x, y) = 1;
         }
     }
-    return rows;
+    return inside;
 }
 
-/// The pixels that are not 0.
-inline Bits pixels_of(BITMAPHANDLE* bitmap)
+/// 1 for pixels that are not 0.
+inline Picture pixels_of(BITMAPHANDLE* bitmap)
 {
     Picture picture = read(bitmap);
-    Bits rows;
-    for (int32_t y = 0; y < picture.height; ++y) {
-        rows.emplace_back();
-        for (int32_t x = 0; x < picture.width; ++x)
-            rows.back().push_back(picture.at(x, y) != 0);
+    for (uint64_t& pixel : picture.pixels)
+        pixel = pixel != 0;
+    return picture;
+}
+
+/// One picture inside, where the mask is 1, and another outside.
+inline Picture inside_and_out(const Picture& mask, const Picture& inside, const Picture& outside)
+{
+    return Picture::made(mask.width, mask.height,
+                         [&](int32_t x, int32_t y) { return mask.at(x, y) ? inside.at(x, y) : outside.at(x, y); });
+}
+
+/// What hangs together with a pixel by four neighbours where a mask is 1, one step at a time.
+inline Picture connected(const Picture& mask, int32_t x, int32_t y)
+{
+    Picture reached = Picture::blank(mask.width, mask.height);
+    std::vector<std::pair<int32_t, int32_t>> todo{{x, y}};
+    while (!todo.empty()) {
+        const auto [c, r] = todo.back();
+        todo.pop_back();
+        if (!mask.has(c, r) || !mask.at(c, r) || reached.at(c, r))
+            continue;
+        reached.at(c, r) = 1;
+        for (const auto& [dx, dy] : {std::pair{1, 0}, {-1, 0}, {0, 1}, {0, -1}})
+            todo.emplace_back(c + dx, r + dy);
     }
-    return rows;
+    return reached;
 }
 
 /// Blobs and single pixels of value 1.

@@ -1,31 +1,11 @@
 """Parts of pictures, pictures put into pictures, colours and alpha, through the vk command."""
-from vkcommand import VkTest, main, vk
+from vkcommand import GrayTest, main
 
 
-class Parts(VkTest):
+class Parts(GrayTest):
     """What the command makes of small gray pictures, against lists of levels."""
 
     ROWS = [[9, 9, 9, 9], [9, 50, 60, 9], [9, 70, 9, 9]]
-
-    def pgm(self, name, rows):
-        header = f"P5\n{len(rows[0])} {len(rows)}\n255\n".encode()
-        return self.path(name, header + b"".join(bytes(row) for row in rows))
-
-    def levels(self, path):
-        with open(path, "rb") as file:
-            kind, size, _, pixels = file.read().split(b"\n", 3)
-        self.assertEqual(kind, b"P5")
-        width = int(size.split()[0])
-        return [list(pixels[i:i + width]) for i in range(0, len(pixels), width)]
-
-    def run_vk(self, *arguments):
-        done = vk(*arguments)
-        self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
-
-    def made(self, *arguments, rows=None):
-        out = self.path("out.pgm")
-        self.run_vk(arguments[0], self.pgm("in.pgm", rows or self.ROWS), out, *arguments[1:])
-        return self.levels(out)
 
     def test_cuts_and_borders(self):
         rows = self.ROWS

@@ -54,6 +54,32 @@ class VkTest(unittest.TestCase):
         self.assertEqual(done.stdout, b"", arguments)
 
 
+class GrayTest(VkTest):
+    """What the command makes of small gray pictures, as lists of levels. ROWS is the one it is given."""
+
+    ROWS = []
+
+    def pgm(self, name, rows):
+        header = f"P5\n{len(rows[0])} {len(rows)}\n255\n".encode()
+        return self.path(name, header + b"".join(bytes(row) for row in rows))
+
+    def levels(self, path):
+        with open(path, "rb") as file:
+            kind, size, _, pixels = file.read().split(b"\n", 3)
+        self.assertEqual(kind, b"P5")
+        width = int(size.split()[0])
+        return [list(pixels[i:i + width]) for i in range(0, len(pixels), width)]
+
+    def run_vk(self, *arguments):
+        done = vk(*arguments)
+        self.assertEqual((done.returncode, done.stderr), (0, b""), arguments)
+
+    def made(self, *arguments, rows=None):
+        out = self.path("out.pgm")
+        self.run_vk(arguments[0], self.pgm("in.pgm", rows or self.ROWS), out, *arguments[1:])
+        return self.levels(out)
+
+
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--vk", required=True)

@@ -2,6 +2,7 @@
  * @file Combine.cpp
  * combine: another picture put into a picture, by an operation on its pixels or blended with it.
  */
+#include "tools/Forms.h"
 #include "tools/Operation.h"
 #include "tools/PictureFile.h"
 #include "tools/Values.h"
@@ -115,20 +116,6 @@ Request read_request(const Arguments& arguments)
     request.operation = require_word(kOperations, "--operation", arguments.value("--operation").value_or("copy"));
     request.operation |= arguments.has("--keyed") ? COMBINE_KEYED : 0;
     return request;
-}
-
-/** A picture as a mask: its gray levels. */
-std::unique_ptr<Bitmap> load_mask(const std::string& name)
-{
-    std::unique_ptr<Bitmap> mask = load_bitmap(name, unseen);
-    BITMAPHANDLE& record = mask->record();
-    const bool is_gray = record.Order == COLORORDER_GRAY && (record.BitsPerPixel == 8 || record.BitsPerPixel == 16);
-    if (!is_gray) {
-        check(V_ColorResBitmap(&record, nullptr, 0, 8, COLORRES_NODITHER | COLORRES_ORDER(COLORORDER_GRAY), nullptr,
-                               nullptr, 0),
-              "making the mask gray");
-    }
-    return mask;
 }
 
 void combine(Bitmap& bitmap, const Request& request)

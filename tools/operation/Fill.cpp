@@ -2,6 +2,7 @@
  * @file Fill.cpp
  * fill, alpha and scramble: colours and patterns, a picture's alpha, and parts hidden from view.
  */
+#include "tools/Forms.h"
 #include "tools/Operation.h"
 #include "tools/PictureFile.h"
 #include "tools/Values.h"
@@ -76,16 +77,6 @@ const Option kAlphaOptions[] = {
     {"--premultiply", nullptr, "multiply colours by alpha"},
     {"--unpremultiply", nullptr, "divide colours by alpha"},
 };
-
-/** Pixels without alpha get some, opaque. */
-void have_alpha(BITMAPHANDLE& record)
-{
-    if (record.BitsPerPixel == 32 || record.BitsPerPixel == 64) {
-        return;
-    }
-    const bool is_deep = record.BitsPerPixel == 48 || (record.Order == COLORORDER_GRAY && record.BitsPerPixel > 8);
-    check(V_ColorResBitmap(&record, nullptr, 0, is_deep ? 64 : 32, 0, nullptr, nullptr, 0), "adding alpha");
-}
 
 void take_alpha(BITMAPHANDLE& record)
 {
