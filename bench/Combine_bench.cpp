@@ -60,9 +60,9 @@ struct Pair {
 };
 
 constexpr Pair kPairs[] = {
-    {"24 to 24", k24, k24},     {"24 to 32", k24, k32},        {"24 BGR to RGB", k24, kSwapped}, {"32 to 24", k32, k24},
-    {"24 to gray", k24, kGray}, {"gray to 24", kGray, k24},    {"24 to 48", k24, k48},           {"8 to 24", kIndex, k24},
-    {"1 to gray", k1, kGray},   {"24 to 5-6-5", k24, k565},    {"5-6-5 to 24", k565, k24},
+    {"24 to 24", k24, k24},     {"24 to 32", k24, k32},     {"24 BGR to RGB", k24, kSwapped}, {"32 to 24", k32, k24},
+    {"24 to gray", k24, kGray}, {"gray to 24", kGray, k24}, {"24 to 48", k24, k48},           {"8 to 24", kIndex, k24},
+    {"1 to gray", k1, kGray},   {"24 to 5-6-5", k24, k565}, {"5-6-5 to 24", k565, k24},
 };
 
 void convert(benchmark::State& state, const Pair& pair, Size size)
@@ -71,8 +71,7 @@ void convert(benchmark::State& state, const Pair& pair, Size size)
     from.paint();
     Bitmap to(pair.to, size);
     against_memcpy(state, size.bytes(pair.from.bits), size.bytes(pair.to.bits), size.pixels(), [&] {
-        expect_success(
-            state, V_CombineBitmap(to.get(), 0, 0, size.width, size.height, from.get(), 0, 0, COMBINE_COPY));
+        expect_success(state, V_CombineBitmap(to.get(), 0, 0, size.width, size.height, from.get(), 0, 0, COMBINE_COPY));
     });
 }
 
@@ -127,7 +126,9 @@ void combine(benchmark::State& state, Form form, uint32_t operation, int32_t col
     });
 }
 
-void blend(benchmark::State& state, Form form, uint32_t mode, bool is_masked, Size size)
+/// Pixels with alpha become opaque little by little, so they are from the start, or with `is_renewed` put back before
+/// each time.
+void blend(benchmark::State& state, Form form, uint32_t mode, bool is_masked, Size size, bool is_renewed = false)
 {
     Bitmap from(form, size);
     Bitmap to(form, size);
@@ -136,10 +137,19 @@ void blend(benchmark::State& state, Form form, uint32_t mode, bool is_masked, Si
     to.paint();
     mask.paint();
     const Bytes bytes{2 * size.bytes(form.bits) + (is_masked ? size.pixels() : 0), size.bytes(form.bits)};
-    against_memcpy(state, bytes.read, bytes.written, size.pixels(), [&] {
-        expect_success(state, V_BlendBitmap(to.get(), 0, 0, size.width, size.height, from.get(), 0, 0,
-                                            is_masked ? mask.get() : nullptr, 0, 0, mode, 65535));
-    });
+    if (!is_renewed && form.bits == 32)
+        V_SetBitmapAlphaValue(to.get(), 255);
+    const std::vector<uint8_t> before(to.data(), to.data() + to.bytes());
+    against_memcpy(
+        state, bytes.read, bytes.written, size.pixels(),
+        [&] {
+            expect_success(state, V_BlendBitmap(to.get(), 0, 0, size.width, size.height, from.get(), 0, 0,
+                                                is_masked ? mask.get() : nullptr, 0, 0, mode, 65535));
+        },
+        [&] {
+            if (is_renewed)
+                std::memcpy(to.data(), before.data(), before.size());
+        });
 }
 
 struct Change {
@@ -155,7 +165,10 @@ const Change kChanges[] = {
     {"add, gray", kGray, false, [](auto& state, Size size) { combine(state, kGray, COMBINE_ADD, 3, 10, size); }},
     {"over, premultiplied", k32, false,
      [](auto& state, Size size) { blend(state, k32, BLEND_PREMULTIPLIED, false, size); }},
-    {"over, straight", k32, false, [](auto& state, Size size) { blend(state, k32, BLEND_SRC_OVER, false, size); }},
+    {"over, straight", k32, false,
+     [](auto& state, Size size) { blend(state, k32, BLEND_SRC_OVER, false, size, true); }},
+    {"over opaque, straight", k32, false,
+     [](auto& state, Size size) { blend(state, k32, BLEND_SRC_OVER, false, size); }},
     {"mix by a mask, gray", kGray, true, [](auto& state, Size size) { blend(state, kGray, 0, true, size); }},
     {"mix by a mask, 24", k24, true, [](auto& state, Size size) { blend(state, k24, 0, true, size); }},
 };
@@ -271,8 +284,10 @@ void rasterop_leptonica(benchmark::State& state, int operation, int32_t column, 
 }
 
 [[maybe_unused]] const bool kLeptonica = [] {
-    add_one("combine/or, 1 bit, Leptonica", [](benchmark::State& s) { rasterop_leptonica(s, PIX_SRC | PIX_DST, 3, 10); });
-    add_one("combine/xor, 1 bit, Leptonica", [](benchmark::State& s) { rasterop_leptonica(s, PIX_SRC ^ PIX_DST, 5, 2); });
+    add_one("combine/or, 1 bit, Leptonica",
+            [](benchmark::State& s) { rasterop_leptonica(s, PIX_SRC | PIX_DST, 3, 10); });
+    add_one("combine/xor, 1 bit, Leptonica",
+            [](benchmark::State& s) { rasterop_leptonica(s, PIX_SRC ^ PIX_DST, 5, 2); });
     return true;
 }();
 

@@ -2,7 +2,7 @@
 // have for it on the same pixels, and what the machine allows.
 //
 // A flood by two colours in turns, both within the tolerance, finds the same pixels every time. At 1 bit that is not to
-// be had, so the page is put back before each; the figure has that in it.
+// be had, so the page is put back before each.
 #include "bench/Limits.h"
 #include "bench/Pictures.h"
 
@@ -92,10 +92,10 @@ void flood_page(benchmark::State& state)
 {
     Bitmap bitmap(k1);
     const std::vector<uint8_t> before(bitmap.data(), bitmap.data() + bitmap.bytes());
-    against_memcpy(state, kPage.bytes(1), kPage.bytes(1), kPage.pixels(), [&] {
-        std::memcpy(bitmap.data(), before.data(), before.size());
-        expect_success(state, V_FloodFillBitmap(bitmap.get(), 0, 0, 0x01000001u, 0, 0, 0));
-    });
+    against_memcpy(
+        state, kPage.bytes(1), kPage.bytes(1), kPage.pixels(),
+        [&] { expect_success(state, V_FloodFillBitmap(bitmap.get(), 0, 0, 0x01000001u, 0, 0, 0)); },
+        [&] { std::memcpy(bitmap.data(), before.data(), before.size()); });
 }
 
 void add_limit(const char* name, Traffic traffic, uint64_t read, uint64_t written)
@@ -157,8 +157,7 @@ template <class Op> void add_peer(const char* name, Form form, uint64_t read, ui
                                  kPhotoHeight);
     });
     add_peer("put alpha, libyuv", k32, kPhoto.bytes(40), kPhoto.bytes(32), [](Bitmap& to, Bitmap& gray) {
-        libyuv::ARGBCopyYToAlpha(gray.data(), gray.stride_int(), to.data(), to.stride_int(), kPhotoWidth,
-                                 kPhotoHeight);
+        libyuv::ARGBCopyYToAlpha(gray.data(), gray.stride_int(), to.data(), to.stride_int(), kPhotoWidth, kPhotoHeight);
     });
     return true;
 }();
@@ -192,11 +191,12 @@ void flood_leptonica(benchmark::State& state)
                         sizeof word);
             pixGetData(open)[y * pixGetWpl(open) + i] = ~__builtin_bswap32(word);
         }
-    against_memcpy(state, kPage.bytes(1), kPage.bytes(1), kPage.pixels(), [&] {
-        pixClearAll(filled);
-        pixSetPixel(filled, 0, 0, 1);
-        pixSeedfillBinary(filled, filled, open, 4);
-    });
+    against_memcpy(
+        state, kPage.bytes(1), kPage.bytes(1), kPage.pixels(), [&] { pixSeedfillBinary(filled, filled, open, 4); },
+        [&] {
+            pixClearAll(filled);
+            pixSetPixel(filled, 0, 0, 1);
+        });
     pixDestroy(&open);
     pixDestroy(&filled);
 }

@@ -40,6 +40,7 @@ public:
         if (V_CreateBitmap(&record_, BITMAPHANDLE_SIZE, TYPE_CONV, size.width, size.height, form.bits, form.order,
                            nullptr, TOP_LEFT, nullptr, 0) != SUCCESS)
             throw std::bad_alloc();
+        record_.Order = form.order; // which at 8 bits would be that of a palette
     }
     explicit Bitmap(Form form) : Bitmap(form, size_of(form.bits)) { paint(); }
     Bitmap(const Bitmap&) = delete;

@@ -13,6 +13,25 @@ namespace {
 /// Pixels of one to eight bytes come round in three lines, those of seven and five bits do not have whole bytes.
 constexpr size_t kPatternLines = 3;
 
+/// Up to eight bytes, the others 0.
+uint64_t load_bytes(const uint8_t* from, size_t bytes) noexcept
+{
+    uint64_t word = 0;
+    if (bytes == sizeof word) // which need not ask for a copy of any size
+        std::memcpy(&word, from, sizeof word);
+    else
+        std::memcpy(&word, from, bytes);
+    return word;
+}
+
+void store_bytes(uint8_t* to, uint64_t word, size_t bytes) noexcept
+{
+    if (bytes == sizeof word)
+        std::memcpy(to, &word, sizeof word);
+    else
+        std::memcpy(to, &word, bytes);
+}
+
 } // namespace
 
 FillRun::FillRun(const BITMAPHANDLE& bitmap, COLORREF color, bool is_large) noexcept
@@ -65,6 +84,26 @@ void FillRun::run(Line to, int32_t count) noexcept
                            uint64_t{bits_} * static_cast<uint32_t>(phase),
                            uint64_t{bits_} * static_cast<uint32_t>(some), order_);
         done += some;
+    }
+}
+
+void FillRun::run_chosen(Line to, const uint8_t* chosen, int32_t count) const noexcept
+{
+    constexpr int32_t kWord = 8;
+    const uint64_t ink = pixels_[0] & 0x80 ? ~uint64_t{0} : 0;
+    const int32_t end = to.column + count;
+    const int32_t bytes = (end + 7) / 8;
+    for (int32_t i = to.column / 8; i < bytes; i += kWord) {
+        const auto some = static_cast<size_t>(std::min(bytes - i, kWord));
+        uint64_t marks = load_bytes(chosen + i, some);
+        if (marks == 0)
+            continue;
+        const int32_t before = std::max(to.column - 8 * i, 0);
+        const int32_t behind = std::max(8 * (i + kWord) - end, 0);
+        marks &= ~uint64_t{0} << before & ~uint64_t{0} >> behind;
+        marks = combine::reverse_bits_in_bytes(marks);
+        const uint64_t word = (load_bytes(to.data + i, some) & ~marks) | (ink & marks);
+        store_bytes(to.data + i, word, some);
     }
 }
 

@@ -85,13 +85,15 @@ Words spread_bits(const uint64_t* open, uint64_t* filled, Words range, int32_t w
 {
     int32_t end = range.first;
     for (uint64_t carry = 0; end < range.end || (end < words && carry & open[end]); ++end) {
-        filled[end] = spread_up(filled[end] | (carry & open[end]), open[end]);
+        if (filled[end] != open[end])
+            filled[end] = spread_up(filled[end] | (carry & open[end]), open[end]);
         carry = filled[end] >> 63;
     }
     int32_t first = end;
     for (uint64_t carry = 0; first > range.first || (first > 0 && carry & open[first - 1]);) {
         --first;
-        filled[first] = spread_down(filled[first] | (carry & open[first]), open[first]);
+        if (filled[first] != open[first])
+            filled[first] = spread_down(filled[first] | (carry & open[first]), open[first]);
         carry = filled[first] << 63;
     }
     return {first, end};
