@@ -13,23 +13,29 @@ namespace {
 /// Pixels of one to eight bytes come round in three lines, those of seven and five bits do not have whole bytes.
 constexpr size_t kPatternLines = 3;
 
-/// Up to eight bytes, the others 0.
-uint64_t load_bytes(const uint8_t* from, size_t bytes) noexcept
+constexpr int32_t kWordPixels = 64;
+
+/// Gives the ink to pixels that are chosen and among `wanted` of a word, of which there are so many bytes.
+inline void choose_bytes(uint8_t* to, const uint8_t* chosen, uint64_t ink, int32_t word, uint64_t wanted,
+                         size_t bytes) noexcept
 {
-    uint64_t word = 0;
-    if (bytes == sizeof word) // which need not ask for a copy of any size
-        std::memcpy(&word, from, sizeof word);
-    else
-        std::memcpy(&word, from, bytes);
-    return word;
+    const size_t at = sizeof(uint64_t) * static_cast<uint32_t>(word);
+    uint64_t marks = 0;
+    uint64_t pixels = 0;
+    std::memcpy(&marks, chosen + at, bytes);
+    std::memcpy(&pixels, to + at, bytes);
+    marks = combine::reverse_bits_in_bytes(marks & wanted);
+    pixels = (pixels & ~marks) | (ink & marks);
+    std::memcpy(to + at, &pixels, bytes);
 }
 
-void store_bytes(uint8_t* to, uint64_t word, size_t bytes) noexcept
+/// The same for a word that the run, up to `end`, has a part of.
+void choose_within(Line to, const uint8_t* chosen, uint64_t ink, int32_t word, int32_t end) noexcept
 {
-    if (bytes == sizeof word)
-        std::memcpy(to, &word, sizeof word);
-    else
-        std::memcpy(to, &word, bytes);
+    const int32_t first = std::max(to.column - word * kWordPixels, 0);
+    const int32_t last = std::min(end - word * kWordPixels, kWordPixels);
+    const uint64_t wanted = ~uint64_t{0} << first & ~uint64_t{0} >> (kWordPixels - last);
+    choose_bytes(to.data, chosen, ink, word, wanted, static_cast<size_t>(last + 7) / 8);
 }
 
 } // namespace
@@ -89,22 +95,16 @@ void FillRun::run(Line to, int32_t count) noexcept
 
 void FillRun::run_chosen(Line to, const uint8_t* chosen, int32_t count) const noexcept
 {
-    constexpr int32_t kWord = 8;
     const uint64_t ink = pixels_[0] & 0x80 ? ~uint64_t{0} : 0;
     const int32_t end = to.column + count;
-    const int32_t bytes = (end + 7) / 8;
-    for (int32_t i = to.column / 8; i < bytes; i += kWord) {
-        const auto some = static_cast<size_t>(std::min(bytes - i, kWord));
-        uint64_t marks = load_bytes(chosen + i, some);
-        if (marks == 0)
-            continue;
-        const int32_t before = std::max(to.column - 8 * i, 0);
-        const int32_t behind = std::max(8 * (i + kWord) - end, 0);
-        marks &= ~uint64_t{0} << before & ~uint64_t{0} >> behind;
-        marks = combine::reverse_bits_in_bytes(marks);
-        const uint64_t word = (load_bytes(to.data + i, some) & ~marks) | (ink & marks);
-        store_bytes(to.data + i, word, some);
-    }
+    int32_t first = to.column / kWordPixels;
+    const int32_t behind = end / kWordPixels;
+    if (to.column % kWordPixels != 0)
+        choose_within(to, chosen, ink, first++, end);
+    for (int32_t i = first; i < behind; ++i)
+        choose_bytes(to.data, chosen, ink, i, ~uint64_t{0}, sizeof ink);
+    if (end % kWordPixels != 0 && first <= behind)
+        choose_within(to, chosen, ink, behind, end);
 }
 
 void FillRun::run(Line to, Line, Line, int32_t count) noexcept

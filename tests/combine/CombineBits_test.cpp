@@ -1,5 +1,6 @@
 // Putting bitmaps into bitmaps bit by bit: every operation, offset, depth, overlap and storage, against pictures that
 // are combined one pixel at a time; conversion on the way; rectangles and arguments of every wrong kind; failures.
+#include "kernel/combine/Bits.h"
 #include "tests/combine/CombineSupport.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/MemoryFiles.h"
@@ -292,6 +293,30 @@ TEST(CombineBits, CopyKnowsWhatRecordsSay)
     EXPECT_EQ((Picture{4, 1, {1, 0, 1, 1}}), read(white_first.get()));
     ASSERT_EQ(SUCCESS, put(white_first, black_first, {0, 0, 4, 1, 0, 0}, COMBINE_COPY | COMBINE_RAW));
     EXPECT_EQ((Picture{4, 1, {0, 1, 0, 1}}), read(white_first.get()));
+
+    // Grays into a palette of all of them keep their level.
+    TestBitmap ramp;
+    ASSERT_EQ(SUCCESS, ramp.create(TYPE_CONV, 4, 1, 8, COLORORDER_GRAY));
+    ASSERT_EQ(SUCCESS, put(ramp, white_first, {0, 0, 4, 1, 0, 0}, COMBINE_COPY));
+    EXPECT_EQ((Picture{4, 1, {255, 0, 255, 0}}), read(ramp.get()));
+}
+
+// What the comparisons at every level rest on: the loops do all whole vectors of a row.
+TEST(CombineBits, FastFormsAreTaken)
+{
+    const std::vector<uint8_t> from(400, 0x5A);
+    std::vector<uint8_t> to(400);
+    const combine::Logic logic(0x6);
+    for (const uint32_t shift : {0u, 3u}) {
+        if (pixel::cpu_level() >= pixel::Cpu::avx2) {
+            EXPECT_EQ(96u, combine::logic_bytes_avx2(to.data(), from.data(), 99, shift, logic,
+                                                     combine::BitOrder::high_first));
+        }
+        if (pixel::cpu_level() >= pixel::Cpu::avx512) {
+            EXPECT_EQ(99u, combine::logic_bytes_avx512(to.data(), from.data(), 99, shift, logic,
+                                                       combine::BitOrder::low_first));
+        }
+    }
 }
 
 TEST(CombineBits, RectanglesOfEveryKind)
