@@ -8,7 +8,7 @@
 
 namespace vk::combine {
 
-/// Pixels that no vector has more of.
+/// Pixels that no vector has more of; of pixels of four bytes it has no more than a quarter.
 constexpr size_t kRestPixels = 64;
 
 /// Rows of pixels that are changed by those of a source, under a mask of a byte a pixel; either may be null.
@@ -18,7 +18,8 @@ struct RestOf {
     const uint8_t* mask;
 };
 
-/// Calls `loop(rows, kRestPixels)` with copies of fewer pixels, each of `bytes` bytes, up to four, on all sides.
+/// Calls `loop(rows, room)` with copies of fewer than kRestPixels pixels, each of `bytes` bytes, up to four, and of
+/// what more fills the last vector.
 template <class Loop> void run_rest(const RestOf& rows, size_t count, size_t bytes, Loop loop) noexcept
 {
     alignas(64) uint8_t from[4 * kRestPixels] = {};
@@ -29,7 +30,8 @@ template <class Loop> void run_rest(const RestOf& rows, size_t count, size_t byt
     if (rows.mask)
         std::memcpy(mask, rows.mask, count);
     std::memcpy(to, rows.to, count * bytes);
-    loop(RestOf{from, to, mask}, kRestPixels);
+    constexpr size_t kQuarter = kRestPixels / 4;
+    loop(RestOf{from, to, mask}, bytes == 4 ? (count + kQuarter - 1) / kQuarter * kQuarter : kRestPixels);
     std::memcpy(rows.to, to, count * bytes);
 }
 

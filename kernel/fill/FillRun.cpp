@@ -70,9 +70,12 @@ void FillRun::stream(uint8_t* to, size_t bytes) const noexcept
     if (combine::level() >= pixel::Cpu::avx512) {
         stream_pattern_avx512(to, pattern, lines);
     } else {
-        for (size_t i = 0; i < lines * kLine; i += sizeof(__m128i))
-            _mm_stream_si128(reinterpret_cast<__m128i*>(to + i),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(pattern + i % (kPatternLines * kLine))));
+        for (size_t line = 0; line < lines; ++line) {
+            const uint8_t* const part = pattern + line % kPatternLines * kLine;
+            for (size_t i = 0; i < kLine; i += sizeof(__m128i))
+                _mm_stream_si128(reinterpret_cast<__m128i*>(to + line * kLine + i),
+                                 _mm_loadu_si128(reinterpret_cast<const __m128i*>(part + i)));
+        }
     }
     std::memcpy(to + lines * kLine, pattern + lines % kPatternLines * kLine, bytes - lead - lines * kLine);
 }
