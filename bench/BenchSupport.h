@@ -63,14 +63,16 @@ private:
 };
 
 /// Runs a benchmark: `op` handles `pixels` pixels, reads and writes so many bytes. Short operations run in batches long
-/// enough for the clock; the time reported is that of one.
-template <class Op>
-void against_memcpy(benchmark::State& state, uint64_t bytes_read, uint64_t bytes_written, uint64_t pixels, Op&& op)
+/// enough for the clock; the time reported is that of one. `prepare` comes before each batch, and does not count.
+template <class Op, class Prepare>
+void against_memcpy(benchmark::State& state, uint64_t bytes_read, uint64_t bytes_written, uint64_t pixels, Op&& op,
+                    Prepare&& prepare)
 {
     constexpr double kLeastBatch = 50e-6;
     constexpr double kLeastTotal = 0.4;
     constexpr size_t kLeastRounds = 11;
     Yardstick copy(bytes_read, bytes_written);
+    prepare();
     seconds_per_run(op, 1); // warms both up
     seconds_per_run(copy, 1);
     const double once = std::max(std::min(seconds_per_run(op, 2), seconds_per_run(copy, 2)), 1e-9);
@@ -81,6 +83,7 @@ void against_memcpy(benchmark::State& state, uint64_t bytes_read, uint64_t bytes
         std::vector<double> copy_times;
         const auto start = Clock::now();
         do {
+            prepare();
             copy_times.push_back(seconds_per_run(copy, batch));
             op_times.push_back(seconds_per_run(op, batch));
         } while (op_times.size() < kLeastRounds ||
@@ -90,6 +93,12 @@ void against_memcpy(benchmark::State& state, uint64_t bytes_read, uint64_t bytes
         state.counters["x_memcpy"] = op_time / median(copy_times);
         state.counters["pixels/s"] = static_cast<double>(pixels) / op_time;
     }
+}
+
+template <class Op>
+void against_memcpy(benchmark::State& state, uint64_t bytes_read, uint64_t bytes_written, uint64_t pixels, Op&& op)
+{
+    against_memcpy(state, bytes_read, bytes_written, pixels, op, [] {});
 }
 
 /// Memory that begins at a page, as the library's own storage does.

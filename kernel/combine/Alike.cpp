@@ -160,9 +160,7 @@ uint64_t Alike::match_bits(const uint8_t* pixels, int32_t count) const noexcept
 {
     uint64_t word = 0;
     std::memcpy(&word, pixels, static_cast<size_t>(count + 7) / 8);
-    word = (word >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (word & 0x0F0F0F0F0F0F0F0Fu) << 4;
-    word = (word >> 2 & 0x3333333333333333u) | (word & 0x3333333333333333u) << 2;
-    word = (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
+    word = reverse_bits_in_bytes(word);
     const uint64_t alike = (is_alike_[1] ? word : 0) | (is_alike_[0] ? ~word : 0);
     return alike & (~uint64_t{0} >> (kWordPixels - count));
 }
@@ -222,9 +220,26 @@ uint64_t Alike::match_word(const uint8_t* pixels, int32_t count) const noexcept
     return form_.deep_gray() || form_.bits == 16 ? match_samples(pixels, count) : match_words(pixels, count);
 }
 
+/// Pixels of one bit, whole words of them.
+int32_t Alike::match_bit_words(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept
+{
+    const uint64_t set = is_alike_[1] ? ~uint64_t{0} : 0;
+    const uint64_t clear = is_alike_[0] ? ~uint64_t{0} : 0;
+    const int32_t whole = count / kWordPixels;
+    for (int32_t i = 0; i < whole; ++i) {
+        uint64_t word = 0;
+        std::memcpy(&word, pixels + sizeof word * static_cast<uint32_t>(i), sizeof word);
+        word = reverse_bits_in_bytes(word);
+        words[i] = (word & set) | (~word & clear);
+    }
+    return whole;
+}
+
 /// As many words as there is a fast way for.
 int32_t Alike::match_fast(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept
 {
+    if (form_.bits == 1)
+        return match_bit_words(pixels, count, words);
     const bool is_bytes =
         form_.bits == 24 || (form_.bits == 32 && !form_.deep_gray()) || (form_.bits == 8 && is_index_range_);
     if (!is_bytes || level() < pixel::Cpu::avx2)

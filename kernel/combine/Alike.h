@@ -45,6 +45,7 @@ private:
     uint64_t match_indices(const uint8_t* pixels, int32_t count) const noexcept;
     uint64_t match_samples(const uint8_t* pixels, int32_t count) const noexcept;
     uint64_t match_words(const uint8_t* pixels, int32_t count) const noexcept;
+    int32_t match_bit_words(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept;
     int32_t match_fast(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept;
 
     PixelForm form_;

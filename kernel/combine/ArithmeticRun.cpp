@@ -58,16 +58,18 @@ void ArithmeticRun::run_lanes(Line to, const uint8_t* from, int32_t count) noexc
 
 void ArithmeticRun::run(Line to, Line from, Line, int32_t count) noexcept
 {
+    const bool by_channels = !by_palette_ && !form_.deep_gray() && form_.bits != 16;
+    const int32_t most = by_channels && converter_.moves_bits() ? count : kChunk;
     for (int32_t done = 0; done < count;) {
-        const int32_t some = std::min(count - done, kChunk);
+        const int32_t some = std::min(count - done, most);
         const uint8_t* const source = source_.take({from.data, from.column + done}, some);
         const Line place{to.data, to.column + done};
         if (by_palette_)
             run_palette(place, source, some);
-        else if (form_.deep_gray() || form_.bits == 16)
-            run_lanes(place, source, some);
-        else
+        else if (by_channels)
             run_channels(place, source, some);
+        else
+            run_lanes(place, source, some);
         done += some;
     }
 }

@@ -81,8 +81,10 @@ void combine_bytes(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shif
         std::memcpy(to, from, bytes);
         return;
     }
-    for (size_t i = byte_logic()(to, from, bytes, shift, logic, order); i < bytes; ++i)
-        combine_within(to[i], 0, from + i, shift, 8, logic, order);
+    size_t done = byte_logic()(to, from, bytes, shift, logic, order);
+    done += logic_bytes_plain(to + done, from + done, bytes - done, shift, logic, order);
+    for (; done < bytes; ++done)
+        combine_within(to[done], 0, from + done, shift, 8, logic, order);
 }
 
 } // namespace

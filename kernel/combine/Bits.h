@@ -53,12 +53,20 @@ inline void copy_bits(uint8_t* to, uint64_t to_bit, const uint8_t* from, uint64_
     combine_bits(to, to_bit, from, from_bit, count, Logic(kCopyAnswers), order);
 }
 
+/// Between rows whose first bit is the highest and those where it is the lowest.
+constexpr uint64_t reverse_bits_in_bytes(uint64_t word) noexcept
+{
+    word = (word >> 4 & 0x0F0F0F0F0F0F0F0Fu) | (word & 0x0F0F0F0F0F0F0F0Fu) << 4;
+    word = (word >> 2 & 0x3333333333333333u) | (word & 0x3333333333333333u) << 2;
+    return (word >> 1 & 0x5555555555555555u) | (word & 0x5555555555555555u) << 1;
+}
+
 /// Copies bytes past the caches; for much at a time. stream_fence comes behind the last.
 void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
 void stream_fence() noexcept;
 
 /// Whole bytes, the source `shift` (0 to 7) bits further on; of the byte behind the last the source bits that are
-/// wanted are there. Returns how many bytes it did, a whole number of its vectors.
+/// wanted are there. Returns how many bytes it did: a whole number of its vectors, or with masks all.
 using ByteLogic = size_t (*)(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
                              BitOrder order) noexcept;
 size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,

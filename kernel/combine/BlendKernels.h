@@ -7,18 +7,23 @@
 
 namespace vk::combine {
 
-/// Pixels of four bytes, alpha last. With alphas a and b of source and destination, the premultiplied form is
-///     min(255, s + d (255 - a) / 255)
-/// for all channels, and the straight one
-///     (255 a s + b (255 - a) d) / (255 a + b (255 - a))
-/// for colours.
-size_t over_premultiplied_avx2(const uint8_t* from, uint8_t* to, size_t count) noexcept;
-size_t over_premultiplied_avx512(const uint8_t* from, uint8_t* to, size_t count) noexcept;
-size_t over_straight_avx2(const uint8_t* from, uint8_t* to, size_t count) noexcept;
-size_t over_straight_avx512(const uint8_t* from, uint8_t* to, size_t count) noexcept;
+using BlendLoop = size_t(const uint8_t* from, uint8_t* to, const uint8_t* mask, size_t count) noexcept;
 
-/// Opaque pixels of one or three bytes under a mask m: (m s + (255 - m) d) / 255.
-size_t mix_avx2(const uint8_t* from, uint8_t* to, const uint8_t* mask, size_t count, int channels) noexcept;
-size_t mix_avx512(const uint8_t* from, uint8_t* to, const uint8_t* mask, size_t count, int channels) noexcept;
+// Pixels of four bytes, alpha last; there is no mask. With alphas a and b of source and destination, the premultiplied
+// form is
+//     min(255, s + d (255 - a) / 255)
+// for all channels, and the straight one
+//     (255 a s + b (255 - a) d) / (255 a + b (255 - a))
+// for colours, which over opaque pixels is a mix under a as below.
+BlendLoop over_premultiplied_avx2;
+BlendLoop over_premultiplied_avx512;
+BlendLoop over_straight_avx2;
+BlendLoop over_straight_avx512;
+
+// Opaque pixels of one or three bytes under a mask m: (m s + (255 - m) d) / 255.
+BlendLoop mix_gray_avx2;
+BlendLoop mix_gray_avx512;
+BlendLoop mix_24_avx2;
+BlendLoop mix_24_avx512;
 
 } // namespace vk::combine

@@ -1,7 +1,6 @@
 #include "kernel/combine/BlendRun.h"
 
-#include "kernel/combine/BlendKernels.h"
-#include "kernel/combine/Level.h"
+#include "kernel/combine/Rest.h"
 
 #include <algorithm>
 #include <cmath>
@@ -160,34 +159,49 @@ void BlendRun::run_chunk(Line to, Line from, Line mask, int32_t count) noexcept
         copy_bits(to.data, place, packed_, 0, length, bit_order(form_.bits));
 }
 
-/// As many pixels as there is a fast way for. Returns their number.
-int32_t BlendRun::run_fast(Line to, Line from, Line mask, int32_t count) noexcept
+BlendLoop* BlendRun::fast_loop(pixel::Cpu cpu) const noexcept
 {
-    const pixel::Cpu cpu = level();
-    if (fast_ == Fast::none || cpu < pixel::Cpu::avx2)
-        return 0;
+    if (cpu < pixel::Cpu::avx2)
+        return nullptr;
     const bool is_wide = cpu >= pixel::Cpu::avx512;
+    switch (fast_) {
+    case Fast::mix:
+        return form_.bits == 8 ? is_wide ? mix_gray_avx512 : mix_gray_avx2 : is_wide ? mix_24_avx512 : mix_24_avx2;
+    case Fast::over_straight:
+        return is_wide ? over_straight_avx512 : over_straight_avx2;
+    case Fast::over_premultiplied:
+        return is_wide ? over_premultiplied_avx512 : over_premultiplied_avx2;
+    default:
+        return nullptr;
+    }
+}
+
+/// Up to kChunk pixels, and with no conversion before them all there are.
+void BlendRun::run_fast(BlendLoop* loop, Line to, Line from, Line mask, int32_t count) noexcept
+{
     const auto all = static_cast<size_t>(count);
-    const uint8_t* const source = source_.take(from, count);
-    uint8_t* const place = to.data + bit_of(to.column, form_.bits) / 8;
-    if (fast_ == Fast::mix)
-        return static_cast<int32_t>(
-            (is_wide ? mix_avx512 : mix_avx2)(source, place, mask.data + mask.column, all, form_.bits / 8));
-    if (fast_ == Fast::over_straight)
-        return static_cast<int32_t>((is_wide ? over_straight_avx512 : over_straight_avx2)(source, place, all));
-    return static_cast<int32_t>((is_wide ? over_premultiplied_avx512 : over_premultiplied_avx2)(source, place, all));
+    const auto bytes = static_cast<size_t>(form_.bits / 8);
+    const RestOf rows{source_.take(from, count), to.data + bytes * static_cast<uint32_t>(to.column),
+                      mask.data ? mask.data + mask.column : nullptr};
+    const size_t done = loop(rows.from, rows.to, rows.mask, all);
+    if (done < all)
+        run_rest({rows.from + bytes * done, rows.to + bytes * done, rows.mask ? rows.mask + done : nullptr}, all - done,
+                 bytes,
+                 [loop](const RestOf& rest, size_t room) noexcept { loop(rest.from, rest.to, rest.mask, room); });
 }
 
 void BlendRun::run(Line to, Line from, Line mask, int32_t count) noexcept
 {
     const auto moved = [](Line line, int32_t by) noexcept { return Line{line.data, line.column + by}; };
-    for (int32_t done = 0; done < count;) {
+    BlendLoop* const loop = fast_loop(level());
+    if (loop && converter_.moves_bits())
+        return run_fast(loop, to, from, mask, count);
+    for (int32_t done = 0; done < count; done += kChunk) {
         const int32_t some = std::min(count - done, kChunk);
-        const int32_t fast = run_fast(moved(to, done), moved(from, done), moved(mask, done), some);
-        done += fast;
-        if (fast < some)
-            run_chunk(moved(to, done), moved(from, done), moved(mask, done), some - fast);
-        done += some - fast;
+        if (loop)
+            run_fast(loop, moved(to, done), moved(from, done), moved(mask, done), some);
+        else
+            run_chunk(moved(to, done), moved(from, done), moved(mask, done), some);
     }
 }
 

@@ -3,7 +3,9 @@
 #pragma once
 
 #include "kernel/combine/BlendFormula.h"
+#include "kernel/combine/BlendKernels.h"
 #include "kernel/combine/CoverRows.h"
+#include "kernel/combine/Level.h"
 #include "kernel/combine/PaletteColors.h"
 #include "kernel/combine/PixelLanes.h"
 
@@ -27,15 +29,17 @@ public:
 
     void run(Line to, Line from, Line mask, int32_t count) noexcept override;
 
-    /// Blends that BlendKernels.h has loops for.
-    enum class Fast : uint8_t { none, over_premultiplied, over_straight, mix };
-    Fast fast() const noexcept { return fast_; }
+    /// The loop of BlendKernels.h that is taken at a level; null where there is none for this blend.
+    BlendLoop* fast_loop(pixel::Cpu cpu) const noexcept;
 
 private:
+    /// Blends that there are loops for.
+    enum class Fast : uint8_t { none, over_premultiplied, over_straight, mix };
+
     void choose_forms(const BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept;
     void choose_width() noexcept;
     void choose_fast() noexcept;
-    int32_t run_fast(Line to, Line from, Line mask, int32_t count) noexcept;
+    void run_fast(BlendLoop* loop, Line to, Line from, Line mask, int32_t count) noexcept;
     void run_chunk(Line to, Line from, Line mask, int32_t count) noexcept;
     template <class Wide> void blend_lanes(const PixelLanes* from, PixelLanes* to, int32_t count) const noexcept;
     template <class Wide> Coverage<Wide> coverage(uint32_t alpha, uint32_t mask) const noexcept;

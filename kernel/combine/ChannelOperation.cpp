@@ -1,6 +1,7 @@
 #include "kernel/combine/ChannelOperation.h"
 
 #include "kernel/combine/Level.h"
+#include "kernel/combine/Rest.h"
 
 #include <cstring>
 
@@ -31,16 +32,17 @@ void combine_channels(const Arithmetic& how, const uint8_t* from, uint8_t* to, s
 {
     const size_t in_all = count * static_cast<size_t>(bytes);
     const pixel::Cpu cpu = level();
-    size_t done = 0;
-    if (cpu >= pixel::Cpu::avx512)
-        done = combine_channels_avx512(how, from, to, in_all, bytes, has_alpha);
-    else if (cpu >= pixel::Cpu::avx2)
-        done = combine_channels_avx2(how, from, to, in_all, bytes, has_alpha);
-    const size_t left = (in_all - done) / static_cast<size_t>(bytes);
-    if (bytes == 1)
-        combine_plain<uint8_t>(how, from + done, to + done, left, has_alpha);
-    else
-        combine_plain<uint16_t>(how, from + done, to + done, left, has_alpha);
+    if (cpu < pixel::Cpu::avx2) {
+        bytes == 1 ? combine_plain<uint8_t>(how, from, to, count, has_alpha)
+                   : combine_plain<uint16_t>(how, from, to, count, has_alpha);
+        return;
+    }
+    const auto loop = cpu >= pixel::Cpu::avx512 ? combine_channels_avx512 : combine_channels_avx2;
+    const size_t done = loop(how, from, to, in_all, bytes, has_alpha);
+    if (done < in_all)
+        run_rest({from + done, to + done, nullptr}, in_all - done, 1, [&](const RestOf& rest, size_t room) noexcept {
+            loop(how, rest.from, rest.to, room, bytes, has_alpha);
+        });
 }
 
 } // namespace vk::combine

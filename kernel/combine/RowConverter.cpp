@@ -29,6 +29,14 @@ int32_t order_of(const PixelForm& form) noexcept
     return form.indexed() && !form.gray_levels() ? COLORORDER_RGB : form.order;
 }
 
+bool shows_grays(const PixelForm& form) noexcept
+{
+    const RGBQUAD* const end = form.palette + (size_t{1} << form.bits);
+    return std::all_of(form.palette, end, [](const RGBQUAD& entry) noexcept {
+        return entry.rgbRed == entry.rgbGreen && entry.rgbGreen == entry.rgbBlue;
+    });
+}
+
 void use_range(ConvertJob& job, const PixelForm& form, uint32_t flag) noexcept
 {
     if (!form.deep_gray() || form.full_range())
@@ -137,6 +145,8 @@ int RowConverter::open(const BITMAPHANDLE& from, const PixelForm& to, uint64_t p
         return V_SUCCESS;
     if (to_.indexed() && to_.colors == 0)
         return V_ERROR_INVALID_PARAMETER;
+    if (from_.indexed() && same_form(to_, gray_form()) && shows_grays(from_))
+        to_.order = COLORORDER_GRAY; // the nearest of all grays to a gray is itself, and need not be looked for
     return open_steps(from, pixels, from.Flags & BITMAPFLAG_TRANSPARENCY && to_.has_alpha() && !from_.has_alpha());
 }
 

@@ -1,6 +1,7 @@
 #include "kernel/fill/AlphaRuns.h"
 
 #include "kernel/combine/Level.h"
+#include "kernel/combine/Rest.h"
 #include "kernel/fill/AlphaKernels.h"
 
 #include <algorithm>
@@ -16,16 +17,39 @@ uint8_t* pixels_of(Line line, bool is_deep) noexcept
     return line.data + (is_deep ? size_t{8} : size_t{4}) * static_cast<uint32_t>(line.column);
 }
 
+/// All channels of a pixel, alpha in the highest bits.
+template <class T> struct Whole;
+template <> struct Whole<uint8_t> {
+    using Pixel = uint32_t;
+};
+template <> struct Whole<uint16_t> {
+    using Pixel = uint64_t;
+};
+template <class T> constexpr int kAlphaShift = 3 * 8 * sizeof(T);
+
+// Written so that compilers make vectors of them.
+
 template <class T> void take_plain(const uint8_t* pixels, uint8_t* alphas, size_t count) noexcept
 {
-    for (size_t i = 0; i < count; ++i)
-        std::memcpy(alphas + i * sizeof(T), pixels + (4 * i + 3) * sizeof(T), sizeof(T));
+    for (size_t i = 0; i < count; ++i) {
+        typename Whole<T>::Pixel pixel;
+        std::memcpy(&pixel, pixels + i * sizeof pixel, sizeof pixel);
+        const auto alpha = static_cast<T>(pixel >> kAlphaShift<T>);
+        std::memcpy(alphas + i * sizeof alpha, &alpha, sizeof alpha);
+    }
 }
 
 template <class T> void put_plain(uint8_t* pixels, const uint8_t* alphas, size_t count) noexcept
 {
-    for (size_t i = 0; i < count; ++i)
-        std::memcpy(pixels + (4 * i + 3) * sizeof(T), alphas + i * sizeof(T), sizeof(T));
+    using Pixel = typename Whole<T>::Pixel;
+    for (size_t i = 0; i < count; ++i) {
+        Pixel pixel;
+        T alpha;
+        std::memcpy(&pixel, pixels + i * sizeof pixel, sizeof pixel);
+        std::memcpy(&alpha, alphas + i * sizeof alpha, sizeof alpha);
+        pixel = (pixel & ~(Pixel{static_cast<T>(~T{0})} << kAlphaShift<T>)) | Pixel{alpha} << kAlphaShift<T>;
+        std::memcpy(pixels + i * sizeof pixel, &pixel, sizeof pixel);
+    }
 }
 
 template <class T> void weigh_plain(uint8_t* pixels, size_t count, bool is_division) noexcept
@@ -41,11 +65,11 @@ template <class T> void weigh_plain(uint8_t* pixels, size_t count, bool is_divis
     }
 }
 
-/// Runs the form for the processor: nothing is left to a level that there is none for.
-template <class Avx2, class Avx512> size_t run_fast(Avx2 avx2, Avx512 avx512) noexcept
+/// The form for the processor; null where there is none.
+template <class Loop> Loop* loop_for_level(Loop* avx2, Loop* avx512) noexcept
 {
     const pixel::Cpu cpu = combine::level();
-    return cpu >= pixel::Cpu::avx512 ? avx512() : cpu >= pixel::Cpu::avx2 ? avx2() : 0;
+    return cpu >= pixel::Cpu::avx512 ? avx512 : cpu >= pixel::Cpu::avx2 ? avx2 : nullptr;
 }
 
 } // namespace
@@ -57,8 +81,8 @@ void TakeAlphaRun::run(Line to, Line from, Line, int32_t count) noexcept
     if (is_deep_)
         return take_plain<uint16_t>(pixels, to.data + 2 * static_cast<size_t>(to.column), all);
     uint8_t* const alphas = to.data + to.column;
-    const size_t done = run_fast([&] { return take_alpha_avx2(pixels, alphas, all); },
-                                 [&] { return take_alpha_avx512(pixels, alphas, all); });
+    const auto loop = loop_for_level(take_alpha_avx2, take_alpha_avx512);
+    const size_t done = loop ? loop(pixels, alphas, all) : 0;
     take_plain<uint8_t>(pixels + 4 * done, alphas + done, all - done);
 }
 
@@ -75,8 +99,9 @@ int PutAlphaRun::open(const BITMAPHANDLE& to, const BITMAPHANDLE& alpha) noexcep
 
 void PutAlphaRun::run(Line to, Line from, Line, int32_t count) noexcept
 {
-    for (int32_t done = 0; done < count; done += combine::kChunk) {
-        const int32_t some = std::min(count - done, combine::kChunk);
+    const int32_t most = converter_.moves_bits() ? count : combine::kChunk;
+    for (int32_t done = 0; done < count; done += most) {
+        const int32_t some = std::min(count - done, most);
         const uint8_t* const alphas = source_.take({from.data, from.column + done}, some);
         uint8_t* const pixels = pixels_of({to.data, to.column + done}, is_deep_);
         if (is_deep_)
@@ -101,11 +126,14 @@ void WeighRun::run(Line to, Line, Line, int32_t count) noexcept
     uint8_t* const pixels = pixels_of(to, is_deep_);
     if (is_deep_)
         return weigh_plain<uint16_t>(pixels, all, is_division_);
-    const size_t done = is_division_ ? run_fast([&] { return unpremultiply_avx2(pixels, all); },
-                                                [&] { return unpremultiply_avx512(pixels, all); })
-                                     : run_fast([&] { return premultiply_avx2(pixels, all); },
-                                                [&] { return premultiply_avx512(pixels, all); });
-    weigh_plain<uint8_t>(pixels + 4 * done, all - done, is_division_);
+    const auto loop = is_division_ ? loop_for_level(unpremultiply_avx2, unpremultiply_avx512)
+                                   : loop_for_level(premultiply_avx2, premultiply_avx512);
+    if (!loop)
+        return weigh_plain<uint8_t>(pixels, all, is_division_);
+    const size_t done = loop(pixels, all);
+    if (done < all)
+        combine::run_rest({nullptr, pixels + 4 * done, nullptr}, all - done, 4,
+                          [loop](const combine::RestOf& rest, size_t room) noexcept { loop(rest.to, room); });
 }
 
 } // namespace vk::fill

@@ -26,7 +26,7 @@ bool is_large(BITMAPHANDLE& bitmap, const Area& area) noexcept
 class FloodRun final : public combine::RunOperation {
 public:
     FloodRun(Flood& flood, const BITMAPHANDLE& bitmap, COLORREF color) noexcept
-        : flood_(flood), fill_(bitmap, color, false)
+        : flood_(flood), fill_(bitmap, color, false), is_one_bit_(bitmap.BitsPerPixel == 1)
     {}
 
     int begin_row(int32_t row, int32_t left) noexcept override
@@ -38,6 +38,8 @@ public:
     void run(Line to, Line, Line, int32_t count) noexcept override
     {
         const int32_t end = left_ + to.column + count;
+        if (is_one_bit_) // whose rows and lines both begin with whole bytes
+            return fill_.run_chosen(to, reinterpret_cast<const uint8_t*>(words_) + left_ / 8, count);
         for (int32_t column = next(left_ + to.column, end, 0); column < end;) {
             const int32_t behind = next(column, end, ~uint64_t{0});
             fill_.run({to.data, column - left_}, behind - column);
@@ -60,6 +62,7 @@ private:
 
     Flood& flood_;
     FillRun fill_;
+    const bool is_one_bit_;
     const uint64_t* words_ = nullptr;
     int32_t left_ = 0;
 };

@@ -13,6 +13,31 @@ namespace {
 /// Pixels of one to eight bytes come round in three lines, those of seven and five bits do not have whole bytes.
 constexpr size_t kPatternLines = 3;
 
+constexpr int32_t kWordPixels = 64;
+
+/// Gives the ink to pixels that are chosen and among `wanted` of a word, of which there are so many bytes.
+inline void choose_bytes(uint8_t* to, const uint8_t* chosen, uint64_t ink, int32_t word, uint64_t wanted,
+                         size_t bytes) noexcept
+{
+    const size_t at = sizeof(uint64_t) * static_cast<uint32_t>(word);
+    uint64_t marks = 0;
+    uint64_t pixels = 0;
+    std::memcpy(&marks, chosen + at, bytes);
+    std::memcpy(&pixels, to + at, bytes);
+    marks = combine::reverse_bits_in_bytes(marks & wanted);
+    pixels = (pixels & ~marks) | (ink & marks);
+    std::memcpy(to + at, &pixels, bytes);
+}
+
+/// The same for a word that the run, up to `end`, has a part of.
+void choose_within(Line to, const uint8_t* chosen, uint64_t ink, int32_t word, int32_t end) noexcept
+{
+    const int32_t first = std::max(to.column - word * kWordPixels, 0);
+    const int32_t last = std::min(end - word * kWordPixels, kWordPixels);
+    const uint64_t wanted = ~uint64_t{0} << first & ~uint64_t{0} >> (kWordPixels - last);
+    choose_bytes(to.data, chosen, ink, word, wanted, static_cast<size_t>(last + 7) / 8);
+}
+
 } // namespace
 
 FillRun::FillRun(const BITMAPHANDLE& bitmap, COLORREF color, bool is_large) noexcept
@@ -45,9 +70,12 @@ void FillRun::stream(uint8_t* to, size_t bytes) const noexcept
     if (combine::level() >= pixel::Cpu::avx512) {
         stream_pattern_avx512(to, pattern, lines);
     } else {
-        for (size_t i = 0; i < lines * kLine; i += sizeof(__m128i))
-            _mm_stream_si128(reinterpret_cast<__m128i*>(to + i),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(pattern + i % (kPatternLines * kLine))));
+        for (size_t line = 0; line < lines; ++line) {
+            const uint8_t* const part = pattern + line % kPatternLines * kLine;
+            for (size_t i = 0; i < kLine; i += sizeof(__m128i))
+                _mm_stream_si128(reinterpret_cast<__m128i*>(to + line * kLine + i),
+                                 _mm_loadu_si128(reinterpret_cast<const __m128i*>(part + i)));
+        }
     }
     std::memcpy(to + lines * kLine, pattern + lines % kPatternLines * kLine, bytes - lead - lines * kLine);
 }
@@ -66,6 +94,20 @@ void FillRun::run(Line to, int32_t count) noexcept
                            uint64_t{bits_} * static_cast<uint32_t>(some), order_);
         done += some;
     }
+}
+
+void FillRun::run_chosen(Line to, const uint8_t* chosen, int32_t count) const noexcept
+{
+    const uint64_t ink = pixels_[0] & 0x80 ? ~uint64_t{0} : 0;
+    const int32_t end = to.column + count;
+    int32_t first = to.column / kWordPixels;
+    const int32_t behind = end / kWordPixels;
+    if (to.column % kWordPixels != 0)
+        choose_within(to, chosen, ink, first++, end);
+    for (int32_t i = first; i < behind; ++i)
+        choose_bytes(to.data, chosen, ink, i, ~uint64_t{0}, sizeof ink);
+    if (end % kWordPixels != 0 && first <= behind)
+        choose_within(to, chosen, ink, behind, end);
 }
 
 void FillRun::run(Line to, Line, Line, int32_t count) noexcept

@@ -20,6 +20,10 @@ public:
     void run(Line to, Line from, Line mask, int32_t count) noexcept override;
     void run(Line to, int32_t count) noexcept;
 
+    /// Of pixels of one bit those that are set in a row of `chosen` bits, which begins where the line's data does and
+    /// has its first pixel in the lowest bit.
+    void run_chosen(Line to, const uint8_t* chosen, int32_t count) const noexcept;
+
 private:
     void stream(uint8_t* to, size_t bytes) const noexcept;
 

@@ -45,6 +45,21 @@ constexpr uint64_t spread_down(uint64_t seeds, uint64_t open) noexcept
     return seeds;
 }
 
+/// Sets what `around(i)` says of each word, where it is open; returns the words that gain by it.
+template <class Around> Words seed_words(const uint64_t* open, uint64_t* reached, Words range, Around around) noexcept
+{
+    int32_t first = range.first;
+    while (first < range.end && (around(first) & open[first] & ~reached[first]) == 0)
+        ++first; // most often that is all
+    Words seeded{first, first};
+    for (int32_t i = first; i < range.end; ++i) {
+        const uint64_t found = around(i) & open[i] & ~reached[i];
+        reached[i] |= found;
+        seeded.end = found ? i + 1 : seeded.end;
+    }
+    return seeded;
+}
+
 } // namespace
 
 void Words::add(Words other) noexcept
@@ -85,13 +100,15 @@ Words spread_bits(const uint64_t* open, uint64_t* filled, Words range, int32_t w
 {
     int32_t end = range.first;
     for (uint64_t carry = 0; end < range.end || (end < words && carry & open[end]); ++end) {
-        filled[end] = spread_up(filled[end] | (carry & open[end]), open[end]);
+        if (filled[end] != open[end])
+            filled[end] = spread_up(filled[end] | (carry & open[end]), open[end]);
         carry = filled[end] >> 63;
     }
     int32_t first = end;
     for (uint64_t carry = 0; first > range.first || (first > 0 && carry & open[first - 1]);) {
         --first;
-        filled[first] = spread_down(filled[first] | (carry & open[first]), open[first]);
+        if (filled[first] != open[first])
+            filled[first] = spread_down(filled[first] | (carry & open[first]), open[first]);
         carry = filled[first] << 63;
     }
     return {first, end};
@@ -160,22 +177,14 @@ void Flood::note(int32_t row, Words range) noexcept
 /// Sets the pixels next to those of another row that are new; returns the words that have some.
 Words Flood::seed(const uint64_t* from, const uint64_t* open, uint64_t* reached, Words range) const noexcept
 {
-    if (by_eight_)
-        range = {std::max(range.first - 1, 0), std::min(range.end + 1, words_)};
-    Words seeded;
-    for (int32_t i = range.first; i < range.end; ++i) {
-        uint64_t around = from[i];
-        if (by_eight_) {
-            around |= from[i] << 1 | from[i] >> 1;
-            around |= (i > 0 ? from[i - 1] >> 63 : 0) | (i + 1 < words_ ? from[i + 1] << 63 : 0);
-        }
-        const uint64_t found = around & open[i] & ~reached[i];
-        if (found) {
-            reached[i] |= found;
-            seeded.add({i, i + 1});
-        }
-    }
-    return seeded;
+    if (!by_eight_)
+        return seed_words(open, reached, range, [from](int32_t i) noexcept { return from[i]; });
+    range = {std::max(range.first - 1, 0), std::min(range.end + 1, words_)};
+    return seed_words(open, reached, range, [from, this](int32_t i) noexcept {
+        const uint64_t before = i > 0 ? from[i - 1] >> 63 : 0;
+        const uint64_t behind = i + 1 < words_ ? from[i + 1] << 63 : 0;
+        return from[i] | from[i] << 1 | from[i] >> 1 | before | behind;
+    });
 }
 
 int Flood::hand_on(int32_t row, int direction) noexcept

@@ -1,5 +1,6 @@
 // Putting bitmaps into bitmaps bit by bit: every operation, offset, depth, overlap and storage, against pictures that
 // are combined one pixel at a time; conversion on the way; rectangles and arguments of every wrong kind; failures.
+#include "kernel/combine/Bits.h"
 #include "tests/combine/CombineSupport.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/MemoryFiles.h"
@@ -56,8 +57,8 @@ TEST(CombineBits, EveryOperationDepthAndOffset)
         const AtLevel at(level);
         for (const int32_t bits : kDepths)
             for (int32_t offset = 0; offset <= 65; ++offset) {
-                const auto& operation = kBitOperations[random.below(std::size(kBitOperations))];
-                const uint32_t flags = kNots[random.below(4)];
+                const auto& operation = kBitOperations[offset % 16]; // all of them with all flags
+                const uint32_t flags = kNots[offset / 16 % 4];
                 const int32_t width = random.one_in(3) ? random.between(500, 900) : random.between(1, 90);
                 const Place place{offset, 1, width, 3, random.between(0, 65), 0};
                 const Picture to = Picture::noise(offset + width + 5, 5, bits, random.next());
@@ -72,18 +73,6 @@ TEST(CombineBits, EveryOperationDepthAndOffset)
                 ASSERT_EQ(combined(to, from, place, rule_of(operation, flags, bits)), read(a.get()));
             }
     }
-    for (const BitOperation& operation : kBitOperations)
-        for (const uint32_t flags : kNots) {
-            const Picture to = Picture::noise(40, 3, 1, 5);
-            const Picture from = Picture::noise(40, 3, 1, 6);
-            TestBitmap a;
-            TestBitmap b;
-            ASSERT_NO_FATAL_FAILURE(make_stored(a, Kind::conv, to, 1));
-            ASSERT_NO_FATAL_FAILURE(make_stored(b, Kind::conv, from, 1));
-            const Place place{3, 0, 30, 3, 7, 0};
-            ASSERT_EQ(SUCCESS, put(a, b, place, operation.flag | flags));
-            EXPECT_EQ(combined(to, from, place, rule_of(operation, flags, 1)), read(a.get())) << operation.flag;
-        }
 }
 
 TEST(CombineBits, ABitmapIsItsOwnSource)
@@ -154,13 +143,6 @@ TEST(CombineBits, EveryPairOfPerspectives)
 {
     TestRandom random(1304);
     SCOPED_TRACE(random);
-    const auto part = [](Picture& of, int32_t column, int32_t row, int32_t width, int32_t height) {
-        Picture cut = Picture::blank(width, height);
-        for (int32_t y = 0; y < height; ++y)
-            for (int32_t x = 0; x < width; ++x)
-                cut.at(x, y) = of.at(column + x, row + y);
-        return cut;
-    };
     for (const int32_t bits : {1, 4, 24})
         for (int32_t to_view = 1; to_view <= 8; ++to_view)
             for (int32_t from_view = 1; from_view <= 8; ++from_view) {
@@ -174,14 +156,14 @@ TEST(CombineBits, EveryPairOfPerspectives)
                 ASSERT_EQ(SUCCESS, put(a, b, {5, 7, 13, 9, 3, 11}, COMBINE_COPY));
                 const bool is_turned = (to_view > 4) != (from_view > 4);
                 Picture after = read(a.get());
-                const Picture shown = part(from, 3, 11, is_turned ? 9 : 13, is_turned ? 13 : 9).shown(from_view);
-                EXPECT_EQ(shown, part(after, 5, 7, 13, 9).shown(to_view));
+                const Picture shown = part_of(from, 3, 11, is_turned ? 9 : 13, is_turned ? 13 : 9).shown(from_view);
+                EXPECT_EQ(shown, part_of(after, 5, 7, 13, 9).shown(to_view));
                 // Cut at the destination's edges, what is left is the same.
                 TestBitmap c;
                 ASSERT_NO_FATAL_FAILURE(make_stored(c, Kind::conv, to, bits, to_view));
                 ASSERT_EQ(SUCCESS, put(c, b, {-4, -2, 13, 9, 3, 11}, COMBINE_COPY));
                 Picture cut = read(c.get());
-                EXPECT_EQ(part(after, 9, 9, 9, 7), part(cut, 0, 0, 9, 7));
+                EXPECT_EQ(part_of(after, 9, 9, 9, 7), part_of(cut, 0, 0, 9, 7));
             }
 }
 
@@ -292,6 +274,30 @@ TEST(CombineBits, CopyKnowsWhatRecordsSay)
     EXPECT_EQ((Picture{4, 1, {1, 0, 1, 1}}), read(white_first.get()));
     ASSERT_EQ(SUCCESS, put(white_first, black_first, {0, 0, 4, 1, 0, 0}, COMBINE_COPY | COMBINE_RAW));
     EXPECT_EQ((Picture{4, 1, {0, 1, 0, 1}}), read(white_first.get()));
+
+    // Grays into a palette of all of them keep their level.
+    TestBitmap ramp;
+    ASSERT_EQ(SUCCESS, ramp.create(TYPE_CONV, 4, 1, 8, COLORORDER_GRAY));
+    ASSERT_EQ(SUCCESS, put(ramp, white_first, {0, 0, 4, 1, 0, 0}, COMBINE_COPY));
+    EXPECT_EQ((Picture{4, 1, {255, 0, 255, 0}}), read(ramp.get()));
+}
+
+// What the comparisons at every level rest on: the loops do all whole vectors of a row.
+TEST(CombineBits, FastFormsAreTaken)
+{
+    const std::vector<uint8_t> from(400, 0x5A);
+    std::vector<uint8_t> to(400);
+    const combine::Logic logic(0x6);
+    for (const uint32_t shift : {0u, 3u}) {
+        if (pixel::cpu_level() >= pixel::Cpu::avx2) {
+            EXPECT_EQ(96u, combine::logic_bytes_avx2(to.data(), from.data(), 99, shift, logic,
+                                                     combine::BitOrder::high_first));
+        }
+        if (pixel::cpu_level() >= pixel::Cpu::avx512) {
+            EXPECT_EQ(99u, combine::logic_bytes_avx512(to.data(), from.data(), 99, shift, logic,
+                                                       combine::BitOrder::low_first));
+        }
+    }
 }
 
 TEST(CombineBits, RectanglesOfEveryKind)

@@ -1,7 +1,6 @@
 // Blending against the published formulas in floating point, written down as they stand there: every mode, with and
 // without alpha on either side, straight and premultiplied, under masks and opacities, at every depth; the fast forms
 // against the plain one; arguments and failures.
-#include "kernel/combine/BlendKernels.h"
 #include "kernel/combine/BlendRun.h"
 #include "kernel/palette/ColorMatch.h"
 #include "tests/combine/CombineSupport.h"
@@ -276,28 +275,34 @@ TEST(CombineBlend, FastFormsEqualThePlainOne)
     }
 }
 
-// What the comparison above rests on: these blends have a loop of their own, which does all pixels but a few.
+// What the comparison above rests on: these blends have a loop of their own for each level, which does all whole
+// vectors.
 TEST(CombineBlend, FastFormsAreTaken)
 {
-    using Fast = combine::BlendRun::Fast;
+    using combine::BlendLoop;
     constexpr struct {
         int32_t bits;
         uint32_t mode;
         uint32_t opacity;
         int32_t mask_bits;
-        Fast fast;
+        BlendLoop* avx2;
+        BlendLoop* avx512;
+        size_t vectors; ///< pixels of 99 that those for AVX-512 do
     } kRows[] = {
-        {32, BLEND_SRC_OVER, 65535, 0, Fast::over_straight},
-        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED, 65535, 0, Fast::over_premultiplied},
-        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED_SRC, 65535, 0, Fast::none},
-        {32, BLEND_SRC_OVER, 65534, 0, Fast::none},
-        {32, BLEND_SRC_ATOP, 65535, 0, Fast::none},
-        {32, BLEND_SRC_OVER, 65535, 8, Fast::none},
-        {24, BLEND_SRC_OVER, 65535, 8, Fast::mix},
-        {8, BLEND_SRC_OVER, 65535, 8, Fast::mix},
-        {8, BLEND_SRC_OVER, 65535, 1, Fast::none},
+        {32, BLEND_SRC_OVER, 65535, 0, combine::over_straight_avx2, combine::over_straight_avx512, 96},
+        {32, BLEND_PREMULTIPLIED, 65535, 0, combine::over_premultiplied_avx2, combine::over_premultiplied_avx512, 96},
+        {24, BLEND_SRC_OVER, 65535, 8, combine::mix_24_avx2, combine::mix_24_avx512, 64},
+        {8, BLEND_SRC_OVER, 65535, 8, combine::mix_gray_avx2, combine::mix_gray_avx512, 64},
+        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED_SRC, 65535, 0, nullptr, nullptr, 0},
+        {32, BLEND_SRC_OVER, 65534, 0, nullptr, nullptr, 0},
+        {32, BLEND_SRC_ATOP, 65535, 0, nullptr, nullptr, 0},
+        {32, BLEND_SRC_OVER, 65535, 8, nullptr, nullptr, 0},
+        {8, BLEND_SRC_OVER, 65535, 1, nullptr, nullptr, 0},
     };
+    uint8_t from[400] = {};
+    uint8_t to[400] = {};
     for (const auto& row : kRows) {
+        SCOPED_TRACE(std::to_string(row.bits) + " bits, mode " + std::to_string(row.mode));
         TestBitmap a;
         TestBitmap m;
         ASSERT_NO_FATAL_FAILURE(make_stored(a, Kind::conv, Picture::blank(8, 1), row.bits));
@@ -306,19 +311,15 @@ TEST(CombineBlend, FastFormsAreTaken)
             a->Order = COLORORDER_GRAY;
         combine::BlendRun run({row.mode & BLEND_MODES, row.mode & ~BLEND_MODES, row.opacity});
         ASSERT_EQ(SUCCESS, run.open(*a.get(), *a.get(), row.mask_bits ? m.get() : nullptr, 8));
-        EXPECT_EQ(row.fast, run.fast()) << row.bits << " bits, mode " << row.mode;
-    }
-    uint8_t from[400] = {};
-    uint8_t to[400] = {};
-    if (pixel::cpu_level() >= pixel::Cpu::avx2) {
-        EXPECT_EQ(96u, combine::over_premultiplied_avx2(from, to, 99));
-        EXPECT_EQ(96u, combine::over_straight_avx2(from, to, 99));
-        EXPECT_EQ(96u, combine::mix_avx2(from, to, from, 99, 3));
-    }
-    if (pixel::cpu_level() >= pixel::Cpu::avx512) {
-        EXPECT_EQ(96u, combine::over_premultiplied_avx512(from, to, 99));
-        EXPECT_EQ(96u, combine::over_straight_avx512(from, to, 99));
-        EXPECT_EQ(64u, combine::mix_avx512(from, to, from, 99, 1));
+        EXPECT_EQ(nullptr, run.fast_loop(pixel::Cpu::any));
+        EXPECT_EQ(row.avx2, run.fast_loop(pixel::Cpu::avx2));
+        EXPECT_EQ(row.avx512, run.fast_loop(pixel::Cpu::avx512));
+        if (row.avx2 && pixel::cpu_level() >= pixel::Cpu::avx2) {
+            EXPECT_EQ(96u, row.avx2(from, to, from, 99));
+        }
+        if (row.avx512 && pixel::cpu_level() >= pixel::Cpu::avx512) {
+            EXPECT_EQ(row.vectors, row.avx512(from, to, from, 99));
+        }
     }
 }
 

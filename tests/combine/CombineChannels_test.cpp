@@ -1,5 +1,6 @@
 // Arithmetic on channels, at every depth and order, against values worked out one by one; transparent colours left out;
 // run-length rows that are combined as runs.
+#include "Vkregion.h"
 #include "kernel/combine/ChannelOperation.h"
 #include "kernel/combine/RunRows.h"
 #include "kernel/palette/ColorMatch.h"
@@ -323,6 +324,44 @@ TEST(CombineRuns, CompressedBitmapsStayWhatTheyAre)
             stored += runs ? runlength::row_bytes(runlength::word_count(runs)) : runlength::clear_row_bytes(200);
         }
         EXPECT_EQ(stored, uint64_t{a->Size64});
+    }
+}
+
+// Run-length rows, a region and a mask at once: inside of the region it is what pixels in memory become.
+TEST(CombineRuns, InsideARegionAndUnderAMask)
+{
+    TestRandom random(1347);
+    SCOPED_TRACE(random);
+    for (int round = 0; round < 40; ++round) {
+        Picture to = Picture::noise(200, 30, 1, random.next());
+        const Picture from = Picture::noise(180, 40, 1, random.next());
+        const Place place = Place::random(random, 150);
+        TestBitmap a;
+        TestBitmap b;
+        TestBitmap mask;
+        TestBitmap plain;
+        ASSERT_NO_FATAL_FAILURE(make_stored(a, Kind::compressed, to, 1));
+        ASSERT_NO_FATAL_FAILURE(make_stored(b, Kind::compressed, from, 1));
+        ASSERT_NO_FATAL_FAILURE(make_stored(mask, Kind::compressed, Picture::noise(170, 50, 1, random.next()), 1));
+        ASSERT_NO_FATAL_FAILURE(make_stored(plain, Kind::conv, to, 1));
+        const RECT box = {random.between(-9, 90), random.between(-5, 15), random.between(95, 220),
+                          random.between(16, 40)};
+        ASSERT_EQ(SUCCESS, V_SetBitmapRegionEllipse(a.get(), &box, REGION_SET));
+        const bool is_masked = round % 2 == 0;
+        const auto run = [&](TestBitmap& bitmap) {
+            return is_masked
+                       ? V_BlendBitmap(bitmap.get(), place.column, place.row, place.width, place.height, b.get(),
+                                       place.source_column, place.source_row, mask.get(), 3, 1, BLEND_DIFFERENCE, 65535)
+                       : put(bitmap, b, place, COMBINE_XOR);
+        };
+        ASSERT_EQ(SUCCESS, run(a));
+        ASSERT_EQ(SUCCESS, run(plain));
+        Picture all = read(plain.get());
+        for (int32_t y = 0; y < 30; ++y)
+            for (int32_t x = 0; x < 200; ++x)
+                if (V_IsPointInBitmapRegion(a.get(), x, y) == 1)
+                    to.at(x, y) = all.at(x, y);
+        EXPECT_EQ(to, read(a.get())) << place.text();
     }
 }
 

@@ -9,15 +9,6 @@ using namespace vk::testing;
 
 namespace {
 
-Picture part_of(Picture of, int32_t column, int32_t row, int32_t width, int32_t height)
-{
-    Picture part = Picture::blank(width, height);
-    for (int32_t y = 0; y < height; ++y)
-        for (int32_t x = 0; x < width; ++x)
-            part.at(x, y) = of.at(column + x, row + y);
-    return part;
-}
-
 /// Where a place outside [0, size) lies in the picture: stepped there one by one. -1 for the fill colour.
 int32_t place_inside(int32_t place, int32_t size, uint32_t kind)
 {

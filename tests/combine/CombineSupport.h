@@ -48,6 +48,15 @@ struct Place {
     }
 };
 
+inline Picture part_of(Picture of, int32_t column, int32_t row, int32_t width, int32_t height)
+{
+    Picture part = Picture::blank(width, height);
+    for (int32_t y = 0; y < height; ++y)
+        for (int32_t x = 0; x < width; ++x)
+            part.at(x, y) = of.at(column + x, row + y);
+    return part;
+}
+
 /// Calls `rule(source, destination)` for every pair of pixels that a place brings together; the pictures may be one.
 template <class Rule> Picture combined(Picture to, Picture from, const Place& place, Rule rule)
 {
