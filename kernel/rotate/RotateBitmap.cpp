@@ -101,7 +101,7 @@ private:
 int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
           const Turn& turn, Progress& progress) noexcept
 {
-    const rotate::FillPixel fill = rotate::fill_pixel(described, turn.fill);
+    const sampling::FillPixel fill = sampling::fill_pixel(described, turn.fill);
     const bool is_filtered = turn.flags & (ROTATEFLAG_RESAMPLE | ROTATEFLAG_BICUBIC) && !geometry.moves_whole_pixels();
     if (is_filtered) {
         rotate::FilterPainter painter(geometry, turn.flags & ROTATEFLAG_BICUBIC);

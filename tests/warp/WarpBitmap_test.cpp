@@ -2,8 +2,8 @@
 // along, and what stays when it fails.
 #include "Vkkrnx.h"
 #include "kernel/bitmap/Overlay.h"
-#include "kernel/warp/Loops.h"
-#include "kernel/warp/Walk.h"
+#include "kernel/sampling/Loops.h"
+#include "kernel/sampling/Walk.h"
 #include "tests/support/FaultLoop.h"
 #include "tests/support/TestTurn.h"
 #include "tests/warp/WarpSupport.h"
@@ -87,9 +87,9 @@ TEST(WarpBitmap, LargeOnesPassThroughBoxes)
                                        : V_WarpBitmap(bitmap.get(), &map, 0, 0, flags, 0);
                     };
                     ASSERT_EQ(SUCCESS, warp(whole));
-                    warp::limit_held(static_cast<uint64_t>(9000 * bits / 8));
+                    sampling::limit_held(static_cast<uint64_t>(9000 * bits / 8));
                     const int result = warp(by_parts);
-                    warp::limit_held(0);
+                    sampling::limit_held(0);
                     ASSERT_EQ(SUCCESS, result);
                     ASSERT_TRUE(whole.pixels() == by_parts.pixels());
                 }
@@ -99,7 +99,7 @@ TEST(WarpBitmap, LargeOnesPassThroughBoxes)
 // the same to the bit.
 TEST(WarpBitmap, EveryLevelGivesTheSame)
 {
-    using warp::Level;
+    using sampling::Level;
     TestRandom random(514);
     SCOPED_TRACE(random);
     const struct {
@@ -108,7 +108,7 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
     } forms[] = {{1, COLORORDER_RGB},   {5, COLORORDER_RGB},  {8, COLORORDER_GRAY},
                  {12, COLORORDER_GRAY}, {16, COLORORDER_RGB}, {24, COLORORDER_BGR},
                  {32, COLORORDER_BGR},  {48, COLORORDER_BGR}, {64, COLORORDER_BGR}};
-    const Level best = warp::limit_level(Level::avx512);
+    const Level best = sampling::limit_level(Level::avx512);
     for (const auto& form : forms)
         for (int round = 0; round < 12; ++round) {
             const uint32_t flags[] = {WARP_NEAREST, WARP_LINEAR, WARP_CUBIC};
@@ -125,9 +125,9 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
             ASSERT_EQ(SUCCESS, V_CopyBitmapData(source.get(), plain.get()));
             const V_MATRIX map = picture_map(random, width, height, round % 4 > 1);
             const auto warp = [&](TestBitmap& bitmap, Level level) {
-                warp::limit_level(level);
+                sampling::limit_level(level);
                 const int result = V_WarpBitmap(bitmap.get(), &map, 700, 60, flags[round % 3], kFirstEntry);
-                warp::limit_level(Level::avx512);
+                sampling::limit_level(Level::avx512);
                 return result;
             };
             ASSERT_EQ(SUCCESS, warp(plain, Level::plain));
@@ -142,19 +142,19 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
     for (const Level level : {Level::plain, Level::avx2, Level::avx512}) {
         if (level > best)
             continue; // nothing to be told apart on this processor
-        ASSERT_EQ(level, warp::limit_level(level));
+        ASSERT_EQ(level, sampling::limit_level(level));
         const bool is_fast = level != Level::plain;
-        const warp::CellKind bytes{3, 1, 3, false, false, 255};
-        EXPECT_EQ(is_fast, warp::fast_take(24) != nullptr);
-        EXPECT_NE(warp::plain_take(24), warp::fast_take(24));
-        EXPECT_EQ(is_fast, warp::fast_take_bits() != nullptr);
-        EXPECT_EQ(is_fast, warp::fast_mix(bytes).linear != nullptr);
-        EXPECT_NE(warp::plain_mix(bytes).linear, warp::fast_mix(bytes).linear);
-        EXPECT_EQ(is_fast, &warp::loops() != &warp::kPlainPositions);
-        EXPECT_EQ(level == Level::avx512, &warp::loops() == &warp::kAvx512Positions);
-        EXPECT_EQ(level == Level::avx512, warp::fast_take(24) == warp::avx512_take(24));
+        const sampling::CellKind bytes{3, 1, 3, false, false, 255};
+        EXPECT_EQ(is_fast, sampling::fast_take(24) != nullptr);
+        EXPECT_NE(sampling::plain_take(24), sampling::fast_take(24));
+        EXPECT_EQ(is_fast, sampling::fast_take_bits() != nullptr);
+        EXPECT_EQ(is_fast, sampling::fast_mix(bytes).linear != nullptr);
+        EXPECT_NE(sampling::plain_mix(bytes).linear, sampling::fast_mix(bytes).linear);
+        EXPECT_EQ(is_fast, &sampling::loops() != &sampling::kPlainPositions);
+        EXPECT_EQ(level == Level::avx512, &sampling::loops() == &sampling::kAvx512Positions);
+        EXPECT_EQ(level == Level::avx512, sampling::fast_take(24) == sampling::avx512_take(24));
     }
-    warp::limit_level(Level::avx512);
+    sampling::limit_level(Level::avx512);
 }
 
 TEST(WarpBitmap, ProgressAndRefusal)

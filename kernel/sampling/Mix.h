@@ -12,13 +12,13 @@
 // any others.
 #pragma once
 
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include <algorithm>
 #include <cstring>
 #include <type_traits>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// Behind the first of the cells to be mixed, or the second of four: 0 to 65535 of 65536.
 struct Fractions {
@@ -242,4 +242,4 @@ auto with_kind(const CellKind& kind, const Run& run, Arguments&&... arguments) n
                                 : run.template operator()<uint8_t, 4, true>(arguments...);
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -12,7 +12,7 @@
 
 #include <cstdint>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// Bits behind the point in an arc, and in a track.
 constexpr int kFineBits = 40;
@@ -94,4 +94,4 @@ struct PositionLoops {
     Span (*measure)(const Track& track, int32_t from, int32_t count) noexcept;
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

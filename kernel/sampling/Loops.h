@@ -2,12 +2,12 @@
 // (*_avx512.cpp) stand beside it where they pay, and give the same to the bit.
 #pragma once
 
-#include "kernel/warp/Track.h"
+#include "kernel/sampling/Track.h"
 
 #include <cstddef>
 #include <cstdint>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// What the loops may use of the processor.
 enum class Level : uint8_t { plain, avx2, avx512 };
@@ -80,4 +80,4 @@ MixLoops fast_mix(const CellKind& kind) noexcept;
 MixLoops avx2_mix(const CellKind& kind) noexcept;
 MixLoops avx512_mix(const CellKind& kind) noexcept;
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,12 +1,12 @@
-#include "kernel/warp/Filter.h"
+#include "kernel/sampling/Filter.h"
 
-#include "kernel/warp/Mix.h"
+#include "kernel/sampling/Mix.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -247,4 +247,4 @@ void FilterPainter::paint(const Source& source, int32_t row, int32_t left, int32
         cells_.pack(row_, out, static_cast<size_t>(right - left));
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,6 +1,6 @@
-#include "kernel/warp/Mix.h"
+#include "kernel/sampling/Mix.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -50,4 +50,4 @@ MixLoops plain_mix(const CellKind& kind) noexcept
     });
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,8 +1,8 @@
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include <algorithm>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -51,4 +51,4 @@ Span measure(const Track& track, int32_t from, int32_t count) noexcept
 
 constexpr PositionLoops kPlainPositions{write, measure};
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,9 +1,9 @@
 // Positions sixteen at a time; see Positions_avx2.cpp.
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include <immintrin.h>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -98,4 +98,4 @@ Span measure(const Track& track, int32_t from, int32_t count) noexcept
 
 constexpr PositionLoops kAvx512Positions{write, measure};
 
-} // namespace vk::warp
+} // namespace vk::sampling

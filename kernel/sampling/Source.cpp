@@ -1,11 +1,11 @@
-#include "kernel/warp/Source.h"
+#include "kernel/sampling/Source.h"
 
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowCol.h"
 
 #include <algorithm>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 Loader::Loader(BITMAPHANDLE& bitmap, const Cells* cells) noexcept : bitmap_(bitmap), cells_(cells), reader_(bitmap) {}
 
@@ -89,4 +89,4 @@ const Pixels* Fetcher::block(int32_t x, int32_t y) noexcept
     return &held;
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

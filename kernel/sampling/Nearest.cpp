@@ -1,4 +1,4 @@
-#include "kernel/warp/Nearest.h"
+#include "kernel/sampling/Nearest.h"
 
 #include "kernel/convert/Format.h"
 #include "kernel/format/Depths.h"
@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -60,7 +60,7 @@ Take plain_take(int32_t bits) noexcept
     return loop;
 }
 
-NearestPainter::NearestPainter(const Mapping& mapping, int32_t bits, const rotate::FillPixel& fill) noexcept
+NearestPainter::NearestPainter(const Mapping& mapping, int32_t bits, const FillPixel& fill) noexcept
     : Painter(mapping, kNearestReach), bits_(bits), fill_(fill), plain_(plain_take(bits)), fast_(fast_take(bits)),
       fast_bits_(bits == 1 ? fast_take_bits() : nullptr), pattern_(), work_()
 {
@@ -166,4 +166,4 @@ void NearestPainter::paint(const Source& source, int32_t row, int32_t left, int3
         paint_packed(source, row, left, right, out);
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,4 +1,4 @@
-#include "kernel/warp/Cells.h"
+#include "kernel/sampling/Cells.h"
 
 #include "kernel/convert/ExactLookup.h"
 #include "kernel/format/Depths.h"
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -52,7 +52,7 @@ Cells::~Cells()
     pixel::destroy_exact_lookup(lookup_);
 }
 
-int Cells::open(const BITMAPHANDLE& bitmap, const rotate::FillPixel& fill) noexcept
+int Cells::open(const BITMAPHANDLE& bitmap, const FillPixel& fill) noexcept
 {
     if (!make_form(bitmap, form_))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
@@ -166,4 +166,4 @@ void Cells::pack(const uint8_t* cells, uint8_t* packed, size_t count) const noex
         pack_fields(cells, packed, count);
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

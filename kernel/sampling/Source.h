@@ -3,10 +3,10 @@
 #pragma once
 
 #include "kernel/rows/RowAccess.h"
-#include "kernel/warp/Cells.h"
-#include "kernel/warp/Mapping.h"
+#include "kernel/sampling/Cells.h"
+#include "kernel/sampling/Mapping.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// Pixels or cells in memory: the box `held`, whose left side is a multiple of kAligned.
 struct Pixels {
@@ -84,4 +84,4 @@ struct Source {
     Fetcher* fetcher = nullptr; ///< asked for what is not held
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

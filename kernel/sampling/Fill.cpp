@@ -1,16 +1,16 @@
 // Fill colours: palette indices as they are, colours by the nearest entry or through the buffer converter.
+#include "kernel/sampling/Fill.h"
 #include "Vkconvert.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/format/PackedBits.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
-#include "kernel/rotate/Painter.h"
 
 #include <algorithm>
 #include <cstring>
 
-namespace vk::rotate {
+namespace vk::sampling {
 
 namespace {
 
@@ -98,4 +98,4 @@ FillPixel fill_pixel(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
     return fill;
 }
 
-} // namespace vk::rotate
+} // namespace vk::sampling

@@ -1,9 +1,9 @@
-#include "kernel/warp/Mapping.h"
+#include "kernel/sampling/Mapping.h"
 
 #include <algorithm>
 #include <cmath>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 bool Mapping::Writer::append(Arc arc, int64_t column, int32_t from, int32_t count) noexcept
 {
@@ -39,4 +39,4 @@ void Narrowing::keep(double start, double slope) noexcept
         to_ = std::min(to_, std::floor(bound));
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

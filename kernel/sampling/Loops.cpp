@@ -1,11 +1,11 @@
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include "kernel/convert/Fused.h"
 
 #include <algorithm>
 #include <atomic>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -67,4 +67,4 @@ MixLoops fast_mix(const CellKind& kind) noexcept
     return made;
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

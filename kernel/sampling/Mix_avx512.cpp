@@ -1,11 +1,11 @@
 // Mixing four cells of numbers of a byte: the arithmetic of Mix.h in vectors of 64 bytes. Pixels with different alpha,
 // and mixing of sixteen cells, are left to AVX2.
-#include "kernel/warp/Mix.h"
+#include "kernel/sampling/Mix.h"
 
 #include <algorithm>
 #include <immintrin.h>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -171,4 +171,4 @@ MixLoops avx512_mix(const CellKind& kind) noexcept
     return {kind.alpha ? linear<4, true> : linear<4, false>, nullptr};
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

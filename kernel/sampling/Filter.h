@@ -1,10 +1,10 @@
 // Taking mixed pixels: linear or cubic, and means of many samples where the picture shrinks.
 #pragma once
 
-#include "kernel/warp/Cells.h"
-#include "kernel/warp/Painter.h"
+#include "kernel/sampling/Cells.h"
+#include "kernel/sampling/Painter.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// What to mix, as a caller's flags say.
 struct Filtering {
@@ -49,4 +49,4 @@ private:
     alignas(64) uint8_t row_[kLongest * Cells::kLargest + kSlack];
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,11 +1,11 @@
 // Positions eight at a time. The lanes of an arc's parabola start apart and are stepped together; sums of whole numbers
 // are the same in any order.
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include <algorithm>
 #include <immintrin.h>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -105,4 +105,4 @@ Span measure(const Track& track, int32_t from, int32_t count) noexcept
 
 constexpr PositionLoops kAvx2Positions{write, measure};
 
-} // namespace vk::warp
+} // namespace vk::sampling

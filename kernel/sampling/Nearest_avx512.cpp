@@ -1,12 +1,12 @@
 // Nearest pixels, sixteen at a time: gathered, and closed up by permuting bytes.
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include "kernel/format/PackedBits.h"
 
 #include <algorithm>
 #include <immintrin.h>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -136,4 +136,4 @@ TakeBits avx512_take_bits() noexcept
     return take_row_bits;
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

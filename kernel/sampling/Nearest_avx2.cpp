@@ -1,7 +1,7 @@
 // Nearest pixels: places in memory are worked out eight at a time, pixels move one by one, since a gather is slower
 // than its eight loads on many processors. 1-bit pixels are gathered all the same, as there is a bit of each to be
 // tested.
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include "kernel/format/PackedBits.h"
 
@@ -9,7 +9,7 @@
 #include <cstring>
 #include <immintrin.h>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -125,4 +125,4 @@ TakeBits avx2_take_bits() noexcept
     return take_row_bits;
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -7,10 +7,10 @@
 #include "Vkrecord.h"
 #include "kernel/convert/ColorLookup.h"
 #include "kernel/resample/Form.h"
-#include "kernel/rotate/Painter.h"
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Fill.h"
+#include "kernel/sampling/Loops.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 class Cells {
 public:
@@ -24,7 +24,7 @@ public:
     static constexpr size_t kLargest = 8; ///< bytes of a cell
 
     /// Prepares for pixels of the bitmap's form, and this fill. SUCCESS or ERROR_NO_MEMORY.
-    int open(const BITMAPHANDLE& bitmap, const rotate::FillPixel& fill) noexcept;
+    int open(const BITMAPHANDLE& bitmap, const FillPixel& fill) noexcept;
 
     const CellKind& kind() const noexcept { return kind_; }
     size_t size() const noexcept { return static_cast<size_t>(kind_.size); }
@@ -55,4 +55,4 @@ private:
     alignas(8) uint8_t fill_[kLargest] = {};
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

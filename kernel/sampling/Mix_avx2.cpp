@@ -1,10 +1,10 @@
 // Mixing numbers of a byte, eight samples at a time: the arithmetic of Mix.h in vectors. Samples k and k + 4 go
 // together, since their weights stand in the two halves of a vector.
-#include "kernel/warp/Mix.h"
+#include "kernel/sampling/Mix.h"
 
 #include <immintrin.h>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -360,4 +360,4 @@ MixLoops avx2_mix(const CellKind& kind) noexcept
     return kind.alpha ? MixLoops{linear<4, true>, cubic<4, true>} : MixLoops{linear<4, false>, cubic<4, false>};
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

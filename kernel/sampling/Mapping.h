@@ -2,14 +2,14 @@
 // grid of points.
 #pragma once
 
-#include "kernel/warp/Loops.h"
-#include "kernel/warp/Track.h"
+#include "kernel/sampling/Loops.h"
+#include "kernel/sampling/Track.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <limits>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// Columns left to right - 1, rows top to bottom - 1.
 struct Box {
@@ -134,4 +134,4 @@ private:
     double to_;
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

@@ -1,14 +1,14 @@
 // Taking the nearest pixel, as it is, at every depth.
 #pragma once
 
-#include "kernel/rotate/Painter.h"
-#include "kernel/warp/Painter.h"
+#include "kernel/sampling/Fill.h"
+#include "kernel/sampling/Painter.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 class NearestPainter final : public Painter {
 public:
-    NearestPainter(const Mapping& mapping, int32_t bits, const rotate::FillPixel& fill) noexcept;
+    NearestPainter(const Mapping& mapping, int32_t bits, const FillPixel& fill) noexcept;
 
     void paint(const Source& source, int32_t row, int32_t left, int32_t right, uint8_t* out) noexcept override;
 
@@ -20,7 +20,7 @@ private:
     void take_single(const Source& source, const Track& track, int32_t i, uint8_t* out) noexcept;
 
     int32_t bits_;
-    rotate::FillPixel fill_;
+    FillPixel fill_;
     Take plain_;
     Take fast_;
     TakeBits fast_bits_;
@@ -29,4 +29,4 @@ private:
     alignas(64) uint8_t work_[kLongest * 4 + kSlack];
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

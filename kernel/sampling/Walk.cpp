@@ -1,4 +1,4 @@
-#include "kernel/warp/Walk.h"
+#include "kernel/sampling/Walk.h"
 
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowCol.h"
@@ -7,7 +7,7 @@
 #include <atomic>
 #include <cmath>
 
-namespace vk::warp {
+namespace vk::sampling {
 
 namespace {
 
@@ -244,4 +244,4 @@ void limit_held(uint64_t bytes) noexcept
     g_held.store(bytes, std::memory_order_relaxed);
 }
 
-} // namespace vk::warp
+} // namespace vk::sampling

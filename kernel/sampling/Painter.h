@@ -2,10 +2,10 @@
 // pixels that lie in memory. Walk.h brings them there.
 #pragma once
 
-#include "kernel/warp/Mapping.h"
-#include "kernel/warp/Source.h"
+#include "kernel/sampling/Mapping.h"
+#include "kernel/sampling/Source.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 class Painter {
 public:
@@ -84,4 +84,4 @@ protected:
     const PositionLoops& positions_;
 };
 
-} // namespace vk::warp
+} // namespace vk::sampling

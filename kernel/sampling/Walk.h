@@ -4,10 +4,10 @@
 // is bounded whatever the bitmaps' sizes, and each part of the source is read once for every box that sees it.
 #pragma once
 
+#include "kernel/sampling/Painter.h"
 #include "kernel/system/Progress.h"
-#include "kernel/warp/Painter.h"
 
-namespace vk::warp {
+namespace vk::sampling {
 
 /// Steps that painting a canvas reports.
 int64_t progress_steps(const Extent& canvas) noexcept;
@@ -20,4 +20,4 @@ int paint_canvas(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mappin
 /// Holds no more of the source at a time than this; what is held usually for 0. For tests, which have small pictures.
 void limit_held(uint64_t bytes) noexcept;
 
-} // namespace vk::warp
+} // namespace vk::sampling
