@@ -52,11 +52,35 @@ Cells::~Cells()
     pixel::destroy_exact_lookup(lookup_);
 }
 
-int Cells::open(const BITMAPHANDLE& bitmap, const FillPixel& fill) noexcept
+void Cells::open_real(const BITMAPHANDLE& bitmap) noexcept
+{
+    if (form_.lanes == Lanes::index && form_.bits > 1) {
+        form_.lanes = Lanes::color;
+        form_.channels = 3;
+        form_.most = 255;
+    } else if (form_.lanes == Lanes::field) {
+        form_.most = 255;
+    } else if (form_.lanes == Lanes::stored && form_.channels == 1 && bitmap.Flags & BITMAPFLAG_SIGNED) {
+        form_.lanes = Lanes::index;
+        form_.bias = 0x80;
+    }
+}
+
+int Cells::open(const BITMAPHANDLE& bitmap, const FillPixel& fill, bool is_real) noexcept
 {
     if (!make_form(bitmap, form_))
         return V_ERROR_INVALID_BITS_PER_PIXEL;
+    if (form_.lanes == Lanes::sample && form_.bits % 16 == 0 && form_.bias == 0 &&
+        form_.gray.bits == static_cast<uint32_t>(form_.bits))
+        form_.lanes = Lanes::stored;
+    if (is_real)
+        open_real(bitmap);
     kind_ = kind_of(form_);
+    kind_.is_real = is_real;
+    if (is_real && form_.lanes == Lanes::field) {
+        std::fill_n(kind_.steps, 3, uint8_t{31});
+        kind_.steps[1] = form_.order == COLORORDER_RGB565 ? 63 : 31;
+    }
     const int result = form_.lanes == Lanes::color ? open_lookup(bitmap) : V_SUCCESS;
     if (is_direct())
         std::copy_n(fill.packed, size(), fill_);
@@ -89,7 +113,9 @@ void Cells::pack_colors(const uint8_t* cells, uint8_t* packed, size_t count) con
     lookup_->match(lookup_, reinterpret_cast<const pixel::Rgba8*>(cells), indices, count);
     for (size_t i = 0; i < count; ++i) {
         const uint8_t own = cells[4 * i + 3];
-        if (same_color(form_.entries[own], form_.entries[indices[i]]))
+        const RGBQUAD& found = form_.entries[indices[i]];
+        const RGBQUAD cell{cells[4 * i], cells[4 * i + 1], cells[4 * i + 2], 0};
+        if (same_color(form_.entries[own], found) || same_color(form_.entries[own], cell))
             indices[i] = own;
     }
     form_.format->pack(indices, packed, count);
@@ -120,6 +146,8 @@ template <class Lane> void Cells::pack_samples(const uint8_t* cells, uint8_t* pa
 
 void Cells::unpack_fields(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
 {
+    if (kind_.is_real)
+        return form_.format->unpack(packed, cells, count);
     uint8_t fields[3 * kMostPixels];
     resample::unpack_row(form_, packed, fields, count, nullptr);
     for (size_t i = 0; i < count; ++i) {
@@ -130,10 +158,27 @@ void Cells::unpack_fields(const uint8_t* packed, uint8_t* cells, size_t count) c
 
 void Cells::pack_fields(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
 {
+    if (kind_.is_real)
+        return form_.format->pack(cells, packed, count);
     uint8_t fields[3 * kMostPixels];
     for (size_t i = 0; i < count; ++i)
         std::memcpy(fields + 3 * i, cells + 4 * i, 3);
     resample::pack_row(form_, fields, packed, count, nullptr, nullptr);
+}
+
+void Cells::unpack_indices(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
+{
+    form_.format->unpack(packed, cells, count);
+    for (size_t i = 0; i < count && form_.bias != 0; ++i)
+        cells[i] = static_cast<uint8_t>(cells[i] ^ form_.bias);
+}
+
+void Cells::pack_indices(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
+{
+    uint8_t indices[kMostPixels];
+    for (size_t i = 0; i < count; ++i)
+        indices[i] = static_cast<uint8_t>(cells[i] ^ form_.bias);
+    form_.format->pack(indices, packed, count);
 }
 
 void Cells::unpack(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
@@ -143,7 +188,7 @@ void Cells::unpack(const uint8_t* packed, uint8_t* cells, size_t count) const no
     else if (form_.lanes == Lanes::color)
         unpack_colors(packed, cells, count);
     else if (form_.lanes == Lanes::index)
-        form_.format->unpack(packed, cells, count);
+        unpack_indices(packed, cells, count);
     else if (form_.lanes == Lanes::sample)
         form_.lane_bytes == 2 ? unpack_samples<uint16_t>(packed, cells, count)
                               : unpack_samples<uint32_t>(packed, cells, count);
@@ -158,7 +203,7 @@ void Cells::pack(const uint8_t* cells, uint8_t* packed, size_t count) const noex
     else if (form_.lanes == Lanes::color)
         pack_colors(cells, packed, count);
     else if (form_.lanes == Lanes::index)
-        form_.format->pack(cells, packed, count);
+        pack_indices(cells, packed, count);
     else if (form_.lanes == Lanes::sample)
         form_.lane_bytes == 2 ? pack_samples<uint16_t>(cells, packed, count)
                               : pack_samples<uint32_t>(cells, packed, count);

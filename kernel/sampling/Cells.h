@@ -23,8 +23,10 @@ public:
     static constexpr int32_t kMostPixels = 256;
     static constexpr size_t kLargest = 8; ///< bytes of a cell
 
-    /// Prepares for pixels of the bitmap's form, and this fill. SUCCESS or ERROR_NO_MEMORY.
-    int open(const BITMAPHANDLE& bitmap, const FillPixel& fill) noexcept;
+    /// Prepares for pixels of the bitmap's form, and this fill. Cells that are mixed as real numbers are those of
+    /// turns: all indexed colours but those of 1 bit are colours, bit fields are widened to bytes, gray of a byte may
+    /// be signed. SUCCESS or ERROR_NO_MEMORY.
+    int open(const BITMAPHANDLE& bitmap, const FillPixel& fill, bool is_real = false) noexcept;
 
     const CellKind& kind() const noexcept { return kind_; }
     size_t size() const noexcept { return static_cast<size_t>(kind_.size); }
@@ -41,9 +43,12 @@ public:
     void pack(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept;
 
 private:
+    void open_real(const BITMAPHANDLE& bitmap) noexcept;
     int open_lookup(const BITMAPHANDLE& bitmap) noexcept;
     void unpack_colors(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept;
     void pack_colors(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept;
+    void unpack_indices(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept;
+    void pack_indices(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept;
     void unpack_fields(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept;
     void pack_fields(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept;
     template <class Lane> void unpack_samples(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept;

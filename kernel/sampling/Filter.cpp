@@ -1,6 +1,7 @@
 #include "kernel/sampling/Filter.h"
 
 #include "kernel/sampling/Mix.h"
+#include "kernel/sampling/Real.h"
 
 #include <algorithm>
 #include <cmath>
@@ -118,12 +119,16 @@ void FilterPainter::mix_single(const Source& source, const Track& track, int32_t
         const uint8_t* cells[16];
         gather(source, track, i, 1, 4, cells);
         return with_kind(kind, [&]<class Lane, int kChannels, bool kAlpha>() noexcept {
+            if (kind.is_real)
+                return mix_real<Lane, kChannels, kAlpha, 4>(cells, track.line.from(i), kind, out);
             mix_cubic<Lane, kChannels, kAlpha>(cells, fractions_of(track, i), kind, out);
         });
     }
     const uint8_t* cells[4];
     gather(source, track, i, 0, 2, cells);
     with_kind(kind, [&]<class Lane, int kChannels, bool kAlpha>() noexcept {
+        if (kind.is_real)
+            return mix_real<Lane, kChannels, kAlpha, 2>(cells, track.line.from(i), kind, out);
         mix_linear<Lane, kChannels, kAlpha>(cells, fractions_of(track, i), kind, out);
     });
 }

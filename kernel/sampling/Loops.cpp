@@ -58,6 +58,8 @@ MixLoops fast_mix(const CellKind& kind) noexcept
 {
     if (level() == Level::plain)
         return {};
+    if (kind.is_real)
+        return level() == Level::avx512 ? avx512_real_mix(kind) : avx2_real_mix(kind);
     MixLoops made = avx2_mix(kind);
     if (level() == Level::avx512) {
         const MixLoops widest = avx512_mix(kind);

@@ -35,6 +35,7 @@ struct Patch {
     int32_t left;
     int32_t top;
     int32_t count;
+    Line line; ///< the positions' fractions, finer, where cells are mixed as real numbers
 };
 
 /// Bytes behind the pixels of a patch that fast loops may read, and what their offsets may come to.
@@ -64,6 +65,8 @@ struct CellKind {
     bool alpha = false;     ///< the last channel is the weight of the others
     bool carried = false;   ///< what is behind the channels comes from the nearest cell
     uint32_t most = 255;    ///< largest number
+    bool is_real = false;   ///< mixed as real numbers (Real.h), not as whole ones (Mix.h)
+    uint8_t steps[3] = {};  ///< of mixed numbers from 0 to the largest, where they are fewer than that
 
     constexpr bool operator==(const CellKind&) const noexcept = default;
 };
@@ -79,5 +82,8 @@ MixLoops plain_mix(const CellKind& kind) noexcept;
 MixLoops fast_mix(const CellKind& kind) noexcept;
 MixLoops avx2_mix(const CellKind& kind) noexcept;
 MixLoops avx512_mix(const CellKind& kind) noexcept;
+MixLoops plain_real_mix(const CellKind& kind) noexcept;
+MixLoops avx2_real_mix(const CellKind& kind) noexcept;
+MixLoops avx512_real_mix(const CellKind& kind) noexcept;
 
 } // namespace vk::sampling

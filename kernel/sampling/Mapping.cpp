@@ -12,6 +12,7 @@ bool Mapping::Writer::append(Arc arc, int64_t column, int32_t from, int32_t coun
         track_.base_x = arc.base_x;
         track_.base_y = arc.base_y;
     }
+    track_.is_straight = track_.count == 0 && arc.bend_x == 0 && arc.bend_y == 0;
     const int64_t shift_x = arc.base_x - track_.base_x;
     const int64_t shift_y = arc.base_y - track_.base_y;
     const bool follows = track_.first + track_.count == column + from;

@@ -97,6 +97,8 @@ public:
     }
 
     int32_t room() const noexcept { return kLongest - track_.count; }
+    /// Tells finer positions of the whole track.
+    void set_line(const Line& line) noexcept { track_.line = line; }
     bool is_empty() const noexcept { return track_.count == 0; }
 
     /// Appends positions [from, from + count) of an arc, whose first is for `column`. False when they do not fit.

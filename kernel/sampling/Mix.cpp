@@ -45,6 +45,8 @@ void cubic(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
 
 MixLoops plain_mix(const CellKind& kind) noexcept
 {
+    if (kind.is_real)
+        return plain_real_mix(kind);
     return with_kind(kind, []<class Lane, int kChannels, bool kAlpha>() noexcept {
         return MixLoops{linear<Lane, kChannels, kAlpha>, cubic<Lane, kChannels, kAlpha>};
     });

@@ -5,6 +5,8 @@
 #include "kernel/sampling/Mapping.h"
 #include "kernel/sampling/Source.h"
 
+#include <algorithm>
+
 namespace vk::sampling {
 
 class Painter {
@@ -30,6 +32,19 @@ protected:
                 int64_t{held.bottom} - 1 - reach_.high};
     }
 
+    /// The pixels that samples [from, from + count) begin with.
+    Span measure(const Track& track, int32_t from, int32_t count) const noexcept
+    {
+        if (!track.is_straight)
+            return positions_.measure(track, from, count);
+        const auto ends = [&](const int32_t* positions) noexcept {
+            return std::minmax({positions[from] >> kFractionBits, positions[from + count - 1] >> kFractionBits});
+        };
+        const auto x = ends(track.x);
+        const auto y = ends(track.y);
+        return {track.base_x + x.first, track.base_y + y.first, track.base_x + x.second, track.base_y + y.second};
+    }
+
     /// Calls patch(from, count, span) for stretches of a track whose samples lie inside, and single(i) for others.
     template <class Stretch, class Single>
     void split(const Track& track, const Span& inside, const Stretch& stretch, const Single& single) const noexcept
@@ -37,7 +52,7 @@ protected:
         const auto holds = [&](int64_t x, int64_t y) noexcept {
             return x >= inside.left && x <= inside.right && y >= inside.top && y <= inside.bottom;
         };
-        const Span all = positions_.measure(track, 0, track.count);
+        const Span all = measure(track, 0, track.count);
         if (holds(all.left, all.top) && holds(all.right, all.bottom))
             return stretch(0, track.count, all);
         for (int32_t i = 0; i < track.count;) {
@@ -46,7 +61,7 @@ protected:
                    holds(track.base_x + (track.x[i] >> kFractionBits), track.base_y + (track.y[i] >> kFractionBits)))
                 ++i;
             if (i > from)
-                stretch(from, i - from, positions_.measure(track, from, i - from));
+                stretch(from, i - from, measure(track, from, i - from));
             else
                 single(i++);
         }
@@ -66,7 +81,8 @@ protected:
                 track.y + from,
                 static_cast<int32_t>(pixels.held.left + column - track.base_x),
                 static_cast<int32_t>(span.top - track.base_y),
-                count};
+                count,
+                track.line.from(from)};
     }
 
     /// Loops that read a little too far and count offsets in 32 bits may take it.

@@ -42,6 +42,24 @@ struct Arc {
     int64_t bend_y;
 };
 
+/// Bits behind the point in a line.
+constexpr int kLineBits = 27;
+
+/// Positions that grow evenly, x + i * step_x and so for y, of which only what is behind the point counts: whole pixels
+/// are lost as 32 bits wrap.
+struct Line {
+    uint32_t x = 0;
+    uint32_t y = 0;
+    uint32_t step_x = 0;
+    uint32_t step_y = 0;
+
+    Line from(int32_t i) const noexcept
+    {
+        const auto steps = static_cast<uint32_t>(i);
+        return {x + steps * step_x, y + steps * step_y, step_x, step_y};
+    }
+};
+
 /// A stretch of a row that may see the source. x and y are counted from the base; the whole part of such a position is
 /// the pixel, or the first of the pixels to be mixed, the fraction is how far behind it.
 struct Track {
@@ -49,6 +67,8 @@ struct Track {
     int32_t count = 0;
     int64_t base_x = 0;
     int64_t base_y = 0;
+    bool is_straight = false;                     ///< positions grow evenly, so that its ends tell where it lies
+    Line line{};                                  ///< the same positions, finer, where a mapping tells them
     alignas(64) int32_t x[kLongest + kMostLanes]; ///< the last ones are written past the count only
     alignas(64) int32_t y[kLongest + kMostLanes];
 };
