@@ -22,6 +22,21 @@ bool make_form(const BITMAPHANDLE& bitmap, resample::Form& form) noexcept
     return resample::make_form(usual, false, form);
 }
 
+bool same_color(const RGBQUAD& a, const RGBQUAD& b) noexcept
+{
+    return a.rgbBlue == b.rgbBlue && a.rgbGreen == b.rgbGreen && a.rgbRed == b.rgbRed;
+}
+
+/// Every index is its own level of gray.
+bool is_identity(const resample::Form& form) noexcept
+{
+    for (uint32_t i = 0; i < 256; ++i)
+        if (!same_color(form.entries[i],
+                        {static_cast<uint8_t>(i), static_cast<uint8_t>(i), static_cast<uint8_t>(i), 0}))
+            return false;
+    return form.colors == 256;
+}
+
 CellKind kind_of(const resample::Form& form) noexcept
 {
     CellKind kind{form.channels, form.lane_bytes, form.channels * form.lane_bytes, form.alpha, false, form.most};
@@ -40,11 +55,6 @@ template <class Lane> Lane load(const uint8_t* from) noexcept
     return value;
 }
 
-bool same_color(const RGBQUAD& a, const RGBQUAD& b) noexcept
-{
-    return a.rgbBlue == b.rgbBlue && a.rgbGreen == b.rgbGreen && a.rgbRed == b.rgbRed;
-}
-
 } // namespace
 
 Cells::~Cells()
@@ -54,16 +64,28 @@ Cells::~Cells()
 
 void Cells::open_real(const BITMAPHANDLE& bitmap) noexcept
 {
-    if (form_.lanes == Lanes::index && form_.bits > 1) {
+    const bool is_index = form_.lanes == Lanes::index;
+    const bool is_level = is_index && is_identity(form_);
+    const bool is_field = form_.lanes == Lanes::field;
+    if (is_level) {
+        form_.lanes = Lanes::stored;
+    } else if (is_index && form_.bits > 1) {
         form_.lanes = Lanes::color;
         form_.channels = 3;
         form_.most = 255;
-    } else if (form_.lanes == Lanes::field) {
+    } else if (is_field) {
         form_.most = 255;
-    } else if (form_.lanes == Lanes::stored && form_.channels == 1 && bitmap.Flags & BITMAPFLAG_SIGNED) {
+    } else if (form_.lanes == Lanes::stored && form_.bits == 8 && bitmap.Flags & BITMAPFLAG_SIGNED) {
         form_.lanes = Lanes::index;
         form_.bias = 0x80;
     }
+    kind_ = kind_of(form_);
+    kind_.is_real = true;
+    kind_.is_level = is_level;
+    if (is_field)
+        std::fill_n(kind_.steps, 3, uint8_t{31});
+    if (is_field && form_.order == COLORORDER_RGB565)
+        kind_.steps[1] = 63;
 }
 
 int Cells::open(const BITMAPHANDLE& bitmap, const FillPixel& fill, bool is_real) noexcept
@@ -75,12 +97,8 @@ int Cells::open(const BITMAPHANDLE& bitmap, const FillPixel& fill, bool is_real)
         form_.lanes = Lanes::stored;
     if (is_real)
         open_real(bitmap);
-    kind_ = kind_of(form_);
-    kind_.is_real = is_real;
-    if (is_real && form_.lanes == Lanes::field) {
-        std::fill_n(kind_.steps, 3, uint8_t{31});
-        kind_.steps[1] = form_.order == COLORORDER_RGB565 ? 63 : 31;
-    }
+    else
+        kind_ = kind_of(form_);
     const int result = form_.lanes == Lanes::color ? open_lookup(bitmap) : V_SUCCESS;
     if (is_direct())
         std::copy_n(fill.packed, size(), fill_);

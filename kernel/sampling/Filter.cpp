@@ -142,6 +142,8 @@ void FilterPainter::paint_cells(const Source& source, int32_t row, int32_t left,
     for (; at < right && mapping_.follow({}, reach_, row, at, right, track_); at = track_.first + track_.count) {
         fill(out, track_.first - at);
         out += static_cast<size_t>(track_.first - at) * size;
+        if (cells_.is_direct())
+            fetch_ahead(source.pixels, 8 * kind.size, row, track_);
         split(
             track_, inner(source.pixels),
             [&](int32_t from, int32_t count, const Span& span) noexcept {

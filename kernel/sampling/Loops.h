@@ -66,6 +66,7 @@ struct CellKind {
     bool carried = false;   ///< what is behind the channels comes from the nearest cell
     uint32_t most = 255;    ///< largest number
     bool is_real = false;   ///< mixed as real numbers (Real.h), not as whole ones (Mix.h)
+    bool is_level = false;  ///< a single number that is mixed like a channel of a colour
     uint8_t steps[3] = {};  ///< of mixed numbers from 0 to the largest, where they are fewer than that
 
     constexpr bool operator==(const CellKind&) const noexcept = default;

@@ -86,9 +86,10 @@ void NearestPainter::take_single(const Source& source, const Track& track, int32
 }
 
 /// Takes a track's pixels.
-void NearestPainter::take(const Source& source, const Track& track, uint8_t* out, size_t element) noexcept
+void NearestPainter::take(const Source& source, int32_t row, const Track& track, uint8_t* out, size_t element) noexcept
 {
     const auto place = [&](int32_t i) noexcept { return out + static_cast<size_t>(i) * element; };
+    fetch_ahead(source.pixels, bits_, row, track);
     split(
         track, inner(source.pixels),
         [&](int32_t from, int32_t count, const Span& span) noexcept {
@@ -108,7 +109,7 @@ void NearestPainter::paint_bytes(const Source& source, int32_t row, int32_t left
     int64_t at = left;
     for (; at < right && mapping_.follow({}, reach_, row, at, right, track_); at = track_.first + track_.count) {
         std::memcpy(out + offset(at), pattern_, offset(track_.first) - offset(at));
-        take(source, track_, out + offset(track_.first), bytes);
+        take(source, row, track_, out + offset(track_.first), bytes);
     }
     std::memcpy(out + offset(at), pattern_, offset(right) - offset(at));
 }
@@ -122,6 +123,7 @@ void NearestPainter::paint_bits(const Source& source, int32_t row, int32_t left,
     out[bytes - 1] = static_cast<uint8_t>(out[bytes - 1] & tail_mask(1, width));
     for (int64_t at = left; at < right && mapping_.follow({}, reach_, row, at, right, track_);
          at = track_.first + track_.count) {
+        fetch_ahead(source.pixels, 1, row, track_);
         const auto first = static_cast<int32_t>(track_.first - left);
         const auto put = [&](int32_t i) noexcept {
             const auto column = static_cast<uint32_t>(first + i);
@@ -152,7 +154,7 @@ void NearestPainter::paint_packed(const Source& source, int32_t row, int32_t lef
     std::memcpy(work_, pattern_, width * element);
     for (int64_t at = left; at < right && mapping_.follow({}, reach_, row, at, right, track_);
          at = track_.first + track_.count)
-        take(source, track_, work_ + static_cast<size_t>(track_.first - left) * element, element);
+        take(source, row, track_, work_ + static_cast<size_t>(track_.first - left) * element, element);
     pixel::find_format(bits_, usual_order(bits_))->pack(work_, out, width);
 }
 

@@ -16,7 +16,7 @@ private:
     void paint_bytes(const Source& source, int32_t row, int32_t left, int32_t right, uint8_t* out) noexcept;
     void paint_bits(const Source& source, int32_t row, int32_t left, int32_t right, uint8_t* out) noexcept;
     void paint_packed(const Source& source, int32_t row, int32_t left, int32_t right, uint8_t* out) noexcept;
-    void take(const Source& source, const Track& track, uint8_t* out, size_t element) noexcept;
+    void take(const Source& source, int32_t row, const Track& track, uint8_t* out, size_t element) noexcept;
     void take_single(const Source& source, const Track& track, int32_t i, uint8_t* out) noexcept;
 
     int32_t bits_;

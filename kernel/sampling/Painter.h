@@ -6,6 +6,7 @@
 #include "kernel/sampling/Source.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vk::sampling {
 
@@ -94,6 +95,39 @@ protected:
         return rows_behind * pixels.stride + pixels.behind >= kSlack &&
                rows * pixels.stride + columns * static_cast<uint64_t>(bits) / 8 < kFarthestOffset;
     }
+
+    /// Has pixels fetched that a few rows further the same columns will look at. A row of a canvas crosses many source
+    /// rows and takes little of each, which no processor foresees.
+    void fetch_ahead(const Pixels& pixels, int32_t bits, int32_t row, const Track& track) noexcept
+    {
+        constexpr int32_t kRows = 6;
+        constexpr int32_t kLineBytes = 64;
+        const int64_t x = (track.base_x << kFractionBits) + track.x[0];
+        const int64_t y = (track.base_y << kFractionBits) + track.y[0];
+        const Seat last = std::exchange(seats_[track.first / 64 % 4], {row, track.first, x, y});
+        if (last.row != row - 1 || last.column != track.first)
+            return;
+        const int64_t down_x = kRows * (x - last.x);
+        const int64_t down_y = kRows * (y - last.y);
+        const int32_t step = std::max(kLineBytes * 8 / bits, 1);
+        for (int32_t i = 0; i < track.count; i += step) {
+            const int64_t column = track.base_x + ((track.x[i] + down_x) >> kFractionBits) - pixels.held.left;
+            const int64_t line = track.base_y + ((track.y[i] + down_y) >> kFractionBits) - pixels.held.top;
+            const auto at = reinterpret_cast<uintptr_t>(pixels.data) +
+                            static_cast<uintptr_t>(line * static_cast<int64_t>(pixels.stride) + column * bits / 8);
+            // Not the compiler's own: it takes functions that only prefetch for ones that do nothing, and drops them.
+            __asm__ volatile("prefetcht0 (%0)" : : "r"(at));
+        }
+    }
+
+    /// Where a row's first sample was.
+    struct Seat {
+        int64_t row;
+        int64_t column;
+        int64_t x;
+        int64_t y;
+    };
+    Seat seats_[4] = {{-2, 0, 0, 0}, {-2, 0, 0, 0}, {-2, 0, 0, 0}, {-2, 0, 0, 0}}; ///< of tracks side by side
 
     const Mapping& mapping_;
     const Reach reach_;

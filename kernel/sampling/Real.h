@@ -1,11 +1,11 @@
 // The arithmetic of mixing real numbers, which the loops of Real.cpp and RealLanes.h follow to the bit: products and
 // sums are rounded one by one, in the order that stands here.
 //
-// Colours are floats, grays and the indices of two colours doubles, which hold samples of 32 bits. Of a row of cells
-// each is weighted, then the row; the first weights are 1 - f and f for two, cubic convolution with the parameter -1/2
-// for four. Colours with alpha are multiplied by it, so that transparent pixels do not bleed into others; no alpha is
-// quite 0, so where all are transparent, and in pictures whose fourth byte means nothing, colours still count evenly. A
-// constant picture comes back to the bit.
+// Colours and the levels of gray palettes are floats, grays and the indices of two colours doubles, which hold samples
+// of 32 bits. Of a row of cells each is weighted, then the row; the first weights are 1 - f and f for two, cubic
+// convolution with the parameter -1/2 for four. Colours with alpha are multiplied by it, so that transparent pixels do
+// not bleed into others; no alpha is quite 0, so where all are transparent, and in pictures whose fourth byte means
+// nothing, colours still count evenly. A constant picture comes back to the bit.
 #pragma once
 
 #include "kernel/sampling/Mix.h"
@@ -110,7 +110,12 @@ template <class Lane, int kChannels, bool kAlpha, int kTaps>
 void mix_real(const uint8_t* const (&cells)[kTaps * kTaps], const Line& at, const CellKind& kind, uint8_t* out) noexcept
 {
     size_t nearest = 0;
-    if constexpr (kChannels == 1) {
+    if (kChannels == 1 && kind.is_level) {
+        const RealFractions<float> f(at);
+        const float value = real_sum<kTaps, float>(
+            f, [&](size_t i) noexcept { return static_cast<float>(lane_of<Lane>(cells[i], 0)); });
+        put_lane<Lane>(out, 0, real_level(value, kind.most, 0));
+    } else if constexpr (kChannels == 1) {
         const RealFractions<double> f(at);
         nearest = f.nearest();
         const double value = real_sum<kTaps, double>(

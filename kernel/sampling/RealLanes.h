@@ -5,6 +5,8 @@
 
 #include "kernel/sampling/Real.h"
 
+#include <utility>
+
 namespace vk::sampling {
 
 template <class V> class RealLanes {
@@ -41,31 +43,42 @@ template <class V> class RealLanes {
 
     static Floats fraction_of(Ints position) noexcept { return V::floats(position) * V::number(1.0F / kLineOne); }
 
-    /// The numbers of a cell of bytes or words, in one or two vectors.
-    template <class Lane, int kChannels> struct Cell {
-        static constexpr int kWords = sizeof(Lane) == 2 ? 2 : 1;
+    /// A row of cells of so many samples, of which each vector has four bytes.
+    template <class Lane, int32_t kSize, int kTaps> struct Row {
+        static constexpr int kWords = (kTaps * kSize + 3) / 4;
         Ints words[kWords];
 
-        Cell(const uint8_t* origin, Ints offsets) noexcept
+        Row(const uint8_t* origin, Ints offsets) noexcept
         {
-            words[0] = V::gather(origin, offsets);
-            if constexpr (kWords == 2)
-                words[1] = V::gather(origin + 4, offsets);
+            for (int i = 0; i < kWords; ++i)
+                words[i] = V::gather(origin + 4 * i, offsets);
         }
-        template <int kChannel> Floats number() const noexcept
+        /// A channel of a cell.
+        template <int kTap, int kChannel> Ints number() const noexcept
         {
             constexpr int kBits = 8 * sizeof(Lane);
-            constexpr int kAt = kChannel * kBits % 32;
-            Ints word = words[kChannel * kBits / 32];
+            constexpr int kByte = kTap * kSize + kChannel * int{sizeof(Lane)};
+            constexpr int kAt = kByte % 4 * 8;
+            Ints word = words[kByte / 4];
             if constexpr (kAt != 0)
                 word = V::template logical<kAt>(word);
             if constexpr (kAt + kBits != 32)
                 word = V::both(word, V::all((1 << kBits) - 1));
-            return V::floats(word);
+            return word;
         }
     };
 
-    /// Blue, green, red, and alpha where there is one, of as many samples.
+    /// Calls run.template operator()<tap>() for each.
+    template <int kTaps, class Run> static void for_taps(const Run& run) noexcept
+    {
+        [&]<int... kTap>(std::integer_sequence<int, kTap...>) noexcept
+        {
+            (run.template operator()<kTap>(), ...);
+        }
+        (std::make_integer_sequence<int, kTaps>());
+    }
+
+    /// Blue, green, red, and alpha where there is one, of as many samples; or a gray level alone.
     template <int kChannels> struct Colors {
         Floats of[kChannels];
 
@@ -81,15 +94,17 @@ template <class V> class RealLanes {
         }
     };
 
-    template <class Lane, int kChannels, bool kAlpha>
-    static Colors<kChannels> colors_of(const Cell<Lane, kChannels>& cell) noexcept
+    template <int kTap, int kChannels, bool kAlpha, class Cells>
+    static Colors<kChannels> colors_of(const Cells& row) noexcept
     {
         Colors<kChannels> colors;
-        colors.of[0] = cell.template number<0>();
-        colors.of[1] = cell.template number<1>();
-        colors.of[2] = cell.template number<2>();
+        colors.of[0] = V::floats(row.template number<kTap, 0>());
+        if constexpr (kChannels >= 3) {
+            colors.of[1] = V::floats(row.template number<kTap, 1>());
+            colors.of[2] = V::floats(row.template number<kTap, 2>());
+        }
         if constexpr (kAlpha) {
-            const Floats alpha = cell.template number<3>() + V::number(kAlphaSpare);
+            const Floats alpha = V::floats(row.template number<kTap, 3>()) + V::number(kAlphaSpare);
             for (int c = 0; c < 3; ++c)
                 colors.of[c] = colors.of[c] * alpha;
             colors.of[3] = alpha;
@@ -111,7 +126,7 @@ template <class V> class RealLanes {
             levels[3] = V::whole(clipped(sum.of[3]) + half);
             return;
         }
-        for (int c = 0; c < 3; ++c) {
+        for (int c = 0; c < kChannels; ++c) {
             const Floats value = clipped(sum.of[c]);
             if (kind.steps[c] == 0) {
                 levels[c] = V::whole(value + half);
@@ -163,20 +178,21 @@ public:
             Colors<kChannels> sum;
             const uint8_t* origin = patch.origin;
             for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
+                const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
+                const Floats weight = down[j];
                 Colors<kChannels> row;
-                for (int t = 0; t < kTaps; ++t) {
-                    const Cell<Lane, kChannels> cell(origin + t * kSize, group.offsets);
-                    Colors<kChannels> colors = colors_of<Lane, kChannels, kAlpha>(cell);
-                    colors.weigh(across[t]);
-                    if (t == 0)
+                for_taps<kTaps>([&]<int kTap>() noexcept {
+                    Colors<kChannels> colors = colors_of<kTap, kChannels, kAlpha>(cells);
+                    colors.weigh(across[kTap]);
+                    if constexpr (kTap == 0)
                         row = colors;
                     else
                         row.add(colors);
-                    if constexpr (kCarried)
-                        if (j >= kBefore && j <= kBefore + 1 && t >= kBefore && t <= kBefore + 1)
-                            nearest.see(j - kBefore, t - kBefore, cell.words[0]);
-                }
-                row.weigh(down[j]);
+                    if constexpr (kCarried && kTap >= kBefore && kTap <= kBefore + 1)
+                        if (j >= kBefore && j <= kBefore + 1)
+                            nearest.see(j - kBefore, kTap - kBefore, cells.words[kTap]);
+                });
+                row.weigh(weight);
                 if (j == 0)
                     sum = row;
                 else
@@ -186,7 +202,9 @@ public:
             settle<kChannels, kAlpha>(sum, kind, levels);
             const int32_t rest = patch.count - i;
             uint8_t* const place = out + i * kSize;
-            if constexpr (sizeof(Lane) == 2) {
+            if constexpr (kChannels == 1) {
+                V::template store<kSize>(place, levels[0], rest);
+            } else if constexpr (sizeof(Lane) == 2) {
                 Ints last = levels[2];
                 if constexpr (kAlpha)
                     last = V::any(last, V::template left<16>(levels[3]));
@@ -208,33 +226,26 @@ public:
     {
         constexpr int32_t kSize = sizeof(Lane);
         constexpr int kBefore = kTaps == 4 ? 1 : 0;
-        constexpr int kInWord = 4 / kSize;
-        constexpr int kWords = (kTaps + kInWord - 1) / kInWord;
         const auto number = [](double value) noexcept { return V::number(value); };
         for (int32_t i = 0; i < patch.count; i += kLanes) {
             const Group group(patch, i, kSize, kBefore);
-            const uint8_t* origin = patch.origin;
-            Ints words[kTaps][kWords];
-            for (int j = 0; j < kTaps; ++j, origin += patch.stride)
-                for (int w = 0; w < kWords; ++w)
-                    words[j][w] = V::gather(origin + 4 * w, group.offsets);
             const auto mixed = [&]<bool kUpper>() noexcept {
                 const auto fraction = [&](Ints position) noexcept {
                     return V::template doubles<kUpper>(position) * V::number(1.0 / kLineOne);
-                };
-                const auto cell = [&](int j, int t) noexcept {
-                    const Ints word = V::logical_by(words[j][t / kInWord], t % kInWord * 8 * kSize);
-                    return V::template doubles<kUpper>(V::both(word, V::all((1 << 8 * kSize) - 1)));
                 };
                 Doubles across[kTaps];
                 Doubles down[kTaps];
                 real_weights(fraction(group.x), number, across);
                 real_weights(fraction(group.y), number, down);
                 Doubles sum;
-                for (int j = 0; j < kTaps; ++j) {
-                    Doubles row = cell(j, 0) * across[0];
-                    for (int t = 1; t < kTaps; ++t)
-                        row = row + cell(j, t) * across[t];
+                const uint8_t* origin = patch.origin;
+                for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
+                    const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
+                    Doubles row;
+                    for_taps<kTaps>([&]<int kTap>() noexcept {
+                        const Doubles value = V::template doubles<kUpper>(cells.template number<kTap, 0>());
+                        row = kTap == 0 ? value * across[0] : row + value * across[kTap];
+                    });
                     sum = j == 0 ? row * down[0] : sum + row * down[j];
                 }
                 const Doubles most = V::number(static_cast<double>(kind.most));
@@ -253,6 +264,8 @@ public:
         if (kind.channels == 1) {
             if (kind.carried || kind.lane_bytes == 4)
                 return {};
+            if (kind.is_level)
+                return all<uint8_t, 1, false, false>();
             return is_word ? MixLoops{mix_numbers<uint16_t, 2>, mix_numbers<uint16_t, 4>}
                            : MixLoops{mix_numbers<uint8_t, 2>, mix_numbers<uint8_t, 4>};
         }
