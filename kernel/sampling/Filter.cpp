@@ -214,6 +214,32 @@ void FilterPainter::finish(const Sums& sums, const Raster& raster, uint8_t* out)
     });
 }
 
+/// Adds the samples of columns [left, right), as far as they are those of the source's part.
+void FilterPainter::add_samples(const Source& source, const Raster& raster, int32_t row, int32_t left, int32_t right,
+                                Sums* sums) noexcept
+{
+    Parts* const parts = source.parts;
+    Source held = source;
+    const auto is_held = [&](int32_t i) noexcept {
+        if (!parts)
+            return true;
+        if (!parts->has(track_.base_x + (track_.x[i] >> kFractionBits), track_.base_y + (track_.y[i] >> kFractionBits)))
+            return false;
+        const Pixels* const pixels = parts->pixels();
+        if (pixels)
+            held.pixels = *pixels;
+        return pixels != nullptr;
+    };
+    const int64_t end = int64_t{right} * raster.across;
+    const int64_t first_row = int64_t{row} * raster.down;
+    for (int64_t line = first_row; line < first_row + raster.down; ++line)
+        for (int64_t at = int64_t{left} * raster.across;
+             at < end && mapping_.follow(raster, reach_, line, at, end, track_); at = track_.first + track_.count)
+            for (int32_t i = 0; i < track_.count; ++i)
+                if (sees(source, track_, i) && is_held(i))
+                    add_sample(held, track_, i, raster, line, sums[(track_.first + i) / raster.across - left]);
+}
+
 /// Columns [left, right), no more than kMeanColumns, each the mean of its samples.
 void FilterPainter::paint_means(const Source& source, const Raster& raster, int32_t row, int32_t left, int32_t right,
                                 uint8_t* out) noexcept
@@ -222,14 +248,10 @@ void FilterPainter::paint_means(const Source& source, const Raster& raster, int3
     std::memset(static_cast<void*>(sums), 0, static_cast<size_t>(right - left) * sizeof(Sums));
     for (int32_t i = 0; i < right - left; ++i)
         std::memcpy(sums[i].nearest, fill_, cells_.size());
-    const int64_t end = int64_t{right} * raster.across;
-    const int64_t first_row = int64_t{row} * raster.down;
-    for (int64_t line = first_row; line < first_row + raster.down; ++line)
-        for (int64_t at = int64_t{left} * raster.across;
-             at < end && mapping_.follow(raster, reach_, line, at, end, track_); at = track_.first + track_.count)
-            for (int32_t i = 0; i < track_.count; ++i)
-                if (sees(source, track_, i))
-                    add_sample(source, track_, i, raster, line, sums[(track_.first + i) / raster.across - left]);
+    if (!source.parts)
+        add_samples(source, raster, row, left, right, sums);
+    for (bool is_left = source.parts && source.parts->first(); is_left; is_left = source.parts->next())
+        add_samples(source, raster, row, left, right, sums);
     for (int32_t i = 0; i < right - left; ++i)
         finish(sums[i], raster, out + static_cast<size_t>(i) * cells_.size());
 }

@@ -26,6 +26,8 @@ private:
     struct Sums;
 
     void paint_cells(const Source& source, int32_t row, int32_t left, int32_t right, uint8_t* out) noexcept;
+    void add_samples(const Source& source, const Raster& raster, int32_t row, int32_t left, int32_t right,
+                     Sums* sums) noexcept;
     void paint_means(const Source& source, const Raster& raster, int32_t row, int32_t left, int32_t right,
                      uint8_t* out) noexcept;
     void fill(uint8_t* cells, int64_t count) const noexcept;

@@ -89,4 +89,63 @@ const Pixels* Fetcher::block(int32_t x, int32_t y) noexcept
     return &held;
 }
 
+void Parts::open(const Box& looked, uint8_t* room, uint64_t bytes) noexcept
+{
+    constexpr int64_t kRows = 32; // of whole rows as many fit as do; of a part's no fewer than these
+    looked_ = looked;
+    room_ = room;
+    int64_t width = looked.width();
+    const auto rows_of = [&](int64_t held) noexcept {
+        return static_cast<int64_t>(bytes / std::max<uint64_t>(loader_.row_bytes(held), 1));
+    };
+    if (rows_of(width) <= kRows)
+        width = std::max<int64_t>(static_cast<int64_t>(bytes) / (kRows + 1) * 8 / loader_.bits() / kAligned - 1, 1) *
+                kAligned;
+    width_ = static_cast<int32_t>(std::min(width, looked.width()));
+    const int64_t rows = rows_of(int64_t{width_} + (width_ < looked.width() ? kAligned : 0)) - 1;
+    height_ = static_cast<int32_t>(std::clamp<int64_t>(rows, 1, looked.height()));
+}
+
+bool Parts::first() noexcept
+{
+    part_ = {looked_.left, looked_.top, looked_.left + width_, looked_.top + height_};
+    pixels_ = {};
+    return !looked_.empty();
+}
+
+bool Parts::next() noexcept
+{
+    pixels_ = {};
+    if (part_.right < looked_.right) {
+        part_.left = part_.right;
+    } else {
+        if (part_.bottom >= looked_.bottom)
+            return false;
+        part_.left = looked_.left;
+        part_.top = part_.bottom;
+    }
+    part_.right = part_.left + std::min(width_, looked_.right - part_.left);
+    part_.bottom = part_.top + std::min(height_, looked_.bottom - part_.top);
+    return true;
+}
+
+bool Parts::has(int64_t x, int64_t y) const noexcept
+{
+    const int64_t column = std::clamp<int64_t>(x, looked_.left, looked_.right - 1);
+    const int64_t row = std::clamp<int64_t>(y, looked_.top, looked_.bottom - 1);
+    return column >= part_.left && column < part_.right && row >= part_.top && row < part_.bottom;
+}
+
+const Pixels* Parts::pixels() noexcept
+{
+    if (pixels_.data || result_ != V_SUCCESS)
+        return result_ == V_SUCCESS ? &pixels_ : nullptr;
+    const Box box{part_.left, part_.top, std::min(part_.right, looked_.right - 1) + 1,
+                  std::min(part_.bottom, looked_.bottom - 1) + 1};
+    result_ = loader_.load(box, room_);
+    if (result_ == V_SUCCESS)
+        pixels_ = {room_, loader_.row_bytes(box.width()), box, kSlack};
+    return pixels_.data ? &pixels_ : nullptr;
+}
+
 } // namespace vk::sampling

@@ -77,11 +77,50 @@ private:
     int result_ = 1;
 };
 
+/// The same for means, which take thousands of samples there: what they see is cut into parts that lie side by side. A
+/// part is read when it is first asked for and samples go by parts, so each pixel is read once, or up to four times at
+/// the edges of parts: a part holds the pixels behind its own, too, with which its last samples are mixed.
+class Parts {
+public:
+    explicit Parts(Loader& loader) noexcept : loader_(loader) {}
+
+    /// For what is looked at, its left side a multiple of kAligned, through so many bytes of room: kLeastBytes at
+    /// least.
+    void open(const Box& looked, uint8_t* room, uint64_t bytes) noexcept;
+
+    /// The first part, and the next one. False when there is none left.
+    bool first() noexcept;
+    bool next() noexcept;
+
+    /// Whether samples that begin with this pixel are mixed in this part. Ones outside of the source go with those at
+    /// its edge.
+    bool has(int64_t x, int64_t y) const noexcept;
+
+    /// The part's pixels; null after a failure.
+    const Pixels* pixels() noexcept;
+
+    /// SUCCESS, or what the first failure was.
+    int result() const noexcept { return result_; }
+
+    static constexpr uint64_t kLeastBytes = 1024;
+
+private:
+    Loader& loader_;
+    Box looked_;
+    Box part_; ///< whose samples are mixed
+    uint8_t* room_ = nullptr;
+    int32_t width_ = 0;
+    int32_t height_ = 0;
+    Pixels pixels_; ///< as far as they are read
+    int result_ = 1;
+};
+
 /// What painters get.
 struct Source {
     Pixels pixels;
     Extent extent;
     Fetcher* fetcher = nullptr; ///< asked for what is not held
+    Parts* parts = nullptr;     ///< likewise, for means
 };
 
 } // namespace vk::sampling

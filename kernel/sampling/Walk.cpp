@@ -165,11 +165,16 @@ private:
         const int result = fetcher_.open();
         if (result != V_SUCCESS)
             return result;
+        Parts parts(loader_);
+        parts.open(looked_at(box), held_.data(), held_bytes_);
         source_.pixels = {};
         source_.fetcher = &fetcher_;
+        source_.parts = &parts;
         const int painted = paint_rows(box);
         source_.fetcher = nullptr;
-        return fetcher_.result() == V_SUCCESS ? painted : fetcher_.result();
+        source_.parts = nullptr;
+        const int read = fetcher_.result() == V_SUCCESS ? parts.result() : fetcher_.result();
+        return read == V_SUCCESS ? painted : read;
     }
 
     int paint_rows(const Box& box) noexcept
