@@ -33,6 +33,8 @@ void Narrowing::keep(double start, double slope) noexcept
             to_ = from_ - 1;
         return;
     }
+    if (start + from_ * slope >= 0 && start + to_ * slope >= 0)
+        return; // as mostly: both ends are kept
     const double bound = -start / slope;
     if (slope > 0)
         from_ = std::max(from_, std::ceil(bound));
