@@ -93,14 +93,14 @@ private:
     static bool narrow(const int32_t* positions, int32_t first, int32_t end, __m512i& bytes) noexcept
     {
         __m512i whole[4];
-        __mmask16 far = 0;
+        __mmask16 outside = 0;
         for (int k = 0; k < 4; ++k) {
             const __m512i some = _mm512_loadu_si512(positions + kLanes * k);
             whole[k] = _mm512_sub_epi32(_mm512_srai_epi32(some, kFractionBits), all(first));
-            far = static_cast<__mmask16>(far | _mm512_cmpge_epu32_mask(whole[k], all(end)));
+            outside = static_cast<__mmask16>(outside | _mm512_cmpge_epu32_mask(whole[k], all(end)));
         }
         bytes = _mm512_mask_blend_epi64(0xF0, lowest(whole[0], whole[1]), lowest(whole[2], whole[3]));
-        return far == 0;
+        return outside == 0;
     }
 
     /// The lowest bytes of two times sixteen numbers, twice.
@@ -122,16 +122,16 @@ private:
 int32_t take_near(const Patch& patch, uint8_t* out) noexcept
 {
     int32_t i = 0;
-    for (Near near; i + Near::kCount <= patch.count && near.find(patch, i, 64, 1); i += Near::kCount) {
-        const uint8_t* const window = patch.origin + static_cast<size_t>(near.top) * patch.stride + near.left;
+    for (Near group; i + Near::kCount <= patch.count && group.find(patch, i, 64, 1); i += Near::kCount) {
+        const uint8_t* const window = patch.origin + static_cast<size_t>(group.top) * patch.stride + group.left;
         const auto row = [&](int32_t k) noexcept {
-            return _mm512_loadu_si512(window + static_cast<size_t>(std::min(k, near.rows - 1)) * patch.stride);
+            return _mm512_loadu_si512(window + static_cast<size_t>(std::min(k, group.rows - 1)) * patch.stride);
         };
-        const __m512i odd = _mm512_and_si512(_mm512_slli_epi16(near.y, 6), _mm512_set1_epi8(64));
-        const __m512i place = _mm512_or_si512(near.x, odd);
+        const __m512i odd = _mm512_and_si512(_mm512_slli_epi16(group.y, 6), _mm512_set1_epi8(64));
+        const __m512i place = _mm512_or_si512(group.x, odd);
         __m512i pixels = _mm512_permutex2var_epi8(row(0), place, row(1));
-        for (int32_t k = 2; k < near.rows; k += 2) {
-            const __mmask64 here = _mm512_cmpge_epu8_mask(near.y, _mm512_set1_epi8(static_cast<char>(k)));
+        for (int32_t k = 2; k < group.rows; k += 2) {
+            const __mmask64 here = _mm512_cmpge_epu8_mask(group.y, _mm512_set1_epi8(static_cast<char>(k)));
             pixels = _mm512_mask_mov_epi8(pixels, here, _mm512_permutex2var_epi8(row(k), place, row(k + 1)));
         }
         _mm512_storeu_si512(out + i, pixels);
@@ -143,20 +143,20 @@ int32_t take_near(const Patch& patch, uint8_t* out) noexcept
 bool near_bits(const Patch& patch, int32_t i, uint64_t& bits) noexcept
 {
     constexpr int32_t kBytes = 16; // of a row
-    Near near;
-    if (!near.find(patch, i, 8 * kBytes, 8))
+    Near group;
+    if (!group.find(patch, i, 8 * kBytes, 8))
         return false;
     alignas(64) uint8_t window[Near::kRows * kBytes];
-    const uint8_t* from = patch.origin + static_cast<size_t>(near.top) * patch.stride + near.left / 8;
-    for (int32_t k = 0; k < near.rows; ++k, from += patch.stride)
+    const uint8_t* from = patch.origin + static_cast<size_t>(group.top) * patch.stride + group.left / 8;
+    for (int32_t k = 0; k < group.rows; ++k, from += patch.stride)
         _mm_store_si128(reinterpret_cast<__m128i*>(window + k * kBytes),
                         _mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
     const auto every = [](int32_t value) noexcept { return _mm512_set1_epi8(static_cast<char>(value)); };
     // The bytes' places: row * 16 + column / 8. Groups of eight are turned round, for the first one is highest.
     const __m512i backwards =
         _mm512_maskz_broadcast_i32x4(0xFFFF, _mm_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8));
-    const __m512i x = _mm512_shuffle_epi8(near.x, backwards);
-    const __m512i rows = _mm512_slli_epi16(_mm512_shuffle_epi8(near.y, backwards), 4);
+    const __m512i x = _mm512_shuffle_epi8(group.x, backwards);
+    const __m512i rows = _mm512_slli_epi16(_mm512_shuffle_epi8(group.y, backwards), 4);
     const __m512i columns = _mm512_and_si512(_mm512_srli_epi16(x, 3), every(kBytes - 1));
     const __m512i bytes = _mm512_permutex2var_epi8(_mm512_load_si512(window), _mm512_or_si512(rows, columns),
                                                    _mm512_load_si512(window + 64));
