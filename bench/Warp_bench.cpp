@@ -3,7 +3,7 @@
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"
-#include "kernel/warp/Loops.h"
+#include "kernel/sampling/Loops.h"
 
 #include <cmath>
 
@@ -116,13 +116,13 @@ void warp(benchmark::State& state)
     const Size size = size_for(bits);
     const V_MATRIX map = map_for(kind, size);
     const std::vector<V_POINTD> grid = lens_grid(size);
-    vk::warp::limit_level(static_cast<vk::warp::Level>(state.range(3)));
+    vk::sampling::limit_level(static_cast<vk::sampling::Level>(state.range(3)));
     on_bitmap(state, bits, [&](BITMAPHANDLE& bitmap) {
         return kind == lens ? V_WarpBitmapGrid(&bitmap, grid.data(), kGridColumns, kGridRows, size.width, size.height,
                                                flags, 0x00FFFFFFu)
                             : V_WarpBitmap(&bitmap, &map, size.width, size.height, flags, 0x00FFFFFFu);
     });
-    vk::warp::limit_level(vk::warp::Level::avx512);
+    vk::sampling::limit_level(vk::sampling::Level::avx512);
 }
 BENCHMARK(warp)
     ->ArgNames({"bits", "flags", "kind", "level"})

@@ -1,6 +1,6 @@
 #include "kernel/combine/FillColor.h"
 
-#include "kernel/rotate/Painter.h"
+#include "kernel/sampling/Fill.h"
 
 #include <algorithm>
 
@@ -8,7 +8,7 @@ namespace vk::combine {
 
 FillColor fill_color(const BITMAPHANDLE& bitmap, COLORREF color) noexcept
 {
-    const rotate::FillPixel pixel = rotate::fill_pixel(bitmap, color);
+    const sampling::FillPixel pixel = sampling::fill_pixel(bitmap, color);
     FillColor fill;
     std::copy_n(pixel.packed, sizeof fill.packed, fill.packed);
     const int32_t bits = bitmap.BitsPerPixel;

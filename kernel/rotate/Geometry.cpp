@@ -110,10 +110,11 @@ Run find_run(const Geometry& geometry, const Reach& reach, int32_t row, int32_t 
         const int64_t steps = run.end - 1 - run.first;
         return seen.has(run.x + steps * geometry.step_x, run.y + steps * geometry.step_y);
     };
-    // What lies inside is one stretch, so the ends tell. Most rows are inside as a whole.
+    // What lies inside is one stretch, so the ends tell. Most rows are inside as a whole. Numbers that were stored one
+    // by one are not copied together: processors wait for that.
     const Run whole = start_at(begin, end);
     if (seen.has(whole.x, whole.y) && ends_inside(whole))
-        return whole;
+        return {begin, end, whole.x, whole.y};
 
     // Roughly first, with room for rounding, then by the positions themselves.
     constexpr double kRoom = 1.0 / 1024;

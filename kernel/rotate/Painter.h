@@ -2,13 +2,15 @@
 // source pixels that lie in memory. Turn.cpp cuts the canvas into such boxes and brings the source pixels there.
 #pragma once
 
-#include "Vkrecord.h"
 #include "kernel/rotate/Geometry.h"
+#include "kernel/sampling/Fill.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace vk::rotate {
+
+using sampling::FillPixel;
 
 /// Source pixels in memory: the box `held`, whose left side is a multiple of 8 pixels.
 struct Pixels {
@@ -24,16 +26,6 @@ struct Target {
     size_t stride = 0;
     Box box{};
 };
-
-/// The pixel that stands where the image does not reach: packed as a row's first one, and as a number where pixels
-/// are indices or no whole bytes.
-struct FillPixel {
-    uint8_t packed[8] = {};
-    uint32_t value = 0;
-};
-
-/// A fill colour in the bitmap's form.
-FillPixel fill_pixel(const BITMAPHANDLE& bitmap, COLORREF color) noexcept;
 
 class Painter {
 public:

@@ -9,10 +9,12 @@
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/rotate/Angle.h"
-#include "kernel/rotate/Filter.h"
 #include "kernel/rotate/Nearest.h"
+#include "kernel/rotate/Turn.h"
 #include "kernel/rotate/TurnPixels.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/sampling/Filter.h"
+#include "kernel/sampling/Walk.h"
 #include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/Progress.h"
@@ -97,17 +99,27 @@ private:
     bool is_made_ = false;
 };
 
+/// Paints the staged bitmap by mixed pixels.
+int paint_mixed(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
+                const Turn& turn, Progress& progress) noexcept
+{
+    sampling::Cells cells;
+    const int result = cells.open(described, sampling::fill_pixel(described, turn.fill), true);
+    if (result != V_SUCCESS)
+        return result;
+    const rotate::Turn mapping(geometry);
+    sampling::FilterPainter painter(mapping, cells, {(turn.flags & ROTATEFLAG_BICUBIC) != 0});
+    return sampling::paint_canvas(source, made, mapping, &cells, painter, progress);
+}
+
 /// Paints the staged bitmap; it and the source are accessed.
 int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
           const Turn& turn, Progress& progress) noexcept
 {
-    const rotate::FillPixel fill = rotate::fill_pixel(described, turn.fill);
+    const sampling::FillPixel fill = sampling::fill_pixel(described, turn.fill);
     const bool is_filtered = turn.flags & (ROTATEFLAG_RESAMPLE | ROTATEFLAG_BICUBIC) && !geometry.moves_whole_pixels();
-    if (is_filtered) {
-        rotate::FilterPainter painter(geometry, turn.flags & ROTATEFLAG_BICUBIC);
-        const int result = painter.open(described, fill);
-        return result == V_SUCCESS ? rotate::turn_pixels(source, made, geometry, painter, progress) : result;
-    }
+    if (is_filtered)
+        return paint_mixed(source, described, made, geometry, turn, progress);
     rotate::NearestPainter painter(geometry, made.BitsPerPixel, fill);
     return rotate::turn_pixels(source, made, geometry, painter, progress);
 }

@@ -3,6 +3,7 @@
 #include "kernel/geometry/Matrix.h"
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 namespace vk::warp {
@@ -27,6 +28,12 @@ bool is_near(const Place& a, const Place& b) noexcept
     return std::fabs(a.x - b.x) <= kWidest && std::fabs(a.y - b.y) <= kWidest;
 }
 
+/// A quotient by a power of two, towards 0, without a division.
+int64_t shared(int64_t value, int bits) noexcept
+{
+    return (value + (value < 0 ? (int64_t{1} << bits) - 1 : 0)) >> bits;
+}
+
 /// The parabola through positions at 0, half and twice half, whose whole pixels are left out.
 struct Parabola {
     int64_t start;
@@ -38,8 +45,9 @@ struct Parabola {
     {
         const int64_t to_middle = to_fine(middle - base) - start;
         const int64_t to_last = to_fine(last - base) - start;
-        bend = (to_last - 2 * to_middle) / (2 * half * half);
-        step = to_middle / half - bend * half;
+        const int bits = std::countr_zero(static_cast<uint64_t>(half));
+        bend = shared(to_last - 2 * to_middle, 2 * bits + 1);
+        step = shared(to_middle, bits) - bend * half;
     }
 };
 

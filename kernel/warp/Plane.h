@@ -3,9 +3,11 @@
 #pragma once
 
 #include "Vkgeometry.h"
-#include "kernel/warp/Mapping.h"
+#include "kernel/sampling/Mapping.h"
 
 namespace vk::warp {
+
+using namespace sampling;
 
 class Plane final : public Mapping {
 public:

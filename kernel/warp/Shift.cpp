@@ -83,7 +83,7 @@ private:
     void fill() noexcept
     {
         constexpr int32_t kPiece = 256;
-        const rotate::FillPixel fill = rotate::fill_pixel(source_, warp_.fill);
+        const sampling::FillPixel fill = sampling::fill_pixel(source_, warp_.fill);
         const size_t bytes = bytes_of(made_.Width);
         if (is_whole_bytes(bits_)) {
             const auto pixel = static_cast<size_t>(bits_ / 8);

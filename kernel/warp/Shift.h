@@ -2,7 +2,7 @@
 // copied, at the positions that the general way would work out, where these are certain to be the same to the bit.
 #pragma once
 
-#include "kernel/rotate/Painter.h"
+#include "kernel/sampling/Fill.h"
 #include "kernel/system/Progress.h"
 #include "kernel/warp/WarpBitmap.h"
 

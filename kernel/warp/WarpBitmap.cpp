@@ -6,15 +6,15 @@
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/sampling/Filter.h"
+#include "kernel/sampling/Nearest.h"
+#include "kernel/sampling/Walk.h"
 #include "kernel/storage/Storage.h"
 #include "kernel/system/SilentStatus.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/warp/Filter.h"
 #include "kernel/warp/Grid.h"
-#include "kernel/warp/Nearest.h"
 #include "kernel/warp/Plane.h"
 #include "kernel/warp/Shift.h"
-#include "kernel/warp/Walk.h"
 
 #include <algorithm>
 
@@ -29,7 +29,7 @@ constexpr uint32_t kMixed = WARP_LINEAR | WARP_CUBIC | WARP_AREA;
 int paint_by(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mapping, const Warp& warp,
              Progress& progress) noexcept
 {
-    const rotate::FillPixel fill = rotate::fill_pixel(source, warp.fill);
+    const sampling::FillPixel fill = sampling::fill_pixel(source, warp.fill);
     if (!(warp.flags & kMixed)) {
         NearestPainter painter(mapping, made.BitsPerPixel, fill);
         return paint_canvas(source, made, mapping, nullptr, painter, progress);

@@ -4,12 +4,14 @@
 
 #include "Vkgeometry.h"
 #include "Vkrecord.h"
+#include "kernel/sampling/Mapping.h"
 #include "kernel/system/Progress.h"
-#include "kernel/warp/Mapping.h"
 
 namespace vk {
 
 namespace warp {
+
+using namespace sampling;
 
 /// Source positions of points that are evenly spread over the canvas.
 struct GridPoints {

@@ -1,6 +1,7 @@
 // Interpolated rotation beside its definition in doubles, pixel by pixel: each channel, weighted by alpha, with the
 // fill around the image.
 #include "Vkkrnx.h"
+#include "kernel/sampling/Loops.h"
 #include "tests/rotate/RotateSupport.h"
 #include "tests/support/TestMix.h"
 
@@ -55,6 +56,63 @@ TEST(RotateFilter, WeightsAsDefined)
                         }
                     }
             }
+}
+
+// The loops for wider instruction sets give what the plain ones do to the bit, and are those that run. What comes out
+// is fixed: products and sums of floats and doubles are rounded in one order on every processor.
+TEST(RotateFilter, EveryLevelGivesTheSame)
+{
+    using sampling::Level;
+    const struct {
+        int32_t bits;
+        int32_t order;
+        uint64_t linear;
+        uint64_t cubic;
+    } rows[] = {{1, COLORORDER_RGB, 0xE93B5680B79AAA5Cu, 0x3D5A27119E3836BBu},
+                {4, COLORORDER_RGB, 0x226E96E5193D2BE6u, 0x530EFEFF52854F3Au},
+                {8, COLORORDER_RGB, 0x95A8BC2EE03D972Du, 0x713BD28D429787BEu},
+                {8, COLORORDER_GRAY, 0xE8EBC3D7C3B7DE0u, 0xA24DF333CC91D160u},
+                {12, COLORORDER_GRAY, 0x9A1CABB3C8DF0AFBu, 0xCE6BFD9EA392678Cu},
+                {16, COLORORDER_GRAY, 0x2F0409662B6AFB07u, 0x98F08DB6C3D692CFu},
+                {16, COLORORDER_RGB, 0x8525ECA4BEFED2B8u, 0x606FBE003F9F65F4u},
+                {16, COLORORDER_RGB565, 0x29027A48DC3D328Cu, 0xB452D961CEA03494u},
+                {24, COLORORDER_BGR, 0x1A51FAC644E41CABu, 0xCF9D1EA67B6126E6u},
+                {32, COLORORDER_BGR, 0xA4233DE822BE051Fu, 0xA0CA1866BB12DB37u},
+                {32, COLORORDER_GRAY, 0x23CD085B6B6A21Fu, 0xC5EA7933C2C366C1u},
+                {48, COLORORDER_BGR, 0xB202A4BEDCDCEE70u, 0x1322E85F5185EFC9u},
+                {64, COLORORDER_BGR, 0x23BBD0DCDC1A5167u, 0x48A3E0AC277D5C25u}};
+    const Level best = sampling::limit_level(Level::avx512);
+    for (const auto& row : rows)
+        for (const bool is_cubic : {false, true}) {
+            SCOPED_TRACE(std::to_string(row.bits) + " bits, order " + std::to_string(row.order));
+            for (const Level level : {Level::plain, Level::avx2, Level::avx512}) {
+                TestBitmap bitmap;
+                ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 333, 71, row.bits, row.order));
+                bitmap.paint([](int32_t x, int32_t y) {
+                    const uint64_t mixed = static_cast<uint64_t>(x * 71 + y + 1) * 0x9E3779B97F4A7C15u;
+                    return (mixed ^ mixed >> 29) | (x % 5 == 0 ? ~uint64_t{0} : 0);
+                });
+                sampling::limit_level(level);
+                const int result = V_RotateBitmap(bitmap, 1230, is_cubic ? 5 : 3, 0x00A08040u);
+                sampling::limit_level(Level::avx512);
+                ASSERT_EQ(SUCCESS, result);
+                uint64_t sum = 0;
+                for (const uint8_t byte : bitmap.pixels())
+                    sum = (sum ^ byte) * 0x100000001B3u;
+                EXPECT_EQ(is_cubic ? row.cubic : row.linear, sum) << "level " << static_cast<int>(level);
+            }
+        }
+    sampling::CellKind colors{3, 1, 3, false, false, 255, true};
+    for (const Level level : {Level::plain, Level::avx2, Level::avx512}) {
+        if (level > best)
+            continue; // nothing to be told apart on this processor
+        sampling::limit_level(level);
+        const auto wanted = level == Level::plain  ? nullptr
+                            : level == Level::avx2 ? sampling::avx2_real_mix(colors).cubic
+                                                   : sampling::avx512_real_mix(colors).cubic;
+        EXPECT_EQ(wanted, sampling::fast_mix(colors).cubic);
+    }
+    sampling::limit_level(Level::avx512);
 }
 
 TEST(RotateFilter, ConstantPicturesStayConstant)

@@ -33,11 +33,11 @@ void make_upright(TestBitmap& bitmap, int32_t width, int32_t height, int32_t bit
 
 /// Checks a mapping's positions along a row against the map, and that it leaves out nothing that can be seen.
 template <class Map>
-long double farthest_off(const warp::Mapping& mapping, const Map& map, int64_t row, const warp::Reach& reach)
+long double farthest_off(const sampling::Mapping& mapping, const Map& map, int64_t row, const sampling::Reach& reach)
 {
     const auto& source = mapping.source();
     long double most = 0;
-    warp::Track track;
+    sampling::Track track;
     int64_t at = 0;
     const auto expect_unseen = [&](int64_t end) {
         for (; at < end; ++at) {
@@ -51,7 +51,7 @@ long double farthest_off(const warp::Mapping& mapping, const Map& map, int64_t r
         expect_unseen(track.first);
         for (int32_t i = 0; i < track.count; ++i, ++at) {
             const Place place = map.at(at + 0.5L, row + 0.5L);
-            const long double shift = static_cast<long double>(reach.shift) / warp::kFineOne;
+            const long double shift = static_cast<long double>(reach.shift) / sampling::kFineOne;
             const long double x = static_cast<long double>(track.base_x) + track.x[i] / 65536.0L + shift;
             const long double y = static_cast<long double>(track.base_y) + track.y[i] / 65536.0L + shift;
             if (place.is_there)
@@ -90,8 +90,8 @@ TEST(Warp, PositionsAreExactEnough)
         const ReferenceGrid reference_grid{points, 9, 7, kSide, kSide};
         for (int i = 0; i < 3; ++i) {
             const int64_t row = random.between(0, kSide - 1);
-            ASSERT_GT(kOff, farthest_off(plane, reference, row, warp::kLinearReach)) << "round " << round;
-            ASSERT_GT(kOff / 16, farthest_off(grid, reference_grid, row, warp::kNearestReach));
+            ASSERT_GT(kOff, farthest_off(plane, reference, row, sampling::kLinearReach)) << "round " << round;
+            ASSERT_GT(kOff / 16, farthest_off(grid, reference_grid, row, sampling::kNearestReach));
             ASSERT_FALSE(HasFailure());
         }
     }
@@ -108,17 +108,17 @@ TEST(Warp, PositionsDoNotDependOnTheWayThere)
     const warp::Plane plane({3000, 2000}, warp.canvas, warp.back);
     const auto points = random_grid(random, 700, 5, 3000, 2000, 0.01);
     const warp::Grid grid({3000, 2000}, warp.canvas, points.data(), 700, 5);
-    for (const warp::Mapping* mapping :
-         {static_cast<const warp::Mapping*>(&plane), static_cast<const warp::Mapping*>(&grid)})
-        for (const warp::Raster raster : {warp::Raster{}, warp::Raster{3, 2}}) {
+    for (const sampling::Mapping* mapping :
+         {static_cast<const sampling::Mapping*>(&plane), static_cast<const sampling::Mapping*>(&grid)})
+        for (const sampling::Raster raster : {sampling::Raster{}, sampling::Raster{3, 2}}) {
             const auto row = [&](int64_t line, int64_t least, int64_t most) {
                 std::vector<std::pair<int64_t, int64_t>> made(3000u * 3, {-1, -1});
-                warp::Track track;
+                sampling::Track track;
                 const int64_t end = int64_t{3000} * raster.across;
                 for (int64_t begin = 0, stop = 0; begin < end; begin = stop) {
                     stop =
                         std::min(begin + least + static_cast<int64_t>(random.below(static_cast<uint64_t>(most))), end);
-                    for (int64_t at = begin; mapping->follow(raster, warp::kCubicReach, line, at, stop, track);
+                    for (int64_t at = begin; mapping->follow(raster, sampling::kCubicReach, line, at, stop, track);
                          at = track.first + track.count)
                         for (int32_t i = 0; i < track.count; ++i)
                             made[static_cast<size_t>(track.first + i)] = {track.base_x * 65536 + track.x[i],

@@ -1,0 +1,232 @@
+#include "kernel/sampling/Cells.h"
+
+#include "kernel/convert/ExactLookup.h"
+#include "kernel/format/Depths.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace vk::sampling {
+
+namespace {
+
+using resample::Lanes;
+
+/// A record may name an order that its depth does not have; any will do then.
+bool make_form(const BITMAPHANDLE& bitmap, resample::Form& form) noexcept
+{
+    if (resample::make_form(bitmap, false, form))
+        return true;
+    BITMAPHANDLE usual = bitmap;
+    usual.Order = usual_order(bitmap.BitsPerPixel);
+    return resample::make_form(usual, false, form);
+}
+
+bool same_color(const RGBQUAD& a, const RGBQUAD& b) noexcept
+{
+    return a.rgbBlue == b.rgbBlue && a.rgbGreen == b.rgbGreen && a.rgbRed == b.rgbRed;
+}
+
+/// Every index is its own level of gray.
+bool is_identity(const resample::Form& form) noexcept
+{
+    for (uint32_t i = 0; i < 256; ++i)
+        if (!same_color(form.entries[i],
+                        {static_cast<uint8_t>(i), static_cast<uint8_t>(i), static_cast<uint8_t>(i), 0}))
+            return false;
+    return form.colors == 256;
+}
+
+CellKind kind_of(const resample::Form& form) noexcept
+{
+    CellKind kind{form.channels, form.lane_bytes, form.channels * form.lane_bytes, form.alpha, false, form.most};
+    if (form.lanes == Lanes::color || form.lanes == Lanes::field)
+        kind.size = 4;
+    if (form.lanes == Lanes::sample && form.gray.bits < static_cast<uint32_t>(form.bits))
+        kind.size = 2 * form.lane_bytes;
+    kind.carried = form.lanes == Lanes::color || kind.size == 2 * form.lane_bytes;
+    return kind;
+}
+
+template <class Lane> Lane load(const uint8_t* from) noexcept
+{
+    Lane value;
+    std::memcpy(&value, from, sizeof value);
+    return value;
+}
+
+} // namespace
+
+Cells::~Cells()
+{
+    pixel::destroy_exact_lookup(lookup_);
+}
+
+void Cells::open_real(const BITMAPHANDLE& bitmap) noexcept
+{
+    const bool is_index = form_.lanes == Lanes::index;
+    const bool is_level = is_index && is_identity(form_);
+    const bool is_field = form_.lanes == Lanes::field;
+    if (is_level) {
+        form_.lanes = Lanes::stored;
+    } else if (is_index && form_.bits > 1) {
+        form_.lanes = Lanes::color;
+        form_.channels = 3;
+        form_.most = 255;
+    } else if (is_field) {
+        form_.most = 255;
+    } else if (form_.lanes == Lanes::stored && form_.bits == 8 && bitmap.Flags & BITMAPFLAG_SIGNED) {
+        form_.lanes = Lanes::index;
+        form_.bias = 0x80;
+    }
+    kind_ = kind_of(form_);
+    kind_.is_real = true;
+    kind_.is_level = is_level;
+    if (is_field)
+        std::fill_n(kind_.steps, 3, uint8_t{31});
+    if (is_field && form_.order == COLORORDER_RGB565)
+        kind_.steps[1] = 63;
+}
+
+int Cells::open(const BITMAPHANDLE& bitmap, const FillPixel& fill, bool is_real) noexcept
+{
+    if (!make_form(bitmap, form_))
+        return V_ERROR_INVALID_BITS_PER_PIXEL;
+    if (form_.lanes == Lanes::sample && form_.bits % 16 == 0 && form_.bias == 0 &&
+        form_.gray.bits == static_cast<uint32_t>(form_.bits))
+        form_.lanes = Lanes::stored;
+    if (is_real)
+        open_real(bitmap);
+    else
+        kind_ = kind_of(form_);
+    const int result = form_.lanes == Lanes::color ? open_lookup(bitmap) : V_SUCCESS;
+    if (is_direct())
+        std::copy_n(fill.packed, size(), fill_);
+    else if (result == V_SUCCESS)
+        unpack(fill.packed, fill_, 1);
+    return result;
+}
+
+int Cells::open_lookup(const BITMAPHANDLE& bitmap) noexcept
+{
+    const auto pixels = static_cast<uint64_t>(bitmap.Width) * static_cast<uint32_t>(bitmap.Height);
+    lookup_ = pixel::create_exact_lookup(form_.entries, std::max(form_.colors, 1u), pixels);
+    return lookup_ ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+void Cells::unpack_colors(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
+{
+    uint8_t indices[kMostPixels];
+    form_.format->unpack(packed, indices, count);
+    for (size_t i = 0; i < count; ++i) {
+        const RGBQUAD& entry = form_.entries[indices[i]];
+        const uint8_t cell[4] = {entry.rgbBlue, entry.rgbGreen, entry.rgbRed, indices[i]};
+        std::memcpy(cells + 4 * i, cell, sizeof cell);
+    }
+}
+
+void Cells::pack_colors(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
+{
+    uint8_t indices[kMostPixels + 8]; // the look-up may write a little more
+    lookup_->match(lookup_, reinterpret_cast<const pixel::Rgba8*>(cells), indices, count);
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t own = cells[4 * i + 3];
+        const RGBQUAD& found = form_.entries[indices[i]];
+        const RGBQUAD cell{cells[4 * i], cells[4 * i + 1], cells[4 * i + 2], 0};
+        if (same_color(form_.entries[own], found) || same_color(form_.entries[own], cell))
+            indices[i] = own;
+    }
+    form_.format->pack(indices, packed, count);
+}
+
+template <class Lane> void Cells::unpack_samples(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
+{
+    uint32_t samples[kMostPixels];
+    form_.format->unpack(packed, samples, count);
+    for (size_t i = 0; i < count; ++i) {
+        const Lane cell[2] = {static_cast<Lane>(form_.gray.extract(samples[i]) ^ form_.bias),
+                              static_cast<Lane>(samples[i])};
+        std::memcpy(cells + i * size(), cell, size());
+    }
+}
+
+template <class Lane> void Cells::pack_samples(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
+{
+    uint32_t samples[kMostPixels];
+    for (size_t i = 0; i < count; ++i) {
+        const uint8_t* const cell = cells + i * size();
+        const uint32_t value = form_.gray.place(load<Lane>(cell) ^ form_.bias);
+        const uint32_t rest = kind_.carried ? load<Lane>(cell + sizeof(Lane)) : 0u;
+        samples[i] = (rest & ~form_.gray.place(form_.gray.mask())) | value;
+    }
+    form_.format->pack(samples, packed, count);
+}
+
+void Cells::unpack_fields(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
+{
+    if (kind_.is_real)
+        return form_.format->unpack(packed, cells, count);
+    uint8_t fields[3 * kMostPixels];
+    resample::unpack_row(form_, packed, fields, count, nullptr);
+    for (size_t i = 0; i < count; ++i) {
+        std::memcpy(cells + 4 * i, fields + 3 * i, 3);
+        cells[4 * i + 3] = 0;
+    }
+}
+
+void Cells::pack_fields(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
+{
+    if (kind_.is_real)
+        return form_.format->pack(cells, packed, count);
+    uint8_t fields[3 * kMostPixels];
+    for (size_t i = 0; i < count; ++i)
+        std::memcpy(fields + 3 * i, cells + 4 * i, 3);
+    resample::pack_row(form_, fields, packed, count, nullptr, nullptr);
+}
+
+void Cells::unpack_indices(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
+{
+    form_.format->unpack(packed, cells, count);
+    for (size_t i = 0; i < count && form_.bias != 0; ++i)
+        cells[i] = static_cast<uint8_t>(cells[i] ^ form_.bias);
+}
+
+void Cells::pack_indices(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
+{
+    uint8_t indices[kMostPixels];
+    for (size_t i = 0; i < count; ++i)
+        indices[i] = static_cast<uint8_t>(cells[i] ^ form_.bias);
+    form_.format->pack(indices, packed, count);
+}
+
+void Cells::unpack(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
+{
+    if (form_.lanes == Lanes::stored)
+        std::memcpy(cells, packed, count * size());
+    else if (form_.lanes == Lanes::color)
+        unpack_colors(packed, cells, count);
+    else if (form_.lanes == Lanes::index)
+        unpack_indices(packed, cells, count);
+    else if (form_.lanes == Lanes::sample)
+        form_.lane_bytes == 2 ? unpack_samples<uint16_t>(packed, cells, count)
+                              : unpack_samples<uint32_t>(packed, cells, count);
+    else
+        unpack_fields(packed, cells, count);
+}
+
+void Cells::pack(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
+{
+    if (form_.lanes == Lanes::stored)
+        std::memcpy(packed, cells, count * size());
+    else if (form_.lanes == Lanes::color)
+        pack_colors(cells, packed, count);
+    else if (form_.lanes == Lanes::index)
+        pack_indices(cells, packed, count);
+    else if (form_.lanes == Lanes::sample)
+        form_.lane_bytes == 2 ? pack_samples<uint16_t>(cells, packed, count)
+                              : pack_samples<uint32_t>(cells, packed, count);
+    else
+        pack_fields(cells, packed, count);
+}
+
+} // namespace vk::sampling
