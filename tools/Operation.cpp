@@ -25,6 +25,7 @@ extern const Operation kFill;
 extern const Operation kFlip;
 extern const Operation kMirror;
 extern const Operation kOrient;
+extern const Operation kRender;
 extern const Operation kResize;
 extern const Operation kRotate;
 extern const Operation kScramble;
@@ -34,9 +35,9 @@ extern const Operation kWarp;
 
 namespace {
 
-constexpr const Operation* kOperations[] = {&kConvert, &kResize,  &kRotate, &kWarp,  &kShear,
-                                            &kFlip,    &kMirror,  &kOrient, &kCrop,  &kTrim,
-                                            &kExtend,  &kCombine, &kFill,   &kAlpha, &kScramble};
+constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate,   &kWarp,  &kShear,  &kFlip,
+                                            &kMirror,  &kOrient, &kCrop,     &kTrim,  &kExtend, &kCombine,
+                                            &kFill,    &kAlpha,  &kScramble, &kRender};
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 

@@ -10,18 +10,23 @@
 #include "kernel/bitmap/Record.h"
 #include "kernel/colorres/ColorRes.h"
 #include "kernel/combine/RowConverter.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/palette/Palette.h"
 #include "kernel/resize/Temporary.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/rows/Segments.h"
 #include "kernel/system/LibraryLock.h"
+#include "kernel/system/Progress.h"
 #include "kernel/system/SilentStatus.h"
 #include "kernel/view/ViewPerspective.h"
 #include "platform/context.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <new>
 
 namespace vk::display {
 
