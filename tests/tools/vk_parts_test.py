@@ -115,7 +115,7 @@ class Parts(VkTest):
         self.assertEqual(shown("--size", "2x1", "--rect", "0,0,4,2"), [[19, 22]])
         self.assertEqual(shown("--contrast", "1000", "--intensity", "-200", rows=[[127, 128]]), [[0, 204]])
         self.assertEqual(shown("--gamma", "200", rows=[[0, 64, 255]]), [[0, 128, 255]])
-        self.assertEqual(shown("--window", "128,2", rows=[[126, 127, 128, 200]]), [[0, 128, 255, 255]])
+        self.assertEqual(shown("--window", "128,3", rows=[[126, 127, 128, 200]]), [[0, 64, 191, 255]])
 
 
 if __name__ == "__main__":
