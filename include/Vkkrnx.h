@@ -29,6 +29,7 @@
 #include "Vkcombine.h"
 #include "Vkconvert.h"
 #include "Vkdib.h"
+#include "Vkdisplay.h"
 #include "Vkdither.h"
 #include "Vkfiles.h"
 #include "Vkfill.h"

@@ -144,6 +144,16 @@ V_API int V_GetBitmapRegionMask(BITMAPHANDLE* pMask, BITMAPHANDLE* pSrc, uint32_
  */
 V_API int V_GetBitmapRegionRow(BITMAPHANDLE* pBitmap, int32_t nRow, int32_t* pnRuns, V_REGIONRUN* pRuns) V_NOEXCEPT;
 
+#if defined(_WIN32)
+/** As V_SetBitmapRegionRect, with a region of the system's, whose points are stored pixels. It stays the caller's.
+ *  Windows only. @return also ERROR_INVALID_HANDLE: no region. @remark One thread per bitmap at a time. */
+V_API int V_SetBitmapRegionHandle(BITMAPHANDLE* pBitmap, HRGN hRegion, uint32_t uMode) V_NOEXCEPT;
+/** Makes a region of the system's from the bitmap's, in stored pixels: of the whole picture where it has none. Windows
+ *  only. @return the region, to be deleted by the caller; null when the record is none, its region is another module's,
+ *  or without memory. @remark One thread per bitmap at a time. */
+V_API HRGN V_GetBitmapRegionHandle(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
+#endif
+
 V_EXTERN_C_END
 
 #endif /* VKREGION_H */

@@ -27,6 +27,7 @@ extern const Operation kMirror;
 extern const Operation kOrient;
 extern const Operation kOverlay;
 extern const Operation kRegion;
+extern const Operation kRender;
 extern const Operation kResize;
 extern const Operation kRotate;
 extern const Operation kScramble;
@@ -37,9 +38,9 @@ extern const Operation kWindow;
 
 namespace {
 
-constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate, &kWarp,   &kShear,   &kFlip,
-                                            &kMirror,  &kOrient, &kCrop,   &kTrim,   &kExtend,  &kCombine,
-                                            &kFill,    &kRegion, &kAlpha,  &kWindow, &kOverlay, &kScramble};
+constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate,  &kWarp,     &kShear,   &kFlip, &kMirror,
+                                            &kOrient,  &kCrop,   &kTrim,    &kExtend,   &kCombine, &kFill, &kRegion,
+                                            &kAlpha,   &kWindow, &kOverlay, &kScramble, &kRender};
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 

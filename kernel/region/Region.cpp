@@ -10,6 +10,7 @@
 #include "kernel/bitmap/Record.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/region/RegionChange.h"
+#include "kernel/region/RegionHandle.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/Checks.h"
 
@@ -244,3 +245,21 @@ int V_GetBitmapRegionRow(BITMAPHANDLE* pBitmap, int32_t nRow, int32_t* pnRuns, V
         rows.each(nRow, 0, pBitmap->Width, [&](int32_t first, int32_t end) noexcept { *pRuns++ = {first, end}; });
     return V_SUCCESS;
 }
+
+#if defined(_WIN32)
+
+int V_SetBitmapRegionHandle(BITMAPHANDLE* pBitmap, HRGN hRegion, uint32_t uMode) noexcept
+{
+    const int result = check_change(pBitmap, uMode);
+    return result == V_SUCCESS ? combine_handle(*pBitmap, hRegion, uMode) : result;
+}
+
+HRGN V_GetBitmapRegionHandle(BITMAPHANDLE* pBitmap) noexcept
+{
+    if (check_question(pBitmap) != V_SUCCESS)
+        return nullptr;
+    const Counted region(*pBitmap);
+    return region.is_good() ? make_handle(region.area()) : nullptr;
+}
+
+#endif

@@ -37,7 +37,7 @@ int ByteFilter::open(LaneRows& rows, Axis& x, Axis& y, bool is_area, bool plain)
     rows_ = &rows;
     y_ = &y;
     is_area_ = is_area;
-    target_ = x.target();
+    target_ = x.positions();
     quotient_.total = static_cast<uint64_t>(x.total() * y.total());
     quotient_.inverse = std::nextafter(1.0 / static_cast<double>(quotient_.total), 1.0);
     if (!weights_.allocate(static_cast<uint64_t>(y.most() + kSumRows) * sizeof(int32_t)))

@@ -19,47 +19,52 @@ void limit_resampling(bool plain) noexcept
     g_plain.store(plain, std::memory_order_relaxed);
 }
 
-int RowResampler::Axes::open(const LaneRows& rows, int32_t width, int32_t height, Kernel kernel, int32_t bits) noexcept
+int RowResampler::Axes::open(const Stretch& along, const Stretch& down, Kernel kernel, int32_t bits) noexcept
 {
-    const int result = x.open(kernel, rows.width(), width, bits);
-    return result == V_SUCCESS ? y.open(kernel, rows.height(), height, bits) : result;
+    const int result = x.open(kernel, along, bits);
+    return result == V_SUCCESS ? y.open(kernel, down, bits) : result;
 }
 
 int RowResampler::open(int32_t width, int32_t height, Kernel kernel) noexcept
 {
+    return open({rows_.width(), width, 0, width}, {rows_.height(), height, 0, height}, kernel);
+}
+
+int RowResampler::open(const Stretch& x, const Stretch& y, Kernel kernel) noexcept
+{
     kernel_ = kernel;
-    int result = open_filter(width, height);
+    int result = open_filter(x, y);
     if (result == V_SUCCESS)
         result = rows_.open(std::clamp(axes_.y.most(), kSumRows, kMostSlots));
     if (result != V_SUCCESS || !rows_.form().alpha || kernel == Kernel::nearest)
         return result;
-    result = open_wide(by_alpha_, alpha_axes_, width, height, true);
+    result = open_wide(by_alpha_, alpha_axes_, x, y, true);
     const auto most = static_cast<uint64_t>(alpha_axes_.y.most());
     return result != V_SUCCESS || weights_.allocate(most * sizeof(int32_t)) ? result : V_ERROR_NO_MEMORY;
 }
 
-int RowResampler::open_filter(int32_t width, int32_t height) noexcept
+int RowResampler::open_filter(const Stretch& x, const Stretch& y) noexcept
 {
     const bool is_area = kernel_ == Kernel::area;
-    const int result = axes_.open(rows_, width, height, kernel_, is_area ? 0 : kNarrowBits);
+    const int result = axes_.open(x, y, kernel_, is_area ? 0 : kNarrowBits);
     if (result != V_SUCCESS || kernel_ == Kernel::nearest)
         return result;
     is_bytes_ = rows_.form().lane_bytes == 1 &&
                 (is_area ? ByteFilter::takes_area(axes_.x, axes_.y) : ByteFilter::takes_kernel(axes_.x, axes_.y));
     return is_bytes_ ? bytes_.open(rows_, axes_.x, axes_.y, is_area, g_plain.load(std::memory_order_relaxed))
-                     : open_wide(wide_, axes_, width, height, false);
+                     : open_wide(wide_, axes_, x, y, false);
 }
 
 /// Area averaging is exact unless the sums of a huge picture would not fit.
-int RowResampler::open_wide(WideFilter& filter, Axes& axes, int32_t width, int32_t height, bool by_alpha) noexcept
+int RowResampler::open_wide(WideFilter& filter, Axes& axes, const Stretch& x, const Stretch& y, bool by_alpha) noexcept
 {
     const Form& form = rows_.form();
     bool exact = kernel_ == Kernel::area;
-    int result = axes.open(rows_, width, height, kernel_, exact ? 0 : kWideBits);
+    int result = axes.open(x, y, kernel_, exact ? 0 : kWideBits);
     if (result == V_SUCCESS && exact &&
         !sums_fit(by_alpha ? uint64_t{form.most} * form.most : form.most, axes.x, axes.y)) {
         exact = false;
-        result = axes.open(rows_, width, height, kernel_, kWideBits);
+        result = axes.open(x, y, kernel_, kWideBits);
     }
     return result == V_SUCCESS ? filter.open(rows_, axes.x, axes.y, exact, by_alpha) : result;
 }
@@ -72,7 +77,7 @@ int RowResampler::nearest_row(int32_t y, uint8_t* lanes) noexcept
     const uint8_t* from = nullptr;
     const int result = rows_.row(first, &from);
     const size_t bytes = rows_.form().pixel_bytes();
-    for (int32_t i = 0; i < axes_.x.target() && result == V_SUCCESS; ++i, lanes += bytes) {
+    for (int32_t i = 0; i < axes_.x.positions() && result == V_SUCCESS; ++i, lanes += bytes) {
         axes_.x.taps(i, &first, &weight);
         std::memcpy(lanes, from + static_cast<size_t>(first) * bytes, bytes);
     }

@@ -15,6 +15,9 @@ public:
     /// To `width` x `height` pixels. SUCCESS or ERROR_NO_MEMORY.
     int open(int32_t width, int32_t height, Kernel kernel) noexcept;
 
+    /// Makes a part of a resized bitmap, from the needed_pixels of both directions, which are what the bitmap has.
+    int open(const Stretch& x, const Stretch& y, Kernel kernel) noexcept;
+
     /// Writes row `y` as lanes of the form. SUCCESS or the failure of a transfer.
     int row(int32_t y, void* lanes) noexcept;
 
@@ -24,11 +27,11 @@ public:
 private:
     struct Axes {
         Axis x, y;
-        int open(const LaneRows& rows, int32_t width, int32_t height, Kernel kernel, int32_t bits) noexcept;
+        int open(const Stretch& along, const Stretch& down, Kernel kernel, int32_t bits) noexcept;
     };
 
-    int open_filter(int32_t width, int32_t height) noexcept;
-    int open_wide(WideFilter& filter, Axes& axes, int32_t width, int32_t height, bool by_alpha) noexcept;
+    int open_filter(const Stretch& x, const Stretch& y) noexcept;
+    int open_wide(WideFilter& filter, Axes& axes, const Stretch& x, const Stretch& y, bool by_alpha) noexcept;
     int nearest_row(int32_t y, uint8_t* lanes) noexcept;
     int is_opaque(int32_t y, bool* opaque) noexcept;
 

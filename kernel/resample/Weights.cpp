@@ -50,6 +50,28 @@ int64_t floor_div(int64_t a, int64_t b) noexcept
     return a >= 0 ? a / b : -((-a + b - 1) / b);
 }
 
+/// The pixels, those beyond the ends too, that a kernel's position reaches. The distance of pixel j from the position,
+/// in units of the kernel's, is (pitch * j - center) / scale.
+struct Reached {
+    int64_t pitch;
+    int64_t scale;
+    int64_t center;
+    int64_t low;
+    int64_t high;
+
+    Reached(Kernel kernel, int32_t source, int32_t target, int32_t at) noexcept
+        : pitch(int64_t{2} * target), scale(int64_t{2} * std::max(source, target)),
+          center((int64_t{2} * at + 1) * source - target), low(floor_div(center - scale * reach_of(kernel), pitch) + 1),
+          high(-floor_div(-(center + scale * reach_of(kernel)), pitch) - 1)
+    {}
+
+    double distance(int64_t pixel) const noexcept
+    {
+        const int64_t away = pitch * pixel - center;
+        return static_cast<double>(away < 0 ? -away : away) / static_cast<double>(scale);
+    }
+};
+
 /// Removes zeros at both ends.
 int32_t trim(int32_t count, int32_t* first, int32_t* weights) noexcept
 {
@@ -74,8 +96,32 @@ double kernel_value(Kernel kernel, double distance) noexcept
     return kernel == Kernel::bicubic ? cubic(distance) : sinc(distance) * sinc(distance / 3.0);
 }
 
+PixelSpan needed_pixels(Kernel kernel, const Stretch& stretch) noexcept
+{
+    const int64_t source = stretch.source, target = stretch.target;
+    const int64_t last = int64_t{stretch.first} + stretch.count - 1;
+    if (kernel == Kernel::nearest)
+        return {static_cast<int32_t>(stretch.first * source / target),
+                static_cast<int32_t>(last * source / target + 1)};
+    if (kernel == Kernel::area)
+        return {static_cast<int32_t>(stretch.first * source / target),
+                static_cast<int32_t>(((last + 1) * source + target - 1) / target)};
+    const Reached low(kernel, stretch.source, stretch.target, stretch.first);
+    const Reached high(kernel, stretch.source, stretch.target, static_cast<int32_t>(last));
+    return {static_cast<int32_t>(std::clamp<int64_t>(low.low, 0, source - 1)),
+            static_cast<int32_t>(std::clamp<int64_t>(high.high, 0, source - 1) + 1)};
+}
+
 int Axis::open(Kernel kernel, int32_t source, int32_t target, int32_t bits) noexcept
 {
+    return open(kernel, {source, target, 0, target}, bits);
+}
+
+int Axis::open(Kernel kernel, const Stretch& stretch, int32_t bits) noexcept
+{
+    const int32_t source = stretch.source, target = stretch.target;
+    wanted_ = stretch;
+    needed_ = needed_pixels(kernel, stretch);
     kernel_ = kernel;
     source_ = source;
     target_ = target;
@@ -97,6 +143,13 @@ int Axis::open(Kernel kernel, int32_t source, int32_t target, int32_t bits) noex
 }
 
 int32_t Axis::taps(int32_t at, int32_t* first, int32_t* weights) noexcept
+{
+    const int32_t count = taps_of(wanted_.first + at, first, weights);
+    *first -= needed_.first;
+    return count;
+}
+
+int32_t Axis::taps_of(int32_t at, int32_t* first, int32_t* weights) noexcept
 {
     if (kernel_ == Kernel::nearest) {
         *first = static_cast<int32_t>(int64_t{at} * source_ / target_);
@@ -138,23 +191,14 @@ int32_t Axis::area_values(int32_t at, int32_t* first, int32_t* weights) noexcept
 /// Values of the kernel, folded onto the pixels there are, then made whole numbers.
 int32_t Axis::kernel_taps(int32_t at, int32_t* first, int32_t* weights) noexcept
 {
-    // The distance of pixel j from the position, in units of the kernel's, is (pitch * j - center) / scale.
-    const int64_t pitch = int64_t{2} * target_;
-    const int64_t scale = int64_t{2} * std::max(source_, target_);
-    const int64_t center = (int64_t{2} * at + 1) * source_ - target_;
-    const int64_t reach = scale * reach_of(kernel_);
-    const int64_t low = floor_div(center - reach, pitch) + 1;
-    const int64_t high = -floor_div(-(center + reach), pitch) - 1;
+    const Reached reached(kernel_, source_, target_, at);
     const int64_t last = source_ - 1;
-    *first = static_cast<int32_t>(std::clamp<int64_t>(low, 0, last));
-    const auto count = static_cast<int32_t>(std::clamp<int64_t>(high, 0, last) - *first + 1);
+    *first = static_cast<int32_t>(std::clamp<int64_t>(reached.low, 0, last));
+    const auto count = static_cast<int32_t>(std::clamp<int64_t>(reached.high, 0, last) - *first + 1);
     auto* const values = reinterpret_cast<double*>(values_.data());
     std::fill_n(values, count, 0.0);
-    for (int64_t j = low; j <= high; ++j) {
-        const int64_t away = pitch * j - center;
-        const double distance = static_cast<double>(away < 0 ? -away : away) / static_cast<double>(scale);
-        values[std::clamp<int64_t>(j, 0, last) - *first] += kernel_value(kernel_, distance);
-    }
+    for (int64_t j = reached.low; j <= reached.high; ++j)
+        values[std::clamp<int64_t>(j, 0, last) - *first] += kernel_value(kernel_, reached.distance(j));
     quantize(count, 2 * int64_t{at} + 1 == target_, weights);
     return trim(count, first, weights);
 }
@@ -184,7 +228,7 @@ void Axis::quantize(int32_t count, bool is_middle, int32_t* weights) const noexc
 
 int TapTable::open(Axis& axis) noexcept
 {
-    const auto positions = static_cast<uint64_t>(axis.target());
+    const auto positions = static_cast<uint64_t>(axis.positions());
     const int32_t most = axis.most();
     RowBuffer room;
     const uint64_t all = positions * static_cast<uint64_t>(most) * sizeof(int32_t);
@@ -193,12 +237,12 @@ int TapTable::open(Axis& axis) noexcept
         return V_ERROR_NO_MEMORY;
     auto* const firsts = reinterpret_cast<int32_t*>(first_.data());
     auto* const weights = reinterpret_cast<int32_t*>(room.data());
-    for (int32_t i = 0; i < axis.target(); ++i)
+    for (int32_t i = 0; i < axis.positions(); ++i)
         count_ = std::max(count_, axis.taps(i, &firsts[i], weights));
     auto* out = reinterpret_cast<int32_t*>(weights_.data());
-    for (int32_t i = 0; i < axis.target(); ++i, out += count_) {
+    for (int32_t i = 0; i < axis.positions(); ++i, out += count_) {
         const int32_t count = axis.taps(i, &firsts[i], weights);
-        const int32_t moved = std::max(firsts[i] + count_ - axis.source(), 0); // all taps lie inside
+        const int32_t moved = std::max(firsts[i] + count_ - axis.pixels(), 0); // all taps lie inside
         firsts[i] -= moved;
         std::copy_n(weights, count, out + moved);
     }

@@ -23,15 +23,38 @@ enum class Kernel : uint8_t {
 /// The value of a kernel other than the first two at a distance of 0 or more.
 double kernel_value(Kernel kernel, double distance) noexcept;
 
+/// One direction of a resize from `source` to `target` pixels, of which those from `first` on are wanted.
+struct Stretch {
+    int32_t source = 0;
+    int32_t target = 0;
+    int32_t first = 0;
+    int32_t count = 0;
+};
+
+/// Source pixels [first, end).
+struct PixelSpan {
+    int32_t first = 0;
+    int32_t end = 0;
+};
+
+/// Those that the wanted pixels are made of.
+PixelSpan needed_pixels(Kernel kernel, const Stretch& stretch) noexcept;
+
 /// One direction of a resize.
 class Axis {
 public:
     /// From `source` to `target` pixels, both at least 1. Weights have `bits` fraction bits; those of area averaging
     /// are the overlaps themselves when that is 0. SUCCESS or ERROR_NO_MEMORY.
+    int open(Kernel kernel, const Stretch& stretch, int32_t bits) noexcept;
+    /// The same where all are wanted.
     int open(Kernel kernel, int32_t source, int32_t target, int32_t bits) noexcept;
 
     int32_t source() const noexcept { return source_; }
     int32_t target() const noexcept { return target_; }
+
+    /// The wanted destination pixels, which positions count, and the source pixels needed, which taps count.
+    int32_t positions() const noexcept { return wanted_.count; }
+    int32_t pixels() const noexcept { return needed_.end - needed_.first; }
 
     /// No position takes more pixels than this.
     int32_t most() const noexcept { return most_; }
@@ -44,6 +67,7 @@ public:
     int32_t taps(int32_t at, int32_t* first, int32_t* weights) noexcept;
 
 private:
+    int32_t taps_of(int32_t at, int32_t* first, int32_t* weights) noexcept;
     int32_t area_taps(int32_t at, int32_t* first, int32_t* weights) const noexcept;
     int32_t area_values(int32_t at, int32_t* first, int32_t* weights) noexcept;
     int32_t kernel_taps(int32_t at, int32_t* first, int32_t* weights) noexcept;
@@ -52,6 +76,8 @@ private:
     Kernel kernel_ = Kernel::area;
     int32_t source_ = 0;
     int32_t target_ = 0;
+    Stretch wanted_;
+    PixelSpan needed_;
     int32_t most_ = 0;
     int64_t total_ = 0;
     bool exact_ = false;

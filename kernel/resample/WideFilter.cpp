@@ -95,11 +95,11 @@ int WideFilter::open(LaneRows& rows, Axis& x, Axis& y, bool exact, bool by_alpha
     product_shift_ = exact ? 0 : std::max(kWideBits + bits - 33, 0);
     extra_bits_ = exact || !by_alpha ? 0 : static_cast<int32_t>(std::bit_width(rows.form().most));
     last_shift_ = exact ? 0 : 2 * kWideBits - product_shift_ + extra_bits_;
-    lanes_ = static_cast<size_t>(x.target()) * static_cast<size_t>(channels_);
+    lanes_ = static_cast<size_t>(x.positions()) * static_cast<size_t>(channels_);
     const auto most = static_cast<uint64_t>(y.most());
     slots_ = static_cast<int32_t>(std::min(most, std::max(kRingBytes / (lanes_ * sizeof(int64_t)), kLeastRows)));
     const auto slots = static_cast<uint64_t>(slots_);
-    const uint64_t source = by_alpha ? static_cast<uint64_t>(x.source()) * kAlphaChannels * sizeof(uint32_t) : 1;
+    const uint64_t source = by_alpha ? static_cast<uint64_t>(x.pixels()) * kAlphaChannels * sizeof(uint32_t) : 1;
     const bool has_room = ring_.allocate(slots * lanes_ * sizeof(int64_t)) && held_.allocate(slots * sizeof(int32_t)) &&
                           sums_.allocate(lanes_ * sizeof(int64_t)) && weights_.allocate(most * sizeof(int32_t)) &&
                           expanded_.allocate(source);

@@ -87,6 +87,16 @@ intptr_t copy(B bitmap)
     });
 }
 
+#if defined(_WIN32)
+intptr_t handle(B bitmap)
+{
+    const HRGN made = V_GetBitmapRegionHandle(bitmap), other = made ? made : CreateRectRgn(0, 0, 5, 5);
+    const int result = V_SetBitmapRegionHandle(bitmap, other, REGION_AND);
+    DeleteObject(other);
+    return result;
+}
+#endif
+
 } // namespace
 
 std::span<const Operation> region_operations()
@@ -107,6 +117,9 @@ std::span<const Operation> region_operations()
         {"V_GetBitmapRegionRow", row, true},
         {"V_GetBitmapRegionMask", mask, true},
         {"V_CopyBitmapRegion", copy, true},
+#if defined(_WIN32)
+        {"V_GetBitmapRegionHandle, V_SetBitmapRegionHandle", handle, true},
+#endif
         {"V_BitmapHasRegion", plain<V_BitmapHasRegion>, true},
         {"V_FreeBitmapRegion", plain<V_FreeBitmapRegion>, true},
     };

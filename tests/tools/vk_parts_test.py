@@ -70,12 +70,32 @@ class Parts(GrayTest):
                           ["combine"], ["combine", "--with", source, "--opacity", "101"],
                           ["combine", "--with", source, "--operation", "or", "--blend", "screen"], ["fill"],
                           ["fill", "--color", "000000", "--pattern", source], ["alpha"], ["alpha", "--take", "--premultiply"],
-                          ["scramble"], ["scramble", "--key", "-1"]):
+                          ["scramble"], ["scramble", "--key", "-1"], ["render", "--size", "0x4"],
+                          ["render", "--gamma", "0"], ["render", "--window", "5"], ["render", "--filter", "sharp"]):
             self.fails(2, "vk:", arguments[0], source, out, *arguments[1:])
         self.fails(1, "vk:", "crop", source, out, "--rect", "4,0,1,1")
         self.fails(1, "vk:", "trim", source, out, "--tolerance", "255")
         self.fails(1, "vk:", "alpha", source, out, "--take")
         self.fails(3, "vk:", "combine", source, out, "--with", self.path("none.pgm"))
+
+    def test_renders(self):
+        def shown(*arguments, rows=self.ROWS, name="in.pgm"):
+            out = self.path("out.ppm")
+            self.run_vk("render", self.pgm(name, rows), out, *arguments)
+            with open(out, "rb") as file:
+                header, pixels = file.read().split(b"\n255\n", 1)
+            width = int(header.split()[1])
+            self.assertEqual(pixels[::3] + pixels[1::3], pixels[1::3] + pixels[2::3], "gray")
+            levels = list(pixels[::3])
+            return [levels[i:i + width] for i in range(0, len(levels), width)]
+
+        rows = self.ROWS
+        self.assertEqual(shown(), rows)
+        self.assertEqual(shown("--rect", "1,1,2,1", "--size", "4x2", "--filter", "nearest"), [[50, 50, 60, 60]] * 2)
+        self.assertEqual(shown("--size", "2x1", "--rect", "0,0,4,2"), [[19, 22]])
+        self.assertEqual(shown("--contrast", "1000", "--intensity", "-200", rows=[[127, 128]]), [[0, 204]])
+        self.assertEqual(shown("--gamma", "200", rows=[[0, 64, 255]]), [[0, 128, 255]])
+        self.assertEqual(shown("--window", "128,3", rows=[[126, 127, 128, 200]]), [[0, 64, 191, 255]])
 
 
 if __name__ == "__main__":
