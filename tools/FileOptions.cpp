@@ -18,17 +18,6 @@ struct Chroma {
 
 constexpr Word<Chroma> kChroma[] = {{"444", {1, 1}}, {"422", {2, 1}}, {"420", {2, 2}}};
 
-int number_option(const Arguments& arguments, const char* option, int otherwise, int least, int most)
-{
-    int value = otherwise;
-    const std::optional<std::string> text = arguments.value(option);
-    if (text && (!parse_number(*text, value) || value < least || value > most)) {
-        throw UsageError(std::string(option) + " needs a number from " + std::to_string(least) + " to " +
-                         std::to_string(most));
-    }
-    return value;
-}
-
 } // namespace
 
 void apply_limit(const Arguments& arguments)

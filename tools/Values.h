@@ -52,6 +52,25 @@ inline bool parse_number(const std::string& text, double& value)
     return error == std::errc() && end == text.data() + text.size();
 }
 
+/** An option's whole number within limits. */
+inline int32_t number_option(const Arguments& arguments, const char* option, int32_t otherwise, int32_t least,
+                             int32_t most)
+{
+    int32_t value = otherwise;
+    const std::optional<std::string> text = arguments.value(option);
+    if (text && (!parse_number(*text, value) || value < least || value > most)) {
+        throw UsageError(std::string(option) + " needs a number from " + std::to_string(least) + " to " +
+                         std::to_string(most));
+    }
+    return value;
+}
+
+/** The --tolerance option: how far channels of 8 bits may be apart. */
+inline uint32_t tolerance_option(const Arguments& arguments)
+{
+    return static_cast<uint32_t>(number_option(arguments, "--tolerance", 0, 0, 255));
+}
+
 /** An option's number, at least 1. */
 inline int32_t count_option(const Arguments& arguments, const char* option, int32_t otherwise)
 {

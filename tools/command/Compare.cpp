@@ -151,11 +151,7 @@ void save_differences(Bitmap& bitmap, const Form& form, const Difference& differ
 
 void run_compare(const Arguments& arguments)
 {
-    int32_t tolerance = 0;
-    if (const std::optional<std::string> text = arguments.value("--tolerance");
-        text && (!parse_number(*text, tolerance) || tolerance < 0)) {
-        throw UsageError("--tolerance needs a number of at least 0");
-    }
+    const int32_t tolerance = number_option(arguments, "--tolerance", 0, 0, 0xFFFF);
     const WriteOptions options = write_options(arguments);
     const std::unique_ptr<Bitmap> first = load_bitmap(arguments.files[0], unseen);
     const std::unique_ptr<Bitmap> second = load_bitmap(arguments.files[1], unseen);

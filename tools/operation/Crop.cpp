@@ -38,19 +38,9 @@ const Option kTrimOptions[] = {
     {"--tolerance", "N", "how far each channel may be from it, 0 (default) to 255"},
 };
 
-uint32_t read_tolerance(const Arguments& arguments)
-{
-    uint32_t tolerance = 0;
-    const std::optional<std::string> text = arguments.value("--tolerance");
-    if (text && (!parse_number(*text, tolerance) || tolerance > 255)) {
-        throw UsageError("--tolerance needs a number from 0 to 255");
-    }
-    return tolerance;
-}
-
 Action prepare_trim(const Arguments& arguments)
 {
-    return [border = color_option(arguments, "--border"), tolerance = read_tolerance(arguments)](Bitmap& bitmap) {
+    return [border = color_option(arguments, "--border"), tolerance = tolerance_option(arguments)](Bitmap& bitmap) {
         BITMAPHANDLE& record = bitmap.record();
         const COLORREF color = border ? *border : V_GetPixelColor(&record, 0, 0);
         RECT rect{};

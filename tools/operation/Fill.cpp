@@ -31,10 +31,7 @@ struct Flood {
 Flood read_flood(const Arguments& arguments, const std::array<int32_t, 2>& start)
 {
     Flood flood{start, 0, 0, arguments.has("--eight") ? FLOOD_EIGHT : 0};
-    const std::optional<std::string> tolerance = arguments.value("--tolerance");
-    if (tolerance && (!parse_number(*tolerance, flood.tolerance) || flood.tolerance > 255)) {
-        throw UsageError("--tolerance needs a number from 0 to 255");
-    }
+    flood.tolerance = tolerance_option(arguments);
     if (const std::optional<COLORREF> border = color_option(arguments, "--border")) {
         flood.border = *border;
         flood.flags |= FLOOD_BORDER;

@@ -34,17 +34,6 @@ struct Request {
     COLORREF color = 0x0000FF;
 };
 
-/** A whole number from 0 to `most`; `otherwise` when the option is not there. */
-int32_t number_option(const Arguments& arguments, const char* option, int32_t most, int32_t otherwise)
-{
-    int32_t value = otherwise;
-    const std::optional<std::string> text = arguments.value(option);
-    if (text && (!parse_number(*text, value) || value < 0 || value > most)) {
-        throw UsageError(std::string(option) + " needs a number from 0 to " + std::to_string(most));
-    }
-    return value;
-}
-
 Request read_request(const Arguments& arguments)
 {
     constexpr int32_t kLastBit = 31;
@@ -52,9 +41,9 @@ Request read_request(const Arguments& arguments)
     request.picture = arguments.value("--with");
     request.is_dark = arguments.has("--dark");
     request.at = integers_option<2>(arguments, "--at").value_or(request.at);
-    request.slot = number_option(arguments, "--slot", OVERLAY_SLOTS - 1, 0);
-    request.load = number_option(arguments, "--load", kLastBit, OVERLAY_NOBIT);
-    request.store = number_option(arguments, "--store", kLastBit, OVERLAY_NOBIT);
+    request.slot = number_option(arguments, "--slot", 0, 0, OVERLAY_SLOTS - 1);
+    request.load = number_option(arguments, "--load", OVERLAY_NOBIT, 0, kLastBit);
+    request.store = number_option(arguments, "--store", OVERLAY_NOBIT, 0, kLastBit);
     request.color = color_option(arguments, "--color").value_or(request.color);
     if (arguments.has("--with") + arguments.has("--load") > 1 ||
         arguments.has("--store") + arguments.has("--take") + arguments.has("--keep") > 1) {

@@ -35,17 +35,6 @@ struct Request {
     uint32_t flags = 0;
 };
 
-int32_t number_option(const Arguments& arguments, const char* option, int32_t low, int32_t high, int32_t otherwise)
-{
-    int32_t value = otherwise;
-    const std::optional<std::string> text = arguments.value(option);
-    if (text && (!parse_number(*text, value) || value < low || value > high)) {
-        throw UsageError(std::string(option) + " needs a number from " + std::to_string(low) + " to " +
-                         std::to_string(high));
-    }
-    return value;
-}
-
 void read_size(const Arguments& arguments, Request& request)
 {
     const std::optional<std::string> text = arguments.value("--size");
@@ -86,9 +75,9 @@ Request read_request(const Arguments& arguments)
     request.flags = require_word(kFilters, "--filter", arguments.value("--filter").value_or("area")) |
                     (arguments.has("--alpha") ? RENDER_32BITS : 0);
     if (arguments.value("--contrast") || arguments.value("--intensity") || arguments.value("--gamma")) {
-        request.paint = {number_option(arguments, "--contrast", -1000, 1000, 0),
-                         number_option(arguments, "--intensity", -1000, 1000, 0),
-                         number_option(arguments, "--gamma", 1, 10000, 100)};
+        request.paint = {number_option(arguments, "--contrast", 0, -1000, 1000),
+                         number_option(arguments, "--intensity", 0, -1000, 1000),
+                         number_option(arguments, "--gamma", 100, 1, 10000)};
     }
     return request;
 }
