@@ -11,12 +11,24 @@
 #include <chrono>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <new>
+#include <ratio>
 #include <vector>
 
 namespace vk::bench {
 
+#if defined(VKKRNX_BENCH_CPU_TIME)
+/// The time for which the process had a processor: steadier where others keep the machine busy, and of no use for what
+/// runs on several threads.
+struct Clock {
+    using duration = std::chrono::duration<std::clock_t, std::ratio<1, CLOCKS_PER_SEC>>;
+    using time_point = std::chrono::time_point<Clock, duration>;
+    static time_point now() { return time_point(duration(std::clock())); }
+};
+#else
 using Clock = std::chrono::steady_clock;
+#endif
 
 /// Seconds that `times` runs of a callable take, per run.
 template <class Op> double seconds_per_run(Op& op, int64_t times)

@@ -1,5 +1,5 @@
 // The inner loops of the blends that are asked for most, all of them source over, at 8 bits a channel. Each does as
-// many pixels as its vectors take, gives what BlendFormula.h gives for them, and returns the number.
+// many pixels as its vectors take, or with masks all, gives what BlendFormula.h gives for them, and returns the number.
 #pragma once
 
 #include <cstddef>

@@ -136,36 +136,42 @@ Weights weigh(__m512i source, __m512i kept) noexcept
     return _mm512_maskz_or_epi32(visible, alpha, colors);
 }
 
+/// The lanes that hold pixels when `left` of them are left.
+__mmask16 lanes(size_t left) noexcept
+{
+    return left >= kPixels ? __mmask16{0xFFFF} : static_cast<__mmask16>((1u << left) - 1);
+}
+
 } // namespace
 
 size_t over_premultiplied_avx512(const uint8_t* from, uint8_t* to, const uint8_t*, size_t count) noexcept
 {
     const __m512i zero = _mm512_setzero_si512();
     const __m512i full = _mm512_set1_epi16(255);
-    size_t done = 0;
-    for (; done + kPixels <= count; done += kPixels) {
-        const __m512i s = load(from + 4 * done);
-        const __m512i d = load(to + 4 * done);
+    for (size_t done = 0; done < count; done += kPixels) {
+        const __mmask16 some = lanes(count - done);
+        const __m512i s = _mm512_maskz_loadu_epi32(some, from + 4 * done);
+        const __m512i d = _mm512_maskz_loadu_epi32(some, to + 4 * done);
         const __m512i rest_low = _mm512_sub_epi16(full, low_alphas(s));
         const __m512i rest_high = _mm512_sub_epi16(full, high_alphas(s));
         const __m512i kept_low = by_255(_mm512_mullo_epi16(_mm512_unpacklo_epi8(d, zero), rest_low));
         const __m512i kept_high = by_255(_mm512_mullo_epi16(_mm512_unpackhi_epi8(d, zero), rest_high));
-        _mm512_storeu_si512(to + 4 * done, _mm512_adds_epu8(s, _mm512_packus_epi16(kept_low, kept_high)));
+        _mm512_mask_storeu_epi32(to + 4 * done, some, _mm512_adds_epu8(s, _mm512_packus_epi16(kept_low, kept_high)));
     }
-    return done;
+    return count;
 }
 
 size_t over_straight_avx512(const uint8_t* from, uint8_t* to, const uint8_t*, size_t count) noexcept
 {
     const __m512i opaque = _mm512_set1_epi32(kAlphaBits);
-    size_t done = 0;
-    for (; done + kPixels <= count; done += kPixels) {
-        const __m512i s = load(from + 4 * done);
-        const __m512i d = load(to + 4 * done);
-        const bool is_opaque = _mm512_cmplt_epu32_mask(d, opaque) == 0;
-        _mm512_storeu_si512(to + 4 * done, is_opaque ? over_opaque(s, d) : over_any(s, d));
+    for (size_t done = 0; done < count; done += kPixels) {
+        const __mmask16 some = lanes(count - done);
+        const __m512i s = _mm512_maskz_loadu_epi32(some, from + 4 * done);
+        const __m512i d = _mm512_maskz_loadu_epi32(some, to + 4 * done);
+        const bool is_opaque = _mm512_mask_cmplt_epu32_mask(some, d, opaque) == 0;
+        _mm512_mask_storeu_epi32(to + 4 * done, some, is_opaque ? over_opaque(s, d) : over_any(s, d));
     }
-    return done;
+    return count;
 }
 
 size_t mix_gray_avx512(const uint8_t* from, uint8_t* to, const uint8_t* mask, size_t count) noexcept

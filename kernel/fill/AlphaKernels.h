@@ -1,5 +1,5 @@
 // The inner loops of alpha at 8 bits a channel, for pixels of four bytes, alpha last. The plain ones define the result;
-// those for wider vectors do as many pixels as they take and return the number.
+// those for wider vectors do as many pixels as they take, or with masks all, and return the number.
 #pragma once
 
 #include <cstddef>

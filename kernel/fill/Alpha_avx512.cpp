@@ -47,6 +47,12 @@ __m512i divide(__m512i channel, __m512 scale) noexcept
     return _mm512_min_epi32(_mm512_cvttps_epi32(quotient), _mm512_set1_epi32(255));
 }
 
+/// The lanes that hold pixels when `left` of them are left.
+__mmask16 lanes(size_t left) noexcept
+{
+    return left >= kPixels ? __mmask16{0xFFFF} : static_cast<__mmask16>((1u << left) - 1);
+}
+
 } // namespace
 
 size_t take_alpha_avx512(const uint8_t* pixels, uint8_t* alphas, size_t count) noexcept
@@ -69,23 +75,23 @@ size_t premultiply_avx512(uint8_t* pixels, size_t count) noexcept
     const __m512i low = _mm512_broadcast_i32x4(_mm_setr_epi8(3, -1, 3, -1, 3, -1, -1, -1, 7, -1, 7, -1, 7, -1, -1, -1));
     const __m512i high =
         _mm512_broadcast_i32x4(_mm_setr_epi8(11, -1, 11, -1, 11, -1, -1, -1, 15, -1, 15, -1, 15, -1, -1, -1));
-    size_t done = 0;
-    for (; done + kPixels <= count; done += kPixels) {
-        const __m512i v = load(pixels + 4 * done);
+    for (size_t done = 0; done < count; done += kPixels) {
+        const __mmask16 some = lanes(count - done);
+        const __m512i v = _mm512_maskz_loadu_epi32(some, pixels + 4 * done);
         const __m512i a = multiply(_mm512_unpacklo_epi8(v, zero), _mm512_or_si512(_mm512_shuffle_epi8(v, low), full));
         const __m512i b = multiply(_mm512_unpackhi_epi8(v, zero), _mm512_or_si512(_mm512_shuffle_epi8(v, high), full));
-        _mm512_storeu_si512(pixels + 4 * done, _mm512_packus_epi16(a, b));
+        _mm512_mask_storeu_epi32(pixels + 4 * done, some, _mm512_packus_epi16(a, b));
     }
-    return done;
+    return count;
 }
 
 size_t unpremultiply_avx512(uint8_t* pixels, size_t count) noexcept
 {
     const __m512i byte = _mm512_set1_epi32(0xFF);
     const __m512 two = _mm512_set1_ps(2);
-    size_t done = 0;
-    for (; done + kPixels <= count; done += kPixels) {
-        const __m512i v = load(pixels + 4 * done);
+    for (size_t done = 0; done < count; done += kPixels) {
+        const __mmask16 some = lanes(count - done);
+        const __m512i v = _mm512_maskz_loadu_epi32(some, pixels + 4 * done);
         const __m512i alpha = _mm512_srli_epi32(v, 24);
         const __mmask16 visible = _mm512_test_epi32_mask(alpha, alpha);
         const __m512 value = _mm512_cvtepi32_ps(alpha);
@@ -97,10 +103,10 @@ size_t unpremultiply_avx512(uint8_t* pixels, size_t count) noexcept
         const __m512i third = divide(_mm512_and_si512(_mm512_srli_epi32(v, 16), byte), scale);
         const __m512i two_colors = _mm512_or_si512(first, _mm512_slli_epi32(second, 8));
         const __m512i colors = _mm512_or_si512(two_colors, _mm512_slli_epi32(third, 16));
-        _mm512_storeu_si512(pixels + 4 * done,
-                            _mm512_or_si512(colors, _mm512_and_si512(v, _mm512_set1_epi32(kAlphaBits))));
+        _mm512_mask_storeu_epi32(pixels + 4 * done, some,
+                                 _mm512_or_si512(colors, _mm512_and_si512(v, _mm512_set1_epi32(kAlphaBits))));
     }
-    return done;
+    return count;
 }
 
 } // namespace vk::fill

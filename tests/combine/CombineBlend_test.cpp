@@ -289,8 +289,8 @@ TEST(CombineBlend, FastFormsAreTaken)
         BlendLoop* avx512;
         size_t vectors; ///< pixels of 99 that those for AVX-512 do
     } kRows[] = {
-        {32, BLEND_SRC_OVER, 65535, 0, combine::over_straight_avx2, combine::over_straight_avx512, 96},
-        {32, BLEND_PREMULTIPLIED, 65535, 0, combine::over_premultiplied_avx2, combine::over_premultiplied_avx512, 96},
+        {32, BLEND_SRC_OVER, 65535, 0, combine::over_straight_avx2, combine::over_straight_avx512, 99},
+        {32, BLEND_PREMULTIPLIED, 65535, 0, combine::over_premultiplied_avx2, combine::over_premultiplied_avx512, 99},
         {24, BLEND_SRC_OVER, 65535, 8, combine::mix_24_avx2, combine::mix_24_avx512, 64},
         {8, BLEND_SRC_OVER, 65535, 8, combine::mix_gray_avx2, combine::mix_gray_avx512, 64},
         {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED_SRC, 65535, 0, nullptr, nullptr, 0},
