@@ -37,7 +37,7 @@ class Walk {
 public:
     Walk(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mapping, const Cells* cells, Painter& painter,
          Progress& progress) noexcept
-        : made_(made), mapping_(mapping), painter_(painter), progress_(progress), loader_(source, cells),
+        : from_(source), made_(made), mapping_(mapping), painter_(painter), progress_(progress), loader_(source, cells),
           fetcher_(loader_), writer_(made)
     {
         source_.extent = {source.Width, source.Height};
@@ -66,7 +66,7 @@ private:
             return loader_.whole(source_.pixels);
         held_bytes_ = all(loader_.row_bytes(loader_.width()), loader_.height(),
                           held_limit(loader_.is_memory() ? kCellBytes : kHeldBytes));
-        return held_.allocate(held_bytes_ + kSlack) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+        return held_.allocate_for(from_, held_bytes_ + kSlack);
     }
 
     /// The source pixels that a box of the canvas looks at.
@@ -215,6 +215,7 @@ private:
         return result;
     }
 
+    BITMAPHANDLE& from_;
     BITMAPHANDLE& made_;
     const Mapping& mapping_;
     Painter& painter_;
