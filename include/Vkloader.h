@@ -1,7 +1,7 @@
 /**
  * @file Vkloader.h
- * The library-state part of the Vkkrnx interface: settings for the threads of the whole process, and giving a thread's
- * own up. Vkkrnx.h includes it.
+ * The library-state part of the Vkkrnx interface: settings for the threads of the whole process, giving a thread's own
+ * up, and the stock of freed memory. Vkkrnx.h includes it.
  *
  * The settings that each thread keeps for itself are the default memory type, the memory thresholds, the default
  * dithering method, the default resolution, the user match table, the status callback and the thread's file operations.
@@ -34,6 +34,41 @@ V_API int V_SetProcessDefaults(void) V_NOEXCEPT;
  * @remark Affects the calling thread only. A thread's settings are gone with it in any case.
  */
 V_API int V_FreeThreadState(void) V_NOEXCEPT;
+
+/*
+ * The stock of freed memory. Pages that the system hands out anew are what operations on whole bitmaps pay most for.
+ * Memory that conventional bitmaps and tiles give back, and off Windows big movable blocks too, therefore stays for a
+ * while and serves what is made next. It is cleared before anybody can see what it held. A block goes back to the
+ * system when nobody has wanted it for a second (noticed by the next call that makes or frees such memory, whichever
+ * thread's), when memory runs short, and by V_TrimMemory. What the stock holds counts as available.
+ */
+
+/** For V_SetMemoryStock: the bound that the library works out, an eighth of the memory the process may use, at most
+ * 256 MiB. It is in force from the start. */
+#define MEMORYSTOCK_DEFAULT (~(uint64_t)0)
+
+/**
+ * Gives the whole stock of freed memory back to the system, at once. Bitmaps are not touched.
+ * @return SUCCESS, also when there is nothing in stock.
+ * @remark Thread-safe.
+ */
+V_API int V_TrimMemory(void) V_NOEXCEPT;
+
+/**
+ * Bounds the stock of freed memory, for the whole process.
+ * @param uBytes the most that it may hold; 0 turns it off, MEMORYSTOCK_DEFAULT stands for the library's own figure. A
+ * stock that holds more is given back.
+ * @return SUCCESS.
+ * @remark Thread-safe.
+ */
+V_API int V_SetMemoryStock(uint64_t uBytes) V_NOEXCEPT;
+
+/**
+ * The bound on the stock of freed memory.
+ * @return The bound in force, in bytes; for MEMORYSTOCK_DEFAULT the figure that it stands for at this moment.
+ * @remark Thread-safe.
+ */
+V_API uint64_t V_GetMemoryStock(void) V_NOEXCEPT;
 
 V_EXTERN_C_END
 

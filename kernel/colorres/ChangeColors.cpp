@@ -178,7 +178,7 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
         result = make_palette(source, target, progress);
     if (result == V_SUCCESS) {
         drop_useless_dithering(source, target);
-        const Shape shape{source.Width, source.Height, target.bits, target.order, 0};
+        const Shape shape{source.Width, source.Height, target.bits, target.order, 0, NewPixels::to_be_written};
         result = staged.make(shape, struct_size, dup_flags);
     }
     if (result == V_SUCCESS && target.high >= 0) {

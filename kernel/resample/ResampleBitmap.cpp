@@ -153,7 +153,7 @@ int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter 
     BitmapAccess access(bitmap);
     result = access.result();
     if (result == V_SUCCESS)
-        result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
+        result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0, NewPixels::to_be_written}, kCopied);
     if (result == V_SUCCESS)
         result = resample_into(bitmap, staged.record(), filter);
     OverlayCopies overlays;
