@@ -4,7 +4,8 @@
  * up, and the stock of freed memory. Vkkrnx.h includes it.
  *
  * The settings that each thread keeps for itself are the default memory type, the memory thresholds, the default
- * dithering method, the default resolution, the user match table, the status callback and the thread's file operations.
+ * dithering method, the default resolution, the user match table, the status callback, the number of workers and the
+ * thread's file operations.
  * A thread that has set none of them follows those of the process; from the first one it sets on, it has its own, which
  * begin as a copy.
  */
@@ -69,6 +70,29 @@ V_API int V_SetMemoryStock(uint64_t uBytes) V_NOEXCEPT;
  * @remark Thread-safe.
  */
 V_API uint64_t V_GetMemoryStock(void) V_NOEXCEPT;
+
+/*
+ * Workers. An operation on a whole bitmap may be done by several threads: the calling one, and others of the pool that
+ * take a part when they have nothing else to do. The bits do not depend on their number. Resampling (all functions of
+ * Vkresample.h, and resizing that filters) and changes of depth and order without dithering (V_ColorResBitmap, gray)
+ * use workers where source and destination are plain memory; everything else is done by the calling thread alone.
+ */
+
+/**
+ * Sets how many threads one operation of the calling thread may use, itself counted. Status callbacks, and what they
+ * refuse, stay with the calling thread; what else it has set holds in the workers, too. Items of the pool may set it.
+ * @param nWorkers 1: the calling thread alone, as it is from the start; 0: as many as there are processors.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: a negative number, and nothing has changed.
+ * @remark Affects the calling thread only.
+ */
+V_API int V_SetWorkers(int32_t nWorkers) V_NOEXCEPT;
+
+/**
+ * How many threads one operation of the calling thread may use.
+ * @return The number as it was set, 0 included.
+ * @remark Thread-safe.
+ */
+V_API int32_t V_GetWorkers(void) V_NOEXCEPT;
 
 V_EXTERN_C_END
 
