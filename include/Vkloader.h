@@ -1,10 +1,12 @@
 /**
  * @file Vkloader.h
  * The library-state part of the Vkkrnx interface: settings for the threads of the whole process, and giving a thread's
- * own up; modules (for C++, Vkdllloader.h), clean-up and shutting down. Vkkrnx.h includes it.
+ * own up; modules (for C++, Vkdllloader.h), clean-up and shutting down; the stock of freed memory and workers. Vkkrnx.h
+ * includes it.
  *
  * The settings that each thread keeps for itself are the default memory type, the memory thresholds, the default
- * dithering method, the default resolution, the user match table, the status callback and the thread's file operations.
+ * dithering method, the default resolution, the user match table, the status callback, the number of workers and the
+ * thread's file operations.
  * A thread that has set none of them follows those of the process; from the first one it sets on, it has its own, which
  * begin as a copy.
  */
@@ -85,6 +87,64 @@ V_API int V_SetProcessDefaults(void) V_NOEXCEPT;
  * @remark Affects the calling thread only. A thread's settings are gone with it in any case.
  */
 V_API int V_FreeThreadState(void) V_NOEXCEPT;
+
+/*
+ * The stock of freed memory. Pages that the system hands out anew are what operations on whole bitmaps pay most for.
+ * Memory that conventional bitmaps and tiles give back, and off Windows big movable blocks too, therefore stays for a
+ * while and serves what is made next. It is cleared before anybody can see what it held. A block goes back to the
+ * system when nobody has wanted it for a second (noticed by the next call that makes or frees such memory, whichever
+ * thread's), when memory runs short, and by V_TrimMemory. What the stock holds counts as available.
+ */
+
+/** For V_SetMemoryStock: the bound that the library works out, an eighth of the memory the process may use, at most
+ * 256 MiB. It is in force from the start. */
+#define MEMORYSTOCK_DEFAULT (~(uint64_t)0)
+
+/**
+ * Gives the whole stock of freed memory back to the system, at once. Bitmaps are not touched.
+ * @return SUCCESS, also when there is nothing in stock.
+ * @remark Thread-safe.
+ */
+V_API int V_TrimMemory(void) V_NOEXCEPT;
+
+/**
+ * Bounds the stock of freed memory, for the whole process.
+ * @param uBytes the most that it may hold; 0 turns it off, MEMORYSTOCK_DEFAULT stands for the library's own figure. A
+ * stock that holds more is given back.
+ * @return SUCCESS.
+ * @remark Thread-safe.
+ */
+V_API int V_SetMemoryStock(uint64_t uBytes) V_NOEXCEPT;
+
+/**
+ * The bound on the stock of freed memory.
+ * @return The bound in force, in bytes; for MEMORYSTOCK_DEFAULT the figure that it stands for at this moment.
+ * @remark Thread-safe.
+ */
+V_API uint64_t V_GetMemoryStock(void) V_NOEXCEPT;
+
+/*
+ * Workers. An operation on a whole bitmap may be done by several threads: the calling one, and others of the pool that
+ * take a part when they have nothing else to do. The bits do not depend on their number. Resampling (all functions of
+ * Vkresample.h, and resizing that filters) and changes of depth and order without dithering (V_ColorResBitmap, gray)
+ * use workers where source and destination are plain memory; everything else is done by the calling thread alone.
+ */
+
+/**
+ * Sets how many threads one operation of the calling thread may use, itself counted. Status callbacks, and what they
+ * refuse, stay with the calling thread; what else it has set holds in the workers, too. Items of the pool may set it.
+ * @param nWorkers 1: the calling thread alone, as it is from the start; 0: as many as there are processors.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: a negative number, and nothing has changed.
+ * @remark Affects the calling thread only.
+ */
+V_API int V_SetWorkers(int32_t nWorkers) V_NOEXCEPT;
+
+/**
+ * How many threads one operation of the calling thread may use.
+ * @return The number as it was set, 0 included.
+ * @remark Thread-safe.
+ */
+V_API int32_t V_GetWorkers(void) V_NOEXCEPT;
 
 V_EXTERN_C_END
 

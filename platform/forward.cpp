@@ -20,9 +20,9 @@ void heap_free(void* block) noexcept
     backend::heap_free(block);
 }
 
-Status section_create(size_t bytes, Section* section) noexcept
+Status section_create(size_t bytes, Contents contents, Section* section) noexcept
 {
-    return backend::section_create(bytes, section);
+    return backend::section_create(bytes, contents, section);
 }
 
 Status section_resize(Section* section, size_t bytes) noexcept
@@ -33,6 +33,26 @@ Status section_resize(Section* section, size_t bytes) noexcept
 void section_free(Section* section) noexcept
 {
     backend::section_free(section);
+}
+
+void stock_set_limit(uint64_t bytes) noexcept
+{
+    backend::stock_set_limit(bytes);
+}
+
+uint64_t stock_limit() noexcept
+{
+    return backend::stock_limit();
+}
+
+uint64_t stock_held() noexcept
+{
+    return backend::stock_held();
+}
+
+bool stock_empty() noexcept
+{
+    return backend::stock_empty();
 }
 
 void* movable_alloc(uint32_t flags, size_t bytes) noexcept

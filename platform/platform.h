@@ -38,14 +38,24 @@ constexpr int64_t kNoFile = -1;
 /// Room for a temporary file name, in characters with the final zero.
 constexpr size_t kMaxTempName = 260;
 
-/// A block of pixel memory: zeroed, page aligned, given back whole.
+/// A block of pixel memory: aligned to a cache line, given back whole.
 struct Section {
-    void* handle = nullptr; ///< the system's object, where it has one
+    void* handle = nullptr; ///< the system's object, where it has one, or what the back end got the block as
     void* view = nullptr;   ///< first byte
     size_t bytes = 0;       ///< size asked for
 };
 
-/// The memory that the process may use, in bytes, as it was a tenth of a second ago at most.
+/// What a new block of pixel memory holds.
+enum class Contents : uint8_t {
+    zeroed,
+    unspecified, ///< for who writes every byte before anybody looks: what an earlier block left there, perhaps
+};
+
+/// The bound on the stock of freed sections that the platform works out itself.
+constexpr uint64_t kDefaultStock = UINT64_MAX;
+
+/// The memory that the process may use, in bytes, as it was a tenth of a second ago at most. What the stock of freed
+/// sections holds is available.
 struct MemoryStatus {
     uint64_t total_physical = 0;
     uint64_t available_physical = 0;

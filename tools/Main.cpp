@@ -7,6 +7,7 @@
 #include "tools/FileOptions.h"
 #include "tools/Operation.h"
 #include "tools/Platform.h"
+#include "tools/Values.h"
 #include "tools/picture/Picture.h"
 
 #include <algorithm>
@@ -48,7 +49,8 @@ void print_help()
     }
     std::printf(
         "\nOptions:\n  --help     this text; after a command, its own\n  --version  the version and the picture "
-        "formats of this build\n\nExit codes: 0 done, 1 the operation failed, 2 wrong usage, 3 a file cannot "
+        "formats of this build\n  --workers N COMMAND ...  lets one operation use N threads; 0: a thread per "
+        "processor\n\nExit codes: 0 done, 1 the operation failed, 2 wrong usage, 3 a file cannot "
         "be read or written, 4 compared pictures differ.\n");
 }
 
@@ -80,6 +82,15 @@ void print_version()
                 readable_formats().c_str(), writable_formats().c_str());
 }
 
+/** Lets each operation use so many threads. */
+void set_workers(const std::string& text)
+{
+    int32_t count = 0;
+    if (!parse_number(text, count) || V_SetWorkers(count) != SUCCESS) {
+        throw UsageError("--workers takes a number from 0 on");
+    }
+}
+
 void run(std::span<const std::string> words)
 {
     if (words.empty()) {
@@ -90,6 +101,13 @@ void run(std::span<const std::string> words)
     }
     if (words[0] == "--version") {
         return print_version();
+    }
+    if (words[0] == "--workers") {
+        if (words.size() < 2) {
+            throw UsageError("--workers needs a number");
+        }
+        set_workers(words[1]);
+        return run(words.subspan(2));
     }
     const auto found = std::find_if(commands().begin(), commands().end(),
                                     [&](const Command& command) { return words[0] == command.name; });

@@ -99,7 +99,7 @@ int try_disk(BITMAPHANDLE& bitmap, uint32_t memory, const StoreRequest& request)
 }
 
 /// Serves a settled request; the data callback has had its say.
-int make_storage(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
+int make_storage(BITMAPHANDLE& bitmap, uint32_t memory, NewPixels pixels) noexcept
 {
     if (memory == TYPE_USER) {
         await_user_memory(bitmap);
@@ -112,11 +112,11 @@ int make_storage(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
         const int result = store.create(bitmap, request);
         return result != V_SUCCESS && store.falls_to_disk ? try_disk(bitmap, memory, request) : result;
     }
-    return allocate_plain(bitmap, memory);
+    return allocate_plain(bitmap, memory, pixels);
 }
 
 /// Steps between the process-wide callback and success.
-int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept
+int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette, NewPixels pixels) noexcept
 {
     int result = settle_request(bitmap.BitsPerPixel, memory);
     if (result == V_SUCCESS && memory & TYPE_DISK)
@@ -136,7 +136,7 @@ int allocate_settled(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palet
     if (result == V_SUCCESS && memory != asked)
         result = settle_request(bitmap.BitsPerPixel, memory);
     if (result == V_SUCCESS)
-        result = make_storage(bitmap, memory);
+        result = make_storage(bitmap, memory, pixels);
     if (result != V_SUCCESS) {
         locked_block_free(paint_table);
         return result;
@@ -159,6 +159,11 @@ bool give_paint_table(BITMAPHANDLE& bitmap) noexcept
     if (is_current(bitmap))
         bitmap.PaintLUT16 = nullptr;
     return true;
+}
+
+NewPixels pixels_of_shown_record() noexcept
+{
+    return thread_state().status_callback ? NewPixels::clear : NewPixels::to_be_written;
 }
 
 StoreRequest store_request(uint64_t bytes) noexcept
@@ -187,10 +192,11 @@ uint64_t conventional_limit() noexcept
     return std::min(available > reserve ? available - reserve : 0, largest);
 }
 
-int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
+int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory, NewPixels pixels) noexcept
 {
     const uint64_t bytes = data_size(bitmap);
     StoreRequest request = store_request(bytes);
+    request.is_written = pixels == NewPixels::to_be_written;
     if (memory & TYPE_TILED) {
         if (near_handle_limit() || bytes <= request.tile_bytes)
             memory = (memory & ~TYPE_TILED) | TYPE_CONV;
@@ -212,7 +218,7 @@ int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept
     return try_disk(bitmap, memory, request);
 }
 
-int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept
+int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette, NewPixels pixels) noexcept
 {
     if (data_size(bitmap) == 0)
         return V_ERROR_INVALID_WIDTH_HEIGHT;
@@ -221,7 +227,7 @@ int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palett
         return result;
     const Undo undo(bitmap);
     bitmap.Flags &= ~(kPlaceFlags | BITMAPFLAG_ALLOCATED);
-    result = allocate_settled(bitmap, memory, palette);
+    result = allocate_settled(bitmap, memory, palette, pixels);
     if (result != V_SUCCESS)
         undo.restore();
     return result;

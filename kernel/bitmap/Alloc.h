@@ -17,12 +17,20 @@ uint64_t conventional_limit() noexcept;
 /// Gives the record the paint table that every allocated bitmap has; false without memory.
 bool give_paint_table(BITMAPHANDLE& bitmap) noexcept;
 
+/// Whether a new bitmap's pixels are clear, or every one is written before the bitmap, or what becomes of it, is shown
+/// to anybody: callers, callbacks, other threads. What pads the rows is clear in any case.
+enum class NewPixels : uint8_t { clear, to_be_written };
+
+/// For a record that is the caller's while it is filled: its status callback may look at it.
+NewPixels pixels_of_shown_record() noexcept;
+
 /// Allocates storage of a requested kind, with the paint table and all callbacks. The record keeps its state on
 /// failure.
-int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette) noexcept;
+int allocate_bitmap(BITMAPHANDLE& bitmap, uint32_t memory, const RGBQUAD* palette,
+                    NewPixels pixels = NewPixels::clear) noexcept;
 
 /// Chooses among conventional, tiled and disk storage for an accepted request and makes it. Callbacks are not asked.
-int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory) noexcept;
+int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory, NewPixels pixels = NewPixels::clear) noexcept;
 
 /// Points the record at memory of the caller's, which it then never frees. ERROR_INVALID_PARAMETER for a bitmap that
 /// does not take any of that size.

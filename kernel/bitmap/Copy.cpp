@@ -140,7 +140,9 @@ int copy_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, uint32_t struct_size, uint
                 const ProgressShare& share) noexcept
 {
     const int checked = check_rows(from);
-    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape_of(from), dup_flags) : checked;
+    Shape shape = shape_of(from);
+    shape.pixels = copy_callbacks(from, from) ? NewPixels::clear : pixels_of_shown_record();
+    int result = checked == V_SUCCESS ? make_like(to, from, struct_size, shape, dup_flags) : checked;
     if (result == V_SUCCESS) {
         const Operation own(to, Operation::Scratch::own);
         result = copy_bitmap_data(to, from, share);

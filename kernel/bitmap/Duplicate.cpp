@@ -212,7 +212,9 @@ int make_bare(BITMAPHANDLE& made, const BITMAPHANDLE& source, const Shape& shape
         if (result != V_SUCCESS)
             return result;
     }
-    return allocate_bitmap(made, shape.memory ? shape.memory : memory_like(source), nullptr);
+    // Callbacks see a bitmap whenever they like.
+    const NewPixels pixels = data_callbacks(made) ? NewPixels::clear : shape.pixels;
+    return allocate_bitmap(made, shape.memory ? shape.memory : memory_like(source), nullptr, pixels);
 }
 
 // Moving parts. Fields of packed records are copied, never bound, hence the repetition.

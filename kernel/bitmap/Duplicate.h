@@ -4,6 +4,7 @@
 
 #include "Vkbitmap.h"
 #include "Vkrecord.h"
+#include "kernel/bitmap/Alloc.h"
 #include "kernel/system/Progress.h"
 
 #include <cstdint>
@@ -17,6 +18,7 @@ struct Shape {
     int32_t bits = 0;
     int32_t order = kLikeSource;
     uint32_t memory = 0; ///< 0: storage as the source's
+    NewPixels pixels = NewPixels::clear;
 
     static constexpr int32_t kLikeSource = -1;
 };
@@ -41,9 +43,10 @@ bool has_rows_of_callbacks(const BITMAPHANDLE& bitmap) noexcept;
 /// DUPFLAG_COPY as far as it is safe where the caller has not asked for data callbacks.
 uint32_t copy_flags(const BITMAPHANDLE& source) noexcept;
 
-/// Initialises `made` as a bitmap like `source` with clear pixels and copies of the parts that `dup_flags` name. The
-/// source keeps everything; with DUPFLAG_TAKEOVER data callbacks are copied too, unless rows come from them: then the
-/// new bitmap has none, and storage of the library's own. On failure the record is empty but for StructSize.
+/// Initialises `made` as a bitmap like `source` with clear pixels, or as the shape says, and copies of the parts that
+/// `dup_flags` name. The source keeps everything; with DUPFLAG_TAKEOVER data callbacks are copied too, unless rows come
+/// from them: then the new bitmap has none, and storage of the library's own. On failure the record is empty but for
+/// StructSize.
 int make_like(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size, const Shape& shape,
               uint32_t dup_flags) noexcept;
 

@@ -14,6 +14,7 @@
 #include "kernel/rows/RowAccess.h"
 #include "kernel/rows/Segments.h"
 #include "kernel/system/Checks.h"
+#include "kernel/threading/Bands.h"
 
 #include <algorithm>
 #include <cstring>
@@ -119,10 +120,47 @@ private:
     RowBuffer buffer_;
 };
 
+/// Rows that bands are made up of: where a plain conversion is big enough to go past the caches, its parts are, too.
+int32_t rows_together(const BITMAPHANDLE& source, const BITMAPHANDLE& made, uint32_t threads) noexcept
+{
+    constexpr uint64_t kStreamed = uint64_t{32} << 20; // read and written
+    const uint64_t line = uint64_t{source.BytesPerLine} + made.BytesPerLine;
+    const auto height = static_cast<uint32_t>(source.Height);
+    if (made.BitsPerPixel <= kMostIndexBits || line * height < kStreamed)
+        return 1;
+    const uint64_t rows = std::max<uint64_t>((kStreamed + line - 1) / line, (height + threads - 1) / threads);
+    return static_cast<int32_t>(std::min<uint64_t>(rows, height));
+}
+
+/// Converts rows from memory to memory that do not depend on each other, on several threads.
+int fill_in_bands(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, uint32_t threads,
+                  Progress& progress, int64_t steps_before) noexcept
+{
+    auto work = [&](Bands& bands) noexcept {
+        ColorRows rows;
+        RowReader reader(source);
+        RowWriter writer(made);
+        const int result = rows.open(source, target);
+        for (Band band{}; result == V_SUCCESS && bands.take(band);) {
+            const uint8_t* from = nullptr;
+            int converted = reader.read(band.row, band.rows, &from);
+            if (converted == V_SUCCESS)
+                converted =
+                    rows.run({from, source.BytesPerLine}, {writer.place(band.row), made.BytesPerLine}, band.rows);
+            bands.done(band, converted);
+        }
+        return result;
+    };
+    return run_bands(source.Height, rows_together(source, made, threads), threads, progress, steps_before, work);
+}
+
 /// Converts all rows into the staged bitmap.
 int fill(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, Progress& progress,
          int64_t steps_before) noexcept
 {
+    const uint32_t threads = target.dithered ? 1 : workers_allowed();
+    if (threads > 1 && RowReader(source).in_place() && RowWriter(made).in_place())
+        return fill_in_bands(source, made, target, threads, progress, steps_before);
     ColorRows rows;
     int result = rows.open(source, target);
     RowWriter writer(made);
@@ -180,7 +218,7 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
         result = make_palette(source, target, progress);
     if (result == V_SUCCESS) {
         drop_useless_dithering(source, target);
-        const Shape shape{source.Width, source.Height, target.bits, target.order, 0};
+        const Shape shape{source.Width, source.Height, target.bits, target.order, 0, NewPixels::to_be_written};
         result = staged.make(shape, struct_size, dup_flags);
     }
     if (result == V_SUCCESS && target.high >= 0) {

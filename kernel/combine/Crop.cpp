@@ -18,7 +18,7 @@ constexpr uint32_t kCopiedParts = DUPFLAG_PALETTE | DUPFLAG_EXTRADATA | DUPFLAG_
 
 Shape shape_of_area(const BITMAPHANDLE& source, const Area& area) noexcept
 {
-    return {area.width(), area.height(), source.BitsPerPixel, source.Order, 0};
+    return {area.width(), area.height(), source.BitsPerPixel, source.Order, 0, NewPixels::to_be_written};
 }
 
 /// Fills a bitmap made for an area; reports progress.

@@ -137,7 +137,8 @@ int extend_bitmap(BITMAPHANDLE& bitmap, const Margins& margins) noexcept
         return V_SUCCESS;
     Staged staged(bitmap);
     OverlayCopies overlays;
-    const Shape shape{static_cast<int32_t>(width), static_cast<int32_t>(height), bitmap.BitsPerPixel, bitmap.Order, 0};
+    const Shape shape{static_cast<int32_t>(width), static_cast<int32_t>(height), bitmap.BitsPerPixel, bitmap.Order, 0,
+                      NewPixels::to_be_written};
     BitmapAccess access(bitmap);
     int result = access.result();
     if (result == V_SUCCESS)

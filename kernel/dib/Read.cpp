@@ -276,7 +276,9 @@ int read_jpeg(BITMAPHANDLE& bitmap, const Settled& settled, const uint8_t* bits,
 /// Storage and pixels for an initialised record.
 int read_pixels(BITMAPHANDLE& bitmap, const Settled& settled, const DibSource& dib, const CodecUse* codec) noexcept
 {
-    int result = allocate_bitmap(bitmap, thread_state().default_memory_type, nullptr);
+    const bool is_whole = settled.way != Way::runs && settled.way != Way::jpeg; // else pixels may be left out
+    int result = allocate_bitmap(bitmap, thread_state().default_memory_type, nullptr,
+                                 is_whole ? pixels_of_shown_record() : NewPixels::clear);
     if (result == V_SUCCESS)
         result = check_rows(bitmap);
     const uint32_t colors = settled.way == Way::yuv ? 0 : settled.header.colors();

@@ -35,7 +35,8 @@ int take_alpha(BITMAPHANDLE& from, BITMAPHANDLE& to) noexcept
 
 int get_alpha(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size) noexcept
 {
-    const Shape shape{source.Width, source.Height, source.BitsPerPixel / 4, COLORORDER_GRAY, 0};
+    const Shape shape{
+        source.Width, source.Height, source.BitsPerPixel / 4, COLORORDER_GRAY, 0, NewPixels::to_be_written};
     Staged staged(source);
     int result = staged.make(shape, struct_size, DUPFLAG_ANIMATION);
     if (result == V_SUCCESS)

@@ -46,7 +46,7 @@ HHUGEMEMORY make(uint64_t bytes) noexcept
 int take_memory(V_HUGEMEMORY_& block) noexcept
 {
     if (block.bytes > SIZE_MAX / 2 ||
-        platform::section_create(static_cast<size_t>(block.bytes), &block.section) != Status::ok)
+        platform::section_create(static_cast<size_t>(block.bytes), Contents::zeroed, &block.section) != Status::ok)
         return V_ERROR_NO_MEMORY;
     block.data = static_cast<uint8_t*>(block.section.view);
     return V_SUCCESS;

@@ -13,6 +13,7 @@
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/Progress.h"
+#include "kernel/threading/Bands.h"
 
 namespace vk {
 
@@ -85,6 +86,56 @@ private:
     ColorLookup* lookup_ = nullptr;
 };
 
+/// Rows of the destination, in any order.
+class Filling {
+public:
+    Filling(BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, const Form& target) noexcept
+        : to_(to), rows_(from, source), sink_(to, target, from.ViewPerspective != to.ViewPerspective)
+    {}
+
+    int open(Kernel kernel) noexcept
+    {
+        const int result = rows_.open(to_.Width, to_.Height, kernel);
+        return result == V_SUCCESS ? sink_.open() : result;
+    }
+
+    int row(int32_t y) noexcept
+    {
+        const int result = rows_.row(y, sink_.place(y));
+        return result == V_SUCCESS ? sink_.write(y) : result;
+    }
+
+private:
+    BITMAPHANDLE& to_;
+    RowResampler rows_;
+    RowSink sink_;
+};
+
+int fill_rows(Filling& filling, const Band& band, Progress* progress) noexcept
+{
+    int result = V_SUCCESS;
+    for (int32_t y = band.row; y < band.row + band.rows && result == V_SUCCESS; ++y) {
+        result = filling.row(y);
+        if (result == V_SUCCESS && progress)
+            result = progress->update(int64_t{y} + 1);
+    }
+    return result;
+}
+
+/// Each of several threads has a window of source rows, and what else it needs, of its own.
+int fill_in_bands(BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, const Form& target, Kernel kernel,
+                  uint32_t threads, Progress& progress) noexcept
+{
+    auto work = [&](Bands& bands) noexcept {
+        Filling filling(from, to, source, target);
+        const int result = filling.open(kernel);
+        for (Band band{}; result == V_SUCCESS && bands.take(band);)
+            bands.done(band, fill_rows(filling, band, nullptr));
+        return result;
+    };
+    return run_bands(to.Height, 1, threads, progress, 0, work);
+}
+
 int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShare& share) noexcept
 {
     Form source;
@@ -93,18 +144,15 @@ int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShar
         return V_ERROR_INVALID_PARAMETER;
     Progress progress(to.Height, share);
     int result = progress.begin();
-    RowResampler rows(from, source);
-    if (result == V_SUCCESS)
-        result = rows.open(to.Width, to.Height, kernel);
-    RowSink sink(to, target, from.ViewPerspective != to.ViewPerspective);
-    if (result == V_SUCCESS)
-        result = sink.open();
-    for (int32_t y = 0; y < to.Height && result == V_SUCCESS; ++y) {
-        result = rows.row(y, sink.place(y));
+    const bool is_memory = RowReader(from).in_place() && RowWriter(to).in_place();
+    const uint32_t threads = is_memory ? workers_allowed() : 1;
+    if (result == V_SUCCESS && threads > 1) {
+        result = fill_in_bands(from, to, source, target, kernel, threads, progress);
+    } else if (result == V_SUCCESS) {
+        Filling filling(from, to, source, target);
+        result = filling.open(kernel);
         if (result == V_SUCCESS)
-            result = sink.write(y);
-        if (result == V_SUCCESS)
-            result = progress.update(int64_t{y} + 1);
+            result = fill_rows(filling, {0, to.Height}, &progress);
     }
     return result == V_SUCCESS ? refresh_gray_limits(to) : result;
 }
@@ -153,7 +201,7 @@ int resample_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, Filter 
     BitmapAccess access(bitmap);
     result = access.result();
     if (result == V_SUCCESS)
-        result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0}, kCopied);
+        result = staged.make({width, height, bitmap.BitsPerPixel, bitmap.Order, 0, NewPixels::to_be_written}, kCopied);
     if (result == V_SUCCESS)
         result = resample_into(bitmap, staged.record(), filter);
     OverlayCopies overlays;

@@ -122,6 +122,7 @@ int size_bitmap(BITMAPHANDLE& bitmap, int32_t width, int32_t height, uint32_t fl
     shape.width = width;
     shape.height = height;
     shape.order = Shape::kLikeSource;
+    shape.pixels = NewPixels::to_be_written;
     Staged staged(bitmap);
     BitmapAccess access(bitmap); // around all looks at it
     result = access.result();

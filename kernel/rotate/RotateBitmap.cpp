@@ -127,7 +127,8 @@ int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& mad
 /// Makes the staged bitmap.
 int stage(Staged& staged, const BITMAPHANDLE& bitmap, const Geometry& geometry, const Turn& turn) noexcept
 {
-    Shape shape{geometry.canvas_width, geometry.canvas_height, bitmap.BitsPerPixel, bitmap.Order, 0};
+    Shape shape{geometry.canvas_width,   geometry.canvas_height, bitmap.BitsPerPixel, bitmap.Order, 0,
+                NewPixels::to_be_written};
     if (is_compressed(bitmap))
         shape.memory = thread_state().default_memory_type;
     const int result = staged.make(shape, DUPFLAG_PALETTE);

@@ -42,6 +42,17 @@ size_t section_bytes(uint64_t bytes) noexcept
     return bytes > SIZE_MAX / 2 ? 0 : static_cast<size_t>(bytes) + kAlignment - 1;
 }
 
+/// Clears what the pixels leave of each row.
+void clear_row_ends(const BITMAPHANDLE& bitmap, const Block& block) noexcept
+{
+    const uint64_t line = bitmap.BytesPerLine;
+    const uint64_t pixels = static_cast<uint64_t>(bitmap.Width) * static_cast<uint32_t>(bitmap.BitsPerPixel) / 8;
+    if (pixels >= line)
+        return;
+    for (uint64_t row = 0; row + line <= block.bytes; row += line)
+        std::memset(block.pixels() + row + pixels, 0, static_cast<size_t>(line - pixels));
+}
+
 int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
 {
     const size_t bytes = section_bytes(request.bytes);
@@ -49,10 +60,13 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
     if (!block)
         return V_ERROR_NO_MEMORY;
     *block = Block{{}, request.bytes};
-    if (platform::section_create(bytes, &block->section) != Status::ok) {
+    const Contents contents = request.is_written ? Contents::unspecified : Contents::zeroed;
+    if (platform::section_create(bytes, contents, &block->section) != Status::ok) {
         platform::heap_free(block);
         return V_ERROR_NO_MEMORY;
     }
+    if (request.is_written)
+        clear_row_ends(bitmap, *block);
     bitmap.Handle = block;
     bitmap.Data = block->pixels();
     bitmap.DataOffset = static_cast<int64_t>(block->gap());

@@ -24,6 +24,7 @@ struct StoreRequest {
     int32_t memory_tiles = 0;     ///< tiles kept in memory whatever the limit; negative: percent of all
     int32_t mapped_tiles = 0;     ///< file tiles kept mapped; negative: percent, 0: the store's choice
     bool files_forbidden = false; ///< no temporary file may be made
+    bool is_written = false;      ///< every pixel is written before anybody looks, so that none need be clear
 };
 
 /// The figures of V_GetBitmapMemoryInfo.
@@ -48,8 +49,8 @@ struct Reversal {
 
 /// What a kind does.
 struct StoreCalls {
-    /// Makes zeroed storage for the record's geometry and sets Handle, Data and DataOffset. SUCCESS or a code; on
-    /// failure the record is unchanged.
+    /// Makes zeroed storage (unless the request says it is written) for the record's geometry and sets Handle, Data and
+    /// DataOffset. SUCCESS or a code; on failure the record is unchanged.
     int (*create)(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept;
     /// Bytes that may be addressed.
     uint64_t (*extent)(const BITMAPHANDLE& bitmap) noexcept;

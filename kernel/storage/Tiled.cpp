@@ -71,7 +71,7 @@ bool make_memory_piece(TileTable& table, Piece& piece) noexcept
     if (first_tile >= table.memory_allowed || table.memory_pieces != table.pieces)
         return false;
     Section section;
-    if (platform::section_create(static_cast<size_t>(table.piece_bytes), &section) != Status::ok)
+    if (platform::section_create(static_cast<size_t>(table.piece_bytes), Contents::zeroed, &section) != Status::ok)
         return false;
     piece = Piece{static_cast<uint8_t*>(section.view), kNoFile, 0, section, kNoPiece, kNoPiece, true, false};
     ++table.memory_pieces;

@@ -52,7 +52,7 @@ bool open_copy(const TileTable& table, Piece& piece) noexcept
 {
     const auto bytes = static_cast<size_t>(table.piece_bytes);
     Section section;
-    if (platform::section_create(bytes, &section) != Status::ok)
+    if (platform::section_create(bytes, Contents::zeroed, &section) != Status::ok)
         return false;
     if (piece.backed && storage_file::read_at(table.storage, piece.offset, section.view, bytes) < 0) {
         platform::section_free(&section);

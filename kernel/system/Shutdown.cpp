@@ -4,6 +4,7 @@
 
 #include "kernel/system/Cleanup.h"
 #include "kernel/system/LibraryLock.h"
+#include "kernel/system/MemoryStock.h"
 #include "platform/platform.h"
 
 #include <atomic>
@@ -114,6 +115,7 @@ bool shut_down() noexcept
     platform::pool_rest();
     run_user_cleanups();
     run_cleanups();
+    memory_stock_empty();
     register_cleanup(g_at_unload); // for what was registered meanwhile
     g_is_shutting = false;
     return true;

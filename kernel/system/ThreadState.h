@@ -25,6 +25,7 @@ struct ThreadState {
     int32_t conv_tiles = 0;
     int32_t conv_buffers = 0;
     int32_t default_dithering = 1; ///< Floyd-Steinberg
+    int32_t workers = 1;           ///< threads that an operation may use; 0: as many as processors
     int32_t default_x_resolution = kDefaultResolution;
     int32_t default_y_resolution = kDefaultResolution;
     uint32_t* user_match_table = nullptr;

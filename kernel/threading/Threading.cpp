@@ -1,7 +1,8 @@
-// Threads that start with library state of their own.
+// Threads that start with library state of their own, and the number of threads that an operation may use (Bands.h).
 //
 // What the new thread needs lies on the heap, and goes before the routine runs; a caller that waits keeps the result
 // and the event on its stack instead, which is safe because it leaves only when the event is set.
+#include "Vkloader.h"
 #include "Vkthread.h"
 
 #include "kernel/system/ThreadState.h"
@@ -87,4 +88,17 @@ int V_VellThreadCreateAndRun(V_THREADROUTINE pfnRoutine, void* pParameter, uint3
         start.state = state_to_hand_over();
     const Status status = (uFlags & VELLTHREAD_WAIT) != 0 ? start_and_wait(start, puResult) : start_thread(start);
     return status == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+int V_SetWorkers(int32_t nWorkers) noexcept
+{
+    if (nWorkers < 0)
+        return V_ERROR_INVALID_PARAMETER;
+    thread_state_for_set().workers = nWorkers;
+    return V_SUCCESS;
+}
+
+int32_t V_GetWorkers(void) noexcept
+{
+    return thread_state().workers;
 }

@@ -63,6 +63,7 @@ private:
         Staged staged(bitmap_);
         Shape shape = shape_of(bitmap_);
         std::swap(shape.width, shape.height);
+        shape.pixels = NewPixels::to_be_written;
         int result = staged.make(shape, 0);
         if (result != V_SUCCESS)
             return result;

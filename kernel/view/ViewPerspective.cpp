@@ -144,6 +144,7 @@ int make_changed(BITMAPHANDLE& made, BITMAPHANDLE& source, uint32_t struct_size,
         is_same ? PerspectiveChange{false, 0} : perspective_change(source.ViewPerspective, to);
     const bool in_one = !is_same && !has_copy_callbacks(source);
     Shape shape = shape_of(source);
+    shape.pixels = in_one ? pixels_of_shown_record() : NewPixels::clear;
     if (in_one && layout_of(change).transpose)
         std::swap(shape.width, shape.height);
     result = make_like(made, source, struct_size, shape, dup_flags);

@@ -58,7 +58,7 @@ int paint_staged(BITMAPHANDLE& bitmap, BITMAPHANDLE& made, const Warp& warp, Pro
 int stage(Staged& staged, BITMAPHANDLE& bitmap, const Warp& warp) noexcept
 {
     Progress progress(progress_steps(warp.canvas));
-    Shape shape{warp.canvas.width, warp.canvas.height, bitmap.BitsPerPixel, bitmap.Order, 0};
+    Shape shape{warp.canvas.width, warp.canvas.height, bitmap.BitsPerPixel, bitmap.Order, 0, NewPixels::to_be_written};
     if (is_compressed(bitmap))
         shape.memory = thread_state().default_memory_type;
     BitmapAccess access(bitmap);

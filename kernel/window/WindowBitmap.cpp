@@ -98,7 +98,12 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
     int result = sample_form(source, window ? window->Flags : 0, &form);
     if (result == V_SUCCESS)
         result = check_rows(source);
-    const Shape shape{source.Width, source.Height, bits, bits == kLevelBits ? COLORORDER_RGB : COLORORDER_BGR, 0};
+    const Shape shape{source.Width,
+                      source.Height,
+                      bits,
+                      bits == kLevelBits ? COLORORDER_RGB : COLORORDER_BGR,
+                      0,
+                      NewPixels::to_be_written};
     if (result == V_SUCCESS)
         result = staged.make(shape, struct_size, dup_flags);
     BITMAPHANDLE& made = staged.record();

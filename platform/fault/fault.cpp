@@ -1,7 +1,8 @@
 // Implements fault.h: vk::platform on top of vk::backend, with a gate before every call that can fail.
 //
-// Besides failing on demand it makes carelessness show: new heap memory is filled with 0xCD, and a movable block moves
-// whenever its last lock goes.
+// Besides failing on demand it makes carelessness show: new heap memory, and sections that need not be cleared, are
+// filled with 0xCD, and a movable block moves whenever its last lock goes. The stock of freed sections lies behind this
+// layer: a section in stock is not live, and one that comes from it is made like any other.
 #include "platform/fault/Gate.h"
 
 #include <algorithm>
@@ -255,13 +256,16 @@ void heap_free(void* block) noexcept
     backend::heap_free(block);
 }
 
-Status section_create(size_t bytes, Section* section) noexcept
+Status section_create(size_t bytes, Contents contents, Section* section) noexcept
 {
     if (must_fail(Call::section_create))
         return failure_of(Call::section_create);
-    const Status status = backend::section_create(bytes, section);
-    if (status == Status::ok)
+    const Status status = backend::section_create(bytes, contents, section);
+    if (status == Status::ok) {
         ++fault::live_sections;
+        if (contents == Contents::unspecified)
+            std::memset(section->view, 0xCD, bytes);
+    }
     return status;
 }
 
@@ -275,6 +279,26 @@ void section_free(Section* section) noexcept
     if (section->view != nullptr)
         --fault::live_sections;
     backend::section_free(section);
+}
+
+void stock_set_limit(uint64_t bytes) noexcept
+{
+    backend::stock_set_limit(bytes);
+}
+
+uint64_t stock_limit() noexcept
+{
+    return backend::stock_limit();
+}
+
+uint64_t stock_held() noexcept
+{
+    return backend::stock_held();
+}
+
+bool stock_empty() noexcept
+{
+    return backend::stock_empty();
 }
 
 void* movable_alloc(uint32_t flags, size_t bytes) noexcept

@@ -1,10 +1,13 @@
 // Fixed memory, sections, and the figures of memory and handles, from malloc, anonymous mappings and /proc.
 //
-// A section has no system object here: its handle is null and its mapping is `bytes` rounded up to whole pages.
+// A small section is a block of the heap, which its handle points to; its view is aligned within. Any other is a
+// mapping of the stock's (Stock.h) and has no handle.
+#include "platform/Stock.h"
 #include "platform/posix/Limits.h"
 #include "platform/posix/Posix.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
@@ -30,14 +33,9 @@ size_t page_size() noexcept
     return static_cast<size_t>(sysconf(_SC_PAGESIZE));
 }
 
-/// The mapping's size for a section's; 0 when there is no such size. An empty section has a page too.
-size_t mapped_size(size_t bytes) noexcept
-{
-    const size_t page = page_size();
-    if (bytes > PTRDIFF_MAX - page)
-        return 0;
-    return (std::max<size_t>(bytes, 1) + page - 1) / page * page;
-}
+/// Sections from this size on are mappings, which cost a call of the system and a fault for each page.
+constexpr size_t kLeastMapping = size_t{64} << 10;
+constexpr size_t kCacheLine = 64;
 
 void* map_anonymous(size_t size) noexcept
 {
@@ -62,6 +60,39 @@ void* map_huge(size_t size) noexcept
     munmap(wide + head + size, kHugePage - head);
     static_cast<void>(madvise(wide + head, size, MADV_HUGEPAGE));
     return wide + head;
+}
+
+int64_t milliseconds_now() noexcept
+{
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000 + 1;
+}
+
+Status create_small(size_t bytes, Contents contents, Section* section) noexcept
+{
+    void* const block = heap_alloc(bytes + kCacheLine - 1);
+    if (block == nullptr)
+        return Status::no_memory;
+    void* const view = static_cast<uint8_t*>(block) + (0 - reinterpret_cast<uintptr_t>(block)) % kCacheLine;
+    if (contents == Contents::zeroed)
+        std::memset(view, 0, bytes);
+    *section = Section{block, view, bytes};
+    return Status::ok;
+}
+
+/// Changes the size of a section that is small, before or after.
+Status resize_elsewhere(Section* section, size_t bytes) noexcept
+{
+    Section resized;
+    if (const Status status = section_create(bytes, Contents::unspecified, &resized); status != Status::ok)
+        return status;
+    const size_t kept = std::min(bytes, section->bytes);
+    std::memcpy(resized.view, section->view, kept);
+    std::memset(static_cast<uint8_t*>(resized.view) + kept, 0, bytes - kept);
+    section_free(section);
+    *section = resized;
+    return Status::ok;
 }
 
 /// The value in kB of a line "Name:   123 kB" of /proc/meminfo, as bytes; false when there is no such line.
@@ -93,12 +124,14 @@ bool read_meminfo(char* text, size_t room) noexcept
 
 void* heap_alloc(size_t bytes) noexcept
 {
-    return std::malloc(std::max<size_t>(bytes, 1));
+    return heap_realloc(nullptr, bytes);
 }
 
 void* heap_realloc(void* block, size_t bytes) noexcept
 {
-    return std::realloc(block, std::max<size_t>(bytes, 1));
+    const size_t size = std::max<size_t>(bytes, 1);
+    void* const made = std::realloc(block, size);
+    return made == nullptr && stock_empty() ? std::realloc(block, size) : made;
 }
 
 void heap_free(void* block) noexcept
@@ -106,33 +139,55 @@ void heap_free(void* block) noexcept
     std::free(block);
 }
 
-Status section_create(size_t bytes, Section* section) noexcept
+Status stock::map(size_t capacity, Section* section) noexcept
 {
-    const size_t size = mapped_size(bytes);
-    if (size == 0)
-        return Status::no_memory;
-    void* view = size >= kHugePage ? map_huge(size) : map_anonymous(size);
+    void* const view = capacity >= kHugePage ? map_huge(capacity) : map_anonymous(capacity);
     if (view == nullptr)
         return Status::no_memory;
-    *section = Section{nullptr, view, bytes};
+    *section = Section{nullptr, view, capacity};
     return Status::ok;
+}
+
+void stock::unmap(const Section& section, size_t capacity) noexcept
+{
+    munmap(section.view, capacity);
+}
+
+/// Large pages are cleared one by one when they are first touched, and still in the cache when they are filled.
+bool stock::is_cleared_well(size_t capacity) noexcept
+{
+    return capacity >= kHugePage;
+}
+
+uint32_t stock::milliseconds() noexcept
+{
+    return static_cast<uint32_t>(milliseconds_now());
+}
+
+Status section_create(size_t bytes, Contents contents, Section* section) noexcept
+{
+    return bytes < kLeastMapping ? create_small(bytes, contents, section) : stock::create(bytes, contents, section);
 }
 
 Status section_resize(Section* section, size_t bytes) noexcept
 {
-    const size_t before = mapped_size(section->bytes);
-    const size_t after = mapped_size(bytes);
+    if (section->handle != nullptr || bytes < kLeastMapping)
+        return resize_elsewhere(section, bytes);
+    const size_t before = stock::capacity_of(section->bytes);
+    const size_t after = stock::capacity_of(bytes);
     if (after == 0)
         return Status::no_memory;
     void* view = section->view;
     if (after != before) {
         view = mremap(view, before, after, MREMAP_MAYMOVE);
+        if (view == MAP_FAILED && stock_empty())
+            view = mremap(section->view, before, after, MREMAP_MAYMOVE);
         if (view == MAP_FAILED) // whatever it says of a size: there is no room for it
             return Status::no_memory;
         if (after >= kHugePage && before < kHugePage) // a hint only; see map_huge
             static_cast<void>(madvise(view, after, MADV_HUGEPAGE));
     }
-    // What an earlier, larger size left in the last page shows again when the section grows.
+    // What stands behind an earlier, smaller size would show when the section grows.
     const size_t stale_end = std::min(before, bytes);
     if (stale_end > section->bytes)
         std::memset(static_cast<uint8_t*>(view) + section->bytes, 0, stale_end - section->bytes);
@@ -143,8 +198,9 @@ Status section_resize(Section* section, size_t bytes) noexcept
 
 void section_free(Section* section) noexcept
 {
-    if (section->view != nullptr)
-        munmap(section->view, mapped_size(section->bytes));
+    if (section->handle == nullptr)
+        return stock::give_back(section);
+    std::free(section->handle);
     *section = Section{};
 }
 
@@ -187,36 +243,59 @@ Status read_memory_status(MemoryStatus& found) noexcept
     return Status::ok;
 }
 
-/// The figures of a moment ago: reading them takes a dozen files, which would be most of making a small bitmap.
+/// The figures of a moment ago: reading them takes a dozen files, which would be most of making a small bitmap. Looking
+/// takes no lock. Two figures may be of different readings, both a moment ago.
 struct Figures {
-    posix::Mutex mutex;
-    MemoryStatus status;
-    int64_t read_at = 0; ///< in milliseconds of the monotonic clock; 0: never
+    posix::Mutex mutex; ///< of who reads the files
+    std::atomic<uint64_t> total_physical{0};
+    std::atomic<uint64_t> available_physical{0};
+    std::atomic<uint64_t> total_page_file{0};
+    std::atomic<uint64_t> available_page_file{0};
+    std::atomic<int64_t> read_at{0}; ///< in milliseconds of the monotonic clock; 0: never
 };
 constinit Figures g_figures;
 constexpr int64_t kFreshFor = 100;
 
-int64_t milliseconds_now() noexcept
+bool are_fresh(int64_t now) noexcept
 {
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1'000'000 + 1;
+    const int64_t read_at = g_figures.read_at.load(std::memory_order_acquire);
+    return read_at != 0 && now - read_at < kFreshFor;
+}
+
+/// Reads the figures anew, unless another thread is about to and there are older ones.
+Status refresh_figures(int64_t now) noexcept
+{
+    std::unique_lock lock(g_figures.mutex, std::defer_lock);
+    if (g_figures.read_at.load(std::memory_order_acquire) == 0)
+        lock.lock();
+    else if (!lock.try_lock())
+        return Status::ok;
+    if (are_fresh(now))
+        return Status::ok;
+    MemoryStatus found;
+    if (const Status result = read_memory_status(found); result != Status::ok)
+        return result;
+    g_figures.total_physical.store(found.total_physical, std::memory_order_relaxed);
+    g_figures.available_physical.store(found.available_physical, std::memory_order_relaxed);
+    g_figures.total_page_file.store(found.total_page_file, std::memory_order_relaxed);
+    g_figures.available_page_file.store(found.available_page_file, std::memory_order_relaxed);
+    g_figures.read_at.store(now, std::memory_order_release);
+    return Status::ok;
 }
 
 } // namespace
 
 Status memory_status(MemoryStatus* status) noexcept
 {
-    const std::lock_guard lock(g_figures.mutex);
     const int64_t now = milliseconds_now();
-    if (g_figures.read_at == 0 || now - g_figures.read_at >= kFreshFor) {
-        MemoryStatus found;
-        if (const Status result = read_memory_status(found); result != Status::ok)
+    if (!are_fresh(now))
+        if (const Status result = refresh_figures(now); result != Status::ok)
             return result;
-        g_figures.status = found;
-        g_figures.read_at = now;
-    }
-    *status = g_figures.status;
+    status->total_physical = g_figures.total_physical.load(std::memory_order_relaxed);
+    status->available_physical =
+        std::min(status->total_physical, g_figures.available_physical.load(std::memory_order_relaxed) + stock_held());
+    status->total_page_file = g_figures.total_page_file.load(std::memory_order_relaxed);
+    status->available_page_file = g_figures.available_page_file.load(std::memory_order_relaxed);
     return Status::ok;
 }
 

@@ -12,8 +12,7 @@
 
 namespace vk::backend {
 
-using posix::Block;
-using posix::TableLock;
+using posix::Found;
 
 namespace {
 
@@ -40,21 +39,22 @@ void* resize_section(void* data, size_t capacity, size_t bytes) noexcept
 }
 
 /// Makes a movable block that is not locked empty, or refuses.
-void* discard(Block& block, void* handle, uint32_t flags) noexcept
+void* discard(Found& block, void* handle, uint32_t flags) noexcept
 {
-    if (block.data == nullptr)
+    if (block->data == nullptr)
         return handle;
-    if (block.locks != 0 || (flags & kMoveable) == 0)
+    if (block->locks != 0 || (flags & kMoveable) == 0)
         return nullptr;
-    void* old = block.data;
-    const size_t capacity = block.capacity;
-    table_set_data(block, nullptr, 0);
+    void* old = block->data;
+    const size_t capacity = block->capacity;
+    block.set_data(nullptr, 0, 0);
+    block.let_go();
     posix::data_free(old, capacity);
     return handle;
 }
 
 /// Changes the size without moving, within what the block has room for.
-bool resize_in_place(Block& block, size_t bytes, bool zero) noexcept
+bool resize_in_place(posix::Block& block, size_t bytes, bool zero) noexcept
 {
     if (bytes > block.capacity)
         return false;
@@ -64,18 +64,28 @@ bool resize_in_place(Block& block, size_t bytes, bool zero) noexcept
     return true;
 }
 
-/// Changes the size, moving the data when need be. Others cannot take in the old address before the table has the new
-/// one: that needs the lock.
-bool resize_moving(Block& block, size_t bytes, bool zero) noexcept
+/// Changes the size, moving the data when need be. Meanwhile the block has none, so that others may take in the old
+/// address. False when the block is as it was, or gone.
+bool resize_moving(Found& block, size_t bytes, bool zero) noexcept
 {
-    void* data =
-        block.data == nullptr ? posix::data_alloc(bytes, false) : posix::data_resize(block.data, block.capacity, bytes);
-    if (data == nullptr)
+    void* const old = block->data;
+    const size_t old_bytes = block->bytes;
+    const size_t capacity = block->capacity;
+    block.set_data(nullptr, 0, 0);
+    block.let_go();
+    void* const data = old == nullptr ? posix::data_alloc(bytes, false) : posix::data_resize(old, capacity, bytes);
+    if (data != nullptr && zero && bytes > old_bytes)
+        std::memset(static_cast<uint8_t*>(data) + old_bytes, 0, bytes - old_bytes);
+    block.find_again();
+    if (!block) { // its owner's mistake: freed on another thread
+        posix::data_free(data != nullptr ? data : old, data != nullptr ? bytes : capacity);
         return false;
-    if (zero && bytes > block.bytes)
-        std::memset(static_cast<uint8_t*>(data) + block.bytes, 0, bytes - block.bytes);
-    table_set_data(block, data, bytes);
-    return true;
+    }
+    if (data != nullptr)
+        block.set_data(data, bytes, bytes);
+    else
+        block.set_data(old, old_bytes, capacity);
+    return data != nullptr;
 }
 
 } // namespace
@@ -84,10 +94,12 @@ void* posix::data_alloc(size_t capacity, bool zero) noexcept
 {
     if (is_big(capacity)) {
         Section section;
-        return section_create(capacity, &section) == Status::ok ? section.view : nullptr;
+        return section_create(capacity, Contents::zeroed, &section) == Status::ok ? section.view : nullptr;
     }
     const size_t size = std::max<size_t>(capacity, 1);
-    return zero ? std::calloc(1, size) : std::malloc(size);
+    const auto get = [size, zero]() noexcept { return zero ? std::calloc(1, size) : std::malloc(size); };
+    void* const data = get();
+    return data == nullptr && stock_empty() ? get() : data;
 }
 
 void* posix::data_resize(void* data, size_t capacity, size_t bytes) noexcept
@@ -121,11 +133,7 @@ void* movable_alloc(uint32_t flags, size_t bytes) noexcept
         if (data == nullptr)
             return nullptr;
     }
-    void* handle = nullptr;
-    {
-        TableLock lock;
-        handle = posix::table_add(movable, data, bytes);
-    }
+    void* const handle = posix::table_add(movable, data, bytes);
     if (handle == nullptr)
         posix::data_free(data, bytes);
     return handle;
@@ -133,25 +141,23 @@ void* movable_alloc(uint32_t flags, size_t bytes) noexcept
 
 void* movable_realloc(void* handle, size_t bytes, uint32_t flags) noexcept
 {
-    TableLock lock;
-    Block* block = posix::table_find(handle);
-    if (block == nullptr)
+    Found block = Found::by_handle(handle);
+    if (!block)
         return nullptr;
     if ((flags & kModify) != 0) // changes attributes only, of which this layer keeps none
         return handle;
     if (block->movable && bytes == 0)
-        return discard(*block, handle, flags);
+        return discard(block, handle, flags);
     const bool zero = (flags & kZeroInit) != 0;
     const bool may_move = block->movable ? block->locks == 0 : (flags & kMoveable) != 0;
-    const bool done = may_move ? resize_moving(*block, bytes, zero) : resize_in_place(*block, bytes, zero);
-    return done ? posix::table_handle(*block) : nullptr;
+    const bool done = may_move ? resize_moving(block, bytes, zero) : resize_in_place(*block, bytes, zero);
+    return done ? block.handle() : nullptr;
 }
 
 void* movable_lock(void* handle) noexcept
 {
-    TableLock lock;
-    Block* block = posix::table_find(handle);
-    if (block == nullptr)
+    const Found block = Found::by_handle(handle);
+    if (!block)
         return nullptr;
     if (block->movable && block->data != nullptr && block->locks < kMaxLocks)
         ++block->locks;
@@ -160,9 +166,8 @@ void* movable_lock(void* handle) noexcept
 
 int movable_unlock(void* handle) noexcept
 {
-    TableLock lock;
-    Block* block = posix::table_find(handle);
-    if (block == nullptr)
+    const Found block = Found::by_handle(handle);
+    if (!block)
         return 0;
     if (!block->movable)
         return 1;
@@ -176,13 +181,12 @@ void* movable_free(void* handle) noexcept
     void* data = nullptr;
     size_t capacity = 0;
     {
-        TableLock lock;
-        Block* block = posix::table_find(handle);
-        if (block == nullptr)
+        Found block = Found::by_handle(handle);
+        if (!block)
             return handle;
         data = block->data;
         capacity = block->capacity;
-        posix::table_remove(*block);
+        block.remove();
     }
     posix::data_free(data, capacity);
     return nullptr;
@@ -190,23 +194,20 @@ void* movable_free(void* handle) noexcept
 
 size_t movable_size(void* handle) noexcept
 {
-    TableLock lock;
-    const Block* block = posix::table_find(handle);
-    return block == nullptr ? 0 : block->bytes;
+    const Found block = Found::by_handle(handle);
+    return block ? block->bytes : 0;
 }
 
 void* movable_handle(const void* data) noexcept
 {
-    TableLock lock;
-    const Block* block = posix::table_find_data(data);
-    return block == nullptr ? nullptr : posix::table_handle(*block);
+    const Found block = Found::by_data(data);
+    return block ? block.handle() : nullptr;
 }
 
 uint32_t movable_flags(void* handle) noexcept
 {
-    TableLock lock;
-    const Block* block = posix::table_find(handle);
-    if (block == nullptr)
+    const Found block = Found::by_handle(handle);
+    if (!block)
         return kInvalidHandle;
     const bool empty = block->movable && block->data == nullptr;
     return block->locks | (empty ? kDiscarded : 0);

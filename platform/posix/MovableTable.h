@@ -2,7 +2,8 @@
 //
 // A movable block's handle is made up of its slot, the slot's generation and a bit no address has, so a handle is never
 // an address, and a stale one is recognised when its slot is used again. A fixed block's handle is its address. A hash
-// of addresses finds a block by its data; empty movable blocks have none. Everything here is called with the lock held.
+// of addresses finds a block by its data; empty movable blocks have none. The table is made of shards with a lock each,
+// so that threads that make and free small bitmaps do not wait for each other.
 #pragma once
 
 #include "platform/platform.h"
@@ -16,7 +17,7 @@ struct Block {
     void* data = nullptr; ///< null for an empty movable block
     size_t bytes = 0;
     size_t capacity = 0;     ///< bytes allocated: more than `bytes` after a locked block shrank
-    uint32_t generation = 0; ///< of the slot's movable blocks so far
+    uint32_t generation = 0; ///< of the slot's blocks so far
     uint32_t next_free = 0;
     uint8_t locks = 0;
     bool used = false;
@@ -29,28 +30,49 @@ void* data_alloc(size_t capacity, bool zero) noexcept;
 void* data_resize(void* data, size_t capacity, size_t bytes) noexcept;
 void data_free(void* data, size_t capacity) noexcept;
 
-/// Holds the table's lock while it lives.
-class TableLock {
-public:
-    TableLock() noexcept;
-    ~TableLock();
-    TableLock(const TableLock&) = delete;
-    TableLock& operator=(const TableLock&) = delete;
-};
+struct Shard;
 
-/// The block of a handle, or null. Valid until the next table_add.
-Block* table_find(const void* handle) noexcept;
-/// The block whose data start at an address, or null.
-Block* table_find_data(const void* data) noexcept;
-void* table_handle(const Block& block) noexcept;
+/// A block that was looked up, or none. Nobody else gets at the block until the look-up ends or lets go.
+class Found {
+public:
+    /// The block of a handle.
+    static Found by_handle(const void* handle) noexcept;
+    /// The block whose data start at an address.
+    static Found by_data(const void* data) noexcept;
+
+    Found(Found&& other) noexcept;
+    ~Found();
+    Found(const Found&) = delete;
+    Found& operator=(const Found&) = delete;
+
+    explicit operator bool() const noexcept { return block_ != nullptr; }
+    Block* operator->() const noexcept { return block_; }
+    Block& operator*() const noexcept { return *block_; }
+
+    void* handle() const noexcept;
+    /// Gives the block other data. Never fails: the address table always has room for every block.
+    void set_data(void* data, size_t bytes, size_t capacity) noexcept;
+    /// Forgets the block; its data are the caller's again.
+    void remove() noexcept;
+
+    /// Ends the look-up early: memory is got and given back without the lock.
+    void let_go() noexcept;
+    /// Goes on with the same block, which must not have gone meanwhile: then there is none.
+    void find_again() noexcept;
+
+private:
+    Found() noexcept = default;
+    Found(Shard* shard, Block* block) noexcept;
+
+    Shard* shard_ = nullptr; ///< of the block
+    Block* block_ = nullptr; ///< null: none, and the shard's lock is not held
+    uint32_t slot_ = 0;
+    uint32_t generation_ = 0;
+};
 
 /// Takes in a block whose data the caller allocated; its handle, or null without memory (the data stay the caller's).
 void* table_add(bool movable, void* data, size_t bytes) noexcept;
-/// Forgets a block; its data are the caller's again.
-void table_remove(Block& block) noexcept;
-/// Gives the table's memory back when it holds no block. It may be used again.
+/// Gives the table's memory back where it holds no block. It may be used again.
 void table_release() noexcept;
-/// Gives a block other data. Never fails: the address table always has room for every block.
-void table_set_data(Block& block, void* data, size_t bytes) noexcept;
 
 } // namespace vk::backend::posix

@@ -339,6 +339,7 @@ void shut_down() noexcept
     shut_down();
     if (g_unload_hook != nullptr)
         g_unload_hook();
+    stock_empty();
     posix::table_release(); // of global blocks: a library that is loaded again begins with a new one
 }
 

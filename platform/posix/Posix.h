@@ -59,6 +59,12 @@ public:
             guard_forks(*this);
         pthread_mutex_lock(&mutex_);
     }
+    bool try_lock() noexcept
+    {
+        if (!known.load(std::memory_order_acquire))
+            guard_forks(*this);
+        return pthread_mutex_trylock(&mutex_) == 0;
+    }
     void unlock() noexcept { pthread_mutex_unlock(&mutex_); }
 
 private:

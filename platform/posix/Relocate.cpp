@@ -10,19 +10,29 @@ namespace vk::backend {
 
 void movable_relocate(void* handle) noexcept
 {
-    posix::TableLock lock;
-    posix::Block* block = posix::table_find(handle);
-    if (block == nullptr || !block->movable || block->locks != 0 || block->data == nullptr)
+    posix::Found block = posix::Found::by_handle(handle);
+    const auto stays = [&block]() noexcept {
+        return !block || !block->movable || block->locks != 0 || block->data == nullptr;
+    };
+    if (stays())
         return;
-    void* data = posix::data_alloc(block->bytes, false);
+    const size_t bytes = block->bytes;
+    block.let_go();
+    void* data = posix::data_alloc(bytes, false);
     if (data == nullptr)
         return;
-    std::memcpy(data, block->data, block->bytes);
-    void* old = block->data;
-    const size_t old_capacity = block->capacity;
-    posix::table_set_data(*block, data, block->bytes);
-    std::memset(old, 0xDD, old_capacity);
-    posix::data_free(old, old_capacity);
+    block.find_again();
+    size_t capacity = bytes;
+    if (!stays() && block->bytes == bytes) {
+        std::memcpy(data, block->data, bytes);
+        void* const old = block->data;
+        capacity = block->capacity;
+        block.set_data(data, bytes, bytes);
+        std::memset(old, 0xDD, capacity);
+        data = old;
+    }
+    block.let_go();
+    posix::data_free(data, capacity);
 }
 
 } // namespace vk::backend

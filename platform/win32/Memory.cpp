@@ -1,7 +1,9 @@
 // Fixed memory, sections, and the figures of memory and handles.
 //
-// A section is backed by the page file: `handle` is the mapping object, `view` a view of all of it. The system has no
-// call that changes a section's size, so a resize makes a new one and copies.
+// A section is backed by the page file: `handle` is the mapping object, `view` a view of all of it; both come from the
+// stock (Stock.h) where it has some. The system has no call that changes a section's size, so a resize makes a new one
+// and copies.
+#include "platform/Stock.h"
 #include "platform/win32/Win32.h"
 
 #include <algorithm>
@@ -19,12 +21,14 @@ constexpr uint32_t kMaxHandles = 20000;
 
 void* heap_alloc(size_t bytes) noexcept
 {
-    return std::malloc(std::max<size_t>(bytes, 1));
+    return heap_realloc(nullptr, bytes);
 }
 
 void* heap_realloc(void* block, size_t bytes) noexcept
 {
-    return std::realloc(block, std::max<size_t>(bytes, 1));
+    const size_t size = std::max<size_t>(bytes, 1);
+    void* const made = std::realloc(block, size);
+    return made == nullptr && stock_empty() ? std::realloc(block, size) : made;
 }
 
 void heap_free(void* block) noexcept
@@ -32,11 +36,9 @@ void heap_free(void* block) noexcept
     std::free(block);
 }
 
-Status section_create(size_t bytes, Section* section) noexcept
+Status stock::map(size_t capacity, Section* section) noexcept
 {
-    const uint64_t size = std::max<size_t>(bytes, 1); // an empty section has a page too
-    if (size > PTRDIFF_MAX)
-        return Status::no_memory;
+    const uint64_t size = capacity;
     HANDLE mapping = CreateFileMappingW(INVALID_HANDLE_VALUE, nullptr, PAGE_READWRITE, static_cast<DWORD>(size >> 32),
                                         static_cast<DWORD>(size), nullptr);
     if (mapping == nullptr)
@@ -46,16 +48,39 @@ Status section_create(size_t bytes, Section* section) noexcept
         CloseHandle(mapping);
         return Status::no_memory;
     }
-    *section = Section{mapping, view, bytes};
+    *section = Section{mapping, view, capacity};
     return Status::ok;
+}
+
+void stock::unmap(const Section& section, size_t) noexcept
+{
+    UnmapViewOfFile(section.view);
+    CloseHandle(section.handle);
+}
+
+bool stock::is_cleared_well(size_t) noexcept
+{
+    return false;
+}
+
+uint32_t stock::milliseconds() noexcept
+{
+    return GetTickCount();
+}
+
+Status section_create(size_t bytes, Contents contents, Section* section) noexcept
+{
+    return stock::create(bytes, contents, section);
 }
 
 Status section_resize(Section* section, size_t bytes) noexcept
 {
     Section resized;
-    if (const Status status = section_create(bytes, &resized); status != Status::ok)
+    if (const Status status = section_create(bytes, Contents::unspecified, &resized); status != Status::ok)
         return status;
-    std::memcpy(resized.view, section->view, std::min(bytes, section->bytes));
+    const size_t kept = std::min(bytes, section->bytes);
+    std::memcpy(resized.view, section->view, kept);
+    std::memset(static_cast<uint8_t*>(resized.view) + kept, 0, bytes - kept);
     section_free(section);
     *section = resized;
     return Status::ok;
@@ -63,11 +88,7 @@ Status section_resize(Section* section, size_t bytes) noexcept
 
 void section_free(Section* section) noexcept
 {
-    if (section->view != nullptr)
-        UnmapViewOfFile(section->view);
-    if (section->handle != nullptr)
-        CloseHandle(section->handle);
-    *section = Section{};
+    stock::give_back(section);
 }
 
 Status memory_status(MemoryStatus* status) noexcept
@@ -77,7 +98,7 @@ Status memory_status(MemoryStatus* status) noexcept
     if (!GlobalMemoryStatusEx(&found))
         return win32::last_status();
     status->total_physical = found.ullTotalPhys;
-    status->available_physical = found.ullAvailPhys;
+    status->available_physical = std::min<uint64_t>(found.ullTotalPhys, found.ullAvailPhys + stock_held());
     status->total_page_file = found.ullTotalPageFile;
     status->available_page_file = found.ullAvailPageFile;
     return Status::ok;

@@ -95,6 +95,7 @@ void win32::on_unload() noexcept
 {
     if (g_unload_hook != nullptr)
         g_unload_hook();
+    stock_empty();
 }
 
 Status event_create(bool manual_reset, bool signalled, void** event) noexcept

@@ -39,7 +39,7 @@ protected:
     {
         file_ = temp_.open();
         handle_ = platform::movable_alloc(GMEM_MOVEABLE, 10);
-        ASSERT_EQ(Status::ok, platform::section_create(100, &section_));
+        ASSERT_EQ(Status::ok, platform::section_create(100, Contents::zeroed, &section_));
         ASSERT_EQ(Status::ok, backend::file_reserve(file_, 0, 100));
     }
 
@@ -72,7 +72,7 @@ protected:
     Status create_section()
     {
         Section section;
-        const Status status = platform::section_create(100, &section);
+        const Status status = platform::section_create(100, Contents::zeroed, &section);
         platform::section_free(&section);
         return status;
     }
@@ -290,7 +290,7 @@ TEST_F(FaultCalls, LiveCountsWhatIsHeld)
     platform::movable_lock(movable);
     platform::movable_lock(fixed);
     const int64_t file = temp_.open();
-    ASSERT_EQ(Status::ok, platform::section_create(10, &section));
+    ASSERT_EQ(Status::ok, platform::section_create(10, Contents::zeroed, &section));
     ASSERT_EQ(Status::ok, platform::file_map(file_, 0, 10, &view));
     fault::Live held = before;
     held.heap += 1;

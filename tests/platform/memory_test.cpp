@@ -20,15 +20,15 @@ bool holds(const void* view, size_t from, size_t to, uint8_t value)
     return std::all_of(bytes + from, bytes + to, [value](uint8_t byte) { return byte == value; });
 }
 
-TEST(Section, IsZeroedAndPageAligned)
+TEST(Section, IsZeroedAndAligned)
 {
     for (const size_t bytes : {size_t{0}, size_t{1}, size_t{4096}, kHuge - 1, kHuge, 2 * kHuge + 4097}) {
         SCOPED_TRACE(bytes);
         for (int round = 0; round < 2; ++round) { // the second may get the first one's memory
             Section section;
-            ASSERT_EQ(Status::ok, platform::section_create(bytes, &section));
+            ASSERT_EQ(Status::ok, platform::section_create(bytes, Contents::zeroed, &section));
             EXPECT_EQ(bytes, section.bytes);
-            EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(section.view) % 4096);
+            EXPECT_EQ(0u, reinterpret_cast<uintptr_t>(section.view) % 64);
             EXPECT_TRUE(holds(section.view, 0, bytes, 0));
             std::memset(section.view, 0xEE, bytes);
             platform::section_free(&section);
@@ -41,7 +41,7 @@ TEST(Section, IsZeroedAndPageAligned)
 TEST(Section, ResizeKeepsWhatFitsAndClearsWhatIsAdded)
 {
     Section section;
-    ASSERT_EQ(Status::ok, platform::section_create(10000, &section));
+    ASSERT_EQ(Status::ok, platform::section_create(10000, Contents::zeroed, &section));
     std::memset(section.view, 0xEE, 10000);
     size_t kept = 10000;
     for (const size_t bytes : {size_t{9000}, size_t{9500}, size_t{12288}, 3 * kHuge, kHuge + 5, size_t{100}, size_t{0},
@@ -58,7 +58,7 @@ TEST(Section, ResizeKeepsWhatFitsAndClearsWhatIsAdded)
     const Section before = section;
     for (const size_t bytes : {SIZE_MAX, SIZE_MAX - 4096, size_t{PTRDIFF_MAX}, size_t{1} << 60}) {
         Section none;
-        EXPECT_EQ(Status::no_memory, platform::section_create(bytes, &none));
+        EXPECT_EQ(Status::no_memory, platform::section_create(bytes, Contents::zeroed, &none));
         EXPECT_EQ(nullptr, none.view);
         EXPECT_EQ(Status::no_memory, platform::section_resize(&section, bytes));
         EXPECT_EQ(before.view, section.view);

@@ -387,14 +387,17 @@ class Failures(VkTest):
 
     def test_usage(self):
         good = self.path("good.pnm", b"P1 1 1 1")
-        for arguments in ([], ["nonsense"], ["--nonsense"], ["info"], ["info", good, good], ["info", good, "--as", "conv"],
+        for arguments in ([], ["nonsense"], ["--nonsense"], ["--workers"], ["--workers", "2"],
+                          ["--workers", "-1", "info", good], ["--workers", "2x", "info", good],
+                          ["info"], ["info", good, good], ["info", good, "--as", "conv"],
                           ["hold"], ["hold", good, "--as"], ["hold", good, "--as", "paper"],
                           ["hold", good, "--as=conv", "--as=disk"], ["hold", good, "--json=1", "--as", "conv"],
                           ["hold", good, "--as", "conv", "-o", self.path("out.gif")]):
             self.fails(2, "Try 'vk --help'", *arguments)
         for size in ("0", "-1", "x", "1T", "9999999999G", ""):
             self.fails(2, "--tile-size", "hold", good, "--as", "tiled", "--tile-size", size)
-        for arguments in (["--help"], ["-h"], ["info", "--help"], ["hold", "-h"], ["--version"]):
+        for arguments in (["--help"], ["-h"], ["info", "--help"], ["hold", "-h"], ["--version"],
+                          ["--workers", "2", "info", good]):
             self.assertEqual(vk(*arguments).returncode, 0, arguments)
 
     def test_output_that_cannot_be(self):
