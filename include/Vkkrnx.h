@@ -53,5 +53,6 @@
 #include "Vkview.h"
 #include "Vkwarp.h"
 #include "Vkwindow.h"
+#include "Vkyuv.h"
 
 #endif /* VKKRNX_H */

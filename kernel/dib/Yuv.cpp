@@ -2,6 +2,7 @@
 
 #include "kernel/dib/Header.h"
 #include "kernel/dib/YuvKernel.h"
+#include "kernel/yuv/Samples.h"
 
 #include <algorithm>
 #include <atomic>
@@ -34,14 +35,6 @@ uint8_t clamped(int32_t value) noexcept
 
 using PutPixel = void (*)(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept;
 
-/// Two pixels in four bytes.
-template <PutPixel put> void pairs(const YuvRow& row, uint32_t from, uint32_t width, uint8_t* bgr) noexcept
-{
-    for (uint32_t x = from; x + 1 < width; x += 2)
-        for (uint32_t i = x; i < x + 2; ++i)
-            put(row.y[2 * i], row.u[2 * x], row.v[2 * x], bgr + 3 * size_t{i});
-}
-
 /// Chroma samples for `step` pixels each.
 template <PutPixel put>
 void planes(const YuvRow& row, uint32_t from, uint32_t width, uint32_t step, uint8_t* bgr) noexcept
@@ -50,30 +43,51 @@ void planes(const YuvRow& row, uint32_t from, uint32_t width, uint32_t step, uin
         put(row.y[x], row.u[x / step], row.v[x / step], bgr + 3 * size_t{x});
 }
 
-/// Eight pixels in the twelve bytes U Y V Y U Y V Y Y Y Y Y; the first and last four share chroma. Four pixels left
-/// over are U Y V Y Y Y.
-void y41p_row(const uint8_t* row, uint32_t width, uint8_t* bgr) noexcept
+/// How a packed layout's samples lie, and where they lie otherwise in a row's last pixels.
+struct Packed {
+    const yuv::Groups& whole;
+    const yuv::Groups& last;
+};
+
+Packed packed_of(YuvLayout layout) noexcept
 {
-    static constexpr uint8_t kLuma[] = {1, 3, 5, 7, 8, 9, 10, 11};
-    static constexpr uint8_t kShortLuma[] = {1, 3, 4, 5};
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint32_t in_group = x % 8;
-        const uint8_t* const group = row + size_t{x} / 8 * 12;
-        const bool is_short = x - in_group + 8 > width;
-        const uint8_t* const chroma = group + (in_group < 4 ? 0 : 4);
-        full_range_pixel(group[is_short ? kShortLuma[in_group] : kLuma[in_group]], chroma[0], chroma[2],
-                         bgr + 3 * size_t{x});
+    switch (layout) {
+    case YuvLayout::uyvy:
+        return {yuv::kUyvy, yuv::kUyvy};
+    case YuvLayout::yvyu:
+        return {yuv::kYvyu, yuv::kYvyu};
+    case YuvLayout::y41p:
+        return {yuv::kY41p, yuv::kY41pShort};
+    case YuvLayout::y211:
+        return {yuv::kY211, yuv::kY211Short};
+    default:
+        return {yuv::kYuy2, yuv::kYuy2};
     }
 }
 
-/// Four pixels in the bytes Y U Y V. Two pixels left over are Y U, without red difference.
-void y211_row(const uint8_t* row, uint32_t width, uint8_t* bgr) noexcept
+/// Pixels that are unpacked at a time, whole groups of any layout.
+constexpr uint32_t kUnpacked = 256;
+
+/// Pixels from `from` on, which begins a group, through rows of samples. A row has no less than whole groups of two or
+/// four pixels.
+template <PutPixel put>
+void unpacked(YuvLayout layout, const uint8_t* row, uint32_t from, uint32_t width, uint8_t* bgr) noexcept
 {
-    constexpr int32_t kNeutral = 128;
-    for (uint32_t x = 0; x < width; ++x) {
-        const uint8_t* const group = row + x / 4 * 4;
-        const int32_t v = x / 4 * 4 + 4 > width ? kNeutral : group[3];
-        full_range_pixel(group[x % 4 / 2 * 2], group[1], v, bgr + 3 * size_t{x});
+    const Packed packed = packed_of(layout);
+    const yuv::Groups& whole = packed.whole;
+    uint8_t y[kUnpacked], u[kUnpacked], v[kUnpacked];
+    for (uint32_t x = from; x < width; x += kUnpacked) {
+        const uint32_t count = std::min(width - x, kUnpacked);
+        const uint32_t groups = count / whole.pixels;
+        const uint32_t done = groups * whole.pixels;
+        const uint8_t* const at = row + size_t{x} / whole.pixels * whole.bytes;
+        yuv::unpack_groups(whole, at, groups, {y, u, v, nullptr});
+        const uint32_t left = (count - done) / packed.last.pixels;
+        const uint32_t chroma = done / whole.chroma_step;
+        if (left != 0)
+            yuv::unpack_groups(packed.last, at + size_t{groups} * whole.bytes, left,
+                               {y + done, u + chroma, v + chroma, nullptr});
+        planes<put>({y, u, v}, 0, done + left * packed.last.pixels, whole.chroma_step, bgr + 3 * size_t{x});
     }
 }
 
@@ -159,9 +173,11 @@ uint32_t run_kernels(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner man
 }
 
 template <PutPixel put, YuvKernel wide, YuvKernel narrow>
-void packed_row(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner manner) noexcept
+void packed_row(YuvLayout layout, const uint8_t* from, const YuvRow& row, uint32_t width, uint8_t* bgr,
+                Manner manner) noexcept
 {
-    pairs<put>(row, run_kernels<wide, narrow, &YuvRow::packed_from>(row, width, bgr, manner), width, bgr);
+    const uint32_t done = run_kernels<wide, narrow, &YuvRow::packed_from>(row, width, bgr, manner);
+    unpacked<put>(layout, from, done, width, bgr);
 }
 
 void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner manner) noexcept
@@ -169,20 +185,20 @@ void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner m
     const YuvFormat& format = *picture.format;
     const uint32_t width = picture.width;
     const uint8_t* const from = picture.samples + row_bytes(format, width) * row;
-    switch (format.layout) {
+    const YuvLayout layout = format.layout;
+    switch (layout) {
     case YuvLayout::yuy2:
-        return packed_row<full_range_pixel, yuy2_full_avx512, yuy2_full_avx2>({from, from + 1, from + 3}, width, bgr,
-                                                                              manner);
+        return packed_row<full_range_pixel, yuy2_full_avx512, yuy2_full_avx2>(layout, from, {from, from + 1, from + 3},
+                                                                              width, bgr, manner);
     case YuvLayout::uyvy:
-        return packed_row<studio_pixel, uyvy_studio_avx512, uyvy_studio_avx2>({from + 1, from, from + 2}, width, bgr,
-                                                                              manner);
+        return packed_row<studio_pixel, uyvy_studio_avx512, uyvy_studio_avx2>(layout, from, {from + 1, from, from + 2},
+                                                                              width, bgr, manner);
     case YuvLayout::yvyu:
-        return packed_row<studio_pixel, yvyu_studio_avx512, yvyu_studio_avx2>({from, from + 3, from + 1}, width, bgr,
-                                                                              manner);
+        return packed_row<studio_pixel, yvyu_studio_avx512, yvyu_studio_avx2>(layout, from, {from, from + 3, from + 1},
+                                                                              width, bgr, manner);
     case YuvLayout::y41p:
-        return y41p_row(from, width, bgr);
     case YuvLayout::y211:
-        return y211_row(from, width, bgr);
+        return unpacked<full_range_pixel>(layout, from, 0, width, bgr);
     case YuvLayout::planar2:
     case YuvLayout::planar4:
         break;

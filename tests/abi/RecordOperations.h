@@ -47,12 +47,13 @@ std::span<const Operation> region_operations();
 std::span<const Operation> window_operations();
 std::span<const Operation> overlay_operations();
 std::span<const Operation> display_operations();
+std::span<const Operation> yuv_operations();
 
 constexpr decltype(&row_operations) kFamilies[] = {
     row_operations,     palette_operations, dither_operations,  bitmap_operations, view_operations,
     rotate_operations,  warp_operations,    combine_operations, resize_operations, resample_operations,
     dib_operations,     list_operations,    storage_operations, region_operations, window_operations,
-    overlay_operations, fill_operations,    display_operations};
+    overlay_operations, fill_operations,    display_operations, yuv_operations};
 
 /// An operation without further arguments.
 template <auto function> intptr_t plain(B bitmap)

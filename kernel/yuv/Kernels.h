@@ -1,0 +1,56 @@
+// What rows of 8-bit samples go through on their way to colours and back, at the level that the processor has. All
+// levels give the same bits; those with wider vectors are the same loops, compiled for them, where the compiler makes
+// the best of these, and code of their own elsewhere.
+#pragma once
+
+#include "kernel/yuv/Chroma.h"
+#include "kernel/yuv/Formula.h"
+
+#include <cstddef>
+#include <cstdint>
+
+namespace vk::yuv {
+
+enum class Level : uint8_t { plain, avx2, avx512 };
+
+/// What is read may be read up to kRoom samples behind its end and what is written be written there, but for the
+/// caller's memory: what the blends, to_bgr's luma and split read, and what to_bgr, luma, chroma and interleave write.
+constexpr size_t kRoom = 64;
+
+struct Kernels {
+    Level level;
+    /// own * own_weight + other * other_weight, for n samples.
+    void (*blend)(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* to, size_t n) noexcept;
+    /// The same for pairs of samples, to two rows.
+    void (*blend_pairs)(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* first,
+                        uint16_t* second, size_t n) noexcept;
+    /// From n blended samples, with one more on both sides, to n * step pixels, times 1 << shift.
+    void (*spread)(const uint16_t* from, size_t n, const Siting& siting, int32_t shift, uint16_t* to) noexcept;
+    /// Colours from luma and chroma times 256. With `stream`, for a row at a multiple of 64 bytes, writes go past the
+    /// caches; the caller ends them with a fence.
+    void (*to_bgr)(const uint8_t* y, const uint16_t* u, const uint16_t* v, size_t n, const ToBytes& f, uint8_t* bgr,
+                   bool stream) noexcept;
+    /// Colours of three bytes to a row for each channel.
+    void (*split)(const uint8_t* bgr, size_t n, uint8_t* b, uint8_t* g, uint8_t* r) noexcept;
+    void (*luma)(const uint8_t* b, const uint8_t* g, const uint8_t* r, size_t n, const FromBytes& f,
+                 uint8_t* y) noexcept;
+    /// Sums of a channel over rows, from one or two more of them; `more` adds to those that are there.
+    void (*add)(const uint8_t* first, const uint8_t* second, size_t n, uint16_t* sum, bool more) noexcept;
+    /// n chroma samples from sums over rows with room before them for a filter's reach; `shift` is that of both
+    /// filters.
+    void (*chroma)(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const Siting& siting,
+                   const FromBytes& f, int32_t shift, uint8_t* u, uint8_t* v) noexcept;
+    void (*interleave)(const uint8_t* first, const uint8_t* second, size_t n, uint8_t* pairs) noexcept;
+};
+
+extern const Kernels kPlainKernels;
+extern const Kernels kKernels_avx2;
+extern const Kernels kKernels_avx512;
+
+/// Those in use.
+const Kernels& kernels() noexcept;
+/// Goes down to a level, or up again as far as the processor goes; returns the one now in use. For tests and
+/// benchmarks, while nothing converts.
+Level limit_level(Level limit) noexcept;
+
+} // namespace vk::yuv
