@@ -84,6 +84,21 @@ V_API int V_IntIsGrayScaleBitmap(BITMAPHANDLE* pBitmap) V_NOEXCEPT;
  */
 V_API int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, int32_t* pnBits) V_NOEXCEPT;
 
+/**
+ * Counts the different colours that a bitmap's pixels have. Palette indices count as the colours that they stand for,
+ * two entries of one colour once, and gray levels of 8 bits by their level, whatever palette there is. Deep gray
+ * samples count by their significant bits (LowBit to HighBit), a look-up table not being looked at; 16-bit colours by
+ * what is in their fields, padding left out; alpha is part of a colour at 32 and 64 bits. The count is exact at every
+ * depth; memory is bounded: 2 MiB up to 24 bits, at most some 64 MiB beyond, the bitmap being read several times where
+ * that is not enough. Reports progress.
+ * @param pBitmap an allocated bitmap. @param puColors receives the number.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null record or pointer; ERROR_INVALID_STRUCT_SIZE; ERROR_INVALID_IMAGE: not
+ * allocated; ERROR_INVALID_WIDTH_HEIGHT: BytesPerLine cannot hold Width; ERROR_NO_MEMORY; a failed access or transfer;
+ * the status callback's refusal. On failure the number is not written.
+ * @remark One thread per bitmap at a time.
+ */
+V_API int V_CountBitmapColors(BITMAPHANDLE* pBitmap, uint64_t* puColors) V_NOEXCEPT;
+
 V_EXTERN_C_END
 
 #endif /* VKCOLORRES_H */

@@ -11,6 +11,12 @@
 
 #include "Vkrecord.h"
 
+/** Flags of V_CreateBitmapListOptPal. */
+#define LISTPAL_BLACKWHITE                                                                                             \
+    0x01u /**< black is the first entry and white the last, whether the bitmaps have them or not */
+#define LISTPAL_SKIPTRANSPARENT                                                                                        \
+    0x02u /**< pixels of a bitmap's transparent colour (BITMAPFLAG_TRANSPARENCY) do not count */
+
 V_EXTERN_C_BEGIN
 
 /** A list of bitmaps. */
@@ -100,6 +106,22 @@ V_API int V_CopyBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t 
  * @remark One thread per list at a time.
  */
 V_API int V_MoveBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t uIndex, uint32_t uCount) V_NOEXCEPT;
+
+/**
+ * Makes one palette for all bitmaps of a list, as COLORRES_PALETTE_OPTIMIZED of V_ColorResBitmap does for one: exactly
+ * their colours where there are no more than asked for, else those that represent the pixels of all of them best. Dark
+ * entries come first. Reports progress, each bitmap having an equal part.
+ * @param hList the list; its bitmaps may have any format. @param pPalette receives the entries.
+ * @param puColors most entries to make, 2 to 256 (3 to 256 with
+ * LISTPAL_BLACKWHITE); receives how many there are. @param uFlags LISTPAL_ flags.
+ * @return SUCCESS; ERROR_NULL_PTR: null palette or count; ERROR_INVALID_PARAMETER: null or empty list, a count out of
+ * range, unknown flags; of the bitmaps ERROR_INVALID_STRUCT_SIZE,
+ * ERROR_INVALID_IMAGE, ERROR_INVALID_WIDTH_HEIGHT, ERROR_INVALID_LUT_LENGTH; ERROR_NO_MEMORY; a failed access or
+ * transfer; the status callback's refusal. On failure neither palette nor count is written.
+ * @remark One thread per list and bitmap at a time.
+ */
+V_API int V_CreateBitmapListOptPal(HBITMAPLIST hList, RGBQUAD* pPalette, uint32_t* puColors,
+                                   uint32_t uFlags) V_NOEXCEPT;
 
 V_EXTERN_C_END
 

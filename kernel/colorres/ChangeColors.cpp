@@ -43,27 +43,29 @@ int each_batch(BITMAPHANDLE& source, int32_t batch, Progress& progress, int64_t 
     return result;
 }
 
+/// Takes out pixels that do not count; the number that is left.
+size_t counted_pixels(uint8_t* pixels, size_t count, const CountedPixels& counted) noexcept
+{
+    if (!counted.skips_clear && !counted.skips_extremes)
+        return count;
+    size_t kept = 0;
+    for (size_t i = 0; i < count; ++i) {
+        uint32_t pixel;
+        std::memcpy(&pixel, pixels + 4 * i, sizeof pixel);
+        const uint32_t color = pixel & 0xFFFFFF;
+        std::memcpy(pixels + 4 * kept, &pixel, sizeof pixel);
+        const bool is_clear = counted.skips_clear && pixel >> 24 == 0;
+        const bool is_extreme = counted.skips_extremes && (color == 0 || color == 0xFFFFFF);
+        kept += is_clear || is_extreme ? 0 : 1;
+    }
+    return kept;
+}
+
 /// Looks at all pixels and makes the palette that suits them.
 int make_palette(BITMAPHANDLE& source, ColorTarget& target, Progress& progress) noexcept
 {
-    ColorTarget colors; // 32-bit BGR
-    colors.bits = 32;
-    colors.order = COLORORDER_BGR;
-    ColorRows rows;
-    int result = rows.open(source, colors);
-    const auto width = static_cast<size_t>(source.Width);
-    const int32_t batch = std::min(buffered_rows(source, source), std::max(1, static_cast<int32_t>(65536 / width)));
-    RowBuffer buffer;
-    if (result == V_SUCCESS && !buffer.allocate(width * 4 * static_cast<uint32_t>(batch)))
-        result = V_ERROR_NO_MEMORY;
     quantize::Quantizer quantizer(target.count);
-    if (result == V_SUCCESS)
-        result = each_batch(source, batch, progress, 0, [&](SourceRows from, int32_t, int32_t count) noexcept {
-            const int converted = rows.run(from, {buffer.data(), width * 4}, count);
-            if (converted != V_SUCCESS)
-                return converted;
-            return quantizer.add(buffer.data(), width * static_cast<uint32_t>(count)) ? V_SUCCESS : V_ERROR_NO_MEMORY;
-        });
+    const int result = add_colors(source, quantizer, progress, {});
     if (result != V_SUCCESS)
         return result;
     bool is_exact = false;
@@ -201,6 +203,31 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
 }
 
 } // namespace
+
+int add_colors(BITMAPHANDLE& source, quantize::Quantizer& quantizer, Progress& progress, CountedPixels counted) noexcept
+{
+    counted.skips_clear =
+        counted.skips_clear && source.Flags & BITMAPFLAG_TRANSPARENCY && !has_alpha(source.BitsPerPixel, source.Order);
+    ColorTarget colors; // 32-bit BGR
+    colors.bits = 32;
+    colors.order = COLORORDER_BGR;
+    ColorRows rows;
+    int result = rows.open(source, colors);
+    const auto width = static_cast<size_t>(source.Width);
+    const int32_t batch = std::min(buffered_rows(source, source), std::max(1, static_cast<int32_t>(65536 / width)));
+    RowBuffer buffer;
+    if (result == V_SUCCESS && !buffer.allocate(width * 4 * static_cast<uint32_t>(batch)))
+        result = V_ERROR_NO_MEMORY;
+    if (result != V_SUCCESS)
+        return result;
+    return each_batch(source, batch, progress, 0, [&](SourceRows from, int32_t, int32_t count) noexcept {
+        const int converted = rows.run(from, {buffer.data(), width * 4}, count);
+        if (converted != V_SUCCESS)
+            return converted;
+        const size_t kept = counted_pixels(buffer.data(), width * static_cast<uint32_t>(count), counted);
+        return quantizer.add(buffer.data(), kept) ? V_SUCCESS : V_ERROR_NO_MEMORY;
+    });
+}
 
 int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request, const ProgressShare& share) noexcept
 {

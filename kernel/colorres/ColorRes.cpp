@@ -2,13 +2,15 @@
 //
 // Inside: ColorTarget.cpp settles what is asked for, ChangeColors.cpp stages it, ColorRows.h takes rows from the one
 // form to the other; Quantize.h makes palettes (ColorCount.h counts, Cut.h divides, Refine.h improves); GrayScale.h
-// tells what gray is.
+// tells what gray is, ExactCount.h how many colours there are.
 #include "Vkcolorres.h"
 
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/colorres/ColorRes.h"
+#include "kernel/colorres/ExactCount.h"
 #include "kernel/colorres/GrayScale.h"
+#include "kernel/rows/RowAccess.h"
 #include "kernel/system/Checks.h"
 
 using namespace vk;
@@ -83,4 +85,14 @@ int V_GetGrayParams(BITMAPHANDLE* pBitmap, uint32_t* puMask, int32_t* pnShift, i
     if (pnBits)
         *pnBits = static_cast<int32_t>(range.bits);
     return V_SUCCESS;
+}
+
+int V_CountBitmapColors(BITMAPHANDLE* pBitmap, uint64_t* puColors) noexcept
+{
+    int result = check_allocated(pBitmap);
+    if (result == V_SUCCESS && !puColors)
+        result = V_ERROR_INVALID_PARAMETER;
+    if (result == V_SUCCESS)
+        result = check_rows(*pBitmap);
+    return result == V_SUCCESS ? count_colors(*pBitmap, puColors) : result;
 }

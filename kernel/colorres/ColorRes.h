@@ -11,6 +11,10 @@
 
 namespace vk {
 
+namespace quantize {
+class Quantizer;
+}
+
 /// As V_ColorResBitmap takes it.
 struct ColorResRequest {
     int32_t bits = 0;
@@ -51,6 +55,16 @@ bool has_form(const BITMAPHANDLE& bitmap, const ColorTarget& target) noexcept;
 
 /// Switches dithering off where the palette holds every colour that the source can have.
 void drop_useless_dithering(const BITMAPHANDLE& source, ColorTarget& target) noexcept;
+
+/// What of a bitmap counts for a palette.
+struct CountedPixels {
+    bool skips_clear = false;    ///< not its transparent colour
+    bool skips_extremes = false; ///< neither black nor white
+};
+
+/// Adds the colours of an accessed bitmap's pixels, a step of progress for each row.
+int add_colors(BITMAPHANDLE& source, quantize::Quantizer& quantizer, Progress& progress,
+               CountedPixels counted) noexcept;
 
 /// Replaces an allocated bitmap, as a pass of an operation.
 int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request, const ProgressShare& share = {}) noexcept;

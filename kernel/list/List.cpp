@@ -10,6 +10,9 @@
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/bitmap/Callbacks.h"
 #include "kernel/bitmap/Duplicate.h"
+#include "kernel/list/ListPalette.h"
+#include "kernel/palette/Palette.h"
+#include "kernel/rows/RowAccess.h"
 #include "kernel/system/Blocks.h"
 #include "kernel/system/Checks.h"
 
@@ -195,6 +198,26 @@ bool has_item(const List* list, uint32_t index) noexcept
     return list && index < list->count;
 }
 
+int check_items(const List& list) noexcept
+{
+    int result = V_SUCCESS;
+    for (uint32_t i = 0; i < list.count && result == V_SUCCESS; ++i) {
+        result = check_allocated(&list.items[i]);
+        if (result == V_SUCCESS)
+            result = check_rows(list.items[i]);
+    }
+    return result;
+}
+
+int check_list_palette(const List* list, uint32_t colors, uint32_t flags) noexcept
+{
+    constexpr uint32_t kFlags = LISTPAL_BLACKWHITE | LISTPAL_SKIPTRANSPARENT;
+    const uint32_t fewest = flags & LISTPAL_BLACKWHITE ? 3 : 2;
+    if (!list || list->count == 0 || colors < fewest || colors > kMaxPaletteEntries || flags & ~kFlags)
+        return V_ERROR_INVALID_PARAMETER;
+    return check_items(*list);
+}
+
 /// Makes the second list of V_CopyBitmapListItems or V_MoveBitmapListItems and fills it.
 int make_part(List** made, List& list, uint32_t index, uint32_t count,
               int (*fill)(List&, List&, uint32_t, uint32_t) noexcept) noexcept
@@ -344,4 +367,12 @@ int V_MoveBitmapListItems(HBITMAPLIST* phNew, HBITMAPLIST hList, uint32_t uIndex
         return V_ERROR_INVALID_PARAMETER;
     const int result = check_first(*hList);
     return result == V_SUCCESS ? make_part(phNew, *hList, uIndex, uCount, move_items) : result;
+}
+
+int V_CreateBitmapListOptPal(HBITMAPLIST hList, RGBQUAD* pPalette, uint32_t* puColors, uint32_t uFlags) noexcept
+{
+    if (!pPalette || !puColors)
+        return V_ERROR_NULL_PTR;
+    const int result = check_list_palette(hList, *puColors, uFlags);
+    return result == V_SUCCESS ? make_list_palette(hList->items, hList->count, pPalette, puColors, uFlags) : result;
 }

@@ -30,11 +30,18 @@ intptr_t take(B bitmap)
     return V_BitmapToYuv(bitmap, &picture);
 }
 
+intptr_t count(B bitmap)
+{
+    uint64_t colors = 0;
+    return V_CountBitmapColors(bitmap, &colors);
+}
+
 } // namespace
 
 std::span<const Operation> yuv_operations()
 {
     static const Operation operations[] = {
+        {"V_CountBitmapColors", count, true},
         {"V_BitmapToYuv", take, true},
         {"V_YuvToBitmap", make, true},
         {"V_BitmapToYuv", take, true},
