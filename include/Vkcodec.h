@@ -3,7 +3,8 @@
  * The interface between Vkkrnx and a codec module: what the module exports and what it is called with.
  *
  * A codec module is a shared library that Vkkrnx loads when a DIB's pixels are in a code of its own, and lets go again.
- * It is looked for in the directory that Vkkrnx itself was loaded from, and nowhere else. The module for the JPEG codes
+ * It is looked for in the directory that V_SetResourceDirectory set, if any, then in the one that Vkkrnx itself was
+ * loaded from, and nowhere else. The module for the JPEG codes
  * ("dmb1", "MJPG", "JPEG") is `Vellkit.Codecs.Cmp.CmpCodec.dll` on Windows, `Vellkit.Codecs.Cmp.CmpCodec.so` elsewhere.
  * It exports two C functions, `fltLoadBuffer` (V_FLTLOADBUFFER) and `fltSaveBuffer` (V_FLTSAVEBUFFER), and needs
  * nothing of Vkkrnx but this header. Both may be called by several threads at once; neither may throw or jump out of a

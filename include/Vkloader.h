@@ -1,7 +1,7 @@
 /**
  * @file Vkloader.h
  * The library-state part of the Vkkrnx interface: settings for the threads of the whole process, and giving a thread's
- * own up. Vkkrnx.h includes it.
+ * own up; modules (for C++, Vkdllloader.h), clean-up and shutting down. Vkkrnx.h includes it.
  *
  * The settings that each thread keeps for itself are the default memory type, the memory thresholds, the default
  * dithering method, the default resolution, the user match table, the status callback and the thread's file operations.
@@ -13,7 +13,58 @@
 
 #include "Vktypes.h"
 
+#if defined(__cplusplus)
+#include "Vkdllloader.h"
+#endif
+
 V_EXTERN_C_BEGIN
+
+/**
+ * Has a function called when the library is shut down (V_Shutdown) or unloaded, once, the latest registered first. A
+ * function that is in a module must be unregistered before the module goes.
+ * @param pfn the function; it may call the library, V_Shutdown apart. @param pData what it gets; the same function may
+ * be registered for several, and a pair that is registered already stays where it is.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null function; ERROR_NO_MEMORY.
+ * @remark Thread-safe.
+ */
+V_API int V_RegisterCleanup(void (*pfn)(void*), void* pData) V_NOEXCEPT;
+/**
+ * Takes a pair of V_RegisterCleanup back.
+ * @return SUCCESS: it will not be called; ERROR_INVALID_PARAMETER: it is not registered, or was called already, or is
+ * being called by another thread.
+ * @remark Thread-safe.
+ */
+V_API int V_UnregisterCleanup(void (*pfn)(void*), void* pData) V_NOEXCEPT;
+/**
+ * Brings the library's own activity to rest: the thread pool's items that wait are dropped, those that run are waited
+ * for and its threads ended (where the pool is the system's, as on Windows, all items are waited for); then what
+ * V_RegisterCleanup registered is called; then caches are freed. Bitmaps, lists, events and all that callers hold stay
+ * as they are, settings too, and the library may be used again at once: the pool begins anew with the next item.
+ * Threads with a routine of their own (VKPOOL_NEWTHREAD, V_VellThreadCreateAndRun) are left running.
+ * @return SUCCESS; FAILURE: called from an item of the pool or a function that it calls itself, or while another thread
+ * is doing it; nothing is done then.
+ * @remark Thread-safe. Items queued by others meanwhile may be refused.
+ */
+V_API int V_Shutdown(void) V_NOEXCEPT;
+/**
+ * Sets the directory that modules are taken from before the library's own: those of V_DllLoader with
+ * DLLLOADER_RESOURCES, and codec modules (Vkcodec.h). There is none at first.
+ * @param pszDirectory an absolute path, with or without its last separator; it need not exist. Null or empty: none.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: not absolute, too long (1023 characters), or no text.
+ * @remark Thread-safe; for all threads. Modules that are loaded stay.
+ */
+V_API int V_SetResourceDirectory(const wchar_t* pszDirectory) V_NOEXCEPT;
+/** V_SetResourceDirectory in UTF-8. @remark Thread-safe; for all threads. */
+V_API int V_SetResourceDirectoryA(const char* pszDirectory) V_NOEXCEPT;
+/**
+ * Gives the directory that V_SetResourceDirectory set, with its last separator; an empty text without one.
+ * @param pszDirectory receives it. @param uLength its room in characters, the final zero included.
+ * @return SUCCESS; ERROR_INVALID_PARAMETER: null buffer; ERROR_BUFFER_TOO_SMALL: nothing is written.
+ * @remark Thread-safe.
+ */
+V_API int V_GetResourceDirectory(wchar_t* pszDirectory, uint32_t uLength) V_NOEXCEPT;
+/** V_GetResourceDirectory in UTF-8. @remark Thread-safe. */
+V_API int V_GetResourceDirectoryA(char* pszDirectory, uint32_t uLength) V_NOEXCEPT;
 
 /**
  * Makes the calling thread's settings those of the process: of every thread that has set nothing itself, whether it

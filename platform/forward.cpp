@@ -155,9 +155,19 @@ void set_last_error(Status status) noexcept
     backend::set_last_error(status);
 }
 
-Status module_open(const char* name, void** module) noexcept
+Status module_open(const wchar_t* directory, const wchar_t* name, void** module) noexcept
 {
-    return backend::module_open(name, module);
+    return backend::module_open(directory, name, module);
+}
+
+Status module_open_as(const wchar_t* name, void** module) noexcept
+{
+    return backend::module_open_as(name, module);
+}
+
+bool is_absolute_path(const wchar_t* path) noexcept
+{
+    return backend::is_absolute_path(path);
 }
 
 void* module_symbol(void* module, const char* symbol) noexcept
@@ -268,6 +278,11 @@ Status thread_start(ThreadRoutine routine, void* parameter) noexcept
 Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, ThreadDrop drop) noexcept
 {
     return backend::pool_queue(routine, parameter, long_running, drop);
+}
+
+void pool_rest() noexcept
+{
+    backend::pool_rest();
 }
 
 bool on_pool_thread() noexcept

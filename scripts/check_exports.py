@@ -115,7 +115,7 @@ def export_map(names):
         rows.setdefault(places.get(name, "nowhere"), []).append(f"`{name}`")
     return ("# Where each exported function lives\n\nMade by `scripts/check_exports.py --write-map`; a test compares it with the "
             "sources. `V_Global...` and `V_DeletePalette`\nexist off Windows only, where the system does not have them. The classes "
-            "of `Vkthreading.h` are in `kernel/threading/`.\n\n| file | functions |\n|---|---|\n"
+            "of `Vkthreading.h` are in `kernel/threading/`, that of\n`Vkdllloader.h` in `kernel/system/`.\n\n| file | functions |\n|---|---|\n"
             + "".join(f"| `{place}` | {', '.join(found)} |\n" for place, found in sorted(rows.items())))
 
 

@@ -1,8 +1,10 @@
-// Codec modules: shared libraries beside this one that are loaded when a picture needs them. A module is loaded once
-// however many use it at a time, and goes when the last of them is done. Nothing is held while a module's code runs.
+// Codec modules: shared libraries beside this one, or in the resource directory, that are loaded when a picture needs
+// them. A module is there once however many use it at a time, and goes when the last of them is done: the system
+// counts.
 #pragma once
 
 #include "Vkcodec.h"
+#include "Vkdllloader.h"
 #include "Vkrecord.h"
 
 #include <cstddef>
@@ -20,7 +22,7 @@ public:
     explicit CodecUse(Codec codec) noexcept;
     CodecUse(const CodecUse&) = delete;
     CodecUse& operator=(const CodecUse&) = delete;
-    ~CodecUse();
+    ~CodecUse() = default;
 
     /// SUCCESS, or V_ERROR_CODEC_MISSING: there is no such module, or it lacks an entry point.
     int result() const noexcept { return load_ ? V_SUCCESS : kMissing; }
@@ -29,7 +31,7 @@ public:
 private:
     static constexpr int kMissing = -356;
 
-    Codec codec_;
+    V_DllLoader module_;
     V_FLTLOADBUFFER load_ = nullptr;
 };
 

@@ -135,6 +135,11 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
                                        : backend::pool_queue(routine, parameter, long_running, drop);
 }
 
+void pool_rest() noexcept
+{
+    backend::pool_rest();
+}
+
 bool on_pool_thread() noexcept
 {
     return backend::on_pool_thread();

@@ -441,14 +441,29 @@ void set_last_error(Status status) noexcept
     backend::set_last_error(status);
 }
 
-Status module_open(const char* name, void** module) noexcept
+Status module_open(const wchar_t* directory, const wchar_t* name, void** module) noexcept
 {
     if (must_fail(Call::module_open))
         return failure_of(Call::module_open);
-    const Status status = backend::module_open(name, module);
+    const Status status = backend::module_open(directory, name, module);
     if (status == Status::ok)
         ++fault::live_modules;
     return status;
+}
+
+Status module_open_as(const wchar_t* name, void** module) noexcept
+{
+    if (must_fail(Call::module_open))
+        return failure_of(Call::module_open);
+    const Status status = backend::module_open_as(name, module);
+    if (status == Status::ok)
+        ++fault::live_modules;
+    return status;
+}
+
+bool is_absolute_path(const wchar_t* path) noexcept
+{
+    return backend::is_absolute_path(path);
 }
 
 void* module_symbol(void* module, const char* symbol) noexcept

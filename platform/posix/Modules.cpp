@@ -1,8 +1,7 @@
-// Modules loaded at run time: shared objects beside the one this code is in. Never by a bare name, which the loader
-// would look for in places that others can write to.
+// Modules loaded at run time: shared objects beside the one this code is in, or in a directory that is told. By a bare
+// name, which the loader looks for in places that others can write to, only where that is asked for.
 #include "platform/posix/Posix.h"
 
-#include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
 #include <unistd.h>
@@ -10,6 +9,15 @@
 namespace vk::backend {
 
 namespace {
+
+Status load(const char* name, void** module) noexcept
+{
+    void* const loaded = dlopen(name, RTLD_NOW | RTLD_LOCAL);
+    if (loaded == nullptr)
+        return Status::not_found;
+    *module = loaded;
+    return Status::ok;
+}
 
 /// The directory of this code with its final separator; false when it cannot be told.
 bool own_directory(char* directory, size_t room) noexcept
@@ -37,22 +45,35 @@ bool own_directory(char* directory, size_t room) noexcept
 
 } // namespace
 
-Status module_open(const char* name, void** module) noexcept
+Status module_open(const wchar_t* directory, const wchar_t* name, void** module) noexcept
 {
-    char directory[posix::kMaxPath];
+    constexpr char kSuffix[] = ".so";
     char path[posix::kMaxPath];
-    if (!own_directory(directory, sizeof directory))
+    if (directory == nullptr && !own_directory(path, sizeof path))
         return Status::failed;
-    const int length = std::snprintf(path, sizeof path, "%s%s.so", directory, name);
-    if (length < 0 || static_cast<size_t>(length) >= sizeof path)
-        return Status::bad_name;
-    if (access(path, F_OK) != 0)
-        return posix::last_status();
-    void* const loaded = dlopen(path, RTLD_NOW | RTLD_LOCAL);
-    if (loaded == nullptr)
-        return Status::failed;
-    *module = loaded;
-    return Status::ok;
+    if (directory != nullptr)
+        if (const Status status = posix::to_utf8(directory, path, sizeof path); status != Status::ok)
+            return status;
+    const size_t length = std::strlen(path);
+    if (const Status status = posix::to_utf8(name, path + length, sizeof path - length); status != Status::ok)
+        return status;
+    const size_t end = std::strlen(path);
+    if (end + sizeof kSuffix > sizeof path)
+        return Status::too_long;
+    std::memcpy(path + end, kSuffix, sizeof kSuffix);
+    return access(path, F_OK) == 0 ? load(path, module) : posix::last_status();
+}
+
+Status module_open_as(const wchar_t* name, void** module) noexcept
+{
+    char path[posix::kMaxPath];
+    const Status status = posix::to_utf8(name, path, sizeof path);
+    return status == Status::ok ? load(path, module) : status;
+}
+
+bool is_absolute_path(const wchar_t* path) noexcept
+{
+    return path[0] == L'/';
 }
 
 void* module_symbol(void* module, const char* symbol) noexcept

@@ -177,7 +177,7 @@ void* thread_main(void* started) noexcept
     self.next = g_pool.ended_threads;
     g_pool.ended_threads = &self;
     --g_pool.threads;
-    pthread_cond_signal(&g_pool.ended);
+    pthread_cond_broadcast(&g_pool.ended);
     return nullptr;
 }
 
@@ -289,6 +289,7 @@ void run_watcher(Thread&) noexcept
         if (g_pool.count != 0 && g_pool.taken == taken && g_pool.workers < kMostWorkers && !g_pool.stopping)
             static_cast<void>(add_worker());
     }
+    g_pool.has_watcher = false;
 }
 
 /// Has the watcher look after the queue. Without one there is still a worker that gets to every item in time.
@@ -314,13 +315,19 @@ void drop_queue() noexcept
     g_pool.capacity = 0;
 }
 
-void shut_down() noexcept
+/// Tells all threads of the pool to end and drops what is queued.
+void stop() noexcept
 {
-    PoolLock lock;
     g_pool.stopping = true;
     pthread_cond_broadcast(&g_pool.work);
     pthread_cond_signal(&g_pool.backlog);
     drop_queue();
+}
+
+void shut_down() noexcept
+{
+    PoolLock lock;
+    stop();
     // A routine that ends the process is waited for by nobody.
     while (g_pool.threads > (t_is_ours ? 1u : 0u))
         pthread_cond_wait(&g_pool.ended, &g_pool.mutex);
@@ -370,6 +377,17 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
     }
     watch();
     return Status::ok;
+}
+
+void pool_rest() noexcept
+{
+    PoolLock lock;
+    stop();
+    while (g_pool.workers != 0 || g_pool.has_watcher) // each says last of all that a thread has ended
+        pthread_cond_wait(&g_pool.ended, &g_pool.mutex);
+    g_pool.watcher_idle = false;
+    g_pool.stopping = false;
+    lock.join_ended();
 }
 
 bool on_pool_thread() noexcept

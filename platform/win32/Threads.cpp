@@ -44,6 +44,7 @@ Status keep_loaded() noexcept
 }
 
 thread_local constinit bool t_runs_item = false;
+constinit std::atomic<int64_t> g_items{0}; ///< queued or running
 
 /// An item on its way through the system's pool.
 struct Item {
@@ -58,6 +59,7 @@ DWORD WINAPI run_item(void* queued) noexcept
     t_runs_item = true;
     const DWORD result = item.routine(item.parameter);
     t_runs_item = false;
+    --g_items;
     return result;
 }
 
@@ -226,11 +228,20 @@ Status pool_queue(ThreadRoutine routine, void* parameter, bool long_running, Thr
     if (item == nullptr)
         return Status::no_memory;
     const ULONG flags = long_running ? WT_EXECUTELONGFUNCTION : WT_EXECUTEDEFAULT;
+    ++g_items;
     if (QueueUserWorkItem(&run_item, new (item) Item{routine, parameter}, flags))
         return Status::ok;
     const Status status = win32::last_status();
+    --g_items;
     heap_free(item);
     return status;
+}
+
+/// The system's pool tells nobody when it is done.
+void pool_rest() noexcept
+{
+    while (g_items != 0)
+        Sleep(1);
 }
 
 bool on_pool_thread() noexcept

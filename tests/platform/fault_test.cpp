@@ -121,12 +121,12 @@ protected:
     static Status load_module(bool symbol)
     {
 #if defined(_WIN32)
-        constexpr const char* kName = "Vkkrnx";
+        constexpr const wchar_t* kName = L"Vkkrnx";
 #else
-        constexpr const char* kName = "libVkkrnx";
+        constexpr const wchar_t* kName = L"libVkkrnx";
 #endif
         void* module = nullptr;
-        const Status status = platform::module_open(kName, &module);
+        const Status status = platform::module_open(nullptr, kName, &module);
         if (status != Status::ok)
             return status;
         const bool has_symbol = !symbol || platform::module_symbol(module, "V_FreeBitmap") != nullptr;
