@@ -42,7 +42,7 @@ const Kernels& kernels() noexcept
 
 Level limit_level(Level limit) noexcept
 {
-    static constexpr const Kernels* kLevels[] = {&kPlainKernels, &kPlainKernels, &kPlainKernels};
+    static constexpr const Kernels* kLevels[] = {&kPlainKernels, &kKernels_avx2, &kKernels_avx512};
     const Level level = std::min(limit, best_level());
     in_use = kLevels[static_cast<size_t>(level)];
     return level;

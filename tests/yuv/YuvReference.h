@@ -2,11 +2,13 @@
 #pragma once
 
 #include "Vkyuv.h"
+#include "tests/support/GuardedBuffer.h"
 #include "tests/support/TestBitmap.h"
 
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -36,6 +38,45 @@ constexpr YuvCode kYuvCodes[] = {
     {"P016", "Y UV", 16, 2, 2},       {"Y410", "fields", 10, 1, 1},
     {"Y416", "words", 16, 1, 1},      {"Y800", "Y", 8, 0, 0},
     {"Y16 ", "Y", 16, 0, 0},
+};
+
+inline uint32_t number_of(const char* code)
+{
+    uint32_t number = 0;
+    std::memcpy(&number, code, sizeof number);
+    return number;
+}
+
+/// A picture in memory that ends, or begins, at a page that may not be touched. Rows have gaps.
+struct TestPicture {
+    V_YUVPICTURE picture{};
+    uint64_t bytes = 0;
+    std::vector<std::unique_ptr<GuardedBuffer>> planes;
+
+    TestPicture(const YuvCode& code, int32_t width, int32_t height, TestRandom& random)
+    {
+        const auto edge = random.one_in(2) ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
+        const auto gap = static_cast<int64_t>(random.below(5));
+        picture.StructSize = sizeof picture;
+        picture.Code = number_of(code.code);
+        picture.Width = width;
+        picture.Height = height;
+        bytes = V_GetYuvSize(&picture);
+        EXPECT_NE(0u, bytes);
+        for (int i = 0; i < 4 && picture.Strides[i] != 0; ++i) {
+            const int64_t row = picture.Strides[i];
+            const int64_t rows = i == 0 ? height : (height + code.down - 1) / code.down;
+            picture.Strides[i] += gap;
+            planes.push_back(
+                std::make_unique<GuardedBuffer>(static_cast<size_t>(picture.Strides[i] * (rows - 1) + row), edge));
+            picture.Planes[i] = planes.back()->data();
+        }
+    }
+    void fill(TestRandom& random)
+    {
+        for (const auto& plane : planes)
+            random.fill(plane->data(), plane->size());
+    }
 };
 
 /// Where a sample is.

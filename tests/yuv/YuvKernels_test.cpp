@@ -1,0 +1,122 @@
+// The kernels at each level beside the plain ones: the same bits, and proof that others ran.
+#include "kernel/yuv/Kernels.h"
+#include "tests/yuv/YuvReference.h"
+
+using namespace vk::testing;
+namespace yuv = vk::yuv;
+
+namespace {
+
+/// The levels besides the plain one that this processor has.
+std::vector<yuv::Level> fast_levels()
+{
+    std::vector<yuv::Level> levels;
+    for (const yuv::Level level : {yuv::Level::avx2, yuv::Level::avx512})
+        if (yuv::limit_level(level) == level)
+            levels.push_back(level);
+    yuv::limit_level(yuv::Level::avx512);
+    return levels;
+}
+
+/// Does the same at the plain level and at another.
+template <class Make> void expect_same(yuv::Level level, Make make)
+{
+    yuv::limit_level(yuv::Level::plain);
+    const Bytes plain = make();
+    yuv::limit_level(level);
+    EXPECT_EQ(level, yuv::kernels().level);
+    EXPECT_TRUE(plain == make());
+    yuv::limit_level(yuv::Level::avx512);
+}
+
+Bytes bitmap_of(const V_YUVPICTURE& picture)
+{
+    TestBitmap bitmap;
+    EXPECT_EQ(SUCCESS, V_YuvToBitmap(bitmap, BITMAPHANDLE_SIZE, &picture));
+    return bitmap.pixels();
+}
+
+Bytes planes_of(BITMAPHANDLE* bitmap, TestPicture& test)
+{
+    Bytes all;
+    EXPECT_EQ(SUCCESS, V_BitmapToYuv(bitmap, &test.picture));
+    for (const auto& plane : test.planes)
+        all.insert(all.end(), plane->data(), plane->data() + plane->size());
+    return all;
+}
+
+} // namespace
+
+TEST(YuvKernels, LevelsAreDifferentCode)
+{
+    EXPECT_EQ(yuv::Level::plain, yuv::kPlainKernels.level);
+    for (const yuv::Kernels* const fast : {&yuv::kKernels_avx2, &yuv::kKernels_avx512}) {
+        const yuv::Kernels& plain = yuv::kPlainKernels;
+        EXPECT_TRUE(fast->blend != plain.blend && fast->blend_pairs != plain.blend_pairs &&
+                    fast->spread != plain.spread);
+        EXPECT_TRUE(fast->to_bgr != plain.to_bgr && fast->split != plain.split && fast->luma != plain.luma);
+        EXPECT_TRUE(fast->add != plain.add && fast->chroma != plain.chroma && fast->interleave != plain.interleave);
+    }
+}
+
+TEST(YuvKernels, EverySampleTheSameAtEachLevel)
+{
+    // Every luma with chroma of all sizes, times 256 and between; every matrix and range.
+    std::vector<uint8_t> y(256);
+    std::vector<uint16_t> u(256 + yuv::kRoom), v(256 + yuv::kRoom);
+    for (size_t i = 0; i < 256; ++i)
+        y[i] = static_cast<uint8_t>(i);
+    for (const yuv::Level level : fast_levels())
+        for (uint32_t meaning = 0; meaning < 6; ++meaning) {
+            const yuv::ToBytes formula = yuv::to_bytes({meaning / 2, meaning % 2, 8});
+            for (uint32_t du = 0; du < 65536; du += 1021)
+                for (uint32_t dv = 0; dv < 65536; dv += 1021) {
+                    std::fill(u.begin(), u.end(), static_cast<uint16_t>(du > 65000 ? 65280 : du));
+                    std::fill(v.begin(), v.end(), static_cast<uint16_t>(dv > 65000 ? 65280 : dv));
+                    expect_same(level, [&] {
+                        Bytes bgr(768);
+                        yuv::kernels().to_bgr(y.data(), u.data(), v.data(), 256, formula, bgr.data(), false);
+                        return bgr;
+                    });
+                }
+        }
+}
+
+TEST(YuvKernels, PicturesTheSameAtEachLevel)
+{
+    TestRandom random(51);
+    for (const yuv::Level level : fast_levels())
+        for (const YuvCode& code : kYuvCodes)
+            for (int round = 0; round < 40 && code.bits == 8; ++round) {
+                const int32_t width = random.between(1, 300), height = random.between(1, 6);
+                TestPicture test(code, width, height, random);
+                test.picture.Matrix = static_cast<uint32_t>(random.below(3));
+                test.picture.Range = static_cast<uint32_t>(random.below(2));
+                test.picture.Siting = static_cast<uint32_t>(random.below(2));
+                SCOPED_TRACE(say(code.code, width, height, static_cast<int>(level), random));
+                test.fill(random);
+                expect_same(level, [&] { return bitmap_of(test.picture); });
+                TestBitmap bitmap;
+                ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, width, height, 24, COLORORDER_BGR));
+                const bool is_extreme = random.one_in(2);
+                bitmap.paint([&](int32_t, int32_t) {
+                    const uint64_t bits = random.next();
+                    return is_extreme ? (bits & 1) * 0xFF + (bits >> 1 & 1) * 0xFF00 + (bits >> 2 & 1) * 0xFF0000
+                                      : bits;
+                });
+                expect_same(level, [&] { return planes_of(bitmap, test); });
+            }
+}
+
+TEST(YuvKernels, PastTheCaches)
+{
+    // As many bytes as writes past the caches are used for, in rows at a cache line and elsewhere.
+    TestRandom random(52);
+    for (const int32_t width : {2112, 2101})
+        for (const size_t which : {size_t{9}, size_t{14}, size_t{17}}) {
+            TestPicture test(kYuvCodes[which], width, 1400, random);
+            random.fill(test.planes[0]->data(), 100000);
+            for (const yuv::Level level : fast_levels())
+                expect_same(level, [&] { return bitmap_of(test.picture); });
+        }
+}
