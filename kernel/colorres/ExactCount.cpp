@@ -72,13 +72,21 @@ private:
 
 void add_row_24(Bits& seen, const uint8_t* row, size_t width) noexcept
 {
-    for (size_t x = 0; x + 1 < width; ++x) { // four bytes at a time, the last pixel apart
-        uint32_t color;
-        std::memcpy(&color, row + 3 * x, sizeof color);
-        seen.add(color & 0xFFFFFF);
+    const auto color = [row](size_t x) noexcept {
+        uint32_t four; // of which the last is the next pixel's
+        std::memcpy(&four, row + 3 * x, sizeof four);
+        return four & 0xFFFFFF;
+    };
+    size_t x = 0;
+    for (; x + 4 < width; x += 4) {
+        const uint32_t c[] = {color(x), color(x + 1), color(x + 2), color(x + 3)};
+        if (seen.has(c[0]) & seen.has(c[1]) & seen.has(c[2]) & seen.has(c[3])) [[likely]]
+            continue;
+        for (const uint32_t one : c)
+            seen.add(one);
     }
-    const uint8_t* const last = row + 3 * (width - 1);
-    seen.add(last[0] | uint32_t{last[1]} << 8 | uint32_t{last[2]} << 16);
+    for (; x < width; ++x)
+        seen.add(row[3 * x] | uint32_t{row[3 * x + 1]} << 8 | uint32_t{row[3 * x + 2]} << 16);
 }
 
 /// The values that pixels of up to 16 bits have.

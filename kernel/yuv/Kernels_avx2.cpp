@@ -52,6 +52,83 @@ inline __m256i widen(const uint8_t* from) noexcept
     return _mm256_cvtepu8_epi16(load_16(from));
 }
 
+/// The weights of two rows in all lanes.
+struct Blended {
+    __m256i own, other;
+
+    explicit Blended(const RowBlend& blend) noexcept
+        : own(_mm256_set1_epi16(static_cast<int16_t>(blend.own_weight))),
+          other(_mm256_set1_epi16(static_cast<int16_t>(blend.other_weight)))
+    {}
+    __m256i of(__m256i a, __m256i b) const noexcept
+    {
+        return _mm256_add_epi16(_mm256_mullo_epi16(a, own), _mm256_mullo_epi16(b, other));
+    }
+};
+
+inline void store(void* to, __m256i words) noexcept
+{
+    _mm256_storeu_si256(static_cast<__m256i*>(to), words);
+}
+
+void blend(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* to, size_t n) noexcept
+{
+    const Blended weights(blend);
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16)
+        store(to + i, weights.of(widen(own + i), widen(other + i)));
+    blend_loop(own + i, other + i, blend, to + i, n - i);
+}
+
+/// A pair is a word: the first sample its lower byte.
+void blend_pairs(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* first, uint16_t* second,
+                 size_t n) noexcept
+{
+    const Blended weights(blend);
+    const __m256i low = _mm256_set1_epi16(0xFF);
+    size_t i = 0;
+    for (; i + 16 <= n; i += 16) {
+        const __m256i a = load(own + 2 * i), b = load(other + 2 * i);
+        store(first + i, weights.of(_mm256_and_si256(a, low), _mm256_and_si256(b, low)));
+        store(second + i, weights.of(_mm256_srli_epi16(a, 8), _mm256_srli_epi16(b, 8)));
+    }
+    blend_pairs_loop(own + 2 * i, other + 2 * i, blend, first + i, second + i, n - i);
+}
+
+/// Two pixels for a sample. Left: 4 own, 2 own + 2 behind; centred: before + 3 own, 3 own + behind.
+template <bool centered> size_t spread_pairs(const uint16_t* from, size_t n, int32_t shift, uint16_t* to) noexcept
+{
+    const __m128i places = _mm_cvtsi32_si128(shift);
+    size_t k = 0;
+    for (; k + 16 <= n; k += 16) {
+        const __m256i own = load(from + k), behind = load(from + k + 1);
+        const __m256i twice = _mm256_add_epi16(own, own);
+        __m256i even, odd;
+        if constexpr (centered) {
+            const __m256i thrice = _mm256_add_epi16(twice, own);
+            even = _mm256_add_epi16(thrice, load(from + k - 1));
+            odd = _mm256_add_epi16(thrice, behind);
+        } else {
+            even = _mm256_add_epi16(twice, twice);
+            odd = _mm256_add_epi16(twice, _mm256_add_epi16(behind, behind));
+        }
+        even = _mm256_sll_epi16(even, places);
+        odd = _mm256_sll_epi16(odd, places);
+        const __m256i first = _mm256_unpacklo_epi16(even, odd), second = _mm256_unpackhi_epi16(even, odd);
+        store(to + 2 * k, _mm256_permute2x128_si256(first, second, 0x20));
+        store(to + 2 * k + 16, _mm256_permute2x128_si256(first, second, 0x31));
+    }
+    return k;
+}
+
+void spread(const uint16_t* from, size_t n, const Siting& siting, int32_t shift, uint16_t* to) noexcept
+{
+    size_t k = 0;
+    if (siting.step == 2)
+        k = siting.centered ? spread_pairs<true>(from, n, shift, to) : spread_pairs<false>(from, n, shift, to);
+    spread_loop<uint16_t>(from + k, n - k, siting, shift, to + k * static_cast<size_t>(siting.step));
+}
+
 template <bool stream> void put_16(__m128i b, __m128i g, __m128i r, uint8_t* bgr) noexcept
 {
     for (size_t part = 0; part < 3; ++part) {
@@ -189,7 +266,7 @@ void chroma(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, c
 
 } // namespace
 
-const Kernels kKernels_avx2{Level::avx2, blend_loop, blend_pairs_loop, spread_loop<uint16_t>, to_bgr, split,
-                            luma,        add_loop,   chroma,           interleave_loop};
+const Kernels kKernels_avx2{Level::avx2, blend, blend_pairs, spread, to_bgr,
+                            split,       luma,  add_loop,    chroma, interleave_loop};
 
 } // namespace vk::yuv

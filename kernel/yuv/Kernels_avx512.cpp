@@ -60,6 +60,14 @@ inline __m512i load(const void* from) noexcept
     return _mm512_loadu_si512(from);
 }
 
+/// Has memory that is needed soon fetched: the processor's own fetching ends with each page, which rows often are.
+constexpr size_t kAhead = 1024;
+
+inline void fetch_ahead(const uint8_t* at) noexcept
+{
+    _mm_prefetch(reinterpret_cast<const char*>(at) + kAhead, _MM_HINT_T0);
+}
+
 inline __m512i index_of(const Bytes64& index) noexcept
 {
     return _mm512_loadu_si512(index.data());
@@ -92,6 +100,86 @@ inline Triple get_64(const uint8_t* bgr) noexcept
                                               parts[2]);
     }
     return {out[0], out[1], out[2]};
+}
+
+inline __m512i widen(const uint8_t* from) noexcept
+{
+    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
+}
+
+/// The weights of two rows in all lanes.
+struct Blended {
+    __m512i own, other;
+
+    explicit Blended(const RowBlend& blend) noexcept
+        : own(_mm512_set1_epi16(static_cast<int16_t>(blend.own_weight))),
+          other(_mm512_set1_epi16(static_cast<int16_t>(blend.other_weight)))
+    {}
+    __m512i of(__m512i a, __m512i b) const noexcept
+    {
+        return _mm512_add_epi16(_mm512_mullo_epi16(a, own), _mm512_mullo_epi16(b, other));
+    }
+};
+
+void blend(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* to, size_t n) noexcept
+{
+    const Blended weights(blend);
+    size_t i = 0;
+    for (; i + 32 <= n; i += 32)
+        _mm512_storeu_si512(to + i, weights.of(widen(own + i), widen(other + i)));
+    blend_loop(own + i, other + i, blend, to + i, n - i);
+}
+
+/// A pair is a word: the first sample its lower byte.
+void blend_pairs(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* first, uint16_t* second,
+                 size_t n) noexcept
+{
+    const Blended weights(blend);
+    const __m512i low = _mm512_set1_epi16(0xFF);
+    size_t i = 0;
+    for (; i + 32 <= n; i += 32) {
+        fetch_ahead(own + 2 * i);
+        const __m512i a = load(own + 2 * i), b = load(other + 2 * i);
+        _mm512_storeu_si512(first + i, weights.of(_mm512_and_si512(a, low), _mm512_and_si512(b, low)));
+        _mm512_storeu_si512(second + i, weights.of(_mm512_srli_epi16(a, 8), _mm512_srli_epi16(b, 8)));
+    }
+    blend_pairs_loop(own + 2 * i, other + 2 * i, blend, first + i, second + i, n - i);
+}
+
+/// Two pixels for a sample. Left: 4 own, 2 own + 2 behind; centred: before + 3 own, 3 own + behind.
+template <bool centered> size_t spread_pairs(const uint16_t* from, size_t n, int32_t shift, uint16_t* to) noexcept
+{
+    const __m512i low = _mm512_set_epi64(11, 10, 3, 2, 9, 8, 1, 0);
+    const __m512i high = _mm512_set_epi64(15, 14, 7, 6, 13, 12, 5, 4);
+    const __m128i places = _mm_cvtsi32_si128(shift);
+    size_t k = 0;
+    for (; k + 32 <= n; k += 32) {
+        const __m512i own = load(from + k), behind = load(from + k + 1);
+        const __m512i twice = _mm512_add_epi16(own, own);
+        __m512i even, odd;
+        if constexpr (centered) {
+            const __m512i thrice = _mm512_add_epi16(twice, own);
+            even = _mm512_add_epi16(thrice, load(from + k - 1));
+            odd = _mm512_add_epi16(thrice, behind);
+        } else {
+            even = _mm512_add_epi16(twice, twice);
+            odd = _mm512_add_epi16(twice, _mm512_add_epi16(behind, behind));
+        }
+        even = _mm512_sll_epi16(even, places);
+        odd = _mm512_sll_epi16(odd, places);
+        const __m512i first = _mm512_unpacklo_epi16(even, odd), second = _mm512_unpackhi_epi16(even, odd);
+        _mm512_storeu_si512(to + 2 * k, _mm512_permutex2var_epi64(first, low, second));
+        _mm512_storeu_si512(to + 2 * k + 32, _mm512_permutex2var_epi64(first, high, second));
+    }
+    return k;
+}
+
+void spread(const uint16_t* from, size_t n, const Siting& siting, int32_t shift, uint16_t* to) noexcept
+{
+    size_t k = 0;
+    if (siting.step == 2)
+        k = siting.centered ? spread_pairs<true>(from, n, shift, to) : spread_pairs<false>(from, n, shift, to);
+    spread_loop<uint16_t>(from + k, n - k, siting, shift, to + k * static_cast<size_t>(siting.step));
 }
 
 /// The factors in all lanes.
@@ -132,6 +220,7 @@ size_t to_bgr_64(const uint8_t* y, const uint16_t* u, const uint16_t* v, size_t 
 {
     size_t x = 0;
     for (; x + 64 <= n; x += 64) {
+        fetch_ahead(y + x);
         const Triple low = colors_32(y + x, u + x, v + x, f);
         const Triple high = colors_32(y + x + 32, u + x + 32, v + x + 32, f);
         put_64<stream>({narrow(low.b, high.b), narrow(low.g, high.g), narrow(low.r, high.r)}, bgr + 3 * x);
@@ -153,6 +242,8 @@ void split(const uint8_t* bgr, size_t n, uint8_t* b, uint8_t* g, uint8_t* r) noe
 {
     size_t x = 0;
     for (; x + 64 <= n; x += 64) {
+        for (size_t line = 0; line < 3; ++line)
+            fetch_ahead(bgr + 3 * x + 64 * line);
         const Triple c = get_64(bgr + 3 * x);
         _mm512_storeu_si512(b + x, c.b);
         _mm512_storeu_si512(g + x, c.g);
@@ -166,11 +257,6 @@ inline __m512i pair_of(int32_t low, int32_t high) noexcept
 {
     return _mm512_set1_epi32(
         static_cast<int32_t>(static_cast<uint32_t>(low & 0xFFFF) | static_cast<uint32_t>(high) << 16));
-}
-
-inline __m512i widen(const uint8_t* from) noexcept
-{
-    return _mm512_cvtepu8_epi16(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(from)));
 }
 
 /// Luma of 32 pixels as 16-bit samples; full-range factors of green may take all of 15 bits, no more.
@@ -235,6 +321,30 @@ size_t chroma_pairs(const uint16_t* b, const uint16_t* g, const uint16_t* r, siz
     return k;
 }
 
+/// A sample for each pixel.
+size_t chroma_single(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const FromBytes& f, uint8_t* u,
+                     uint8_t* v) noexcept
+{
+    const __m512i one = _mm512_set1_epi16(1);
+    const __m512i neutral = _mm512_set1_epi16(static_cast<int16_t>(f.neutral));
+    size_t k = 0;
+    for (; k + 32 <= n; k += 32) {
+        const __m512i blue = load(b + k), green = load(g + k), red = load(r + k);
+        const __m512i bg[] = {_mm512_unpacklo_epi16(blue, green), _mm512_unpackhi_epi16(blue, green)};
+        const __m512i ro[] = {_mm512_unpacklo_epi16(red, one), _mm512_unpackhi_epi16(red, one)};
+        for (const auto& [w, to] : {std::pair{&f.u, u}, {&f.v, v}}) {
+            const __m512i first = pair_of(w->b, w->g), second = pair_of(w->r, 1 << 14);
+            const auto half = [&](size_t i) noexcept {
+                return _mm512_srai_epi32(
+                    _mm512_add_epi32(_mm512_madd_epi16(bg[i], first), _mm512_madd_epi16(ro[i], second)), 15);
+            };
+            const __m512i words = _mm512_add_epi16(_mm512_packs_epi32(half(0), half(1)), neutral);
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + k), _mm512_castsi512_si256(narrow(words, words)));
+        }
+    }
+    return k;
+}
+
 void chroma(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const Siting& siting, const FromBytes& f,
             int32_t shift, uint8_t* u, uint8_t* v) noexcept
 {
@@ -242,13 +352,15 @@ void chroma(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, c
     if (siting.step == 2)
         k = siting.centered ? chroma_pairs<true>(b, g, r, n, f, shift, u, v)
                             : chroma_pairs<false>(b, g, r, n, f, shift, u, v);
+    else if (siting.step == 1 && shift == 0)
+        k = chroma_single(b, g, r, n, f, u, v);
     const size_t at = k * static_cast<size_t>(siting.step);
     chroma_loop<int32_t, uint16_t, uint8_t>(b + at, g + at, r + at, n - k, siting, f, shift, u + k, v + k);
 }
 
 } // namespace
 
-const Kernels kKernels_avx512{Level::avx512, blend_loop, blend_pairs_loop, spread_loop<uint16_t>, to_bgr, split,
-                              luma,          add_loop,   chroma,           interleave_loop};
+const Kernels kKernels_avx512{Level::avx512, blend, blend_pairs, spread, to_bgr,
+                              split,         luma,  add_loop,    chroma, interleave_loop};
 
 } // namespace vk::yuv

@@ -129,7 +129,22 @@ void ByteRowsOut::write_groups() noexcept
     u_[n] = u_[n - 1]; // a group may have chroma for more pixels than are left
     v_[n] = v_[n - 1];
     const size_t count = (size_t{picture_.width} + groups.pixels - 1) / groups.pixels;
+    if (groups.pixels == 2)
+        return write_pairs(count, picture_.row(0, chroma_row_));
     pack_groups(groups, {y_, u_, v_, alpha_}, count, picture_.row(0, chroma_row_));
+}
+
+/// Groups of two pixels are luma and pairs of chroma by turns. Rows of channels are not needed any more by now.
+void ByteRowsOut::write_pairs(size_t count, uint8_t* to) noexcept
+{
+    const Groups& groups = *picture_.format->groups;
+    const bool v_first = groups.v[0] < groups.u[0];
+    uint8_t* const pairs = rows_[row_ % 2].b;
+    kernels_.interleave(v_first ? v_ : u_, v_first ? u_ : v_, count, pairs);
+    if (groups.luma[0] == 0)
+        kernels_.interleave(y_, pairs, 2 * count, to);
+    else
+        kernels_.interleave(pairs, y_, 2 * count, to);
 }
 
 WordRowsOut::WordRowsOut(const Picture& picture) noexcept

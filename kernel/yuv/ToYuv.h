@@ -35,6 +35,7 @@ private:
     void collect(const Channels& from) noexcept;
     void write_chroma() noexcept;
     void write_groups() noexcept;
+    void write_pairs(size_t count, uint8_t* to) noexcept;
 
     const Picture& picture_;
     const Kernels& kernels_;
