@@ -335,10 +335,16 @@ TEST(Yuv, StopsAndFailingCalls)
                 EXPECT_TRUE(result == SUCCESS || bitmap.is_empty());
             });
             ASSERT_EQ(SUCCESS, V_SetDefaultMemoryType(TYPE_CONV));
+            for_each_fault([&] { // each round with a bitmap of its own, whose file goes with it
+                TestBitmap made;
+                if (made.create(kind == Kind::disk ? TYPE_DISK : TYPE_CONV, 10, 20, 12, COLORORDER_GRAY) == SUCCESS) {
+                    made->ViewPerspective = 6;
+                    V_BitmapToYuv(made, &test.picture);
+                }
+            });
             TestBitmap bitmap;
             ASSERT_NO_FATAL_FAILURE(bitmap.make(kind, 10, 20, 12, random));
             bitmap->ViewPerspective = 6;
-            for_each_fault([&] { V_BitmapToYuv(bitmap, &test.picture); });
             const Watch watch(75);
             EXPECT_EQ(Watch::kRefused, V_BitmapToYuv(bitmap, &test.picture));
         }
