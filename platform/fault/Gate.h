@@ -15,4 +15,7 @@ Status failure_of(Call call) noexcept;
 /// Adds the events and locks of Threads.cpp.
 void count_thread_objects(Live& live) noexcept;
 
+/// The modules of System.cpp that are open.
+int64_t count_modules() noexcept;
+
 } // namespace vk::fault
