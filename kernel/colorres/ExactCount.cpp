@@ -80,7 +80,7 @@ void add_row_24(Bits& seen, const uint8_t* row, size_t width) noexcept
     size_t x = 0;
     for (; x + 4 < width; x += 4) {
         const uint32_t c[] = {color(x), color(x + 1), color(x + 2), color(x + 3)};
-        if (seen.has(c[0]) & seen.has(c[1]) & seen.has(c[2]) & seen.has(c[3])) [[likely]]
+        if ((int{seen.has(c[0])} & int{seen.has(c[1])} & int{seen.has(c[2])} & int{seen.has(c[3])}) != 0) [[likely]]
             continue;
         for (const uint32_t one : c)
             seen.add(one);

@@ -89,6 +89,12 @@ template <class Factor> struct FromColors {
     }
 };
 using FromBytes = FromColors<int32_t>;
+
+/// One of the two differences, and where its samples go.
+struct Difference {
+    const Weights<int32_t>& weights;
+    uint8_t* to;
+};
 using FromWords = FromColors<int64_t>;
 FromBytes from_bytes(const Colors& colors) noexcept;
 FromWords from_words(const Colors& colors) noexcept;

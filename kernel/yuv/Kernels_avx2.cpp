@@ -241,13 +241,14 @@ size_t chroma_pairs(const uint16_t* const (&sums)[3], size_t n, const FromBytes&
     const __m256i half = _mm256_set1_epi32(1 << (FromBytes::kFraction + shift - 1));
     const __m256i neutral = _mm256_set1_epi32(f.neutral);
     const int32_t places = FromBytes::kFraction + shift;
+    const Difference both[] = {{f.u, u}, {f.v, v}};
     size_t k = 0;
     for (; k + 16 <= n; k += 16)
-        for (const auto& [weights, to] : {std::pair{&f.u, u}, {&f.v, v}}) {
-            const __m256i low = chroma_8<centered>(sums, 2 * k, *weights, half, places, neutral);
-            const __m256i high = chroma_8<centered>(sums, 2 * k + 16, *weights, half, places, neutral);
+        for (const Difference& d : both) {
+            const __m256i low = chroma_8<centered>(sums, 2 * k, d.weights, half, places, neutral);
+            const __m256i high = chroma_8<centered>(sums, 2 * k + 16, d.weights, half, places, neutral);
             const __m256i words = _mm256_permute4x64_epi64(_mm256_packs_epi32(low, high), _MM_SHUFFLE(3, 1, 2, 0));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(to + k), narrow(words));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(d.to + k), narrow(words));
         }
     return k;
 }

@@ -307,16 +307,17 @@ size_t chroma_pairs(const uint16_t* b, const uint16_t* g, const uint16_t* r, siz
 {
     const __m512i half = _mm512_set1_epi32(1 << (FromBytes::kFraction + shift - 1));
     const __m512i neutral = _mm512_set1_epi32(f.neutral);
+    const Difference both[] = {{f.u, u}, {f.v, v}};
     size_t k = 0;
     for (; k + 32 <= n; k += 32)
-        for (const auto& [weights, to] : {std::pair{&f.u, u}, {&f.v, v}}) {
+        for (const Difference& d : both) {
             const auto at = [&](size_t i) noexcept {
                 return _mm512_cvtusepi32_epi8(
-                    _mm512_max_epi32(chroma_16<centered>(b + 2 * (k + i), g + 2 * (k + i), r + 2 * (k + i), *weights,
+                    _mm512_max_epi32(chroma_16<centered>(b + 2 * (k + i), g + 2 * (k + i), r + 2 * (k + i), d.weights,
                                                          half, FromBytes::kFraction + shift, neutral),
                                      _mm512_setzero_si512()));
             };
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + k), _mm256_set_m128i(at(16), at(0)));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d.to + k), _mm256_set_m128i(at(16), at(0)));
         }
     return k;
 }
@@ -327,19 +328,20 @@ size_t chroma_single(const uint16_t* b, const uint16_t* g, const uint16_t* r, si
 {
     const __m512i one = _mm512_set1_epi16(1);
     const __m512i neutral = _mm512_set1_epi16(static_cast<int16_t>(f.neutral));
+    const Difference both[] = {{f.u, u}, {f.v, v}};
     size_t k = 0;
     for (; k + 32 <= n; k += 32) {
         const __m512i blue = load(b + k), green = load(g + k), red = load(r + k);
         const __m512i bg[] = {_mm512_unpacklo_epi16(blue, green), _mm512_unpackhi_epi16(blue, green)};
         const __m512i ro[] = {_mm512_unpacklo_epi16(red, one), _mm512_unpackhi_epi16(red, one)};
-        for (const auto& [w, to] : {std::pair{&f.u, u}, {&f.v, v}}) {
-            const __m512i first = pair_of(w->b, w->g), second = pair_of(w->r, 1 << 14);
+        for (const Difference& d : both) {
+            const __m512i first = pair_of(d.weights.b, d.weights.g), second = pair_of(d.weights.r, 1 << 14);
             const auto half = [&](size_t i) noexcept {
                 return _mm512_srai_epi32(
                     _mm512_add_epi32(_mm512_madd_epi16(bg[i], first), _mm512_madd_epi16(ro[i], second)), 15);
             };
             const __m512i words = _mm512_add_epi16(_mm512_packs_epi32(half(0), half(1)), neutral);
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(to + k), _mm512_castsi512_si256(narrow(words, words)));
+            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d.to + k), _mm512_castsi512_si256(narrow(words, words)));
         }
     }
     return k;
