@@ -103,19 +103,19 @@ TEST(Duplicate, CopiesEveryDepthAndStorageKind)
                 ASSERT_NO_FATAL_FAILURE(source.make(kind, kWidth, kHeight, bits, random));
                 Thresholds::tiles(2 * int64_t{source->BytesPerLine}, 0, 2);
                 source->LowBit = 1;
-                source->ViewPerspective = BOTTOM_LEFT;
+                source->ViewPerspective = round % 2 ? TOP_LEFT : BOTTOM_LEFT;
                 source->DitheringMethod = DITHER_JARVIS;
                 TestBitmap copy(size);
                 ASSERT_EQ(SUCCESS, V_CopyBitmap(copy, source, size));
                 EXPECT_EQ(source.pixels(), copy.pixels());
                 EXPECT_EQ(MemoryFigures(source).memory, MemoryFigures(copy).memory);
                 EXPECT_TRUE(source->Handle != copy->Handle);
-                EXPECT_EQ(std::tuple(1, DITHER_JARVIS, +source->Order, BOTTOM_LEFT),
+                EXPECT_EQ(std::tuple(1, DITHER_JARVIS, +source->Order, +source->ViewPerspective),
                           std::tuple(+copy->LowBit, +copy->DitheringMethod, +copy->Order, +copy->ViewPerspective));
                 const Kind other = kKinds[round++ % std::size(kKinds)]; // and into storage that is there
                 TestBitmap filled(size);
                 filled.make(can_make(other, bits) ? other : Kind::conv, kWidth, kHeight, bits);
-                filled->ViewPerspective = TOP_LEFT;
+                filled->ViewPerspective = TOP_LEFT + BOTTOM_LEFT - source->ViewPerspective;
                 ASSERT_EQ(SUCCESS, V_CopyBitmapData(filled, source));
                 EXPECT_EQ(read(source).flipped(), read(filled));
             }
