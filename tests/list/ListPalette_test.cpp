@@ -1,37 +1,21 @@
 // One palette for several bitmaps: exact where there are few colours, good where there are many.
+#include "tests/list/TestList.h"
 #include "tests/support/FaultLoop.h"
-#include "tests/support/TestBitmap.h"
 
 using namespace vk::testing;
 
 namespace {
 
-/// A list that frees itself, of 24-bit bitmaps.
-class Frames {
-public:
-    Frames() { EXPECT_EQ(SUCCESS, V_CreateBitmapList(&list_)); }
-    ~Frames() { V_DestroyBitmapList(list_); }
-    Frames(const Frames&) = delete;
-    Frames& operator=(const Frames&) = delete;
-
+/// A list of bitmaps that are painted.
+struct Frames : TestList {
     template <class Value> void add(const Value& value, int32_t width = 20, int32_t bits = 24)
     {
         BITMAPHANDLE bitmap{};
         ASSERT_EQ(SUCCESS, V_CreateBitmap(&bitmap, sizeof bitmap, TYPE_CONV, width, 12, bits, COLORORDER_BGR, nullptr,
                                           TOP_LEFT, nullptr, 0));
         paint_pixels(&bitmap, value);
-        ASSERT_EQ(SUCCESS, V_InsertBitmapListItem(list_, UINT32_MAX, &bitmap));
+        append(bitmap);
     }
-    BITMAPHANDLE item(uint32_t index) const
-    {
-        BITMAPHANDLE bitmap{};
-        EXPECT_EQ(SUCCESS, V_GetBitmapListItem(list_, index, &bitmap, sizeof bitmap));
-        return bitmap;
-    }
-    HBITMAPLIST get() const { return list_; }
-
-private:
-    HBITMAPLIST list_ = nullptr;
 };
 
 std::vector<uint32_t> palette_for(HBITMAPLIST list, uint32_t most, uint32_t flags)
