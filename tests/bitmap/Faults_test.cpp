@@ -4,8 +4,6 @@
 #include "tests/support/FaultLoop.h"
 #include "tests/support/TestTurn.h"
 
-#include <thread>
-
 using namespace vk::testing;
 namespace fault = vk::fault;
 
@@ -290,18 +288,6 @@ TEST(HandleLimit, NearItNeitherTilesNorCodecs)
         }
         fault::disarm();
     }
-}
-
-TEST(HandleLimit, ThreadsTakeTurns)
-{
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i)
-        threads.emplace_back([] {
-            for (int round = 0; round < 25; ++round)
-                EXPECT_FALSE(vk::near_handle_limit());
-        });
-    for (std::thread& thread : threads)
-        thread.join();
 }
 
 } // namespace

@@ -49,20 +49,33 @@ int filled_by(BITMAPHANDLE* bitmap, Bytes& pixels, int32_t bits, int32_t order, 
     return result;
 }
 
-template <uint32_t kFlags> int size(BITMAPHANDLE* b, Bytes&)
+/// An operation on the bitmap itself, further arguments behind it.
+template <auto function, auto... arguments> int on(B b, Bytes&)
+{
+    return function(b, arguments...);
+}
+
+template <uint32_t kFlags> int size(B b, Bytes&)
 {
     return V_SizeBitmap(b, 71, 160, kFlags);
 }
 
-template <int32_t kTo> int view_copy(BITMAPHANDLE* b, Bytes& made)
+template <int32_t kTo> int relabelled(B b, Bytes&)
 {
-    return made_by(b, made,
-                   [](B to, B from) { return V_ChangeBitmapViewPerspective(to, from, BITMAPHANDLE_SIZE, kTo); });
+    return V_ChangeBitmapViewPerspective(nullptr, b, 0, kTo);
 }
 
-template <uint32_t kFlags> int resize(BITMAPHANDLE* b, Bytes& made)
+/// One that makes another bitmap from it.
+template <auto function, auto... arguments> int copied(B b, Bytes& made)
 {
-    return filled_by(b, made, 16, COLORORDER_GRAY, 6, [](B to, B from) { return V_ResizeBitmap(from, to, kFlags); });
+    return made_by(b, made, [](B to, B from) { return function(to, from, BITMAPHANDLE_SIZE, arguments...); });
+}
+
+/// One that fills another: of some depth, order (-1: of its own form) and perspective.
+template <int32_t bits, int32_t order, int32_t perspective, auto function, auto... arguments>
+int filled(B b, Bytes& made)
+{
+    return filled_by(b, made, bits, order, perspective, [](B to, B from) { return function(from, to, arguments...); });
 }
 
 int to_dib(BITMAPHANDLE* b, Bytes& made)
@@ -111,31 +124,51 @@ int copy_list(BITMAPHANDLE* b, Bytes& made)
     return result;
 }
 
-int color_res(BITMAPHANDLE* to, BITMAPHANDLE* from, int32_t bits, uint32_t flags)
+template <int32_t bits, uint32_t flags> int recolored(B b, Bytes&)
 {
-    return V_ColorResBitmap(from, to, BITMAPHANDLE_SIZE, bits, flags, nullptr, nullptr, 0);
+    return V_ColorResBitmap(b, nullptr, 0, bits, flags, nullptr, nullptr, 0);
+}
+
+template <int32_t bits, uint32_t flags> int color_copied(B b, Bytes& made)
+{
+    return made_by(b, made, [](B to, B from) {
+        return V_ColorResBitmap(from, to, BITMAPHANDLE_SIZE, bits, flags, nullptr, nullptr, 0);
+    });
+}
+
+int copy_data(B from, B to)
+{
+    return V_CopyBitmapData(to, from);
+}
+
+int combine(B from, B to)
+{
+    return V_CombineBitmap(to, 1, 2, 60, 120, from, 0, 0, COMBINE_COPY);
+}
+
+int combine_into_it(B b, Bytes&)
+{
+    TestBitmap other;
+    const int made = other.create(TYPE_CONV, 40, 120, 24, COLORORDER_BGR);
+    return made == SUCCESS ? V_CombineBitmap(b, 1, 2, 40, 120, other, 0, 0, COMBINE_COPY) : made;
 }
 
 const Operation kOperations[] = {
-    {"flip", 24, Does::keeps, [](B b, Bytes&) { return V_FlipBitmap(b); }},
-    {"flip bits", 1, Does::keeps, [](B b, Bytes&) { return V_IntFlipBitmap(b); }},
-    {"reverse", 24, Does::keeps, [](B b, Bytes&) { return V_ReverseBitmap(b); }},
-    {"reverse bits", 1, Does::keeps, [](B b, Bytes&) { return V_IntReverseBitmap(b); }},
-    {"half turn", 24, Does::keeps, [](B b, Bytes&) { return V_RotateBitmap(b, 18000, 0, 0); }},
-    {"half turn of bits", 1, Does::keeps, [](B b, Bytes&) { return V_RotateBitmap(b, -18000, 0, 0); }},
-    {"perspective by flip", 24, Does::keeps,
-     [](B b, Bytes&) { return V_ChangeBitmapViewPerspective(nullptr, b, 0, 4); }, true},
-    {"perspective by flip and half turn", 24, Does::keeps,
-     [](B b, Bytes&) { return V_ChangeBitmapViewPerspective(nullptr, b, 0, 2); }, true},
-    {"perspective by flip and turn", 24, Does::replaces,
-     [](B b, Bytes&) { return V_ChangeBitmapViewPerspective(nullptr, b, 0, 5); }, true},
-    {"perspective copied", 24, Does::copies, view_copy<3>},
-    {"perspective copied and turned", 24, Does::copies, view_copy<8>},
-    {"quarter turn", 24, Does::replaces, [](B b, Bytes&) { return V_RotateBitmap90(b, 1); }},
-    {"quarter turn of bits", 1, Does::replaces, [](B b, Bytes&) { return V_RotateBitmap90(b, 0); }},
-    {"rotation", 24, Does::replaces, [](B b, Bytes&) { return V_RotateBitmap(b, 3300, ROTATEFLAG_GROW, 0); }},
-    {"rotation, filtered", 24, Does::replaces,
-     [](B b, Bytes&) { return V_RotateBitmap(b, -700, ROTATEFLAG_RESAMPLE, 0); }},
+    {"flip", 24, Does::keeps, on<V_FlipBitmap>},
+    {"flip bits", 1, Does::keeps, on<V_IntFlipBitmap>},
+    {"reverse", 24, Does::keeps, on<V_ReverseBitmap>},
+    {"reverse bits", 1, Does::keeps, on<V_IntReverseBitmap>},
+    {"half turn", 24, Does::keeps, on<V_RotateBitmap, 18000, 0u, 0u>},
+    {"half turn of bits", 1, Does::keeps, on<V_RotateBitmap, -18000, 0u, 0u>},
+    {"perspective by flip", 24, Does::keeps, relabelled<4>, true},
+    {"perspective by flip and half turn", 24, Does::keeps, relabelled<2>, true},
+    {"perspective by flip and turn", 24, Does::replaces, relabelled<5>, true},
+    {"perspective copied", 24, Does::copies, copied<V_ChangeBitmapViewPerspective, 3>},
+    {"perspective copied and turned", 24, Does::copies, copied<V_ChangeBitmapViewPerspective, 8>},
+    {"quarter turn", 24, Does::replaces, on<V_RotateBitmap90, 1>},
+    {"quarter turn of bits", 1, Does::replaces, on<V_RotateBitmap90, 0>},
+    {"rotation", 24, Does::replaces, on<V_RotateBitmap, 3300, uint32_t{ROTATEFLAG_GROW}, 0u>},
+    {"rotation, filtered", 24, Does::replaces, on<V_RotateBitmap, -700, uint32_t{ROTATEFLAG_RESAMPLE}, 0u>},
     {"nearest size", 24, Does::replaces, size<SIZEFLAG_NORMAL>},
     {"favour black", 1, Does::replaces, size<SIZEFLAG_FAVORBLACK>},
     {"area size", 24, Does::replaces, size<SIZEFLAG_RESAMPLE>},
@@ -146,70 +179,36 @@ const Operation kOperations[] = {
     {"size to gray of bits", 1, Does::replaces, size<SIZEFLAG_SCALETOGRAY>},
     {"alpha-aware size", 32, Does::replaces, size<SIZEFLAG_ALPHAAWARE>},
     {"alpha-aware size to gray", 32, Does::replaces, size<SIZEFLAG_ALPHAAWARE | SIZEFLAG_SCALETOGRAY>},
-    {"resample", 24, Does::replaces, [](B b, Bytes&) { return V_ResampleBitmap(b, 20, 40); }},
-    {"bicubic resample", 24, Does::replaces, [](B b, Bytes&) { return V_BicubicResampleBitmap(b, 70, 140); }},
-    {"nearest resize into another form", 24, Does::fills, resize<0>},
-    {"area resize into another form", 24, Does::fills, resize<SIZEFLAG_RESAMPLE>},
-    {"inner resize", 24, Does::fills,
-     [](B b, Bytes& made) {
-         return filled_by(b, made, 24, COLORORDER_BGR, 1, [](B to, B from) { return V_IntResizeBitmap(from, to, 4); });
-     }},
-    {"inner resample", 24, Does::fills,
-     [](B b, Bytes& made) {
-         return filled_by(b, made, 24, COLORORDER_BGR, 4, [](B to, B from) { return V_IntResampleBitmap(from, to); });
-     }},
-    {"copy", 24, Does::copies,
-     [](B b, Bytes& made) {
-         return made_by(b, made, [](B to, B from) { return V_CopyBitmap(to, from, BITMAPHANDLE_SIZE); });
-     }},
-    {"copy of data", 24, Does::fills,
-     [](B b, Bytes& made) {
-         return filled_by(b, made, 24, -1, 1, [](B to, B from) { return V_CopyBitmapData(to, from); });
-     }},
+    {"resample", 24, Does::replaces, on<V_ResampleBitmap, 20, 40>},
+    {"bicubic resample", 24, Does::replaces, on<V_BicubicResampleBitmap, 70, 140>},
+    {"nearest resize into another form", 24, Does::fills, filled<16, COLORORDER_GRAY, 6, V_ResizeBitmap, 0u>},
+    {"area resize into another form", 24, Does::fills,
+     filled<16, COLORORDER_GRAY, 6, V_ResizeBitmap, uint32_t{SIZEFLAG_RESAMPLE}>},
+    {"inner resize", 24, Does::fills, filled<24, COLORORDER_BGR, 1, V_IntResizeBitmap, 4u>},
+    {"inner resample", 24, Does::fills, filled<24, COLORORDER_BGR, 4, V_IntResampleBitmap>},
+    {"copy", 24, Does::copies, copied<V_CopyBitmap>},
+    {"copy of data", 24, Does::fills, filled<24, -1, 1, copy_data>},
     {"copies in a list", 24, Does::copies, copy_list},
-    {"colours", 24, Does::replaces, [](B b, Bytes&) { return color_res(nullptr, b, 16, COLORRES_ORDER_RGB565); }},
-    {"colours of an optimized palette", 24, Does::replaces,
-     [](B b, Bytes&) { return color_res(b, b, 8, COLORRES_PALETTE_OPTIMIZED); }},
-    {"colours of a copy", 24, Does::copies,
-     [](B b, Bytes& made) { return made_by(b, made, [](B to, B from) { return color_res(to, from, 4, 0); }); }},
-    {"colours that are the same", 24, Does::copies,
-     [](B b, Bytes& made) {
-         return made_by(b, made, [](B to, B from) { return color_res(to, from, 24, COLORRES_ORDER_BGR); });
-     }},
-    {"gray", 24, Does::replaces, [](B b, Bytes&) { return V_GrayScaleBitmap(b, 12); }},
-    {"gray copy", 24, Does::copies,
-     [](B b, Bytes& made) {
-         return made_by(b, made, [](B to, B from) { return V_CreateGrayScaleBitmap(to, from, BITMAPHANDLE_SIZE, 8); });
-     }},
-    {"trimming", 24, Does::replaces, [](B b, Bytes&) { return V_TrimBitmap(b, 3, 5, 40, 110); }},
-    {"extending", 24, Does::replaces, [](B b, Bytes&) { return V_ExtendBitmap(b, 1, 2, 3, 4, EXTEND_MIRROR, 0); }},
-    {"copy of a part", 24, Does::copies,
-     [](B b, Bytes& made) {
-         return made_by(b, made,
-                        [](B to, B from) { return V_CopyBitmapRect(to, from, BITMAPHANDLE_SIZE, 2, 3, 40, 111); });
-     }},
-    {"combining", 24, Does::fills,
-     [](B b, Bytes& made) {
-         return filled_by(b, made, 32, COLORORDER_RGB, 3,
-                          [](B to, B from) { return V_CombineBitmap(to, 1, 2, 60, 120, from, 0, 0, COMBINE_COPY); });
-     }},
-    {"combining into it", 24, Does::keeps,
-     [](B b, Bytes&) {
-         TestBitmap other;
-         const int made = other.create(TYPE_CONV, 40, 120, 24, COLORORDER_BGR);
-         return made == SUCCESS ? V_CombineBitmap(b, 1, 2, 40, 120, other, 0, 0, COMBINE_COPY) : made;
-     }},
+    {"colours", 24, Does::replaces, recolored<16, COLORRES_ORDER_RGB565>},
+    {"colours of an optimized palette", 24, Does::replaces, recolored<8, COLORRES_PALETTE_OPTIMIZED>},
+    {"colours of a copy", 24, Does::copies, color_copied<4, 0>},
+    {"colours that are the same", 24, Does::copies, color_copied<24, COLORRES_ORDER_BGR>},
+    {"gray", 24, Does::replaces, on<V_GrayScaleBitmap, 12>},
+    {"gray copy", 24, Does::copies, copied<V_CreateGrayScaleBitmap, 8>},
+    {"trimming", 24, Does::replaces, on<V_TrimBitmap, 3, 5, 40, 110>},
+    {"extending", 24, Does::replaces, on<V_ExtendBitmap, 1, 2, 3, 4, uint32_t{EXTEND_MIRROR}, 0u>},
+    {"copy of a part", 24, Does::copies, copied<V_CopyBitmapRect, 2, 3, 40, 111>},
+    {"combining", 24, Does::fills, filled<32, COLORORDER_RGB, 3, combine>},
+    {"combining into it", 24, Does::keeps, combine_into_it},
     {"DIB", 24, Does::copies, to_dib},
     {"DIB of another perspective", 24, Does::copies, to_dib_upright},
 };
 
 const Operation kMoves[] = {
-    {"move to memory", 24, Does::replaces,
-     [](B b, Bytes&) { return V_SetBitmapMemoryInfo(b, TYPE_CONV, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY); }},
-    {"move to a file", 24, Does::replaces,
-     [](B b, Bytes&) { return V_SetBitmapMemoryInfo(b, TYPE_DISK, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY); }},
-    {"super-compression", 24, Does::replaces, [](B b, Bytes&) { return V_ChangeBitmapCompression(b, 2); }},
-    {"run-length compression", 1, Does::replaces, [](B b, Bytes&) { return V_ToggleBitmapCompression(b); }},
+    {"move to memory", 24, Does::replaces, on<V_SetBitmapMemoryInfo, TYPE_CONV, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY>},
+    {"move to a file", 24, Does::replaces, on<V_SetBitmapMemoryInfo, TYPE_DISK, 0, 0, 0, 0, 0, MEMORYINFO_MEMORY>},
+    {"super-compression", 24, Does::replaces, on<V_ChangeBitmapCompression, 2>},
+    {"run-length compression", 1, Does::replaces, on<V_ToggleBitmapCompression>},
 };
 
 } // namespace

@@ -27,14 +27,11 @@ struct Watcher {
     }
 };
 
-} // namespace
-
 TEST(Operations, ARefusedReleaseUndoesNothing)
 {
     constexpr int kRefusal = -77;
     for_each_case(kEachWay, [](const Operation& operation, Kind kind) {
-        const auto plain = make_bitmap(operation, kind);
-        const Outcome wanted = run(operation, plain->get());
+        const Outcome wanted = run(operation, *make_bitmap(operation, kind));
         const auto bitmap = make_bitmap(operation, kind);
         const Bytes before = read_accessed(bitmap->get());
         Watcher watcher;
@@ -63,8 +60,6 @@ TEST(Operations, ARefusedReleaseUndoesNothing)
     });
 }
 
-namespace {
-
 /// A callback that lends buffers.
 struct Lender {
     enum class Way { lend, have_none, refuse };
@@ -91,14 +86,11 @@ struct Lender {
     }
 };
 
-} // namespace
-
 TEST(Operations, AskForAScratchBufferOnce)
 {
     std::map<std::string, int> asked;
     for_each_case(kEachWay, [&](const Operation& operation, Kind kind) {
-        const auto plain = make_bitmap(operation, kind);
-        const Outcome wanted = run(operation, plain->get());
+        const Outcome wanted = run(operation, *make_bitmap(operation, kind));
         for (const Lender::Way way : {Lender::Way::lend, Lender::Way::have_none, Lender::Way::refuse}) {
             const auto bitmap = make_bitmap(operation, kind);
             const Bytes before = read_accessed(bitmap->get());
@@ -128,20 +120,19 @@ TEST(Operations, AskForAScratchBufferOnce)
         EXPECT_TRUE(calls > 0 || name == "move to memory" || name == "copy of data") << name << " takes no buffer";
 }
 
-namespace {
-
 /// Callbacks that hold the rows themselves, each on its own.
 struct RowOwner {
     int live = 0;
 
     using Rows = std::vector<Bytes>;
 
-    static Bytes& row_of(BITMAPHANDLE* bitmap, int32_t row, size_t offset, size_t bytes)
+    static uint8_t* place_of(BITMAPHANDLE* bitmap, int32_t row, int32_t column, size_t bytes)
     {
         auto& rows = *static_cast<Rows*>(bitmap->Handle);
+        const size_t offset = static_cast<size_t>(column) * static_cast<size_t>(bitmap->BitsPerPixel) / 8;
         EXPECT_TRUE(row >= 0 && row < bitmap->Height);
         EXPECT_LE(offset + bytes, +bitmap->BytesPerLine) << "more than the row has";
-        return rows[static_cast<size_t>(row)];
+        return rows[static_cast<size_t>(row)].data() + offset;
     }
 
     BITMAPDATACALLBACKS table()
@@ -158,13 +149,11 @@ struct RowOwner {
             return 2;
         };
         table.GetBitmapRowColCallback = [](B bitmap, void* buffer, int32_t row, int32_t column, size_t bytes, void*) {
-            const size_t offset = static_cast<size_t>(column) * static_cast<size_t>(bitmap->BitsPerPixel) / 8;
-            std::memcpy(buffer, row_of(bitmap, row, offset, bytes).data() + offset, bytes);
+            std::memcpy(buffer, place_of(bitmap, row, column, bytes), bytes);
             return static_cast<intptr_t>(bytes);
         };
         table.PutBitmapRowColCallback = [](B bitmap, void* buffer, int32_t row, int32_t column, size_t bytes, void*) {
-            const size_t offset = static_cast<size_t>(column) * static_cast<size_t>(bitmap->BitsPerPixel) / 8;
-            std::memcpy(row_of(bitmap, row, offset, bytes).data() + offset, buffer, bytes);
+            std::memcpy(place_of(bitmap, row, column, bytes), buffer, bytes);
             return static_cast<intptr_t>(bytes);
         };
         return table;
@@ -179,8 +168,6 @@ struct RowOwner {
         fill_with_noise(bitmap.get(), 12);
     }
 };
-
-} // namespace
 
 TEST(Operations, RowsOfCallbacksAreNeverShared)
 {
@@ -220,3 +207,5 @@ TEST(Operations, RowsOfCallbacksAreNeverShared)
     EXPECT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap.get()));
     EXPECT_EQ(bitmap.bytes(), bitmap.data_size());
 }
+
+} // namespace

@@ -1,6 +1,8 @@
 // Moving storage on request: where it is refused, and the figures of tiles. Rows_test.cpp moves pixels for real.
 #include "tests/support/TestBitmap.h"
 
+#include <tuple>
+
 using namespace vk::testing;
 
 namespace {
@@ -80,10 +82,9 @@ TEST(StorageMoves, FiguresShapeTheTiles)
         ASSERT_EQ(SUCCESS,
                   V_SetBitmapMemoryInfo(bitmap, TYPE_TILED, c.tile, c.tiles, c.conv, c.left, c.buffers, c.flags));
         const MemoryFigures now(bitmap);
-        EXPECT_EQ(TYPE_TILED, now.memory);
-        EXPECT_EQ(c.expected_tiles, now.tiles);
-        EXPECT_EQ(c.expected_memory, now.in_memory);
-        EXPECT_TRUE(c.expected_mapped == 0 || now.mapped == c.expected_mapped) << now.mapped;
+        const int32_t mapped = c.expected_mapped == 0 ? now.mapped : c.expected_mapped;
+        EXPECT_EQ(std::tuple(TYPE_TILED, c.expected_tiles, c.expected_memory, mapped),
+                  std::tuple(now.memory, now.tiles, now.in_memory, now.mapped));
     }
 }
 

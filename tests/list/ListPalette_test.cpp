@@ -1,37 +1,21 @@
 // One palette for several bitmaps: exact where there are few colours, good where there are many.
+#include "tests/list/TestList.h"
 #include "tests/support/FaultLoop.h"
-#include "tests/support/TestBitmap.h"
 
 using namespace vk::testing;
 
 namespace {
 
-/// A list that frees itself, of 24-bit bitmaps.
-class Frames {
-public:
-    Frames() { EXPECT_EQ(SUCCESS, V_CreateBitmapList(&list_)); }
-    ~Frames() { V_DestroyBitmapList(list_); }
-    Frames(const Frames&) = delete;
-    Frames& operator=(const Frames&) = delete;
-
+/// A list of bitmaps that are painted.
+struct Frames : TestList {
     template <class Value> void add(const Value& value, int32_t width = 20, int32_t bits = 24)
     {
         BITMAPHANDLE bitmap{};
         ASSERT_EQ(SUCCESS, V_CreateBitmap(&bitmap, sizeof bitmap, TYPE_CONV, width, 12, bits, COLORORDER_BGR, nullptr,
                                           TOP_LEFT, nullptr, 0));
         paint_pixels(&bitmap, value);
-        ASSERT_EQ(SUCCESS, V_InsertBitmapListItem(list_, UINT32_MAX, &bitmap));
+        append(bitmap);
     }
-    BITMAPHANDLE item(uint32_t index) const
-    {
-        BITMAPHANDLE bitmap{};
-        EXPECT_EQ(SUCCESS, V_GetBitmapListItem(list_, index, &bitmap, sizeof bitmap));
-        return bitmap;
-    }
-    HBITMAPLIST get() const { return list_; }
-
-private:
-    HBITMAPLIST list_ = nullptr;
 };
 
 std::vector<uint32_t> palette_for(HBITMAPLIST list, uint32_t most, uint32_t flags)
@@ -61,14 +45,11 @@ TEST(ListPalette, FewColors)
     second.Transparency = 0x0000FF; // red, as colour values have it
     ASSERT_EQ(SUCCESS, V_SetBitmapListItem(frames.get(), 1, &second));
     EXPECT_EQ(Colors({0x000000, 0x0000FF}), palette_for(frames.get(), 256, LISTPAL_SKIPTRANSPARENT));
-    Frames clear;
-    clear.add([](int32_t, int32_t) { return uint64_t{0xFF0000}; });
-    BITMAPHANDLE only = clear.item(0);
-    only.Flags |= BITMAPFLAG_TRANSPARENCY;
-    only.Transparency = 0x0000FF;
-    ASSERT_EQ(SUCCESS, V_SetBitmapListItem(clear.get(), 0, &only));
-    EXPECT_EQ(Colors({0}), palette_for(clear.get(), 2, LISTPAL_SKIPTRANSPARENT));
-    EXPECT_EQ(Colors({0, 0xFFFFFF}), palette_for(clear.get(), 3, LISTPAL_SKIPTRANSPARENT | LISTPAL_BLACKWHITE));
+    // Of the second alone nothing is left but black.
+    ASSERT_EQ(SUCCESS, V_DeleteBitmapListItems(frames.get(), 0, 1));
+    paint_pixels(&second, [](int32_t, int32_t) { return uint64_t{0xFF0000}; });
+    EXPECT_EQ(Colors({0}), palette_for(frames.get(), 2, LISTPAL_SKIPTRANSPARENT));
+    EXPECT_EQ(Colors({0, 0xFFFFFF}), palette_for(frames.get(), 3, LISTPAL_SKIPTRANSPARENT | LISTPAL_BLACKWHITE));
 }
 
 TEST(ListPalette, ServesAllOfThem)
@@ -106,10 +87,10 @@ TEST(ListPalette, RefusalsAndFailingCalls)
         frames.add([&](int32_t, int32_t) { return random.next(); }, 70, i == 0 ? 48 : 24);
     RGBQUAD entries[256] = {};
     uint32_t count = 16;
-    EXPECT_EQ(ERROR_NULL_PTR, V_CreateBitmapListOptPal(frames.get(), nullptr, &count, 0));
-    EXPECT_EQ(ERROR_NULL_PTR, V_CreateBitmapListOptPal(frames.get(), entries, nullptr, 0));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CreateBitmapListOptPal(nullptr, entries, &count, 0));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CreateBitmapListOptPal(empty.get(), entries, &count, 0));
+    expect_each(ERROR_NULL_PTR, {V_CreateBitmapListOptPal(frames.get(), nullptr, &count, 0),
+                                 V_CreateBitmapListOptPal(frames.get(), entries, nullptr, 0)});
+    expect_each(ERROR_INVALID_PARAMETER, {V_CreateBitmapListOptPal(nullptr, entries, &count, 0),
+                                          V_CreateBitmapListOptPal(empty.get(), entries, &count, 0)});
     for (const auto& [colors, flags] : {std::pair{1u, 0u}, {257u, 0u}, {2u, LISTPAL_BLACKWHITE}, {16u, 4u}}) {
         uint32_t wrong = colors;
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CreateBitmapListOptPal(frames.get(), entries, &wrong, flags));
@@ -122,9 +103,6 @@ TEST(ListPalette, RefusalsAndFailingCalls)
         EXPECT_TRUE(std::is_sorted(watch.told.begin(), watch.told.end()));
     }
     for_each_fault_in([&](FaultRound& round) {
-        count = 300;
-        const int refused = V_CreateBitmapListOptPal(frames.get(), entries, &count, 0);
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, refused);
         count = 16;
         entries[0].rgbReserved = 77;
         const int result = round([&] { return V_CreateBitmapListOptPal(frames.get(), entries, &count, 0); });

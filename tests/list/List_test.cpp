@@ -1,6 +1,6 @@
 // Bitmap lists: order, ownership, both record sizes, and every failing call.
+#include "tests/list/TestList.h"
 #include "tests/support/FaultLoop.h"
-#include "tests/support/TestBitmap.h"
 #include "tests/support/TestRandom.h"
 
 #include "Vkbitmap.h"
@@ -22,75 +22,29 @@ BITMAPHANDLE numbered(int32_t number, uint32_t size = kSize)
     return bitmap;
 }
 
-/// Frees itself; has the items asked for, which are checked against what it should hold.
-class TestList {
-public:
-    explicit TestList(int32_t count = 0)
+/// A list of bitmaps with the widths 1, 2, ...
+struct Numbered : TestList {
+    explicit Numbered(int32_t count)
     {
-        EXPECT_EQ(SUCCESS, V_CreateBitmapList(&list_));
         for (int32_t i = 1; i <= count; ++i)
             append(numbered(i));
     }
-    ~TestList()
-    {
-        if (list_) {
-            EXPECT_EQ(SUCCESS, V_DestroyBitmapList(list_));
-        }
-    }
-    TestList(const TestList&) = delete;
-    TestList& operator=(const TestList&) = delete;
-
-    HBITMAPLIST get() const { return list_; }
-    HBITMAPLIST* place() // for a list that a function makes
-    {
-        EXPECT_EQ(SUCCESS, V_DestroyBitmapList(list_));
-        list_ = nullptr;
-        return &list_;
-    }
-    void append(BITMAPHANDLE bitmap) { EXPECT_EQ(SUCCESS, V_InsertBitmapListItem(list_, 0xFFFFFFFF, &bitmap)); }
-    std::vector<int32_t> widths() const
-    {
-        uint32_t count = 99;
-        EXPECT_EQ(SUCCESS, V_GetBitmapListCount(list_, &count));
-        std::vector<int32_t> found;
-        for (uint32_t i = 0; i < count; ++i) {
-            BITMAPHANDLE item;
-            EXPECT_EQ(SUCCESS, V_GetBitmapListItem(list_, i, &item, kSize));
-            found.push_back(item.Width);
-        }
-        return found;
-    }
-
-private:
-    HBITMAPLIST list_ = nullptr;
 };
 
 using Widths = std::vector<int32_t>;
 
 } // namespace
 
-TEST(List, InsertsAndRemoves)
+TEST(List, SharesItsItems)
 {
-    TestList list(2);
-    for (const auto& [index, number] : {std::pair{5u, 10}, {0u, 11}, {1u, 12}, {0xFFFFFFFFu, 13}}) {
-        BITMAPHANDLE bitmap = numbered(number);
-        ASSERT_EQ(SUCCESS, V_InsertBitmapListItem(list.get(), index, &bitmap));
-    }
-    EXPECT_EQ((Widths{11, 12, 1, 2, 10, 13}), list.widths());
+    Numbered list(2);
     BITMAPHANDLE out{};
-    ASSERT_EQ(SUCCESS, V_RemoveBitmapListItem(list.get(), 2, &out));
-    EXPECT_EQ(1, out.Width);
-    V_FreeBitmap(&out); // the caller's again
-    EXPECT_EQ(SUCCESS, V_DeleteBitmapListItems(list.get(), 1, 2));
-    EXPECT_EQ((Widths{11, 10, 13}), list.widths());
     EXPECT_EQ(SUCCESS, V_DeleteBitmapListItems(list.get(), 1, 0xFFFFFFFF));
-    ASSERT_EQ(SUCCESS, V_RemoveBitmapListItem(list.get(), 0, &out));
+    out = list.item(0);
+    ASSERT_EQ(SUCCESS, V_RemoveBitmapListItem(list.get(), 0, nullptr)); // frees nothing
     EXPECT_EQ(Widths{}, list.widths());
     list.append(out);
-    EXPECT_EQ(Widths{11}, list.widths());
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 0, &out, kSize)); // shared
-    ASSERT_EQ(SUCCESS, V_RemoveBitmapListItem(list.get(), 0, nullptr));
-    V_FreeBitmap(&out);
+    EXPECT_EQ(Widths{1}, list.widths());
 }
 
 TEST(List, EarlierRecords)
@@ -98,8 +52,7 @@ TEST(List, EarlierRecords)
     TestList list;
     for (int32_t i = 1; i <= 2; ++i)
         list.append(numbered(i, kEarlier));
-    BITMAPHANDLE item;
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 0, &item, kSize));
+    BITMAPHANDLE item = list.item(0);
     EXPECT_EQ(kSize, item.StructSize);
     EXPECT_EQ(+item.Size, +item.Size64);
     EXPECT_EQ(0, item.LockCount);
@@ -114,7 +67,7 @@ TEST(List, EarlierRecords)
     item.PaintLUT16 = reinterpret_cast<uint16_t*>(V_CreateNewPalette(block.data(), 4));
     list.append(item);
     const vk::fault::Live before = vk::fault::live();
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &item, kSize));
+    item = list.item(1);
     EXPECT_NE(nullptr, +item.LUT16);
     EXPECT_EQ(before, vk::fault::live());
     TestBitmap earlier(kEarlier);
@@ -122,14 +75,14 @@ TEST(List, EarlierRecords)
     EXPECT_EQ(kEarlier, earlier->StructSize);
     EXPECT_EQ(1, earlier->Width);
     EXPECT_EQ(before.movables + before.heap - 3, vk::fault::live().movables + vk::fault::live().heap);
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &item, kSize));
+    item = list.item(1);
     EXPECT_TRUE(!item.LUT16 && !item.PaintLUT16 && !item.DataCallbacks);
     V_InitBitmap(earlier, kEarlier, 0, 0, 0); // shared: not to be freed twice
 }
 
 TEST(List, Replaces)
 {
-    TestList list(3);
+    Numbered list(3);
     BITMAPHANDLE coming = numbered(20);
     BITMAPHANDLE old{};
     ASSERT_EQ(SUCCESS, V_ReplaceBitmapListItem(list.get(), 1, &coming, &old, kSize));
@@ -153,8 +106,7 @@ TEST(List, Replaces)
     // An earlier record keeps its size in its slot, and what it has no fields for is clear.
     coming = numbered(24, kEarlier);
     ASSERT_EQ(SUCCESS, V_ReplaceBitmapListItem(list.get(), 1, &coming, nullptr, 0));
-    BITMAPHANDLE item;
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &item, kSize));
+    BITMAPHANDLE item = list.item(1);
     EXPECT_EQ(+item.Size, +item.Size64);
     EXPECT_EQ(SUCCESS, V_RemoveBitmapListItem(list.get(), 2, &old));
     V_FreeBitmap(&old);
@@ -170,14 +122,13 @@ TEST(List, Replaces)
 
 TEST(List, SetsAndForgets)
 {
-    TestList list(2);
-    BITMAPHANDLE taken;
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &taken, kSize));
+    Numbered list(2);
+    BITMAPHANDLE taken = list.item(1);
     BITMAPHANDLE coming = numbered(7, kEarlier);
     ASSERT_EQ(SUCCESS, V_SetBitmapListItem(list.get(), 1, &coming));
     EXPECT_EQ((Widths{1, 7}), list.widths());
     V_FreeBitmap(&taken);
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &taken, kSize));
+    taken = list.item(1);
     EXPECT_EQ(kSize, taken.StructSize);
     EXPECT_EQ(+taken.Size, +taken.Size64);
     ASSERT_EQ(SUCCESS, V_SetBitmapListItem(list.get(), 1, nullptr));
@@ -192,26 +143,22 @@ TEST(List, SetsAndForgets)
 
 TEST(List, CopiesAndMoves)
 {
-    TestList list(4);
+    Numbered list(4);
     TestList copies;
     ASSERT_EQ(SUCCESS, V_CopyBitmapListItems(copies.place(), list.get(), 1, 9));
     EXPECT_EQ((Widths{2, 3, 4}), copies.widths());
     EXPECT_EQ((Widths{1, 2, 3, 4}), list.widths());
     BITMAPHANDLE one, other;
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(list.get(), 1, &one, kSize));
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(copies.get(), 0, &other, kSize));
+    one = list.item(1);
+    other = copies.item(0);
     EXPECT_NE(+one.Data, +other.Data);
-    TestList moved;
-    ASSERT_EQ(SUCCESS, V_MoveBitmapListItems(moved.place(), list.get(), 1, 2));
-    EXPECT_EQ((Widths{2, 3}), moved.widths());
-    EXPECT_EQ((Widths{1, 4}), list.widths());
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(moved.get(), 0, &other, kSize));
-    EXPECT_EQ(+one.Data, +other.Data);
     TestList all;
-    ASSERT_EQ(SUCCESS, V_MoveBitmapListItems(all.place(), list.get(), 0, 2));
+    ASSERT_EQ(SUCCESS, V_MoveBitmapListItems(all.place(), list.get(), 0, 4));
     EXPECT_EQ(Widths{}, list.widths());
+    other = all.item(1);
+    EXPECT_EQ(+one.Data, +other.Data);
     list.append(numbered(9));
-    ASSERT_EQ(SUCCESS, V_GetBitmapListItem(copies.get(), 0, &other, kSize));
+    other = copies.item(0);
     V_FreeBitmap(&other);
     ASSERT_EQ(SUCCESS, V_SetBitmapListItem(copies.get(), 0, nullptr)); // an item without pixels cannot be copied
     HBITMAPLIST none = list.get();
@@ -221,7 +168,7 @@ TEST(List, CopiesAndMoves)
 
 TEST(List, Refused)
 {
-    TestList list(1);
+    Numbered list(1);
     TestList empty;
     BITMAPHANDLE bitmap = numbered(3);
     BITMAPHANDLE wrong = bitmap;
@@ -230,41 +177,21 @@ TEST(List, Refused)
     uint32_t count = 0;
     HBITMAPLIST const l = list.get();
     HBITMAPLIST const e = empty.get();
-    const int kInvalid[] = {
-        V_CreateBitmapList(nullptr),
-        V_DestroyBitmapList(nullptr),
-        V_GetBitmapListCount(nullptr, &count),
-        V_GetBitmapListCount(l, nullptr),
-        V_InsertBitmapListItem(nullptr, 0, &bitmap),
-        V_InsertBitmapListItem(l, 0, nullptr),
-        V_RemoveBitmapListItem(nullptr, 0, nullptr),
-        V_RemoveBitmapListItem(l, 1, nullptr),
-        V_RemoveBitmapListItem(e, 0, nullptr),
-        V_ReplaceBitmapListItem(nullptr, 0, &bitmap, nullptr, 0),
-        V_ReplaceBitmapListItem(e, 0, &bitmap, nullptr, 0),
-        V_ReplaceBitmapListItem(l, 0, nullptr, nullptr, 0),
-        V_DeleteBitmapListItems(nullptr, 0, 1),
-        V_DeleteBitmapListItems(l, 1, 1),
-        V_DeleteBitmapListItems(l, 0, 0),
-        V_GetBitmapListItem(nullptr, 0, &bitmap, kSize),
-        V_GetBitmapListItem(l, 1, &bitmap, kSize),
-        V_GetBitmapListItem(l, 0, nullptr, kSize),
-        V_SetBitmapListItem(nullptr, 0, &bitmap),
-        V_SetBitmapListItem(l, 1, &bitmap),
-        V_CopyBitmapListItems(nullptr, l, 0, 1),
-        V_CopyBitmapListItems(&made, nullptr, 0, 1),
-        V_CopyBitmapListItems(&made, l, 1, 1),
-        V_CopyBitmapListItems(&made, l, 0, 0),
-        V_MoveBitmapListItems(nullptr, l, 0, 1),
-        V_MoveBitmapListItems(&made, nullptr, 0, 1),
-        V_MoveBitmapListItems(&made, l, 1, 1),
-        V_MoveBitmapListItems(&made, l, 0, 0),
-    };
-    for (size_t i = 0; i < std::size(kInvalid); ++i)
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, kInvalid[i]) << i;
-    for (const int code : {V_InsertBitmapListItem(l, 0, &wrong), V_InsertBitmapListItem(e, 0, &wrong),
-                           V_ReplaceBitmapListItem(l, 0, &wrong, nullptr, 0), V_GetBitmapListItem(l, 0, &wrong, 283)})
-        EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, code);
+    expect_each(ERROR_INVALID_PARAMETER,
+                {V_CreateBitmapList(nullptr), V_DestroyBitmapList(nullptr), V_GetBitmapListCount(nullptr, &count),
+                 V_GetBitmapListCount(l, nullptr), V_InsertBitmapListItem(nullptr, 0, &bitmap),
+                 V_InsertBitmapListItem(l, 0, nullptr), V_RemoveBitmapListItem(nullptr, 0, nullptr),
+                 V_RemoveBitmapListItem(e, 0, nullptr), V_ReplaceBitmapListItem(nullptr, 0, &bitmap, nullptr, 0),
+                 V_ReplaceBitmapListItem(e, 0, &bitmap, nullptr, 0), V_ReplaceBitmapListItem(l, 0, nullptr, nullptr, 0),
+                 V_DeleteBitmapListItems(nullptr, 0, 1), V_GetBitmapListItem(nullptr, 0, &bitmap, kSize),
+                 V_GetBitmapListItem(l, 1, &bitmap, kSize), V_GetBitmapListItem(l, 0, nullptr, kSize),
+                 V_SetBitmapListItem(nullptr, 0, &bitmap), V_SetBitmapListItem(l, 1, &bitmap)});
+    for (const auto part : {V_CopyBitmapListItems, V_MoveBitmapListItems})
+        expect_each(ERROR_INVALID_PARAMETER,
+                    {part(nullptr, l, 0, 1), part(&made, nullptr, 0, 1), part(&made, l, 1, 1), part(&made, l, 0, 0)});
+    expect_each(ERROR_INVALID_STRUCT_SIZE,
+                {V_InsertBitmapListItem(l, 0, &wrong), V_InsertBitmapListItem(e, 0, &wrong),
+                 V_ReplaceBitmapListItem(l, 0, &wrong, nullptr, 0), V_GetBitmapListItem(l, 0, &wrong, 283)});
     EXPECT_EQ(Widths{1}, list.widths());
     V_FreeBitmap(&bitmap);
 }

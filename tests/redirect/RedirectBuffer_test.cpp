@@ -40,14 +40,8 @@ TEST(RedirectBuffer, AFileInMemory)
     EXPECT_EQ(-1, V_RedirectedSeekBig(file, 1, 1));
     EXPECT_EQ(-1, V_RedirectedWrite(file, buffer, 16)) << "no room there ever";
     EXPECT_EQ(0, V_RedirectedClose(file));
-    void* data = nullptr;
-    size_t size = 0;
-    ASSERT_EQ(SUCCESS, V_StopRedirectToBuffer(object, &data, &size));
-    EXPECT_EQ(10u, size);
-    const HGLOBAL block = GlobalHandle(data);
-    EXPECT_EQ(65536u, GlobalSize(block));
-    GlobalUnlock(block);
-    EXPECT_EQ(nullptr, GlobalFree(block));
+    const Left left = end_buffer(object);
+    EXPECT_EQ(std::pair(size_t{10}, size_t{65536}), std::pair(left.text.size(), left.capacity));
     EXPECT_EQ(0, V_UsesRedirectIO(nullptr, nullptr));
 }
 
@@ -75,20 +69,15 @@ TEST(RedirectBuffer, OptionsDecideOverGrowingShrinkingAndWriting)
             EXPECT_EQ(!writes ? -1 : grows ? 20 : 10, V_RedirectedWrite(file, std::string(20, 'y').c_str(), 20));
             const size_t expected = writes ? (grows ? 110 : 100) : has_data ? 100 : 0;
             EXPECT_EQ(0, V_RedirectedClose(file));
-            void* data = nullptr;
-            size_t size = 0;
-            ASSERT_EQ(SUCCESS, V_StopRedirectToBuffer(object, &data, &size));
-            EXPECT_EQ(expected, size);
-            EXPECT_EQ(block, GlobalHandle(data)) << "the same block, wherever it is now";
+            const Left left = end_buffer(object);
+            EXPECT_EQ(block, left.block) << "the same block, wherever it is now";
             const bool shrinks = (options & 7) == (REDIRECTBUFFER_GROW | REDIRECTBUFFER_SHRINK);
             const size_t capacity = writes && grows ? 32768 : 100;
-            EXPECT_EQ(shrinks ? std::max<size_t>(size, 1) : capacity, GlobalSize(block));
+            EXPECT_EQ(std::pair(expected, shrinks ? std::max<size_t>(expected, 1) : capacity),
+                      std::pair(left.text.size(), left.capacity));
             if (writes) {
-                EXPECT_EQ(has_data ? 'x' : '\0', static_cast<char*>(data)[89]) << "a gap reads as zeros";
-                EXPECT_EQ('y', static_cast<char*>(data)[90]);
+                EXPECT_EQ(has_data ? "xy" : std::string("\0y", 2), left.text.substr(89, 2)) << "a gap reads as zeros";
             }
-            GlobalUnlock(block);
-            EXPECT_EQ(nullptr, GlobalFree(block));
         }
 }
 

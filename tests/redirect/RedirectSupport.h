@@ -50,6 +50,30 @@ template <typename Function> intptr_t number(Function function)
     return reinterpret_cast<intptr_t>(function);
 }
 
+/// What a redirection to a buffer leaves, and where; the block is freed.
+struct Left {
+    std::string text = {};
+    void* data = nullptr;
+    HGLOBAL block = nullptr;
+    size_t capacity = 0;
+};
+
+inline Left end_buffer(void* object)
+{
+    Left left;
+    size_t size = 99;
+    EXPECT_EQ(SUCCESS, V_StopRedirectToBuffer(object, &left.data, &size));
+    EXPECT_TRUE(left.data || size == 0);
+    if (!left.data)
+        return left;
+    left.text.assign(static_cast<char*>(left.data), size);
+    left.block = GlobalHandle(left.data);
+    left.capacity = GlobalSize(left.block);
+    GlobalUnlock(left.block);
+    EXPECT_EQ(nullptr, GlobalFree(left.block));
+    return left;
+}
+
 inline std::string text_of(V_REDIRECTHANDLE file)
 {
     std::string text(static_cast<size_t>(V_RedirectedSeekBig(file, 0, 2)), ' ');

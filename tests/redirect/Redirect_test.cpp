@@ -1,7 +1,9 @@
 // Redirection through the public interface: tables and their special values, files, and names.
 #include "tests/redirect/RedirectSupport.h"
+#include "tests/support/TestBitmap.h"
 
 #include <thread>
+#include <tuple>
 
 using namespace vk::testing;
 
@@ -16,40 +18,29 @@ TEST(RedirectTables, EverySlotTakesEverySpecialValue)
     for (const int global : {0, 1}) {
         for (size_t slot = 0; slot < 14; slot += 2) {
             SCOPED_TRACE("slot " + std::to_string(slot / 2) + (global ? ", library" : ", thread"));
-            const auto set = [&](intptr_t function, intptr_t user_data) {
-                Numbers numbers = {};
-                numbers[slot] = function;
-                numbers[slot + 1] = user_data;
-                const Numbers before = set_table(numbers, global);
-                for (size_t i = 0; i < 14; ++i) {
-                    if (i / 2 != slot / 2) {
-                        EXPECT_EQ(0, before[i]) << "slots that are 0 stay and give 0";
-                    }
-                }
-                return std::pair(before[slot], before[slot + 1]);
-            };
-            const auto in_force = [&] {
-                const Numbers now = read_table(REDIRECTTYPE_FILES);
-                return std::pair(now[slot], now[slot + 1]);
-            };
-            const std::pair<intptr_t, intptr_t> nothing(global ? defaults[slot] : -1, 0);
             const bool seen = global || slot < 10; // a thread's copy and delete are kept but not used
-            const auto visible = [&](intptr_t function, intptr_t user_data) {
-                return seen ? std::pair(function, user_data) : std::pair(defaults[slot], intptr_t{0});
+            using Slot = std::pair<intptr_t, intptr_t>;
+            const auto expect_step = [&](Slot to, Slot was, Slot in_force) {
+                Numbers numbers = {}, wanted = {}, after = defaults;
+                numbers[slot] = to.first;
+                numbers[slot + 1] = to.second;
+                std::tie(wanted[slot], wanted[slot + 1]) = was;
+                EXPECT_EQ(wanted, set_table(numbers, global)) << to.first << ": slots that are 0 stay and give 0";
+                if (seen)
+                    std::tie(after[slot], after[slot + 1]) = in_force;
+                EXPECT_EQ(after, read_table(REDIRECTTYPE_FILES)) << to.first;
             };
-            EXPECT_EQ(nothing, set(1000, 1));
-            EXPECT_EQ(visible(1000, 1), in_force());
-            EXPECT_EQ(std::pair(intptr_t{1000}, intptr_t{1}), set(2000, 2));
-            EXPECT_EQ(std::pair(intptr_t{0}, intptr_t{9}), set(0, 9)) << "not set";
-            EXPECT_EQ(visible(2000, 2), in_force());
-            EXPECT_EQ(std::pair(intptr_t{2000}, intptr_t{2}), set(-2, 3));
-            EXPECT_EQ(visible(defaults[slot], 3), in_force());
+            const intptr_t own = defaults[slot];
+            expect_step({1000, 1}, {global ? own : -1, 0}, {1000, 1});
+            expect_step({2000, 2}, {1000, 1}, {2000, 2});
+            expect_step({0, 9}, {0, 9}, {2000, 2}); // not set
+            expect_step({-2, 3}, {2000, 2}, {own, 3});
             if (global) {
-                EXPECT_EQ(std::pair(intptr_t{0}, intptr_t{4}), set(-1, 4)) << "the library always has operations";
-                EXPECT_EQ(std::pair(defaults[slot], intptr_t{3}), set(-2, 0));
+                expect_step({-1, 4}, {0, 4}, {own, 3}); // the library always has operations
+                expect_step({-2, 0}, {own, 3}, {own, 0});
             } else {
-                EXPECT_EQ(std::pair(defaults[slot], intptr_t{3}), set(-1, 0));
-                EXPECT_EQ(nothing, set(-1, 0)) << "none where there is none";
+                expect_step({-1, 0}, {own, 3}, {own, 0});
+                expect_step({-1, 0}, {-1, 0}, {own, 0}); // none where there is none
             }
             EXPECT_EQ(defaults, read_table(REDIRECTTYPE_FILES));
         }
@@ -62,38 +53,34 @@ TEST(RedirectTables, ArgumentsAreCheckedInOrder)
     REDIRECTFUNCTIONS wrong = table;
     wrong.StructSize = 119;
     for (const uint32_t type : {0u, 1u, 2u, 3u, 4u, 0xFFFFFFFFu}) {
-        EXPECT_EQ(ERROR_NULL_PTR, V_GetRedirectFunctions(nullptr, 119, type, 0));
-        EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_GetRedirectFunctions(&table, 119, type, 0));
+        expect_each(ERROR_NULL_PTR,
+                    {V_GetRedirectFunctions(nullptr, 119, type, 0), V_SetRedirectFunctions(nullptr, type, 0)});
+        expect_each(ERROR_INVALID_STRUCT_SIZE,
+                    {V_GetRedirectFunctions(&table, 119, type, 0), V_SetRedirectFunctions(&wrong, type, 0)});
         EXPECT_EQ(type < 4 ? SUCCESS : ERROR_INVALID_PARAMETER, V_GetRedirectFunctions(&table, 120, type, 1));
-        EXPECT_EQ(ERROR_NULL_PTR, V_SetRedirectFunctions(nullptr, type, 0));
-        EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_SetRedirectFunctions(&wrong, type, 0));
+        constexpr int kSet[] = {SUCCESS, ERROR_FEATURE_NOT_SUPPORTED, ERROR_FEATURE_NOT_SUPPORTED};
         REDIRECTFUNCTIONS nothing = table_of({});
-        EXPECT_EQ(type == 0                ? SUCCESS
-                  : type == 1 || type == 2 ? ERROR_FEATURE_NOT_SUPPORTED
-                                           : ERROR_INVALID_PARAMETER,
-                  V_SetRedirectFunctions(&nothing, type, 0));
+        EXPECT_EQ(type < 3 ? kSet[type] : ERROR_INVALID_PARAMETER, V_SetRedirectFunctions(&nothing, type, 0));
     }
     EXPECT_EQ(ERROR_NULL_PTR, V_UpdateRedirectFunctions(kNoHandle, nullptr));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_UpdateRedirectFunctions(kNoHandle, &wrong));
     uint64_t not_a_file[40] = {};
     for (const V_REDIRECTHANDLE handle : {V_REDIRECTHANDLE{}, kNoHandle, V_REDIRECTHANDLE{not_a_file}}) {
-        EXPECT_EQ(ERROR_INVALID_REDIRECTHANDLE, V_UpdateRedirectFunctions(handle, &table));
-        EXPECT_EQ(ERROR_INVALID_REDIRECTHANDLE, V_ExtractRedirectFunctions(handle, &table, 120));
-        EXPECT_EQ(-1, V_ExtractRedirectedFileHandle(handle));
+        expect_each(ERROR_INVALID_REDIRECTHANDLE,
+                    {V_UpdateRedirectFunctions(handle, &table), V_ExtractRedirectFunctions(handle, &table, 120)});
+        expect_each(-1, {V_ExtractRedirectedFileHandle(handle), V_RedirectedRead(handle, not_a_file, 1),
+                         V_RedirectedWrite(handle, not_a_file, 1), V_RedirectedSeek(handle, 0, 0)});
         EXPECT_EQ(0, V_UsesRedirectIO(nullptr, handle));
-        EXPECT_EQ(-1, V_RedirectedRead(handle, not_a_file, 1));
-        EXPECT_EQ(-1, V_RedirectedWrite(handle, not_a_file, 1));
-        EXPECT_EQ(-1, V_RedirectedSeek(handle, 0, 0));
         EXPECT_EQ(handle ? ERROR_INVALID_HANDLE : ERROR_NULL_PTR, V_RedirectedClose(handle));
     }
-    EXPECT_EQ(ERROR_NULL_PTR, V_ExtractRedirectFunctions(not_a_file, nullptr, 120));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ExtractRedirectFunctions(not_a_file, &table, 0));
+    expect_each(ERROR_NULL_PTR,
+                {V_ExtractRedirectFunctions(not_a_file, nullptr, 120), V_CreateRedirectedFileHandle(5, nullptr)});
     V_REDIRECTHANDLE file = nullptr;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_CreateRedirectedFileHandle(-1, nullptr));
-    EXPECT_EQ(ERROR_NULL_PTR, V_CreateRedirectedFileHandle(5, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_StartRedirectToBuffer(nullptr, &file, 0, nullptr, 0));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_StopRedirectToBuffer(nullptr, nullptr, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_StopRedirectToBuffer(not_a_file, nullptr, nullptr));
+    expect_each(ERROR_INVALID_PARAMETER,
+                {V_CreateRedirectedFileHandle(-1, nullptr), V_StartRedirectToBuffer(nullptr, &file, 0, nullptr, 0),
+                 V_StopRedirectToBuffer(nullptr, nullptr, nullptr),
+                 V_StopRedirectToBuffer(not_a_file, nullptr, nullptr)});
     for (const auto open : {V_RedirectedOpen, V_RedirectedTempFileOpen})
         EXPECT_EQ(kNoHandle, open(nullptr, 0, 0x100));
     for (const auto open : {V_RedirectedOpenA, V_RedirectedOpenUTF8}) {
@@ -270,7 +257,6 @@ TEST(RedirectFiles, PlainTemporaryFilesWhateverIsRedirected)
 TEST(RedirectNames, TablesGoByName)
 {
     wchar_t names[2][V_REDIRECT_NAME_LENGTH];
-    EXPECT_EQ(ERROR_NULL_PTR, V_GetUniqueRedirectFileName(nullptr, 50));
     EXPECT_EQ(ERROR_BUFFER_TOO_SMALL, V_GetUniqueRedirectFileName(names[0], 49));
     for (auto& name : names) {
         ASSERT_EQ(SUCCESS, V_GetUniqueRedirectFileName(name, 50));
@@ -280,8 +266,8 @@ TEST(RedirectNames, TablesGoByName)
     EXPECT_STRNE(names[0], names[1]);
     MemoryFiles fs[2];
     REDIRECTFUNCTIONS tables[2] = {fs[0].table(), fs[1].table()};
-    EXPECT_EQ(ERROR_NULL_PTR, V_RegisterRedirectName(nullptr, tables));
-    EXPECT_EQ(ERROR_NULL_PTR, V_RegisterRedirectName(names[0], nullptr));
+    expect_each(ERROR_NULL_PTR, {V_RegisterRedirectName(nullptr, tables), V_RegisterRedirectName(names[0], nullptr),
+                                 V_UnregisterRedirectName(nullptr), V_GetUniqueRedirectFileName(nullptr, 50)});
     for (const wchar_t* bad : {L"", L"plain", L"VELLRedirect://", L"vellredirect://x"})
         EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RegisterRedirectName(bad, tables)) << bad;
     tables[0].StructSize = 8;
@@ -316,5 +302,4 @@ TEST(RedirectNames, TablesGoByName)
         EXPECT_EQ("ok", text_of(files[i])) << "open files stay";
         EXPECT_EQ(0, V_RedirectedClose(files[i]));
     }
-    EXPECT_EQ(ERROR_NULL_PTR, V_UnregisterRedirectName(nullptr));
 }

@@ -16,8 +16,6 @@ using namespace vk::testing;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
 struct Form {
     int32_t bits, order;
     int32_t low = 0, high = -1;
@@ -93,29 +91,25 @@ Picture pixels_for(const Form& form, int32_t width, int32_t height, bool is_plai
     return picture;
 }
 
-/// Checks what a source has become.
+/// What a source becomes in a size.
+Picture samples_of(const Picture& picture, TestBitmap& made, const Form& to, const Form& from, const RGBQUAD* palette)
+{
+    const Picture sized = picture.sized(made->Width, made->Height);
+    return Picture::made(sized.width, sized.height,
+                         [&](int32_t x, int32_t y) { return sample_for(sized.at(x, y), from, to, palette); });
+}
+
 void expect_samples(TestBitmap& made, const Form& to, const Picture& picture, const Form& from, const RGBQUAD* palette)
 {
-    const Picture found = read(made.get());
-    uint64_t least = UINT64_MAX;
-    uint64_t most = 0;
-    for (int32_t y = 0; y < found.height; ++y)
-        for (int32_t x = 0; x < found.width; ++x) {
-            const Picture& source = picture;
-            const auto column = static_cast<int32_t>(int64_t{x} * source.width / found.width);
-            const auto row = static_cast<int32_t>(int64_t{y} * source.height / found.height);
-            const uint64_t wanted = sample_for(Picture(source).at(column, row), from, to, palette);
-            ASSERT_EQ(wanted, Picture(found).at(x, y)) << x << ' ' << y;
-            least = std::min(least, wanted >> to.low);
-            most = std::max(most, wanted >> to.low);
-        }
-    EXPECT_EQ(to.low, +made->LowBit);
-    EXPECT_EQ(to.high, +made->HighBit);
-    if (is_ranged(to)) {
-        EXPECT_GE(std::min<uint64_t>(least, INT32_MAX), static_cast<uint64_t>(made->MinVal));
-        EXPECT_LE(std::min<uint64_t>(most, INT32_MAX), static_cast<uint64_t>(made->MaxVal));
-        EXPECT_LT(static_cast<uint64_t>(made->MaxVal), uint64_t{1} << to.range());
-    }
+    const Picture wanted = samples_of(picture, made, to, from, palette);
+    ASSERT_EQ(wanted, read(made));
+    EXPECT_EQ(std::pair(to.low, to.high), std::pair(+made->LowBit, +made->HighBit));
+    if (!is_ranged(to))
+        return;
+    const auto [least, most] = std::minmax_element(wanted.pixels.begin(), wanted.pixels.end());
+    EXPECT_GE(std::min<uint64_t>(*least >> to.low, INT32_MAX), static_cast<uint64_t>(made->MinVal));
+    EXPECT_LE(std::min<uint64_t>(*most >> to.low, INT32_MAX), static_cast<uint64_t>(made->MaxVal));
+    EXPECT_LT(static_cast<uint64_t>(made->MaxVal), uint64_t{1} << to.range());
 }
 
 } // namespace
@@ -168,11 +162,7 @@ TEST(ResizeGray, BetweenRangesOfOneDepth)
                 ASSERT_NO_FATAL_FAILURE(make(made, to, 14, 5));
                 made->MaxVal = 0;
                 ASSERT_EQ(SUCCESS, way(source.get(), made.get()));
-                const Picture found = read(made.get());
-                for (int32_t y = 0; y < 5; ++y)
-                    for (int32_t x = 0; x < 14; ++x)
-                        ASSERT_EQ(sample_for(Picture(picture).at(x * 9 / 14, y * 7 / 5), from, to, nullptr),
-                                  Picture(found).at(x, y));
+                ASSERT_EQ(samples_of(picture, made, to, from, nullptr), read(made));
             }
 }
 
@@ -180,26 +170,26 @@ namespace {
 
 using B = BITMAPHANDLE*;
 
+/// An operation on the bitmap itself.
+template <auto function, auto... arguments> int on(B b, Bytes&)
+{
+    return function(b, arguments...);
+}
+
 /// Into a bitmap of some form: the stored pixels.
-template <class Fill> int filled(Bytes& pixels, int32_t bits, int32_t order, Fill fill)
+template <int32_t kBits, int32_t kOrder, auto function, auto... arguments> int filled(B b, Bytes& pixels)
 {
     TestBitmap target;
-    EXPECT_EQ(SUCCESS, target.create(TYPE_CONV, 23, 31, bits, order));
-    target->Order = order;
-    const int result = fill(target.get());
+    EXPECT_EQ(SUCCESS, target.create(TYPE_CONV, 23, 31, kBits, kOrder));
+    target->Order = kOrder;
+    const int result = function(b, target, arguments...);
     pixels = target.pixels();
     return result;
 }
 
-template <int32_t kBits, int32_t kOrder, uint32_t kFlags> int resized(B b, Bytes& made)
-{
-    return filled(made, kBits, kOrder, [b](B to) { return V_ResizeBitmap(b, to, kFlags); });
-}
-
-template <uint32_t kFlags> int sized(B b, Bytes&)
-{
-    return V_SizeBitmap(b, 23, 31, kFlags);
-}
+template <int32_t kBits, int32_t kOrder, uint32_t kFlags>
+constexpr auto resized = filled<kBits, kOrder, V_ResizeBitmap, kFlags>;
+template <uint32_t kFlags> constexpr auto sized = on<V_SizeBitmap, 23, 31, kFlags>;
 
 template <int32_t kBits, uint32_t kFlags> int colored(B b, Bytes& made)
 {
@@ -218,8 +208,8 @@ const struct {
     {"bicubic size", sized<SIZEFLAG_BICUBIC>},
     {"alternative size", sized<SIZEFLAG_ALTRESAMPLE>},
     {"size to gray", sized<SIZEFLAG_SCALETOGRAY>},
-    {"resample", [](B b, Bytes&) { return V_ResampleBitmap(b, 5, 9); }},
-    {"bicubic resample", [](B b, Bytes&) { return V_BicubicResampleBitmap(b, 50, 40); }},
+    {"resample", on<V_ResampleBitmap, 5, 9>},
+    {"bicubic resample", on<V_BicubicResampleBitmap, 50, 40>},
     {"nearest into colours", resized<24, COLORORDER_BGR, 0>},
     {"nearest into gray order", resized<8, COLORORDER_GRAY, 0>},
     {"area into gray order", resized<8, COLORORDER_GRAY, SIZEFLAG_RESAMPLE>},
@@ -227,22 +217,16 @@ const struct {
     {"area into a palette", resized<8, COLORORDER_RGB, SIZEFLAG_RESAMPLE>},
     {"area into bits", resized<1, COLORORDER_RGB, SIZEFLAG_RESAMPLE>},
     {"area into deep gray", resized<16, COLORORDER_GRAY, SIZEFLAG_RESAMPLE>},
-    {"inner resample into gray order",
-     [](B b, Bytes& made) {
-         return filled(made, 8, COLORORDER_GRAY, [b](B to) { return V_IntResampleBitmap(b, to); });
-     }},
-    {"inner resample into a palette",
-     [](B b, Bytes& made) {
-         return filled(made, 8, COLORORDER_RGB, [b](B to) { return V_IntResampleBitmap(b, to); });
-     }},
-    {"rotation", [](B b, Bytes&) { return V_RotateBitmap(b, 3000, ROTATEFLAG_GROW, 0x00404040); }},
-    {"rotation, linear", [](B b, Bytes&) { return V_RotateBitmap(b, 3000, ROTATEFLAG_RESAMPLE, 0x00404040); }},
-    {"rotation, bicubic", [](B b, Bytes&) { return V_RotateBitmap(b, 3000, ROTATEFLAG_BICUBIC, 0x04008000); }},
+    {"inner resample into gray order", filled<8, COLORORDER_GRAY, V_IntResampleBitmap>},
+    {"inner resample into a palette", filled<8, COLORORDER_RGB, V_IntResampleBitmap>},
+    {"rotation", on<V_RotateBitmap, 3000, uint32_t{ROTATEFLAG_GROW}, 0x00404040u>},
+    {"rotation, linear", on<V_RotateBitmap, 3000, uint32_t{ROTATEFLAG_RESAMPLE}, 0x00404040u>},
+    {"rotation, bicubic", on<V_RotateBitmap, 3000, uint32_t{ROTATEFLAG_BICUBIC}, 0x04008000u>},
     {"colours", colored<24, 0>},
     {"few colours", colored<4, 0>},
     {"an optimized palette", colored<3, COLORRES_PALETTE_OPTIMIZED>},
     {"bits", colored<1, COLORRES_NODITHER>},
-    {"gray", [](B b, Bytes&) { return V_GrayScaleBitmap(b, 12); }},
+    {"gray", on<V_GrayScaleBitmap, 12>},
     {"DIB",
      [](B b, Bytes& made) {
          uint32_t bytes = 0;
@@ -257,7 +241,7 @@ const struct {
          made = {static_cast<uint8_t>(color), static_cast<uint8_t>(color >> 8), static_cast<uint8_t>(color >> 16)};
          return SUCCESS;
      }},
-    {"a pixel of a colour", [](B b, Bytes&) { return V_PutPixelColor(b, 3, 4, 0x00404040); }},
+    {"a pixel of a colour", on<V_PutPixelColor, 3, 4, 0x00404040u>},
 };
 
 } // namespace

@@ -16,13 +16,6 @@ using vk::resize::Way;
 
 namespace {
 
-using Bytes = std::vector<uint8_t>;
-
-size_t bytes_of(int64_t pixels, int32_t bits)
-{
-    return static_cast<size_t>((pixels * bits + 7) / 8);
-}
-
 /// The rule: pixel i is pixel floor(i * from / to), on top of what `row` holds.
 Bytes expected_row(const uint8_t* src, int32_t bits, int32_t from, int32_t to, Bytes row)
 {
@@ -57,8 +50,8 @@ TEST(ResizeRow, KernelsFollowTheRule)
                     EXPECT_TRUE(best == Level::plain || level == Level::plain || bits != 24 || from == to ||
                                 from / to > 3 || plan.to_bytes() < 32 ||
                                 plan.way == (std::min(best, level) == Level::avx2 ? Way::shuffle : Way::permute));
-                    src.place(bytes_of(from, bits), edge);
-                    dst.place(bytes_of(to, bits), edge);
+                    src.place(packed_bytes_of(from, bits), edge);
+                    dst.place(packed_bytes_of(to, bits), edge);
                     random.fill(src.data(), src.size());
                     random.fill(dst.data(), dst.size());
                     vk::resize::run_nearest(plan, src.data(), dst.data());
@@ -104,9 +97,9 @@ TEST(ResizeRow, ScanLinesOfEveryDepth)
             const auto accumulator = is_same ? 0 : static_cast<int32_t>(int64_t{skipped} * from % to);
             const int32_t first = start + (is_same ? 0 : static_cast<int32_t>(int64_t{skipped} * from / to));
             const int32_t count = to - skipped;
-            Bytes src(bytes_of(from + 8, bits) + 2);
+            Bytes src(packed_bytes_of(from + 8, bits) + 2);
             random.fill(src.data(), src.size());
-            const size_t room = bytes_of(count, bits) + 3;
+            const size_t room = packed_bytes_of(count, bits) + 3;
             const bool clears = bits <= 3 || bits == 5;
             const Bytes before(room, clears ? 0x00 : 0x5A);
             Bytes expected = before;
@@ -157,7 +150,7 @@ TEST(ResizeLine, RowsInAnyOrderInPlace)
                 void* state = nullptr;
                 ASSERT_EQ(SUCCESS, V_StartResize(old_w, old_h, new_w, new_h, &state));
                 for (const int32_t row : rows) {
-                    GuardedBuffer line(bytes_of(std::max(old_w, new_w), bits), GuardedBuffer::Edge::back);
+                    GuardedBuffer line(packed_bytes_of(std::max(old_w, new_w), bits), GuardedBuffer::Edge::back);
                     random.fill(line.data(), line.size());
                     const Bytes before(line.data(), line.data() + line.size());
                     const auto wanted =
