@@ -32,14 +32,9 @@ public:
     AtLevel& operator=(const AtLevel&) = delete;
 };
 
-size_t bytes_of(int32_t width, int32_t bits)
+Bytes packed(Picture row, int32_t bits)
 {
-    return (static_cast<size_t>(width) * static_cast<size_t>(bits) + 7) / 8;
-}
-
-std::vector<uint8_t> packed(Picture row, int32_t bits)
-{
-    std::vector<uint8_t> bytes(bytes_of(row.width, bits));
+    Bytes bytes(packed_bytes_of(row.width, bits));
     for (int32_t x = 0; x < row.width; ++x)
         set_pixel(bytes.data(), bits, x, row.at(x, 0));
     return bytes;
@@ -48,8 +43,8 @@ std::vector<uint8_t> packed(Picture row, int32_t bits)
 void expect_mirrored(GuardedBuffer& from, GuardedBuffer& to, int32_t width, int32_t bits)
 {
     const Picture row = Picture::noise(width, 1, bits, static_cast<uint64_t>(width * 64 + bits));
-    std::vector<uint8_t> bytes = packed(row, bits);
-    const std::vector<uint8_t> wanted = packed(row.mirrored(), bits);
+    Bytes bytes = packed(row, bits);
+    const Bytes wanted = packed(row.mirrored(), bits);
     if (!bytes.empty() && width * bits % 8 != 0 && vk::packing_of(bits) == vk::Packing::high_first)
         bytes.back() = static_cast<uint8_t>(bytes.back() | 1); // padding is nobody's business
     for (const Edge edge : {Edge::front, Edge::back}) {
@@ -68,8 +63,8 @@ void expect_mirrored(GuardedBuffer& from, GuardedBuffer& to, int32_t width, int3
 void expect_transposed(int32_t columns, int32_t rows, int32_t bits, bool back, bool stream)
 {
     Picture picture = Picture::noise(columns, rows, bits, static_cast<uint64_t>(columns * 1000 + rows));
-    const size_t from_stride = bytes_of(columns, bits);
-    const size_t to_stride = stream ? (bytes_of(rows, bits) + 63) / 64 * 64 : bytes_of(rows, bits);
+    const size_t from_stride = packed_bytes_of(columns, bits);
+    const size_t to_stride = stream ? (packed_bytes_of(rows, bits) + 63) / 64 * 64 : packed_bytes_of(rows, bits);
     GuardedBuffer from(from_stride * static_cast<size_t>(rows), back ? Edge::back : Edge::front);
     GuardedBuffer to(to_stride * static_cast<size_t>(columns), stream || !back ? Edge::front : Edge::back);
     std::fill_n(from.data(), from.size(), uint8_t{0});
@@ -108,9 +103,7 @@ TEST(TurnKernels, RowsMirrored)
     for (const Level level : kLevels) {
         const AtLevel at(level);
         for (const int32_t bits : kDepths) {
-            for (int32_t width = 0; width <= 140; ++width)
-                ASSERT_NO_FATAL_FAILURE(expect_mirrored(from, to, width, bits));
-            for (const int32_t width : {511, 512, 1023, 1024, 1025, 1031})
+            for (int32_t width = 0; width <= 1031; width += width == 140 ? 371 : width == 512 ? 511 : 1)
                 ASSERT_NO_FATAL_FAILURE(expect_mirrored(from, to, width, bits));
         }
         for (const int32_t bits : {1, 7, 12}) // too long for a copy on the stack
@@ -121,12 +114,12 @@ TEST(TurnKernels, RowsMirrored)
 TEST(TurnKernels, MirrorLineArguments)
 {
     EXPECT_EQ(ERROR_INVALID_PARAMETER, V_MirrorLine(nullptr, 3, 8));
-    std::vector<uint8_t> row = {0x80, 0xFF};
+    Bytes row = {0x80, 0xFF};
     EXPECT_EQ(SUCCESS, V_MirrorLine(row.data(), 3, 1));
-    EXPECT_EQ((std::vector<uint8_t>{0x20, 0xFF}), row) << "padding ends clear, the next byte is not the row's";
+    EXPECT_EQ((Bytes{0x20, 0xFF}), row) << "padding ends clear, the next byte is not the row's";
     for (const int32_t bits : {0, -1, 9, 10, 11, 13, 20, 40, 63, 65, INT32_MAX, INT32_MIN}) {
         EXPECT_EQ(SUCCESS, V_MirrorLine(row.data(), 2, bits));
-        EXPECT_EQ((std::vector<uint8_t>{0x20, 0xFF}), row) << bits;
+        EXPECT_EQ((Bytes{0x20, 0xFF}), row) << bits;
     }
 }
 

@@ -8,16 +8,6 @@
 
 using namespace vk::testing;
 
-namespace {
-
-int never(int, void* user_data)
-{
-    ++*static_cast<int*>(user_data);
-    return SUCCESS;
-}
-
-} // namespace
-
 TEST(View, ParametersTurnOnePerspectiveIntoAnother)
 {
     const Picture stored = Picture::noise(5, 3, 16, 1);
@@ -34,47 +24,43 @@ TEST(View, ParametersTurnOnePerspectiveIntoAnother)
         }
     int32_t flip = 7;
     int32_t angle = 7;
-    const std::pair<int32_t, int32_t> mirrors[] = {{1, 2}, {2, 1}};
-    for (const auto& [from, to] : mirrors) {
-        EXPECT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, to, &flip, &angle));
-        EXPECT_EQ(1, flip);
-        EXPECT_EQ(180, angle);
+    for (const int32_t from : {1, 2}) {
+        EXPECT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, 3 - from, &flip, &angle));
+        EXPECT_EQ((std::pair{1, 180}), (std::pair{flip, angle}));
     }
-    for (const int32_t wrong : {0, 9, -1, INT32_MAX, INT32_MIN}) {
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(wrong, 1, &flip, &angle));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(1, wrong, &flip, &angle));
-    }
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(1, 1, nullptr, &angle));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_GetChangeViewPerspectiveParams(1, 1, &flip, nullptr));
+    for (const int32_t wrong : {0, 9, -1, INT32_MAX, INT32_MIN})
+        expect_each(ERROR_INVALID_PARAMETER, {V_GetChangeViewPerspectiveParams(wrong, 1, &flip, &angle),
+                                              V_GetChangeViewPerspectiveParams(1, wrong, &flip, &angle),
+                                              V_GetChangeViewPerspectiveParams(1, 1, nullptr, &angle),
+                                              V_GetChangeViewPerspectiveParams(1, 1, &flip, nullptr)});
 }
 
 TEST(View, RelabellingFlipsAndReversesWhatIsShown)
 {
     const Picture stored = Picture::noise(5, 3, 16, 1);
-    int (*const kFlips[])(BITMAPHANDLE*) = {V_FlipBitmapViewPerspective, V_IntFlipBitmapViewPerspective};
-    int (*const kReverses[])(BITMAPHANDLE*) = {V_ReverseBitmapViewPerspective, V_IntReverseBitmapViewPerspective};
+    const struct {
+        int (*run)(BITMAPHANDLE*);
+        Picture (Picture::*make)() const;
+    } kRelabellings[] = {{V_FlipBitmapViewPerspective, &Picture::flipped},
+                         {V_IntFlipBitmapViewPerspective, &Picture::flipped},
+                         {V_ReverseBitmapViewPerspective, &Picture::mirrored},
+                         {V_IntReverseBitmapViewPerspective, &Picture::mirrored}};
     TestBitmap bitmap; // needs no storage
-    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 5, 3, 16));
-    for (const int form : {0, 1}) {
+    ASSERT_EQ(SUCCESS, bitmap.init(5, 3, 16));
+    for (const auto& [run, make] : kRelabellings) {
         for (int32_t perspective = 1; perspective <= 8; ++perspective) {
             bitmap->ViewPerspective = perspective;
-            EXPECT_EQ(SUCCESS, kFlips[form](bitmap));
-            EXPECT_EQ(stored.shown(perspective).flipped(), stored.shown(bitmap->ViewPerspective)) << perspective;
-            EXPECT_EQ(SUCCESS, kFlips[form](bitmap));
-            EXPECT_EQ(perspective, +bitmap->ViewPerspective);
-            EXPECT_EQ(SUCCESS, kReverses[form](bitmap));
-            EXPECT_EQ(stored.shown(perspective).mirrored(), stored.shown(bitmap->ViewPerspective)) << perspective;
-            EXPECT_EQ(SUCCESS, kReverses[form](bitmap));
+            EXPECT_EQ(SUCCESS, run(bitmap));
+            EXPECT_EQ((stored.shown(perspective).*make)(), stored.shown(bitmap->ViewPerspective)) << perspective;
+            EXPECT_EQ(SUCCESS, run(bitmap));
             EXPECT_EQ(perspective, +bitmap->ViewPerspective);
         }
         for (const int32_t other : {0, 9, -4, INT32_MIN, INT32_MAX}) {
             bitmap->ViewPerspective = other;
-            EXPECT_EQ(SUCCESS, kFlips[form](bitmap));
-            EXPECT_EQ(SUCCESS, kReverses[form](bitmap));
+            EXPECT_EQ(SUCCESS, run(bitmap));
             EXPECT_EQ(other, +bitmap->ViewPerspective);
         }
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, kFlips[form](nullptr));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, kReverses[form](nullptr));
+        EXPECT_EQ(ERROR_INVALID_PARAMETER, run(nullptr));
     }
 }
 
@@ -83,7 +69,7 @@ TEST(View, RearrangedInPlaceAndAsACopy)
     for (const Kind kind : {Kind::conv, Kind::disk, Kind::tiled_mixed, Kind::compressed, Kind::global})
         for (int32_t from = 1; from <= 8; ++from)
             for (int32_t to = 1; to <= 8; ++to) {
-                SCOPED_TRACE(std::string(name_of(kind)) + ": " + std::to_string(from) + " to " + std::to_string(to));
+                SCOPED_TRACE(say(name_of(kind), from, "to", to));
                 const int32_t bits =
                     kind == Kind::compressed ? 1 : kDepths[static_cast<size_t>(from * 8 + to) % kDepths.size()];
                 const Picture stored = Picture::noise(21, 13, bits, 4);
@@ -92,23 +78,23 @@ TEST(View, RearrangedInPlaceAndAsACopy)
                 ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, kind, stored, bits, from));
                 bitmap->XResolution = 72;
                 bitmap->YResolution = 96;
-                const std::vector<uint8_t> record = bitmap.image();
+                const Bytes record = bitmap.image();
                 TestBitmap copy(size);
                 ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy, bitmap, size, to));
                 EXPECT_EQ(record, bitmap.image());
                 EXPECT_EQ(stored, read(bitmap));
-                int calls = 0;
-                V_SetStatusCallback(never, &calls, nullptr, nullptr);
-                ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, to));
-                void* data = nullptr;
-                V_STATUSCALLBACK callback = nullptr;
-                V_SetStatusCallback(nullptr, nullptr, &callback, &data);
-                EXPECT_EQ(0, calls) << "nothing is reported";
-                EXPECT_EQ(&never, callback);
-                EXPECT_EQ(static_cast<void*>(&calls), data);
+                {
+                    Watch watch;
+                    ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, to));
+                    V_STATUSCALLBACK callback = nullptr;
+                    void* data = nullptr;
+                    V_GetStatusCallback(&callback, &data);
+                    EXPECT_TRUE(watch.told.empty()) << "nothing is reported";
+                    EXPECT_TRUE(callback == Watch::tell && data == &watch);
+                }
                 for (TestBitmap* changed : {&bitmap, &copy}) {
                     EXPECT_EQ(to, +(*changed)->ViewPerspective);
-                    EXPECT_EQ(stored.shown(from), read(*changed).shown(to));
+                    EXPECT_EQ(stored.shown(from), read_shown(*changed));
                     EXPECT_EQ((from > 4) == (to > 4) ? 72 : 96, +(*changed)->XResolution);
                     EXPECT_EQ(kind == Kind::compressed, V_BitmapIsCompressed(*changed) != 0);
                 }
@@ -154,100 +140,82 @@ TEST(View, WhatACopyGets)
 
 TEST(View, CopyCallbacksSeeTheCopy)
 {
-    static int begun;
-    static int ended;
-    begun = ended = 0;
-    BITMAPDATACALLBACKS calls{};
-    calls.StructSize = sizeof calls;
-    calls.BeginCopyBitmapDataCallback = [](BITMAPHANDLE*, BITMAPHANDLE*, void*) { return ++begun, SUCCESS; };
-    calls.EndCopyBitmapDataCallback = [](BITMAPHANDLE*, BITMAPHANDLE*, void*) { return ++ended, SUCCESS; };
+    int seen[2] = {};
+    BITMAPDATACALLBACKS calls = callbacks_for(&seen);
+    calls.BeginCopyBitmapDataCallback = [](BITMAPHANDLE*, BITMAPHANDLE*, void* data) {
+        return ++static_cast<int*>(data)[0], SUCCESS;
+    };
+    calls.EndCopyBitmapDataCallback = [](BITMAPHANDLE*, BITMAPHANDLE*, void* data) {
+        return ++static_cast<int*>(data)[1], SUCCESS;
+    };
     TestBitmap bitmap;
     const Picture stored = Picture::noise(9, 4, 8, 4);
     ASSERT_NO_FATAL_FAILURE(make_stored(bitmap, Kind::conv, stored, 8, 2));
     ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap, &calls));
     TestBitmap copy;
     ASSERT_EQ(SUCCESS, V_ChangeBitmapViewPerspective(copy, bitmap, BITMAPHANDLE_SIZE, 5));
-    EXPECT_EQ(1, begun);
-    EXPECT_EQ(1, ended);
-    EXPECT_EQ(stored.shown(2), read(copy).shown(5));
+    EXPECT_TRUE(seen[0] == 1 && seen[1] == 1);
+    EXPECT_EQ(stored.shown(2), read_shown(copy));
 }
-
-namespace {
-
-/// One round: the change of a bitmap from perspective 1 with its n-th call failing. Tells whether it met the fault, and
-/// notes a failure that left the bitmap flipped.
-bool fault_round(Kind kind, int32_t to, bool copied, uint64_t call, bool persistent, bool& half_done)
-{
-    const Picture stored = Picture::noise(30, 11, 8, 8);
-    const vk::fault::Live live = vk::fault::live();
-    bool fired = false;
-    {
-        TestBitmap bitmap;
-        TestBitmap copy;
-        make_stored(bitmap, kind, stored, 8);
-        const std::vector<uint8_t> record = bitmap.image();
-        vk::fault::arm(call, persistent);
-        const int result = V_ChangeBitmapViewPerspective(copied ? copy.get() : nullptr, bitmap, BITMAPHANDLE_SIZE, to);
-        fired = vk::fault::fired();
-        vk::fault::disarm();
-        if (result == SUCCESS) {
-            EXPECT_EQ(stored, read(copied ? copy : bitmap).shown(to));
-        } else {
-            EXPECT_TRUE(fired && result < 0) << result;
-            EXPECT_TRUE(!copied || copy.is_empty());
-            const bool flipped = read(bitmap) == stored.flipped();
-            EXPECT_TRUE(flipped || read(bitmap) == stored);
-            EXPECT_TRUE(flipped || record == bitmap.image());
-            EXPECT_EQ(TOP_LEFT, +bitmap->ViewPerspective);
-            EXPECT_TRUE(!flipped || !copied);
-            half_done |= flipped;
-        }
-    }
-    expect_same_live(live, vk::fault::live());
-    return fired;
-}
-
-} // namespace
 
 TEST(View, FaultsOfARearrangement)
 {
+    const Picture stored = Picture::noise(30, 11, 8, 8);
     for (const Kind kind : {Kind::conv, Kind::disk})
         for (const int32_t to : {2, 4, 5, 6}) {
             int32_t flip = 0;
             int32_t angle = 0;
             ASSERT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(1, to, &flip, &angle));
             bool half_done = false;
-            for (const bool copied : {false, true})
-                for (const bool persistent : {false, true})
-                    for (uint64_t call = 1; fault_round(kind, to, copied, call, persistent, half_done); ++call)
-                        ASSERT_FALSE(HasFailure()) << name_of(kind) << " to " << to << ", copy " << copied << ", call "
-                                                   << call << (persistent ? " and all behind" : "");
+            for (const bool copied : {false, true}) {
+                const auto change = [&](FaultRound& round) {
+                    SCOPED_TRACE(say(name_of(kind), "to", to, "copy", copied));
+                    TestBitmap bitmap;
+                    TestBitmap copy;
+                    BITMAPHANDLE* const made = copied ? copy.get() : nullptr;
+                    make_stored(bitmap, kind, stored, 8);
+                    const Bytes record = bitmap.image();
+                    const int result =
+                        round([&] { return V_ChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, to); });
+                    if (result == SUCCESS) {
+                        EXPECT_EQ(stored, read(copied ? copy : bitmap).shown(to));
+                        return;
+                    }
+                    const bool flipped = !copied && read(bitmap) == stored.flipped();
+                    EXPECT_TRUE(round.fired && result < 0) << result;
+                    EXPECT_TRUE(flipped || (read(bitmap) == stored && record == bitmap.image()));
+                    EXPECT_TRUE(!copied || copy.is_empty());
+                    EXPECT_EQ(TOP_LEFT, +bitmap->ViewPerspective);
+                    half_done |= flipped;
+                };
+                for_each_fault_in(change, FaultLoop::may_be_none);
+            }
             EXPECT_EQ(flip && angle, half_done) << to << ": flipped, but not turned";
         }
 }
 
 TEST(View, Arguments)
 {
-    TestBitmap described;
-    ASSERT_EQ(SUCCESS, V_InitBitmap(described, BITMAPHANDLE_SIZE, 5, 5, 8));
-    described->ViewPerspective = 1;
     TestBitmap made;
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made, nullptr, BITMAPHANDLE_SIZE, 2));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made, described, BITMAPHANDLE_SIZE, 2));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntChangeBitmapViewPerspective(nullptr, nullptr, 0, 2, 0));
-    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntChangeBitmapViewPerspective(nullptr, described, 0, 2, 0));
-    EXPECT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(nullptr, described, 0, 1, 0));
+    TestBitmap described;
+    ASSERT_EQ(SUCCESS, described.init(5, 5, 8));
+    described->ViewPerspective = 1;
     TestBitmap bitmap;
     ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, 5, 5, 8));
-    const std::vector<uint8_t> before = bitmap.image();
+    const Bytes before = bitmap.image();
+    expect_each(ERROR_INVALID_PARAMETER, {V_ChangeBitmapViewPerspective(made, nullptr, BITMAPHANDLE_SIZE, 2),
+                                          V_ChangeBitmapViewPerspective(made, described, BITMAPHANDLE_SIZE, 2),
+                                          V_IntChangeBitmapViewPerspective(nullptr, nullptr, 0, 2, 0),
+                                          V_IntChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, 2, 0x100)});
+    EXPECT_EQ(ERROR_INVALID_IMAGE, V_IntChangeBitmapViewPerspective(nullptr, described, 0, 2, 0));
+    EXPECT_EQ(SUCCESS, V_IntChangeBitmapViewPerspective(nullptr, described, 0, 1, 0));
     EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_ChangeBitmapViewPerspective(made, bitmap, 100, 2));
     for (const int32_t wrong : {0, 9, -1, INT32_MAX}) {
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, wrong));
         made->Width = 77;
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, wrong));
+        expect_each(ERROR_INVALID_PARAMETER, {V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, wrong),
+                                              V_ChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, wrong)});
         EXPECT_TRUE(made.is_empty());
     }
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_IntChangeBitmapViewPerspective(made, bitmap, BITMAPHANDLE_SIZE, 2, 0x100));
     EXPECT_EQ(before, bitmap.image());
 }
 
@@ -261,13 +229,13 @@ TEST(View, PointsAndRectanglesFollowThePixels)
         stored.pixels[i] = i + 1;
     for (int32_t from = 1; from <= 8; ++from)
         for (int32_t to = 1; to <= 8; ++to) {
-            SCOPED_TRACE(std::to_string(from) + " to " + std::to_string(to));
+            SCOPED_TRACE(say(from, "to", to));
             int32_t flip = 0;
             int32_t angle = 0;
             ASSERT_EQ(SUCCESS, V_GetChangeViewPerspectiveParams(from, to, &flip, &angle));
             Picture moved = (flip ? stored.flipped() : stored).turned_by(angle);
             TestBitmap bitmap;
-            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, width, height, 8));
+            ASSERT_EQ(SUCCESS, bitmap.init(width, height, 8));
             bitmap->ViewPerspective = from;
             for (int32_t y = 0; y < height; ++y)
                 for (int32_t x = 0; x < width; ++x) {
@@ -279,12 +247,10 @@ TEST(View, PointsAndRectanglesFollowThePixels)
                     RECT rect{x, y, x + 1, y + 1};
                     RECT changed = rect;
                     ASSERT_EQ(SUCCESS, V_RectFromBitmap(bitmap, to, &rect));
-                    EXPECT_EQ(px, rect.left);
-                    EXPECT_EQ(py, rect.top);
-                    EXPECT_EQ(px + 1, rect.right);
-                    EXPECT_EQ(py + 1, rect.bottom);
                     ASSERT_EQ(SUCCESS, V_ChangeRectViewPerspective(from, width, height, to, &changed));
-                    EXPECT_EQ(0, std::memcmp(&rect, &changed, sizeof rect));
+                    const RECT wanted{px, py, px + 1, py + 1};
+                    EXPECT_EQ(0, std::memcmp(&wanted, &rect, sizeof rect));
+                    EXPECT_EQ(0, std::memcmp(&wanted, &changed, sizeof rect));
                 }
         }
 }
@@ -294,7 +260,7 @@ TEST(View, TowardsABitmapCountsWithItsOwnSizes)
     for (int32_t own = 1; own <= 8; ++own)
         for (int32_t callers = 1; callers <= 8; ++callers) {
             TestBitmap bitmap;
-            ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 10, 20, 8));
+            ASSERT_EQ(SUCCESS, bitmap.init(10, 20, 8));
             bitmap->ViewPerspective = own;
             const bool exchanged = (own > 4) != (callers == 6 || callers == 8);
             RECT wanted{1, 2, 5, 9};
@@ -316,7 +282,7 @@ TEST(View, TowardsABitmapCountsWithItsOwnSizes)
 TEST(View, PointArguments)
 {
     TestBitmap bitmap;
-    ASSERT_EQ(SUCCESS, V_InitBitmap(bitmap, BITMAPHANDLE_SIZE, 10, 20, 8));
+    ASSERT_EQ(SUCCESS, bitmap.init(10, 20, 8));
     bitmap->ViewPerspective = 1;
     int32_t x = 0;
     int32_t y = 0;
@@ -327,23 +293,17 @@ TEST(View, PointArguments)
     EXPECT_EQ(15, rect.top);
     EXPECT_EQ(20, rect.bottom);
     EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap, 1, nullptr, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap, 2, nullptr, &y));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap, 1, nullptr, &y));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap, 1, &x, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap, 1, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap, 1, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeRectViewPerspective(1, 5, 5, 1, nullptr));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(nullptr, 1, &x, &y));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(nullptr, 1, &x, &y));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(nullptr, 1, &rect));
-    EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(nullptr, 1, &rect));
-    for (const int32_t wrong : {0, 9}) {
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointFromBitmap(bitmap, wrong, &x, &y));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_PointToBitmap(bitmap, wrong, &x, &y));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectFromBitmap(bitmap, wrong, &rect));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_RectToBitmap(bitmap, wrong, &rect));
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, V_ChangeRectViewPerspective(wrong, 5, 5, 1, &rect));
-    }
+    expect_each(ERROR_INVALID_PARAMETER,
+                {V_PointFromBitmap(bitmap, 2, nullptr, &y), V_PointToBitmap(bitmap, 1, nullptr, &y),
+                 V_PointToBitmap(bitmap, 1, &x, nullptr), V_RectToBitmap(bitmap, 1, nullptr),
+                 V_RectFromBitmap(bitmap, 1, nullptr), V_ChangeRectViewPerspective(1, 5, 5, 1, nullptr),
+                 V_PointFromBitmap(nullptr, 1, &x, &y), V_PointToBitmap(nullptr, 1, &x, &y),
+                 V_RectFromBitmap(nullptr, 1, &rect), V_RectToBitmap(nullptr, 1, &rect)});
+    for (const int32_t wrong : {0, 9})
+        expect_each(ERROR_INVALID_PARAMETER,
+                    {V_PointFromBitmap(bitmap, wrong, &x, &y), V_PointToBitmap(bitmap, wrong, &x, &y),
+                     V_RectFromBitmap(bitmap, wrong, &rect), V_RectToBitmap(bitmap, wrong, &rect),
+                     V_ChangeRectViewPerspective(wrong, 5, 5, 1, &rect)});
     x = y = INT32_MIN; // wraps, whatever it means
     EXPECT_EQ(SUCCESS, V_PointFromBitmap(bitmap, 3, &x, &y));
     EXPECT_EQ(INT32_MIN + 9, x);
