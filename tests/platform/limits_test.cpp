@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <fstream>
 #include <map>
@@ -32,12 +33,10 @@ MemoryStatus figures(const Files& files)
     return status;
 }
 
-void expect(const MemoryStatus& expected, const MemoryStatus& found, const char* what)
+auto all_of(const MemoryStatus& status)
 {
-    EXPECT_EQ(expected.total_physical, found.total_physical) << what;
-    EXPECT_EQ(expected.available_physical, found.available_physical) << what;
-    EXPECT_EQ(expected.total_page_file, found.total_page_file) << what;
-    EXPECT_EQ(expected.available_page_file, found.available_page_file) << what;
+    return std::array{status.total_physical, status.available_physical, status.total_page_file,
+                      status.available_page_file};
 }
 
 constexpr char kMounts[] = "proc/self/mountinfo";
@@ -97,7 +96,7 @@ TEST(Limits, AreTheLeastOfAllGroupsAbove)
          {100, 60, 500, 400}},
     };
     for (const auto& test : kCases)
-        expect(test.expected, figures(test.files), test.what);
+        EXPECT_EQ(all_of(test.expected), all_of(figures(test.files))) << test.what;
 }
 
 TEST(Limits, AddressSpaceHoldsMemoryAndSwap)
@@ -112,7 +111,7 @@ TEST(Limits, AddressSpaceHoldsMemoryAndSwap)
     for (const auto& test : kCases) {
         MemoryStatus status{1000, 600, 500, 400};
         posix::apply_space_limit(test.limit, test.used, status);
-        expect(test.expected, status, std::to_string(test.limit).c_str());
+        EXPECT_EQ(all_of(test.expected), all_of(status)) << test.limit;
     }
 }
 

@@ -1,16 +1,10 @@
 // Movable global memory. The same expectations hold for the system's own on Windows and for ours elsewhere, with the
 // fault layer in between, which moves a block at every last unlock.
 #include "tests/support/TestRandom.h"
-
-#include "Vktypes.h"
-#include "platform/fault/fault.h"
-
-#include <gtest/gtest.h>
+#include "tests/threading/ThreadingSupport.h"
 
 #include <algorithm>
 #include <cstring>
-#include <thread>
-#include <vector>
 
 namespace vk {
 namespace {
@@ -214,7 +208,7 @@ public:
         const size_t at = random_.below(blocks_.size());
         const uint64_t what = random_.below(8);
         if (blocks_.empty() || (what < 3 && blocks_.size() < most))
-            add();
+            resize(blocks_.emplace_back());
         else if (what < 5)
             remove(at);
         else if (what < 7)
@@ -227,25 +221,21 @@ public:
 
 private:
     struct Entry {
-        void* handle;
-        size_t bytes;
-        uint8_t value;
+        void* handle = nullptr;
+        size_t bytes = 0;
+        uint8_t value = 0;
     };
 
-    void fill(Entry& entry)
+    /// Makes or changes a block, and fills it.
+    void resize(Entry& entry)
     {
+        entry.bytes = 1 + random_.below(300);
         entry.value = static_cast<uint8_t>(random_.next());
+        entry.handle = entry.handle == nullptr
+                           ? platform::movable_alloc(random_.one_in(3) ? GMEM_FIXED : GMEM_MOVEABLE, entry.bytes)
+                           : platform::movable_realloc(entry.handle, entry.bytes, GMEM_MOVEABLE);
         std::memset(lock(entry.handle), entry.value, entry.bytes);
         platform::movable_unlock(entry.handle);
-    }
-
-    void add()
-    {
-        const uint32_t flags = random_.one_in(3) ? GMEM_FIXED : GMEM_MOVEABLE;
-        Entry entry{nullptr, 1 + random_.below(300), 0};
-        entry.handle = platform::movable_alloc(flags, entry.bytes);
-        fill(entry);
-        blocks_.push_back(entry);
     }
 
     void remove(size_t at)
@@ -254,13 +244,6 @@ private:
         good_ &= platform::movable_free(blocks_[at].handle) == nullptr;
         blocks_[at] = blocks_.back();
         blocks_.pop_back();
-    }
-
-    void resize(Entry& entry)
-    {
-        entry.bytes = 1 + random_.below(300);
-        entry.handle = platform::movable_realloc(entry.handle, entry.bytes, GMEM_MOVEABLE);
-        fill(entry);
     }
 
     void check(const Entry& entry)
@@ -276,34 +259,16 @@ private:
     bool good_ = true;
 };
 
-TEST(Movable, RandomUseMatchesAModel)
+TEST(MovableThreads, RandomUseMatchesAModel)
 {
     const fault::Live before = fault::live();
-    {
-        Model model(101);
-        for (int i = 0; i < 20000 && model.good(); ++i)
-            model.step(400);
+    testing::on_threads(4, [](int thread) { // whose blocks do not mix
+        Model model(101 + static_cast<uint64_t>(thread));
+        for (int i = 0; i < 5000 && model.good(); ++i)
+            model.step(thread == 0 ? 400 : 100);
         EXPECT_TRUE(model.good());
-    }
+    });
     EXPECT_EQ(before, fault::live());
-}
-
-TEST(MovableThreads, BlocksOfDifferentThreadsDoNotMix)
-{
-    std::vector<std::thread> threads;
-    bool good[4] = {};
-    for (size_t i = 0; i < 4; ++i) {
-        threads.emplace_back([i, &good] {
-            Model model(200 + i);
-            for (int step = 0; step < 3000 && model.good(); ++step)
-                model.step(100);
-            good[i] = model.good();
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    for (const bool result : good)
-        EXPECT_TRUE(result);
 }
 
 } // namespace

@@ -1,14 +1,9 @@
 // The stock of freed sections: what it keeps, when it gives way, and that old contents never show.
 #include "Vkkrnx.h"
-#include "platform/fault/fault.h"
-
-#include <gtest/gtest.h>
+#include "tests/threading/ThreadingSupport.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
-#include <thread>
-#include <vector>
 
 namespace vk {
 namespace {
@@ -105,36 +100,32 @@ TEST_F(Stock, StaysWithinItsBound)
     EXPECT_EQ(std::min<uint64_t>(memory.total_physical / 8, 256 * kMiB), V_GetMemoryStock());
 }
 
-TEST_F(Stock, IsGivenBackOnDemandAndWhenMemoryCannotBeHad)
+TEST_F(Stock, IsGivenBackOnDemandInTimeAndWhenMemoryCannotBeHad)
 {
-    keep(kMiB);
-    EXPECT_EQ(V_SUCCESS, V_TrimMemory());
-    EXPECT_EQ(0u, platform::stock_held());
-    EXPECT_EQ(V_SUCCESS, V_TrimMemory());
-    keep(kMiB);
-    Section none;
-    EXPECT_EQ(Status::no_memory, platform::section_create(size_t{1} << 60, Contents::zeroed, &none));
-    EXPECT_EQ(0u, platform::stock_held());
-    keep(kMiB);
-    EXPECT_EQ(nullptr, platform::heap_alloc(SIZE_MAX / 2));
-    EXPECT_EQ(0u, platform::stock_held());
-}
-
-TEST_F(Stock, IsGivenBackByTheNextCallAfterASecond)
-{
-    keep(kMiB);
-    platform::sleep_for(1300);
-    Section other = make(3 * kMiB);
-    EXPECT_EQ(0u, platform::stock_held());
-    platform::section_free(&other);
-}
-
-TEST_F(Stock, IsNotLive)
-{
+    void (*const kReasons[])() = {
+        [] { EXPECT_EQ(V_SUCCESS, V_TrimMemory()); },
+        [] {
+            Section none;
+            EXPECT_EQ(Status::no_memory, platform::section_create(size_t{1} << 60, Contents::zeroed, &none));
+        },
+        [] { EXPECT_EQ(nullptr, platform::heap_alloc(SIZE_MAX / 2)); },
+        [] { // the next call after a second
+            platform::sleep_for(1300);
+            Section other = make(3 * kMiB);
+            EXPECT_EQ(0u, platform::stock_held());
+            platform::section_free(&other);
+            V_TrimMemory();
+        },
+    };
     const fault::Live before = fault::live();
-    keep(kMiB);
-    EXPECT_NE(0u, platform::stock_held());
-    EXPECT_EQ(before, fault::live());
+    for (const auto& give_back : kReasons) {
+        keep(kMiB);
+        EXPECT_EQ(kMiB, platform::stock_held());
+        EXPECT_EQ(before, fault::live()) << "what is in stock is not live";
+        give_back();
+        EXPECT_EQ(0u, platform::stock_held());
+    }
+    EXPECT_EQ(V_SUCCESS, V_TrimMemory()) << "nothing left to give";
 }
 
 TEST_F(Stock, NewBitmapsAreClearToTheEndsOfTheirRows)
@@ -164,32 +155,19 @@ TEST_F(Stock, NewBitmapsAreClearToTheEndsOfTheirRows)
 
 TEST(StockThreads, NeverShareABlock)
 {
-    constexpr int kThreads = 8;
-    constexpr int kRounds = 300;
-    std::atomic<int> faults{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([t, &faults] {
-            for (int round = 0; round < kRounds; ++round) {
-                const size_t bytes = 65536 + size_t{4096} * static_cast<size_t>(round % 5);
-                const auto mark = static_cast<uint8_t>(t + 1);
-                Section section;
-                if (platform::section_create(bytes, Contents::zeroed, &section) != Status::ok || // no more to look at
-                    !holds(section.view, bytes, 0)) {
-                    ++faults;
-                    return;
-                }
-                std::memset(section.view, mark, bytes);
-                if (!holds(section.view, bytes, mark))
-                    ++faults;
-                platform::section_free(&section);
-                if (round % 100 == 99)
-                    V_TrimMemory();
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(0, faults);
+    testing::on_threads(8, [](int thread) {
+        for (int round = 0; round < 300; ++round) {
+            const size_t bytes = 65536 + size_t{4096} * static_cast<size_t>(round % 5);
+            Section section;
+            ASSERT_EQ(Status::ok, platform::section_create(bytes, Contents::zeroed, &section));
+            ASSERT_TRUE(holds(section.view, bytes, 0));
+            std::memset(section.view, thread + 1, bytes);
+            EXPECT_TRUE(holds(section.view, bytes, static_cast<uint8_t>(thread + 1)));
+            platform::section_free(&section);
+            if (round % 100 == 99)
+                V_TrimMemory();
+        }
+    });
 }
 
 } // namespace
