@@ -124,8 +124,16 @@ TEST(Memory, OpenFilesAreCountedAsHandles)
 TEST(Status, HasAResultCode)
 {
     constexpr int kFallback = -999;
-    constexpr std::pair<Status, int> kCodes[] = {
-        {Status::ok, 1}, {Status::no_memory, -1}, {Status::not_found, -10}, {Status::exists, -14}, {Status::denied, -14}, {Status::disk_full, -295}, {Status::bad_handle, -261}, {Status::bad_name, -8}, {Status::unsupported, -16}, {Status::failed, kFallback}};
+    constexpr std::pair<Status, int> kCodes[] = {{Status::ok, 1},
+                                                 {Status::no_memory, -1},
+                                                 {Status::not_found, -10},
+                                                 {Status::exists, -14},
+                                                 {Status::denied, -14},
+                                                 {Status::disk_full, -295},
+                                                 {Status::bad_handle, -261},
+                                                 {Status::bad_name, -8},
+                                                 {Status::unsupported, -16},
+                                                 {Status::failed, kFallback}};
     for (const auto& [status, code] : kCodes)
         EXPECT_EQ(code, to_result(status, kFallback)) << static_cast<int>(status);
 }

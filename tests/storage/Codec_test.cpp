@@ -5,7 +5,7 @@
 #include "kernel/storage/codec/Predict.h"
 #include "kernel/storage/codec/Prefix.h"
 #include "tests/support/GuardedBuffer.h"
-#include "tests/support/TestRandom.h"
+#include "tests/support/TestBitmap.h"
 
 #include <gtest/gtest.h>
 
@@ -16,7 +16,6 @@
 
 using namespace vk::codec;
 using namespace vk::testing;
-using Bytes = std::vector<uint8_t>;
 
 namespace {
 
@@ -27,35 +26,34 @@ constexpr Look kLooks[] = {Look::clear, Look::full, Look::noise, Look::smooth, L
 Bytes rows_of(const Shape& shape, Look look, TestRandom& random)
 {
     Bytes rows(shape.bytes());
-    const size_t used = (size_t{shape.width} * static_cast<uint32_t>(shape.bits) + 7) / 8;
+    const size_t used = packed_bytes_of(shape.width, shape.bits);
     uint8_t now = 0;
-    for (size_t y = 0; y < shape.rows; ++y)
-        for (size_t i = 0; i < shape.bytes_per_line; ++i) {
-            uint8_t& byte = rows[y * shape.bytes_per_line + i];
-            if (i >= used && look != Look::tails)
-                continue;
-            switch (look) {
-            case Look::clear:
-                break;
-            case Look::full:
-                byte = 0xFF;
-                break;
-            case Look::noise:
-            case Look::tails:
-                byte = static_cast<uint8_t>(i >= used || look == Look::noise ? random.next() : 0);
-                break;
-            case Look::smooth:
-                byte = static_cast<uint8_t>(y + i / 3 + random.below(3));
-                break;
-            case Look::runs:
-                now = random.one_in(9) ? static_cast<uint8_t>(random.next()) : now;
-                byte = random.one_in(3) && y != 0 ? rows[(y - 1) * shape.bytes_per_line + i] : now;
-                break;
-            case Look::lines:
-                byte = i % 40 == 7 ? 0x3C : y % 29 == 3 ? 0xFF : 0;
-                break;
-            }
+    const auto byte_at = [&](size_t y, size_t i, const uint8_t* above) -> uint64_t {
+        if (i >= used)
+            return look == Look::tails ? random.next() : 0;
+        switch (look) {
+        case Look::clear:
+        case Look::tails:
+            break;
+        case Look::full:
+            return 0xFF;
+        case Look::noise:
+            return random.next();
+        case Look::smooth:
+            return y + i / 3 + random.below(3);
+        case Look::runs:
+            now = random.one_in(9) ? static_cast<uint8_t>(random.next()) : now;
+            return random.one_in(3) && y != 0 ? *above : now;
+        case Look::lines:
+            return i % 40 == 7 ? 0x3C : y % 29 == 3 ? 0xFF : 0;
         }
+        return 0;
+    };
+    for (size_t at = 0; at < rows.size(); ++at) {
+        const size_t y = at / shape.bytes_per_line;
+        rows[at] = static_cast<uint8_t>(
+            byte_at(y, at % shape.bytes_per_line, y != 0 ? &rows[at - shape.bytes_per_line] : nullptr));
+    }
     return rows;
 }
 
@@ -105,8 +103,7 @@ TEST(Codec, EveryShapeComesBack)
             for (const uint32_t rows : {1u, 2u, 15u, 16u, 17u, 40u})
                 for (const Look look : kLooks) {
                     const Shape shape = shape_of(width, rows, bits, random.one_in(4) ? 8 : 0);
-                    SCOPED_TRACE(std::to_string(bits) + " bits, " + std::to_string(width) + " x " +
-                                 std::to_string(rows) + ", look " + std::to_string(static_cast<int>(look)));
+                    SCOPED_TRACE(say(bits, "bits,", width, rows, "look", static_cast<int>(look)));
                     const Bytes from = rows_of(shape, look, random);
                     const Bytes block = packed(shape, from);
                     if (block.empty()) {
@@ -275,16 +272,13 @@ TEST(Codec, PrefixCodesAreCompleteAndReadable)
 
 TEST(Codec, UsersAreCountedByKind)
 {
-    const uint32_t pages = users(1);
-    const uint32_t samples = users(8);
-    EXPECT_EQ(&kPageCodec, acquire(1));
-    EXPECT_EQ(&kSampleCodec, acquire(8));
-    EXPECT_EQ(&kSampleCodec, acquire(24));
-    EXPECT_EQ(nullptr, acquire(16));
-    EXPECT_EQ(pages + 1, users(1));
+    const auto counts = [] { return std::array{users(1), users(8)}; };
+    const auto [pages, samples] = counts();
+    EXPECT_EQ((std::array<const Codec*, 4>{&kPageCodec, &kSampleCodec, &kSampleCodec, nullptr}),
+              (std::array<const Codec*, 4>{acquire(1), acquire(8), acquire(24), acquire(16)}));
+    EXPECT_EQ((std::array{pages + 1, samples + 2}), counts());
     EXPECT_EQ(samples + 2, users(24));
     for (const int32_t bits : {1, 8, 24})
         release(bits);
-    EXPECT_EQ(pages, users(1));
-    EXPECT_EQ(samples, users(8));
+    EXPECT_EQ((std::array{pages, samples}), counts());
 }

@@ -14,15 +14,12 @@
 #include <algorithm>
 #include <cstring>
 #include <string>
-#include <tuple>
 #include <vector>
 
 namespace rl = vk::runlength;
 using namespace vk::testing;
 
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 /// What a bitmap should hold: rows of BytesPerLine bytes, whose padding run-length storage does not keep.
 struct Model {
@@ -176,7 +173,7 @@ TEST(CompressedStore, RandomOperationsOnEveryKindOfStorage)
     SCOPED_TRACE(random);
     for (const Kind kind : kKinds)
         for (const int32_t width : {1, 31, 77, 400, 3000}) {
-            SCOPED_TRACE(std::string(name_of(kind)) + ", width " + std::to_string(width));
+            SCOPED_TRACE(say(name_of(kind), "width", width));
             Model model(width, 11);
             model.keeps_padding = kind != Kind::compressed;
             TestBitmap bitmap(random.one_in(2) ? BITMAPHANDLE_SIZE : BITMAPHANDLE_SIZE_EARLIER);
@@ -340,25 +337,17 @@ TEST(CompressedStore, RowsOfTwoBandsAreWrittenTogetherOrNotAtAll)
 {
     TestRandom random(204);
     constexpr auto kRows = static_cast<int32_t>(vk::kBandRows);
-    TestBitmap bitmap;
-    bitmap.make(Kind::compressed, 64, kRows + 40, 1);
-    const auto bytes = static_cast<intptr_t>(80 * bitmap->BytesPerLine);
-    for (const bool persistent : {false, true}) {
-        bool fired = true;
-        for (uint64_t call = 1; fired; ++call) {
-            Bytes clear(static_cast<size_t>(bytes)), busy(clear.size()), seen(clear.size());
-            random.fill(busy.data(), busy.size());
-            ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, 3));
-            ASSERT_EQ(SUCCESS, V_ChangeBitmapHeight(bitmap, kRows + 40));
-            vk::fault::arm(call, persistent);
-            const intptr_t result = V_PutBitmapRow(bitmap, busy.data(), kRows - 40, busy.size());
-            fired = vk::fault::fired();
-            vk::fault::disarm();
-            EXPECT_TRUE(result == bytes || (fired && result == V_ERROR_NO_MEMORY)) << result;
-            ASSERT_EQ(bytes, V_GetBitmapRow(bitmap, seen.data(), kRows - 40, seen.size()));
-            ASSERT_TRUE(seen == (result == bytes ? busy : clear)) << "call " << call;
-        }
-    }
+    for_each_fault_in([&](FaultRound& round) {
+        TestBitmap bitmap;
+        bitmap.make(Kind::compressed, 64, kRows + 40, 1);
+        Bytes clear(size_t{80} * bitmap->BytesPerLine), busy(clear.size()), seen(clear.size());
+        random.fill(busy.data(), busy.size());
+        const auto bytes = static_cast<intptr_t>(busy.size());
+        const intptr_t result = round([&] { return V_PutBitmapRow(bitmap, busy.data(), kRows - 40, busy.size()); });
+        EXPECT_TRUE(result == bytes || (round.fired && result == V_ERROR_NO_MEMORY)) << result;
+        ASSERT_EQ(bytes, V_GetBitmapRow(bitmap, seen.data(), kRows - 40, seen.size()));
+        EXPECT_TRUE(seen == (result == bytes ? busy : clear));
+    });
 }
 
 TEST(CompressedStore, RefusesWhatItCannotDo)
@@ -369,12 +358,11 @@ TEST(CompressedStore, RefusesWhatItCannotDo)
     deep.make(Kind::conv, 10, 10, 8);
     uint8_t row[64] = {1, 0, 0, 0, 100, 0};
     const auto both = [&](BITMAPHANDLE* record, void* buffer, int32_t y, int32_t x, size_t bytes, intptr_t code) {
-        EXPECT_EQ(code, V_GetBitmapRowColCompressed(record, buffer, y, x, bytes));
-        EXPECT_EQ(code, V_PutBitmapRowColCompressed(record, buffer, y, x, bytes));
-        if (x == 0) {
-            EXPECT_EQ(code, V_GetBitmapRowCompressed(record, buffer, y, bytes));
-            EXPECT_EQ(code, V_PutBitmapRowCompressed(record, buffer, y, bytes));
-        }
+        expect_each(code, {V_GetBitmapRowColCompressed(record, buffer, y, x, bytes),
+                           V_PutBitmapRowColCompressed(record, buffer, y, x, bytes)});
+        if (x == 0)
+            expect_each(code, {V_GetBitmapRowCompressed(record, buffer, y, bytes),
+                               V_PutBitmapRowCompressed(record, buffer, y, bytes)});
     };
     both(nullptr, row, 0, 0, 64, V_ERROR_INVALID_PARAMETER);
     both(bitmap, nullptr, 0, 0, 64, V_ERROR_INVALID_PARAMETER);
@@ -399,21 +387,14 @@ TEST(CompressedStore, RefusesWhatItCannotDo)
     EXPECT_EQ(V_ERROR_INVALID_WIDTH_HEIGHT, vk::kCompressedStore.create(huge, {}));
     EXPECT_EQ(nullptr, huge.Handle);
 
-    for (const auto& [to, from, start, count] :
-         {std::tuple<void*, void*, int32_t, int32_t>{nullptr, row, 0, 1}, {row, nullptr, 0, 1}, {row, row, 0, -1}}) {
-        EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_CompressRow(to, from, start, count));
-        EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_ExpandRow(from, to, start, count));
-    }
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_ExpandRow(row, row + 32, -1, 1));
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_CompressRows(row + 32, row, 0, 8, -1, 1));
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_ExpandRows(row, row + 32, 0, 8, -1, 1));
-    for (void* const buffer : {static_cast<void*>(nullptr), static_cast<void*>(row)}) {
-        EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_MirrorCompressedBuffer(buffer, -1));
-        EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_FlipCompressedBuffer(buffer, -1));
-    }
+    expect_each(V_ERROR_INVALID_PARAMETER,
+                {V_CompressRow(nullptr, row, 0, 1), V_CompressRow(row, nullptr, 0, 1), V_CompressRow(row, row, 0, -1),
+                 V_ExpandRow(nullptr, row, 0, 1), V_ExpandRow(row, nullptr, 0, 1), V_ExpandRow(row, row, 0, -1),
+                 V_ExpandRow(row, row + 32, -1, 1), V_CompressRows(row + 32, row, 0, 8, -1, 1),
+                 V_ExpandRows(row, row + 32, 0, 8, -1, 1), V_MirrorCompressedBuffer(nullptr, -1),
+                 V_MirrorCompressedBuffer(row, -1), V_FlipCompressedBuffer(nullptr, -1),
+                 V_FlipCompressedBuffer(row, -1), V_TrimBitmapHeap(deep), V_GrowBitmapHeap(nullptr, 1)});
     EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_MirrorCompressedBuffer(row, 100000)) << "no room for the missing pixels";
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_TrimBitmapHeap(deep));
-    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_GrowBitmapHeap(nullptr, 1));
 }
 
 TEST(CompressedRows, SeveralRowsLieBackToBack)
@@ -461,9 +442,7 @@ TEST(CompressedRows, CallbacksSeeThePixels)
     int calls = 0;
     TestBitmap bitmap;
     bitmap.make(Kind::compressed, 50, 3, 1);
-    BITMAPDATACALLBACKS table = {};
-    table.StructSize = sizeof table;
-    table.UserData = &calls;
+    BITMAPDATACALLBACKS table = callbacks_for(&calls);
     table.GetBitmapRowColCallback = rows_of_ones;
     ASSERT_EQ(SUCCESS, V_SetBitmapDataCallbacks(bitmap, &table));
     uint8_t row[16] = {};

@@ -4,12 +4,10 @@
 #include "tests/support/FaultLoop.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/support/TestRandom.h"
-
-#include <thread>
+#include "tests/threading/ThreadingSupport.h"
 
 using namespace vk::testing;
 namespace fault = vk::fault;
-using Bytes = std::vector<uint8_t>;
 
 namespace {
 
@@ -106,7 +104,7 @@ TEST(SuperStore, RandomOperationsLikeAPlainArray)
     const uint32_t users = vk::codec::users(1) + vk::codec::users(8);
     for (const Size& size : kSizes)
         for (const uint32_t record : {BITMAPHANDLE_SIZE, BITMAPHANDLE_SIZE_EARLIER}) {
-            SCOPED_TRACE(std::to_string(size.bits) + " bits, width " + std::to_string(size.width));
+            SCOPED_TRACE(say(size.bits, "bits, width", size.width));
             TestBitmap bitmap(record);
             bitmap.make(Kind::super, size.width, size.height, size.bits);
             EXPECT_EQ(users + 1, vk::codec::users(1) + vk::codec::users(8));
@@ -133,11 +131,8 @@ TEST(SuperStore, TakesWhatItsPixelsNeed)
         TestBitmap bitmap;
         bitmap.make(Kind::super, bits == 1 ? 8000 : 1000, 600, bits);
         const uint64_t plain = bitmap.bytes();
-        uint32_t memory = 0;
-        int32_t tiles = 7;
-        ASSERT_EQ(SUCCESS, V_GetBitmapMemoryInfo(bitmap, &memory, nullptr, &tiles, nullptr, nullptr, nullptr));
-        EXPECT_EQ(TYPE_SUPERCOMPRESSED, memory);
-        EXPECT_EQ(0, tiles);
+        const MemoryFigures figures(bitmap);
+        EXPECT_TRUE(figures.memory == TYPE_SUPERCOMPRESSED && figures.tiles == 0);
         EXPECT_EQ(plain, bitmap.data_size());
         ASSERT_EQ(SUCCESS, V_UpdateBitmapSize(bitmap));
         EXPECT_GE(1000u, bitmap.data_size()) << "clear rows take nothing";
@@ -174,67 +169,46 @@ TEST(SuperStore, FailuresChangeNothing)
     constexpr int32_t kHeight = 40; // several bands, of which two are held unpacked
     struct Change {
         const char* name;
-        intptr_t (*run)(TestBitmap&, const Bytes&);
-        Bytes (*picture)(Bytes, const Bytes&, size_t line); ///< what it makes of the pixels
-    } const changes[] = {
-        {"a row", [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b, from.data(), 5, 7); },
-         [](Bytes all, const Bytes& from, size_t line) {
-             std::copy_n(from.begin(), 7, all.begin() + static_cast<std::ptrdiff_t>(5 * line));
-             return all;
-         }},
-        {"rows over many bands",
-         [](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b, from.data(), 1, from.size()); },
-         [](Bytes all, const Bytes& from, size_t line) {
-             std::copy(from.begin(), from.end(), all.begin() + static_cast<std::ptrdiff_t>(line));
-             return all;
-         }},
-        {"shrinking", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b, 17); },
-         [](Bytes all, const Bytes&, size_t line) {
-             all.resize(17 * line);
-             return all;
-         }},
-        {"growing", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapHeight(b, 60); },
-         [](Bytes all, const Bytes&, size_t line) {
-             all.resize(60 * line);
-             return all;
-         }},
+        std::function<intptr_t(TestBitmap&, const Bytes&)> run;
+        size_t first = 0, bytes = 0; ///< what it puts of the bytes it is given, and where
+        int32_t height = kHeight;    ///< what it makes of the bitmap
+    };
+    constexpr size_t kLine = 5000;
+    constexpr size_t kMany = 31 * kLine + 100; // over many bands
+    const auto put = [](int32_t row, size_t bytes) {
+        return [=](TestBitmap& b, const Bytes& from) { return V_PutBitmapRow(b, from.data(), row, bytes); };
+    };
+    const auto resize = [](int32_t height) {
+        return [=](TestBitmap& b, const Bytes&) { return V_ChangeBitmapHeight(b, height); };
+    };
+    const Change changes[] = {
+        {"a row", put(5, 7), 5 * kLine, 7},
+        {"rows", put(1, kMany), kLine, kMany},
+        {"shrinking", resize(17), 0, 0, 17},
+        {"growing", resize(60), 0, 0, 60},
         {"reading",
-         [](TestBitmap& b, const Bytes&) -> intptr_t {
-             Bytes to(size_t{30} * b->BytesPerLine - 1);
+         [](TestBitmap& b, const Bytes&) {
+             Bytes to(30 * kLine - 1);
              return V_GetBitmapRow(b, to.data(), 3, to.size());
-         },
-         [](Bytes all, const Bytes&, size_t) { return all; }},
-        {"counting", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_UpdateBitmapSize(b); },
-         [](Bytes all, const Bytes&, size_t) { return all; }},
-        {"expanding", [](TestBitmap& b, const Bytes&) -> intptr_t { return V_ChangeBitmapCompression(b, 0); },
-         [](Bytes all, const Bytes&, size_t) { return all; }},
+         }},
+        {"counting", [](TestBitmap& b, const Bytes&) { return V_UpdateBitmapSize(b); }},
+        {"expanding", [](TestBitmap& b, const Bytes&) { return V_ChangeBitmapCompression(b, 0); }},
     };
     for (const Change& change : changes)
-        for (const bool persistent : {false, true}) {
-            bool fired = true;
-            for (uint64_t call = 1; fired && !HasFailure(); ++call) {
-                SCOPED_TRACE(std::string(change.name) + ", call " + std::to_string(call) +
-                             (persistent ? " and on" : ""));
-                const fault::Live live = fault::live();
-                {
-                    TestBitmap bitmap;
-                    bitmap.make(Kind::super, 5000, kHeight, 8);
-                    const Bytes before = fill(bitmap, 9);
-                    TestRandom random(call);
-                    const Bytes from = part(random, size_t{31} * bitmap->BytesPerLine + 100);
-                    const Bytes after = change.picture(before, from, bitmap->BytesPerLine);
-                    fault::arm(call, persistent);
-                    const intptr_t result = change.run(bitmap, from);
-                    fired = fault::fired();
-                    fault::disarm();
-                    EXPECT_TRUE(result > 0 || result == ERROR_NO_MEMORY) << result;
-                    EXPECT_TRUE(result > 0 || fired);
-                    EXPECT_EQ(result > 0 ? after : before, bitmap.pixels());
-                }
-                expect_same_live(live, fault::live());
-                ASSERT_LT(call, 1000u);
-            }
-        }
+        for_each_fault_in([&](FaultRound& round) {
+            SCOPED_TRACE(change.name);
+            TestBitmap bitmap;
+            bitmap.make(Kind::super, kLine, kHeight, 8);
+            const Bytes before = fill(bitmap, 9);
+            TestRandom random(round.call);
+            const Bytes from = part(random, kMany);
+            Bytes after = before;
+            std::copy_n(from.begin(), change.bytes, after.begin() + static_cast<std::ptrdiff_t>(change.first));
+            after.resize(static_cast<size_t>(change.height) * kLine);
+            const intptr_t result = round([&] { return change.run(bitmap, from); });
+            EXPECT_TRUE(result > 0 || (result == ERROR_NO_MEMORY && round.fired)) << result;
+            EXPECT_EQ(result > 0 ? after : before, bitmap.pixels());
+        });
 }
 
 TEST(SuperStore, ThreadsReadTogether)
@@ -242,20 +216,13 @@ TEST(SuperStore, ThreadsReadTogether)
     TestBitmap bitmap;
     bitmap.make(Kind::super, 3000, 100, 8);
     const Bytes all = fill(bitmap, 11);
-    std::vector<std::thread> threads;
-    std::vector<int> wrong(4);
-    for (size_t t = 0; t < wrong.size(); ++t)
-        threads.emplace_back([&, t] {
-            Bytes row(bitmap->BytesPerLine);
-            TestRandom random(t);
-            for (int i = 0; i < 300; ++i) {
-                const auto y = static_cast<int32_t>(random.below(100));
-                V_GetBitmapRow(bitmap, row.data(), y, row.size());
-                wrong[t] +=
-                    !std::equal(row.begin(), row.end(), all.begin() + y * static_cast<std::ptrdiff_t>(row.size()));
-            }
-        });
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(std::vector<int>(4), wrong);
+    on_threads(4, [&](int thread) {
+        Bytes row(bitmap->BytesPerLine);
+        TestRandom random(static_cast<uint64_t>(thread));
+        for (int i = 0; i < 300; ++i) {
+            const int32_t y = random.between(0, 99);
+            V_GetBitmapRow(bitmap, row.data(), y, row.size());
+            EXPECT_TRUE(std::equal(row.begin(), row.end(), all.begin() + y * std::ssize(row)));
+        }
+    });
 }
