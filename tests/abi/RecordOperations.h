@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <span>
 #include <vector>
 
 namespace vk::testing {
@@ -25,35 +24,28 @@ inline std::array<uint8_t, kRow> g_row; ///< rows for the operations
 struct Operation {
     const char* name;
     intptr_t (*run)(B bitmap);
-    bool tests_size; ///< a record of neither size is ERROR_INVALID_STRUCT_SIZE
+    bool tests_size = true; ///< a record of neither size is ERROR_INVALID_STRUCT_SIZE
 };
+using Family = std::vector<Operation>;
 
 /// In each family, read from top to bottom, the rows are the life of a bitmap.
-std::span<const Operation> row_operations();
-std::span<const Operation> palette_operations();
-std::span<const Operation> dither_operations();
-std::span<const Operation> bitmap_operations();
-std::span<const Operation> view_operations();
-std::span<const Operation> rotate_operations();
-std::span<const Operation> warp_operations();
-std::span<const Operation> combine_operations();
-std::span<const Operation> fill_operations();
-std::span<const Operation> resize_operations();
-std::span<const Operation> resample_operations();
-std::span<const Operation> dib_operations();
-std::span<const Operation> list_operations();
-std::span<const Operation> storage_operations();
-std::span<const Operation> region_operations();
-std::span<const Operation> window_operations();
-std::span<const Operation> overlay_operations();
-std::span<const Operation> display_operations();
-std::span<const Operation> yuv_operations();
+extern const Family row_operations, palette_operations, dither_operations, bitmap_operations, view_operations,
+    rotate_operations, warp_operations, combine_operations, resize_operations, resample_operations, dib_operations,
+    list_operations, storage_operations, region_operations, window_operations, overlay_operations, fill_operations,
+    display_operations, yuv_operations;
 
-constexpr decltype(&row_operations) kFamilies[] = {
-    row_operations,     palette_operations, dither_operations,  bitmap_operations, view_operations,
-    rotate_operations,  warp_operations,    combine_operations, resize_operations, resample_operations,
-    dib_operations,     list_operations,    storage_operations, region_operations, window_operations,
-    overlay_operations, fill_operations,    display_operations, yuv_operations};
+/// Those of all families, in their order.
+inline Family all_operations()
+{
+    Family all;
+    for (const Family& family :
+         {row_operations, palette_operations, dither_operations, bitmap_operations, view_operations, rotate_operations,
+          warp_operations, combine_operations, resize_operations, resample_operations, dib_operations, list_operations,
+          storage_operations, region_operations, window_operations, overlay_operations, fill_operations,
+          display_operations, yuv_operations})
+        all.insert(all.end(), family.begin(), family.end());
+    return all;
+}
 
 /// An operation without further arguments.
 template <auto function> intptr_t plain(B bitmap)

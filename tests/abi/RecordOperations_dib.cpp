@@ -17,11 +17,6 @@ intptr_t freed_size(HGLOBAL dib)
     return size;
 }
 
-intptr_t convert_to(B bitmap)
-{
-    return freed_size(V_ConvertToDIB(bitmap, DIB_V5HEADER));
-}
-
 intptr_t convert_to_memory(B bitmap)
 {
     uint32_t size = 0;
@@ -69,24 +64,15 @@ intptr_t convert_from(B bitmap)
     return code;
 }
 
-intptr_t change_to(B bitmap)
-{
-    return freed_size(V_ChangeToDIB(bitmap, DIB_V4HEADER));
-}
-
 } // namespace
 
-std::span<const Operation> dib_operations()
-{
-    static const Operation operations[] = {
-        {"V_ConvertToDIB", convert_to, false},
-        {"V_ConvertToDIB2", convert_to_memory, false},
-        {"V_MirrorFromDIB", from_block<V_MirrorFromDIB>, true},
-        {"V_ChangeFromDIB", from_block<V_ChangeFromDIB>, true},
-        {"V_ChangeToDIB", change_to, false},
-        {"V_ConvertFromDIB", convert_from, true},
-    };
-    return operations;
-}
+const Family dib_operations = {
+    {"V_ConvertToDIB", [](B bitmap) -> intptr_t { return freed_size(V_ConvertToDIB(bitmap, DIB_V5HEADER)); }, false},
+    {"V_ConvertToDIB2", convert_to_memory, false},
+    {"V_MirrorFromDIB", from_block<V_MirrorFromDIB>},
+    {"V_ChangeFromDIB", from_block<V_ChangeFromDIB>},
+    {"V_ChangeToDIB", [](B bitmap) -> intptr_t { return freed_size(V_ChangeToDIB(bitmap, DIB_V4HEADER)); }, false},
+    {"V_ConvertFromDIB", convert_from},
+};
 
 } // namespace vk::testing

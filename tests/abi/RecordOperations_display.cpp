@@ -7,23 +7,6 @@ namespace vk::testing {
 
 namespace {
 
-intptr_t paint(B bitmap)
-{
-    return V_SetBitmapPaint(bitmap, 100, -50, 180);
-}
-
-intptr_t make(B bitmap)
-{
-    return with_other(bitmap, [](B from, B to, uint32_t size) {
-        return V_RenderBitmap(to, from, size, nullptr, 20, 10, RENDER_AREA);
-    });
-}
-
-intptr_t replace(B bitmap)
-{
-    return V_RenderBitmap(nullptr, bitmap, 0, nullptr, 30, 20, RENDER_NEAREST);
-}
-
 #if defined(_WIN32)
 intptr_t draw(B bitmap)
 {
@@ -49,18 +32,20 @@ intptr_t paint_and_take(B bitmap)
 
 } // namespace
 
-std::span<const Operation> display_operations()
-{
-    static const Operation operations[] = {
-        {"V_SetBitmapPaint", paint, true},
-        {"V_RenderBitmap", make, true},
+const Family display_operations = {
+    {"V_SetBitmapPaint", [](B bitmap) -> intptr_t { return V_SetBitmapPaint(bitmap, 100, -50, 180); }},
+    {"V_RenderBitmap",
+     [](B bitmap) -> intptr_t {
+         return with_other(bitmap, [](B from, B to, uint32_t size) {
+             return V_RenderBitmap(to, from, size, nullptr, 20, 10, RENDER_AREA);
+         });
+     }},
 #if defined(_WIN32)
-        {"V_CreateBitmapDC, V_ReleaseBitmapDC", draw, true},
-        {"V_PaintBitmap, V_GetBitmapFromDC", paint_and_take, true},
+    {"V_CreateBitmapDC, V_ReleaseBitmapDC", draw},
+    {"V_PaintBitmap, V_GetBitmapFromDC", paint_and_take},
 #endif
-        {"V_RenderBitmap", replace, true},
-    };
-    return operations;
-}
+    {"V_RenderBitmap",
+     [](B bitmap) -> intptr_t { return V_RenderBitmap(nullptr, bitmap, 0, nullptr, 30, 20, RENDER_NEAREST); }},
+};
 
 } // namespace vk::testing

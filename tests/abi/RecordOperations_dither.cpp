@@ -15,15 +15,11 @@ intptr_t start_ext(B bitmap)
 
 } // namespace
 
-std::span<const Operation> dither_operations()
-{
-    static const Operation operations[] = {
-        {"V_StartDitheringExt", start_ext, true},
-        {"V_StartDithering", [](B b) -> intptr_t { return V_StartDithering(b, nullptr, 256); }, true},
-        {"V_DitherLine", [](B b) -> intptr_t { return V_DitherLine(b, g_row.data(), g_row.data()); }, true},
-        {"V_StopDithering", plain<V_StopDithering>, true},
-    };
-    return operations;
-}
+const Family dither_operations = {
+    {"V_StartDitheringExt", start_ext},
+    {"V_StartDithering", [](B b) -> intptr_t { return V_StartDithering(b, nullptr, 256); }},
+    {"V_DitherLine", [](B b) -> intptr_t { return V_DitherLine(b, g_row.data(), g_row.data()); }},
+    {"V_StopDithering", plain<V_StopDithering>},
+};
 
 } // namespace vk::testing

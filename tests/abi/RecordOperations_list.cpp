@@ -33,29 +33,23 @@ intptr_t through(B bitmap)
     });
 }
 
-intptr_t replace(B bitmap)
-{
-    return with_list(bitmap, [](HBITMAPLIST list, B b) {
-        BITMAPHANDLE first{};
-        first.StructSize = BITMAPHANDLE_SIZE;
-        EXPECT_EQ(SUCCESS, V_InsertBitmapListItem(list, 0, &first));
-        const int code = V_ReplaceBitmapListItem(list, 0, b, nullptr, 0);
-        if (code == SUCCESS) {
-            EXPECT_EQ(SUCCESS, V_SetBitmapListItem(list, 0, nullptr)); // without freeing it
-        }
-        return code;
-    });
-}
-
 } // namespace
 
-std::span<const Operation> list_operations()
-{
-    static const Operation operations[] = {
-        {"V_InsertBitmapListItem, V_GetBitmapListItem, V_SetBitmapListItem, V_RemoveBitmapListItem", through, true},
-        {"V_ReplaceBitmapListItem", replace, true},
-    };
-    return operations;
-}
+const Family list_operations = {
+    {"V_InsertBitmapListItem, V_GetBitmapListItem, V_SetBitmapListItem, V_RemoveBitmapListItem", through},
+    {"V_ReplaceBitmapListItem",
+     [](B bitmap) -> intptr_t {
+         return with_list(bitmap, [](HBITMAPLIST list, B b) {
+             BITMAPHANDLE first{};
+             first.StructSize = BITMAPHANDLE_SIZE;
+             EXPECT_EQ(SUCCESS, V_InsertBitmapListItem(list, 0, &first));
+             const int code = V_ReplaceBitmapListItem(list, 0, b, nullptr, 0);
+             if (code == SUCCESS) {
+                 EXPECT_EQ(SUCCESS, V_SetBitmapListItem(list, 0, nullptr)); // without freeing it
+             }
+             return code;
+         });
+     }},
+};
 
 } // namespace vk::testing

@@ -31,11 +31,6 @@ intptr_t attributes(B bitmap)
     return result;
 }
 
-intptr_t remove(B bitmap)
-{
-    return V_RemoveBitmapOverlay(bitmap, 1);
-}
-
 intptr_t load(B bitmap)
 {
     const intptr_t result = attributes(bitmap);
@@ -48,24 +43,19 @@ intptr_t store(B bitmap)
     return result == SUCCESS ? V_StoreBitmapOverlayBits(bitmap, 1) : result;
 }
 
-intptr_t flatten(B bitmap)
-{
-    return with_other(bitmap, [](B from, B made, uint32_t size) { return V_FlattenBitmapOverlays(made, from, size); });
-}
-
 } // namespace
 
-std::span<const Operation> overlay_operations()
-{
-    static const Operation operations[] = {
-        {"V_SetBitmapOverlay, V_GetBitmapOverlay", in_and_out, true},
-        {"V_GetBitmapOverlayAttributes, V_SetBitmapOverlayAttributes", attributes, true},
-        {"V_RemoveBitmapOverlay", remove, true},
-        {"V_LoadBitmapOverlayBits", load, true},
-        {"V_StoreBitmapOverlayBits", store, true},
-        {"V_FlattenBitmapOverlays", flatten, true},
-    };
-    return operations;
-}
+const Family overlay_operations = {
+    {"V_SetBitmapOverlay, V_GetBitmapOverlay", in_and_out},
+    {"V_GetBitmapOverlayAttributes, V_SetBitmapOverlayAttributes", attributes},
+    {"V_RemoveBitmapOverlay", [](B bitmap) -> intptr_t { return V_RemoveBitmapOverlay(bitmap, 1); }},
+    {"V_LoadBitmapOverlayBits", load},
+    {"V_StoreBitmapOverlayBits", store},
+    {"V_FlattenBitmapOverlays",
+     [](B bitmap) -> intptr_t {
+         return with_other(bitmap,
+                           [](B from, B made, uint32_t size) { return V_FlattenBitmapOverlays(made, from, size); });
+     }},
+};
 
 } // namespace vk::testing

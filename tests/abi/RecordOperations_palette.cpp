@@ -26,48 +26,38 @@ int describe(B other, uint32_t size)
     return V_SetBitmapNewPalette(other, sixteen_colors().data(), 16);
 }
 
-intptr_t copy_palette(B bitmap)
-{
-    return with_other(bitmap, [](B b, B other, uint32_t size) {
-        EXPECT_EQ(SUCCESS, describe(other, size));
-        return V_CopyBitmapPalette(b, other);
-    });
-}
-
-intptr_t copy_palette_to(B bitmap)
-{
-    return with_other(bitmap, [](B b, B other, uint32_t size) {
-        EXPECT_EQ(SUCCESS, describe(other, size));
-        return V_CopyBitmapPalette(other, b);
-    });
-}
-
-intptr_t translate_color(B bitmap)
-{
-    return with_other(bitmap, [](B b, B other, uint32_t size) {
-        EXPECT_EQ(SUCCESS, describe(other, size));
-        return V_TranslateBitmapColor(b, other, 0x01000003u) ^ V_TranslateBitmapColor(other, b, 0x00804020u);
-    });
-}
-
 } // namespace
 
-std::span<const Operation> palette_operations()
-{
-    static const Operation operations[] = {
-        {"V_SetBitmapPalette", set_palette_object, true},
-        {"V_GetNearestPaletteIndex", [](B b) -> intptr_t { return V_GetNearestPaletteIndex(b, 0x00804020u); }, false},
-        {"V_CopyBitmapPalette", copy_palette, true},
-        {"V_CopyBitmapPalette (from it)", copy_palette_to, true},
-        {"V_TranslateBitmapColor", translate_color, false},
-        {"V_CompareBitmapToPalette",
-         [](B b) -> intptr_t { return V_CompareBitmapToPalette(b, sixteen_colors().data(), 16); }, false},
-        {"V_CreateBitmapGrayPalette", plain<V_CreateBitmapGrayPalette>, true},
-        {"V_CreateBitmapFixedPalette", plain<V_CreateBitmapFixedPalette>, true},
-        {"V_SetBitmapNewPalette", [](B b) -> intptr_t { return V_SetBitmapNewPalette(b, sixteen_colors().data(), 16); },
-         true},
-    };
-    return operations;
-}
+const Family palette_operations = {
+    {"V_SetBitmapPalette", set_palette_object},
+    {"V_GetNearestPaletteIndex", [](B b) -> intptr_t { return V_GetNearestPaletteIndex(b, 0x00804020u); }, false},
+    {"V_CopyBitmapPalette",
+     [](B bitmap) -> intptr_t {
+         return with_other(bitmap, [](B b, B other, uint32_t size) {
+             EXPECT_EQ(SUCCESS, describe(other, size));
+             return V_CopyBitmapPalette(b, other);
+         });
+     }},
+    {"V_CopyBitmapPalette (from it)",
+     [](B bitmap) -> intptr_t {
+         return with_other(bitmap, [](B b, B other, uint32_t size) {
+             EXPECT_EQ(SUCCESS, describe(other, size));
+             return V_CopyBitmapPalette(other, b);
+         });
+     }},
+    {"V_TranslateBitmapColor",
+     [](B bitmap) -> intptr_t {
+         return with_other(bitmap, [](B b, B other, uint32_t size) {
+             EXPECT_EQ(SUCCESS, describe(other, size));
+             return V_TranslateBitmapColor(b, other, 0x01000003u) ^ V_TranslateBitmapColor(other, b, 0x00804020u);
+         });
+     },
+     false},
+    {"V_CompareBitmapToPalette",
+     [](B b) -> intptr_t { return V_CompareBitmapToPalette(b, sixteen_colors().data(), 16); }, false},
+    {"V_CreateBitmapGrayPalette", plain<V_CreateBitmapGrayPalette>},
+    {"V_CreateBitmapFixedPalette", plain<V_CreateBitmapFixedPalette>},
+    {"V_SetBitmapNewPalette", [](B b) -> intptr_t { return V_SetBitmapNewPalette(b, sixteen_colors().data(), 16); }},
+};
 
 } // namespace vk::testing

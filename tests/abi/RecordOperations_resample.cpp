@@ -37,17 +37,13 @@ template <bool is_second> intptr_t stream(B bitmap)
 
 } // namespace
 
-std::span<const Operation> resample_operations()
-{
-    static const Operation operations[] = {
-        {"V_ResampleBitmap", there_and_back<V_ResampleBitmap>, true},
-        {"V_BicubicResampleBitmap", there_and_back<V_BicubicResampleBitmap>, true},
-        {"V_IntResampleBitmap", into_other<V_IntResampleBitmap>, true},
-        {"V_IntBicubicResampleBitmap", into_other<V_IntBicubicResampleBitmap>, true},
-        {"V_StartResizeBitmap", stream<false>, true},
-        {"V_StartResizeBitmap2", stream<true>, true},
-    };
-    return operations;
-}
+const Family resample_operations = {
+    {"V_ResampleBitmap", there_and_back<V_ResampleBitmap>},
+    {"V_BicubicResampleBitmap", there_and_back<V_BicubicResampleBitmap>},
+    {"V_IntResampleBitmap", into_other<V_IntResampleBitmap>},
+    {"V_IntBicubicResampleBitmap", into_other<V_IntBicubicResampleBitmap>},
+    {"V_StartResizeBitmap", stream<false>},
+    {"V_StartResizeBitmap2", stream<true>},
+};
 
 } // namespace vk::testing

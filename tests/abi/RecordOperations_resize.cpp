@@ -29,16 +29,12 @@ template <uint32_t flags> intptr_t size(B bitmap)
 
 } // namespace
 
-std::span<const Operation> resize_operations()
-{
-    static const Operation operations[] = {
-        {"V_IntResizeBitmap", there_and_back<V_IntResizeBitmap>, true},
-        {"V_ResizeBitmap", there_and_back<V_ResizeBitmap>, true},
-        {"V_SizeBitmap", size<SIZEFLAG_NORMAL>, true},
-        {"V_SizeBitmap (favour black, alpha)", size<SIZEFLAG_FAVORBLACK | SIZEFLAG_ALPHAAWARE>, true},
-        {"V_SizeBitmap (filters)", size<SIZEFLAG_BICUBIC>, true},
-    };
-    return operations;
-}
+const Family resize_operations = {
+    {"V_IntResizeBitmap", there_and_back<V_IntResizeBitmap>},
+    {"V_ResizeBitmap", there_and_back<V_ResizeBitmap>},
+    {"V_SizeBitmap", size<SIZEFLAG_NORMAL>},
+    {"V_SizeBitmap (favour black, alpha)", size<SIZEFLAG_FAVORBLACK | SIZEFLAG_ALPHAAWARE>},
+    {"V_SizeBitmap (filters)", size<SIZEFLAG_BICUBIC>},
+};
 
 } // namespace vk::testing

@@ -36,26 +36,22 @@ template <uint32_t memory> intptr_t move_to(BITMAPHANDLE* bitmap)
 
 } // namespace
 
-std::span<const Operation> storage_operations()
-{
-    static const Operation operations[] = {
-        {"V_UpdateBitmapSize", plain<V_UpdateBitmapSize>, true},
-        {"V_GetBitmapMemoryInfo", memory_info, true},
-        {"V_ChangeBitmapHeight", [](B b) -> intptr_t { return V_ChangeBitmapHeight(b, kHeight + 3); }, true},
-        {"V_GrowBitmapHeap", [](B b) -> intptr_t { return V_GrowBitmapHeap(b, 100); }, true},
-        {"V_TrimBitmapHeap", plain<V_TrimBitmapHeap>, true},
-        {"V_SetBitmapDataCallbacks", set_callbacks, true},
-        {"V_GetBitmapDataCallbacks", get_callbacks, true},
-        {"V_AllocateBitmapExtraData", [](B b) -> intptr_t { return V_AllocateBitmapExtraData(b, 77); }, true},
-        {"V_FreeBitmapExtraData", plain<V_FreeBitmapExtraData>, true},
-        {"V_ChangeBitmapCompression", [](B b) -> intptr_t { return V_ChangeBitmapCompression(b, 1); }, true},
-        {"V_ToggleBitmapCompression", plain<V_ToggleBitmapCompression>, true},
-        {"V_SetBitmapMemoryInfo (tiles)", move_to<TYPE_TILED>, true},
-        {"V_SetBitmapMemoryInfo (disk)", move_to<TYPE_DISK>, true},
-        {"V_SetBitmapMemoryInfo (memory)", move_to<TYPE_CONV>, true},
-        {"V_SetBitmapDataPointer", [](B b) -> intptr_t { return V_SetBitmapDataPointer(b, nullptr, 0); }, true},
-    };
-    return operations;
-}
+const Family storage_operations = {
+    {"V_UpdateBitmapSize", plain<V_UpdateBitmapSize>},
+    {"V_GetBitmapMemoryInfo", memory_info},
+    {"V_ChangeBitmapHeight", [](B b) -> intptr_t { return V_ChangeBitmapHeight(b, kHeight + 3); }},
+    {"V_GrowBitmapHeap", [](B b) -> intptr_t { return V_GrowBitmapHeap(b, 100); }},
+    {"V_TrimBitmapHeap", plain<V_TrimBitmapHeap>},
+    {"V_SetBitmapDataCallbacks", set_callbacks},
+    {"V_GetBitmapDataCallbacks", get_callbacks},
+    {"V_AllocateBitmapExtraData", [](B b) -> intptr_t { return V_AllocateBitmapExtraData(b, 77); }},
+    {"V_FreeBitmapExtraData", plain<V_FreeBitmapExtraData>},
+    {"V_ChangeBitmapCompression", [](B b) -> intptr_t { return V_ChangeBitmapCompression(b, 1); }},
+    {"V_ToggleBitmapCompression", plain<V_ToggleBitmapCompression>},
+    {"V_SetBitmapMemoryInfo (tiles)", move_to<TYPE_TILED>},
+    {"V_SetBitmapMemoryInfo (disk)", move_to<TYPE_DISK>},
+    {"V_SetBitmapMemoryInfo (memory)", move_to<TYPE_CONV>},
+    {"V_SetBitmapDataPointer", [](B b) -> intptr_t { return V_SetBitmapDataPointer(b, nullptr, 0); }},
+};
 
 } // namespace vk::testing

@@ -38,15 +38,11 @@ intptr_t count(B bitmap)
 
 } // namespace
 
-std::span<const Operation> yuv_operations()
-{
-    static const Operation operations[] = {
-        {"V_CountBitmapColors", count, true},
-        {"V_BitmapToYuv", take, true},
-        {"V_YuvToBitmap", make, true},
-        {"V_BitmapToYuv", take, true},
-    };
-    return operations;
-}
+const Family yuv_operations = {
+    {"V_CountBitmapColors", count},
+    {"V_BitmapToYuv", take},
+    {"V_YuvToBitmap", make},
+    {"V_BitmapToYuv", take},
+};
 
 } // namespace vk::testing

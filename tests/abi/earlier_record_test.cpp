@@ -23,25 +23,22 @@ const Origin kOrigins[] = {
     {"user memory", TYPE_USER, 4},
 };
 
+// In every way in which a record can be made.
 int make(BITMAPHANDLE* bitmap, uint32_t size, const Origin& origin)
 {
-    if (origin.memory == 0) {
-        const int code = V_InitBitmap(bitmap, size, kWidth, kHeight, origin.bits);
-        return code == SUCCESS ? V_InitBitmapWithCallbacks(bitmap, size, kWidth, kHeight, origin.bits, nullptr) : code;
-    }
-    if (origin.memory == TYPE_CONV) {
-        const int code = V_InitBitmap(bitmap, size, kWidth, kHeight, origin.bits);
+    const auto [name, memory, bits] = origin;
+    int code = V_InitBitmap(bitmap, size, kWidth, kHeight, bits);
+    if (memory == 0)
+        return code == SUCCESS ? V_InitBitmapWithCallbacks(bitmap, size, kWidth, kHeight, bits, nullptr) : code;
+    if (memory == TYPE_CONV)
         return code == SUCCESS ? V_AllocateBitmap(bitmap, TYPE_CONV) : code;
-    }
-    void* pixels = origin.memory == TYPE_USER ? g_pixels.data() : nullptr;
-    const int code = V_CreateBitmapWithCallbacks(bitmap, size, origin.memory, kWidth, kHeight, origin.bits,
-                                                 COLORORDER_BGR, nullptr, TOP_LEFT, pixels, g_pixels.size(), nullptr);
-    if (code == SUCCESS && origin.memory != TYPE_USER) {
-        V_FreeBitmap(bitmap);
-        return V_CreateBitmap(bitmap, size, origin.memory, kWidth, kHeight, origin.bits, COLORORDER_BGR, nullptr,
-                              TOP_LEFT, nullptr, 0);
-    }
-    return code;
+    void* const pixels = memory == TYPE_USER ? g_pixels.data() : nullptr;
+    code = V_CreateBitmapWithCallbacks(bitmap, size, memory, kWidth, kHeight, bits, COLORORDER_BGR, nullptr, TOP_LEFT,
+                                       pixels, g_pixels.size(), nullptr);
+    if (code != SUCCESS || memory == TYPE_USER)
+        return code;
+    V_FreeBitmap(bitmap);
+    return V_CreateBitmap(bitmap, size, memory, kWidth, kHeight, bits, COLORORDER_BGR, nullptr, TOP_LEFT, nullptr, 0);
 }
 
 // Runs the whole life on a record with `room` bytes, those behind its end filled with `tail`. Returns all results.
@@ -62,11 +59,8 @@ std::vector<intptr_t> live(const Origin& origin, uint32_t size, size_t room, uin
     };
     note(make(bitmap, size, origin), "creation");
     EXPECT_EQ(SUCCESS, results.back());
-    for (const auto& family : kFamilies) {
-        for (const Operation& operation : family()) {
-            note(operation.run(bitmap), operation.name);
-        }
-    }
+    for (const Operation& operation : all_operations())
+        note(operation.run(bitmap), operation.name);
     V_FreeBitmap(bitmap);
     note(0, "V_FreeBitmap");
     return results;
@@ -96,13 +90,11 @@ TEST(EarlierRecord, OtherSizesAreRefusedUntouched)
         std::memcpy(block.data(), &size, sizeof size);
         const std::vector<uint8_t> before = block;
         auto* bitmap = reinterpret_cast<BITMAPHANDLE*>(block.data());
-        for (const auto& family : kFamilies) {
-            for (const Operation& operation : family()) {
-                const intptr_t result = operation.run(bitmap);
-                EXPECT_TRUE(!operation.tests_size || result == ERROR_INVALID_STRUCT_SIZE)
-                    << operation.name << ", size " << size << ", result " << result;
-                EXPECT_EQ(before, block) << operation.name << ", size " << size;
-            }
+        for (const Operation& operation : all_operations()) {
+            const intptr_t result = operation.run(bitmap);
+            EXPECT_TRUE(!operation.tests_size || result == ERROR_INVALID_STRUCT_SIZE)
+                << operation.name << ", size " << size << ", result " << result;
+            EXPECT_EQ(before, block) << operation.name << ", size " << size;
         }
         EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_InitBitmap(bitmap, size, kWidth, kHeight, 8));
         EXPECT_EQ(ERROR_INVALID_STRUCT_SIZE, V_CreateBitmap(bitmap, size, TYPE_CONV, kWidth, kHeight, 8, COLORORDER_RGB,

@@ -276,6 +276,16 @@ int count_call(int, void* data)
     return SUCCESS;
 }
 
+/// What the disk threshold is set to meanwhile; it is read whole.
+constexpr int64_t kThresholds[] = {0, 4096, 0x1111111111111111, INT64_MAX};
+
+bool threshold_is_one_of_them()
+{
+    GLOBALMEMORYTHRESHOLDS seen{};
+    V_GetGlobalMemoryThresholds(&seen, sizeof seen);
+    return std::count(std::begin(kThresholds), std::end(kThresholds), +seen.DiskThreshold) == 1;
+}
+
 /// All families, once, beginning with one of them, on a thread with settings of its own.
 All work(int number, size_t first, uint32_t* match_table)
 {
@@ -295,48 +305,39 @@ All work(int number, size_t first, uint32_t* match_table)
     for (size_t i = 0; i < kCount; ++i) {
         const size_t family = (first + i) % kCount;
         kFamilies[family](worker, all[family]);
+        for (int look = 0; look < 1000; ++look)
+            all[family].failures += !threshold_is_one_of_them();
     }
     all[0].failures += calls.wrong + (calls.right == 0) + (V_GetDefaultDithering() != number % 8 + 1);
     all[0].failures += static_cast<int>(files.open_files());
     return all;
 }
 
-int64_t open_through(const wchar_t* name, int flags, int mode, void*)
-{
-    return V_OsOpen(name, flags, mode, nullptr);
-}
-int64_t read_through(int64_t file, void* buffer, size_t count, void*)
-{
-    return V_OsRead(file, buffer, count, nullptr);
-}
-int64_t write_through(int64_t file, const void* buffer, size_t count, void*)
-{
-    return V_OsWrite(file, buffer, count, nullptr);
-}
-
 /// Exchanges what holds for all threads, until told to stop: the disk threshold, and file operations that do the same.
 void change_tables(const std::atomic<bool>& stop)
 {
-    constexpr int64_t thresholds[] = {0, 4096, -1, INT64_MAX};
-    for (size_t i = 0; !stop; ++i) {
-        const GLOBALMEMORYTHRESHOLDS value{sizeof(GLOBALMEMORYTHRESHOLDS), thresholds[i % 4]};
-        V_SetGlobalMemoryThresholds(i % 5 == 0 ? nullptr : &value);
-        REDIRECTFUNCTIONS table = {};
-        table.StructSize = sizeof table;
-        const bool own = i % 2 == 0;
-        table.Open = own ? open_through : reinterpret_cast<V_REDIRECTOPEN>(V_REDIRECT_DEFAULT);
-        table.Read = own ? read_through : reinterpret_cast<V_REDIRECTREAD>(V_REDIRECT_DEFAULT);
-        table.Write = own ? write_through : reinterpret_cast<V_REDIRECTWRITE>(V_REDIRECT_DEFAULT);
+    REDIRECTFUNCTIONS table = {};
+    table.StructSize = sizeof table;
+    for (size_t i = 0; i % 2 != 0 || !stop; ++i) { // every other time as it was
+        const GLOBALMEMORYTHRESHOLDS value{sizeof(GLOBALMEMORYTHRESHOLDS), kThresholds[i / 2 % 4]};
+        V_SetGlobalMemoryThresholds(i % 2 != 0 ? nullptr : &value);
+        table.Open = reinterpret_cast<V_REDIRECTOPEN>(V_REDIRECT_DEFAULT);
+        table.Read = reinterpret_cast<V_REDIRECTREAD>(V_REDIRECT_DEFAULT);
+        table.Write = reinterpret_cast<V_REDIRECTWRITE>(V_REDIRECT_DEFAULT);
+        if (i % 2 == 0) {
+            table.Open = [](const wchar_t* name, int flags, int mode, void*) {
+                return V_OsOpen(name, flags, mode, nullptr);
+            };
+            table.Read = [](int64_t file, void* buffer, size_t count, void*) {
+                return V_OsRead(file, buffer, count, nullptr);
+            };
+            table.Write = [](int64_t file, const void* buffer, size_t count, void*) {
+                return V_OsWrite(file, buffer, count, nullptr);
+            };
+        }
         V_SetRedirectFunctions(&table, REDIRECTTYPE_FILES, 1);
         std::this_thread::yield();
     }
-    V_SetGlobalMemoryThresholds(nullptr);
-    REDIRECTFUNCTIONS table = {};
-    table.StructSize = sizeof table;
-    table.Open = reinterpret_cast<V_REDIRECTOPEN>(V_REDIRECT_DEFAULT);
-    table.Read = reinterpret_cast<V_REDIRECTREAD>(V_REDIRECT_DEFAULT);
-    table.Write = reinterpret_cast<V_REDIRECTWRITE>(V_REDIRECT_DEFAULT);
-    V_SetRedirectFunctions(&table, REDIRECTTYPE_FILES, 1);
 }
 
 TEST(StressThreads, EveryFamilyAtOnceGivesWhatItGivesAlone)

@@ -1,12 +1,9 @@
-// The exported classes as other modules use them: derived from, deleted through their bases, and shared by threads.
+// The exported classes as other modules use them: derived from, and deleted through their bases.
 #include "Vkthreading.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <thread>
 #include <type_traits>
-#include <vector>
 
 namespace {
 
@@ -51,45 +48,6 @@ TEST(ThreadingClasses, CanBeDerivedFrom)
     derive_and_delete<VKThreadPool>(alive);
     derive_and_delete<VKThreadToolsManaged>(alive);
     derive_and_delete<VKThreadToolsUnmanaged>(alive);
-}
-
-/// A bitmap of an item's own, and what came out of it.
-struct Picture {
-    int32_t width;
-    int result = 0;
-};
-
-int make_picture(VKWorkItems*, void* data)
-{
-    auto& picture = *static_cast<Picture*>(data);
-    BITMAPHANDLE bitmap;
-    int result = V_CreateBitmap(&bitmap, BITMAPHANDLE_SIZE, TYPE_CONV, picture.width, 50, 24, COLORORDER_BGR, nullptr,
-                                TOP_LEFT, nullptr, 0);
-    if (result == SUCCESS) {
-        result = V_ColorResBitmap(&bitmap, nullptr, 0, 8, COLORRES_PALETTE_FIXED, nullptr, nullptr, 0);
-        V_FreeBitmap(&bitmap);
-    }
-    picture.result = result;
-    return result;
-}
-
-TEST(ThreadingClasses, ItemsWorkOnBitmapsSideBySide)
-{
-    std::vector<Picture> pictures;
-    for (int32_t i = 0; i < 200; ++i)
-        pictures.push_back({i + 1});
-    VKWorkItems batch;
-    for (const uint32_t flags : {0u, VKPOOL_LONGRUNNING, VKPOOL_NEWTHREAD}) {
-        ASSERT_EQ(1, batch.Create(static_cast<uint32_t>(pictures.size()), VKWORKITEMS_STORERESULT, flags));
-        for (Picture& picture : pictures) {
-            picture.result = 0;
-            ASSERT_EQ(1, batch.QueueItem(&make_picture, &picture));
-        }
-        batch.Wait();
-        EXPECT_EQ(SUCCESS, batch.GetStatus());
-        for (const Picture& picture : pictures)
-            EXPECT_EQ(SUCCESS, picture.result) << picture.width;
-    }
 }
 
 } // namespace
