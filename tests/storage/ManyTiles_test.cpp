@@ -77,7 +77,7 @@ TEST(ManyTiles, HoldWhatWasPut)
     };
     for (const Case& test : {Case{0, 0, false}, Case{0, 1, false}, Case{9000, 1, false}, Case{-100, 0, false},
                              Case{0, 1, true}, Case{9000, 1, true}}) {
-        SCOPED_TRACE(std::to_string(test.in_memory) + " in memory, " + std::to_string(test.mapped) + " mapped");
+        SCOPED_TRACE(say(test.in_memory, "in memory,", test.mapped, "mapped"));
         MemoryFiles files;
         const RestoreRedirection restore;
         if (test.redirected)

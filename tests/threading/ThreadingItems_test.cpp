@@ -32,33 +32,31 @@ using ThreadingStart = testing::LeavesNothing;
 
 TEST_F(ThreadingItems, RunEachOnceAndWaitForAll)
 {
-    {
-        VKWorkItems batch;
-        EXPECT_EQ(0, batch.IsCreated());
-        EXPECT_EQ(0, batch.IsThreaded());
-        EXPECT_EQ(SUCCESS, batch.GetStatus());
-        for (const uint32_t flags : kPoolFlags)
-            for (uint32_t options = 0; options < 8; ++options) {
-                std::atomic<int> runs{0};
-                ASSERT_EQ(1, batch.Create(20, options, flags)) << "also over an earlier batch";
-                EXPECT_EQ(1, batch.IsCreated());
-                EXPECT_EQ(one_processor() ? 0 : 1, batch.IsThreaded());
-                EXPECT_EQ(options != 0 && !one_processor() ? 1 : 0, batch.GetLock().IsCreated());
-                for (int i = 0; i < 20; ++i)
-                    ASSERT_EQ(1, batch.QueueItem(&count_run, &runs));
-                batch.Wait();
-                EXPECT_EQ(20, runs);
-                EXPECT_EQ((options & VKWORKITEMS_STORERESULT) != 0 || one_processor() ? 7 : SUCCESS, batch.GetStatus());
-                batch.SetStatus(-5);
-                EXPECT_EQ(-5, batch.GetStatus());
-            }
-        EXPECT_EQ(ERROR_INVALID_PARAMETER, batch.QueueItem(nullptr, nullptr));
-        batch.Destroy();
-        EXPECT_EQ(0, batch.IsCreated());
-        EXPECT_EQ(SUCCESS, batch.GetStatus());
-        batch.Wait();
-        batch.Finish();
-    }
+    VKWorkItems batch;
+    EXPECT_EQ(0, batch.IsCreated());
+    EXPECT_EQ(0, batch.IsThreaded());
+    EXPECT_EQ(SUCCESS, batch.GetStatus());
+    for (const uint32_t flags : kPoolFlags)
+        for (uint32_t options = 0; options < 8; ++options) {
+            std::atomic<int> runs{0};
+            ASSERT_EQ(1, batch.Create(20, options, flags)) << "also over an earlier batch";
+            EXPECT_EQ(1, batch.IsCreated());
+            EXPECT_EQ(one_processor() ? 0 : 1, batch.IsThreaded());
+            EXPECT_EQ(options != 0 && !one_processor() ? 1 : 0, batch.GetLock().IsCreated());
+            for (int i = 0; i < 20; ++i)
+                ASSERT_EQ(1, batch.QueueItem(&count_run, &runs));
+            batch.Wait();
+            EXPECT_EQ(20, runs);
+            EXPECT_EQ((options & VKWORKITEMS_STORERESULT) != 0 || one_processor() ? 7 : SUCCESS, batch.GetStatus());
+            batch.SetStatus(-5);
+            EXPECT_EQ(-5, batch.GetStatus());
+        }
+    EXPECT_EQ(ERROR_INVALID_PARAMETER, batch.QueueItem(nullptr, nullptr));
+    batch.Destroy();
+    EXPECT_EQ(0, batch.IsCreated());
+    EXPECT_EQ(SUCCESS, batch.GetStatus());
+    batch.Wait();
+    batch.Finish();
 }
 
 TEST_F(ThreadingItems, WithoutThreadsEveryItemRunsAtOnce)
@@ -136,10 +134,6 @@ TEST_F(ThreadingItems, CancellingSkipsWhatHasNotStarted)
         ASSERT_EQ(1, batch.Create(1, 0, 0));
         EXPECT_EQ(0, batch.IsCanceled());
         EXPECT_EQ(SUCCESS, batch.GetStatus());
-        std::atomic<int> runs{0};
-        EXPECT_EQ(1, batch.QueueItem(&count_run, &runs));
-        batch.Wait();
-        EXPECT_EQ(1, runs);
     }
 }
 
@@ -311,19 +305,11 @@ TEST(ThreadingPool, AnItemThatWaitsForAnEventHoldsNobodyUp)
     constexpr int kItems = 300; // at ten a second the last one would be too late
     ASSERT_EQ(1, last.Create(1, 0));
     ended = 0;
+    const auto wait = [](void*) -> V_THREADRESULT { return ended += last.WaitOne(kLongEnough) == 1 ? 1 : 0, 0; };
+    const auto set = [](void*) -> V_THREADRESULT { return last.Set(), 0; };
     for (int i = 0; i < kItems; ++i)
-        ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(
-                         [](void*) -> V_THREADRESULT {
-                             ended += last.WaitOne(kLongEnough) == 1 ? 1 : 0;
-                             return 0;
-                         },
-                         nullptr, 0));
-    ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(
-                     [](void*) -> V_THREADRESULT {
-                         last.Set();
-                         return 0;
-                     },
-                     nullptr, 0));
+        ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(wait, nullptr, 0));
+    ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(set, nullptr, 0));
     EXPECT_TRUE(comes_true([] { return ended == kItems; }));
 }
 #endif

@@ -21,81 +21,75 @@ using testing::kSoon;
 using testing::MeetingPoint;
 using testing::on_threads;
 
-TEST(ThreadingEvent, SignalsResetAndTimeOut)
+using ThreadingEvent = testing::LeavesNothing;
+
+TEST_F(ThreadingEvent, SignalsResetAndTimeOut)
 {
-    const fault::Live before = fault::live();
-    {
-        VKWaitEvent event;
-        EXPECT_EQ(0, event.IsCreated());
-        EXPECT_EQ(1, event.WaitOne(VKTIMEOUT_INFINITE)) << "there is nothing to wait for";
-        event.Set();
-        event.Reset();
-        event.Destroy();
-        for (const int manual : {0, 1}) {
-            for (const int initial : {0, 1}) {
-                ASSERT_EQ(1, event.Create(manual, initial)) << "also over an earlier event";
-                EXPECT_EQ(1, event.IsCreated());
-                const int after_wait = manual != 0 ? 1 : VKRESULT_TIMEOUT;
-                EXPECT_EQ(initial != 0 ? 1 : VKRESULT_TIMEOUT, event.WaitOne(0));
-                EXPECT_EQ(initial != 0 ? after_wait : VKRESULT_TIMEOUT, event.WaitOne(1));
-                event.Set();
-                event.Set();
-                EXPECT_EQ(1, event.WaitOne(VKTIMEOUT_INFINITE));
-                EXPECT_EQ(after_wait, event.WaitOne(0));
-                event.Set();
-                event.Reset();
-                EXPECT_EQ(VKRESULT_TIMEOUT, event.WaitOne(0));
-            }
+    VKWaitEvent event;
+    EXPECT_EQ(0, event.IsCreated());
+    EXPECT_EQ(1, event.WaitOne(VKTIMEOUT_INFINITE)) << "there is nothing to wait for";
+    event.Set();
+    event.Reset();
+    event.Destroy();
+    for (const int manual : {0, 1}) {
+        for (const int initial : {0, 1}) {
+            ASSERT_EQ(1, event.Create(manual, initial)) << "also over an earlier event";
+            EXPECT_EQ(1, event.IsCreated());
+            const int after_wait = manual != 0 ? 1 : VKRESULT_TIMEOUT;
+            EXPECT_EQ(initial != 0 ? 1 : VKRESULT_TIMEOUT, event.WaitOne(0));
+            EXPECT_EQ(initial != 0 ? after_wait : VKRESULT_TIMEOUT, event.WaitOne(1));
+            event.Set();
+            event.Set();
+            EXPECT_EQ(1, event.WaitOne(VKTIMEOUT_INFINITE));
+            EXPECT_EQ(after_wait, event.WaitOne(0));
+            event.Set();
+            event.Reset();
+            EXPECT_EQ(VKRESULT_TIMEOUT, event.WaitOne(0));
         }
-        const auto start = std::chrono::steady_clock::now();
-        EXPECT_EQ(VKRESULT_TIMEOUT, event.WaitOne(kSoon));
-        EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(kSoon - 1));
-        event.Destroy();
-        EXPECT_EQ(0, event.IsCreated());
     }
-    EXPECT_EQ(before, fault::live());
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(VKRESULT_TIMEOUT, event.WaitOne(kSoon));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(kSoon - 1));
+    event.Destroy();
+    EXPECT_EQ(0, event.IsCreated());
 }
 
-TEST(ThreadingEvent, CopiesShareTheEvent)
+TEST_F(ThreadingEvent, CopiesShareTheEvent)
 {
-    const fault::Live before = fault::live();
+    VKWaitEvent empty;
+    VKWaitEvent of_empty(empty);
+    EXPECT_EQ(0, of_empty.IsCreated());
+    VKWaitEvent last;
     {
-        VKWaitEvent empty;
-        VKWaitEvent of_empty(empty);
-        EXPECT_EQ(0, of_empty.IsCreated());
-        VKWaitEvent last;
-        {
-            VKWaitEvent first;
-            ASSERT_EQ(1, first.Create(1, 0));
-            VKWaitEvent copy(first);
-            last.Create(0, 1);
-            last = copy;
-            last = *&last;
-            first.Set();
-            EXPECT_EQ(1, copy.WaitOne(0));
-            copy.Destroy();
-            EXPECT_EQ(1, first.IsCreated());
-        }
-        EXPECT_EQ(1, last.WaitOne(0)) << "outlives the others";
-        last = empty;
-        EXPECT_EQ(0, last.IsCreated());
-        ASSERT_EQ(1, last.Create(0, 0));
-        for (const fault::Call call : {fault::Call::event_create, fault::Call::event_duplicate}) {
-            fault::arm_call(call, 1, false);
-            if (call == fault::Call::event_create) {
-                EXPECT_EQ(-1, of_empty.Create(0, 0));
-            } else {
-                of_empty = last;
-            }
-            fault::disarm();
-            EXPECT_EQ(0, of_empty.IsCreated());
-        }
+        VKWaitEvent first;
+        ASSERT_EQ(1, first.Create(1, 0));
+        VKWaitEvent copy(first);
+        last.Create(0, 1);
+        last = copy;
+        last = *&last;
+        first.Set();
+        EXPECT_EQ(1, copy.WaitOne(0));
+        copy.Destroy();
+        EXPECT_EQ(1, first.IsCreated());
     }
-    EXPECT_EQ(before, fault::live());
+    EXPECT_EQ(1, last.WaitOne(0)) << "outlives the others";
+    last = empty;
+    EXPECT_EQ(0, last.IsCreated());
+    ASSERT_EQ(1, last.Create(0, 0));
+    for (const fault::Call call : {fault::Call::event_create, fault::Call::event_duplicate}) {
+        fault::arm_call(call, 1, false);
+        if (call == fault::Call::event_create) {
+            EXPECT_EQ(-1, of_empty.Create(0, 0));
+        } else {
+            of_empty = last;
+        }
+        fault::disarm();
+        EXPECT_EQ(0, of_empty.IsCreated());
+    }
 }
 
 // An automatic event lets exactly one waiter through each time, and may be closed by the waiter at once.
-TEST(ThreadingEvent, ReleasesOneWaiterAtATimeAcrossThreads)
+TEST_F(ThreadingEvent, ReleasesOneWaiterAtATimeAcrossThreads)
 {
     VKWaitEvent turn;
     VKWaitEvent answer;

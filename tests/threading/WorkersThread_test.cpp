@@ -1,14 +1,8 @@
 // Operations on several threads: the same bits for every number of them, progress on the calling thread alone, and no
 // standstill, whoever asks for workers.
-#include "Vkkrnx.h"
 #include "kernel/threading/Bands.h"
-#include "tests/support/TestRandom.h"
+#include "tests/support/TestBitmap.h"
 #include "tests/threading/ThreadingSupport.h"
-
-#include <algorithm>
-#include <cstring>
-#include <thread>
-#include <vector>
 
 namespace vk {
 namespace {
@@ -27,37 +21,13 @@ public:
     Workers& operator=(const Workers&) = delete;
 };
 
-struct Picture {
-    BITMAPHANDLE handle = {};
-
+/// A bitmap of random pixels, the same for each depth.
+struct Picture : testing::TestBitmap {
     explicit Picture(int32_t bits, uint32_t memory = TYPE_CONV)
     {
-        EXPECT_EQ(V_SUCCESS,
-                  V_CreateBitmap(&handle, sizeof handle, memory, kWidth, kHeight, bits,
-                                 bits == 16 ? COLORORDER_GRAY : COLORORDER_BGR, nullptr, TOP_LEFT, nullptr, 0));
         testing::TestRandom random(static_cast<uint64_t>(bits));
-        std::vector<uint8_t> row(handle.BytesPerLine);
-        V_AccessBitmap(&handle);
-        for (int32_t y = 0; y < kHeight; ++y) {
-            random.fill(row.data(), row.size());
-            V_PutBitmapRow(&handle, row.data(), y, row.size());
-        }
-        V_ReleaseBitmap(&handle);
-    }
-    Picture() = default;
-    ~Picture() { V_FreeBitmap(&handle); }
-    Picture(const Picture&) = delete;
-    Picture& operator=(const Picture&) = delete;
-
-    std::vector<uint8_t> rows()
-    {
-        std::vector<uint8_t> all(size_t{handle.BytesPerLine} * static_cast<size_t>(handle.Height));
-        V_AccessBitmap(&handle);
-        for (int32_t y = 0; y < handle.Height; ++y)
-            V_GetBitmapRow(&handle, all.data() + size_t{handle.BytesPerLine} * static_cast<size_t>(y), y,
-                           handle.BytesPerLine);
-        V_ReleaseBitmap(&handle);
-        return all;
+        EXPECT_EQ(V_SUCCESS, create(memory, kWidth, kHeight, bits, bits == 16 ? COLORORDER_GRAY : COLORORDER_BGR));
+        paint(random);
     }
 };
 
@@ -68,14 +38,21 @@ struct Case {
     int (*run)(BITMAPHANDLE& bitmap);
 };
 
+int change(BITMAPHANDLE& bitmap, int32_t bits, uint32_t flags, uint32_t colors = 0)
+{
+    return V_ColorResBitmap(&bitmap, &bitmap, sizeof bitmap, bits, flags, nullptr, nullptr, colors);
+}
 int match(BITMAPHANDLE& bitmap)
 {
-    return V_ColorResBitmap(&bitmap, &bitmap, sizeof bitmap, 8, COLORRES_NODITHER | COLORRES_PALETTE_OPTIMIZED, nullptr,
-                            nullptr, 256);
+    return change(bitmap, 8, COLORRES_NODITHER | COLORRES_PALETTE_OPTIMIZED, 256);
 }
 int widen(BITMAPHANDLE& bitmap)
 {
-    return V_ColorResBitmap(&bitmap, &bitmap, sizeof bitmap, 32, COLORRES_ORDER_RGB, nullptr, nullptr, 0);
+    return change(bitmap, 32, COLORRES_ORDER_RGB);
+}
+int dither(BITMAPHANDLE& bitmap)
+{
+    return change(bitmap, 1, 0);
 }
 int shrink(BITMAPHANDLE& bitmap)
 {
@@ -84,10 +61,6 @@ int shrink(BITMAPHANDLE& bitmap)
 int enlarge(BITMAPHANDLE& bitmap)
 {
     return V_BicubicResampleBitmap(&bitmap, kWidth * 2, kHeight * 2);
-}
-int dither(BITMAPHANDLE& bitmap)
-{
-    return V_ColorResBitmap(&bitmap, &bitmap, sizeof bitmap, 1, 0, nullptr, nullptr, 0);
 }
 
 constexpr Case kCases[] = {
@@ -100,16 +73,15 @@ constexpr Case kCases[] = {
 TEST(WorkersThread, DoNotChangeTheBits)
 {
     for (const Case& entry : kCases) {
-        SCOPED_TRACE(entry.name);
-        SCOPED_TRACE(entry.bits);
+        SCOPED_TRACE(testing::say(entry.name, entry.bits));
         Picture alone(entry.bits, entry.memory);
-        ASSERT_EQ(V_SUCCESS, entry.run(alone.handle));
-        const std::vector<uint8_t> expected = alone.rows();
+        ASSERT_EQ(V_SUCCESS, entry.run(*alone));
+        const testing::Bytes expected = alone.pixels();
         for (const int32_t count : {2, 3, 8, 0, 10000}) {
             const Workers workers(count);
             Picture together(entry.bits, entry.memory);
-            ASSERT_EQ(V_SUCCESS, entry.run(together.handle));
-            EXPECT_EQ(expected, together.rows()) << count;
+            ASSERT_EQ(V_SUCCESS, entry.run(*together));
+            EXPECT_EQ(expected, together.pixels()) << count;
         }
     }
 }
@@ -138,9 +110,9 @@ TEST(WorkersThread, LeaveProgressToTheCallingThread)
         Told told;
         told.refuse_at = refuse_at;
         Picture picture(24);
-        const std::vector<uint8_t> before = picture.rows();
+        const testing::Bytes before = picture.pixels();
         V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
-        const int result = shrink(picture.handle);
+        const int result = shrink(*picture);
         V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
         EXPECT_FALSE(told.is_elsewhere);
         ASSERT_FALSE(told.percents.empty());
@@ -151,49 +123,43 @@ TEST(WorkersThread, LeaveProgressToTheCallingThread)
         if (result == V_SUCCESS)
             EXPECT_EQ(100, told.percents.back());
         else
-            EXPECT_EQ(before, picture.rows());
+            EXPECT_EQ(before, picture.pixels());
     }
 }
 
 TEST(WorkersThread, WorkForManyThreadsAtOnce)
 {
     Picture alone(24);
-    ASSERT_EQ(V_SUCCESS, shrink(alone.handle));
-    const std::vector<uint8_t> expected = alone.rows();
+    ASSERT_EQ(V_SUCCESS, shrink(*alone));
+    const testing::Bytes expected = alone.pixels();
     std::atomic<int> wrong{0};
     on_threads(8, [&](int) {
         const Workers workers(2);
         for (int round = 0; round < 5; ++round) {
             Picture picture(24);
-            wrong += shrink(picture.handle) != V_SUCCESS || picture.rows() != expected;
-            wrong += widen(picture.handle) != V_SUCCESS;
+            wrong += shrink(*picture) != V_SUCCESS || picture.pixels() != expected;
+            wrong += widen(*picture) != V_SUCCESS;
         }
     });
     EXPECT_EQ(0, wrong);
 }
 
-struct Batch {
-    std::atomic<int> wrong{0};
-};
-
-int work_in_item(VKWorkItems*, void* user)
-{
-    const Workers workers(4);
-    Picture picture(24);
-    static_cast<Batch*>(user)->wrong += shrink(picture.handle) != V_SUCCESS;
-    return V_SUCCESS;
-}
-
 TEST(WorkersThread, WorkInsideItemsOfABatch)
 {
     constexpr uint32_t kItems = 24;
-    Batch batch;
+    std::atomic<int> wrong{0};
+    const auto work = [](VKWorkItems*, void* user) {
+        const Workers workers(4);
+        Picture picture(24);
+        *static_cast<std::atomic<int>*>(user) += shrink(*picture) != V_SUCCESS;
+        return V_SUCCESS;
+    };
     VKWorkItems items;
     ASSERT_EQ(1, items.Create(kItems, 0, 0));
     for (uint32_t i = 0; i < kItems; ++i)
-        ASSERT_EQ(1, items.QueueItem(&work_in_item, &batch));
+        ASSERT_EQ(1, items.QueueItem(work, &wrong));
     items.Wait();
-    EXPECT_EQ(0, batch.wrong);
+    EXPECT_EQ(0, wrong);
 }
 
 TEST(WorkersThread, AreASettingOfTheThread)
