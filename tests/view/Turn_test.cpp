@@ -194,8 +194,9 @@ TEST(Turn, RegionHooks)
                 EXPECT_EQ(operation.quarter ? SUCCESS : wanted, result);
                 EXPECT_EQ(result == SUCCESS ? operation.make(picture) : picture, read(bitmap));
                 const bool half = &operation == kOperations + 2; // a flip, and then a mirror
-                EXPECT_EQ(half || operation.run == V_FlipBitmap, hooks.calls[0] == 1);
-                EXPECT_EQ((half && wanted == SUCCESS) || operation.run == V_ReverseBitmap, hooks.calls[1] == 1);
+                const bool flips = half || operation.run == V_FlipBitmap;
+                const bool mirrors = (half && wanted == SUCCESS) || operation.run == V_ReverseBitmap;
+                EXPECT_EQ((std::pair{flips ? 1 : 0, mirrors ? 1 : 0}), (std::pair{hooks.calls[0], hooks.calls[1]}));
             }
 }
 
