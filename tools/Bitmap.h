@@ -56,15 +56,13 @@ public:
     /** Bytes the pixels take where they are stored now. */
     uint64_t stored_bytes();
 
-private:
-    void create(const PictureInfo& info, uint32_t request, void* data);
-    void create_global(const PictureInfo& info);
-
-public:
     std::vector<uint8_t> profile;  ///< of the colours; empty: none
     bool rows_as_they_are = false; ///< written without being turned upright
 
 private:
+    void create(const PictureInfo& info, uint32_t request, void* data);
+    void create_global(const PictureInfo& info);
+
     BITMAPHANDLE record_{};
     std::unique_ptr<uint8_t[]> lent_; ///< pixels of user memory
 };

@@ -72,7 +72,7 @@ bool lay_out(const BITMAPHANDLE& bitmap, uint32_t type, Fields fields, DibLayout
     layout.header_bytes = header_bytes(type);
     if (is_indexed(bits)) {               // a bitmap that says nothing of its colours has all its depth can index
         const uint32_t most = 1u << bits; // which is what a palette's block holds, whatever the record says is in use
-        layout.colors = std::min<uint32_t>(bitmap.Colors != 0 ? bitmap.Colors : most, most);
+        layout.colors = std::min<uint32_t>(bitmap.Colors != 0 ? +bitmap.Colors : most, most);
     }
     dib::Header header;
     header.width = bitmap.Width;

@@ -281,7 +281,8 @@ int read_canvas(const Canvas& canvas, BITMAPHANDLE& bitmap) noexcept
     const PlainRecord plain(bitmap);
     const PixelForm form = drawn_form(plain.get());
     const bool is_turned = is_rotated_perspective(bitmap.ViewPerspective);
-    const int32_t width = is_turned ? bitmap.Height : bitmap.Width, height = is_turned ? bitmap.Width : bitmap.Height;
+    const int32_t width = is_turned ? +bitmap.Height : +bitmap.Width,
+                  height = is_turned ? +bitmap.Width : +bitmap.Height;
     Temporary temporary;
     BITMAPHANDLE& drawn = temporary.record();
     int result = make_drawn(drawn, width, height, form, TOP_LEFT);
@@ -391,7 +392,8 @@ HDC create_context(BITMAPHANDLE& bitmap) noexcept
     const PlainRecord plain(bitmap);
     const PixelForm form = drawn_form(plain.get());
     const bool is_turned = is_rotated_perspective(bitmap.ViewPerspective);
-    const int32_t width = is_turned ? bitmap.Height : bitmap.Width, height = is_turned ? bitmap.Width : bitmap.Height;
+    const int32_t width = is_turned ? +bitmap.Height : +bitmap.Width,
+                  height = is_turned ? +bitmap.Width : +bitmap.Height;
     const Colors colors{form.palette, form.indexed() ? 1u << form.bits : 0};
     if (!platform::canvas_create(&context->canvas, width, height, form.bits, colors)) {
         platform::heap_free(context);

@@ -32,7 +32,7 @@ int ShownOverlay::open(BITMAPHANDLE& overlay, const BITMAPHANDLE& bitmap, COLORR
         result = check_rows(*shown);
     if (result != V_SUCCESS)
         return result;
-    width_ = std::min<int32_t>(shown->Width, right);
+    width_ = std::min<int32_t>(+shown->Width, right);
     height_ = shown->Height;
     for (size_t c = 0; c < 3; ++c)
         color_[c] = static_cast<uint8_t>(color >> (16 - 8 * c));

@@ -15,8 +15,8 @@ constexpr int32_t kWideBits = 64;
 /// The part of the significant bits that a bitmap is painted with; all where that names none of them.
 GrayRange painted_range(const BITMAPHANDLE& bitmap, GrayRange significant) noexcept
 {
-    const int32_t low = std::max<int32_t>(bitmap.PaintLowBit, significant.low_bit());
-    const int32_t high = std::min<int32_t>(bitmap.PaintHighBit, significant.high_bit());
+    const int32_t low = std::max<int32_t>(+bitmap.PaintLowBit, significant.low_bit());
+    const int32_t high = std::min<int32_t>(+bitmap.PaintHighBit, significant.high_bit());
     return low > high ? significant : GrayRange{static_cast<uint32_t>(high - low + 1), static_cast<uint32_t>(low)};
 }
 

@@ -90,7 +90,7 @@ int draw(BITMAPHANDLE& overlay, BITMAPHANDLE& bitmap, COLORREF color) noexcept
 {
     const combine::FillColor fill = combine::fill_color(bitmap, color);
     const auto bytes = static_cast<size_t>(bitmap.BitsPerPixel / 8);
-    const int32_t width = std::min(overlay.Width, bitmap.Width);
+    const int32_t width = std::min(+overlay.Width, +bitmap.Width);
     const size_t line = bitmap.BytesPerLine;
     BitmapAccess from_access(overlay);
     BitmapAccess to_access(bitmap);
@@ -103,7 +103,7 @@ int draw(BITMAPHANDLE& overlay, BITMAPHANDLE& bitmap, COLORREF color) noexcept
     if (result == V_SUCCESS)
         result = reader.reserve(1);
     auto* const found = reinterpret_cast<AreaRun*>(runs.data());
-    for (int32_t y = 0; y < std::min(overlay.Height, bitmap.Height) && result == V_SUCCESS; ++y) {
+    for (int32_t y = 0; y < std::min(+overlay.Height, +bitmap.Height) && result == V_SUCCESS; ++y) {
         const uint8_t* bits = nullptr;
         result = reader.read(y, 1, &bits);
         const size_t count = result == V_SUCCESS ? runs_of_bits(bits, width, found) : 0;

@@ -132,8 +132,8 @@ bool can_turn(const BITMAPHANDLE& from, const BITMAPHANDLE& to) noexcept
 int transfer_region(BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept
 {
     const AreaBox bounds = area_of(from).bounds();
-    if (from.ViewPerspective == to.ViewPerspective && bounds.right <= std::min(from.Width, to.Width) &&
-        bounds.bottom <= std::min(from.Height, to.Height))
+    if (from.ViewPerspective == to.ViewPerspective && bounds.right <= std::min(+from.Width, +to.Width) &&
+        bounds.bottom <= std::min(+from.Height, +to.Height))
         return set_area(to, area_of(from));
     AreaBuilder built;
     const int result = turn_area(from, area_of(from), to, built);

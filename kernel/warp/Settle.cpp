@@ -118,7 +118,7 @@ int warp_by_grid(BITMAPHANDLE& bitmap, const warp::GridPoints& grid, int32_t wid
     if (!is_grid(grid.points, grid.columns, grid.rows))
         return V_ERROR_INVALID_PARAMETER;
     Warp warp;
-    warp.canvas = {width ? width : bitmap.Width, height ? height : bitmap.Height};
+    warp.canvas = {width ? width : +bitmap.Width, height ? height : +bitmap.Height};
     warp.grid = &grid;
     warp.flags = flags;
     warp.fill = fill;

@@ -27,8 +27,8 @@ int check_given(const V_YUVPICTURE* given, yuv::Picture* picture) noexcept
 bool has_size(const BITMAPHANDLE& bitmap, const yuv::Picture& picture) noexcept
 {
     const bool is_turned = is_rotated_perspective(bitmap.ViewPerspective);
-    return static_cast<uint32_t>(is_turned ? bitmap.Height : bitmap.Width) == picture.width &&
-           static_cast<uint32_t>(is_turned ? bitmap.Width : bitmap.Height) == picture.height;
+    return static_cast<uint32_t>(is_turned ? +bitmap.Height : +bitmap.Width) == picture.width &&
+           static_cast<uint32_t>(is_turned ? +bitmap.Width : +bitmap.Height) == picture.height;
 }
 
 } // namespace

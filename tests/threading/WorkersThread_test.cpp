@@ -70,7 +70,10 @@ constexpr Case kCases[] = {
     {"enlarge", 32, TYPE_CONV, enlarge}, {"dither", 24, TYPE_CONV, dither},
 };
 
-TEST(WorkersThread, DoNotChangeTheBits)
+/// Workers that the pool invites too late go a moment after the operation.
+class WorkersThread : public testing::LeavesNothing {};
+
+TEST_F(WorkersThread, DoNotChangeTheBits)
 {
     for (const Case& entry : kCases) {
         SCOPED_TRACE(testing::say(entry.name, entry.bits));
@@ -102,7 +105,7 @@ struct Told {
     }
 };
 
-TEST(WorkersThread, LeaveProgressToTheCallingThread)
+TEST_F(WorkersThread, LeaveProgressToTheCallingThread)
 {
     const Workers workers(3);
     for (const int refuse_at : {101, 40, 0}) {
@@ -127,7 +130,7 @@ TEST(WorkersThread, LeaveProgressToTheCallingThread)
     }
 }
 
-TEST(WorkersThread, WorkForManyThreadsAtOnce)
+TEST_F(WorkersThread, WorkForManyThreadsAtOnce)
 {
     Picture alone(24);
     ASSERT_EQ(V_SUCCESS, shrink(*alone));
@@ -144,7 +147,7 @@ TEST(WorkersThread, WorkForManyThreadsAtOnce)
     EXPECT_EQ(0, wrong);
 }
 
-TEST(WorkersThread, WorkInsideItemsOfABatch)
+TEST_F(WorkersThread, WorkInsideItemsOfABatch)
 {
     constexpr uint32_t kItems = 24;
     std::atomic<int> wrong{0};
@@ -162,7 +165,7 @@ TEST(WorkersThread, WorkInsideItemsOfABatch)
     EXPECT_EQ(0, wrong);
 }
 
-TEST(WorkersThread, AreASettingOfTheThread)
+TEST_F(WorkersThread, AreASettingOfTheThread)
 {
     EXPECT_EQ(1, V_GetWorkers());
     EXPECT_EQ(V_ERROR_INVALID_PARAMETER, V_SetWorkers(-1));
@@ -176,7 +179,7 @@ TEST(WorkersThread, AreASettingOfTheThread)
 }
 
 /// Bands that fail where they are told to; each row is done at most once.
-TEST(WorkersThread, StopAtTheFirstFailure)
+TEST_F(WorkersThread, StopAtTheFirstFailure)
 {
     for (const int32_t bad : {-1, 0, 57, 199}) {
         std::vector<std::atomic<int>> rows(200);

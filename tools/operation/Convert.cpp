@@ -115,7 +115,7 @@ void convert(Bitmap& bitmap, const Request& request)
     if (request.keeps(record)) {
         return;
     }
-    const int32_t bits = request.bits != 0 ? request.bits : record.BitsPerPixel;
+    const int32_t bits = request.bits != 0 ? request.bits : +record.BitsPerPixel;
     record.DitheringMethod = request.method;
     if (bits > 8) {
         check(V_ColorResBitmap(&record, nullptr, 0, bits, request.flags, nullptr, nullptr, 0), "changing colours");
