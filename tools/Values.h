@@ -122,6 +122,31 @@ std::optional<std::array<int32_t, kCount>> integers_option(const Arguments& argu
     return numbers;
 }
 
+/** A width and a height; 0 for one that is not given. */
+struct Sides {
+    int32_t width = 0;
+    int32_t height = 0;
+};
+
+/** The --size option: WxH, Wx or xH; nothing when it is not there. */
+inline std::optional<Sides> size_option(const Arguments& arguments)
+{
+    const std::optional<std::string> text = arguments.value("--size");
+    if (!text) {
+        return std::nullopt;
+    }
+    Sides sides;
+    const size_t cross = text->find('x');
+    const auto read = [](const std::string& digits, int32_t& side) {
+        return digits.empty() || (parse_number(digits, side) && side > 0);
+    };
+    if (cross == std::string::npos || text->size() == 1 || !read(text->substr(0, cross), sides.width) ||
+        !read(text->substr(cross + 1), sides.height)) {
+        throw UsageError("--size needs WxH, Wx or xH");
+    }
+    return sides;
+}
+
 /** The --rect option: left, top, width and height. */
 inline std::optional<RECT> rect_option(const Arguments& arguments)
 {

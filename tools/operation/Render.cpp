@@ -35,22 +35,6 @@ struct Request {
     uint32_t flags = 0;
 };
 
-void read_size(const Arguments& arguments, Request& request)
-{
-    const std::optional<std::string> text = arguments.value("--size");
-    if (!text) {
-        return;
-    }
-    const size_t cross = text->find('x');
-    const auto side = [](const std::string& digits, int32_t& value) {
-        return digits.empty() || (parse_number(digits, value) && value > 0);
-    };
-    if (cross == std::string::npos || text->size() == 1 || !side(text->substr(0, cross), request.width) ||
-        !side(text->substr(cross + 1), request.height)) {
-        throw UsageError("--size needs WxH, Wx or xH");
-    }
-}
-
 std::optional<V_WINDOW> read_window(const Arguments& arguments)
 {
     const std::optional<std::string> text = arguments.value("--window");
@@ -71,7 +55,9 @@ Request read_request(const Arguments& arguments)
     Request request;
     request.part = rect_option(arguments);
     request.window = read_window(arguments);
-    read_size(arguments, request);
+    const Sides size = size_option(arguments).value_or(Sides{});
+    request.width = size.width;
+    request.height = size.height;
     request.flags = require_word(kFilters, "--filter", arguments.value("--filter").value_or("area")) |
                     (arguments.has("--alpha") ? RENDER_32BITS : 0);
     if (arguments.value("--contrast") || arguments.value("--intensity") || arguments.value("--gamma")) {

@@ -32,14 +32,9 @@ struct Request {
     uint32_t flags = 0;
 };
 
-bool parse_side(const std::string& text, int32_t& side)
-{
-    return text.empty() || (parse_number(text, side) && side > 0);
-}
-
 void read_size(const Arguments& arguments, Request& request)
 {
-    const std::optional<std::string> size = arguments.value("--size");
+    const std::optional<Sides> size = size_option(arguments);
     const std::optional<std::string> scale = arguments.value("--scale");
     if (size.has_value() == scale.has_value()) {
         throw UsageError("resize needs either --size or --scale");
@@ -50,11 +45,8 @@ void read_size(const Arguments& arguments, Request& request)
         }
         return;
     }
-    const size_t cross = size->find('x');
-    if (cross == std::string::npos || size->size() == 1 || !parse_side(size->substr(0, cross), request.width) ||
-        !parse_side(size->substr(cross + 1), request.height)) {
-        throw UsageError("--size needs WxH, Wx or xH");
-    }
+    request.width = size->width;
+    request.height = size->height;
 }
 
 /** A side in pixels, at least 1 and no more than a bitmap can have. */

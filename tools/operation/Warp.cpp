@@ -83,26 +83,12 @@ Grid read_grid(const std::string& name)
     return grid;
 }
 
-void read_size(const Arguments& arguments, Request& request)
-{
-    const std::optional<std::string> text = arguments.value("--size");
-    if (!text) {
-        return;
-    }
-    const size_t cross = text->find('x');
-    const auto side = [](const std::string& digits, int32_t& value) {
-        return digits.empty() || (parse_number(digits, value) && value > 0);
-    };
-    if (cross == std::string::npos || text->size() == 1 || !side(text->substr(0, cross), request.width) ||
-        !side(text->substr(cross + 1), request.height)) {
-        throw UsageError("--size needs WxH, Wx or xH");
-    }
-}
-
 Request read_request(const Arguments& arguments)
 {
     Request request;
-    read_size(arguments, request);
+    const Sides size = size_option(arguments).value_or(Sides{});
+    request.width = size.width;
+    request.height = size.height;
     request.flags = require_word(kFilters, "--filter", arguments.value("--filter").value_or("nearest"));
     request.flags |= (arguments.has("--area") ? WARP_AREA : 0) | (arguments.has("--edge") ? WARP_EDGE : 0);
     request.fill = fill_option(arguments);
