@@ -106,12 +106,9 @@ int make_storage(BITMAPHANDLE& bitmap, uint32_t memory, NewPixels pixels) noexce
         return V_SUCCESS;
     }
     const StoreRequest request = store_request(data_size(bitmap));
-    for (const Store& store : kStores) {
-        if (store.by_thresholds || !(memory & store.memory_type))
-            continue;
-        const int result = store.create(bitmap, request);
-        return result != V_SUCCESS && store.falls_to_disk ? try_disk(bitmap, memory, request) : result;
-    }
+    for (const Store& store : kStores)
+        if (!store.by_thresholds && memory & store.memory_type)
+            return store.create(bitmap, request);
     return allocate_plain(bitmap, memory, pixels);
 }
 

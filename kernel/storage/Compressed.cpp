@@ -242,7 +242,7 @@ void free_owner(Owner* owner) noexcept
 int create(BITMAPHANDLE& bitmap, const StoreRequest&) noexcept
 {
     if (bitmap.Height < 0 || bitmap.BytesPerLine == 0 || !row_holds_width(bitmap.BytesPerLine, bitmap.Width, 1))
-        return V_ERROR_INVALID_WIDTH_HEIGHT;
+        return V_ERROR_NO_MEMORY; // as for any request that nothing serves
     void* const memory = platform::heap_alloc(sizeof(Owner));
     if (!memory)
         return V_ERROR_NO_MEMORY;

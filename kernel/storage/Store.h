@@ -108,7 +108,6 @@ struct Store {
     uint32_t request_with = 0;    ///< and none but these besides
     bool by_thresholds = false;   ///< whether it is chosen is for the thresholds to say; the others are when asked for
     bool settles_request = false; ///< where the kind can be had, what else a request says does not count
-    bool falls_to_disk = false;   ///< where it could not be had after all, if the request allows that
     bool takes_handles = false;   ///< not to be had when handles run short
     bool is_block = false;        ///< the rows are one block at `Data`
     bool whole_rows = false;      ///< a row is stored as a whole, and `Size` follows every put
@@ -144,7 +143,6 @@ inline constexpr Store kStores[] = {
         .request = TYPE_COMPRESSED | TYPE_NODISK,
         .request_with = TYPE_CONV,
         .settles_request = true,
-        .falls_to_disk = true,
         .whole_rows = true,
         .compression = 1,
         .size_after = SizeAfter::recounted,
