@@ -81,5 +81,6 @@ if [ -z "$plain" ]; then
     echo "== gallery"
     scripts/demo.sh
     cp -r demo-out "$out/gallery"
+    sed -i 's#<nav>#<nav><a href="../index.html">Guides</a>#' "$out"/gallery/*.html
 fi
 echo "== done: open $out/index.html"
