@@ -97,7 +97,8 @@ build_deb() { # <component>
 }
 
 package_debian() {
-    ensure_packages build-essential cmake ninja-build pkg-config python3 doxygen libpng-dev libjpeg-dev libtiff-dev
+    ensure_packages build-essential cmake ninja-build pkg-config python3 doxygen libpng-dev libjpeg-dev libtiff-dev \
+        libwebp-dev libgif-dev liblcms2-dev
     local maintainer="${DEBFULLNAME:-Vkkrnx maintainers} <${DEBEMAIL:-maintainers@vkkrnx.invalid}>"
     mkdir -p "$work/debian"
     sed -e "s/@SOVERSION@/$soversion/; s/@MAINTAINER@/$maintainer/" packaging/debian/control >"$work/debian/control"

@@ -21,7 +21,8 @@ done
 . scripts/packages.sh
 ensure_packages build-essential python3 doxygen
 if [ -z "$vk" ]; then
-    ensure_packages cmake ninja-build ccache pkg-config googletest libpng-dev libjpeg-dev libtiff-dev
+    ensure_packages cmake ninja-build ccache pkg-config googletest libpng-dev libjpeg-dev libtiff-dev \
+        libwebp-dev libgif-dev liblcms2-dev
     mkdir -p build
     cmake --preset native >build/native.configure.log
     cmake --build build/native --target vk -- --quiet
