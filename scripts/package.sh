@@ -63,6 +63,8 @@ finish_tree() { # <component>
     if [ "$component" = runtime ]; then
         echo "libVkkrnx $soversion $name (>= $version)" >"$tree/DEBIAN/shlibs"
         echo "activate-noawait ldconfig" >"$tree/DEBIAN/triggers"
+        mkdir -p "$tree/usr/share/lintian/overrides"
+        sed "s/@SOVERSION@/$soversion/" packaging/debian/lintian-overrides >"$tree/usr/share/lintian/overrides/$name"
     fi
     find "$tree" -type d -exec chmod 755 {} +
     find "$tree" -type f -exec chmod 644 {} +
@@ -108,7 +110,7 @@ package_debian() {
     } >"$work/debian/changelog"
     {
         printf 'Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/\nUpstream-Name: Vkkrnx\n\n'
-        printf 'Files: *\nCopyright: the Vkkrnx authors\nLicense: Expat\n'
+        printf 'Files: *\nCopyright: %s the Vkkrnx authors\nLicense: Expat\n' "$(date --utc --date="@$SOURCE_DATE_EPOCH" +%Y)"
         sed -e '1,/^Copyright/d; /./!d' LICENSE | sed -e 's/^/ /; s/^ THE SOFTWARE IS PROVIDED/ .\n&/; s/^ The above/ .\n&/'
     } >"$work/copyright"
 
