@@ -19,12 +19,14 @@ out=$PWD/build/packages
 work=$PWD/build/package
 mkdir -p "$out"
 
-# The build, told to forget where it was made. No compiler cache: what it kept may remember another place.
+# A build of its own. Without a compiler cache unless CACHE=1 is set, so that it is made of what lies here and nothing else.
 build() { # <folder> <options of cmake>...
     local folder=$1
     shift
+    local cache=(-D CCACHE=CCACHE-NOTFOUND)
+    [ -z "${CACHE:-}" ] || cache=(-U CCACHE)
     cmake -S . -B "$folder" -G Ninja -D CMAKE_BUILD_TYPE=Release -D VKKRNX_TESTS=OFF -D VKKRNX_BENCH=OFF \
-        -D CCACHE=CCACHE-NOTFOUND "$@" >"$folder.configure.log" 2>&1 || { cat "$folder.configure.log"; return 1; }
+        "${cache[@]}" "$@" >"$folder.configure.log" 2>&1 || { cat "$folder.configure.log"; return 1; }
     cmake --build "$folder" --parallel "$(nproc)" -- --quiet
 }
 
@@ -116,13 +118,13 @@ package_debian() {
 
     local flags
     flags="$(dpkg-buildflags --get CPPFLAGS) -ffile-prefix-map=$PWD=."
-    build "$work/debian-build" -D CMAKE_INSTALL_PREFIX=/usr -D CMAKE_SKIP_INSTALL_RPATH=ON \
+    build "$PWD/build/package-debian" -D CMAKE_INSTALL_PREFIX=/usr -D CMAKE_SKIP_INSTALL_RPATH=ON \
         -D CMAKE_C_FLAGS="$(hardening CFLAGS) $flags" -D CMAKE_CXX_FLAGS="$(hardening CXXFLAGS) $flags" \
         -D CMAKE_SHARED_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_MODULE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)"
-    install_components "$work/debian-build" "$work/stage" runtime development tools documentation
-    scripts/site.sh --plain --vk "$work/debian-build/vk" --library "$work/debian-build" "$work/site" >"$work/site.log"
+    install_components "$PWD/build/package-debian" "$work/stage" runtime development tools documentation
+    scripts/site.sh --plain --vk "$PWD/build/package-debian/vk" --library "$PWD/build/package-debian" "$work/site" >"$work/site.log"
     cp -r "$work/site" "$work/stage/documentation/usr/share/doc/Vkkrnx/html"
     for component in "${!package_of[@]}"; do
         finish_tree "$component"
@@ -142,9 +144,8 @@ hardening() { dpkg-buildflags --get "$1" | sed -e "s#-g -O2##; s#-ffile-prefix-m
 package_windows() {
     ensure_packages build-essential cmake ninja-build pkg-config python3 g++-mingw-w64-x86-64-posix
     local name=vkkrnx-$version-windows-x86_64
-    local tree=$work/$name build=$work/windows-build
+    local tree=$work/$name build=$PWD/build/package-windows
     build "$build" --toolchain "$PWD/cmake/mingw-w64.cmake" -D CMAKE_INSTALL_PREFIX=/ -D CMAKE_INSTALL_DOCDIR=doc \
-        -D CMAKE_C_FLAGS="-ffile-prefix-map=$PWD=." -D CMAKE_CXX_FLAGS="-ffile-prefix-map=$PWD=." \
         -D CMAKE_SHARED_LINKER_FLAGS=-Wl,--no-insert-timestamp -D CMAKE_EXE_LINKER_FLAGS=-Wl,--no-insert-timestamp \
         -D CMAKE_MODULE_LINKER_FLAGS=-Wl,--no-insert-timestamp
     install_components "$build" "$work/windows-stage" runtime development tools documentation
