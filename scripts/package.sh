@@ -23,10 +23,9 @@ mkdir -p "$out"
 build() { # <folder> <options of cmake>...
     local folder=$1
     shift
-    local cache=(-D CCACHE=CCACHE-NOTFOUND)
-    [ -z "${CACHE:-}" ] || cache=(-U CCACHE)
+    [ -n "${CACHE:-}" ] || export CCACHE_DISABLE=1
     cmake -S . -B "$folder" -G Ninja -D CMAKE_BUILD_TYPE=Release -D VKKRNX_TESTS=OFF -D VKKRNX_BENCH=OFF \
-        "${cache[@]}" "$@" >"$folder.configure.log" 2>&1 || { cat "$folder.configure.log"; return 1; }
+        "$@" >"$folder.configure.log" 2>&1 || { cat "$folder.configure.log"; return 1; }
     cmake --build "$folder" --parallel "$(nproc)" -- --quiet
 }
 
@@ -118,13 +117,13 @@ package_debian() {
 
     local flags
     flags="$(dpkg-buildflags --get CPPFLAGS) -ffile-prefix-map=$PWD=."
-    build "$PWD/build/package-debian" -D CMAKE_INSTALL_PREFIX=/usr -D CMAKE_SKIP_INSTALL_RPATH=ON \
+    build "$work/debian-build" -D CMAKE_INSTALL_PREFIX=/usr -D CMAKE_SKIP_INSTALL_RPATH=ON \
         -D CMAKE_C_FLAGS="$(hardening CFLAGS) $flags" -D CMAKE_CXX_FLAGS="$(hardening CXXFLAGS) $flags" \
         -D CMAKE_SHARED_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_MODULE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)"
-    install_components "$PWD/build/package-debian" "$work/stage" runtime development tools documentation
-    scripts/site.sh --plain --vk "$PWD/build/package-debian/vk" --library "$PWD/build/package-debian" "$work/site" >"$work/site.log"
+    install_components "$work/debian-build" "$work/stage" runtime development tools documentation
+    scripts/site.sh --plain --vk "$work/debian-build/vk" --library "$work/debian-build" "$work/site" >"$work/site.log"
     cp -r "$work/site" "$work/stage/documentation/usr/share/doc/Vkkrnx/html"
     for component in "${!package_of[@]}"; do
         finish_tree "$component"
