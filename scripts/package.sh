@@ -30,15 +30,15 @@ build() { # <folder> <options of cmake>...
 }
 
 # Every component is installed into a folder of its own; one that no package takes is a mistake.
-install_components() { # <build folder> <stage> <component>...
-    local folder=$1 stage=$2 component
-    shift 2
+install_components() { # <build folder> <stage> <prefix in it> <component>...
+    local folder=$1 stage=$2 prefix=$3 component
+    shift 3
     rm -rf "$stage"
     for component in $(cmake --build "$folder" --target list_install_components | grep -o '"[^"]*"' | tr -d '"'); do
         [[ " $* " == *" $component "* ]] || { echo "no package takes the component $component" >&2; return 1; }
     done
     for component in "$@"; do
-        DESTDIR=$stage/$component cmake --install "$folder" --component "$component" >/dev/null
+        cmake --install "$folder" --prefix "$stage/$component$prefix" --component "$component" >/dev/null
     done
 }
 
@@ -122,7 +122,7 @@ package_debian() {
         -D CMAKE_SHARED_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_MODULE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)"
-    install_components "$work/debian-build" "$work/stage" runtime development tools documentation
+    install_components "$work/debian-build" "$work/stage" /usr runtime development tools documentation
     scripts/site.sh --plain --vk "$work/debian-build/vk" --library "$work/debian-build" "$work/site" >"$work/site.log"
     cp -r "$work/site" "$work/stage/documentation/usr/share/doc/Vkkrnx/html"
     for component in "${!package_of[@]}"; do
@@ -144,10 +144,10 @@ package_windows() {
     ensure_packages build-essential cmake ninja-build pkg-config python3 g++-mingw-w64-x86-64-posix
     local name=vkkrnx-$version-windows-x86_64
     local tree=$work/$name build=$PWD/build/package-windows
-    build "$build" --toolchain "$PWD/cmake/mingw-w64.cmake" -D CMAKE_INSTALL_PREFIX=/ -D CMAKE_INSTALL_DOCDIR=doc \
+    build "$build" --toolchain "$PWD/cmake/mingw-w64.cmake" -D CMAKE_INSTALL_PREFIX=/vkkrnx -D CMAKE_INSTALL_DOCDIR=doc \
         -D CMAKE_SHARED_LINKER_FLAGS=-Wl,--no-insert-timestamp -D CMAKE_EXE_LINKER_FLAGS=-Wl,--no-insert-timestamp \
         -D CMAKE_MODULE_LINKER_FLAGS=-Wl,--no-insert-timestamp
-    install_components "$build" "$work/windows-stage" runtime development tools documentation
+    install_components "$build" "$work/windows-stage" "" runtime development tools documentation
     rm -rf "$tree"
     mkdir -p "$tree/licences"
     cp -r "$work"/windows-stage/*/. "$tree"
