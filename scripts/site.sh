@@ -76,6 +76,10 @@ OPTIONS
     } | doxygen -
 )
 grep -E '\.md:' "$scratch/warnings.log" >&2 || true
+# Pages of folders, named after where those were: of the pages above nothing leads there.
+for page in "$scratch"/html/dir_*.html; do
+    grep -qF "$(basename "$page")" "$scratch"/html/Vk*.html || rm "$page"
+done
 cp -r "$scratch/html/." "$scratch/pictures" "$out"
 
 if [ -z "$plain" ]; then
