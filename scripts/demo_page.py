@@ -3,17 +3,52 @@
 import html
 import json
 import pathlib
+import struct
 import sys
 
 STYLE = """
-body { font: 16px/1.5 system-ui, sans-serif; margin: 2em auto; max-width: 76em; padding: 0 1em; color: #222; }
+* { box-sizing: border-box; }
+body { font: 16px/1.5 system-ui, sans-serif; margin: 0 auto; max-width: 84em; padding: 1em; color: #222; }
+nav a { margin-right: 1em; }
+section.table { overflow-x: auto; }
 table { border-collapse: collapse; margin: 1em 0 2em; width: 100%; }
-th, td { border-bottom: 1px solid #ddd; padding: .35em .7em; text-align: right; }
+th, td { border-bottom: 1px solid #ddd; padding: .35em .7em; text-align: right; white-space: nowrap; }
 th:first-child, td:first-child { text-align: left; }
-figure { display: inline-block; margin: 0 1em 1em 0; vertical-align: top; }
-figure img { border: 1px solid #ccc; max-height: 256px; }
-figcaption { color: #555; font-size: .85em; }
+.grid { display: grid; gap: 1.2em 1em; grid-template-columns: repeat(auto-fill, 256px); }
+figure { margin: 0; }
+figure .whole { display: flex; height: 180px; align-items: center; justify-content: center; background: #f1f2f4; }
+figure .whole img { max-width: 100%; max-height: 180px; }
+figure .crop { display: block; position: relative; height: 192px; overflow: hidden; margin-top: 4px; }
+figure .crop img { position: absolute; left: 50%; top: 50%; max-width: none; image-rendering: pixelated; transform-origin: 0 0; }
+figcaption { color: #555; font-size: .85em; overflow-wrap: anywhere; }
+@media (max-width: 560px) {
+    .grid { gap: .8em .6em; grid-template-columns: repeat(2, minmax(0, 1fr)); }
+    figure .whole, figure .whole img { height: auto; max-height: 150px; }
+    figure .crop { height: 130px; }
+}
 """
+PAGES = {
+    "index.html": "Storage kinds",
+    "colors.html": "Colours",
+    "geometry.html": "Sizes, angles, perspectives",
+    "combined.html": "Pictures in pictures",
+    "shown.html": "Windows, regions, overlays",
+}
+# What begins with one of these is worth a closer look: at a place of the picture, in parts of its width and height.
+CLOSER = {
+    "color-depth": (0.40, 0.18),
+    "color-palette": (0.40, 0.18),
+    "color-dither2": (0.40, 0.18),
+    "color-dither16": (0.40, 0.18),
+    "color-dither256": (0.40, 0.18),
+    "geometry-smaller": (0.43, 0.22),
+    "geometry-larger": (0.40, 0.205),
+    "geometry-page": (0.27, 0.125),
+    "geometry-rotate-nearest": (0.47, 0.23),
+    "geometry-rotate-bi": (0.47, 0.23),
+    "geometry-rotate-page": (0.29, 0.1406),
+}
+SCALE = 4
 KINDS = {
     "conv": "conventional memory",
     "global": "movable global block",
@@ -26,18 +61,38 @@ KINDS = {
 
 
 def page(path, title, body):
+    here = "".join(f'<a href="{name}">{text}</a>' for name, text in PAGES.items() if name != path.name)
     path.write_text(
-        f"<!doctype html><html lang='en'><meta charset='utf-8'><title>Vkkrnx: {title}</title><style>{STYLE}</style>"
-        f"<h1>{title}</h1>{body}</html>\n",
+        "<!doctype html><html lang='en'><meta charset='utf-8'><meta name='viewport' content='width=device-width, initial-scale=1'>"
+        f"<title>Vkkrnx: {title}</title><style>{STYLE}</style><nav>{here}</nav><h1>{title}</h1>{body}</html>\n",
         encoding="utf-8",
     )
 
 
-def figure(picture, caption):
+def png_size(path):
+    with open(path, "rb") as file:
+        return struct.unpack(">II", file.read(24)[16:])
+
+
+def crop(path, place):
+    """Some pixels around a place, enlarged by the browser, which is told not to smooth them."""
+    left, top = (round(part * side) for part, side in zip(place, png_size(path)))
     return (
-        f'<figure><a href="{picture}"><img src="{picture}" alt="{html.escape(caption)}"></a>'
-        f"<figcaption>{html.escape(caption)}</figcaption></figure>"
+        f'<a class="crop" href="{path.name}"><img loading="lazy" src="{path.name}" alt="" '
+        f'style="transform: scale({SCALE}) translate({-left}px, {-top}px)"></a>'
     )
+
+
+def figure(path, caption):
+    place = next((place for start, place in CLOSER.items() if path.stem.startswith(start)), None)
+    return (
+        f'<figure><a class="whole" href="{path.name}"><img loading="lazy" src="{path.name}" alt="{html.escape(caption)}"></a>'
+        f"{crop(path, place) if place else ''}<figcaption>{html.escape(caption)}</figcaption></figure>"
+    )
+
+
+def grid(figures):
+    return f'<div class="grid">{"".join(figures)}</div>'
 
 
 def storage_row(held):
@@ -54,13 +109,13 @@ def storage_row(held):
     return "<tr>" + "".join(f"<td>{html.escape(cell)}</td>" for cell in cells) + "</tr>"
 
 
-def storage_section(name, all_held):
+def storage_section(folder, name, all_held):
     first = all_held[0]
     heads = ["storage", "stored bytes", "of raw", "tiles", "write MB/s", "read MB/s", "read back equal"]
     return (
         f"<h2>{name}: {first['width']} × {first['height']} pixels, {first['bits_per_pixel']} bits</h2>"
-        f"<table><tr>{''.join(f'<th>{head}</th>' for head in heads)}</tr>{''.join(map(storage_row, all_held))}</table>"
-        + "".join(figure(f"{name}-{held['kind']}.png", KINDS[held["kind"]]) for held in all_held)
+        f"<section class='table'><table><tr>{''.join(f'<th>{head}</th>' for head in heads)}</tr>{''.join(map(storage_row, all_held))}</table></section>"
+        + grid(figure(folder / f"{name}-{held['kind']}.png", KINDS[held["kind"]]) for held in all_held)
     )
 
 
@@ -76,10 +131,8 @@ def storage_page(folder):
         folder / "index.html",
         "One picture, every kind of storage",
         "<p>Each picture was put row by row into a bitmap of each storage kind, read back and compared with the file. What is "
-        'shown was written from the rows that came back. Rates count the time in the library only. See also the <a href="colors.html">'
-        'colours</a>, the <a href="geometry.html">sizes, angles and perspectives</a>, '
-        'the <a href="combined.html">pictures in pictures</a> and <a href="shown.html">windows, regions and overlays</a>.</p>'
-        + "".join(storage_section(*item) for item in pictures.items()),
+        "shown was written from the rows that came back. Rates count the time in the library only.</p>"
+        + "".join(storage_section(folder, *item) for item in pictures.items()),
     )
 
 
@@ -87,16 +140,16 @@ def color_section(folder, title, group):
     paths = sorted(folder.glob(f"color-{group}-*.json"))
     if not paths:
         sys.exit(f"no figures for {group}")
-    body = ""
+    figures = []
     for path in paths:
         made = json.loads(path.read_text())
-        picture = path.with_suffix(".png").name
-        size = (folder / picture).stat().st_size
+        picture = path.with_suffix(".png")
+        size = picture.stat().st_size
         what = path.stem.removeprefix(f"color-{group}-")
         colors = f", {made['colors']} colours" if made["colors"] else ""
         caption = f"{what}: {made['bits']} bits{colors}, {made['data_bytes']:,} bytes, file {size:,}, {made['operation_ms']:.1f} ms"
-        body += figure(picture, caption)
-    return f"<h2>{title}</h2>{body}"
+        figures.append(figure(picture, caption))
+    return f"<h2>{title}</h2>{grid(figures)}"
 
 
 def color_page(folder):
@@ -104,7 +157,7 @@ def color_page(folder):
         folder / "colors.html",
         "One photograph in every form",
         '<p>Made by <code>vk convert</code>. Depths that picture files do not have are shown in the nearest form that has all their '
-        'values. Back to the <a href="index.html">storage kinds</a>.</p>'
+        'values. Below each picture some of its pixels, four times as wide and high.</p>'
         + color_section(folder, "Every depth; up to 8 bits with an optimized palette, Floyd-Steinberg", "depth")
         + color_section(folder, "256 colours from different palettes", "palette")
         + color_section(folder, "Every dithering method on 2 colours", "dither2")
@@ -117,13 +170,13 @@ def made_section(folder, title, page_name, group):
     paths = sorted(folder.glob(f"{page_name}-{group}-*.json"))
     if not paths:
         sys.exit(f"no figures for {group}")
-    body = ""
+    figures = []
     for path in paths:
         made = json.loads(path.read_text())
         what = path.stem.removeprefix(f"{page_name}-{group}-")
         caption = f"{what}: {made['width']} × {made['height']}, {made['bits']} bits, {made['operation_ms']:.1f} ms"
-        body += figure(path.with_suffix(".png").name, caption)
-    return f"<h2>{title}</h2>{body}"
+        figures.append(figure(path.with_suffix(".png"), caption))
+    return f"<h2>{title}</h2>{grid(figures)}"
 
 
 def geometry_page(folder):
@@ -131,7 +184,7 @@ def geometry_page(folder):
         folder / "geometry.html",
         "One photograph, one page, moved about",
         "<p>Made by <code>vk resize</code>, <code>rotate</code>, <code>warp</code>, <code>shear</code>, <code>flip</code>, <code>mirror</code> and <code>orient</code>. "
-        'Back to the <a href="index.html">storage kinds</a>.</p>'
+        "Where filters differ, some pixels stand below, four times as wide and high.</p>"
         + made_section(folder, "37 % of the size", "geometry", "smaller")
         + made_section(folder, "150 % of the size", "geometry", "larger")
         + made_section(folder, "A 1-bit page at 37 %", "geometry", "page")
@@ -146,8 +199,7 @@ def combined_page(folder):
         folder / "combined.html",
         "One picture in another",
         "<p>Made by <code>vk combine</code>, <code>fill</code>, <code>alpha</code>, <code>crop</code>, <code>trim</code>, "
-        "<code>extend</code> and <code>scramble</code>: a rocket put into a photograph. "
-        'Back to the <a href="index.html">storage kinds</a>.</p>'
+        "<code>extend</code> and <code>scramble</code>: a rocket put into a photograph.</p>"
         + made_section(folder, "Operations on bits and on channels", "combined", "operation")
         + made_section(folder, "Blend modes", "combined", "mode")
         + made_section(folder, "Porter-Duff operators, both pictures half covered", "combined", "operator")
@@ -161,8 +213,7 @@ def shown_page(folder):
         folder / "shown.html",
         "Windows, regions, overlays",
         "<p>Made by <code>vk window</code>, <code>region</code> and <code>overlay</code>. The 16-bit gray picture has the light of a "
-        "photograph, most of whose shades lie in the lowest tenth of the range. "
-        'Back to the <a href="index.html">storage kinds</a>.</p>'
+        "photograph, most of whose shades lie in the lowest tenth of the range.</p>"
         + made_section(folder, "16-bit gray through windows", "shown", "window")
         + made_section(folder, "Pixels chosen by shapes, filled, blended and cut out", "shown", "region")
         + made_section(folder, "Pictures of two levels laid over others", "shown", "overlay"),
