@@ -237,7 +237,7 @@ public:
                 Doubles down[kTaps];
                 real_weights(fraction(group.x), number, across);
                 real_weights(fraction(group.y), number, down);
-                Doubles sum;
+                Doubles sum = V::number(0.0);
                 const uint8_t* origin = patch.origin;
                 for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
                     const Row<Lane, kSize, kTaps> cells(origin, group.offsets);

@@ -384,7 +384,7 @@ TEST(CompressedStore, RefusesWhatItCannotDo)
     BITMAPHANDLE huge = {};
     ASSERT_EQ(SUCCESS, V_InitBitmap(&huge, BITMAPHANDLE_SIZE, 8, 1, 1));
     huge.Width = 64;
-    EXPECT_EQ(V_ERROR_INVALID_WIDTH_HEIGHT, vk::kCompressedStore.create(huge, {}));
+    EXPECT_EQ(V_ERROR_NO_MEMORY, vk::kCompressedStore.create(huge, {}));
     EXPECT_EQ(nullptr, huge.Handle);
 
     expect_each(V_ERROR_INVALID_PARAMETER,
