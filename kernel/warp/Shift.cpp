@@ -16,8 +16,8 @@ namespace vk::warp {
 
 namespace {
 
-/// Writing this much and more is worth doing past the caches.
-constexpr uint64_t kStreamedBytes = 16u << 20;
+/// Writing this much and more is worth doing past the caches, as rows are copied and never looked at again.
+constexpr uint64_t kStreamedBytes = 4u << 20;
 /// Rows that are moved between two looks at the clock, so to speak, and through a buffer.
 constexpr int32_t kBatch = 64;
 
@@ -51,15 +51,15 @@ public:
     {
         int result = open();
         const int32_t batch = std::min(kBatch, reported_rows(made_.Height));
+        combine::LineWriter lines;
         for (int32_t row = 0; row < made_.Height && result == V_SUCCESS;) {
-            combine::LineWriter lines;
             for (const int32_t end = row + std::min(batch, made_.Height - row); row < end && result == V_SUCCESS; ++row)
                 result = move(row, lines);
-            lines.flush();
-            combine::stream_fence();
             if (result == V_SUCCESS)
                 result = progress.update(int64_t{row} * made_.Width);
         }
+        lines.flush();
+        combine::stream_fence();
         return result;
     }
 
