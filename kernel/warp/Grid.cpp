@@ -98,11 +98,12 @@ bool Grid::add_piece(const Piece& piece, const Reach& reach, int64_t from, int64
         const V_POINTD here =
             is_wide ? V_POINTD{piece.start.x + piece.step.x * offset, piece.start.y + piece.step.y * offset}
                     : piece.start;
-        const V_POINTD base{std::floor(here.x), std::floor(here.y)};
-        Arc arc{static_cast<int64_t>(base.x),
-                static_cast<int64_t>(base.y),
-                to_fine(here.x - base.x),
-                to_fine(here.y - base.y),
+        const int64_t base_x = floor_of(here.x);
+        const int64_t base_y = floor_of(here.y);
+        Arc arc{base_x,
+                base_y,
+                to_fine(here.x - static_cast<double>(base_x)),
+                to_fine(here.y - static_cast<double>(base_y)),
                 0,
                 0,
                 0,
