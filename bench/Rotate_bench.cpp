@@ -1,10 +1,9 @@
 // Rotation by 7.3 degrees on the kept canvas: whole bitmaps, whose new storage is made each time, beside OpenCV into
-// storage that is there; and, as an internal figure, the painting of nearest pixels alone beside the plain loops.
+// storage that is there.
 // Everything runs on one thread.
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"
-#include "kernel/rotate/Nearest.h"
 #include "kernel/sampling/Loops.h"
 
 #if defined(VKKRNX_BENCH_OPENCV)
@@ -14,7 +13,6 @@
 namespace {
 
 using namespace vk::bench;
-using namespace vk::rotate;
 
 constexpr int32_t kAngle = 730;
 
@@ -40,8 +38,7 @@ std::vector<uint8_t> picture(int32_t bits)
                      : photo(size.width, size.height, bits / 8);
 }
 
-/// The exported function: range(0) bits, range(1) flags, range(2) angle, range(3) highest level of the inner loops that
-/// mix.
+/// The exported function: range(0) bits, range(1) flags, range(2) angle, range(3) highest level of the inner loops.
 void rotate(benchmark::State& state)
 {
     vk::sampling::limit_level(static_cast<vk::sampling::Level>(state.range(3)));
@@ -65,6 +62,7 @@ void rotate(benchmark::State& state)
 BENCHMARK(rotate)
     ->ArgNames({"bits", "flags", "angle", "level"})
     ->ArgsProduct({{1, 8, 24, 32}, {0}, {kAngle, 4500, 8999}, {2}})
+    ->ArgsProduct({{1, 8, 16, 24, 32, 48, 64}, {0}, {kAngle}, {0, 1}})
     ->ArgsProduct({{1, 16, 48, 64}, {2, 4}, {kAngle}, {2}})
     ->ArgsProduct({{8, 24, 32}, {2, 4}, {kAngle}, {0, 1, 2}})
     ->Apply(settings);
@@ -91,31 +89,5 @@ void rotate_opencv(benchmark::State& state)
 BENCHMARK(rotate_opencv)->ArgNames({"bits", "flags"})->ArgsProduct({{8, 24, 32}, {2, 4}})->Apply(settings);
 
 #endif
-
-/// The painting alone: range(0) bits, range(1) whether by the plain loops.
-void paint(benchmark::State& state)
-{
-    const auto bits = static_cast<int32_t>(state.range(0));
-    const Size size = size_for(bits);
-    const size_t stride = stride_for(size.width, bits);
-    const std::vector<uint8_t> pixels = picture(bits);
-    std::vector<uint8_t> canvas(pixels.size());
-    Geometry geometry;
-    make_geometry(geometry, size.width, size.height, kAngle, Placement::kept);
-    const Box all{0, 0, size.width, size.height};
-    keep_to_plain_loops(state.range(1) != 0);
-    NearestPainter painter(geometry, bits, FillPixel{});
-    keep_to_plain_loops(false);
-    const uint64_t count = static_cast<uint64_t>(size.width) * static_cast<uint64_t>(size.height);
-    against_memcpy(state, pixels.size(), pixels.size(), count, [&] {
-        constexpr int32_t kBand = 64;
-        for (int32_t top = 0; top < size.height; top += kBand) {
-            const Box band{0, top, size.width, std::min(top + kBand, size.height)};
-            painter.paint({pixels.data(), stride, all},
-                          {canvas.data() + static_cast<size_t>(top) * stride, stride, band});
-        }
-    });
-}
-BENCHMARK(paint)->ArgNames({"bits", "plain"})->ArgsProduct({{1, 8, 16, 24, 32, 48, 64}, {0, 1}})->Apply(settings);
 
 } // namespace

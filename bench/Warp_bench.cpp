@@ -1,6 +1,6 @@
 // Warps through the exported functions, whose new storage is made each time, beside OpenCV into storage that is there,
 // and shears beside Leptonica. Everything runs on one thread.
-#include "BenchSupport.h"
+#include "bench/Limits.h"
 
 #include "Vkkrnx.h"
 #include "kernel/sampling/Loops.h"
@@ -151,6 +151,19 @@ BENCHMARK(shear)
     ->ArgNames({"bits", "flags"})
     ->ArgsProduct({{1, 8, 24}, {SHEAR_HORIZONTAL, SHEAR_VERTICAL, SHEAR_LINEAR}})
     ->Apply(settings);
+
+/// What reads a picture and writes the canvas that shearing it takes, and nothing else: range(0) bits.
+void shear_limit(benchmark::State& state)
+{
+    const auto bits = static_cast<int32_t>(state.range(0));
+    const Size size = size_for(bits);
+    const auto leant = static_cast<int32_t>(size.height * std::tan(5 * 3.14159265358979323846 / 180)) + 1;
+    const auto rows = static_cast<uint64_t>(size.height);
+    std::vector<uint8_t> pixels(rows * stride_for(size.width, bits));
+    Limit limit(Traffic::stream, pixels.size(), rows * stride_for(size.width + leant, bits));
+    measure(state, bits, pixels, limit);
+}
+BENCHMARK(shear_limit)->ArgNames({"bits"})->ArgsProduct({{1, 8, 24}})->Apply(settings);
 
 /// Turned buffers: range(0) bits, range(1) degrees.
 void turn_buffer(benchmark::State& state)

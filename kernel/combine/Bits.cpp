@@ -109,22 +109,26 @@ void combine_bits(uint8_t* to, uint64_t to_bit, const uint8_t* from, uint64_t fr
         combine_within(to[bytes], 0, from + bytes, shift, tail, logic, order);
 }
 
+void stream_lines(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
+{
+    if (level() >= pixel::Cpu::avx512) {
+        stream_lines_avx512(to, from, bytes);
+        return;
+    }
+    for (size_t i = 0; i < bytes; i += kLine) {
+        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + pixel::kFetchAhead));
+        for (size_t k = i; k < i + kLine; k += sizeof(__m128i))
+            _mm_stream_si128(reinterpret_cast<__m128i*>(to + k),
+                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + k)));
+    }
+}
+
 void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
 {
     const size_t lead = std::min<size_t>((kLine - reinterpret_cast<uintptr_t>(to) % kLine) % kLine, bytes);
     const size_t lines = (bytes - lead) / kLine * kLine;
     std::memcpy(to, from, lead);
-    if (level() >= pixel::Cpu::avx512) {
-        stream_lines_avx512(to + lead, from + lead, lines);
-    } else {
-        for (size_t i = lead; i < lead + lines; i += kLine) {
-            __builtin_prefetch(
-                reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + pixel::kFetchAhead));
-            for (size_t k = i; k < i + kLine; k += sizeof(__m128i))
-                _mm_stream_si128(reinterpret_cast<__m128i*>(to + k),
-                                 _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + k)));
-        }
-    }
+    stream_lines(to + lead, from + lead, lines);
     std::memcpy(to + lead + lines, from + lead + lines, bytes - lead - lines);
 }
 

@@ -63,6 +63,8 @@ constexpr uint64_t reverse_bits_in_bytes(uint64_t word) noexcept
 
 /// Copies bytes past the caches; for much at a time. stream_fence comes behind the last.
 void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
+/// The same for whole cache lines, to the first byte of one.
+void stream_lines(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
 void stream_fence() noexcept;
 
 /// Whole bytes, the source `shift` (0 to 7) bits further on; of the byte behind the last the source bits that are
@@ -74,7 +76,6 @@ size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t
 size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
                           BitOrder order) noexcept;
 
-/// Whole cache lines to a destination at one.
 void stream_lines_avx512(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
 
 } // namespace vk::combine

@@ -36,13 +36,20 @@ struct WideLogic {
     }
 };
 
-} // namespace
+/// Copies, which do not look at the destination.
+struct WideCopy {
+    static void apply(uint8_t* to, __m256i source) noexcept
+    {
+        _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), source);
+    }
+};
 
-size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
-                        BitOrder order) noexcept
+/// Puts source bytes to their places by `wide`; returns how many.
+template <class Wide>
+size_t put_bytes(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Wide& wide,
+                 BitOrder order) noexcept
 {
     constexpr size_t kVector = 32;
-    const WideLogic wide(logic);
     size_t done = 0;
     if (shift == 0) {
         for (; done + kVector <= bytes; done += kVector)
@@ -61,6 +68,15 @@ size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t
         wide.apply(to + done, _mm256_or_si256(_mm256_and_si256(near_bits, a), _mm256_andnot_si256(near_bits, b)));
     }
     return done;
+}
+
+} // namespace
+
+size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
+                        BitOrder order) noexcept
+{
+    return logic.is_copy() ? put_bytes(to, from, bytes, shift, WideCopy{}, order)
+                           : put_bytes(to, from, bytes, shift, WideLogic(logic), order);
 }
 
 } // namespace vk::combine

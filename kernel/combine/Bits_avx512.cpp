@@ -50,6 +50,14 @@ struct WideLogic {
     }
 };
 
+/// Copies, which do not look at the destination.
+struct WideCopy {
+    static void apply(uint8_t* to, __m512i source, __mmask64 bytes) noexcept
+    {
+        _mm512_mask_storeu_epi8(to, bytes, source);
+    }
+};
+
 /// Calls `step(first, bytes)` for every vector, `bytes` being those of it that are wanted; all but the first begin with
 /// a line of `to`.
 template <class Step> void each_vector(const uint8_t* to, size_t bytes, Step step) noexcept
@@ -67,17 +75,16 @@ template <class Step> void each_vector(const uint8_t* to, size_t bytes, Step ste
         step(done, kAll >> (kVector - (bytes - done)));
 }
 
-} // namespace
-
-size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
-                          BitOrder order) noexcept
+/// Puts source bytes to their places by `wide`.
+template <class Wide>
+void put_bytes(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Wide& wide,
+               BitOrder order) noexcept
 {
-    const WideLogic wide(logic);
     if (shift == 0) {
         each_vector(to, bytes, [&](size_t first, __mmask64 some) noexcept {
             wide.apply(to + first, _mm512_maskz_loadu_epi8(some, from + first), some);
         });
-        return bytes;
+        return;
     }
     const bool high_first = order == BitOrder::high_first;
     const __m128i low_shift = _mm_cvtsi32_si128(static_cast<int>(shift));
@@ -92,6 +99,17 @@ size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32
         const __m512i b = high_first ? _mm512_srl_epi16(next, high_shift) : _mm512_sll_epi16(next, high_shift);
         wide.apply(to + first, choose(near_bits, a, b), some);
     });
+}
+
+} // namespace
+
+size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
+                          BitOrder order) noexcept
+{
+    if (logic.is_copy())
+        put_bytes(to, from, bytes, shift, WideCopy{}, order);
+    else
+        put_bytes(to, from, bytes, shift, WideLogic(logic), order);
     return bytes;
 }
 

@@ -137,42 +137,4 @@ Run find_run(const Geometry& geometry, const Reach& reach, int32_t row, int32_t 
     return run;
 }
 
-Columns seen_in_row(const Geometry& geometry, const Box& target, int32_t row) noexcept
-{
-    // The canvas position of the row's first pixel; along the row it moves by (cosine, -sine).
-    const double x = 0.5 - geometry.center.x;
-    const double y = row + 0.5 - geometry.center.y;
-    const double column = x * geometry.cosine + y * geometry.sine - geometry.origin.x;
-    const double line = y * geometry.cosine - x * geometry.sine - geometry.origin.y;
-    double from = 0;
-    double to = geometry.width;
-    narrow(column, geometry.cosine, target.left - 1.0, target.right + 1.0, from, to);
-    narrow(line, 0 - geometry.sine, target.top - 1.0, target.bottom + 1.0, from, to);
-    return from > to ? Columns{0, 0} : Columns{static_cast<int32_t>(from), static_cast<int32_t>(to) + 1};
-}
-
-Box source_box(const Geometry& geometry, const Box& target, int32_t margin) noexcept
-{
-    double least_x = geometry.width;
-    double least_y = geometry.height;
-    double most_x = 0;
-    double most_y = 0;
-    for (const double column : {double{1} * target.left, target.right - 1.0})
-        for (const double row : {double{1} * target.top, target.bottom - 1.0}) {
-            const Point at = geometry.source_of(column, row);
-            least_x = std::min(least_x, at.x);
-            least_y = std::min(least_y, at.y);
-            most_x = std::max(most_x, at.x);
-            most_y = std::max(most_y, at.y);
-        }
-    const auto low = [margin](double value) noexcept {
-        return static_cast<int32_t>(std::max(std::floor(value), 0.0)) - margin;
-    };
-    const auto high = [margin](double value, int32_t limit) noexcept {
-        return static_cast<int32_t>(
-            std::min<int64_t>(static_cast<int64_t>(std::min(std::ceil(value), double{1} * limit)) + margin, INT32_MAX));
-    };
-    return {low(least_x), low(least_y), high(most_x, geometry.width), high(most_y, geometry.height)};
-}
-
 } // namespace vk::rotate

@@ -20,16 +20,6 @@ struct Point {
     double y;
 };
 
-/// Columns left to right - 1, rows top to bottom - 1.
-struct Box {
-    int32_t left;
-    int32_t top;
-    int32_t right;
-    int32_t bottom;
-
-    constexpr bool empty() const noexcept { return left >= right || top >= bottom; }
-};
-
 /// The turn of an image onto its canvas: source = center + turned(target + origin).
 struct Geometry {
     int32_t width = 0; ///< of the image
@@ -69,11 +59,8 @@ struct Reach {
     int32_t high;
 };
 
-/// The pixel whose square holds the position; one on an edge belongs to the pixel before it.
-constexpr Reach kNearestReach{1, 0, 0};
-/// The pixel at or before the position, of two or four.
-constexpr Reach kLinearReach{kOne / 2, 1, 0};
-constexpr Reach kCubicReach{kOne / 2, 2, 1};
+/// The shift for the pixel whose square holds the position: one on an edge belongs to the pixel before it.
+constexpr int64_t kOnEdge = 1;
 
 /// A stretch of a canvas row that sees the image: columns, and the pixel position at the first.
 struct Run {
@@ -87,18 +74,5 @@ struct Run {
 
 /// The stretch among columns [begin, end) of a row, no more than kLongestRun of them.
 Run find_run(const Geometry& geometry, const Reach& reach, int32_t row, int32_t begin, int32_t end) noexcept;
-
-/// The source pixels that a box of the canvas looks at, with a margin; not cut to the image, but never more than
-/// `margin` outside it.
-Box source_box(const Geometry& geometry, const Box& target, int32_t margin) noexcept;
-
-/// Columns first to end - 1.
-struct Columns {
-    int32_t first;
-    int32_t end;
-};
-
-/// The pixels of a source row that a box of the canvas looks at, roughly. Not cut to the image.
-Columns seen_in_row(const Geometry& geometry, const Box& target, int32_t row) noexcept;
 
 } // namespace vk::rotate

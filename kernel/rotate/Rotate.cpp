@@ -1,7 +1,7 @@
 // The rotate family's door: turning a bitmap by any angle.
 //
-// Inside: RotateBitmap.cpp settles what is asked and stages the result, Geometry.h says where a pixel comes from,
-// TurnPixels.h walks the canvas, and two painters take the pixels: Nearest.h, and Filter.h with the forms of Samples.h.
+// Inside: RotateBitmap.cpp settles what is asked and stages the result, Geometry.h says where a pixel comes from and
+// Turn.h tells it to the painters of kernel/sampling/.
 #include "Vkrotate.h"
 #include "Vksystem.h"
 

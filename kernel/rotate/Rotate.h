@@ -1,5 +1,5 @@
-// Turning a bitmap by any angle. The way of the pixels stands in kernel/rotate/: where they come from (Geometry.h), how
-// they are taken (Nearest.h, Filter.h) and how they get there from any storage (Turn.h).
+// Turning a bitmap by any angle. Geometry.h says where its pixels come from; how they are taken, and how they get there
+// from any storage, stands in kernel/sampling/, to which Turn.h tells the positions.
 #pragma once
 
 #include "Vkrecord.h"

@@ -9,11 +9,10 @@
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
 #include "kernel/rotate/Angle.h"
-#include "kernel/rotate/Nearest.h"
 #include "kernel/rotate/Turn.h"
-#include "kernel/rotate/TurnPixels.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/sampling/Filter.h"
+#include "kernel/sampling/Nearest.h"
 #include "kernel/sampling/Walk.h"
 #include "kernel/storage/Storage.h"
 #include "kernel/system/Checks.h"
@@ -99,6 +98,15 @@ private:
     bool is_made_ = false;
 };
 
+/// Paints a bitmap by the nearest pixels.
+int paint_nearest(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geometry, const sampling::FillPixel& fill,
+                  Progress& progress) noexcept
+{
+    const rotate::Turn mapping(geometry, rotate::Taken::nearest);
+    sampling::NearestPainter painter(mapping, made.BitsPerPixel, fill);
+    return sampling::paint_canvas(source, made, mapping, nullptr, painter, progress);
+}
+
 /// Paints the staged bitmap by mixed pixels.
 int paint_mixed(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
                 const Turn& turn, Progress& progress) noexcept
@@ -107,7 +115,7 @@ int paint_mixed(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDL
     const int result = cells.open(described, sampling::fill_pixel(described, turn.fill), true);
     if (result != V_SUCCESS)
         return result;
-    const rotate::Turn mapping(geometry);
+    const rotate::Turn mapping(geometry, rotate::Taken::mixed);
     sampling::FilterPainter painter(mapping, cells, {(turn.flags & ROTATEFLAG_BICUBIC) != 0});
     return sampling::paint_canvas(source, made, mapping, &cells, painter, progress);
 }
@@ -116,12 +124,10 @@ int paint_mixed(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDL
 int paint(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDLE& made, const Geometry& geometry,
           const Turn& turn, Progress& progress) noexcept
 {
-    const sampling::FillPixel fill = sampling::fill_pixel(described, turn.fill);
     const bool is_filtered = turn.flags & (ROTATEFLAG_RESAMPLE | ROTATEFLAG_BICUBIC) && !geometry.moves_whole_pixels();
     if (is_filtered)
         return paint_mixed(source, described, made, geometry, turn, progress);
-    rotate::NearestPainter painter(geometry, made.BitsPerPixel, fill);
-    return rotate::turn_pixels(source, made, geometry, painter, progress);
+    return paint_nearest(source, made, geometry, sampling::fill_pixel(described, turn.fill), progress);
 }
 
 /// Makes the staged bitmap.
@@ -147,8 +153,7 @@ int turn_mask(BITMAPHANDLE& from, BITMAPHANDLE& to, const Geometry& geometry) no
     if (to_access.result() != V_SUCCESS)
         return to_access.result();
     Progress silent(0);
-    rotate::NearestPainter painter(geometry, from.BitsPerPixel, {});
-    return rotate::turn_pixels(from, to, geometry, painter, silent);
+    return paint_nearest(from, to, geometry, {}, silent);
 }
 
 /// Turns the overlays that have a pixel over each of the bitmap's.
@@ -177,7 +182,8 @@ int turn_by_any_angle(BITMAPHANDLE& bitmap, const Turn& turn, int32_t angle) noe
     Geometry geometry;
     if (!rotate::make_geometry(geometry, bitmap.Width, bitmap.Height, angle, placement_of(turn.flags)))
         return V_ERROR_INVALID_WIDTH_HEIGHT;
-    Progress progress(rotate::progress_steps(geometry), turn.progress_start, turn.progress_end);
+    Progress progress(sampling::progress_steps({geometry.canvas_width, geometry.canvas_height}), turn.progress_start,
+                      turn.progress_end);
     BitmapAccess access(bitmap);
     int result = access.result();
     if (result == V_SUCCESS)

@@ -6,9 +6,10 @@ namespace vk::rotate {
 
 namespace {
 
-/// Columns that are walked from one exact start. Where runs begin depends on the column alone.
-constexpr int32_t kColumns = 64;
-static_assert(kFractionBits == sampling::kLineBits && kColumns <= kLongestRun);
+/// Columns that are walked from one exact start where pixels are mixed. Where runs begin depends on the column alone.
+constexpr int32_t kMixedColumns = 64;
+static_assert(kFractionBits == sampling::kLineBits && kMixedColumns <= kLongestRun &&
+              kLongestRun <= sampling::kLongest);
 
 sampling::Arc arc_of(const Run& run, const Geometry& geometry) noexcept
 {
@@ -36,11 +37,13 @@ bool Turn::follow(const sampling::Raster&, const sampling::Reach& reach, int64_t
                   sampling::Track& track) const noexcept
 {
     const sampling::Reach told{0, reach.low, reach.high}; // positions are shifted as they are found
-    const Reach seen{kOne / 2, reach.high, reach.low};
+    const bool is_nearest = taken_ == Taken::nearest;
+    const Reach seen{is_nearest ? kOnEdge : kOne / 2, reach.high, reach.low};
+    const int32_t columns = is_nearest ? kLongestRun : kMixedColumns;
     sampling::Mapping::Writer writer(*loops_, told, track);
     while (begin < end) {
-        const auto first = static_cast<int32_t>(begin / kColumns * kColumns);
-        const int32_t behind = first + std::min(kColumns, canvas_.width - first);
+        const auto first = static_cast<int32_t>(begin / columns * columns);
+        const int32_t behind = first + std::min(columns, canvas_.width - first);
         const Run run = find_run(geometry_, seen, static_cast<int32_t>(row), first, behind);
         const int64_t from = std::max<int64_t>(begin, run.first);
         const int64_t to = std::min<int64_t>(end, run.end);

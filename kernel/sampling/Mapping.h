@@ -117,6 +117,13 @@ inline int64_t to_fine(double value) noexcept
     return static_cast<int64_t>(scaled + (scaled < 0 ? -0.5 : 0.5));
 }
 
+/// The whole number at or below one that is less than 2^62 in magnitude. Not by std::floor, which may be a call.
+inline int64_t floor_of(double value) noexcept
+{
+    const auto cut = static_cast<int64_t>(value);
+    return cut - (static_cast<double>(cut) > value);
+}
+
 /// Columns begin to end - 1 that a row's stretch is narrowed to by conditions that are linear along it.
 class Narrowing {
 public:

@@ -1,6 +1,6 @@
-// Nearest pixels, sixteen at a time: gathered, and closed up by permuting bytes. Those of one bit and of a byte come
-// sixty-four at a time where they lie close together, as they do unless the picture is turned far or shrinks: a few
-// rows are loaded and permuted.
+// Nearest pixels, sixteen at a time: gathered, and closed up by permuting bytes. Where they lie close together, as they
+// do unless the picture is turned far or shrinks, a few rows are loaded and permuted, for pixels of one bit and of a
+// byte sixty-four at a time.
 #include "kernel/sampling/Loops.h"
 
 #include "kernel/format/PackedBits.h"
@@ -139,6 +139,53 @@ int32_t take_near(const Patch& patch, uint8_t* out) noexcept
     return i;
 }
 
+/// Sixteen pixels of 16, 24 or 32 bits from a window of the source as wide as a vector and up to four rows high; false
+/// when they do not lie in one.
+template <int32_t kBytes> bool take_close(const Patch& patch, int32_t i, uint8_t* out) noexcept
+{
+    constexpr int32_t kLast = kLanes - 1;
+    constexpr int32_t kRows = 4;
+    constexpr int32_t kRowBytes = 64;
+    const int32_t left = std::min(patch.x[i], patch.x[i + kLast]) >> kFractionBits;
+    const int32_t first = patch.y[i] >> kFractionBits;
+    const int32_t last = patch.y[i + kLast] >> kFractionBits;
+    const int32_t top = std::min(first, last);
+    const int32_t count = std::max(first, last) - top + 1;
+    const __m512i x = _mm512_sub_epi32(_mm512_srai_epi32(_mm512_loadu_si512(patch.x + i), kFractionBits), all(left));
+    const __m512i y = _mm512_sub_epi32(_mm512_srai_epi32(_mm512_loadu_si512(patch.y + i), kFractionBits), all(top));
+    const auto outside = _mm512_cmpge_epu32_mask(x, all(kRowBytes / kBytes)) | _mm512_cmpge_epu32_mask(y, all(count));
+    if (count > kRows || outside)
+        return false;
+    alignas(64) static constexpr auto kSpread = [] {
+        struct {
+            uint8_t from[kRowBytes];
+            uint8_t byte[kRowBytes];
+        } spread{};
+        for (int32_t k = 0; k < kLanes * kBytes; ++k) {
+            spread.from[k] = static_cast<uint8_t>(k / kBytes * 4);
+            spread.byte[k] = static_cast<uint8_t>(k % kBytes);
+        }
+        return spread;
+    }();
+    // Of a byte's place in the window the two highest bits are its row.
+    const __m512i across =
+        kBytes == 3 ? _mm512_add_epi32(_mm512_slli_epi32(x, 1), x) : _mm512_slli_epi32(x, kBytes / 2);
+    const __m512i pixels = _mm512_or_si512(across, _mm512_slli_epi32(y, 6));
+    const __m512i places = _mm512_add_epi8(_mm512_permutexvar_epi8(_mm512_load_si512(kSpread.from), pixels),
+                                           _mm512_load_si512(kSpread.byte));
+    const uint8_t* const window = patch.origin + static_cast<size_t>(top - patch.top) * patch.stride +
+                                  static_cast<size_t>(left - patch.left) * kBytes;
+    const auto row = [&](int32_t k) noexcept {
+        return _mm512_loadu_si512(window + static_cast<size_t>(std::min(k, count - 1)) * patch.stride);
+    };
+    __m512i bytes = _mm512_permutex2var_epi8(row(0), places, row(1));
+    if (count > 2)
+        bytes =
+            _mm512_mask_mov_epi8(bytes, _mm512_movepi8_mask(places), _mm512_permutex2var_epi8(row(2), places, row(3)));
+    _mm512_mask_storeu_epi8(out, bytes_of<kBytes>(0xFFFF), bytes);
+    return true;
+}
+
 /// Sixty-four 1-bit pixels, the first one highest in the first byte; false when they do not lie close together.
 bool near_bits(const Patch& patch, int32_t i, uint64_t& bits) noexcept
 {
@@ -172,6 +219,9 @@ template <int32_t kBytes> void take(const Patch& patch, uint8_t* out) noexcept
     if constexpr (kBytes == 1) {
         i = take_near(patch, out);
         out += i;
+    } else {
+        for (; i + kLanes <= patch.count && take_close<kBytes>(patch, i, out); i += kLanes)
+            out += kLanes * kBytes;
     }
     for (; i < patch.count; i += kLanes, out += kLanes * kBytes) {
         const uint32_t some = some_of(patch, i);

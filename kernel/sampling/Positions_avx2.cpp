@@ -11,6 +11,9 @@ namespace {
 
 constexpr int32_t kLanes = 8;
 
+/// Numbers of an arc are moved up so far that what is told of a position is the upper half of it.
+constexpr int kUp = 32 - (kFineBits - kFractionBits);
+
 /// Four positions of an arc, eight samples apart from the next four.
 struct Quad {
     __m256i at;
@@ -37,7 +40,7 @@ struct Quad {
         at = _mm256_add_epi64(at, next);
         next = _mm256_add_epi64(next, bend);
     }
-    __m256 told() const noexcept { return _mm256_castsi256_ps(_mm256_srli_epi64(at, kFineBits - kFractionBits)); }
+    __m256 told() const noexcept { return _mm256_castsi256_ps(at); }
 };
 
 void write_coordinate(int64_t start, int64_t step, int64_t bend, const ArcPart& part, int32_t whole,
@@ -48,12 +51,12 @@ void write_coordinate(int64_t start, int64_t step, int64_t bend, const ArcPart& 
     const uint64_t at = static_cast<uint64_t>(start) + from * static_cast<uint64_t>(step) + from * from * curve +
                         (static_cast<uint64_t>(int64_t{whole}) << kFineBits);
     const uint64_t next = static_cast<uint64_t>(step) + (2 * from + 1) * curve;
-    // In this order the low halves of both make eight in a row.
-    Quad a(at, next, curve, {0, 1, 4, 5});
-    Quad b(at, next, curve, {2, 3, 6, 7});
+    // In this order the upper halves of both make eight in a row.
+    Quad a(at << kUp, next << kUp, curve << kUp, {0, 1, 4, 5});
+    Quad b(at << kUp, next << kUp, curve << kUp, {2, 3, 6, 7});
     for (int32_t i = 0; i < part.count; i += kLanes, a.go_on(), b.go_on())
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i),
-                            _mm256_castps_si256(_mm256_shuffle_ps(a.told(), b.told(), 0x88)));
+                            _mm256_castps_si256(_mm256_shuffle_ps(a.told(), b.told(), 0xDD)));
 }
 
 void write(const ArcPart& part) noexcept

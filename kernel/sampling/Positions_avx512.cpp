@@ -9,8 +9,11 @@ namespace {
 
 constexpr int32_t kLanes = 16;
 
-/// Eight positions of an arc, sixteen samples apart from the next eight.
-struct Octet {
+/// Numbers of an arc are moved up so far that what is told of a position is the upper half of it.
+constexpr int kUp = 32 - (kFineBits - kFractionBits);
+
+/// Eight positions of an arc, sixteen samples apart from the next eight. Without a bend steps stay.
+template <bool kIsBent> struct Octet {
     __m512i at;
     __m512i next;
     __m512i bend;
@@ -18,22 +21,35 @@ struct Octet {
     Octet(uint64_t start, uint64_t step, uint64_t curve, uint64_t first) noexcept
     {
         const __m512i i = _mm512_add_epi64(_mm512_set_epi64(7, 6, 5, 4, 3, 2, 1, 0), all(first));
-        const __m512i pairs = _mm512_mullo_epi64(i, _mm512_sub_epi64(i, all(1)));
-        at = _mm512_add_epi64(_mm512_add_epi64(all(start), _mm512_mullo_epi64(i, all(step))),
-                              _mm512_mullo_epi64(pairs, all(curve)));
-        const __m512i curves = _mm512_add_epi64(_mm512_slli_epi64(i, 5), all(kLanes * (kLanes - 1)));
-        next = _mm512_add_epi64(all(kLanes * step), _mm512_mullo_epi64(curves, all(curve)));
+        at = _mm512_add_epi64(all(start), _mm512_mullo_epi64(i, all(step)));
+        next = all(kLanes * step);
         bend = all(2 * kLanes * kLanes * curve);
+        if constexpr (kIsBent) {
+            const __m512i pairs = _mm512_mullo_epi64(i, _mm512_sub_epi64(i, all(1)));
+            const __m512i curves = _mm512_add_epi64(_mm512_slli_epi64(i, 5), all(kLanes * (kLanes - 1)));
+            at = _mm512_add_epi64(at, _mm512_mullo_epi64(pairs, all(curve)));
+            next = _mm512_add_epi64(next, _mm512_mullo_epi64(curves, all(curve)));
+        }
     }
     static __m512i all(uint64_t value) noexcept { return _mm512_set1_epi64(static_cast<int64_t>(value)); }
 
-    __m256i told() const noexcept { return _mm512_cvtepi64_epi32(_mm512_srli_epi64(at, kFineBits - kFractionBits)); }
     void go_on() noexcept
     {
         at = _mm512_add_epi64(at, next);
-        next = _mm512_add_epi64(next, bend);
+        if constexpr (kIsBent)
+            next = _mm512_add_epi64(next, bend);
     }
 };
+
+template <bool kIsBent>
+void write_all(uint64_t start, uint64_t step, uint64_t curve, int32_t count, int32_t* out) noexcept
+{
+    const __m512i upper = _mm512_set_epi32(31, 29, 27, 25, 23, 21, 19, 17, 15, 13, 11, 9, 7, 5, 3, 1);
+    Octet<kIsBent> a(start, step, curve, 0);
+    Octet<kIsBent> b(start, step, curve, 8);
+    for (int32_t i = 0; i < count; i += kLanes, a.go_on(), b.go_on())
+        _mm512_storeu_si512(out + i, _mm512_permutex2var_epi32(a.at, upper, b.at));
+}
 
 void write_coordinate(int64_t start, int64_t step, int64_t bend, const ArcPart& part, int32_t whole,
                       int32_t* out) noexcept
@@ -43,12 +59,7 @@ void write_coordinate(int64_t start, int64_t step, int64_t bend, const ArcPart& 
     const uint64_t at = static_cast<uint64_t>(start) + from * static_cast<uint64_t>(step) + from * from * curve +
                         (static_cast<uint64_t>(int64_t{whole}) << kFineBits);
     const uint64_t next = static_cast<uint64_t>(step) + (2 * from + 1) * curve;
-    Octet a(at, next, curve, 0);
-    Octet b(at, next, curve, 8);
-    for (int32_t i = 0; i < part.count; i += kLanes, a.go_on(), b.go_on()) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i), a.told());
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out + i + 8), b.told());
-    }
+    (curve == 0 ? write_all<false> : write_all<true>)(at << kUp, next << kUp, curve << kUp, part.count, out);
 }
 
 void write(const ArcPart& part) noexcept

@@ -22,7 +22,7 @@ struct Grid::Piece {
 
 int32_t Grid::cell_of(double at, int32_t count) noexcept
 {
-    return static_cast<int32_t>(std::clamp(std::floor(at), 0.0, count - 2.0));
+    return static_cast<int32_t>(std::clamp(at, 0.0, count - 2.0));
 }
 
 V_POINTD Grid::point(int32_t column, int32_t row) const noexcept
@@ -48,8 +48,9 @@ Grid::Line Grid::line_of(const Raster& raster, int64_t row) const noexcept
     return {static_cast<double>(canvas_.width) * raster.across / (columns_ - 1), cell, at - cell};
 }
 
-/// The piece that a sample belongs to: of one cell, and of one block of kLongest columns.
-Grid::Piece Grid::piece_at(const Line& line, int64_t column) const noexcept
+/// The piece that a sample belongs to, which may be known to be its first: of one cell, and of one block of kLongest
+/// columns.
+Grid::Piece Grid::piece_at(const Line& line, int64_t column, bool is_first) const noexcept
 {
     const auto cell_at = [&](int64_t sample) noexcept {
         return cell_of((static_cast<double>(sample) + 0.5) / line.per_cell, columns_);
@@ -57,9 +58,12 @@ Grid::Piece Grid::piece_at(const Line& line, int64_t column) const noexcept
     const int32_t cell = cell_at(column);
     const int64_t block = column / kLongest * kLongest;
     // Roughly where the cell begins and ends; then by the rule itself.
-    int64_t first = std::max(static_cast<int64_t>(cell * line.per_cell) - 1, block);
-    while (cell_at(first) != cell)
-        ++first;
+    int64_t first = column;
+    if (!is_first && first > block) {
+        first = std::max(static_cast<int64_t>(cell * line.per_cell) - 1, block);
+        while (cell_at(first) != cell)
+            ++first;
+    }
     int64_t end = block + kLongest;
     if (cell < columns_ - 2) {
         end = std::min(end, static_cast<int64_t>((cell + 1.0) * line.per_cell) + 2);
@@ -94,11 +98,12 @@ bool Grid::add_piece(const Piece& piece, const Reach& reach, int64_t from, int64
         const V_POINTD here =
             is_wide ? V_POINTD{piece.start.x + piece.step.x * offset, piece.start.y + piece.step.y * offset}
                     : piece.start;
-        const V_POINTD base{std::floor(here.x), std::floor(here.y)};
-        Arc arc{static_cast<int64_t>(base.x),
-                static_cast<int64_t>(base.y),
-                to_fine(here.x - base.x),
-                to_fine(here.y - base.y),
+        const int64_t base_x = floor_of(here.x);
+        const int64_t base_y = floor_of(here.y);
+        Arc arc{base_x,
+                base_y,
+                to_fine(here.x - static_cast<double>(base_x)),
+                to_fine(here.y - static_cast<double>(base_y)),
                 0,
                 0,
                 0,
@@ -126,7 +131,7 @@ bool Grid::follow(const Raster& raster, const Reach& reach, int64_t row, int64_t
     for (int64_t at = begin; at < end;) {
         if (at >= stop && !writer.is_empty())
             break;
-        const Piece piece = piece_at(line, at);
+        const Piece piece = piece_at(line, at, at > begin);
         const int64_t to = std::min(piece.end, end);
         if (!add_piece(piece, reach, at, to, writer))
             break;

@@ -34,7 +34,7 @@ private:
     V_POINTD point(int32_t column, int32_t row) const noexcept;
     V_POINTD between(int32_t column, int32_t row, double x, double y) const noexcept;
     Line line_of(const Raster& raster, int64_t row) const noexcept;
-    Piece piece_at(const Line& line, int64_t column) const noexcept;
+    Piece piece_at(const Line& line, int64_t column, bool is_first) const noexcept;
     bool add_piece(const Piece& piece, const Reach& reach, int64_t from, int64_t to, Writer& writer) const noexcept;
 
     const V_POINTD* points_;

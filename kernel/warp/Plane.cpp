@@ -118,11 +118,11 @@ bool Plane::make_arc(const Line& line, int64_t first, int64_t columns, Arc& arc)
 {
     const int64_t half = columns / 2;
     const Place a = line.at(first);
-    const double base_x = std::floor(a.x);
-    const double base_y = std::floor(a.y);
     if (!a.is_known())
         return false;
-    arc = {static_cast<int64_t>(base_x), static_cast<int64_t>(base_y), 0, 0, 0, 0, 0, 0};
+    arc = {floor_of(a.x), floor_of(a.y), 0, 0, 0, 0, 0, 0};
+    const auto base_x = static_cast<double>(arc.base_x);
+    const auto base_y = static_cast<double>(arc.base_y);
     if (is_affine_) {
         const auto steps = static_cast<double>(columns);
         if (columns > 1 && (std::fabs(line.slope_x) * steps > kWidest || std::fabs(line.slope_y) * steps > kWidest))
@@ -165,8 +165,9 @@ bool Plane::follow(const Raster& raster, const Reach& reach, int64_t row, int64_
     if (stretch.empty())
         return false;
     const int64_t stop = std::min(stretch.end(), stretch.begin() / kLongest * kLongest + kLongest);
-    for (int64_t at = stretch.begin(); at < stop;) {
-        int64_t columns = kLongest;
+    int64_t columns = kLongest;
+    for (int64_t at = stretch.begin(); at < stop; columns = std::min<int64_t>(at & -at, kLongest)) {
+        // Arcs that would begin before this place were too long for the last one.
         Arc arc;
         while (columns > 0 && !make_arc(line, at & -columns, columns, arc))
             columns /= 2;

@@ -1,6 +1,6 @@
 #include "kernel/warp/Shift.h"
 
-#include "kernel/combine/Bits.h"
+#include "kernel/combine/LineWriter.h"
 #include "kernel/convert/Format.h"
 #include "kernel/format/Depths.h"
 #include "kernel/format/RowMath.h"
@@ -16,8 +16,8 @@ namespace vk::warp {
 
 namespace {
 
-/// Writing this much and more is worth doing past the caches.
-constexpr uint64_t kStreamedBytes = 16u << 20;
+/// Writing this much and more is worth doing past the caches, as rows are copied and never looked at again.
+constexpr uint64_t kStreamedBytes = 4u << 20;
 /// Rows that are moved between two looks at the clock, so to speak, and through a buffer.
 constexpr int32_t kBatch = 64;
 
@@ -31,10 +31,11 @@ bool is_coarse(double value) noexcept
     return std::fabs(value) <= kMost && value * kUnit == std::floor(value * kUnit);
 }
 
-/// The pixel before a place, or whose square holds it.
+/// The pixel before a place, or whose square holds it. Not by std::ceil, which may be a call.
 int64_t pixel_of(double place) noexcept
 {
-    return static_cast<int64_t>(std::ceil(place)) - 1;
+    const auto cut = static_cast<int64_t>(place);
+    return cut - (static_cast<double>(cut) >= place);
 }
 
 class RowMover {
@@ -50,14 +51,15 @@ public:
     {
         int result = open();
         const int32_t batch = std::min(kBatch, reported_rows(made_.Height));
+        combine::LineWriter lines;
         for (int32_t row = 0; row < made_.Height && result == V_SUCCESS;) {
             for (const int32_t end = row + std::min(batch, made_.Height - row); row < end && result == V_SUCCESS; ++row)
-                result = move(row);
-            if (is_streamed_)
-                combine::stream_fence();
+                result = move(row, lines);
             if (result == V_SUCCESS)
                 result = progress.update(int64_t{row} * made_.Width);
         }
+        lines.flush();
+        combine::stream_fence();
         return result;
     }
 
@@ -101,7 +103,7 @@ private:
                        static_cast<size_t>(std::min(kPiece, made_.Width - column)));
     }
 
-    int move(int32_t row) noexcept
+    int move(int32_t row, combine::LineWriter& lines) noexcept
     {
         const auto& back = warp_.back.m;
         const double down = row + 0.5;
@@ -109,40 +111,53 @@ private:
         // Canvas column c shows source column c + aside.
         const int64_t aside = pixel_of(0.5 + (down * back[1][0] + back[2][0]));
         const int64_t first = std::clamp<int64_t>(0 - aside, 0, made_.Width);
-        const int64_t end = std::clamp<int64_t>(source_.Width - aside, first, made_.Width);
-        uint8_t* const to = writer_.place(row);
-        if (from_row < 0 || from_row >= source_.Height || first == end) {
-            std::memcpy(to, fill_.data(), bytes_of(made_.Width));
-            return writer_.write(row, 1);
-        }
-        const uint8_t* from = nullptr;
-        const int result = reader_.read(static_cast<int32_t>(from_row), 1, &from);
+        int64_t end = std::clamp<int64_t>(source_.Width - aside, first, made_.Width);
+        const uint8_t* from = fill_.data();
+        int result = V_SUCCESS;
+        if (from_row < 0 || from_row >= source_.Height)
+            end = first;
+        else if (first < end)
+            result = reader_.read(static_cast<int32_t>(from_row), 1, &from);
         if (result != V_SUCCESS)
             return result;
-        copy(to, from, first, end, aside);
+        uint8_t* const to = writer_.place(row);
+        if (is_streamed_)
+            stream(to, from, {first, end, aside}, lines);
+        else
+            copy(to, from, {first, end, aside});
         return writer_.write(row, 1);
     }
 
-    void copy(uint8_t* to, const uint8_t* from, int64_t first, int64_t end, int64_t aside) const noexcept
+    /// Canvas columns that are seen, and how much further on in the source.
+    struct Stretch {
+        int64_t first;
+        int64_t end;
+        int64_t aside;
+    };
+
+    void copy(uint8_t* to, const uint8_t* from, const Stretch& seen) const noexcept
     {
         const auto bits = static_cast<uint64_t>(bits_);
-        const size_t all = bytes_of(made_.Width);
-        if (!is_whole_bytes(bits_)) {
-            std::memcpy(to, fill_.data(), all);
-            combine::copy_bits(to, static_cast<uint64_t>(first) * bits, from,
-                               static_cast<uint64_t>(first + aside) * bits, static_cast<uint64_t>(end - first) * bits,
+        const auto first = static_cast<uint64_t>(seen.first) * bits;
+        const auto end = static_cast<uint64_t>(seen.end) * bits;
+        const auto behind = static_cast<size_t>(end / 8);
+        std::memcpy(to, fill_.data(), bytes_of(seen.first));
+        std::memcpy(to + behind, fill_.data() + behind, bytes_of(made_.Width) - behind);
+        if (first < end)
+            combine::copy_bits(to, first, from, static_cast<uint64_t>(seen.first + seen.aside) * bits, end - first,
                                order_);
-            return;
-        }
-        const size_t begin = bytes_of(first);
-        const size_t stop = bytes_of(end);
-        const uint8_t* const start = from + bytes_of(first + aside);
-        std::memcpy(to, fill_.data(), begin);
-        if (is_streamed_)
-            combine::stream_bytes(to + begin, start, stop - begin);
-        else
-            std::memcpy(to + begin, start, stop - begin);
-        std::memcpy(to + stop, fill_.data() + stop, all - stop);
+    }
+
+    /// The whole row with what is behind its pixels, so that the next one follows.
+    void stream(uint8_t* to, const uint8_t* from, const Stretch& seen, combine::LineWriter& lines) const noexcept
+    {
+        const size_t first = bytes_of(seen.first);
+        const size_t end = bytes_of(seen.end);
+        lines.seek(to);
+        lines.write(fill_.data(), first);
+        if (first < end)
+            lines.write(from + bytes_of(seen.first + seen.aside), end - first);
+        lines.write(fill_.data() + end, made_.BytesPerLine - end);
     }
 
     BITMAPHANDLE& source_;
