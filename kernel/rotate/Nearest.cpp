@@ -171,7 +171,7 @@ void NearestPainter::paint_line(const Pixels& source, const Line& line) const no
         paint_packed(source, line);
 }
 
-void NearestPainter::paint(const Pixels& source, const Target& target) noexcept
+void NearestPainter::paint(const Pixels& source, const Target& target) const noexcept
 {
     const Box& box = target.box;
     for (int32_t left = box.left, right = left; left < box.right; left = right) {

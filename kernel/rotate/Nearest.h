@@ -43,7 +43,7 @@ class NearestPainter final : public Painter {
 public:
     NearestPainter(const Geometry& geometry, int32_t bits, const FillPixel& fill) noexcept;
 
-    void paint(const Pixels& source, const Target& target) noexcept override;
+    void paint(const Pixels& source, const Target& target) const noexcept override;
 
     /// Whether a faster loop than the plain one is at work.
     bool is_fast() const noexcept { return loops_.fast || loops_.fast_bits; }

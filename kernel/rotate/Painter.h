@@ -29,8 +29,9 @@ struct Target {
 
 class Painter {
 public:
-    /// Paints a box. The source pixels it looks at (source_box with kMargin), as far as there are any, are held.
-    virtual void paint(const Pixels& source, const Target& target) noexcept = 0;
+    /// Paints a box, also while other threads paint others. The source pixels it looks at (source_box with kMargin), as
+    /// far as there are any, are held.
+    virtual void paint(const Pixels& source, const Target& target) const noexcept = 0;
 
     static constexpr int32_t kMargin = 8;
 

@@ -108,8 +108,10 @@ int paint_mixed(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDL
     if (result != V_SUCCESS)
         return result;
     const rotate::Turn mapping(geometry);
-    sampling::FilterPainter painter(mapping, cells, {(turn.flags & ROTATEFLAG_BICUBIC) != 0});
-    return sampling::paint_canvas(source, made, mapping, &cells, painter, progress);
+    return sampling::paint_canvas({source, made, mapping, &cells}, progress, [&](const auto& act) noexcept {
+        sampling::FilterPainter painter(mapping, cells, {(turn.flags & ROTATEFLAG_BICUBIC) != 0});
+        return act(painter);
+    });
 }
 
 /// Paints the staged bitmap; it and the source are accessed.

@@ -3,6 +3,7 @@
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/rows/RowCol.h"
+#include "kernel/threading/Bands.h"
 
 #include <algorithm>
 #include <cmath>
@@ -144,6 +145,22 @@ BoxSize box_size(const Window& window, const Canvas& canvas, const BITMAPHANDLE&
     return {made.Width, canvas.in_place() ? rows : std::min(rows, buffered)};
 }
 
+/// Paints from memory to memory on several threads.
+int turn_in_bands(const Window& window, const Canvas& canvas, const Geometry& geometry, const Painter& painter,
+                  uint32_t threads, Progress& progress) noexcept
+{
+    auto work = [&](Bands& bands) noexcept {
+        for (Band band{}; bands.take(band); bands.done(band, V_SUCCESS))
+            for (int32_t top = band.row, end = band.row + band.rows; top < end; top += kBandRows)
+                painter.paint(window.pixels(),
+                              canvas.target({0, top, geometry.canvas_width, top + std::min(kBandRows, end - top)}));
+        return V_SUCCESS;
+    };
+    BandPlan plan = plan_bands(geometry.canvas_height, 1, threads);
+    plan.steps = geometry.canvas_width;
+    return run_bands(plan, progress, work);
+}
+
 } // namespace
 
 int64_t progress_steps(const Geometry& geometry) noexcept
@@ -151,7 +168,7 @@ int64_t progress_steps(const Geometry& geometry) noexcept
     return int64_t{geometry.canvas_height} * geometry.canvas_width;
 }
 
-int turn_pixels(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geometry, Painter& painter,
+int turn_pixels(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geometry, const Painter& painter,
                 Progress& progress) noexcept
 {
     Window window(source, geometry);
@@ -160,6 +177,9 @@ int turn_pixels(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geomet
     int result = window.open(kBoxSide);
     if (result == V_SUCCESS)
         result = canvas.open(size.width, std::min(size.height, geometry.canvas_height));
+    const uint32_t threads = window.in_place() && canvas.in_place() ? workers_allowed() : 1;
+    if (result == V_SUCCESS && threads > 1)
+        return turn_in_bands(window, canvas, geometry, painter, threads, progress);
     int32_t top = 0;
     while (top < geometry.canvas_height && result == V_SUCCESS) {
         const int32_t bottom = top + std::min(size.height, geometry.canvas_height - top);

@@ -13,7 +13,7 @@ int64_t progress_steps(const Geometry& geometry) noexcept;
 
 /// Fills an accessed bitmap of the canvas's size, clear so far, from an accessed one. The progress has begun; its total
 /// is progress_steps. SUCCESS or a code.
-int turn_pixels(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geometry, Painter& painter,
+int turn_pixels(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geometry, const Painter& painter,
                 Progress& progress) noexcept;
 
 } // namespace vk::rotate

@@ -1,5 +1,6 @@
 // Operations on several threads: the same bits for every number of them, progress on the calling thread alone, and no
 // standstill, whoever asks for workers.
+#include "kernel/system/ThreadState.h"
 #include "kernel/threading/Bands.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/threading/ThreadingSupport.h"
@@ -9,8 +10,9 @@ namespace {
 
 using testing::on_threads;
 
-constexpr int32_t kWidth = 301;
-constexpr int32_t kHeight = 203;
+/// Wide enough for several threads to diffuse errors.
+constexpr int32_t kWidth = 1301;
+constexpr int32_t kHeight = 67;
 
 /// A number of workers for the calling thread, and one at the end.
 class Workers {
@@ -31,28 +33,25 @@ struct Picture : testing::TestBitmap {
     }
 };
 
-struct Case {
-    const char* name;
-    int32_t bits;
-    uint32_t memory;
-    int (*run)(BITMAPHANDLE& bitmap);
-};
-
 int change(BITMAPHANDLE& bitmap, int32_t bits, uint32_t flags, uint32_t colors = 0)
 {
     return V_ColorResBitmap(&bitmap, &bitmap, sizeof bitmap, bits, flags, nullptr, nullptr, colors);
 }
-int match(BITMAPHANDLE& bitmap)
+template <int32_t kBits, uint32_t kFlags, uint32_t kColors = 0> int change(BITMAPHANDLE& bitmap)
 {
-    return change(bitmap, 8, COLORRES_NODITHER | COLORRES_PALETTE_OPTIMIZED, 256);
+    return change(bitmap, kBits, kFlags, kColors);
 }
-int widen(BITMAPHANDLE& bitmap)
+template <int32_t kMethod, int32_t kBits, uint32_t kFlags = 0, uint32_t kColors = 0> int dither(BITMAPHANDLE& bitmap)
 {
-    return change(bitmap, 32, COLORRES_ORDER_RGB);
+    bitmap.DitheringMethod = kMethod;
+    return change(bitmap, kBits, kFlags, kColors);
 }
-int dither(BITMAPHANDLE& bitmap)
+/// Inside of a region alone.
+int dither_part(BITMAPHANDLE& bitmap)
 {
-    return change(bitmap, 1, 0);
+    const RECT part{100, 5, 1200, 60};
+    EXPECT_EQ(V_SUCCESS, V_SetBitmapRegionRect(&bitmap, &part, REGION_SET));
+    return dither<DITHER_STUCKI, 4>(bitmap);
 }
 int shrink(BITMAPHANDLE& bitmap)
 {
@@ -62,31 +61,105 @@ int enlarge(BITMAPHANDLE& bitmap)
 {
     return V_BicubicResampleBitmap(&bitmap, kWidth * 2, kHeight * 2);
 }
+template <uint32_t kFlags> int rotate(BITMAPHANDLE& bitmap)
+{
+    return V_RotateBitmap(&bitmap, 3700, ROTATEFLAG_GROW | kFlags, 0x00123456);
+}
+template <uint32_t kFlags> int warp(BITMAPHANDLE& bitmap)
+{
+    const V_MATRIX matrix{{{0.8, 0.1, 0.0001}, {-0.1, 0.7, 0}, {20, 40, 1}}};
+    return V_WarpBitmap(&bitmap, &matrix, 900, 300, kFlags, 0x00563412);
+}
+int bend(BITMAPHANDLE& bitmap)
+{
+    const V_POINTD points[] = {{0, 0}, {700, 20}, {1300, 5}, {10, 60}, {600, 66}, {1290, 50}};
+    return V_WarpBitmapGrid(&bitmap, points, 3, 2, 700, 200, WARP_CUBIC, 0);
+}
+template <uint32_t kFlags> int shear(BITMAPHANDLE& bitmap)
+{
+    return V_ShearBitmap(&bitmap, 1700, kFlags, 0);
+}
 
-constexpr Case kCases[] = {
-    {"match", 24, TYPE_CONV, match},     {"widen", 24, TYPE_CONV, widen},     {"widen, disk", 24, TYPE_DISK, widen},
-    {"shrink", 8, TYPE_CONV, shrink},    {"shrink", 32, TYPE_CONV, shrink},   {"shrink, disk", 24, TYPE_DISK, shrink},
-    {"enlarge", 24, TYPE_CONV, enlarge}, {"enlarge", 48, TYPE_CONV, enlarge}, {"enlarge", 16, TYPE_CONV, enlarge},
-    {"enlarge", 32, TYPE_CONV, enlarge}, {"dither", 24, TYPE_CONV, dither},
+constexpr uint32_t kNearest = COLORRES_NODITHER;
+constexpr uint32_t kMade = COLORRES_PALETTE_OPTIMIZED;
+
+struct Case {
+    const char* name;
+    int (*run)(BITMAPHANDLE& bitmap);
+    std::vector<int32_t> bits;
+    std::vector<uint32_t> memory = {TYPE_CONV};
+};
+/// What the calling thread does alone.
+bool is_alone(const Case& entry, uint32_t memory)
+{
+    const bool is_placed = entry.run == shrink || std::strncmp(entry.name, "rotate", 6) == 0;
+    return entry.run == shear<0> || (memory != TYPE_CONV && is_placed);
+}
+const std::vector<uint32_t> kMemories = {TYPE_CONV, TYPE_DISK, TYPE_TILED, TYPE_SUPERCOMPRESSED};
+
+const Case kCases[] = {
+    {"match", change<8, kNearest>, {16, 24, 32, 48}, kMemories},
+    {"match few", change<4, kNearest>, {24}},
+    {"optimize", change<8, kMade | kNearest, 256>, {24, 48}, kMemories},
+    {"optimize few", change<4, kMade | kNearest, 9>, {24}},
+    {"optimize and dither", dither<DITHER_FLOYD_STEINBERG, 8, kMade, 100>, {24}},
+    {"gray", change<0, 0>, {24}, kMemories},
+    {"widen", change<32, COLORRES_ORDER_RGB>, {24}, kMemories},
+    {"none", dither<DITHER_NONE, 4>, {24}},
+    {"floyd-steinberg", dither<DITHER_FLOYD_STEINBERG, 4>, {8, 24}, kMemories},
+    {"floyd-steinberg to 8", dither<DITHER_FLOYD_STEINBERG, 8>, {24}},
+    {"floyd-steinberg to 1", dither<DITHER_FLOYD_STEINBERG, 1>, {16, 24}, kMemories},
+    {"stucki", dither<DITHER_STUCKI, 4>, {24}},
+    {"stucki of grays", dither<DITHER_STUCKI, 1>, {16}},
+    {"burkes", dither<DITHER_BURKES, 3>, {24}},
+    {"sierra", dither<DITHER_SIERRA, 2>, {24}},
+    {"stevenson-arce", dither<DITHER_STEVENSON_ARCE, 8, COLORRES_PALETTE_CUBE>, {24}, kMemories},
+    {"jarvis", dither<DITHER_JARVIS, 6>, {24, 48}},
+    {"ordered", dither<DITHER_ORDERED, 8>, {24, 32}, kMemories},
+    {"ordered to 1", dither<DITHER_ORDERED, 1>, {16}},
+    {"clustered, made palette", dither<DITHER_CLUSTERED, 8, kMade, 200>, {24}},
+    {"dither part", dither_part, {24}},
+    {"shrink", shrink, {8, 24, 32}, {TYPE_CONV, TYPE_DISK}},
+    {"enlarge", enlarge, {16, 24, 32, 48}},
+    {"rotate", rotate<0>, {1, 8, 24}, {TYPE_CONV, TYPE_DISK}},
+    {"rotate, linear", rotate<ROTATEFLAG_RESAMPLE>, {1, 8, 24}, {TYPE_CONV, TYPE_DISK}},
+    {"rotate, cubic", rotate<ROTATEFLAG_BICUBIC>, {8, 24, 32}},
+    {"warp", warp<WARP_NEAREST>, {1, 24}},
+    {"warp, linear", warp<WARP_LINEAR>, {8, 24}},
+    {"warp, cubic means", warp<WARP_CUBIC | WARP_AREA>, {32}},
+    {"bend", bend, {24}},
+    {"shear", shear<0>, {24}},
+    {"shear, linear", shear<SHEAR_LINEAR>, {8, 24}},
 };
 
 /// Workers that the pool invites too late go a moment after the operation.
 class WorkersThread : public testing::LeavesNothing {};
 
+/// Every operation on every storage, and a case of each where workers have a part for certain.
 TEST_F(WorkersThread, DoNotChangeTheBits)
 {
-    for (const Case& entry : kCases) {
-        SCOPED_TRACE(testing::say(entry.name, entry.bits));
-        Picture alone(entry.bits, entry.memory);
-        ASSERT_EQ(V_SUCCESS, entry.run(*alone));
-        const testing::Bytes expected = alone.pixels();
-        for (const int32_t count : {2, 3, 8, 0, 10000}) {
-            const Workers workers(count);
-            Picture together(entry.bits, entry.memory);
-            ASSERT_EQ(V_SUCCESS, entry.run(*together));
-            EXPECT_EQ(expected, together.pixels()) << count;
-        }
-    }
+    for (const Case& entry : kCases)
+        for (const int32_t bits : entry.bits)
+            for (const uint32_t memory : entry.memory) {
+                if (memory == TYPE_SUPERCOMPRESSED && bits != 8 && bits != 24)
+                    continue;
+                SCOPED_TRACE(testing::say(entry.name, bits, memory));
+                Picture alone(bits, memory);
+                ASSERT_EQ(V_SUCCESS, entry.run(*alone));
+                const testing::Bytes expected = alone.pixels();
+                const auto run = [&](int32_t count) {
+                    const Workers workers(count);
+                    Picture together(bits, memory);
+                    ASSERT_EQ(V_SUCCESS, entry.run(*together));
+                    EXPECT_TRUE(expected == together.pixels()) << count;
+                };
+                for (const int32_t count : {3, 10000})
+                    run(count);
+                if (!is_alone(entry, memory)) {
+                    const uint64_t before = bands_of_workers();
+                    EXPECT_TRUE(testing::comes_true([&] { return run(2), bands_of_workers() != before; }));
+                }
+            }
 }
 
 /// What a status callback is told, and on which thread.
@@ -141,7 +214,7 @@ TEST_F(WorkersThread, WorkForManyThreadsAtOnce)
         for (int round = 0; round < 5; ++round) {
             Picture picture(24);
             wrong += shrink(*picture) != V_SUCCESS || picture.pixels() != expected;
-            wrong += widen(*picture) != V_SUCCESS;
+            wrong += change(*picture, 32, COLORRES_ORDER_RGB) != V_SUCCESS;
         }
     });
     EXPECT_EQ(0, wrong);
@@ -192,7 +265,7 @@ TEST_F(WorkersThread, StopAtTheFirstFailure)
             }
             return V_SUCCESS;
         };
-        EXPECT_EQ(bad < 0 ? V_SUCCESS : V_ERROR_NO_MEMORY, run_bands(200, 8, 4, progress, 0, work));
+        EXPECT_EQ(bad < 0 ? V_SUCCESS : V_ERROR_NO_MEMORY, run_bands(plan_bands(200, 8, 4), progress, work));
         for (const auto& count : rows)
             EXPECT_TRUE(count == 1 || (bad >= 0 && count == 0));
     }
