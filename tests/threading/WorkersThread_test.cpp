@@ -178,43 +178,85 @@ struct Told {
     }
 };
 
+/// Passes of one operation after each other, steps of pixels, and rows that are moved.
 TEST_F(WorkersThread, LeaveProgressToTheCallingThread)
 {
     const Workers workers(3);
-    for (const int refuse_at : {101, 40, 0}) {
-        SCOPED_TRACE(refuse_at);
-        Told told;
-        told.refuse_at = refuse_at;
-        Picture picture(24);
-        const testing::Bytes before = picture.pixels();
-        V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
-        const int result = shrink(*picture);
-        V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
-        EXPECT_FALSE(told.is_elsewhere);
-        ASSERT_FALSE(told.percents.empty());
-        EXPECT_EQ(0, told.percents.front());
-        EXPECT_TRUE(std::is_sorted(told.percents.begin(), told.percents.end()));
-        EXPECT_EQ(told.percents.end(), std::adjacent_find(told.percents.begin(), told.percents.end()));
-        EXPECT_EQ(refuse_at > 100 ? V_SUCCESS : V_ERROR_USER_ABORT, result);
-        if (result == V_SUCCESS)
-            EXPECT_EQ(100, told.percents.back());
-        else
-            EXPECT_EQ(before, picture.pixels());
-    }
+    for (const auto run : {shrink, change<8, kMade | kNearest, 256>, dither<DITHER_FLOYD_STEINBERG, 4>, rotate<0>,
+                           rotate<ROTATEFLAG_RESAMPLE>})
+        for (const uint32_t memory : {TYPE_CONV, TYPE_DISK})
+            for (const int refuse_at : {101, 40, 0}) {
+                SCOPED_TRACE(refuse_at);
+                Told told;
+                told.refuse_at = refuse_at;
+                Picture picture(24, memory);
+                const testing::Bytes before = picture.pixels();
+                V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
+                const int result = run(*picture);
+                V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
+                EXPECT_FALSE(told.is_elsewhere);
+                ASSERT_FALSE(told.percents.empty());
+                EXPECT_EQ(0, told.percents.front());
+                EXPECT_TRUE(std::is_sorted(told.percents.begin(), told.percents.end()));
+                EXPECT_EQ(told.percents.end(), std::adjacent_find(told.percents.begin(), told.percents.end()));
+                EXPECT_EQ(refuse_at > 100 ? V_SUCCESS : V_ERROR_USER_ABORT, result);
+                if (result == V_SUCCESS)
+                    EXPECT_EQ(100, told.percents.back());
+                else
+                    EXPECT_EQ(before, picture.pixels());
+            }
 }
 
+/// What a worker that certainly takes part sees of the caller's settings: all but the callback, and one worker. What it
+/// does may report progress by itself, which nobody hears.
+TEST_F(WorkersThread, HaveTheSettingsOfTheCallerButTheCallback)
+{
+    const Workers workers(2);
+    uint32_t table[32768] = {};
+    ASSERT_EQ(V_SUCCESS, V_DefaultDithering(DITHER_STUCKI));
+    V_SetUserMatchTable(table);
+    Told told;
+    V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
+    testing::MeetingPoint both(2);
+    std::atomic<int> right{0};
+    Progress progress(2);
+    auto work = [&](Bands& bands) noexcept {
+        Band band{};
+        const bool has_band = bands.take(band) && both.meet();
+        const ThreadState& state = thread_state();
+        const bool is_set = state.default_dithering == DITHER_STUCKI && state.user_match_table == table;
+        const bool is_heard = state.status_callback != nullptr;
+        const bool is_told = bands.is_caller() ? is_heard && state.workers == 2 : !is_heard && state.workers == 1;
+        right += has_band && is_set && is_told;
+        if (!bands.is_caller())
+            right += Progress(1).begin() == V_SUCCESS;
+        bands.done(band, V_SUCCESS);
+        return V_SUCCESS;
+    };
+    EXPECT_EQ(V_SUCCESS, run_bands(plan_bands(2, 1, 2), progress, work));
+    V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
+    V_SetUserMatchTable(nullptr);
+    V_DefaultDithering(DITHER_FLOYD_STEINBERG);
+    EXPECT_EQ(3, right);
+    EXPECT_FALSE(told.is_elsewhere);
+}
+
+/// Eight threads with two workers each over everything, each beginning with another case.
 TEST_F(WorkersThread, WorkForManyThreadsAtOnce)
 {
-    Picture alone(24);
-    ASSERT_EQ(V_SUCCESS, shrink(*alone));
-    const testing::Bytes expected = alone.pixels();
+    constexpr size_t kEvery = 3; // threads share the cases out three ways
+    std::vector<testing::Bytes> expected;
+    for (const Case& entry : kCases) {
+        Picture alone(entry.bits.back());
+        ASSERT_EQ(V_SUCCESS, entry.run(*alone));
+        expected.push_back(alone.pixels());
+    }
     std::atomic<int> wrong{0};
-    on_threads(8, [&](int) {
+    on_threads(8, [&](int number) {
         const Workers workers(2);
-        for (int round = 0; round < 5; ++round) {
-            Picture picture(24);
-            wrong += shrink(*picture) != V_SUCCESS || picture.pixels() != expected;
-            wrong += change(*picture, 32, COLORRES_ORDER_RGB) != V_SUCCESS;
+        for (size_t i = static_cast<size_t>(number) % kEvery; i < std::size(kCases); i += kEvery) {
+            Picture picture(kCases[i].bits.back(), number % 4 == 0 ? TYPE_DISK : TYPE_CONV);
+            wrong += kCases[i].run(*picture) != V_SUCCESS || picture.pixels() != expected[i];
         }
     });
     EXPECT_EQ(0, wrong);
