@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <thread>
 
-#include <emmintrin.h>
 
 namespace vk {
 
@@ -20,7 +19,7 @@ public:
         constexpr uint32_t kYields = 400;
         ++waits_;
         if (waits_ < kLooks)
-            _mm_pause();
+            __builtin_ia32_pause();
         else if (waits_ < kLooks + kYields)
             std::this_thread::yield();
         else
