@@ -125,9 +125,14 @@ V_API uint64_t V_GetMemoryStock(void) V_NOEXCEPT;
 
 /*
  * Workers. An operation on a whole bitmap may be done by several threads: the calling one, and others of the pool that
- * take a part when they have nothing else to do. The bits do not depend on their number. Resampling (all functions of
- * Vkresample.h, and resizing that filters) and changes of depth and order without dithering (V_ColorResBitmap, gray)
- * use workers where source and destination are plain memory; everything else is done by the calling thread alone.
+ * take a part when they have nothing else to do. The bits do not depend on their number.
+ *
+ * Changes of depth, order and palette use workers with every storage (V_ColorResBitmap with all ways of dithering and
+ * palettes made for the picture, V_GrayScaleBitmap, V_CreateGrayScaleBitmap, V_CreateBitmapListOptPal for counting):
+ * where rows are no plain memory, the calling thread alone reads and writes them, in order. Where source and
+ * destination are plain memory, so do resampling (all functions of Vkresample.h, and resizing that filters),
+ * V_RotateBitmap by other than right angles, and warps and shears (V_WarpBitmap, V_WarpBitmapCorners, V_WarpBitmapGrid,
+ * V_ShearBitmap with SHEAR_LINEAR). Everything else is done by the calling thread alone.
  */
 
 /**

@@ -6,61 +6,18 @@
 #include "Vksystem.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/bitmap/Staged.h"
-#include "kernel/colorres/ColorRows.h"
+#include "kernel/colorres/FillColors.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/colorres/Quantize.h"
 #include "kernel/palette/ColorMatch.h"
-#include "kernel/rows/RegionRows.h"
 #include "kernel/rows/RowAccess.h"
-#include "kernel/rows/Segments.h"
 #include "kernel/system/Checks.h"
-#include "kernel/threading/Bands.h"
-
-#include <algorithm>
-#include <cstring>
 
 namespace vk {
 
 namespace {
 
 constexpr uint32_t kIndexForm = 0x01;
-
-/// Calls `take(rows, row, count)` for all rows, a batch at a time, and reports progress behind the steps done before.
-template <class Take>
-int each_batch(BITMAPHANDLE& source, int32_t batch, Progress& progress, int64_t steps_before, Take take) noexcept
-{
-    RowReader reader(source);
-    int result = reader.reserve(batch);
-    for (int32_t row = 0; row < source.Height && result == V_SUCCESS;) {
-        const int32_t count = std::min(batch, source.Height - row);
-        const uint8_t* data = nullptr;
-        result = reader.read(row, count, &data);
-        if (result == V_SUCCESS)
-            result = take(SourceRows{data, source.BytesPerLine}, row, count);
-        row += count;
-        if (result == V_SUCCESS)
-            result = progress.update(steps_before + row);
-    }
-    return result;
-}
-
-/// Takes out pixels that do not count; the number that is left.
-size_t counted_pixels(uint8_t* pixels, size_t count, const CountedPixels& counted) noexcept
-{
-    if (!counted.skips_clear && !counted.skips_extremes)
-        return count;
-    size_t kept = 0;
-    for (size_t i = 0; i < count; ++i) {
-        uint32_t pixel;
-        std::memcpy(&pixel, pixels + 4 * i, sizeof pixel);
-        const uint32_t color = pixel & 0xFFFFFF;
-        std::memcpy(pixels + 4 * kept, &pixel, sizeof pixel);
-        const bool is_clear = counted.skips_clear && pixel >> 24 == 0;
-        const bool is_extreme = counted.skips_extremes && (color == 0 || color == 0xFFFFFF);
-        kept += is_clear || is_extreme ? 0 : 1;
-    }
-    return kept;
-}
 
 /// Looks at all pixels and makes the palette that suits them.
 int make_palette(BITMAPHANDLE& source, ColorTarget& target, Progress& progress) noexcept
@@ -74,113 +31,6 @@ int make_palette(BITMAPHANDLE& source, ColorTarget& target, Progress& progress) 
         return V_ERROR_NO_MEMORY;
     target.dithered = target.dithered && !is_exact;
     return V_SUCCESS;
-}
-
-/// Dithering is for the pixels inside the region: those outside get their nearest colours.
-class Outside {
-public:
-    explicit Outside(const BITMAPHANDLE& source) noexcept : inside_(source), width_(source.Width) {}
-
-    int open(const BITMAPHANDLE& source, const ColorTarget& target, size_t line, int32_t batch) noexcept
-    {
-        is_needed_ = target.dithered && !inside_.is_whole();
-        if (!is_needed_)
-            return V_SUCCESS;
-        target_ = target;
-        target_.dithered = false;
-        if (!buffer_.allocate(uint64_t{line} * static_cast<uint32_t>(batch)))
-            return V_ERROR_NO_MEMORY;
-        return rows_.open(source, target_);
-    }
-
-    /// Changes converted rows outside of the region.
-    int run(SourceRows from, TargetRows to, int32_t row, int32_t count) noexcept
-    {
-        if (!is_needed_)
-            return V_SUCCESS;
-        const int result = rows_.run(from, {buffer_.data(), to.stride}, count);
-        for (int32_t i = 0; i < count && result == V_SUCCESS; ++i) {
-            const size_t at = to.stride * static_cast<size_t>(i);
-            uint8_t* const dithered = static_cast<uint8_t*>(to.data) + at;
-            uint8_t* const nearest = buffer_.data() + at;
-            inside_.each(row + i, 0, width_, [&](int32_t first, int32_t end) noexcept {
-                copy_pixels(nearest, dithered, target_.bits, static_cast<uint32_t>(first), static_cast<uint32_t>(end));
-            });
-            std::memcpy(dithered, nearest, to.stride);
-        }
-        return result;
-    }
-
-private:
-    const RegionRows inside_;
-    const int32_t width_;
-    bool is_needed_ = false;
-    ColorTarget target_;
-    ColorRows rows_;
-    RowBuffer buffer_;
-};
-
-/// Rows that bands are made up of: where a plain conversion is big enough to go past the caches, its parts are, too.
-int32_t rows_together(const BITMAPHANDLE& source, const BITMAPHANDLE& made, uint32_t threads) noexcept
-{
-    constexpr uint64_t kStreamed = uint64_t{32} << 20; // read and written
-    const uint64_t line = uint64_t{source.BytesPerLine} + made.BytesPerLine;
-    const auto height = static_cast<uint32_t>(source.Height);
-    if (made.BitsPerPixel <= kMostIndexBits || line * height < kStreamed)
-        return 1;
-    const uint64_t rows = std::max<uint64_t>((kStreamed + line - 1) / line, (height + threads - 1) / threads);
-    return static_cast<int32_t>(std::min<uint64_t>(rows, height));
-}
-
-/// Converts rows from memory to memory that do not depend on each other, on several threads.
-int fill_in_bands(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, uint32_t threads,
-                  Progress& progress, int64_t steps_before) noexcept
-{
-    auto work = [&](Bands& bands) noexcept {
-        ColorRows rows;
-        RowReader reader(source);
-        RowWriter writer(made);
-        const int result = rows.open(source, target);
-        for (Band band{}; result == V_SUCCESS && bands.take(band);) {
-            const uint8_t* from = nullptr;
-            int converted = reader.read(band.row, band.rows, &from);
-            if (converted == V_SUCCESS)
-                converted =
-                    rows.run({from, source.BytesPerLine}, {writer.place(band.row), made.BytesPerLine}, band.rows);
-            bands.done(band, converted);
-        }
-        return result;
-    };
-    return run_bands(source.Height, rows_together(source, made, threads), threads, progress, steps_before, work);
-}
-
-/// Converts all rows into the staged bitmap.
-int fill(BITMAPHANDLE& source, BITMAPHANDLE& made, const ColorTarget& target, Progress& progress,
-         int64_t steps_before) noexcept
-{
-    const uint32_t threads = target.dithered ? 1 : workers_allowed();
-    if (threads > 1 && RowReader(source).in_place() && RowWriter(made).in_place())
-        return fill_in_bands(source, made, target, threads, progress, steps_before);
-    ColorRows rows;
-    int result = rows.open(source, target);
-    RowWriter writer(made);
-    const bool is_direct = RowReader(source).in_place() && writer.in_place();
-    const int32_t batch = is_direct ? reported_rows(source.Height) : buffered_rows(source, made);
-    const size_t line = made.BytesPerLine;
-    Outside outside(source);
-    if (result == V_SUCCESS)
-        result = outside.open(source, target, line, batch);
-    if (result == V_SUCCESS)
-        result = writer.reserve(batch);
-    if (result != V_SUCCESS)
-        return result;
-    return each_batch(source, batch, progress, steps_before, [&](SourceRows from, int32_t row, int32_t count) noexcept {
-        const TargetRows to{writer.place(row), line};
-        int converted = rows.run(from, to, count);
-        if (converted == V_SUCCESS)
-            converted = outside.run(from, to, row, count);
-        return converted == V_SUCCESS ? writer.write(row, count) : converted;
-    });
 }
 
 /// A colour that means in the new form what it meant in the old one.
@@ -232,7 +82,7 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
     BitmapAccess made(staged.record());
     result = made.result();
     if (result == V_SUCCESS)
-        result = fill(source, staged.record(), target, progress, scan_steps);
+        result = fill_colors(source, staged.record(), target, progress, scan_steps);
     if (result == V_SUCCESS)
         result = refresh_gray_limits(staged.record());
     if (result == V_SUCCESS)
@@ -241,31 +91,6 @@ int stage(Staged& staged, BITMAPHANDLE& source, uint32_t struct_size, uint32_t d
 }
 
 } // namespace
-
-int add_colors(BITMAPHANDLE& source, quantize::Quantizer& quantizer, Progress& progress, CountedPixels counted) noexcept
-{
-    counted.skips_clear =
-        counted.skips_clear && source.Flags & BITMAPFLAG_TRANSPARENCY && !has_alpha(source.BitsPerPixel, source.Order);
-    ColorTarget colors; // 32-bit BGR
-    colors.bits = 32;
-    colors.order = COLORORDER_BGR;
-    ColorRows rows;
-    int result = rows.open(source, colors);
-    const auto width = static_cast<size_t>(source.Width);
-    const int32_t batch = std::min(buffered_rows(source, source), std::max(1, static_cast<int32_t>(65536 / width)));
-    RowBuffer buffer;
-    if (result == V_SUCCESS && !buffer.allocate(width * 4 * static_cast<uint32_t>(batch)))
-        result = V_ERROR_NO_MEMORY;
-    if (result != V_SUCCESS)
-        return result;
-    return each_batch(source, batch, progress, 0, [&](SourceRows from, int32_t, int32_t count) noexcept {
-        const int converted = rows.run(from, {buffer.data(), width * 4}, count);
-        if (converted != V_SUCCESS)
-            return converted;
-        const size_t kept = counted_pixels(buffer.data(), width * static_cast<uint32_t>(count), counted);
-        return quantizer.add(buffer.data(), kept) ? V_SUCCESS : V_ERROR_NO_MEMORY;
-    });
-}
 
 int change_colors(BITMAPHANDLE& bitmap, const ColorResRequest& request, const ProgressShare& share) noexcept
 {

@@ -132,6 +132,21 @@ void ColorCount::add_to_cells(const uint8_t* pixels, size_t count) noexcept
     }
 }
 
+void ColorCount::add(const ColorCount& other) noexcept
+{
+    for (uint32_t i = 0; i < kCells && other.cells_; ++i) {
+        auto* const cell = reinterpret_cast<__m128i*>(cells_ + i);
+        const __m128i added = _mm_loadu_si128(reinterpret_cast<const __m128i*>(other.cells_ + i));
+        _mm_storeu_si128(cell, _mm_add_epi32(_mm_loadu_si128(cell), added));
+    }
+    total_ += other.total_;
+}
+
+bool ColorCount::has_room(uint64_t pixels) const noexcept
+{
+    return pixels <= kMostPixels && total_ <= kMostPixels - pixels;
+}
+
 /// Makes room for more pixels: what was seen so far counts half.
 void ColorCount::halve() noexcept
 {

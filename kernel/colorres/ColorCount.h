@@ -28,6 +28,15 @@ public:
     /// Adds pixels: blue, green, red and a byte that does not count. False without memory.
     bool add(const uint8_t* pixels, size_t count) noexcept;
 
+    /// Begins with cells at once. False without memory.
+    bool begin_cells() noexcept { return start_cells(); }
+
+    /// Adds what another count has in cells; both have some.
+    void add(const ColorCount& other) noexcept;
+
+    /// Whether so many more pixels fit the cells' sums.
+    bool has_room(uint64_t pixels) const noexcept;
+
     /// Every colour is known.
     bool is_exact() const noexcept { return cells_ == nullptr; }
 

@@ -27,10 +27,11 @@ constexpr int64_t kFewPixels = 4096;
 ColorRows::~ColorRows()
 {
     stop_dithering(dither_);
-    pixel::destroy_exact_lookup(lookup_);
+    if (!is_lookup_shared_)
+        pixel::destroy_exact_lookup(lookup_);
 }
 
-int ColorRows::open(const BITMAPHANDLE& source, const ColorTarget& target) noexcept
+int ColorRows::open(const BITMAPHANDLE& source, const ColorTarget& target, const ColorRows* shared) noexcept
 {
     target_ = &target;
     width_ = source.Width;
@@ -42,7 +43,7 @@ int ColorRows::open(const BITMAPHANDLE& source, const ColorTarget& target) noexc
     if (result == V_SUCCESS)
         result = open_middle();
     if (result == V_SUCCESS && target.indexed() && !target.gray_levels())
-        result = target.dithered ? open_dithering(source) : open_matching();
+        result = target.dithered ? open_dithering(source, shared) : open_matching(shared);
     return result;
 }
 
@@ -126,8 +127,13 @@ int ColorRows::open_buffers() noexcept
 
 /// Sources of at most 256 values ask once for each, and the converter's own matching does for few pixels; but that goes
 /// by all entries the depth can index.
-int ColorRows::open_matching() noexcept
+int ColorRows::open_matching(const ColorRows* shared) noexcept
 {
+    if (shared) {
+        lookup_ = shared->lookup_;
+        is_lookup_shared_ = true;
+        return V_SUCCESS;
+    }
     const bool asks_little = is_indexed(form_for_last().bits) || int64_t{width_} * height_ < kFewPixels;
     if (asks_little && target_->count == 1u << target_->bits)
         return V_SUCCESS;
@@ -136,7 +142,7 @@ int ColorRows::open_matching() noexcept
     return lookup_ ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
-int ColorRows::open_dithering(const BITMAPHANDLE& source) noexcept
+int ColorRows::open_dithering(const BITMAPHANDLE& source, const ColorRows* shared) noexcept
 {
     const Form& from = form_for_last();
     dither_.StructSize = kRecordSize;
@@ -149,8 +155,33 @@ int ColorRows::open_dithering(const BITMAPHANDLE& source) noexcept
     dither_.LowBit = std::max(from.low, 0);
     dither_.HighBit = from.high;
     dither_.DitheringMethod = source.DitheringMethod;
+    if (shared)
+        return join_dithering(dither_, shared->dither_);
     uint32_t* const match_table = target_->passed ? thread_state().user_match_table : nullptr;
     return start_dithering(dither_, target_->entries, target_->count, target_->bits, match_table);
+}
+
+uint32_t ColorRows::share(uint32_t threads) noexcept
+{
+    return threads > 1 && dither_state(dither_) ? share_dithering(dither_, threads) : threads;
+}
+
+int32_t ColorRows::rows_together() const noexcept
+{
+    const DitherState* const state = dither_state(dither_);
+    return state ? vk::rows_together(*state) : 1;
+}
+
+void ColorRows::go_to(int32_t row) noexcept
+{
+    if (DitherState* const state = dither_state(dither_))
+        go_to_row(*state, static_cast<uint64_t>(row));
+}
+
+void ColorRows::abandon() const noexcept
+{
+    if (const DitherState* const state = dither_state(dither_))
+        abandon_dithering(*state);
 }
 
 ConvertJob ColorRows::job(const Form& from, const Form& to) const noexcept

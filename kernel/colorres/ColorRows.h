@@ -24,7 +24,26 @@ public:
 
     /// Prepares for a source and a target whose palette is made; both outlive the object. SUCCESS,
     /// ERROR_INVALID_LUT_LENGTH, ERROR_NO_MEMORY, or what the dithering says.
-    int open(const BITMAPHANDLE& source, const ColorTarget& target) noexcept;
+    int open(const BITMAPHANDLE& source, const ColorTarget& target) noexcept { return open(source, target, nullptr); }
+
+    /// Gets ready for rows that several threads do, each by rows of its own; returns how many threads it is worth
+    /// having, no more than `threads`. No row is done yet, and none is by these rows if that is more than one.
+    uint32_t share(uint32_t threads) noexcept;
+
+    /// Prepares as rows that are shared did, for the same bitmaps. They outlast this object.
+    int join(const BITMAPHANDLE& source, const ColorTarget& target, const ColorRows& shared) noexcept
+    {
+        return open(source, target, &shared);
+    }
+
+    /// Rows that a thread takes at a time, when they are shared: where more than one, all threads take them in order.
+    int32_t rows_together() const noexcept;
+
+    /// Says which row is the next; for shared rows.
+    void go_to(int32_t row) noexcept;
+
+    /// Lets other threads go on that wait for rows of this one, which has failed.
+    void abandon() const noexcept;
 
     /// Takes the next rows. SUCCESS, or a code when the source has a form that no conversion takes.
     int run(SourceRows src, TargetRows dst, int32_t rows) noexcept;
@@ -40,12 +59,13 @@ private:
     };
 
     const Form& form_for_last() const noexcept { return has_middle_ ? middle_ : has_table_ ? table_ : first_; }
+    int open(const BITMAPHANDLE& source, const ColorTarget& target, const ColorRows* shared) noexcept;
     int run_batch(SourceRows src, TargetRows dst, int32_t rows) noexcept;
     void start_from(const BITMAPHANDLE& source) noexcept;
     int open_table(const BITMAPHANDLE& source) noexcept;
     int open_middle() noexcept;
-    int open_matching() noexcept;
-    int open_dithering(const BITMAPHANDLE& source) noexcept;
+    int open_matching(const ColorRows* shared) noexcept;
+    int open_dithering(const BITMAPHANDLE& source, const ColorRows* shared) noexcept;
     int open_buffers() noexcept;
     ConvertJob job(const Form& from, const Form& to) const noexcept;
     int last_step(SourceRows src, TargetRows dst, int32_t rows) noexcept;
@@ -75,7 +95,8 @@ private:
     bool has_transparency_ = false;
     COLORREF transparent_ = 0;
     ColorLookup* lookup_ = nullptr;
-    BITMAPHANDLE dither_ = {}; ///< describes the rows that are dithered, and holds the run
+    bool is_lookup_shared_ = false; ///< and another object's
+    BITMAPHANDLE dither_ = {};      ///< describes the rows that are dithered, and holds the run
 };
 
 } // namespace vk

@@ -2,6 +2,7 @@
 
 #include "kernel/colorres/Refine.h"
 #include "kernel/convert/Gray.h"
+#include "kernel/threading/Bands.h"
 #include "platform/platform.h"
 
 #include <algorithm>
@@ -61,7 +62,7 @@ bool Quantizer::make(RGBQUAD* entries, uint32_t* count, bool* is_exact) noexcept
         return false;
     counted_.write_points(work->points);
     const uint32_t centers = cut(work->points, points, colors_, work->centers);
-    refine(work->points, points, work->centers, centers, work->tables);
+    refine(work->points, points, work->centers, centers, work->tables, workers_allowed());
     for (uint32_t i = 0; i < centers; ++i) {
         const int32_t(&at)[3] = work->centers[i].at;
         entries[i] = {level(at[0]), level(at[1]), level(at[2]), 0};

@@ -19,6 +19,15 @@ public:
     /// Adds pixels of 32 bits: blue, green, red and a byte that does not count. False without memory.
     bool add(const uint8_t* pixels, size_t count) noexcept { return counted_.add(pixels, count); }
 
+    /// Adds what was counted elsewhere, by cells; not as long as all colours are known.
+    void add(const ColorCount& counted) noexcept { counted_.add(counted); }
+
+    /// Every colour is known; the order of pixels counts, and it is for one thread at a time.
+    bool is_exact() const noexcept { return counted_.is_exact(); }
+
+    /// Whether so many more pixels can be counted, in any order.
+    bool has_room(uint64_t pixels) const noexcept { return counted_.has_room(pixels); }
+
     /// Writes the palette, dark entries first, and whether it has every colour that was added. False without memory.
     bool make(RGBQUAD* entries, uint32_t* count, bool* is_exact) noexcept;
 

@@ -1,12 +1,19 @@
 #include "kernel/colorres/Refine.h"
 
+#include "kernel/system/Progress.h"
+#include "kernel/system/WordMutex.h"
+#include "kernel/threading/Bands.h"
+
 #include <algorithm>
+#include <mutex>
 
 namespace vk::quantize {
 
 namespace {
 
 constexpr int kMostPasses = 40;
+/// Fewer points are done before another thread has begun.
+constexpr uint32_t kSharedPoints = 2048;
 
 int32_t squared(int32_t a, int32_t b, int32_t c) noexcept
 {
@@ -79,8 +86,23 @@ struct Pass {
     int64_t weights[256] = {};
     int64_t sums[256][3] = {};
     uint64_t error = 0;
-    uint64_t worst = 0; ///< largest weighted error of a point
-    const Point* worst_point = nullptr;
+    uint64_t worst = 0;                 ///< largest weighted error of a point
+    const Point* worst_point = nullptr; ///< the first of several
+
+    /// Adds what another thread has found out about other points.
+    void add(const Pass& other) noexcept
+    {
+        for (int i = 0; i < 256; ++i) {
+            weights[i] += other.weights[i];
+            for (int axis = 0; axis < 3; ++axis)
+                sums[i][axis] += other.sums[i][axis];
+        }
+        error += other.error;
+        if (other.worst > worst || (other.worst == worst && other.worst_point < worst_point)) {
+            worst = other.worst;
+            worst_point = other.worst_point;
+        }
+    }
 };
 
 void assign(Point* points, uint32_t count, const Center* centers, uint32_t center_count, const RefineTables& tables,
@@ -101,6 +123,23 @@ void assign(Point* points, uint32_t count, const Center* centers, uint32_t cente
     }
 }
 
+/// The same by several threads.
+void assign_together(Point* points, uint32_t count, const Center* centers, uint32_t center_count,
+                     const RefineTables& tables, uint32_t threads, Pass& pass) noexcept
+{
+    WordMutex mutex;
+    Progress silent(0);
+    auto work = [&](Bands& bands) noexcept {
+        Pass own;
+        for (Band band{}; bands.take(band); bands.done(band, V_SUCCESS))
+            assign(points + band.row, static_cast<uint32_t>(band.rows), centers, center_count, tables, own);
+        const std::lock_guard guard(mutex);
+        pass.add(own);
+        return V_SUCCESS;
+    };
+    static_cast<void>(run_bands(plan_bands(static_cast<int32_t>(count), 1, threads), silent, work)); // cannot fail
+}
+
 /// Moves each centre to its points; one that has lost all of them goes to the point that is worst off.
 void move_centers(const Pass& pass, Center* centers, uint32_t count) noexcept
 {
@@ -118,13 +157,17 @@ void move_centers(const Pass& pass, Center* centers, uint32_t count) noexcept
 
 } // namespace
 
-void refine(Point* points, uint32_t count, Center* centers, uint32_t center_count, RefineTables& tables) noexcept
+void refine(Point* points, uint32_t count, Center* centers, uint32_t center_count, RefineTables& tables,
+            uint32_t threads) noexcept
 {
     order_centers(centers, center_count, tables);
     uint64_t before = UINT64_MAX;
     for (int i = 0; i < kMostPasses; ++i) {
         Pass pass;
-        assign(points, count, centers, center_count, tables, pass);
+        if (threads > 1 && count >= kSharedPoints)
+            assign_together(points, count, centers, center_count, tables, threads, pass);
+        else
+            assign(points, count, centers, center_count, tables, pass);
         if (pass.error >= before - before / 2000) // hardly better: done
             return;
         before = pass.error;

@@ -14,7 +14,9 @@ struct RefineTables {
     uint64_t nearby[256][256];
 };
 
-/// Moves the centres, from the owners that the points have on.
-void refine(Point* points, uint32_t count, Center* centers, uint32_t center_count, RefineTables& tables) noexcept;
+/// Moves the centres, from the owners that the points have on. So many threads may look at points; what comes out is
+/// the same.
+void refine(Point* points, uint32_t count, Center* centers, uint32_t center_count, RefineTables& tables,
+            uint32_t threads) noexcept;
 
 } // namespace vk::quantize

@@ -11,8 +11,9 @@
 #include "platform/platform.h"
 
 #include <algorithm>
+#include <atomic>
 #include <bit>
-#include <cstring>
+#include <new>
 
 #include <emmintrin.h>
 
@@ -27,8 +28,8 @@ constexpr uint32_t kListWords = 1u << 18;        ///< room for lists, in candida
 constexpr size_t kOverread = 4;                  ///< bytes behind the answers that gathering them may read
 constexpr uint32_t kUnknown = 0;                 ///< a cell or list not settled yet
 
-/// A run of candidates: place in the list memory and length; none has length 0.
-struct List {
+/// A run of candidates: place in the list memory and length; none has length 0. It is read and written as a whole.
+struct alignas(8) List {
     uint32_t place;
     uint32_t count;
 };
@@ -48,8 +49,8 @@ struct ExactLookup {
     ColorLookup base;
     uint32_t count;
     uint32_t blocks; ///< cells there is room for
-    uint32_t used_blocks;
-    uint32_t used_list;
+    std::atomic<uint32_t> used_blocks;
+    std::atomic<uint32_t> used_list;
     uint8_t* indices;      ///< 256 bytes that are their own position, then a block of 64 for each mixed cell
     Candidate* lists;      ///< the palette first
     uint8_t black, white;  ///< answers of the scan's shortcuts
@@ -123,16 +124,23 @@ uint32_t refine(const Candidate* from, uint32_t count, const Box& box, Candidate
 /// The candidates of a box, found from those of a larger one around it when they are not known yet.
 List box_list(ExactLookup& lookup, List* known, const List& around, const Box& box) noexcept
 {
-    if (known->count == 0) {
-        if (lookup.used_list + around.count > kListWords) {
-            return around;
-        }
-        const uint32_t place = lookup.used_list;
-        known->place = place;
-        known->count = refine(lookup.lists + around.place, around.count, box, lookup.lists + place);
-        lookup.used_list += known->count;
+    const std::atomic_ref shared(*known);
+    List list = shared.load(std::memory_order_acquire);
+    if (list.count != 0) {
+        return list;
     }
-    return *known;
+    if (lookup.used_list.load(std::memory_order_relaxed) + around.count > kListWords) {
+        return around;
+    }
+    Candidate own[kMaxPaletteEntries];
+    list.count = refine(lookup.lists + around.place, around.count, box, own);
+    list.place = lookup.used_list.fetch_add(list.count, std::memory_order_relaxed);
+    if (list.place + list.count > kListWords) {
+        return around;
+    }
+    std::copy_n(own, list.count, lookup.lists + list.place);
+    shared.store(list, std::memory_order_release);
+    return list;
 }
 
 constexpr int32_t level_of(uint32_t position, uint32_t bits, uint32_t shift) noexcept
@@ -243,6 +251,16 @@ constexpr uint32_t cell_value(uint32_t place, uint32_t mask) noexcept
     return (place << 6 | mask) + 1;
 }
 
+uint32_t known_cell(ExactLookup& lookup, uint32_t cell) noexcept
+{
+    return std::atomic_ref(lookup.cells[cell]).load(std::memory_order_acquire);
+}
+
+void publish_cell(ExactLookup& lookup, uint32_t cell, uint32_t value) noexcept
+{
+    std::atomic_ref(lookup.cells[cell]).store(value, std::memory_order_release);
+}
+
 /// Settles a cell. False when there is no room for its block; `list` then says what can win there.
 bool settle(ExactLookup& lookup, uint32_t cell, List* list) noexcept
 {
@@ -252,13 +270,17 @@ bool settle(ExactLookup& lookup, uint32_t cell, List* list) noexcept
     const uint32_t count = narrow(lookup.lists + list->place, list->count, box, own);
     const bool at_corner = cell == 0 || cell == kLastCell;
     if (count == 1 && !at_corner) {
-        lookup.cells[cell] = cell_value(own[0].index, 0);
+        publish_cell(lookup, cell, cell_value(own[0].index, 0));
         return true;
     }
-    if (lookup.used_blocks == lookup.blocks) {
+    if (lookup.used_blocks.load(std::memory_order_relaxed) >= lookup.blocks) {
         return false;
     }
-    const uint32_t place = 256 + kCellColors * lookup.used_blocks++;
+    const uint32_t number = lookup.used_blocks.fetch_add(1, std::memory_order_relaxed);
+    if (number >= lookup.blocks) {
+        return false;
+    }
+    const uint32_t place = 256 + kCellColors * number;
     uint8_t* block = lookup.indices + place;
     fill_block(own, count, box, block);
     if (cell == 0) {
@@ -266,7 +288,7 @@ bool settle(ExactLookup& lookup, uint32_t cell, List* list) noexcept
     } else if (cell == kLastCell) {
         block[kCellColors - 1] = lookup.white;
     }
-    lookup.cells[cell] = cell_value(place, kCellColors - 1);
+    publish_cell(lookup, cell, cell_value(place, kCellColors - 1));
     return true;
 }
 
@@ -292,7 +314,7 @@ uint8_t ask(ExactLookup& lookup, const Rgba8& c) noexcept
     List list;
     const uint32_t cell = cell_of(word_of(c));
     if (settle(lookup, cell, &list)) {
-        const uint32_t value = lookup.cells[cell] - 1;
+        const uint32_t value = known_cell(lookup, cell) - 1;
         return lookup.indices[(value >> 6) + (place_in_cell(word_of(c)) & value)];
     }
     if (c.r == c.g && c.g == c.b && (c.r == 0 || c.r == 255)) {
@@ -301,7 +323,7 @@ uint8_t ask(ExactLookup& lookup, const Rgba8& c) noexcept
     return scan(lookup.lists + list.place, list.count, c.r, c.g, c.b);
 }
 
-// A look-up learns while it is asked; the header has more on threads.
+// A look-up learns while it is asked.
 ExactLookup& learning(const ColorLookup* self) noexcept
 {
     return *const_cast<ExactLookup*>(reinterpret_cast<const ExactLookup*>(self));
@@ -313,7 +335,7 @@ void match_cells(const ColorLookup* self, const Rgba8* colors, uint8_t* indices,
     const uint8_t* known = lookup.indices;
     for (size_t i = 0; i < count; ++i) {
         const uint32_t word = word_of(colors[i]);
-        const uint32_t value = lookup.cells[cell_of(word)];
+        const uint32_t value = known_cell(lookup, cell_of(word));
         if (value == kUnknown) {
             indices[i] = ask(lookup, colors[i]);
         } else {
@@ -338,15 +360,15 @@ void match_cells_avx2(const ColorLookup* self, const Rgba8* colors, uint8_t* ind
 ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels, bool plain) noexcept
 {
     const auto blocks = static_cast<uint32_t>(std::clamp<uint64_t>(pixels / 32, 1024, kCells));
-    auto* lookup = static_cast<ExactLookup*>(platform::heap_alloc(sizeof(ExactLookup)));
-    if (lookup == nullptr) {
+    void* const memory = platform::heap_alloc(sizeof(ExactLookup));
+    if (memory == nullptr) {
         return nullptr;
     }
-    std::memset(lookup, 0, sizeof *lookup);
+    auto* const lookup = new (memory) ExactLookup{};
     lookup->base.match = !plain && cpu_level() >= Cpu::avx2 ? match_cells_avx2 : match_cells;
     lookup->count = count;
     lookup->blocks = blocks;
-    lookup->used_list = count;
+    lookup->used_list.store(count, std::memory_order_relaxed);
     lookup->black = static_cast<uint8_t>(find_palette_index(entries, count, 0, 0, 0));
     lookup->white = static_cast<uint8_t>(find_palette_index(entries, count, 255, 255, 255));
     lookup->indices = static_cast<uint8_t*>(platform::heap_alloc(256 + size_t{kCellColors} * blocks + kOverread));

@@ -5,6 +5,9 @@
 // only one entry can win holds its index; any other holds the index of each of its 64 colours, found by scanning the
 // few entries that can win there, in palette order, so that ties fall as in the scan of all. Cells are settled when a
 // colour first falls into them, in memory that is there from the start: asking never fails and allocates nothing.
+//
+// Several threads may ask at once. What one finds out it publishes as a whole; two that settle the same cell at once
+// come to the same answers, and one of their blocks is lost.
 #pragma once
 
 #include "kernel/convert/ColorLookup.h"
@@ -14,8 +17,8 @@
 namespace vk::pixel {
 
 /// Prepares a look-up for `count` entries (1 to 256), which are copied, and some number of pixels, by which its memory
-/// is chosen (up to 20 MiB). Null without memory. It learns while it is asked, so it is for one thread at a time.
-/// `plain` keeps it from the wider instruction sets, for tests.
+/// is chosen (up to 20 MiB). Null without memory. It learns while it is asked, by any number of threads. `plain` keeps
+/// it from the wider instruction sets, for tests.
 ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels, bool plain = false) noexcept;
 
 /// Answers colours whose cells are settled, eight at a time, up to the first eight with one that is not; returns how

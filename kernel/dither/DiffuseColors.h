@@ -14,7 +14,7 @@ template <int32_t Method, int32_t Rows, class Match> void diffuse_rows(DitherSta
     for (int32_t r = 0; r < Rows; ++r) {
         rows[r].start(state, match, r);
     }
-    run_wave<Rows>(rows, state.width, diffusion_of(Method).reach + 1);
+    run_wave<Rows>(state, rows, diffusion_of(Method).reach + 1);
 }
 
 template <int32_t Method> void diffuse_colors(DitherState& state, int32_t rows) noexcept

@@ -80,7 +80,7 @@ template <int32_t Method, int32_t Rows> void diffuse_rows(DitherState& state) no
     for (int32_t r = 0; r < Rows; ++r) {
         rows[r].start(state, r);
     }
-    run_wave<Rows>(rows, state.width, diffusion_of(Method).reach + 1);
+    run_wave<Rows>(state, rows, diffusion_of(Method).reach + 1);
 }
 
 template <int32_t Method> void diffuse(DitherState& state, int32_t rows) noexcept

@@ -9,10 +9,20 @@ template <> void diffuse_colors<DITHER_FLOYD_STEINBERG>(DitherState& state, int3
 {
     with_match(state, [&](const auto& match) {
         using Match = std::remove_cvref_t<decltype(match)>;
+        const auto run = [&]<int32_t kRows>() __attribute__((always_inline))
+        {
+            if (state.team == nullptr) {
+                FloydSteinberg<kRows, Match>(state, match).run();
+                return;
+            }
+            const Gate gate(state, kRows);
+            gate.wait(1);
+            FloydSteinberg<kRows, Match>(state, match).run(gate);
+        };
         if (rows == 1) {
-            FloydSteinberg<1, Match>(state, match).run();
+            run.template operator()<1>();
         } else {
-            FloydSteinberg<wave_rows(DITHER_FLOYD_STEINBERG), Match>(state, match).run();
+            run.template operator()<wave_rows(DITHER_FLOYD_STEINBERG)>();
         }
     });
 }

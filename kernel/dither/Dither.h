@@ -37,6 +37,24 @@ DitherState* dither_state(const BITMAPHANDLE& bitmap) noexcept;
 void dither_rows(DitherState& state, uint8_t* src, size_t src_stride, uint8_t* dst, size_t dst_stride,
                  size_t rows) noexcept;
 
+/// Prepares a record's run, of which no row is done, for rows that several threads do, each with a record of its own
+/// that has joined. Returns how many threads it is worth having, no more than `threads`; 1: the run stays as it was.
+uint32_t share_dithering(BITMAPHANDLE& bitmap, uint32_t threads) noexcept;
+
+/// Gives a record with the same fields a part in a shared run. It ends with stop_dithering, before the run itself does.
+/// SUCCESS or ERROR_NO_MEMORY.
+int join_dithering(BITMAPHANDLE& bitmap, const BITMAPHANDLE& run) noexcept;
+
+/// Rows that a thread of a shared run takes at a time. Where more than one, rows are taken in order, all that are taken
+/// are done, and no more rows are under way than threads take together.
+int32_t rows_together(const DitherState& state) noexcept;
+
+/// Says which row is the next that a part of a shared run does.
+void go_to_row(DitherState& state, uint64_t row) noexcept;
+
+/// Lets the threads of a shared run that wait for each other's rows go on: some rows have failed and never come.
+void abandon_dithering(const DitherState& state) noexcept;
+
 /// How rows get done; each state counts them, for tests.
 enum class DitherPath : uint8_t {
     plain,     ///< one pixel after the other, every colour matched by the defining search

@@ -9,6 +9,7 @@
 
 #include "kernel/dither/Each.h"
 #include "kernel/dither/MatchPair.h"
+#include "kernel/dither/Team.h"
 
 #include <emmintrin.h>
 
@@ -38,15 +39,31 @@ public:
     }
 
     /// Inline, so that the members are variables of the caller's that no store to an index can alias.
-    [[gnu::always_inline]] void run() noexcept
+    [[gnu::always_inline]] void run() noexcept { run_steps(0, steps()); }
+
+    /// The same behind the row above; at the beginning its first column is complete.
+    [[gnu::always_inline]] void run(const Gate& gate) noexcept
     {
-        // The last row's last column is complete one step behind it.
-        const int64_t end = width_ + kLastLag + 1;
-        int64_t t = 0;
+        const int64_t end = steps();
+        for (int64_t t = 0; t < end;) {
+            const int64_t stop = std::min(t + kStretch, end);
+            gate.wait(stop + 1); // a step loads the next column
+            run_steps(t, stop);
+            t = stop;
+            gate.tell(t - kLastLag - kMargin);
+        }
+    }
+
+private:
+    /// The last row's last column is complete one step behind it.
+    int64_t steps() const noexcept { return width_ + kLastLag + 1; }
+
+    [[gnu::always_inline]] void run_steps(int64_t t, int64_t end) noexcept
+    {
         while (t < end && t <= kLastLag) {
             step<false>(t++);
         }
-        for (; t + 1 < width_; ++t) {
+        for (const int64_t inside = std::min(end, width_ - 1); t < inside; ++t) {
             step<true>(t);
         }
         while (t < end) {
@@ -54,7 +71,6 @@ public:
         }
     }
 
-private:
     __m128i load_column(int64_t x) const noexcept
     {
         return _mm_loadl_epi64(reinterpret_cast<const __m128i*>(errors_in_ + x * static_cast<int64_t>(kColumn)));

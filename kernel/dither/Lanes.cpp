@@ -6,6 +6,7 @@
 #include "kernel/dither/Bits.h"
 #include "kernel/dither/Each.h"
 #include "kernel/dither/State.h"
+#include "kernel/dither/Team.h"
 
 #include <algorithm>
 #include <array>
@@ -170,14 +171,14 @@ constexpr int64_t group_time(int64_t t, size_t group) noexcept
     return t - kGroupLag * static_cast<int64_t>(group);
 }
 
-/// Does blocks from `t` on for as long as all groups are inside of their rows; returns where that ends.
+/// Does blocks from `t` on, before `stop`, for as long as all groups are inside of their rows; returns where that ends.
 template <size_t Groups>
-int64_t run_inside(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows, const Grays& two,
-                   int64_t t) noexcept
+int64_t run_inside(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows, const Grays& two, int64_t t,
+                   int64_t stop) noexcept
 {
     const Grays grays = two;
     std::array<Lanes, Groups> local = std::to_array(lanes); // which no store to a mask can alias
-    for (; t + kBlock < rows[0].width; t += kBlock) {
+    for (stop = std::min(stop, rows[0].width - kBlock); t < stop; t += kBlock) {
         Block blocks[Groups];
         each<Groups>([&](auto g)
                          __attribute__((always_inline)) { blocks[g] = read_block<true>(rows[g], group_time(t, g)); });
@@ -192,22 +193,35 @@ int64_t run_inside(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& r
     return t;
 }
 
-/// Does the groups' rows.
+/// Does the groups' rows, behind the row above where there is a gate.
 template <size_t Groups>
-void run_groups(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows, const Grays& grays) noexcept
+void run_groups(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows, const Grays& grays,
+                const Gate* gate) noexcept
 {
     // The last lane's last column is complete one step behind it.
-    const int64_t end = rows[0].width + kLastLag + 1;
+    const int64_t width = rows[0].width;
+    const int64_t end = width + kLastLag + 1;
     const int64_t behind = -group_time(0, Groups - 1);
     for (int64_t t = 0; t < end + behind; t += kBlock) {
-        if (t - behind >= kLastLag) {
-            t = run_inside(lanes, rows, grays, t);
+        while (gate && t - behind >= kLastLag && t + kBlock < width) {
+            gate->wait(t + kStretch + kBlock); // a step loads the next column
+            t = run_inside(lanes, rows, grays, t, t + kStretch);
+            gate->tell(t - behind - kLastLag - kMargin);
+        }
+        if (!gate && t - behind >= kLastLag) {
+            t = run_inside(lanes, rows, grays, t, width);
+        }
+        if (gate) {
+            gate->wait(t + kBlock + 1);
         }
         for (size_t g = 0; g < Groups; ++g) {
             const int64_t now = group_time(t, g);
             if (now >= 0 && now < end) {
                 lanes[g].edge_block(now, grays, rows[g]);
             }
+        }
+        if (gate) {
+            gate->tell(t + kBlock - behind - kLastLag - kMargin);
         }
     }
 }
@@ -250,12 +264,20 @@ void lane_rows(DitherState& state, size_t groups, const uint8_t* grays, size_t g
     const size_t group_grays = gray_pitch * static_cast<size_t>(kLanes);
     const Grays two(state.two);
     const LaneRows first{grays, gray_pitch, state.width};
+    const auto run = [&](auto& lanes, const auto& rows) {
+        if (state.team == nullptr) {
+            run_groups(lanes, rows, two, nullptr);
+            return;
+        }
+        const Gate gate(state, static_cast<int32_t>(groups) * kLanes);
+        run_groups(lanes, rows, two, &gate);
+    };
     if (groups == 1) {
         Lanes lanes[] = {{state, state.row, state.indices}};
-        run_groups(lanes, {first}, two);
+        run(lanes, std::array{first});
     } else {
         Lanes lanes[] = {{state, state.row, state.indices}, {state, state.row + kLanes, state.indices + group_masks}};
-        run_groups(lanes, {first, {grays + group_grays, gray_pitch, state.width}}, two);
+        run(lanes, std::array{first, LaneRows{grays + group_grays, gray_pitch, state.width}});
     }
     const uint8_t invert = state.two.index[0] != 0 ? 0xFF : 0;
     for (size_t row = 0; row < groups * kLanes; ++row) {

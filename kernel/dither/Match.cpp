@@ -167,8 +167,7 @@ void prepare_match(DitherState& state) noexcept
 uint32_t match_plain(DitherState& state, uint32_t color) noexcept
 {
     if (state.kind == Kind::custom) {
-        const uint32_t key = key_of(color);
-        return state.cache[key] != state.unknown ? state.cache[key] : match_missing(state, key);
+        return CacheMatch(state)(color);
     }
     if (state.kind == Kind::user_table) {
         return UserMatch(state)(color);
@@ -184,7 +183,7 @@ uint32_t match_missing(DitherState& state, uint32_t key) noexcept
     if (state.kind == Kind::user_table) {
         std::atomic_ref(state.user_table[key]).store(static_cast<uint32_t>(at) + 1, std::memory_order_relaxed);
     } else {
-        state.cache[key] = state.choices[at];
+        std::atomic_ref(state.cache[key]).store(state.choices[at], std::memory_order_relaxed);
     }
     return state.choices[at];
 }

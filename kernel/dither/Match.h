@@ -15,14 +15,14 @@ namespace vk::dither {
 /// Custom palettes: our table of 15-bit colours.
 struct CacheMatch {
     DitherState& state;
-    const uint32_t* cache;
+    uint32_t* cache;
     uint32_t unknown;
 
     explicit CacheMatch(DitherState& s) noexcept : state(s), cache(s.cache), unknown(s.unknown) {}
     uint32_t operator()(uint32_t color) const noexcept
     {
         const uint32_t key = key_of(color);
-        const uint32_t choice = cache[key];
+        const uint32_t choice = std::atomic_ref(cache[key]).load(std::memory_order_relaxed);
         return choice != unknown ? choice : match_missing(state, key);
     }
 };

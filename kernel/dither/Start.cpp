@@ -179,7 +179,10 @@ void seed(DitherState& state) noexcept
 void free_state(DitherState* state) noexcept
 {
     platform::heap_free(state->memory);
-    platform::heap_free(state->cache);
+    if (!state->is_member) {
+        platform::heap_free(state->cache);
+        platform::heap_free(state->team_memory);
+    }
     platform::heap_free(state);
 }
 

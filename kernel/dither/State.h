@@ -14,6 +14,8 @@
 
 namespace vk::dither {
 
+struct Team;
+
 /// Why colours match as they do; the numbers are of no account outside.
 enum class Kind : uint8_t {
     custom,
@@ -109,7 +111,7 @@ struct DitherState {
 
     // Matching.
     uint32_t* user_table;      ///< the caller's: 1 + position in entries
-    uint32_t* cache;           ///< ours: choices by 15-bit colour, or `unknown`
+    uint32_t* cache;           ///< ours: choices by 15-bit colour, or `unknown`; several threads may fill it
     uint32_t unknown;          ///< a word that is no choice
     uint64_t channels[3][256]; ///< blue, green, red: see Match.h
     uint8_t classes[256];      ///< channel-order classes of a cube's entries
@@ -127,6 +129,11 @@ struct DitherState {
     uint32_t* work;   ///< kMostRows rows of width colours
     uint8_t* indices; ///< kMostRows rows of index_pitch
     size_t index_pitch;
+
+    // Threads that share the run (Team.h).
+    bool is_member; ///< matching and error rows are another state's
+    dither::Team* team;
+    void* team_memory;
 
     uint64_t row; ///< rows done
     uint64_t done[kDitherPaths];

@@ -133,7 +133,7 @@ int fill_in_bands(BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, cons
             bands.done(band, fill_rows(filling, band, nullptr));
         return result;
     };
-    return run_bands(to.Height, 1, threads, progress, 0, work);
+    return run_bands(plan_bands(to.Height, 1, threads), progress, work);
 }
 
 int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShare& share) noexcept

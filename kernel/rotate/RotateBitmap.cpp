@@ -103,8 +103,10 @@ int paint_nearest(BITMAPHANDLE& source, BITMAPHANDLE& made, const Geometry& geom
                   Progress& progress) noexcept
 {
     const rotate::Turn mapping(geometry, rotate::Taken::nearest);
-    sampling::NearestPainter painter(mapping, made.BitsPerPixel, fill);
-    return sampling::paint_canvas(source, made, mapping, nullptr, painter, progress);
+    return sampling::paint_canvas({source, made, mapping, nullptr}, progress, [&](const auto& act) noexcept {
+        sampling::NearestPainter painter(mapping, made.BitsPerPixel, fill);
+        return act(painter);
+    });
 }
 
 /// Paints the staged bitmap by mixed pixels.
@@ -116,8 +118,10 @@ int paint_mixed(BITMAPHANDLE& source, const BITMAPHANDLE& described, BITMAPHANDL
     if (result != V_SUCCESS)
         return result;
     const rotate::Turn mapping(geometry, rotate::Taken::mixed);
-    sampling::FilterPainter painter(mapping, cells, {(turn.flags & ROTATEFLAG_BICUBIC) != 0});
-    return sampling::paint_canvas(source, made, mapping, &cells, painter, progress);
+    return sampling::paint_canvas({source, made, mapping, &cells}, progress, [&](const auto& act) noexcept {
+        sampling::FilterPainter painter(mapping, cells, {(turn.flags & ROTATEFLAG_BICUBIC) != 0});
+        return act(painter);
+    });
 }
 
 /// Paints the staged bitmap; it and the source are accessed.

@@ -46,22 +46,16 @@ void fetch_for_writing(const uint8_t* at, size_t bytes) noexcept
 
 class Walk {
 public:
-    Walk(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mapping, const Cells* cells, Painter& painter,
-         Progress& progress) noexcept
-        : from_(source), made_(made), mapping_(mapping), painter_(painter), progress_(progress), loader_(source, cells),
-          fetcher_(loader_), writer_(made)
+    /// Without progress where somebody else reports it.
+    Walk(const Painting& painting, Painter& painter, Progress* progress) noexcept
+        : from_(painting.source), made_(painting.made), mapping_(painting.mapping), painter_(painter),
+          progress_(progress), loader_(painting.source, painting.cells), fetcher_(loader_), writer_(painting.made)
     {
-        source_.extent = {source.Width, source.Height};
+        source_.extent = {from_.Width, from_.Height};
     }
 
-    int run() noexcept
-    {
-        int result = open();
-        return result == V_SUCCESS ? walk({0, 0, made_.Width, made_.Height}) : result;
-    }
-
-private:
-    int32_t bits() const noexcept { return made_.BitsPerPixel; }
+    /// Paints rows, once it is open.
+    int paint_rows_of(const Band& band) noexcept { return walk({0, band.row, made_.Width, band.row + band.rows}); }
 
     int open() noexcept
     {
@@ -79,6 +73,9 @@ private:
                           held_limit(loader_.is_memory() ? kCellBytes : kHeldBytes));
         return held_.allocate_for(from_, held_bytes_ + kSlack);
     }
+
+private:
+    int32_t bits() const noexcept { return made_.BitsPerPixel; }
 
     /// The source pixels that a box of the canvas looks at.
     Box looked_at(const Box& box) const noexcept
@@ -194,12 +191,13 @@ private:
         uint8_t* out = writer_.in_place() ? writer_.place(box.top) + bytes_of(box.left, bits()) : canvas_.data();
         int result = V_SUCCESS;
         for (int32_t top = box.top; top < box.bottom && result == V_SUCCESS;) {
-            const int32_t rows = std::min({kBandRows, reported_rows(made_.Height), box.bottom - top});
+            const int32_t reported = progress_ ? reported_rows(made_.Height) : kBandRows;
+            const int32_t rows = std::min({kBandRows, reported, box.bottom - top});
             paint_band({box.left, top, box.right, top + rows}, out, stride);
             out += stride * static_cast<uint32_t>(rows);
             top += rows;
             done_ += rows * box.width();
-            result = progress_.update(done_);
+            result = progress_ ? progress_->update(done_) : V_SUCCESS;
         }
         return result == V_SUCCESS ? store(box) : result;
     }
@@ -234,7 +232,7 @@ private:
     BITMAPHANDLE& made_;
     const Mapping& mapping_;
     Painter& painter_;
-    Progress& progress_;
+    Progress* progress_;
     Loader loader_;
     Fetcher fetcher_;
     RowWriter writer_;
@@ -253,11 +251,29 @@ int64_t progress_steps(const Extent& canvas) noexcept
     return int64_t{canvas.width} * canvas.height;
 }
 
-int paint_canvas(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mapping, const Cells* cells, Painter& painter,
-                 Progress& progress) noexcept
+int paint_canvas(const Painting& painting, Painter& painter, Progress& progress) noexcept
 {
-    Walk walk(source, made, mapping, cells, painter, progress);
-    return walk.run();
+    Walk walk(painting, painter, &progress);
+    const int result = walk.open();
+    return result == V_SUCCESS ? walk.paint_rows_of({0, painting.made.Height}) : result;
+}
+
+int paint_bands(const Painting& painting, Painter& painter, Bands& bands) noexcept
+{
+    Walk walk(painting, painter, nullptr);
+    const int result = walk.open();
+    for (Band band{}; result == V_SUCCESS && bands.take(band);)
+        bands.done(band, walk.paint_rows_of(band));
+    return result;
+}
+
+BandPlan plan_canvas(const Painting& painting) noexcept
+{
+    const BITMAPHANDLE& made = painting.made;
+    const bool is_memory = RowReader(painting.source).in_place() && RowWriter(painting.made).in_place();
+    BandPlan plan = plan_bands(made.Height, 1, is_memory ? workers_allowed() : 1);
+    plan.steps = made.Width;
+    return plan;
 }
 
 void limit_held(uint64_t bytes) noexcept

@@ -19,62 +19,67 @@ namespace {
 constexpr uint32_t kMostThreads = 256;
 constexpr int64_t kBandsEach = 8;
 
+std::atomic<uint64_t> g_bands_of_workers{0};
+
 } // namespace
 
 class BandJob {
 public:
-    BandJob(int32_t height, int32_t rows, BandWork work, void* context) noexcept
-        : height_(height), rows_(rows), work_(work), context_(context), settings_(state_to_hand_over())
+    BandJob(const BandPlan& plan, BandWork work, void* context) noexcept
+        : plan_(plan), work_(work), context_(context), settings_(state_to_hand_over())
     {
         settings_.status_callback = nullptr;
         settings_.workers = 1;
     }
 
-    static int run(int32_t height, int32_t rows, uint32_t threads, Progress& progress, int64_t before, BandWork work,
-                   void* context) noexcept
+    static int run(const BandPlan& plan, Progress& progress, BandWork work, void* context) noexcept
     {
-        if (threads > 1)
-            if (BandJob* const job = make(height, rows, work, context)) {
-                job->invite(threads - 1);
-                const int result = job->work_here(progress, before);
+        if (plan.threads > 1)
+            if (BandJob* const job = make(plan, work, context)) {
+                job->invite(plan.threads - 1);
+                const int result = job->work_here(progress);
                 job->let_go();
                 return result;
             }
-        BandJob alone(height, rows, work, context);
-        return alone.work_here(progress, before);
+        BandJob alone(plan, work, context);
+        return alone.work_here(progress);
     }
 
     bool take(Band& band) noexcept
     {
-        if (result_.load(std::memory_order_relaxed) != V_SUCCESS)
+        if (has_stopped())
             return false;
-        const int64_t row = next_.fetch_add(rows_, std::memory_order_relaxed);
-        if (row >= height_)
+        const int64_t row = next_.fetch_add(plan_.rows, std::memory_order_relaxed);
+        if (row >= plan_.height)
             return false;
         band.row = static_cast<int32_t>(row);
-        band.rows = static_cast<int32_t>(std::min<int64_t>(rows_, height_ - row));
+        band.rows = static_cast<int32_t>(std::min<int64_t>(plan_.rows, plan_.height - row));
         return true;
     }
 
-    /// Returns the rows that are done by now.
+    /// Returns the steps of progress that are done by now.
     int64_t done(const Band& band) noexcept
     {
-        return done_.fetch_add(band.rows, std::memory_order_relaxed) + band.rows;
+        return steps(done_.fetch_add(band.rows, std::memory_order_relaxed) + band.rows);
     }
+
+    bool has_stopped() const noexcept { return result_.load(std::memory_order_acquire) != V_SUCCESS; }
 
     void fail(int result) noexcept
     {
         int expected = V_SUCCESS;
-        result_.compare_exchange_strong(expected, result, std::memory_order_relaxed);
+        result_.compare_exchange_strong(expected, result, std::memory_order_acq_rel);
     }
 
 private:
-    static BandJob* make(int32_t height, int32_t rows, BandWork work, void* context) noexcept
+    int64_t steps(int64_t rows) const noexcept { return plan_.before + plan_.steps * rows; }
+
+    static BandJob* make(const BandPlan& plan, BandWork work, void* context) noexcept
     {
         void* const block = platform::heap_alloc(sizeof(BandJob));
         if (!block)
             return nullptr;
-        auto* const job = new (block) BandJob(height, rows, work, context);
+        auto* const job = new (block) BandJob(plan, work, context);
         if (platform::event_create(false, false, &job->left_) == Status::ok)
             return job;
         platform::heap_free(block);
@@ -92,9 +97,9 @@ private:
         }
     }
 
-    int work_here(Progress& progress, int64_t before) noexcept
+    int work_here(Progress& progress) noexcept
     {
-        Bands bands(*this, &progress, before);
+        Bands bands(*this, &progress);
         const int own = work_(context_, bands);
         if (own != V_SUCCESS)
             fail(own);
@@ -103,7 +108,7 @@ private:
             if (platform::event_wait(left_, kForever) != Waited::signalled)
                 platform::sleep_for(1);
         const int result = result_.load(std::memory_order_relaxed);
-        return result == V_SUCCESS ? progress.update(before + height_) : result;
+        return result == V_SUCCESS ? progress.update(steps(plan_.height)) : result;
     }
 
     void work_as_guest() noexcept
@@ -112,7 +117,7 @@ private:
         if (!closed_.load()) {
             const FreshThreadState fresh;
             thread_state_for_set() = settings_;
-            Bands bands(*this, nullptr, 0);
+            Bands bands(*this, nullptr);
             static_cast<void>(work_(context_, bands));
         }
         if (inside_.fetch_sub(1) == 1 && closed_.load())
@@ -135,8 +140,7 @@ private:
     }
     static void drop_ticket(void* job) noexcept { static_cast<BandJob*>(job)->let_go(); }
 
-    const int32_t height_;
-    const int32_t rows_; ///< of a band
+    const BandPlan plan_;
     const BandWork work_;
     void* const context_;
     ThreadState settings_; ///< of workers
@@ -151,15 +155,24 @@ private:
 
 bool Bands::take(Band& band) noexcept
 {
-    return job_.take(band);
+    if (!job_.take(band))
+        return false;
+    if (!is_caller())
+        g_bands_of_workers.fetch_add(1, std::memory_order_relaxed);
+    return true;
+}
+
+bool Bands::has_stopped() const noexcept
+{
+    return job_.has_stopped();
 }
 
 void Bands::done(const Band& band, int result) noexcept
 {
     if (result == V_SUCCESS) {
-        const int64_t rows = job_.done(band);
+        const int64_t steps = job_.done(band);
         if (progress_)
-            result = progress_->update(before_ + rows);
+            result = progress_->update(steps);
     }
     if (result != V_SUCCESS)
         job_.fail(result);
@@ -171,13 +184,24 @@ uint32_t workers_allowed() noexcept
     return std::min(workers == 0 ? count_processors() : static_cast<uint32_t>(workers), kMostThreads);
 }
 
-int run_bands(int32_t height, int32_t multiple, uint32_t threads, Progress& progress, int64_t before, BandWork work,
-              void* context) noexcept
+uint64_t bands_of_workers() noexcept
+{
+    return g_bands_of_workers.load(std::memory_order_relaxed);
+}
+
+BandPlan plan_bands(int32_t height, int32_t multiple, uint32_t threads) noexcept
 {
     const int64_t wanted = (height + threads * kBandsEach - 1) / (threads * kBandsEach);
     const int64_t rows = std::min<int64_t>((wanted + multiple - 1) / multiple * multiple, height);
-    const auto bands = static_cast<uint32_t>((height + rows - 1) / rows);
-    return BandJob::run(height, static_cast<int32_t>(rows), std::min(threads, bands), progress, before, work, context);
+    return {height, static_cast<int32_t>(rows), threads};
+}
+
+int run_bands(const BandPlan& plan, Progress& progress, BandWork work, void* context) noexcept
+{
+    BandPlan settled = plan;
+    const auto bands = static_cast<uint32_t>((int64_t{plan.height} + plan.rows - 1) / plan.rows);
+    settled.threads = std::min(plan.threads, bands);
+    return BandJob::run(settled, progress, work, context);
 }
 
 } // namespace vk

@@ -30,34 +30,48 @@ public:
     /// Says what became of a band that was taken.
     void done(const Band& band, int result) noexcept;
 
+    /// The operation has failed, or its callback has refused.
+    bool has_stopped() const noexcept;
+
+    /// This is the thread that called the operation.
+    bool is_caller() const noexcept { return progress_ != nullptr; }
+
 private:
     friend class BandJob;
-    explicit Bands(class BandJob& job, Progress* progress, int64_t before) noexcept
-        : job_(job), progress_(progress), before_(before)
-    {}
+    explicit Bands(class BandJob& job, Progress* progress) noexcept : job_(job), progress_(progress) {}
 
     BandJob& job_;
     Progress* progress_; ///< of the calling thread
-    int64_t before_;     ///< steps before the first row
 };
 
 /// What each of the threads runs once: gets its own means, then takes bands and does them. A result other than SUCCESS
 /// counts from the calling thread; a worker that cannot begin leaves the bands to the others.
 using BandWork = int (*)(void* context, Bands& bands) noexcept;
 
-/// Runs an operation of `height` rows in bands of a multiple of `multiple` rows, the last one aside, on up to `threads`
-/// threads. `progress` has begun; a step is a row, with `before` steps before the first. The first failure, or the
+/// How an operation is cut up.
+struct BandPlan {
+    int32_t height = 0; ///< rows of the operation
+    int32_t rows = 1;   ///< of a band, the last one aside
+    uint32_t threads = 1;
+    int64_t before = 0; ///< steps of progress before the first row
+    int64_t steps = 1;  ///< of a row
+};
+
+/// Bands of a multiple of `multiple` rows, enough of them for `threads` threads.
+BandPlan plan_bands(int32_t height, int32_t multiple, uint32_t threads) noexcept;
+
+/// Runs an operation, whose progress has begun. The bands are taken from the first on, and the first failure, or the
 /// callback's refusal, stops all and is the result.
-int run_bands(int32_t height, int32_t multiple, uint32_t threads, Progress& progress, int64_t before, BandWork work,
-              void* context) noexcept;
+int run_bands(const BandPlan& plan, Progress& progress, BandWork work, void* context) noexcept;
 
 /// The same for a callable that takes the bands.
-template <class Work>
-int run_bands(int32_t height, int32_t multiple, uint32_t threads, Progress& progress, int64_t before,
-              Work& work) noexcept
+template <class Work> int run_bands(const BandPlan& plan, Progress& progress, Work& work) noexcept
 {
     const BandWork call = [](void* context, Bands& bands) noexcept { return (*static_cast<Work*>(context))(bands); };
-    return run_bands(height, multiple, threads, progress, before, call, &work);
+    return run_bands(plan, progress, call, &work);
 }
+
+/// Bands that workers have done so far, in the whole process; for tests.
+uint64_t bands_of_workers() noexcept;
 
 } // namespace vk

@@ -30,18 +30,22 @@ int paint_by(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mapping, c
              Progress& progress) noexcept
 {
     const sampling::FillPixel fill = sampling::fill_pixel(source, warp.fill);
-    if (!(warp.flags & kMixed)) {
-        NearestPainter painter(mapping, made.BitsPerPixel, fill);
-        return paint_canvas(source, made, mapping, nullptr, painter, progress);
-    }
+    if (!(warp.flags & kMixed))
+        return paint_canvas({source, made, mapping, nullptr}, progress, [&](const auto& act) noexcept {
+            NearestPainter painter(mapping, made.BitsPerPixel, fill);
+            return act(painter);
+        });
     Cells cells;
-    int result = cells.open(source, fill);
+    const int result = cells.open(source, fill);
     if (result != V_SUCCESS)
         return result;
-    FilterPainter painter(
-        mapping, cells, {(warp.flags & WARP_CUBIC) != 0, (warp.flags & WARP_AREA) != 0, (warp.flags & WARP_EDGE) != 0});
-    result = painter.open();
-    return result == V_SUCCESS ? paint_canvas(source, made, mapping, &cells, painter, progress) : result;
+    const Filtering filtering{(warp.flags & WARP_CUBIC) != 0, (warp.flags & WARP_AREA) != 0,
+                              (warp.flags & WARP_EDGE) != 0};
+    return paint_canvas({source, made, mapping, &cells}, progress, [&](const auto& act) noexcept {
+        FilterPainter painter(mapping, cells, filtering);
+        const int opened = painter.open();
+        return opened == V_SUCCESS ? act(painter) : opened;
+    });
 }
 
 int paint_staged(BITMAPHANDLE& bitmap, BITMAPHANDLE& made, const Warp& warp, Progress& progress) noexcept

@@ -1,5 +1,6 @@
 // Operations on several threads: the same bits for every number of them, progress on the calling thread alone, and no
 // standstill, whoever asks for workers.
+#include "kernel/system/ThreadState.h"
 #include "kernel/threading/Bands.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/threading/ThreadingSupport.h"
@@ -9,8 +10,12 @@ namespace {
 
 using testing::on_threads;
 
-constexpr int32_t kWidth = 301;
-constexpr int32_t kHeight = 203;
+/// Wide enough for two threads to diffuse errors, and for three.
+struct Size {
+    int32_t width, height;
+};
+constexpr Size kSmall{601, 25};
+constexpr Size kWide{1301, 67};
 
 /// A number of workers for the calling thread, and one at the end.
 class Workers {
@@ -23,70 +28,145 @@ public:
 
 /// A bitmap of random pixels, the same for each depth.
 struct Picture : testing::TestBitmap {
-    explicit Picture(int32_t bits, uint32_t memory = TYPE_CONV)
+    explicit Picture(int32_t bits, uint32_t memory = TYPE_CONV, Size size = kSmall)
     {
         testing::TestRandom random(static_cast<uint64_t>(bits));
-        EXPECT_EQ(V_SUCCESS, create(memory, kWidth, kHeight, bits, bits == 16 ? COLORORDER_GRAY : COLORORDER_BGR));
+        EXPECT_EQ(V_SUCCESS,
+                  create(memory, size.width, size.height, bits, bits == 16 ? COLORORDER_GRAY : COLORORDER_BGR));
         paint(random);
     }
-};
-
-struct Case {
-    const char* name;
-    int32_t bits;
-    uint32_t memory;
-    int (*run)(BITMAPHANDLE& bitmap);
 };
 
 int change(BITMAPHANDLE& bitmap, int32_t bits, uint32_t flags, uint32_t colors = 0)
 {
     return V_ColorResBitmap(&bitmap, &bitmap, sizeof bitmap, bits, flags, nullptr, nullptr, colors);
 }
-int match(BITMAPHANDLE& bitmap)
+template <int32_t kBits, uint32_t kFlags, uint32_t kColors = 0> int change(BITMAPHANDLE& bitmap)
 {
-    return change(bitmap, 8, COLORRES_NODITHER | COLORRES_PALETTE_OPTIMIZED, 256);
+    return change(bitmap, kBits, kFlags, kColors);
 }
-int widen(BITMAPHANDLE& bitmap)
+template <int32_t kMethod, int32_t kBits, uint32_t kFlags = 0, uint32_t kColors = 0> int dither(BITMAPHANDLE& bitmap)
 {
-    return change(bitmap, 32, COLORRES_ORDER_RGB);
+    bitmap.DitheringMethod = kMethod;
+    return change(bitmap, kBits, kFlags, kColors);
 }
-int dither(BITMAPHANDLE& bitmap)
+/// Inside of a region alone.
+int dither_part(BITMAPHANDLE& bitmap)
 {
-    return change(bitmap, 1, 0);
+    const RECT part{100, 5, 500, 20};
+    EXPECT_EQ(V_SUCCESS, V_SetBitmapRegionRect(&bitmap, &part, REGION_SET));
+    return dither<DITHER_STUCKI, 4>(bitmap);
 }
 int shrink(BITMAPHANDLE& bitmap)
 {
-    return V_ResampleBitmap(&bitmap, kWidth / 3, kHeight / 3);
+    return V_ResampleBitmap(&bitmap, bitmap.Width / 3, bitmap.Height / 3);
 }
 int enlarge(BITMAPHANDLE& bitmap)
 {
-    return V_BicubicResampleBitmap(&bitmap, kWidth * 2, kHeight * 2);
+    return V_BicubicResampleBitmap(&bitmap, bitmap.Width * 2, bitmap.Height * 2);
+}
+template <uint32_t kFlags> int rotate(BITMAPHANDLE& bitmap)
+{
+    return V_RotateBitmap(&bitmap, 3700, ROTATEFLAG_GROW | kFlags, 0x00123456);
+}
+template <uint32_t kFlags> int warp(BITMAPHANDLE& bitmap)
+{
+    const V_MATRIX matrix{{{0.8, 0.1, 0.0001}, {-0.1, 0.7, 0}, {20, 40, 1}}};
+    return V_WarpBitmap(&bitmap, &matrix, 900, 300, kFlags, 0x00563412);
+}
+int bend(BITMAPHANDLE& bitmap)
+{
+    const V_POINTD points[] = {{0, 0}, {700, 20}, {1300, 5}, {10, 60}, {600, 66}, {1290, 50}};
+    return V_WarpBitmapGrid(&bitmap, points, 3, 2, 700, 200, WARP_CUBIC, 0);
+}
+template <uint32_t kFlags> int shear(BITMAPHANDLE& bitmap)
+{
+    return V_ShearBitmap(&bitmap, 1700, kFlags, 0);
 }
 
-constexpr Case kCases[] = {
-    {"match", 24, TYPE_CONV, match},     {"widen", 24, TYPE_CONV, widen},     {"widen, disk", 24, TYPE_DISK, widen},
-    {"shrink", 8, TYPE_CONV, shrink},    {"shrink", 32, TYPE_CONV, shrink},   {"shrink, disk", 24, TYPE_DISK, shrink},
-    {"enlarge", 24, TYPE_CONV, enlarge}, {"enlarge", 48, TYPE_CONV, enlarge}, {"enlarge", 16, TYPE_CONV, enlarge},
-    {"enlarge", 32, TYPE_CONV, enlarge}, {"dither", 24, TYPE_CONV, dither},
+constexpr uint32_t kNearest = COLORRES_NODITHER;
+constexpr uint32_t kMade = COLORRES_PALETTE_OPTIMIZED;
+
+struct Case {
+    const char* name;
+    int (*run)(BITMAPHANDLE& bitmap);
+    std::vector<int32_t> bits;
+    std::vector<uint32_t> memory = {TYPE_CONV};
+};
+/// What the calling thread does alone.
+bool is_alone(const Case& entry, uint32_t memory)
+{
+    const bool is_placed = entry.run == shrink || std::strncmp(entry.name, "rotate", 6) == 0;
+    return entry.run == shear<0> || (memory != TYPE_CONV && is_placed);
+}
+const std::vector<uint32_t> kMemories = {TYPE_CONV, TYPE_DISK, TYPE_TILED, TYPE_SUPERCOMPRESSED};
+
+const Case kCases[] = {
+    {"match", change<8, kNearest>, {16, 24, 32, 48}, kMemories},
+    {"match few", change<4, kNearest>, {24}},
+    {"optimize", change<8, kMade | kNearest, 256>, {24, 48}, kMemories},
+    {"optimize few", change<4, kMade | kNearest, 9>, {24}},
+    {"optimize and dither", dither<DITHER_FLOYD_STEINBERG, 8, kMade, 100>, {24}},
+    {"gray", change<0, 0>, {24}, kMemories},
+    {"widen", change<32, COLORRES_ORDER_RGB>, {24}, kMemories},
+    {"none", dither<DITHER_NONE, 4>, {24}},
+    {"floyd-steinberg", dither<DITHER_FLOYD_STEINBERG, 4>, {8, 24}, kMemories},
+    {"floyd-steinberg to 8", dither<DITHER_FLOYD_STEINBERG, 8>, {24}},
+    {"floyd-steinberg to 1", dither<DITHER_FLOYD_STEINBERG, 1>, {16, 24}, kMemories},
+    {"stucki", dither<DITHER_STUCKI, 4>, {24}},
+    {"stucki of grays", dither<DITHER_STUCKI, 1>, {16}},
+    {"burkes", dither<DITHER_BURKES, 3>, {24}},
+    {"sierra", dither<DITHER_SIERRA, 2>, {24}},
+    {"stevenson-arce", dither<DITHER_STEVENSON_ARCE, 8, COLORRES_PALETTE_CUBE>, {24}, kMemories},
+    {"jarvis", dither<DITHER_JARVIS, 6>, {24, 48}},
+    {"ordered", dither<DITHER_ORDERED, 8>, {24, 32}, kMemories},
+    {"ordered to 1", dither<DITHER_ORDERED, 1>, {16}},
+    {"clustered, made palette", dither<DITHER_CLUSTERED, 8, kMade, 200>, {24}},
+    {"dither part", dither_part, {24}},
+    {"shrink", shrink, {8, 24, 32}, {TYPE_CONV, TYPE_DISK}},
+    {"enlarge", enlarge, {16, 24, 32, 48}},
+    {"rotate", rotate<0>, {1, 8, 24}, {TYPE_CONV, TYPE_DISK}},
+    {"rotate, linear", rotate<ROTATEFLAG_RESAMPLE>, {1, 8, 24}, {TYPE_CONV, TYPE_DISK}},
+    {"rotate, cubic", rotate<ROTATEFLAG_BICUBIC>, {8, 24, 32}},
+    {"warp", warp<WARP_NEAREST>, {1, 24}},
+    {"warp, linear", warp<WARP_LINEAR>, {8, 24}},
+    {"warp, cubic means", warp<WARP_CUBIC | WARP_AREA>, {32}},
+    {"bend", bend, {24}},
+    {"shear", shear<0>, {24}},
+    {"shear, linear", shear<SHEAR_LINEAR>, {8, 24}},
 };
 
 /// Workers that the pool invites too late go a moment after the operation.
 class WorkersThread : public testing::LeavesNothing {};
 
-TEST_F(WorkersThread, DoNotChangeTheBits)
+/// The same where one thread at a time will do: too much for a tool that watches threads.
+class WorkersOf : public WorkersThread {};
+
+/// Every operation on every storage; workers have a part in each for certain.
+TEST_F(WorkersOf, OperationsDoNotChangeTheBits)
 {
-    for (const Case& entry : kCases) {
-        SCOPED_TRACE(testing::say(entry.name, entry.bits));
-        Picture alone(entry.bits, entry.memory);
-        ASSERT_EQ(V_SUCCESS, entry.run(*alone));
-        const testing::Bytes expected = alone.pixels();
-        for (const int32_t count : {2, 3, 8, 0, 10000}) {
-            const Workers workers(count);
-            Picture together(entry.bits, entry.memory);
-            ASSERT_EQ(V_SUCCESS, entry.run(*together));
-            EXPECT_EQ(expected, together.pixels()) << count;
-        }
-    }
+    for (const Case& entry : kCases)
+        for (const int32_t bits : entry.bits)
+            for (const uint32_t memory : entry.memory) {
+                if (memory == TYPE_SUPERCOMPRESSED && bits != 8 && bits != 24)
+                    continue;
+                SCOPED_TRACE(testing::say(entry.name, bits, memory));
+                Picture alone(bits, memory, kWide);
+                ASSERT_EQ(V_SUCCESS, entry.run(*alone));
+                const testing::Bytes expected = alone.pixels();
+                const auto run = [&](int32_t count) {
+                    const Workers workers(count);
+                    Picture together(bits, memory, kWide);
+                    ASSERT_EQ(V_SUCCESS, entry.run(*together));
+                    EXPECT_TRUE(expected == together.pixels()) << count;
+                };
+                for (const int32_t count : {3, 10000})
+                    run(count);
+                if (!is_alone(entry, memory)) {
+                    const uint64_t before = bands_of_workers();
+                    EXPECT_TRUE(testing::comes_true([&] { return run(2), bands_of_workers() != before; }));
+                }
+            }
 }
 
 /// What a status callback is told, and on which thread.
@@ -105,43 +185,85 @@ struct Told {
     }
 };
 
+/// Passes of one operation after each other, steps of pixels, and rows that are moved.
 TEST_F(WorkersThread, LeaveProgressToTheCallingThread)
 {
     const Workers workers(3);
-    for (const int refuse_at : {101, 40, 0}) {
-        SCOPED_TRACE(refuse_at);
-        Told told;
-        told.refuse_at = refuse_at;
-        Picture picture(24);
-        const testing::Bytes before = picture.pixels();
-        V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
-        const int result = shrink(*picture);
-        V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
-        EXPECT_FALSE(told.is_elsewhere);
-        ASSERT_FALSE(told.percents.empty());
-        EXPECT_EQ(0, told.percents.front());
-        EXPECT_TRUE(std::is_sorted(told.percents.begin(), told.percents.end()));
-        EXPECT_EQ(told.percents.end(), std::adjacent_find(told.percents.begin(), told.percents.end()));
-        EXPECT_EQ(refuse_at > 100 ? V_SUCCESS : V_ERROR_USER_ABORT, result);
-        if (result == V_SUCCESS)
-            EXPECT_EQ(100, told.percents.back());
-        else
-            EXPECT_EQ(before, picture.pixels());
-    }
+    for (const auto run : {shrink, change<8, kMade | kNearest, 256>, dither<DITHER_FLOYD_STEINBERG, 4>, rotate<0>,
+                           rotate<ROTATEFLAG_RESAMPLE>})
+        for (const uint32_t memory : {TYPE_CONV, TYPE_DISK})
+            for (const int refuse_at : {101, 40, 0}) {
+                SCOPED_TRACE(refuse_at);
+                Told told;
+                told.refuse_at = refuse_at;
+                Picture picture(24, memory);
+                const testing::Bytes before = picture.pixels();
+                V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
+                const int result = run(*picture);
+                V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
+                EXPECT_FALSE(told.is_elsewhere);
+                ASSERT_FALSE(told.percents.empty());
+                EXPECT_EQ(0, told.percents.front());
+                EXPECT_TRUE(std::is_sorted(told.percents.begin(), told.percents.end()));
+                EXPECT_EQ(told.percents.end(), std::adjacent_find(told.percents.begin(), told.percents.end()));
+                EXPECT_EQ(refuse_at > 100 ? V_SUCCESS : V_ERROR_USER_ABORT, result);
+                if (result == V_SUCCESS)
+                    EXPECT_EQ(100, told.percents.back());
+                else
+                    EXPECT_EQ(before, picture.pixels());
+            }
 }
 
+/// What a worker that certainly takes part sees of the caller's settings: all but the callback, and one worker. What it
+/// does may report progress by itself, which nobody hears.
+TEST_F(WorkersThread, HaveTheSettingsOfTheCallerButTheCallback)
+{
+    const Workers workers(2);
+    uint32_t table[32768] = {};
+    ASSERT_EQ(V_SUCCESS, V_DefaultDithering(DITHER_STUCKI));
+    V_SetUserMatchTable(table);
+    Told told;
+    V_SetStatusCallback(&Told::note, &told, nullptr, nullptr);
+    testing::MeetingPoint both(2);
+    std::atomic<int> right{0};
+    Progress progress(2);
+    auto work = [&](Bands& bands) noexcept {
+        Band band{};
+        const bool has_band = bands.take(band) && both.meet();
+        const ThreadState& state = thread_state();
+        const bool is_set = state.default_dithering == DITHER_STUCKI && state.user_match_table == table;
+        const bool is_heard = state.status_callback != nullptr;
+        const bool is_told = bands.is_caller() ? is_heard && state.workers == 2 : !is_heard && state.workers == 1;
+        right += has_band && is_set && is_told;
+        if (!bands.is_caller())
+            right += Progress(1).begin() == V_SUCCESS;
+        bands.done(band, V_SUCCESS);
+        return V_SUCCESS;
+    };
+    EXPECT_EQ(V_SUCCESS, run_bands(plan_bands(2, 1, 2), progress, work));
+    V_SetStatusCallback(nullptr, nullptr, nullptr, nullptr);
+    V_SetUserMatchTable(nullptr);
+    V_DefaultDithering(DITHER_FLOYD_STEINBERG);
+    EXPECT_EQ(3, right);
+    EXPECT_FALSE(told.is_elsewhere);
+}
+
+/// Eight threads with two workers each over everything, each beginning with another case.
 TEST_F(WorkersThread, WorkForManyThreadsAtOnce)
 {
-    Picture alone(24);
-    ASSERT_EQ(V_SUCCESS, shrink(*alone));
-    const testing::Bytes expected = alone.pixels();
+    constexpr size_t kEvery = 3; // threads share the cases out three ways
+    std::vector<testing::Bytes> expected;
+    for (const Case& entry : kCases) {
+        Picture alone(entry.bits.back());
+        ASSERT_EQ(V_SUCCESS, entry.run(*alone));
+        expected.push_back(alone.pixels());
+    }
     std::atomic<int> wrong{0};
-    on_threads(8, [&](int) {
+    on_threads(8, [&](int number) {
         const Workers workers(2);
-        for (int round = 0; round < 5; ++round) {
-            Picture picture(24);
-            wrong += shrink(*picture) != V_SUCCESS || picture.pixels() != expected;
-            wrong += widen(*picture) != V_SUCCESS;
+        for (size_t i = static_cast<size_t>(number) % kEvery; i < std::size(kCases); i += kEvery) {
+            Picture picture(kCases[i].bits.back(), number % 4 == 0 ? TYPE_DISK : TYPE_CONV);
+            wrong += kCases[i].run(*picture) != V_SUCCESS || picture.pixels() != expected[i];
         }
     });
     EXPECT_EQ(0, wrong);
@@ -192,7 +314,7 @@ TEST_F(WorkersThread, StopAtTheFirstFailure)
             }
             return V_SUCCESS;
         };
-        EXPECT_EQ(bad < 0 ? V_SUCCESS : V_ERROR_NO_MEMORY, run_bands(200, 8, 4, progress, 0, work));
+        EXPECT_EQ(bad < 0 ? V_SUCCESS : V_ERROR_NO_MEMORY, run_bands(plan_bands(200, 8, 4), progress, work));
         for (const auto& count : rows)
             EXPECT_TRUE(count == 1 || (bad >= 0 && count == 0));
     }
