@@ -96,8 +96,9 @@ bool ByteRows::is_fused() const noexcept
     return kernels_.fused && !format.has_alpha() && (format.chroma_x == 2 || is_single);
 }
 
-void ByteRows::write_fused(uint32_t row, const uint8_t* y, uint8_t* to, bool stream) noexcept
+void ByteRows::write_fused(uint32_t row, uint8_t* to, bool stream) noexcept
 {
+    const uint8_t* y = picture_.row(0, row);
     const FusedKernels& fused = *kernels_.fused;
     const size_t width = picture_.width;
     if (picture_.format->chroma_x == 1) {
@@ -105,7 +106,13 @@ void ByteRows::write_fused(uint32_t row, const uint8_t* y, uint8_t* to, bool str
         const bool v_first = picture_.format->v_first;
         return fused.to_bgr_single(y, planes[v_first], planes[!v_first], width, formula_, to, stream);
     }
-    blend(row, blended_[0], blended_[1]);
+    if (const Groups* const groups = picture_.format->groups; groups) {
+        const bool v_first = groups->v[0] < groups->u[0];
+        fused.unpack(y, picture_.chroma_width(), groups->luma[0] == 0, y_, blended_[v_first], blended_[!v_first]);
+        y = y_;
+    } else {
+        blend(row, blended_[0], blended_[1]);
+    }
     extend(blended_[0], picture_.chroma_width());
     extend(blended_[1], picture_.chroma_width());
     const int32_t shift = 8 - picture_.across().shift() - picture_.down().shift();
@@ -114,6 +121,8 @@ void ByteRows::write_fused(uint32_t row, const uint8_t* y, uint8_t* to, bool str
 
 void ByteRows::write(uint32_t row, uint8_t* to, bool stream) noexcept
 {
+    if (is_fused())
+        return write_fused(row, to, stream);
     const uint8_t* const y = unpack(row);
     const size_t width = picture_.width;
     if (!picture_.format->has_chroma()) {
@@ -121,8 +130,6 @@ void ByteRows::write(uint32_t row, uint8_t* to, bool stream) noexcept
             to[x] = gray_byte(formula_, y[x]);
         return;
     }
-    if (is_fused())
-        return write_fused(row, y, to, stream);
     if (picture_.across().step == 1 && picture_.down().step == 1) {
         blend(row, chroma_[0], chroma_[1]);
     } else {

@@ -25,7 +25,7 @@ public:
 private:
     const uint8_t* unpack(uint32_t row) noexcept;
     void blend(uint32_t row, uint16_t* first, uint16_t* second) noexcept;
-    void write_fused(uint32_t row, const uint8_t* y, uint8_t* to, bool stream) noexcept;
+    void write_fused(uint32_t row, uint8_t* to, bool stream) noexcept;
     void spread() noexcept;
 
     const Picture& picture_;

@@ -27,7 +27,8 @@ public:
         Reg even, odd;
     };
 
-    [[gnu::always_inline]] void put(const uint8_t* luma, const Chroma& u, const Chroma& v, uint8_t* bgr, bool stream) const noexcept
+    [[gnu::always_inline]] void put(const uint8_t* luma, const Chroma& u, const Chroma& v, uint8_t* bgr,
+                                    bool stream) const noexcept
     {
         const Reg both = V::load(luma);
         const Colors even = colors(V::template left<7>(V::low_bytes(both)), u.even, v.even);
@@ -76,20 +77,40 @@ typename ToBgr<V>::Chroma chroma_of_two(const uint16_t* from, const typename V::
     return {V::exclusive_or(V::left_by(even, places), middle), V::exclusive_or(V::left_by(odd, places), middle)};
 }
 
-/// Goes over a row; `put` makes pixels at x of it from luma.
-template <class V, class Put> void each_part(const uint8_t* y, size_t n, uint8_t* bgr, bool stream, Put put) noexcept
+/// Pixels up to the next multiple of a register's bytes; 0 where no number of even ones comes there.
+template <class V> size_t pixels_before_line(const uint8_t* bgr) noexcept
+{
+    constexpr uintptr_t kOneThird = 43; // times 3 is 1, modulo 32 and 64
+    const auto at = reinterpret_cast<uintptr_t>(bgr);
+    return at % 2 == 0 ? (0 - at) * kOneThird % V::kBytes : 0;
+}
+
+/// Fewer pixels than a register's, by copies.
+template <class V, class Put>
+void put_some(const uint8_t* y, size_t x, size_t count, uint8_t* bgr, const Put& put) noexcept
+{
+    uint8_t luma[V::kPixels] = {}, pixels[3 * V::kPixels];
+    std::memcpy(luma, y + x, count);
+    put(x, luma, pixels, false, count);
+    std::memcpy(bgr + 3 * x, pixels, 3 * count);
+}
+
+/// Goes over a row: `put` makes pixels at x of it from luma, as many as it is told.
+template <class V, class Put>
+void each_part(const uint8_t* y, size_t n, uint8_t* bgr, bool stream, const Put& put) noexcept
 {
     constexpr size_t kPixels = V::kPixels;
-    const bool is_aligned = reinterpret_cast<uintptr_t>(bgr) % V::kBytes == 0;
     size_t x = 0;
+    if (stream && n >= kPixels) {
+        x = pixels_before_line<V>(bgr);
+        if (x != 0)
+            put_some<V>(y, 0, x, bgr, put);
+    }
+    const bool is_aligned = reinterpret_cast<uintptr_t>(bgr + 3 * x) % V::kBytes == 0;
     for (; x + kPixels <= n; x += kPixels)
-        put(x, y + x, bgr + 3 * x, stream && is_aligned);
-    if (x == n)
-        return;
-    uint8_t luma[kPixels] = {}, pixels[3 * kPixels];
-    std::memcpy(luma, y + x, n - x);
-    put(x, luma, pixels, false);
-    std::memcpy(bgr + 3 * x, pixels, 3 * (n - x));
+        put(x, y + x, bgr + 3 * x, stream && is_aligned, kPixels);
+    if (x != n)
+        put_some<V>(y, x, n - x, bgr, put);
 }
 
 template <class V>
@@ -97,17 +118,19 @@ void to_bgr_single(const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t 
                    bool stream) noexcept
 {
     const ToBgr<V> to(f);
-    const size_t whole = n / V::kPixels * V::kPixels;
-    uint8_t last[2][V::kPixels] = {};
-    std::memcpy(last[0], u + whole, n - whole);
-    std::memcpy(last[1], v + whole, n - whole);
-    each_part<V>(y, n, bgr, stream, [&](size_t x, const uint8_t* luma, uint8_t* pixels, bool streams) noexcept {
+    const auto put = [&](size_t x, const uint8_t* luma, uint8_t* pixels, bool streams, size_t count) noexcept {
+        if (count < V::kPixels) {
+            uint8_t some[2][V::kPixels] = {};
+            std::memcpy(some[0], u + x, count);
+            std::memcpy(some[1], v + x, count);
+            return to.put(luma, chroma_of_each<V>(some[0]), chroma_of_each<V>(some[1]), pixels, streams);
+        }
         V::fetch_ahead(y + x);
         V::fetch_ahead(u + x);
         V::fetch_ahead(v + x);
-        to.put(luma, chroma_of_each<V>(x < whole ? u + x : last[0]), chroma_of_each<V>(x < whole ? v + x : last[1]),
-               pixels, streams);
-    });
+        to.put(luma, chroma_of_each<V>(u + x), chroma_of_each<V>(v + x), pixels, streams);
+    };
+    each_part<V>(y, n, bgr, stream, put);
 }
 
 template <class V, bool kCentered>
@@ -116,11 +139,12 @@ void to_bgr_two(const uint8_t* y, const uint16_t* u, const uint16_t* v, size_t n
 {
     const ToBgr<V> to(f);
     const typename V::Places places(shift);
-    each_part<V>(y, n, bgr, stream, [&](size_t x, const uint8_t* luma, uint8_t* pixels, bool streams) noexcept {
+    const auto put = [&](size_t x, const uint8_t* luma, uint8_t* pixels, bool streams, size_t) noexcept {
         V::fetch_ahead(y + x);
         to.put(luma, chroma_of_two<V, kCentered>(u + x / 2, places), chroma_of_two<V, kCentered>(v + x / 2, places),
                pixels, streams);
-    });
+    };
+    each_part<V>(y, n, bgr, stream, put);
 }
 
 template <class V>
@@ -131,12 +155,42 @@ void to_bgr_pairs(const uint8_t* y, const uint16_t* u, const uint16_t* v, size_t
              : to_bgr_two<V, false>(y, u, v, n, shift, f, bgr, stream);
 }
 
+/// Packed rows, of two pixels in four bytes, to luma and samples of chroma as words.
+template <class V>
+void unpack_twos(const uint8_t* from, size_t n, bool luma_first, uint8_t* y, uint16_t* first, uint16_t* second) noexcept
+{
+    constexpr size_t kPairs = V::kPixels / 2;
+    size_t k = 0;
+    for (; k + kPairs <= n; k += kPairs) {
+        V::fetch_ahead(from + 4 * k);
+        V::fetch_ahead(from + 4 * k + 64);
+        const auto front = V::load(from + 4 * k), back = V::load(from + 4 * k + V::kBytes);
+        const auto low = [](auto a) noexcept { return V::low_bytes(a); };
+        const auto high = [](auto a) noexcept { return V::template right<8>(a); };
+        const auto luma = luma_first ? V::pack_bytes(low(front), low(back)) : V::pack_bytes(high(front), high(back));
+        const auto c = luma_first ? high(front) : low(front), d = luma_first ? high(back) : low(back);
+        V::put(V::packed_in_order(luma), y + 2 * k, false);
+        V::put(V::packed_in_order(V::pack_low_words(c, d)), reinterpret_cast<uint8_t*>(first + k), false);
+        V::put(V::packed_in_order(V::pack_high_words(c, d)), reinterpret_cast<uint8_t*>(second + k), false);
+    }
+    for (const size_t at = luma_first ? 0 : 1; k < n; ++k) {
+        y[2 * k] = from[4 * k + at];
+        y[2 * k + 1] = from[4 * k + at + 2];
+        first[k] = from[4 * k + 1 - at];
+        second[k] = from[4 * k + 3 - at];
+    }
+}
+
+/// How chroma lies in a row: a sample for each pixel, or for two.
+enum class Across : uint8_t { single, left, centered };
+
 /// Samples from colours, kRows rows for a row of chroma. A register has a pixel in each lane of 32 bits: blue and
 /// green, or red, as words; four of them are a part of a row.
-template <class V, size_t kRows, bool kCentered> class FromBgr {
+template <class V, size_t kRows, Across kAcross> class FromBgr {
     using Reg = typename V::Reg;
     static constexpr int32_t kLumaPlaces = FromBytes::kFraction;
-    static constexpr int32_t kChromaPlaces = FromBytes::kFraction + (kCentered ? 1 : 2) + (kRows == 2 ? 1 : 0);
+    static constexpr int32_t kChromaPlaces = FromBytes::kFraction + static_cast<int32_t>(kAcross == Across::centered) +
+                                             2 * static_cast<int32_t>(kAcross == Across::left) + (kRows == 2 ? 1 : 0);
 
 public:
     FromBgr(const FusedRows& rows, const FromBytes& f) noexcept
@@ -157,7 +211,10 @@ public:
                 sums.r[i] = row == 0 ? pixels.r[i] : V::add(sums.r[i], pixels.r[i]);
             }
         }
-        store(rows, luma, chroma(sums));
+        if constexpr (kAcross == Across::single)
+            store_single(rows, luma[0], sums);
+        else
+            store(rows, luma, chroma(sums));
     }
 
 private:
@@ -211,7 +268,7 @@ private:
     {
         const Reg even = V::even_dwords(first, second), odd = V::odd_dwords(first, second);
         const Reg own = V::add(even, odd);
-        if constexpr (kCentered)
+        if constexpr (kAcross == Across::centered)
             return own;
         const Reg left = V::shifted_in(before, odd);
         before = odd;
@@ -241,18 +298,29 @@ private:
             V::put_halves(V::in_order(chroma), rows.chroma[0], rows.chroma[1], rows.stream);
     }
 
+    void store_single(const FusedRows& rows, Reg luma, const Four& pixels) const noexcept
+    {
+        V::put(V::in_order(luma), rows.luma[0], rows.stream);
+        V::put(V::in_order(first_.template bytes<kChromaPlaces>(pixels)), rows.chroma[0], rows.stream);
+        V::put(V::in_order(second_.template bytes<kChromaPlaces>(pixels)), rows.chroma[1], rows.stream);
+    }
+
     Weighted luma_, first_, second_;
     Before before_;
 };
 
+constexpr bool is_packed(ChromaTo to) noexcept
+{
+    return to == ChromaTo::luma_first || to == ChromaTo::chroma_first;
+}
+
 /// Where n pixels further on are.
 inline FusedRows further(FusedRows rows, size_t n) noexcept
 {
-    const size_t luma = rows.to == ChromaTo::luma_first || rows.to == ChromaTo::chroma_first ? 2 * n : n;
     for (size_t i = 0; i < 2; ++i) {
         rows.from[i] += 3 * n;
-        rows.luma[i] += luma;
-        rows.chroma[i] += rows.to == ChromaTo::pairs ? n : n / 2;
+        rows.luma[i] += is_packed(rows.to) ? 2 * n : n;
+        rows.chroma[i] += rows.to == ChromaTo::planes ? n / 2 : n;
     }
     return rows;
 }
@@ -269,21 +337,22 @@ template <class V, class Part> void put_rest(Part& part, const FusedRows& rows, 
     }
     part.put({{from[0], from[1]}, {luma[0], luma[1]}, {chroma[0], chroma[1]}, rows.to, false});
     const size_t pairs = (n + 1) / 2;
-    if (rows.to == ChromaTo::luma_first || rows.to == ChromaTo::chroma_first) {
+    if (is_packed(rows.to)) {
         std::memcpy(rows.luma[0], luma[0], 4 * pairs);
         return;
     }
     for (size_t row = 0; row < count; ++row)
         std::memcpy(rows.luma[row], luma[row], n);
-    std::memcpy(rows.chroma[0], chroma[0], rows.to == ChromaTo::pairs ? 2 * pairs : pairs);
-    if (rows.to == ChromaTo::planes)
-        std::memcpy(rows.chroma[1], chroma[1], pairs);
+    const size_t samples = rows.to == ChromaTo::pairs ? 2 * pairs : rows.to == ChromaTo::planes ? pairs : n;
+    std::memcpy(rows.chroma[0], chroma[0], samples);
+    if (rows.to != ChromaTo::pairs)
+        std::memcpy(rows.chroma[1], chroma[1], samples);
 }
 
-template <class V, size_t kRows, bool kCentered>
+template <class V, size_t kRows, Across kAcross>
 void from_bgr_rows(const FusedRows& all, size_t n, const FromBytes& f) noexcept
 {
-    FromBgr<V, kRows, kCentered> part(all, f);
+    FromBgr<V, kRows, kAcross> part(all, f);
     FusedRows rows = all;
     uintptr_t places = 0;
     for (size_t i = 0; i < 2; ++i)
@@ -304,9 +373,12 @@ void from_bgr_rows(const FusedRows& all, size_t n, const FromBytes& f) noexcept
 template <class V>
 void from_bgr(const FusedRows& rows, size_t count, size_t n, bool centered, const FromBytes& f) noexcept
 {
+    if (rows.to == ChromaTo::single_planes)
+        return from_bgr_rows<V, 1, Across::single>(rows, n, f);
     if (count == 2)
-        return centered ? from_bgr_rows<V, 2, true>(rows, n, f) : from_bgr_rows<V, 2, false>(rows, n, f);
-    return centered ? from_bgr_rows<V, 1, true>(rows, n, f) : from_bgr_rows<V, 1, false>(rows, n, f);
+        return centered ? from_bgr_rows<V, 2, Across::centered>(rows, n, f)
+                        : from_bgr_rows<V, 2, Across::left>(rows, n, f);
+    return centered ? from_bgr_rows<V, 1, Across::centered>(rows, n, f) : from_bgr_rows<V, 1, Across::left>(rows, n, f);
 }
 
 } // namespace

@@ -28,8 +28,8 @@ consteval Bytes16 channel_words(size_t before, bool is_red) noexcept
 {
     Bytes16 index{};
     for (size_t i = 0; i < 16; ++i)
-        index[i] = i % (is_red ? 4 : 2) != 0 ? kClear
-                                             : static_cast<uint8_t>(before + i / 4 * 3 + (is_red ? 2 : i % 4 / 2));
+        index[i] =
+            i % (is_red ? 4 : 2) != 0 ? kClear : static_cast<uint8_t>(before + i / 4 * 3 + (is_red ? 2 : i % 4 / 2));
     return index;
 }
 
@@ -86,6 +86,17 @@ struct Vectors {
     static Reg left_by(Reg a, const Places& places) noexcept { return _mm256_sll_epi16(a, places.count); }
     static Reg pack_words(Reg a, Reg b) noexcept { return _mm256_packs_epi32(a, b); }
     static Reg pack_bytes(Reg a, Reg b) noexcept { return _mm256_packus_epi16(a, b); }
+
+    /// The lower words of lanes of 32 bits, or the upper ones, which are bytes.
+    static Reg pack_low_words(Reg a, Reg b) noexcept
+    {
+        return _mm256_packus_epi32(_mm256_and_si256(a, dwords(0xFFFF)), _mm256_and_si256(b, dwords(0xFFFF)));
+    }
+    static Reg pack_high_words(Reg a, Reg b) noexcept
+    {
+        return _mm256_packus_epi32(_mm256_srli_epi32(a, 16), _mm256_srli_epi32(b, 16));
+    }
+    static Reg packed_in_order(Reg a) noexcept { return _mm256_permute4x64_epi64(a, _MM_SHUFFLE(3, 1, 2, 0)); }
 
     static void fetch_ahead(const uint8_t* at) noexcept
     {
@@ -173,6 +184,6 @@ private:
 
 } // namespace
 
-const FusedKernels kFused_avx2{to_bgr_pairs<Vectors>, to_bgr_single<Vectors>, from_bgr<Vectors>};
+const FusedKernels kFused_avx2{to_bgr_pairs<Vectors>, to_bgr_single<Vectors>, unpack_twos<Vectors>, from_bgr<Vectors>};
 
 } // namespace vk::yuv

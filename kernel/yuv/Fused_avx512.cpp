@@ -154,6 +154,20 @@ struct Vectors {
     static Reg pack_words(Reg a, Reg b) noexcept { return _mm512_packs_epi32(a, b); }
     static Reg pack_bytes(Reg a, Reg b) noexcept { return _mm512_packus_epi16(a, b); }
 
+    /// The lower words of lanes of 32 bits, or the upper ones, which are bytes.
+    static Reg pack_low_words(Reg a, Reg b) noexcept
+    {
+        return _mm512_packus_epi32(_mm512_and_si512(a, dwords(0xFFFF)), _mm512_and_si512(b, dwords(0xFFFF)));
+    }
+    static Reg pack_high_words(Reg a, Reg b) noexcept
+    {
+        return _mm512_packus_epi32(_mm512_maskz_srli_epi32(kAll, a, 16), _mm512_maskz_srli_epi32(kAll, b, 16));
+    }
+    static Reg packed_in_order(Reg a) noexcept
+    {
+        return _mm512_permutexvar_epi64(_mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7), a);
+    }
+
     /// Has memory that is needed soon fetched: the processor's own fetching ends with each page, which rows often are.
     static void fetch_ahead(const uint8_t* at) noexcept
     {
@@ -216,6 +230,7 @@ struct Vectors {
 
 } // namespace
 
-const FusedKernels kFused_avx512{to_bgr_pairs<Vectors>, to_bgr_single<Vectors>, from_bgr<Vectors>};
+const FusedKernels kFused_avx512{to_bgr_pairs<Vectors>, to_bgr_single<Vectors>, unpack_twos<Vectors>,
+                                 from_bgr<Vectors>};
 
 } // namespace vk::yuv

@@ -17,8 +17,9 @@ enum class Level : uint8_t { plain, avx2, avx512 };
 /// caller's memory: what the blends, to_bgr's luma and split read, and what to_bgr, luma, chroma and interleave write.
 constexpr size_t kRoom = 64;
 
-/// Where samples go that are made of colours: chroma to planes, pairs, or with luma to packed rows.
-enum class ChromaTo : uint8_t { planes, pairs, luma_first, chroma_first };
+/// Where samples go that are made of colours: chroma to planes, for each pixel or two, to pairs, or with luma to packed
+/// rows.
+enum class ChromaTo : uint8_t { single_planes, planes, pairs, luma_first, chroma_first };
 
 /// One or two rows of colours for a row of chroma. Pointers that are not needed are like others.
 struct FusedRows {
@@ -38,7 +39,10 @@ struct FusedKernels {
     /// From a sample for each pixel.
     void (*to_bgr_single)(const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t n, const ToBytes& f,
                           uint8_t* bgr, bool stream) noexcept;
-    /// From one row or two; chroma is for two pixels of a row. The first difference is that of `f.u`.
+    /// n groups of two pixels in four bytes to luma and chroma, and room behind them.
+    void (*unpack)(const uint8_t* from, size_t n, bool luma_first, uint8_t* y, uint16_t* first,
+                   uint16_t* second) noexcept;
+    /// From one row or two. The first difference is that of `f.u`.
     void (*from_bgr)(const FusedRows& rows, size_t count, size_t n, bool centered, const FromBytes& f) noexcept;
 };
 

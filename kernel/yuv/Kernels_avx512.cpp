@@ -284,7 +284,7 @@ void chroma(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, c
 
 } // namespace
 
-const Kernels kKernels_avx512{Level::avx512, blend,    blend_pairs, spread_loop<uint16_t>, to_bgr,       split,
+const Kernels kKernels_avx512{Level::avx512, blend,    blend_pairs, spread_loop<uint16_t>, to_bgr,        split,
                               luma,          add_loop, chroma,      interleave_loop,       &kFused_avx512};
 
 } // namespace vk::yuv

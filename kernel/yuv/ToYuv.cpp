@@ -35,7 +35,8 @@ template <class Sum> void extend(Sum* row, size_t width) noexcept
 } // namespace
 
 ByteRowsOut::ByteRowsOut(const Picture& picture) noexcept
-    : picture_(picture), kernels_(kernels()), formula_(from_bytes(picture.colors)), stream_(is_fused() && is_big(picture))
+    : picture_(picture), kernels_(kernels()), formula_(from_bytes(picture.colors)),
+      stream_(is_fused() && is_big(picture))
 {}
 
 bool ByteRowsOut::open() noexcept
@@ -85,7 +86,8 @@ void ByteRowsOut::write_luma(const Channels& from) noexcept
 bool ByteRowsOut::is_fused() const noexcept
 {
     const Format& format = *picture_.format;
-    return kernels_.fused && format.chroma_x == 2 && format.chroma_y <= 2;
+    const bool is_single = format.layout == Layout::planes && format.chroma_x == 1;
+    return kernels_.fused && (is_single || (format.chroma_x == 2 && format.chroma_y <= 2));
 }
 
 void ByteRowsOut::write_fused(const uint8_t* first, const uint8_t* second) noexcept
@@ -101,7 +103,9 @@ void ByteRowsOut::write_fused(const uint8_t* first, const uint8_t* second) noexc
         rows.to = format.groups->luma[0] == 0 ? ChromaTo::luma_first : ChromaTo::chroma_first;
     } else {
         const int32_t last_plane = format.planes() - 1;
-        rows.to = format.layout == Layout::pairs ? ChromaTo::pairs : ChromaTo::planes;
+        rows.to = format.layout == Layout::pairs ? ChromaTo::pairs
+                  : format.chroma_x == 1         ? ChromaTo::single_planes
+                                                 : ChromaTo::planes;
         rows.chroma[0] = picture_.row(1, chroma_row_);
         rows.chroma[1] = picture_.row(last_plane, chroma_row_);
     }

@@ -52,7 +52,7 @@ private:
     uint16_t* sums_[3] = {}; ///< with room before them
     uint8_t *y_ = nullptr, *u_ = nullptr, *v_ = nullptr, *alpha_ = nullptr;
     uint32_t row_ = 0;
-    int32_t in_group_ = 0; ///< rows collected for a row of chroma
+    int32_t in_group_ = 0;           ///< rows collected for a row of chroma
     const uint8_t* first_ = nullptr; ///< the first of two
     const bool stream_;
     uint32_t chroma_row_ = 0;

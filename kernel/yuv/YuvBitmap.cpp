@@ -169,6 +169,7 @@ int make_bitmap(BITMAPHANDLE& bitmap, uint32_t struct_size, const Picture& pictu
     creation.bits = bits;
     creation.order = picture.format->has_chroma() ? COLORORDER_BGR : COLORORDER_GRAY;
     creation.perspective = TOP_LEFT;
+    creation.pixels = pixels_of_shown_record();
     int result = create_bitmap(bitmap, struct_size, creation);
     if (result != V_SUCCESS)
         return result;
