@@ -81,6 +81,10 @@ FusedRows fused_avx512() noexcept;
 FusedRows fused_avx2() noexcept;
 FusedRows fused_plain() noexcept;
 
+/// For 8 bits to one: leaves in the plan's table a bit for each index or gray, eight to a byte from the lowest on.
+constexpr size_t kBitTableBytes = 32;
+bool find_bits(Plan& plan) noexcept;
+
 /// For gray to one bit, which is a comparison unless the palette is odd: leaves the lowest gray that has the other
 /// index than black in the plan's table, and after it black's index. False when there is no such limit.
 bool find_threshold(Plan& plan) noexcept;
