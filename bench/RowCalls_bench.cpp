@@ -18,7 +18,6 @@ template <class Call> void rows(benchmark::State& state, int32_t bits, Call call
         byte = static_cast<uint8_t>(noise >> 24);
     }
     against_memcpy(state, bytes, bytes, static_cast<uint64_t>(pixels), [&] { call(row.data(), pixels); });
-    state.SetLabel(std::to_string(state.iterations()));
 }
 
 void convert(benchmark::State& state, int32_t from, int32_t order, int32_t to, int32_t to_order, int32_t custom)
@@ -46,13 +45,13 @@ struct Rows {
 void get_row(benchmark::State& state)
 {
     Rows source(static_cast<int32_t>(state.range(0)), 24, COLORORDER_BGR);
-    rows(state, 24, [&](uint8_t* row, int32_t) { V_GetBitmapRow(&source.bitmap, row, 7); });
+    rows(state, 24, [&](uint8_t* row, int32_t) { V_GetBitmapRow(&source.bitmap, row, 7, source.bitmap.BytesPerLine); });
 }
 
 void put_row(benchmark::State& state)
 {
     Rows target(static_cast<int32_t>(state.range(0)), 24, COLORORDER_BGR);
-    rows(state, 24, [&](uint8_t* row, int32_t) { V_PutBitmapRow(&target.bitmap, row, 7); });
+    rows(state, 24, [&](uint8_t* row, int32_t) { V_PutBitmapRow(&target.bitmap, row, 7, target.bitmap.BytesPerLine); });
 }
 
 void dither_row(benchmark::State& state, int32_t method)

@@ -209,6 +209,11 @@ const FusedPath* fused_path(size_t index) noexcept
     return nullptr;
 }
 
+Cpu fused_limit() noexcept
+{
+    return g_highest.load(std::memory_order_relaxed);
+}
+
 void limit_fused(Cpu highest) noexcept
 {
     g_highest.store(highest, std::memory_order_relaxed);

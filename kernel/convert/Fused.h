@@ -52,6 +52,9 @@ const FusedPath* fused_path(size_t index) noexcept;
 /// Switches paths above a level off, Cpu::none all of them; for tests and benchmarks, while nothing converts.
 void limit_fused(Cpu highest) noexcept;
 
+/// The level they are limited to.
+Cpu fused_limit() noexcept;
+
 /// How far ahead of their loads the streaming kernels ask for the source, in bytes: beyond the page that the processor
 /// looks ahead in by itself.
 constexpr size_t kFetchAhead = 8192;

@@ -399,9 +399,9 @@ template <bool Stream> void bit_to_gray8(const Plan& plan, const uint8_t* src, u
 {
     const __m512i clear = _mm512_set1_epi8(static_cast<char>(plan.table[0]));
     const __m512i set = _mm512_set1_epi8(static_cast<char>(plan.table[1]));
-    const __m512i byte_of = _mm512_set_epi64(0x0707070707070707, 0x0606060606060606, 0x0505050505050505,
-                                             0x0404040404040404, 0x0303030303030303, 0x0202020202020202,
-                                             0x0101010101010101, 0);
+    const __m512i byte_of =
+        _mm512_set_epi64(0x0707070707070707, 0x0606060606060606, 0x0505050505050505, 0x0404040404040404,
+                         0x0303030303030303, 0x0202020202020202, 0x0101010101010101, 0);
     const __m512i bit_of = _mm512_maskz_set1_epi64(kAllQuads, 0x0102040810204080);
     for (; count != 0; count -= 64, src += 8, dst += 64) {
         fetch_ahead<Stream, 8>(src);
