@@ -1,6 +1,6 @@
 // Rows of three bytes a pixel to samples and back in one go, for the codes that most pictures have: chroma for each
 // pixel or for two of a row, and one or two rows. What lies between is kept in registers. Written once for both widths
-// of vectors: `V` is what a level can do (Fused_avx2.cpp, Fused_avx512.cpp), a type without linkage, so that no
+// of vectors: `V` is what a level can do (Vectors_avx2.h, Vectors_avx512.h), a type without linkage, so that no
 // level's code is taken for that of another. What is left of a row behind whole vectors goes through them by copies.
 #pragma once
 
