@@ -114,7 +114,8 @@ struct Vectors {
 
     static void fetch_ahead(const uint8_t* at) noexcept
     {
-        _mm_prefetch(reinterpret_cast<const char*>(at) + 2048, _MM_HINT_T0);
+        constexpr uintptr_t kAhead = 2048; // a number: it may lie behind the memory
+        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(at) + kAhead));
     }
 
     static void put(Reg bytes, uint8_t* to, bool stream) noexcept
