@@ -2,7 +2,6 @@
 // these only. Bytes are shuffled within 16 of them.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
@@ -11,7 +10,9 @@ namespace vk::yuv {
 
 namespace {
 
-using Bytes16 = std::array<uint8_t, 16>;
+struct Bytes16 {
+    uint8_t at[16];
+};
 constexpr uint8_t kClear = 0x80;
 
 /// For each byte of part `part` of 48 bytes of pixels, the place of its pixel among even and odd ones packed, if it is
@@ -21,7 +22,7 @@ consteval Bytes16 pixel_places(size_t part, size_t c) noexcept
     Bytes16 index{};
     for (size_t i = 0; i < 16; ++i) {
         const size_t at = 16 * part + i, p = at / 3;
-        index[i] = at % 3 == c ? static_cast<uint8_t>(p / 2 + (p % 2 == 0 ? 0 : 8)) : kClear;
+        index.at[i] = at % 3 == c ? static_cast<uint8_t>(p / 2 + (p % 2 == 0 ? 0 : 8)) : kClear;
     }
     return index;
 }
@@ -31,7 +32,7 @@ consteval Bytes16 channel_words(size_t before, bool is_red) noexcept
 {
     Bytes16 index{};
     for (size_t i = 0; i < 16; ++i)
-        index[i] =
+        index.at[i] =
             i % (is_red ? 4 : 2) != 0 ? kClear : static_cast<uint8_t>(before + i / 4 * 3 + (is_red ? 2 : i % 4 / 2));
     return index;
 }
@@ -43,7 +44,7 @@ constexpr Bytes16 kPixelPlaces[3][3] = {{pixel_places(0, 0), pixel_places(0, 1),
 constexpr Bytes16 kBlueGreenWords[] = {channel_words(0, false), channel_words(4, false)};
 constexpr Bytes16 kRedWords[] = {channel_words(0, true), channel_words(4, true)};
 /// Four samples of the first difference and of the second, and the four next to each, as pairs.
-constexpr Bytes16 kPairs = {0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15};
+constexpr Bytes16 kPairs = {{0, 8, 1, 9, 2, 10, 3, 11, 4, 12, 5, 13, 6, 14, 7, 15}};
 
 __m128i load_16(const void* from) noexcept
 {
@@ -52,7 +53,7 @@ __m128i load_16(const void* from) noexcept
 
 __m256i twice(const Bytes16& index) noexcept
 {
-    return _mm256_broadcastsi128_si256(load_16(index.data()));
+    return _mm256_broadcastsi128_si256(load_16(index.at));
 }
 
 __m256i both(__m128i low, __m128i high) noexcept
@@ -158,9 +159,9 @@ struct Vectors {
             const size_t before = i == 3 ? 4 : 0;
             const Reg bytes = both(load_16(bgr + 24 * i), load_16(bgr + 24 * i + 12 - before));
             const bool is_last = before != 0;
-            bg[i] = _mm256_shuffle_epi8(
-                bytes, both(load_16(kBlueGreenWords[0].data()), load_16(kBlueGreenWords[is_last].data())));
-            r[i] = _mm256_shuffle_epi8(bytes, both(load_16(kRedWords[0].data()), load_16(kRedWords[is_last].data())));
+            bg[i] =
+                _mm256_shuffle_epi8(bytes, both(load_16(kBlueGreenWords[0].at), load_16(kBlueGreenWords[is_last].at)));
+            r[i] = _mm256_shuffle_epi8(bytes, both(load_16(kRedWords[0].at), load_16(kRedWords[is_last].at)));
         }
     }
 

@@ -2,7 +2,6 @@
 // these only. Bytes are permuted across all of a register.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <immintrin.h>
@@ -11,8 +10,12 @@ namespace vk::yuv {
 
 namespace {
 
-using Bytes64 = std::array<uint8_t, 64>;
-using Lanes = std::array<uint32_t, 16>;
+struct Bytes64 {
+    uint8_t at[64];
+};
+struct Lanes {
+    uint32_t at[16];
+};
 
 /// Packing two registers of words puts eight of each by turns into lanes of 16 bytes; so pixel p of even ones and odd
 /// ones is here.
@@ -26,7 +29,7 @@ consteval Bytes64 pixel_places(size_t part) noexcept
 {
     Bytes64 index{};
     for (size_t i = 0; i < 64; ++i)
-        index[i] = packed_place((64 * part + i) / 3);
+        index.at[i] = packed_place((64 * part + i) / 3);
     return index;
 }
 
@@ -44,7 +47,7 @@ consteval Bytes64 channel_words(size_t before, bool is_red) noexcept
 {
     Bytes64 index{};
     for (size_t i = 0; i < 64; ++i)
-        index[i] = static_cast<uint8_t>(before + i / 4 * 3 + (is_red ? 2 : i % 4 / 2));
+        index.at[i] = static_cast<uint8_t>(before + i / 4 * 3 + (is_red ? 2 : i % 4 / 2));
     return index;
 }
 
@@ -58,7 +61,7 @@ consteval Lanes in_order_index() noexcept
 {
     Lanes index{};
     for (uint32_t q = 0; q < 16; ++q)
-        index[q] = turned_place(q);
+        index.at[q] = turned_place(q);
     return index;
 }
 
@@ -72,7 +75,7 @@ consteval Lanes mixed_luma_index() noexcept
 {
     Lanes index{};
     for (uint32_t q = 0; q < 16; ++q)
-        index[q] = turned_place(for_unpacking(q));
+        index.at[q] = turned_place(for_unpacking(q));
     return index;
 }
 
@@ -87,7 +90,7 @@ consteval Bytes64 pairs_index() noexcept
 {
     Bytes64 index{};
     for (size_t b = 0; b < 64; ++b)
-        index[b] = pair_place(b);
+        index.at[b] = pair_place(b);
     return index;
 }
 
@@ -95,7 +98,7 @@ consteval Bytes64 mixed_chroma_index() noexcept
 {
     Bytes64 index{};
     for (size_t b = 0; b < 64; ++b)
-        index[b] = pair_place(4 * for_unpacking(static_cast<uint32_t>(b / 4)) + b % 4);
+        index.at[b] = pair_place(4 * for_unpacking(static_cast<uint32_t>(b / 4)) + b % 4);
     return index;
 }
 
@@ -103,7 +106,7 @@ consteval Lanes every_other(uint32_t first) noexcept
 {
     Lanes index{};
     for (uint32_t i = 0; i < 16; ++i)
-        index[i] = 2 * i + first;
+        index.at[i] = 2 * i + first;
     return index;
 }
 
@@ -122,7 +125,7 @@ constexpr __mmask16 kAll = 0xFFFF; // compilers warn of what forms without a mas
 
 template <class Index> __m512i index_of(const Index& index) noexcept
 {
-    return _mm512_loadu_si512(index.data());
+    return _mm512_loadu_si512(index.at);
 }
 
 struct Vectors {
