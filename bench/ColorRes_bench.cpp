@@ -75,6 +75,35 @@ BENCHMARK(change)
     ->Args({1, COLORRES_PALETTE_GRAY, 0})
     ->Apply(settings);
 
+/// One change from 8-bit gray to one bit.
+void change_gray(benchmark::State& state)
+{
+    const auto flags = static_cast<uint32_t>(state.range(0));
+    BITMAPHANDLE source{};
+    V_CreateBitmap(&source, BITMAPHANDLE_SIZE, TYPE_CONV, kPhotoWidth, kPhotoHeight, 8, COLORORDER_GRAY, nullptr,
+                   TOP_LEFT, nullptr, 0);
+    const std::vector<uint8_t> grays = photo(kPhotoWidth, kPhotoHeight, 1);
+    std::memcpy(source.Data, grays.data(), grays.size());
+    source.DitheringMethod = static_cast<int32_t>(state.range(1));
+    const uint64_t pixels = uint64_t{kPhotoWidth} * kPhotoHeight;
+    against_memcpy(state, pixels, pixels / 8, pixels, [&] {
+        BITMAPHANDLE made{};
+        if (V_ColorResBitmap(&source, &made, BITMAPHANDLE_SIZE, 1, flags, nullptr, nullptr, 0) != SUCCESS) {
+            state.SkipWithError("V_ColorResBitmap");
+        }
+        V_FreeBitmap(&made);
+    });
+    V_FreeBitmap(&source);
+}
+BENCHMARK(change_gray)
+    ->ArgNames({"flags", "method"})
+    ->Args({COLORRES_NODITHER, DITHER_ORDERED})
+    ->Args({COLORRES_NODITHER | COLORRES_PALETTE_GRAY, DITHER_ORDERED})
+    ->Args({0, DITHER_ORDERED})
+    ->Args({COLORRES_PALETTE_GRAY, DITHER_ORDERED})
+    ->Args({0, DITHER_FLOYD_STEINBERG})
+    ->Apply(settings);
+
 void copy(benchmark::State& state)
 {
     Picture source(kPhotoWidth, kPhotoHeight, 24);

@@ -10,6 +10,9 @@
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>
 #endif
+#if defined(VKKRNX_BENCH_OPENCV)
+#include <opencv2/imgproc.hpp>
+#endif
 
 namespace vk::bench {
 namespace {
@@ -140,6 +143,39 @@ void decode_yuv(benchmark::State& state, const char (&code)[5], dib::YuvLevel le
     });
     dib::limit_yuv_level(dib::YuvLevel::avx512);
 }
+
+/// The same through the exported function, into a bitmap that is made.
+void convert_from_yuv(benchmark::State& state, const char (&code)[5], uint16_t bits)
+{
+    const dib::YuvFormat* const format = dib::find_yuv(dib::four_cc(code));
+    const auto bytes = static_cast<size_t>(dib::yuv_bytes(*format, kWide, kHigh));
+    const BITMAPINFO info = info_of(bits, dib::four_cc(code));
+    std::vector<uint8_t> samples = photo(kPhotoWidth, kPhotoHeight, 2);
+    samples.resize(bytes);
+    against_memcpy(state, bytes, kPixels * 3, kPixels, [&] {
+        BITMAPHANDLE bitmap;
+        V_ConvertFromDIB(&bitmap, BITMAPHANDLE_SIZE, &info, samples.data());
+        V_FreeBitmap(&bitmap);
+    });
+}
+BENCHMARK_CAPTURE(convert_from_yuv, yuy2, "YUY2", 16)->Name("dib/convert_from/YUY2")->Apply(settings);
+BENCHMARK_CAPTURE(convert_from_yuv, uyvy, "UYVY", 16)->Name("dib/convert_from/UYVY")->Apply(settings);
+BENCHMARK_CAPTURE(convert_from_yuv, i420, "I420", 12)->Name("dib/convert_from/I420")->Apply(settings);
+
+#if defined(VKKRNX_BENCH_OPENCV)
+/// OpenCV's conversion of a packed picture to 24 bits.
+void opencv_packed(benchmark::State& state, int how)
+{
+    std::vector<uint8_t> samples = photo(kPhotoWidth, kPhotoHeight, 2);
+    Block to(kPixels * 3, 1);
+    cv::setNumThreads(1);
+    const cv::Mat from(kPhotoHeight, kPhotoWidth, CV_8UC2, samples.data());
+    cv::Mat bgr(kPhotoHeight, kPhotoWidth, CV_8UC3, to.data());
+    against_memcpy(state, samples.size(), to.size(), kPixels, [&] { cv::cvtColor(from, bgr, how); });
+}
+BENCHMARK_CAPTURE(opencv_packed, yuy2, cv::COLOR_YUV2BGR_YUY2)->Name("dib/yuv/YUY2/OpenCV")->Apply(settings);
+BENCHMARK_CAPTURE(opencv_packed, uyvy, cv::COLOR_YUV2BGR_UYVY)->Name("dib/yuv/UYVY/OpenCV")->Apply(settings);
+#endif
 
 #if defined(VKKRNX_BENCH_YUV)
 void libyuv_yuy2(benchmark::State& state)

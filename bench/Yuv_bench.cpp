@@ -1,5 +1,6 @@
 // YUV pictures from bitmaps and to bitmaps through the exported functions, beside libyuv on buffers that exist.
 #include "BenchSupport.h"
+#include "bench/Limits.h"
 
 #include "Vkbitmap.h"
 #include "Vkcolorres.h"
@@ -137,6 +138,18 @@ BENCHMARK(libyuv_to_yuy2)->Name("yuv/from_24/YUY2/libyuv")->Apply(settings);
 BENCHMARK(libyuv_from_nv12)->Name("yuv/to_24/NV12/libyuv")->Apply(settings);
 BENCHMARK(libyuv_from_i444)->Name("yuv/to_32/I444/libyuv")->Apply(settings);
 #endif
+
+/// What the machine allows for as many bytes, from samples to colours and back.
+void limit(benchmark::State& state, uint64_t read, uint64_t written)
+{
+    Limit copy(Traffic::stream, read, written);
+    against_memcpy(state, read, written, kPixels, copy);
+}
+BENCHMARK_CAPTURE(limit, from_420, 3 * kPixels, kPixels * 3 / 2)->Name("yuv/from_24/limit, 4:2:0")->Apply(settings);
+BENCHMARK_CAPTURE(limit, to_420, kPixels * 3 / 2, 3 * kPixels)->Name("yuv/to_24/limit, 4:2:0")->Apply(settings);
+BENCHMARK_CAPTURE(limit, from_422, 3 * kPixels, 2 * kPixels)->Name("yuv/from_24/limit, packed")->Apply(settings);
+BENCHMARK_CAPTURE(limit, to_422, 2 * kPixels, 3 * kPixels)->Name("yuv/to_24/limit, packed")->Apply(settings);
+BENCHMARK_CAPTURE(limit, to_444, 3 * kPixels, 3 * kPixels)->Name("yuv/to_24/limit, I444")->Apply(settings);
 
 #define VK_YUV_BENCH(code)                                                                                             \
     BENCHMARK_CAPTURE(from_bitmap, code, #code, yuv::Level::avx512)->Name("yuv/from_24/" #code)->Apply(settings);      \

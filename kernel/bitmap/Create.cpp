@@ -68,7 +68,7 @@ int create_initialised(BITMAPHANDLE& bitmap, const Creation& creation) noexcept
         return V_ERROR_INVALID_BITS_PER_PIXEL;
     int result = set_view(bitmap, creation.perspective);
     if (result == V_SUCCESS)
-        result = allocate_bitmap(bitmap, creation.memory, creation.palette);
+        result = allocate_bitmap(bitmap, creation.memory, creation.palette, creation.pixels);
     if (result == V_SUCCESS)
         result = give_colors(bitmap, creation);
     // A callback may have changed the request, and then the caller's memory need not fit.

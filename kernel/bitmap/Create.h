@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/bitmap/Alloc.h"
 
 #include <cstdint>
 
@@ -19,6 +20,7 @@ struct Creation {
     void* data; ///< for TYPE_USER, or null
     uint64_t data_bytes;
     const BITMAPDATACALLBACKS* callbacks;
+    NewPixels pixels = NewPixels::clear;
 };
 
 /// Initialises, allocates and gives a palette. After a failure the record is empty but for StructSize.

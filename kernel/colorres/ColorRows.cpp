@@ -22,6 +22,15 @@ constexpr uint64_t kBufferBytes = 256 * 1024;
 /// Fewer pixels than this do not pay for a prepared look-up.
 constexpr int64_t kFewPixels = 4096;
 
+/// Every index's colour is the gray of its number.
+bool is_own_gray(const RGBQUAD (&palette)[kMaxPaletteEntries]) noexcept
+{
+    for (uint32_t i = 0; i < kMaxPaletteEntries; ++i)
+        if (palette[i].rgbBlue != i || palette[i].rgbGreen != i || palette[i].rgbRed != i)
+            return false;
+    return true;
+}
+
 } // namespace
 
 ColorRows::~ColorRows()
@@ -60,6 +69,10 @@ void ColorRows::start_from(const BITMAPHANDLE& source) noexcept
         const uint32_t most = 1u << bits;
         std::copy_n(own ? own : fixed_palette(bits), own ? palette_entries(source) : most, palette_);
         first_.palette = palette_;
+        // Indices that are their own gray levels go as these. A transparent colour may be an index.
+        const bool has_clear = (source.Flags & BITMAPFLAG_TRANSPARENCY) != 0;
+        if (bits == 8 && !has_clear && is_own_gray(palette_))
+            first_ = {bits, COLORORDER_GRAY, nullptr};
     }
     if (kind == GrayKind::deep) {
         samples_ = gray_range_of(source);

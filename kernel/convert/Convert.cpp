@@ -3,6 +3,7 @@
 #include "kernel/convert/Convert.h"
 
 #include "Vkconvert.h"
+#include "kernel/convert/KeptPlan.h"
 #include "kernel/convert/Plan.h"
 
 #include <algorithm>
@@ -15,11 +16,11 @@ int convert_buffer(void* buffer, const ConvertJob& job) noexcept
     if (buffer == nullptr || job.width <= 0) {
         return V_ERROR_INVALID_PARAMETER;
     }
-    pixel::Plan plan;
-    if (!pixel::make_plan(job, &plan)) {
+    pixel::Plan* const plan = pixel::kept_plan(job);
+    if (plan == nullptr) {
         return V_ERROR_INVALID_PARAMETER;
     }
-    pixel::run_in_place(plan, static_cast<uint8_t*>(buffer), static_cast<size_t>(job.width));
+    pixel::run_in_place(*plan, static_cast<uint8_t*>(buffer), static_cast<size_t>(job.width));
     return V_SUCCESS;
 }
 

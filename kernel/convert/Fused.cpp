@@ -69,6 +69,21 @@ Cpu detect_level() noexcept
 
 } // namespace
 
+bool find_bits(Plan& plan) noexcept
+{
+    std::memset(plan.table, 0, kBitTableBytes);
+    for (uint32_t i = 0; i < 256; ++i) {
+        const auto g = static_cast<uint8_t>(i);
+        Rgba8 color{g, g, g, 0};
+        if (plan.src->indexed()) {
+            const RGBQUAD& entry = plan.src_palette[i];
+            color = {entry.rgbBlue, entry.rgbGreen, entry.rgbRed, 0};
+        }
+        plan.table[i / 8] |= static_cast<uint8_t>((plan.matcher.match_one(color) & 1u) << (i % 8));
+    }
+    return true;
+}
+
 bool find_threshold(Plan& plan) noexcept
 {
     const auto index_of = [&plan](uint32_t g) noexcept {
@@ -192,6 +207,11 @@ const FusedPath* fused_path(size_t index) noexcept
         index -= rows.count;
     }
     return nullptr;
+}
+
+Cpu fused_limit() noexcept
+{
+    return g_highest.load(std::memory_order_relaxed);
 }
 
 void limit_fused(Cpu highest) noexcept

@@ -52,6 +52,9 @@ const FusedPath* fused_path(size_t index) noexcept;
 /// Switches paths above a level off, Cpu::none all of them; for tests and benchmarks, while nothing converts.
 void limit_fused(Cpu highest) noexcept;
 
+/// The level they are limited to.
+Cpu fused_limit() noexcept;
+
 /// How far ahead of their loads the streaming kernels ask for the source, in bytes: beyond the page that the processor
 /// looks ahead in by itself.
 constexpr size_t kFetchAhead = 8192;
@@ -80,6 +83,10 @@ struct FusedRows {
 FusedRows fused_avx512() noexcept;
 FusedRows fused_avx2() noexcept;
 FusedRows fused_plain() noexcept;
+
+/// For 8 bits to one: leaves in the plan's table a bit for each index or gray, eight to a byte from the lowest on.
+constexpr size_t kBitTableBytes = 32;
+bool find_bits(Plan& plan) noexcept;
 
 /// For gray to one bit, which is a comparison unless the palette is odd: leaves the lowest gray that has the other
 /// index than black in the plan's table, and after it black's index. False when there is no such limit.

@@ -341,6 +341,25 @@ void gray8_to_bit(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t cou
     }
 }
 
+/// Indices to bits: the byte of a table of 256 bits that has an index's, and which of its bits that is.
+void byte_to_bit(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept
+{
+    const __m256i low = twice(_mm_loadu_si128(reinterpret_cast<const __m128i*>(plan.table)));
+    const __m256i high = twice(_mm_loadu_si128(reinterpret_cast<const __m128i*>(plan.table + 16)));
+    const __m256i bits = _mm256_set1_epi64x(static_cast<int64_t>(0x8040201008040201));
+    const __m256i backwards = twice(_mm_setr_epi8(7, 6, 5, 4, 3, 2, 1, 0, 15, 14, 13, 12, 11, 10, 9, 8));
+    for (; count != 0; count -= 32, src += 32, dst += 4) {
+        const __m256i index = _mm256_shuffle_epi8(load32(src), backwards);
+        const __m256i at = _mm256_and_si256(_mm256_srli_epi16(index, 3), _mm256_set1_epi8(15));
+        // The highest bit of an index tells which half of the table it is in.
+        const __m256i eight = _mm256_blendv_epi8(_mm256_shuffle_epi8(low, at), _mm256_shuffle_epi8(high, at), index);
+        const __m256i bit = _mm256_shuffle_epi8(bits, _mm256_and_si256(index, _mm256_set1_epi8(7)));
+        const __m256i is_set = _mm256_cmpeq_epi8(_mm256_and_si256(eight, bit), bit);
+        const auto set = static_cast<uint32_t>(_mm256_movemask_epi8(is_set));
+        __builtin_memcpy(dst, &set, sizeof set);
+    }
+}
+
 constexpr int32_t kBgr = COLORORDER_BGR;
 constexpr int32_t kRgb = COLORORDER_RGB;
 constexpr int32_t kGray = COLORORDER_GRAY;
@@ -393,6 +412,7 @@ constexpr FusedPath kPaths[] = {
     {"1 to gray, AVX2", 1, kAnyOrder, 8, kGray, Cpu::avx2, 32, 0, bit_to_gray8<false>, bit_to_gray8<true>, nullptr},
     {"gray to 1, AVX2", 0, kAnyOrder, 1, kAnyOrder, Cpu::avx2, 32, 0, gray8_to_bit, nullptr, find_threshold},
     {"gray to 1, AVX2", 8, kGray, 1, kAnyOrder, Cpu::avx2, 32, 0, gray8_to_bit, nullptr, find_threshold},
+    {"8 to 1, AVX2", 8, kAnyOrder, 1, kAnyOrder, Cpu::avx2, 32, 0, byte_to_bit, nullptr, find_bits},
 };
 
 } // namespace

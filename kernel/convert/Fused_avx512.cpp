@@ -7,6 +7,8 @@
 namespace vk::pixel {
 namespace {
 
+constexpr __mmask8 kAllQuads = 0xFF;
+
 /// With a mask of everything, because compilers warn of the value that the plain form leaves undefined.
 __m512i permute(__m512i order, __m512i v) noexcept
 {
@@ -376,6 +378,40 @@ template <bool Stream> void index8_to_24(const Plan& plan, const uint8_t* src, u
     }
 }
 
+/// Indices or grays to bits, from a table of 256: the byte that has one's bit is looked up, and the bit tried.
+void byte_to_bit(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept
+{
+    const __m512i table = _mm512_castsi256_si512(_mm256_loadu_si256(reinterpret_cast<const __m256i*>(plan.table)));
+    const __m512i bits = _mm512_maskz_set1_epi64(kAllQuads, static_cast<int64_t>(0x8040201008040201));
+    // The first pixel goes to the top bit of its byte.
+    const __m512i backwards = _mm512_set4_epi32(0x08090A0B, 0x0C0D0E0F, 0x00010203, 0x04050607);
+    for (; count != 0; count -= 64, src += 64, dst += 8) {
+        fetch_ahead<true, 64>(src);
+        const __m512i index = _mm512_shuffle_epi8(load64(src), backwards);
+        const __m512i at = _mm512_and_si512(_mm512_srli_epi16(index, 3), _mm512_set1_epi8(31));
+        const __m512i bit = _mm512_shuffle_epi8(bits, _mm512_and_si512(index, _mm512_set1_epi8(7)));
+        const uint64_t set = _mm512_test_epi8_mask(permute(at, table), bit);
+        __builtin_memcpy(dst, &set, sizeof set);
+    }
+}
+
+template <bool Stream> void bit_to_gray8(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept
+{
+    const __m512i clear = _mm512_set1_epi8(static_cast<char>(plan.table[0]));
+    const __m512i set = _mm512_set1_epi8(static_cast<char>(plan.table[1]));
+    const __m512i byte_of =
+        _mm512_set_epi64(0x0707070707070707, 0x0606060606060606, 0x0505050505050505, 0x0404040404040404,
+                         0x0303030303030303, 0x0202020202020202, 0x0101010101010101, 0);
+    const __m512i bit_of = _mm512_maskz_set1_epi64(kAllQuads, 0x0102040810204080);
+    for (; count != 0; count -= 64, src += 8, dst += 64) {
+        fetch_ahead<Stream, 8>(src);
+        int64_t bits;
+        __builtin_memcpy(&bits, src, sizeof bits);
+        const __m512i bytes = _mm512_shuffle_epi8(_mm512_maskz_set1_epi64(kAllQuads, bits), byte_of);
+        put64<Stream>(dst, _mm512_mask_blend_epi8(_mm512_test_epi8_mask(bytes, bit_of), clear, set));
+    }
+}
+
 constexpr int32_t kBgr = COLORORDER_BGR;
 constexpr int32_t kRgb = COLORORDER_RGB;
 constexpr int32_t kGray = COLORORDER_GRAY;
@@ -420,6 +456,13 @@ constexpr FusedPath kPaths[] = {
      nullptr},
     {"5-6-5 to 24, AVX-512", 16, k565, 24, kRgb, Cpu::avx512, 64, 0, c565_to_24<false, false>, c565_to_24<true, false>,
      nullptr},
+    {"1 to gray, AVX-512", 1, kAnyOrder, 0, kAnyOrder, Cpu::avx512, 64, 0, bit_to_gray8<false>, bit_to_gray8<true>,
+     nullptr},
+    {"1 to gray, AVX-512", 1, kAnyOrder, 8, kGray, Cpu::avx512, 64, 0, bit_to_gray8<false>, bit_to_gray8<true>,
+     nullptr},
+    {"gray to 1, AVX-512", 0, kAnyOrder, 1, kAnyOrder, Cpu::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
+    {"gray to 1, AVX-512", 8, kGray, 1, kAnyOrder, Cpu::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
+    {"8 to 1, AVX-512", 8, kAnyOrder, 1, kAnyOrder, Cpu::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
 };
 
 } // namespace

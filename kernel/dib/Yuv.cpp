@@ -157,7 +157,7 @@ Manner manner_for(const uint8_t* to, size_t stride, uint32_t rows) noexcept
 {
     const uintptr_t places = reinterpret_cast<uintptr_t>(to) | stride;
     const bool is_big = stride * rows >= kStreamedBytes;
-    return {current_level(), is_big && places % 16 == 0, is_big && places % 64 == 0};
+    return {current_level(), is_big && places % 32 == 0, is_big && places % 64 == 0};
 }
 
 using RowFrom = YuvRow (YuvRow::*)(uint32_t x) const noexcept;

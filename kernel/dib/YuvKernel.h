@@ -19,7 +19,7 @@ struct YuvRow {
 };
 
 /// Converts the first pixels of a row, as many as come in whole steps; returns their number. Reads no byte outside the
-/// row's samples and writes none behind its pixels. With `stream`, for rows at multiples of 16 bytes (of 64 for the
+/// row's samples and writes none behind its pixels. With `stream`, for rows at multiples of 32 bytes (of 64 for the
 /// wider kernels), writes go past the caches; the caller ends them with a fence.
 using YuvKernel = uint32_t(const YuvRow& row, uint32_t width, uint8_t* bgr, bool stream) noexcept;
 

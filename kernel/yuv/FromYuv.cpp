@@ -55,17 +55,13 @@ const uint8_t* ByteRows::unpack(uint32_t row) noexcept
     return y_;
 }
 
-/// Chroma for a row, as far as it does not depend on the column.
-void ByteRows::blend(uint32_t row) noexcept
+/// Chroma for a row, as far as it does not depend on the column; where it depends on no row either, times 256.
+void ByteRows::blend(uint32_t row, uint16_t* first, uint16_t* second) noexcept
 {
-    const Siting across = picture_.across();
     const size_t n = picture_.chroma_width();
     RowBlend blend = row_blend(picture_.down(), row, picture_.chroma_height());
-    const bool is_done = across.step == 1 && picture_.down().step == 1;
-    if (is_done)
+    if (picture_.across().step == 1 && picture_.down().step == 1)
         blend.own_weight = 256;
-    uint16_t* const first = is_done ? chroma_[0] : blended_[0];
-    uint16_t* const second = is_done ? chroma_[1] : blended_[1];
     const bool v_first = picture_.format->v_first;
     uint16_t* const u = v_first ? second : first;
     uint16_t* const v = v_first ? first : second;
@@ -81,15 +77,52 @@ void ByteRows::blend(uint32_t row) noexcept
         kernels_.blend(u_, u_, blend, u, n);
         kernels_.blend(v_, v_, blend, v, n);
     }
-    const int32_t shift = 8 - across.shift() - picture_.down().shift();
-    for (int32_t i = 0; i < 2 && !is_done; ++i) {
+}
+
+void ByteRows::spread() noexcept
+{
+    const size_t n = picture_.chroma_width();
+    const int32_t shift = 8 - picture_.across().shift() - picture_.down().shift();
+    for (int32_t i = 0; i < 2; ++i) {
         extend(blended_[i], n);
-        kernels_.spread(blended_[i], n, across, shift, chroma_[i]);
+        kernels_.spread(blended_[i], n, picture_.across(), shift, chroma_[i]);
     }
+}
+
+bool ByteRows::is_fused() const noexcept
+{
+    const Format& format = *picture_.format;
+    const bool is_single = format.layout == Layout::planes && format.chroma_x == 1 && format.chroma_y == 1;
+    return kernels_.fused && !format.has_alpha() && (format.chroma_x == 2 || is_single);
+}
+
+void ByteRows::write_fused(uint32_t row, uint8_t* to, bool stream) noexcept
+{
+    const uint8_t* y = picture_.row(0, row);
+    const FusedKernels& fused = *kernels_.fused;
+    const size_t width = picture_.width;
+    if (picture_.format->chroma_x == 1) {
+        const uint8_t* const planes[] = {picture_.row(1, row), picture_.row(2, row)};
+        const bool v_first = picture_.format->v_first;
+        return fused.to_bgr_single(y, planes[v_first], planes[!v_first], width, formula_, to, stream);
+    }
+    if (const Groups* const groups = picture_.format->groups; groups) {
+        const bool v_first = groups->v[0] < groups->u[0];
+        fused.unpack(y, picture_.chroma_width(), groups->luma[0] == 0, y_, blended_[v_first], blended_[!v_first]);
+        y = y_;
+    } else {
+        blend(row, blended_[0], blended_[1]);
+    }
+    extend(blended_[0], picture_.chroma_width());
+    extend(blended_[1], picture_.chroma_width());
+    const int32_t shift = 8 - picture_.across().shift() - picture_.down().shift();
+    fused.to_bgr_pairs(y, blended_[0], blended_[1], width, picture_.centered, shift, formula_, to, stream);
 }
 
 void ByteRows::write(uint32_t row, uint8_t* to, bool stream) noexcept
 {
+    if (is_fused())
+        return write_fused(row, to, stream);
     const uint8_t* const y = unpack(row);
     const size_t width = picture_.width;
     if (!picture_.format->has_chroma()) {
@@ -97,7 +130,12 @@ void ByteRows::write(uint32_t row, uint8_t* to, bool stream) noexcept
             to[x] = gray_byte(formula_, y[x]);
         return;
     }
-    blend(row);
+    if (picture_.across().step == 1 && picture_.down().step == 1) {
+        blend(row, chroma_[0], chroma_[1]);
+    } else {
+        blend(row, blended_[0], blended_[1]);
+        spread();
+    }
     if (!picture_.format->has_alpha())
         return kernels_.to_bgr(y, chroma_[0], chroma_[1], width, formula_, to, stream);
     for (size_t x = 0; x < width; ++x) {

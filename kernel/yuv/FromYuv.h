@@ -19,10 +19,14 @@ public:
     bool open() noexcept;
     /// Writes a row of the bitmap; with `stream` where the kernels can.
     void write(uint32_t row, uint8_t* to, bool stream) noexcept;
+    /// Rows go from samples to colours at once.
+    bool is_fused() const noexcept;
 
 private:
     const uint8_t* unpack(uint32_t row) noexcept;
-    void blend(uint32_t row) noexcept;
+    void blend(uint32_t row, uint16_t* first, uint16_t* second) noexcept;
+    void write_fused(uint32_t row, uint8_t* to, bool stream) noexcept;
+    void spread() noexcept;
 
     const Picture& picture_;
     const Kernels& kernels_;

@@ -31,7 +31,8 @@ const Kernels kPlainKernels{Level::plain,
                             luma_loop,
                             add_loop,
                             chroma_loop<int32_t, uint16_t, uint8_t>,
-                            interleave_loop};
+                            interleave_loop,
+                            nullptr};
 
 const Kernels& kernels() noexcept
 {

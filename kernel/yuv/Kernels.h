@@ -17,6 +17,35 @@ enum class Level : uint8_t { plain, avx2, avx512 };
 /// caller's memory: what the blends, to_bgr's luma and split read, and what to_bgr, luma, chroma and interleave write.
 constexpr size_t kRoom = 64;
 
+/// Where samples go that are made of colours: chroma to planes, for each pixel or two, to pairs, or with luma to packed
+/// rows.
+enum class ChromaTo : uint8_t { single_planes, planes, pairs, luma_first, chroma_first };
+
+/// One or two rows of colours for a row of chroma. Pointers that are not needed are like others.
+struct FusedRows {
+    const uint8_t* from[2];
+    uint8_t* luma[2];   ///< the packed row as well
+    uint8_t* chroma[2]; ///< of the first difference and the second, or of pairs
+    ChromaTo to;
+    bool stream;
+};
+
+/// Ways from samples to colours and back in one go (Fused.h), where chroma is for a pixel or for two of a row. They
+/// touch nothing beyond the rows. `stream` as below.
+struct FusedKernels {
+    /// From n / 2 blended samples, rounded up, with one more on both sides and room behind, times 1 << shift.
+    void (*to_bgr_pairs)(const uint8_t* y, const uint16_t* u, const uint16_t* v, size_t n, bool centered, int32_t shift,
+                         const ToBytes& f, uint8_t* bgr, bool stream) noexcept;
+    /// From a sample for each pixel.
+    void (*to_bgr_single)(const uint8_t* y, const uint8_t* u, const uint8_t* v, size_t n, const ToBytes& f,
+                          uint8_t* bgr, bool stream) noexcept;
+    /// n groups of two pixels in four bytes to luma and chroma, and room behind them.
+    void (*unpack)(const uint8_t* from, size_t n, bool luma_first, uint8_t* y, uint16_t* first,
+                   uint16_t* second) noexcept;
+    /// From one row or two. The first difference is that of `f.u`.
+    void (*from_bgr)(const FusedRows& rows, size_t count, size_t n, bool centered, const FromBytes& f) noexcept;
+};
+
 struct Kernels {
     Level level;
     /// own * own_weight + other * other_weight, for n samples.
@@ -41,8 +70,11 @@ struct Kernels {
     void (*chroma)(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const Siting& siting,
                    const FromBytes& f, int32_t shift, uint8_t* u, uint8_t* v) noexcept;
     void (*interleave)(const uint8_t* first, const uint8_t* second, size_t n, uint8_t* pairs) noexcept;
+    const FusedKernels* fused; ///< null at the plain level
 };
 
+extern const FusedKernels kFused_avx2;
+extern const FusedKernels kFused_avx512;
 extern const Kernels kPlainKernels;
 extern const Kernels kKernels_avx2;
 extern const Kernels kKernels_avx512;

@@ -95,40 +95,6 @@ void blend_pairs(const uint8_t* own, const uint8_t* other, const RowBlend& blend
     blend_pairs_loop(own + 2 * i, other + 2 * i, blend, first + i, second + i, n - i);
 }
 
-/// Two pixels for a sample. Left: 4 own, 2 own + 2 behind; centred: before + 3 own, 3 own + behind.
-template <bool centered> size_t spread_pairs(const uint16_t* from, size_t n, int32_t shift, uint16_t* to) noexcept
-{
-    const __m128i places = _mm_cvtsi32_si128(shift);
-    size_t k = 0;
-    for (; k + 16 <= n; k += 16) {
-        const __m256i own = load(from + k), behind = load(from + k + 1);
-        const __m256i twice = _mm256_add_epi16(own, own);
-        __m256i even, odd;
-        if constexpr (centered) {
-            const __m256i thrice = _mm256_add_epi16(twice, own);
-            even = _mm256_add_epi16(thrice, load(from + k - 1));
-            odd = _mm256_add_epi16(thrice, behind);
-        } else {
-            even = _mm256_add_epi16(twice, twice);
-            odd = _mm256_add_epi16(twice, _mm256_add_epi16(behind, behind));
-        }
-        even = _mm256_sll_epi16(even, places);
-        odd = _mm256_sll_epi16(odd, places);
-        const __m256i first = _mm256_unpacklo_epi16(even, odd), second = _mm256_unpackhi_epi16(even, odd);
-        store(to + 2 * k, _mm256_permute2x128_si256(first, second, 0x20));
-        store(to + 2 * k + 16, _mm256_permute2x128_si256(first, second, 0x31));
-    }
-    return k;
-}
-
-void spread(const uint16_t* from, size_t n, const Siting& siting, int32_t shift, uint16_t* to) noexcept
-{
-    size_t k = 0;
-    if (siting.step == 2)
-        k = siting.centered ? spread_pairs<true>(from, n, shift, to) : spread_pairs<false>(from, n, shift, to);
-    spread_loop<uint16_t>(from + k, n - k, siting, shift, to + k * static_cast<size_t>(siting.step));
-}
-
 template <bool stream> void put_16(__m128i b, __m128i g, __m128i r, uint8_t* bgr) noexcept
 {
     for (size_t part = 0; part < 3; ++part) {
@@ -219,55 +185,18 @@ void luma(const uint8_t* b, const uint8_t* g, const uint8_t* r, size_t n, const 
     luma_loop(b + x, g + x, r + x, n - x, f, y + x);
 }
 
-template <bool centered>
-__m256i chroma_8(const uint16_t* const (&sums)[3], size_t at, const Weights<int32_t>& w, __m256i half, int32_t shift,
-                 __m256i neutral) noexcept
-{
-    const int32_t factors[] = {w.b, w.g, w.r};
-    __m256i sum = half;
-    for (size_t c = 0; c < 3; ++c) {
-        const __m256i two = pair_of(factors[c], factors[c]);
-        sum = _mm256_add_epi32(sum, _mm256_madd_epi16(load(sums[c] + at), two));
-        if constexpr (!centered)
-            sum = _mm256_add_epi32(sum, _mm256_madd_epi16(load(sums[c] + at - 1), two));
-    }
-    return _mm256_add_epi32(_mm256_sra_epi32(sum, _mm_cvtsi32_si128(shift)), neutral);
-}
-
-template <bool centered>
-size_t chroma_pairs(const uint16_t* const (&sums)[3], size_t n, const FromBytes& f, int32_t shift, uint8_t* u,
-                    uint8_t* v) noexcept
-{
-    const __m256i half = _mm256_set1_epi32(1 << (FromBytes::kFraction + shift - 1));
-    const __m256i neutral = _mm256_set1_epi32(f.neutral);
-    const int32_t places = FromBytes::kFraction + shift;
-    const Difference both[] = {{f.u, u}, {f.v, v}};
-    size_t k = 0;
-    for (; k + 16 <= n; k += 16)
-        for (const Difference& d : both) {
-            const __m256i low = chroma_8<centered>(sums, 2 * k, d.weights, half, places, neutral);
-            const __m256i high = chroma_8<centered>(sums, 2 * k + 16, d.weights, half, places, neutral);
-            const __m256i words = _mm256_permute4x64_epi64(_mm256_packs_epi32(low, high), _MM_SHUFFLE(3, 1, 2, 0));
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(d.to + k), narrow(words));
-        }
-    return k;
-}
-
-void chroma(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const Siting& siting, const FromBytes& f,
-            int32_t shift, uint8_t* u, uint8_t* v) noexcept
-{
-    const uint16_t* const sums[] = {b, g, r};
-    size_t k = 0;
-    if (siting.step == 2)
-        k = siting.centered ? chroma_pairs<true>(sums, n, f, shift, u, v)
-                            : chroma_pairs<false>(sums, n, f, shift, u, v);
-    const size_t at = k * static_cast<size_t>(siting.step);
-    chroma_loop<int32_t, uint16_t, uint8_t>(b + at, g + at, r + at, n - k, siting, f, shift, u + k, v + k);
-}
-
 } // namespace
 
-const Kernels kKernels_avx2{Level::avx2, blend, blend_pairs, spread, to_bgr,
-                            split,       luma,  add_loop,    chroma, interleave_loop};
+const Kernels kKernels_avx2{Level::avx2,
+                            blend,
+                            blend_pairs,
+                            spread_loop<uint16_t>,
+                            to_bgr,
+                            split,
+                            luma,
+                            add_loop,
+                            chroma_loop<int32_t, uint16_t, uint8_t>,
+                            interleave_loop,
+                            &kFused_avx2};
 
 } // namespace vk::yuv

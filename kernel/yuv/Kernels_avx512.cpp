@@ -146,42 +146,6 @@ void blend_pairs(const uint8_t* own, const uint8_t* other, const RowBlend& blend
     blend_pairs_loop(own + 2 * i, other + 2 * i, blend, first + i, second + i, n - i);
 }
 
-/// Two pixels for a sample. Left: 4 own, 2 own + 2 behind; centred: before + 3 own, 3 own + behind.
-template <bool centered> size_t spread_pairs(const uint16_t* from, size_t n, int32_t shift, uint16_t* to) noexcept
-{
-    const __m512i low = _mm512_set_epi64(11, 10, 3, 2, 9, 8, 1, 0);
-    const __m512i high = _mm512_set_epi64(15, 14, 7, 6, 13, 12, 5, 4);
-    const __m128i places = _mm_cvtsi32_si128(shift);
-    size_t k = 0;
-    for (; k + 32 <= n; k += 32) {
-        const __m512i own = load(from + k), behind = load(from + k + 1);
-        const __m512i twice = _mm512_add_epi16(own, own);
-        __m512i even, odd;
-        if constexpr (centered) {
-            const __m512i thrice = _mm512_add_epi16(twice, own);
-            even = _mm512_add_epi16(thrice, load(from + k - 1));
-            odd = _mm512_add_epi16(thrice, behind);
-        } else {
-            even = _mm512_add_epi16(twice, twice);
-            odd = _mm512_add_epi16(twice, _mm512_add_epi16(behind, behind));
-        }
-        even = _mm512_sll_epi16(even, places);
-        odd = _mm512_sll_epi16(odd, places);
-        const __m512i first = _mm512_unpacklo_epi16(even, odd), second = _mm512_unpackhi_epi16(even, odd);
-        _mm512_storeu_si512(to + 2 * k, _mm512_permutex2var_epi64(first, low, second));
-        _mm512_storeu_si512(to + 2 * k + 32, _mm512_permutex2var_epi64(first, high, second));
-    }
-    return k;
-}
-
-void spread(const uint16_t* from, size_t n, const Siting& siting, int32_t shift, uint16_t* to) noexcept
-{
-    size_t k = 0;
-    if (siting.step == 2)
-        k = siting.centered ? spread_pairs<true>(from, n, shift, to) : spread_pairs<false>(from, n, shift, to);
-    spread_loop<uint16_t>(from + k, n - k, siting, shift, to + k * static_cast<size_t>(siting.step));
-}
-
 /// The factors in all lanes.
 struct Factors {
     __m512i black, y, ub, ug, vg, vr;
@@ -285,43 +249,6 @@ void luma(const uint8_t* b, const uint8_t* g, const uint8_t* r, size_t n, const 
     luma_loop(b + x, g + x, r + x, n - x, f, y + x);
 }
 
-/// 16 chroma samples, as 32-bit numbers, each from the sums of two pixels and, sited at the left one, those to its
-/// left.
-template <bool centered>
-inline __m512i chroma_16(const uint16_t* b, const uint16_t* g, const uint16_t* r, const Weights<int32_t>& w,
-                         __m512i half, int32_t shift, __m512i neutral) noexcept
-{
-    const auto weighted = [](const uint16_t* sums, int32_t factor) noexcept {
-        const __m512i two = pair_of(factor, factor);
-        const __m512i own = _mm512_madd_epi16(load(sums), two);
-        return centered ? own : _mm512_add_epi32(own, _mm512_madd_epi16(load(sums - 1), two));
-    };
-    const __m512i sum = _mm512_add_epi32(_mm512_add_epi32(weighted(b, w.b), weighted(g, w.g)),
-                                         _mm512_add_epi32(weighted(r, w.r), half));
-    return _mm512_add_epi32(_mm512_sra_epi32(sum, _mm_cvtsi32_si128(shift)), neutral);
-}
-
-template <bool centered>
-size_t chroma_pairs(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const FromBytes& f,
-                    int32_t shift, uint8_t* u, uint8_t* v) noexcept
-{
-    const __m512i half = _mm512_set1_epi32(1 << (FromBytes::kFraction + shift - 1));
-    const __m512i neutral = _mm512_set1_epi32(f.neutral);
-    const Difference both[] = {{f.u, u}, {f.v, v}};
-    size_t k = 0;
-    for (; k + 32 <= n; k += 32)
-        for (const Difference& d : both) {
-            const auto at = [&](size_t i) noexcept {
-                return _mm512_cvtusepi32_epi8(
-                    _mm512_max_epi32(chroma_16<centered>(b + 2 * (k + i), g + 2 * (k + i), r + 2 * (k + i), d.weights,
-                                                         half, FromBytes::kFraction + shift, neutral),
-                                     _mm512_setzero_si512()));
-            };
-            _mm256_storeu_si256(reinterpret_cast<__m256i*>(d.to + k), _mm256_set_m128i(at(16), at(0)));
-        }
-    return k;
-}
-
 /// A sample for each pixel.
 size_t chroma_single(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const FromBytes& f, uint8_t* u,
                      uint8_t* v) noexcept
@@ -350,19 +277,14 @@ size_t chroma_single(const uint16_t* b, const uint16_t* g, const uint16_t* r, si
 void chroma(const uint16_t* b, const uint16_t* g, const uint16_t* r, size_t n, const Siting& siting, const FromBytes& f,
             int32_t shift, uint8_t* u, uint8_t* v) noexcept
 {
-    size_t k = 0;
-    if (siting.step == 2)
-        k = siting.centered ? chroma_pairs<true>(b, g, r, n, f, shift, u, v)
-                            : chroma_pairs<false>(b, g, r, n, f, shift, u, v);
-    else if (siting.step == 1 && shift == 0)
-        k = chroma_single(b, g, r, n, f, u, v);
+    const size_t k = siting.step == 1 && shift == 0 ? chroma_single(b, g, r, n, f, u, v) : 0;
     const size_t at = k * static_cast<size_t>(siting.step);
     chroma_loop<int32_t, uint16_t, uint8_t>(b + at, g + at, r + at, n - k, siting, f, shift, u + k, v + k);
 }
 
 } // namespace
 
-const Kernels kKernels_avx512{Level::avx512, blend, blend_pairs, spread, to_bgr,
-                              split,         luma,  add_loop,    chroma, interleave_loop};
+const Kernels kKernels_avx512{Level::avx512, blend,    blend_pairs, spread_loop<uint16_t>, to_bgr,        split,
+                              luma,          add_loop, chroma,      interleave_loop,       &kFused_avx512};
 
 } // namespace vk::yuv

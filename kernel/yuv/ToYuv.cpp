@@ -4,10 +4,19 @@
 #include "kernel/yuv/Words.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace vk::yuv {
 
 namespace {
+
+/// Bytes of luma from which writing past the caches pays.
+constexpr uint64_t kStreamFrom = uint64_t{4} << 20;
+
+bool is_big(const Picture& picture) noexcept
+{
+    return uint64_t{picture.width} * picture.height >= kStreamFrom;
+}
 
 constexpr size_t kBefore = 32; ///< sums before a row's first, more than a filter's reach
 
@@ -26,7 +35,8 @@ template <class Sum> void extend(Sum* row, size_t width) noexcept
 } // namespace
 
 ByteRowsOut::ByteRowsOut(const Picture& picture) noexcept
-    : picture_(picture), kernels_(kernels()), formula_(from_bytes(picture.colors))
+    : picture_(picture), kernels_(kernels()), formula_(from_bytes(picture.colors)),
+      stream_(is_fused() && is_big(picture))
 {}
 
 bool ByteRowsOut::open() noexcept
@@ -73,8 +83,58 @@ void ByteRowsOut::write_luma(const Channels& from) noexcept
             y_[x] = y_[x + 1] = static_cast<uint8_t>((y_[x] + y_[x + 1] + 1) >> 1);
 }
 
-void ByteRowsOut::put(const uint8_t* colors) noexcept
+bool ByteRowsOut::is_fused() const noexcept
 {
+    const Format& format = *picture_.format;
+    const bool is_single = format.layout == Layout::planes && format.chroma_x == 1;
+    return kernels_.fused && (is_single || (format.chroma_x == 2 && format.chroma_y <= 2));
+}
+
+void ByteRowsOut::write_fused(const uint8_t* first, const uint8_t* second) noexcept
+{
+    const Format& format = *picture_.format;
+    const uint32_t row = row_ - row_ % format.chroma_y;
+    const uint32_t below = std::min(row + format.chroma_y, picture_.height) - 1;
+    FusedRows rows{{first, second}, {picture_.row(0, row), picture_.row(0, below)}, {}, ChromaTo::planes, stream_};
+    bool v_first = format.v_first;
+    rows.chroma[0] = rows.chroma[1] = rows.luma[0];
+    if (format.groups) {
+        v_first = format.groups->v[0] < format.groups->u[0];
+        rows.to = format.groups->luma[0] == 0 ? ChromaTo::luma_first : ChromaTo::chroma_first;
+    } else {
+        const int32_t last_plane = format.planes() - 1;
+        rows.to = format.layout == Layout::pairs ? ChromaTo::pairs
+                  : format.chroma_x == 1         ? ChromaTo::single_planes
+                                                 : ChromaTo::planes;
+        rows.chroma[0] = picture_.row(1, chroma_row_);
+        rows.chroma[1] = picture_.row(last_plane, chroma_row_);
+    }
+    FromBytes formula = formula_;
+    if (v_first)
+        std::swap(formula.u, formula.v);
+    kernels_.fused->from_bgr(rows, format.chroma_y, picture_.width, picture_.centered, formula);
+    ++chroma_row_;
+}
+
+/// Of two rows the first waits for the second, in memory of ours unless it stays where it is.
+void ByteRowsOut::put_fused(const uint8_t* colors, bool stays) noexcept
+{
+    const bool is_last = row_ + 1 == picture_.height;
+    const bool is_second = row_ % picture_.format->chroma_y != 0;
+    if (picture_.format->chroma_y == 1 || is_second || is_last) {
+        write_fused(is_second ? first_ : colors, colors);
+    } else {
+        first_ = stays ? colors : rows_[0].b; // which has room for three rows of channels
+        if (!stays)
+            std::memcpy(rows_[0].b, colors, 3 * size_t{picture_.width});
+    }
+    ++row_;
+}
+
+void ByteRowsOut::put(const uint8_t* colors, bool stays) noexcept
+{
+    if (is_fused())
+        return put_fused(colors, stays);
     const Channels& row = rows_[row_ % 2];
     split(colors, row);
     write_luma(row);
@@ -181,7 +241,7 @@ void WordRowsOut::write_luma(const uint8_t* colors) noexcept
         store_word(to, x, static_cast<uint16_t>(y_[x] << spare));
 }
 
-void WordRowsOut::put(const uint8_t* colors) noexcept
+void WordRowsOut::put(const uint8_t* colors, bool) noexcept
 {
     write_luma(colors);
     const bool is_last = ++row_ == picture_.height;

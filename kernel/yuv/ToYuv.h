@@ -23,8 +23,12 @@ public:
 
     /// False without memory.
     bool open() noexcept;
-    /// Takes the next row.
-    void put(const uint8_t* colors) noexcept;
+    /// Takes the next row. It `stays` if its memory is good until the call after this one has returned.
+    void put(const uint8_t* colors, bool stays) noexcept;
+    /// Rows go from colours to samples at once.
+    bool is_fused() const noexcept;
+    /// Some are written past the caches: the caller ends them with a fence.
+    bool streams() const noexcept { return stream_; }
 
 private:
     struct Channels {
@@ -36,6 +40,8 @@ private:
     void write_chroma() noexcept;
     void write_groups() noexcept;
     void write_pairs(size_t count, uint8_t* to) noexcept;
+    void put_fused(const uint8_t* colors, bool stays) noexcept;
+    void write_fused(const uint8_t* first, const uint8_t* second) noexcept;
 
     const Picture& picture_;
     const Kernels& kernels_;
@@ -46,7 +52,9 @@ private:
     uint16_t* sums_[3] = {}; ///< with room before them
     uint8_t *y_ = nullptr, *u_ = nullptr, *v_ = nullptr, *alpha_ = nullptr;
     uint32_t row_ = 0;
-    int32_t in_group_ = 0; ///< rows collected for a row of chroma
+    int32_t in_group_ = 0;           ///< rows collected for a row of chroma
+    const uint8_t* first_ = nullptr; ///< the first of two
+    const bool stream_;
     uint32_t chroma_row_ = 0;
 };
 
@@ -56,7 +64,8 @@ public:
     explicit WordRowsOut(const Picture& picture) noexcept;
 
     bool open() noexcept;
-    void put(const uint8_t* colors) noexcept;
+    void put(const uint8_t* colors, bool) noexcept;
+    bool streams() const noexcept { return false; }
 
 private:
     void write_luma(const uint8_t* colors) noexcept;

@@ -92,6 +92,9 @@ public:
         return result;
     }
 
+    /// Rows are good until the bitmap is released.
+    bool stays() const noexcept { return reader_.in_place() && !converts_; }
+
     /// Points at a row, counted from the top one as shown.
     int read(int32_t row, const uint8_t** colors) noexcept
     {
@@ -122,13 +125,16 @@ template <class Rows> int read_rows(BITMAPHANDLE& bitmap, Rows& rows, int32_t bi
     const int result = source.open();
     if (result != V_SUCCESS)
         return result;
-    return each_row(bitmap.Height, progress, [&](int32_t row) noexcept {
+    const int done = each_row(bitmap.Height, progress, [&](int32_t row) noexcept {
         const uint8_t* colors = nullptr;
         const int read = source.read(row, &colors);
         if (read == V_SUCCESS)
-            rows.put(colors);
+            rows.put(colors, source.stays());
         return read;
     });
+    if (rows.streams())
+        _mm_sfence();
+    return done;
 }
 
 int write_upright(BITMAPHANDLE& bitmap, const Picture& picture, const ProgressShare& share) noexcept
@@ -163,6 +169,7 @@ int make_bitmap(BITMAPHANDLE& bitmap, uint32_t struct_size, const Picture& pictu
     creation.bits = bits;
     creation.order = picture.format->has_chroma() ? COLORORDER_BGR : COLORORDER_GRAY;
     creation.perspective = TOP_LEFT;
+    creation.pixels = pixels_of_shown_record();
     int result = create_bitmap(bitmap, struct_size, creation);
     if (result != V_SUCCESS)
         return result;

@@ -1,6 +1,7 @@
 // Every fused path against the general way, on widths around its steps and chunks, in place, out of place and past the
 // caches. Each comparison first makes sure that it is this very path that runs.
 #include "kernel/convert/Fused.h"
+#include "kernel/convert/KeptPlan.h"
 #include "kernel/convert/Plan.h"
 #include "tests/support/GuardedBuffer.h"
 #include "tests/support/TestBitmap.h"
@@ -143,6 +144,53 @@ TEST(ConvertFused, DecidesOnceForWholeBlocks)
         }
         ASSERT_EQ(8, std::count(to + 4 * kWidth, to + kDstStride, 0xCC)) << row;
     }
+}
+
+TEST(ConvertFused, KeepsThePlanOfRowsAlike)
+{
+    // A few jobs by turns and in runs, whose palettes change in between: always what a plan of its own makes, and no
+    // more plans than there are changes.
+    constexpr size_t kWidth = 70;
+    TestRandom random(77);
+    SCOPED_TRACE(random);
+    RGBQUAD palettes[2][256];
+    random.fill(palettes, sizeof palettes);
+    ConvertJob jobs[6];
+    constexpr int32_t kBits[][2] = {{24, 8}, {8, 1}, {8, 24}, {4, 8}, {16, 4}, {24, 32}};
+    for (size_t i = 0; i < std::size(jobs); ++i) {
+        jobs[i].width = kWidth;
+        jobs[i].src_bits = kBits[i][0];
+        jobs[i].dst_bits = kBits[i][1];
+        jobs[i].src_palette = i == 3 ? nullptr : palettes[0];
+        jobs[i].dst_palette = i == 4 ? nullptr : palettes[1];
+    }
+    size_t last = std::size(jobs);
+    for (int round = 0; round < 400; ++round) {
+        const size_t which = random.one_in(3) ? random.below(std::size(jobs)) : std::min(last, std::size(jobs) - 1);
+        const ConvertJob& job = jobs[which];
+        bool is_alike = which == last;
+        if (random.one_in(8)) {
+            const size_t palette = random.below(2), entry = random.below(2);
+            palettes[palette][entry].rgbGreen ^= 0x80;
+            const bool is_used =
+                palette == 0 ? job.src_bits <= 8 && job.src_palette : job.dst_bits <= 8 && job.dst_palette;
+            is_alike = is_alike && !is_used;
+        }
+        last = which;
+        Bytes row(kWidth * 4), expected(kWidth * 4);
+        random.fill(row.data(), row.size());
+        ASSERT_EQ(V_SUCCESS, convert_rows({row.data(), row.size()}, {expected.data(), expected.size()}, 1, job));
+        const uint64_t made = pixel::plans_made();
+        ASSERT_EQ(V_SUCCESS, convert_buffer(row.data(), job));
+        ASSERT_EQ(made + (is_alike ? 0 : 1), pixel::plans_made()) << which;
+        const int64_t bytes = packed_bytes_of(static_cast<int64_t>(kWidth), job.dst_bits);
+        ASSERT_EQ(0, std::memcmp(expected.data(), row.data(), static_cast<size_t>(bytes))) << which;
+    }
+    ConvertJob wrong = jobs[last];
+    wrong.dst_bits = 19;
+    Bytes row(kWidth * 4);
+    EXPECT_EQ(V_ERROR_INVALID_PARAMETER, convert_buffer(row.data(), wrong));
+    EXPECT_EQ(V_SUCCESS, convert_buffer(row.data(), jobs[last])); // what a failure left is not taken for a plan
 }
 
 } // namespace

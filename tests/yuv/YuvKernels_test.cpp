@@ -1,5 +1,7 @@
 // The kernels at each level beside the plain ones: the same bits, and proof that others ran.
+#include "kernel/yuv/FromYuv.h"
 #include "kernel/yuv/Kernels.h"
+#include "kernel/yuv/ToYuv.h"
 #include "tests/yuv/YuvReference.h"
 
 using namespace vk::testing;
@@ -56,6 +58,29 @@ TEST(YuvKernels, LevelsAreDifferentCode)
                     fast->spread != plain.spread);
         EXPECT_TRUE(fast->to_bgr != plain.to_bgr && fast->split != plain.split && fast->luma != plain.luma);
         EXPECT_TRUE(fast->add != plain.add && fast->chroma != plain.chroma && fast->interleave != plain.interleave);
+        EXPECT_TRUE(fast->fused != plain.fused);
+    }
+    EXPECT_NE(yuv::kKernels_avx2.fused, yuv::kKernels_avx512.fused);
+}
+
+TEST(YuvKernels, CodesThatGoAtOnce)
+{
+    constexpr const char* kAtOnce = "YUY2 UYVY cyuv Y42T YVYU I420 IYUV YV12 I422 YV16 I444 NV12 NV21";
+    for (const YuvCode& code : kYuvCodes) {
+        if (code.bits != 8)
+            continue;
+        yuv::Picture picture;
+        picture.format = yuv::find_format(number_of(code.code));
+        ASSERT_TRUE(picture.format);
+        const bool is_one = std::strstr(kAtOnce, code.code) != nullptr;
+        for (const yuv::Level level : fast_levels()) {
+            yuv::limit_level(level);
+            EXPECT_EQ(is_one, yuv::ByteRows(picture).is_fused());
+            EXPECT_EQ(is_one, yuv::ByteRowsOut(picture).is_fused());
+        }
+        yuv::limit_level(yuv::Level::plain);
+        EXPECT_FALSE(yuv::ByteRows(picture).is_fused() || yuv::ByteRowsOut(picture).is_fused());
+        yuv::limit_level(yuv::Level::avx512);
     }
 }
 
@@ -113,10 +138,14 @@ TEST(YuvKernels, PastTheCaches)
     // As many bytes as writes past the caches are used for, in rows at a cache line and elsewhere.
     TestRandom random(52);
     for (const int32_t width : {2112, 2101})
-        for (const size_t which : {size_t{9}, size_t{14}, size_t{17}}) {
-            TestPicture test(kYuvCodes[which], width, 1400, random);
+        for (const size_t which : {size_t{9}, size_t{14}, size_t{0}, size_t{17}}) {
+            TestPicture test(kYuvCodes[which], width, 2001, random);
             random.fill(test.planes[0]->data(), 100000);
-            for (const yuv::Level level : fast_levels())
+            for (const yuv::Level level : fast_levels()) {
+                TestBitmap bitmap;
+                ASSERT_EQ(SUCCESS, V_YuvToBitmap(bitmap, BITMAPHANDLE_SIZE, &test.picture));
                 expect_same(level, [&] { return bitmap_of(test.picture); });
+                expect_same(level, [&] { return planes_of(bitmap, test); });
+            }
         }
 }
