@@ -134,6 +134,10 @@ public:
         return bitmap;
     }
 
+    /// All rows, to read, of a bitmap that stays.
+    [[nodiscard]] Rows rows(Report report = {}) & { return Operations::rows(report); }
+    /// A bitmap that goes has none to offer.
+    Rows rows(Report report = {}) && = delete;
     /// Frees pixels and parts; the record is empty then.
     void reset() noexcept
     {

@@ -329,6 +329,11 @@ public:
 
 protected:
     using Record::Record;
+    /// Of the same record.
+    PixelOperations(const PixelOperations&) noexcept = default;
+    /// Goes over to the other's record.
+    PixelOperations& operator=(const PixelOperations&) noexcept = default;
+    ~PixelOperations() = default;
 
 private:
     template <class Edit> static bool go_on(Edit& edit, std::int32_t y, std::span<std::byte> bytes)

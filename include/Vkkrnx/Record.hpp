@@ -252,9 +252,9 @@ public:
     };
 
     /// Begins. Reports what happens until the end.
-    Rows(Record& bitmap, Report report) : bitmap_(bitmap), report_(report), guard_(bitmap, report)
+    Rows(Operand bitmap, Report report) : bitmap_(bitmap), report_(report), guard_(bitmap, report)
     {
-        if (guard_ && bitmap.row(0).empty() && !(buffer_ = RowBuffer(bitmap.bytes_per_line())).span().data())
+        if (guard_ && bitmap_.row(0).empty() && !(buffer_ = RowBuffer(bitmap_.bytes_per_line())).span().data())
             report(V_ERROR_NO_MEMORY);
         else if (guard_)
             next();
@@ -268,6 +268,10 @@ public:
     [[nodiscard]] std::default_sentinel_t end() const noexcept { return {}; }
 
 private:
+    struct Held : Record {
+        explicit Held(Operand bitmap) noexcept : Record(bitmap.record()) {}
+    };
+
     void next()
     {
         present_ = {};
@@ -278,7 +282,7 @@ private:
             present_ = buffer_.span();
     }
 
-    Record& bitmap_;
+    Held bitmap_;
     Report report_;
     LockGuard guard_;
     RowBuffer buffer_{0};

@@ -185,6 +185,11 @@ public:
 
 protected:
     using PixelOperations::PixelOperations;
+    /// Of the same record.
+    Operations(const Operations&) noexcept = default;
+    /// Goes over to the other's record.
+    Operations& operator=(const Operations&) noexcept = default;
+    ~Operations() = default;
 
 private:
     static constexpr std::int32_t extent(std::int64_t size) noexcept
