@@ -11,6 +11,10 @@ install(TARGETS Vkkrnx EXPORT VkkrnxTargets
         ARCHIVE COMPONENT development)
 install(DIRECTORY ${CMAKE_SOURCE_DIR}/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development
         FILES_MATCHING PATTERN "*.h" PATTERN "*.hpp")
+if(WIN32) # for other linkers
+  install(FILES ${VKKRNX_IMPORT_LIBRARY} ${CMAKE_BINARY_DIR}/Vkkrnx.def DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT development)
+endif()
 install(FILES ${CMAKE_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT runtime)
 install(EXPORT VkkrnxTargets NAMESPACE Vkkrnx:: DESTINATION ${package_dir} COMPONENT development)
 

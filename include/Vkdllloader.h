@@ -1,18 +1,12 @@
 /**
  * @file Vkdllloader.h
  * Modules loaded at run time, for C++: shared libraries with functions to call by name. Vkloader.h includes it for C++.
+ * Vkmodule.h has the same as plain functions, and the DLLLOADER_ values.
  */
 #ifndef VKDLLLOADER_H
 #define VKDLLLOADER_H
 
-#include "Vktypes.h"
-
-/** Where V_DllLoader::Load looks; one of these. */
-#define DLLLOADER_BESIDE 0u /**< beside this library, and nowhere else */
-#define DLLLOADER_RESOURCES                                                                                            \
-    1u                      /**< in the directory that V_SetResourceDirectory set, if any; then beside this library */
-#define DLLLOADER_PATH 2u   /**< the name is an absolute path, suffix included */
-#define DLLLOADER_SYSTEM 3u /**< the name is one that the system's own search finds, suffix included */
+#include "Vkmodule.h"
 
 /**
  * A module in use. A copy shares it; the module goes when the last of them lets go of it.

@@ -1,8 +1,7 @@
 /**
  * @file Vkloader.h
  * The library-state part of the Vkkrnx interface: settings for the threads of the whole process, and giving a thread's
- * own up; modules (for C++, Vkdllloader.h), clean-up and shutting down; the stock of freed memory and workers. Vkkrnx.h
- * includes it.
+ * own up; clean-up and shutting down; the stock of freed memory and workers. Vkkrnx.h includes it.
  *
  * The settings that each thread keeps for itself are the default memory type, the memory thresholds, the default
  * dithering method, the default resolution, the user match table, the status callback, the number of workers and the

@@ -3,6 +3,9 @@
  * The threading tools of Vkkrnx, for C++: an event, a reader/writer lock with a scoped guard, batches of work on the
  * system's thread pool, and the functions these stand on.
  *
+ * Their members are linked by names that only compilers of the library's own kind make, GCC and Clang on either system.
+ * Vkthreadtools.h has the same as plain functions, and the constants; Vkkrnx.hpp has classes over those.
+ *
  * Nothing here throws. An object may be used by several threads at once, except while it is created, destroyed, copied
  * or assigned to. No thread exists before something is queued.
  */
@@ -11,31 +14,8 @@
 
 #include "Vkkrnx.h"
 
-/** A time-out that never comes. */
-#define VKTIMEOUT_INFINITE 0xFFFFFFFFu
-
-/** Result of VKWaitEvent::WaitOne when the time is up, and of a work item that wants the rest of its batch cancelled.
- */
-#define VKRESULT_TIMEOUT (-100)
-
-/** Options of VKWorkItems::Create; they combine. */
-#define VKWORKITEMS_LOCK 0x1u        /**< create the lock, for callers that use GetLock */
-#define VKWORKITEMS_LOCKCANCEL 0x2u  /**< Cancel and IsCanceled go through the lock */
-#define VKWORKITEMS_STORERESULT 0x4u /**< each item's result becomes the batch's status */
-#define VKWORKITEMS_NEVERTHREAD 0x8u /**< run every item at once on the calling thread */
-
-/** Flags of VKThreadPool::QueueUserWorkItem; they combine, VKPOOL_NEWTHREAD first. */
-#define VKPOOL_NEWTHREAD 0x1u   /**< a new thread, for this routine alone */
-#define VKPOOL_LONGRUNNING 0x2u /**< the routine will run for long: the pool does not count it among its threads */
-
 /** What the pool and new threads run. */
 typedef V_THREADROUTINE VKTHREADROUTINE;
-
-class VKWorkItems;
-
-/** An item of a batch: gets the batch and the caller's data, returns a result code; VKRESULT_TIMEOUT cancels a threaded
- *  batch. */
-typedef int (*VKWORKITEMCALLBACK)(VKWorkItems* pItems, void* pUserData);
 
 /**
  * An event that threads wait for. A copy refers to the same event, which lives until the last of them lets go of it.
@@ -142,6 +122,7 @@ public:
 
 private:
     friend class VKReaderWriterLockItem;
+    friend class VKReaderWriterLockHandle;
     void ReleaseReaderLock() noexcept;
 
     void* storage_[8];

@@ -28,10 +28,14 @@ def run(command, text=None):
     return result.stdout
 
 
+def has_classes(header):
+    return re.search(r"^class V_API ", header.read_text(), re.M) is not None
+
+
 def declarations(compiler):
     """Name -> parameter list of every exported function of the headers that C can read."""
     headers = sorted(p.name for p in (ROOT / "include").glob("*.h"))
-    c_headers = [h for h in headers if "class " not in (ROOT / "include" / h).read_text()]
+    c_headers = [h for h in headers if not has_classes(ROOT / "include" / h)]
     source = "".join(f'#include "{header}"\n' for header in c_headers)
     text = run([compiler, "-std=c99", "-E", "-P", "-I", str(ROOT / "include"), "-x", "c", "-"], source)
     found = re.findall(MARK + r"[^;(]*?\b(V_\w+)\s*\(([^;]*)\)\s*;", text)
@@ -44,7 +48,7 @@ def class_members(compiler):
     """Class -> the names of its member functions, one for every declaration, from the headers that only C++ can read."""
     found = {}
     for header in sorted((ROOT / "include").glob("*.h")):
-        if "class " not in header.read_text():
+        if not has_classes(header):
             continue
         text = run([compiler, "-std=c++20", "-E", "-P", "-I", str(ROOT / "include"), "-x", "c++", "-"],
                    f'#include "{header.name}"\n')
@@ -115,7 +119,8 @@ def export_map(names):
         rows.setdefault(places.get(name, "nowhere"), []).append(f"`{name}`")
     return ("# Where each exported function lives\n\nMade by `scripts/check_exports.py --write-map`; a test compares it with the "
             "sources. `V_Global...` and `V_DeletePalette`\nexist off Windows only, where the system does not have them. The classes "
-            "of `Vkthreading.h` are in `kernel/threading/`, that of\n`Vkdllloader.h` in `kernel/system/`.\n\n| file | functions |\n|---|---|\n"
+            "of `Vkthreading.h` are in `kernel/threading/`, that of\n`Vkdllloader.h` in `kernel/system/`. The classes of `Vkkrnx.hpp` are "
+            "not exported.\n\n| file | functions |\n|---|---|\n"
             + "".join(f"| `{place}` | {', '.join(found)} |\n" for place, found in sorted(rows.items())))
 
 

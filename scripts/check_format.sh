@@ -15,7 +15,7 @@ folders=()
 for folder in bench fuzz include kernel modules platform samples tests tools; do
     [ -d "$folder" ] && folders+=("$folder")
 done
-sources() { find "${folders[@]}" \( -name '*.h' -o -name '*.c' -o -name '*.cpp' \) -print0; }
+sources() { find "${folders[@]}" \( -name '*.h' -o -name '*.hpp' -o -name '*.c' -o -name '*.cpp' \) -print0; }
 if ! output=$(sources | xargs -0 -n 40 -P 2 "$clang_format" "${mode[@]}" 2>&1); then
     places=$(sed -nE 's/^([^:]+:[0-9]+):[0-9]+: error: code should be clang-formatted.*/\1/p' <<<"$output" | sort -Vu)
     printf '%s\n' "${places:-$output}" "scripts/check_format.sh --fix lays these out" >&2

@@ -10,7 +10,7 @@ exec </dev/null
 . scripts/packages.sh
 ensure_packages build-essential cmake ninja-build ccache pkg-config python3 googletest clang clang-format doxygen \
     libclang-rt-dev libpng-dev libjpeg-dev libbenchmark-dev libtiff-dev libyuv-dev libpixman-1-dev \
-    g++-mingw-w64-x86-64-posix wine wine64
+    g++-mingw-w64-x86-64-posix wine wine64 llvm lld
 
 jobs=$(nproc)
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CTEST_PARALLEL_LEVEL=$jobs

@@ -1,9 +1,18 @@
-// The exported classes as other modules use them: derived from, and deleted through their bases.
+// The exported classes as other modules use them, derived from and deleted through their bases, and the functions for C
+// that stand on them (threads_c99.c).
 #include "Vkthreading.h"
 
 #include <gtest/gtest.h>
 
 #include <type_traits>
+
+extern "C"
+{
+    int vk_c99_events_and_locks(void);
+    int vk_c99_batches(void);
+    int vk_c99_modules(const wchar_t* name, const char* narrow_name, const char* function);
+    int vk_c99_threads_given_nothing(void);
+}
 
 namespace {
 
@@ -48,6 +57,28 @@ TEST(ThreadingClasses, CanBeDerivedFrom)
     derive_and_delete<VKThreadPool>(alive);
     derive_and_delete<VKThreadToolsManaged>(alive);
     derive_and_delete<VKThreadToolsUnmanaged>(alive);
+}
+
+TEST(ThreadingFunctions, ServeC)
+{
+    EXPECT_EQ(0, vk_c99_events_and_locks()) << "the line in threads_c99.c";
+    EXPECT_EQ(0, vk_c99_batches());
+    EXPECT_EQ(0, vk_c99_threads_given_nothing());
+#if defined(_WIN32)
+    EXPECT_EQ(0, vk_c99_modules(L"kernel32.dll", "kernel32.dll", "GetVersion"));
+#else
+    EXPECT_EQ(0, vk_c99_modules(L"libm.so.6", "libm.so.6", "cos"));
+#endif
+}
+
+TEST(ThreadingFunctions, TakeObjectsOfTheClasses)
+{
+    VKWaitEvent event;
+    EXPECT_EQ(V_SUCCESS, V_WaitForEvent(&event, 0)) << "as WaitOne, without an event";
+    ASSERT_EQ(1, event.Create(1, 0));
+    EXPECT_EQ(VKRESULT_TIMEOUT, V_WaitForEvent(&event, 0));
+    EXPECT_EQ(V_SUCCESS, V_SetWaitEvent(&event));
+    EXPECT_EQ(1, event.WaitOne(0));
 }
 
 } // namespace

@@ -22,6 +22,12 @@ int count_run(VKWorkItems*, void* runs)
     return 7;
 }
 
+#if defined(_WIN32)
+constexpr bool kIsWindows = true;
+#else
+constexpr bool kIsWindows = false;
+#endif
+
 bool one_processor()
 {
     return VKThreadToolsManaged::GetCoreCount() == 1;
@@ -390,6 +396,45 @@ TEST_F(ThreadingStart, GivesAThreadStateOfItsOwn)
         uint32_t result = 0;
         const int code = V_VellThreadCreateAndRun(&read_memory_type, nullptr, VELLTHREAD_WAIT, &result);
         EXPECT_TRUE((code == SUCCESS && result == TYPE_CONV) || (code == ERROR_NO_MEMORY && result == 0)) << code;
+    });
+}
+
+/// A handle comes whole or not at all, and nothing stays behind.
+template <class Handle, class Make> bool comes_or_not(Handle& handle, Make&& make)
+{
+    handle = reinterpret_cast<Handle>(&handle); // has to be overwritten
+    const int code = make();
+    EXPECT_EQ(code == V_SUCCESS, handle != nullptr);
+    EXPECT_TRUE(code == V_SUCCESS || code == V_ERROR_NO_MEMORY || code == V_ERROR_FILE_NOT_FOUND) << code;
+    return code == V_SUCCESS;
+}
+
+TEST(ThreadingFunctions, GiveBackWhatTheyTookWhenTheSystemRefuses)
+{
+    testing::for_each_fault([] {
+        HWAITEVENT event;
+        HWAITEVENT copy;
+        HREADERWRITERLOCK lock;
+        HWORKITEMS items;
+        HDLLLOADER module;
+        HDLLLOADER second;
+        if (comes_or_not(event, [&] { return V_CreateWaitEvent(&event, 0, 0); })) {
+            if (comes_or_not(copy, [&] { return V_CopyWaitEvent(&copy, event); }))
+                V_DestroyWaitEvent(copy);
+            V_DestroyWaitEvent(event);
+        }
+        if (comes_or_not(lock, [&] { return V_CreateReaderWriterLock(&lock); }))
+            V_DestroyReaderWriterLock(lock);
+        if (comes_or_not(items, [&] { return V_CreateWorkItems(&items, 1, VKWORKITEMS_LOCK, 0); })) {
+            V_RestartWorkItems(items, 2, VKWORKITEMS_LOCK, 0);
+            V_DestroyWorkItems(items);
+        }
+        const wchar_t* const name = kIsWindows ? L"kernel32.dll" : L"libm.so.6";
+        if (comes_or_not(module, [&] { return V_LoadDll(&module, name, DLLLOADER_SYSTEM); })) {
+            if (comes_or_not(second, [&] { return V_CopyDll(&second, module); }))
+                V_UnloadDll(second);
+            V_UnloadDll(module);
+        }
     });
 }
 
