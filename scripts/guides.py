@@ -15,7 +15,7 @@ import sys
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 SAMPLES = {"astronaut": "astronaut.png", "rocket": "rocket.jpg", "page": "page.png"}
 WARNINGS = ["-Wall", "-Wextra", "-Wpedantic", "-Werror"]
-COMPILERS = {"c": ["cc", "-std=c99"], "cpp": ["c++", "-std=c++17"]}
+COMPILERS = {"c": ["cc", "-std=c99"], "cpp": ["c++", "-std=c++20"]}
 
 
 @dataclasses.dataclass
