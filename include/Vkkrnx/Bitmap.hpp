@@ -7,7 +7,8 @@
 
 #include "Shapes.hpp"
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// A block of movable global memory, as device-independent bitmaps are handed around in.
 class DibBlock {
@@ -280,6 +281,7 @@ inline DibBlock Operations::to_dib(DibHeader header, Report report)
     return block;
 }
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_BITMAP_HPP

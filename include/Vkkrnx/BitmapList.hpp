@@ -7,7 +7,8 @@
 
 #include "Bitmap.hpp"
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// A list that owns its bitmaps. It moves and does not copy (`copy` does).
 class BitmapList {
@@ -110,6 +111,7 @@ private:
     HBITMAPLIST list_ = nullptr;
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_BITMAP_LIST_HPP

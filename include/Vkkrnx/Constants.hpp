@@ -8,7 +8,8 @@
 
 #include "Core.hpp"
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// The order of channels.
 enum class ColorOrder : std::int32_t {
@@ -378,6 +379,7 @@ enum class LoadFrom : std::uint32_t {
     system = DLLLOADER_SYSTEM        ///< by the system's own search
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_CONSTANTS_HPP

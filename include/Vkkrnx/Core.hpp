@@ -39,7 +39,8 @@
 #endif
 
 /// C++ classes over the C interface of Vkkrnx.
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// Result codes. What a callback answers is passed through, so other numbers are possible.
 enum class Code : int {
@@ -293,6 +294,7 @@ template <Flags Enum> [[nodiscard]] constexpr bool has(Enum value, Enum flags) n
     return (value & flags) == flags;
 }
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_CORE_HPP

@@ -10,7 +10,8 @@
 
 #include <span>
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// A colour as the C interface passes it: red, green and blue, a palette index, or a gray level.
 class Color {
@@ -222,6 +223,7 @@ struct Matrix : V_MATRIX {
 
 static_assert(sizeof(Point) == sizeof(V_POINTD) && sizeof(Rect) == sizeof(RECT) && sizeof(Matrix) == sizeof(V_MATRIX));
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_GEOMETRY_HPP

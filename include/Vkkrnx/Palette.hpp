@@ -9,7 +9,8 @@
 
 #include <array>
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// Up to 256 palette entries, held by value. It goes wherever a span of RGBQUAD is wanted.
 class Palette {
@@ -88,6 +89,7 @@ private:
     std::size_t count_ = 0;
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_PALETTE_HPP

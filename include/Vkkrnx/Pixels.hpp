@@ -10,7 +10,8 @@
 
 #include <vector>
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// What is said of an overlay; visible, white, in no bit at first.
 struct OverlayAttributes : V_OVERLAYATTRIBUTES {
@@ -347,6 +348,7 @@ private:
     }
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_PIXELS_HPP

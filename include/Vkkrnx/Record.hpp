@@ -11,7 +11,8 @@
 #include <memory>
 #include <new>
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 class Bitmap;
 class BitmapView;
@@ -290,6 +291,7 @@ private:
     std::int32_t row_ = -1;
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_RECORD_HPP

@@ -7,7 +7,8 @@
 
 #include "Constants.hpp"
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// A callable that the calling thread's operations tell their progress, in percent, as long as this lives:
 /// `vk::StatusCallback progress([&](int percent) { return !cancelled; });`. It answers nothing, whether to go on, or a
@@ -124,6 +125,7 @@ private:
     bool has_thresholds_ = false;
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_SETTINGS_HPP

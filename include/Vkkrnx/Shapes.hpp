@@ -8,7 +8,8 @@
 
 #include "Pixels.hpp"
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 class DibBlock;
 
@@ -198,6 +199,7 @@ private:
     }
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_SHAPES_HPP

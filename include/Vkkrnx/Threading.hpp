@@ -13,7 +13,8 @@
 #include <memory>
 #include <new>
 
-namespace vk::inline VKKRNX_ABI {
+namespace vk {
+inline namespace VKKRNX_ABI {
 
 /// An event that threads wait for. It moves; `share` makes a second object for the same event.
 class WaitEvent {
@@ -350,6 +351,7 @@ private:
     HDLLLOADER library_ = nullptr;
 };
 
-} // namespace vk::inline VKKRNX_ABI
+} // namespace VKKRNX_ABI
+} // namespace vk
 
 #endif // VKKRNX_THREADING_HPP
