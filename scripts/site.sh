@@ -76,9 +76,15 @@ OPTIONS
     } | doxygen -
 )
 grep -E '\.md:' "$scratch/warnings.log" >&2 || true
-# Pages of folders, named after where those were: of the pages above nothing leads there.
+# Pages of folders are named after where those lie: the one of the headers gets another name, the others are not needed.
 for page in "$scratch"/html/dir_*.html; do
-    grep -qF "$(basename "$page")" "$scratch"/html/Vk*.html || rm "$page"
+    name=$(basename "$page")
+    if grep -qF "$name" "$scratch"/html/Vk*.html; then
+        grep -rlF "$name" "$scratch/html" | xargs sed -i "s#$name#dir_include.html#g"
+        mv "$page" "$scratch/html/dir_include.html"
+    else
+        rm "$page"
+    fi
 done
 cp -r "$scratch/html/." "$scratch/pictures" "$out"
 
