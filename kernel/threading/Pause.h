@@ -7,7 +7,6 @@
 #include <cstdint>
 #include <thread>
 
-
 namespace vk {
 
 class Pause {
