@@ -13,6 +13,8 @@ import java.nio.ReadOnlyBufferException;
 abstract class BitmapRows extends BitmapFields {
     private ByteBuffer pixels; // what holds the pixels that the record borrows, or null
     private long pixelsAt;
+    private ByteBuffer window; // on the record's own or borrowed pixels; for this class alone, with the guard held
+    private long windowAt;
 
     private record Owner(long record, long bytes) implements Runnable {
         @Override
@@ -114,6 +116,26 @@ abstract class BitmapRows extends BitmapFields {
         return ByteBuffer.wrap(copy).asReadOnlyBuffer().order(ByteOrder.nativeOrder());
     }
 
+    /** The pixels, to be copied without a call of the native side while the guard is held; null for other storage. */
+    private ByteBuffer window() {
+        long at = longAt(DATA);
+        long bytes = size();
+        if (window == null || windowAt != at || window.capacity() != bytes) {
+            boolean isFixed = hasPixels() && (flags() & Constants.BITMAPFLAG_GLOBAL) == 0 && at != 0;
+            window = isFixed ? Native.view(at, bytes) : null;
+            windowAt = at;
+        }
+        return window;
+    }
+
+    /** Where bytes begin in a window. */
+    private int positionOf(int row, int col, int bytes) {
+        long column = (long) col * bitsPerPixel() >> 3;
+        long position = Integer.toUnsignedLong(bytesPerLine()) * row + column;
+        require(row >= 0 && position + bytes <= window.capacity() || bytes == 0);
+        return bytes == 0 ? 0 : (int) position;
+    }
+
     /**
      * Copies bytes of stored rows into an array, as many as it has. They may run on into the following rows.
      *
@@ -122,15 +144,17 @@ abstract class BitmapRows extends BitmapFields {
      * @throws VkException {@link Constants#ERROR_INVALID_PARAMETER}: bytes outside of the bitmap
      */
     public final void getRow(int row, byte[] to) {
-        int bytes = to.length;
         enter();
-        long moved;
         try {
-            moved = Native.getRow(address, row, 0, to, 0, bytes);
+            ByteBuffer plain = window();
+            if (plain != null) {
+                plain.get(positionOf(row, 0, to.length), to);
+            } else {
+                VkException.checkNumber(Native.getRow(address, row, 0, to, 0, to.length));
+            }
         } finally {
             leave();
         }
-        VkException.checkNumber(moved);
     }
 
     /**
@@ -141,15 +165,17 @@ abstract class BitmapRows extends BitmapFields {
      * @throws VkException {@link Constants#ERROR_INVALID_PARAMETER}: bytes outside of the bitmap
      */
     public final void putRow(int row, byte[] from) {
-        int bytes = from.length;
         enter();
-        long moved;
         try {
-            moved = Native.putRow(address, row, 0, from, 0, bytes);
+            ByteBuffer plain = window();
+            if (plain != null) {
+                plain.put(positionOf(row, 0, from.length), from);
+            } else {
+                VkException.checkNumber(Native.putRow(address, row, 0, from, 0, from.length));
+            }
         } finally {
             leave();
         }
-        VkException.checkNumber(moved);
     }
 
     /**
@@ -157,7 +183,7 @@ abstract class BitmapRows extends BitmapFields {
      * for. They may run on into the following rows. The buffer's position moves behind them.
      *
      * @param row first row
-     * @param col its first pixel
+     * @param col its first pixel, 0 to the width
      * @param to receives the bytes; direct or not
      */
     public final void getRow(int row, int col, ByteBuffer to) {
@@ -167,14 +193,21 @@ abstract class BitmapRows extends BitmapFields {
             throw new ReadOnlyBufferException();
         }
         enter();
-        long moved;
         try {
-            moved = to.isDirect() ? Native.getRowDirect(address, row, col, to, position, bytes)
-                    : Native.getRow(address, row, col, to.array(), to.arrayOffset() + position, bytes);
+            require(col >= 0 && col <= width());
+            ByteBuffer plain = window();
+            if (plain != null) {
+                to.put(position, plain, positionOf(row, col, bytes), bytes);
+            } else if (to.isDirect()) {
+                VkException.checkNumber(Native.getRowDirect(address, row, col, to, position, bytes));
+            } else {
+                int start = to.arrayOffset() + position;
+                VkException.checkNumber(Native.getRow(address, row, col, to.array(), start, bytes));
+            }
         } finally {
             leave();
         }
-        to.position(position + (int) VkException.checkNumber(moved));
+        to.position(position + bytes);
     }
 
     /**
@@ -182,30 +215,29 @@ abstract class BitmapRows extends BitmapFields {
      * limit.
      *
      * @param row first row
-     * @param col its first pixel
+     * @param col its first pixel, 0 to the width
      * @param from the bytes; direct or not, also read only
      */
     public final void putRow(int row, int col, ByteBuffer from) {
         int position = from.position();
         int bytes = Math.max(from.limit() - position, 0);
-        ByteBuffer readable = from.isDirect() || from.hasArray() ? from : copyOf(from.slice());
-        int start = readable == from ? position : 0;
-        bytes = Math.min(bytes, readable.capacity() - start);
         enter();
-        long moved;
         try {
-            moved = readable.isDirect() ? Native.putRowDirect(address, row, col, readable, start, bytes)
-                    : Native.putRow(address, row, col, readable.array(), readable.arrayOffset() + start, bytes);
+            require(col >= 0 && col <= width());
+            ByteBuffer plain = window();
+            if (plain != null) {
+                plain.put(positionOf(row, col, bytes), from, position, bytes);
+            } else if (from.isDirect()) {
+                VkException.checkNumber(Native.putRowDirect(address, row, col, from, position, bytes));
+            } else {
+                byte[] copy = new byte[bytes]; // of what may be read only
+                from.get(position, copy);
+                VkException.checkNumber(Native.putRow(address, row, col, copy, 0, bytes));
+            }
         } finally {
             leave();
         }
-        from.position(position + (int) VkException.checkNumber(moved));
-    }
-
-    private static ByteBuffer copyOf(ByteBuffer from) {
-        byte[] bytes = new byte[from.remaining()];
-        from.get(bytes);
-        return ByteBuffer.wrap(bytes);
+        from.position(position + bytes);
     }
 
     /**

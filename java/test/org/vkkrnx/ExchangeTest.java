@@ -48,6 +48,47 @@ class ExchangeTest {
         }
     }
 
+    /** Plain memory is copied without a call, a block that can be moved by one: with the same results everywhere. */
+    @Test
+    void bothWaysOfMovingRows() {
+        for (int depth : new int[] {4, 24}) {
+            try (Bitmap made = Bitmap.create(3, 2, depth); Bitmap block = Bitmap.fromDib(made.toDib(0));
+                    Bitmap plain = block.copy()) {
+                assertTrue((block.flags() & Constants.BITMAPFLAG_GLOBAL) != 0);
+                assertEquals(0, plain.flags() & Constants.BITMAPFLAG_GLOBAL);
+                int size = (int) plain.size();
+                for (int i = 0; i < 500; ++i) {
+                    int row = i % 5 - 1;
+                    int col = i / 5 % 10 - 5;
+                    int bytes = i * 7 % (size + 2);
+                    byte[] data = new byte[bytes];
+                    java.util.Arrays.fill(data, (byte) i);
+                    boolean put = isDone(() -> plain.putRow(row, col, ByteBuffer.wrap(data)));
+                    assertEquals(put, isDone(() -> block.putRow(row, col, ByteBuffer.wrap(data).asReadOnlyBuffer())));
+                    ByteBuffer one = ByteBuffer.allocate(bytes);
+                    ByteBuffer two = ByteBuffer.allocateDirect(bytes);
+                    assertEquals(isDone(() -> plain.getRow(row, col, one)), isDone(() -> block.getRow(row, col, two)));
+                    assertEquals(one.rewind(), two.rewind());
+                }
+                byte[] all = new byte[size];
+                byte[] same = new byte[size];
+                plain.getRow(0, all);
+                block.getRow(0, same);
+                assertArrayEquals(all, same);
+            }
+        }
+    }
+
+    private static boolean isDone(Runnable transfer) {
+        try {
+            transfer.run();
+            return true;
+        } catch (VkException e) {
+            assertEquals(Constants.ERROR_INVALID_PARAMETER, e.code());
+            return false;
+        }
+    }
+
     @Test
     void buffersThatDoNotFit() {
         try (Bitmap bitmap = Bitmap.createGray(8, 2, 8)) {
