@@ -1,6 +1,8 @@
 package org.vkkrnx;
 
 import java.lang.ref.Cleaner;
+import java.util.concurrent.CountDownLatch;
+import java.util.concurrent.TimeUnit;
 import java.util.concurrent.atomic.AtomicLong;
 
 /**
@@ -8,8 +10,13 @@ import java.util.concurrent.atomic.AtomicLong;
  * looked, it is asked to.
  */
 final class NativeMemory {
+    private static Thread worker;
+
     /** Frees what nobody closed. */
-    static final Cleaner CLEANER = Cleaner.create();
+    static final Cleaner CLEANER = Cleaner.create(task -> {
+        worker = new Thread(task, "vkkrnx cleaner");
+        return worker;
+    });
 
     /** What an object takes beside its pixels: a record, tables, and the page that the smallest storage is. */
     static final long OVERHEAD = 8192;
@@ -17,7 +24,8 @@ final class NativeMemory {
     /** Bytes that may come between two collections. */
     private static final long GROWTH = Math.max(1 << 20, Long.getLong("org.vkkrnx.growth", 256L << 20));
 
-    private static final long PATIENCE_MILLIS = 200;
+    /** How long the collector and the cleaner are waited for. */
+    private static final long PATIENCE = TimeUnit.SECONDS.toNanos(1);
 
     private static final AtomicLong HELD = new AtomicLong();
     private static volatile long limit = GROWTH;
@@ -35,28 +43,30 @@ final class NativeMemory {
     /** Called before something is made. */
     static void expect() {
         if (HELD.get() > limit) {
+            expectMuch();
+        }
+    }
+
+    private static synchronized void expectMuch() {
+        if (HELD.get() > limit) { // no other thread has seen to it meanwhile
             collect();
         }
     }
 
-    /** Has the collector look for what nobody uses and waits a little for the cleaner. What then is left is in use: it
-     *  grows by half before the next time. */
+    /** Has the collector look for what nobody uses, and waits until that is freed. What is left then is in use: it grows
+     *  by half before the next time. */
     static synchronized void collect() {
-        long before = HELD.get();
-        System.gc();
-        long end = System.nanoTime() + PATIENCE_MILLIS * 1_000_000;
-        long seen = before;
-        boolean isFalling = true;
-        while (isFalling && System.nanoTime() < end) {
-            try {
-                Thread.sleep(seen < before ? 2 : 10);
-            } catch (InterruptedException e) {
-                Thread.currentThread().interrupt();
-                break;
-            }
-            long now = HELD.get();
-            isFalling = now < seen;
-            seen = now;
+        long end = System.nanoTime() + PATIENCE;
+        try {
+            CountDownLatch isCleaning = new CountDownLatch(1);
+            CLEANER.register(new Object(), isCleaning::countDown);
+            System.gc();
+            isCleaning.await(PATIENCE, TimeUnit.NANOSECONDS);
+            do {
+                Thread.sleep(1);
+            } while (worker.getState() == Thread.State.RUNNABLE && System.nanoTime() < end);
+        } catch (InterruptedException e) {
+            Thread.currentThread().interrupt();
         }
         limit = HELD.get() + Math.max(GROWTH, HELD.get() / 2);
     }

@@ -310,7 +310,7 @@ class SafetyTest {
     void largeBitmapsDropped() throws Exception {
         long before = residentBytes();
         long most = 0;
-        for (int i = 0; i < 200; ++i) { // 6.4 GB in all
+        for (int i = 0; i < 80; ++i) { // 2.5 GB in all
             Bitmap bitmap = Bitmap.create(4000, 2000, 32);
             ByteBuffer pixels = bitmap.pixels();
             pixels.put(12345, (byte) 1);
