@@ -5,8 +5,8 @@ import org.vkkrnx.Region;
 
 /** What calls cost from Java and from C, in turn: the best of many rounds, in nanoseconds a call. */
 public final class CallBench {
-    private static final int CALLS = 200_000;
-    private static final int ROUNDS = 40;
+    private static final int CALLS = 20_000;
+    private static final int ROUNDS = 500;
     private static final int WIDTH = 4096;
     private static final int ROWS = 16;
 
