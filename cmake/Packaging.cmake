@@ -1,6 +1,7 @@
 # What is installed, by component: runtime (the library and its modules), development (headers, CMake package and
-# pkg-config file), tools (the vk command, its manual and its completion) and documentation. Everything installed finds
-# its neighbours by relative paths, so the tree may be moved. scripts/package.sh makes packages of the components.
+# pkg-config file), tools (the vk command, its manual and its completion), documentation, and java (with VKKRNX_JAVA).
+# Everything installed finds its neighbours by relative paths, so the tree may be moved. scripts/package.sh makes
+# packages of the components but for java.
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Vkkrnx)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

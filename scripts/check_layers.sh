@@ -55,7 +55,7 @@ done < <(grep -roE --include='*.h' --include='*.cpp' '^#include "kernel/[^"]+"' 
 
 while read -r lines file; do
     [ "$file" = total ] || [ "$lines" -le 500 ] || fail "$file has $lines lines; split it by topic"
-done < <(find kernel platform tools include fuzz bench tests \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.py' \) ! -name Vkkrnx.h -print0 | xargs -0 wc -l)
+done < <(find kernel platform tools include fuzz bench tests java \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.py' -o -name '*.java' \) ! -name Vkkrnx.h -print0 | xargs -0 wc -l)
 
 [ $failed -eq 0 ] && echo "the layers hold"
 exit $failed

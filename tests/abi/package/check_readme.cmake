@@ -1,7 +1,7 @@
 # The programs that the documents show are the ones the package test runs.
 set(root ${CMAKE_CURRENT_LIST_DIR}/../../..)
 foreach(pair tests/abi/package/readme_program.c:README.md tests/abi/package/program.cpp:README.md
-             samples/redirect.c:docs/redirect.md)
+             samples/redirect.c:docs/redirect.md samples/Guide.java:docs/java.md)
   string(REPLACE ":" ";" pair ${pair})
   list(GET pair 0 source)
   list(GET pair 1 document)
