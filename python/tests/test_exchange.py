@@ -85,7 +85,7 @@ def test_installed_without_network(tmp_path):
                     "--disable-pip-version-check", "--root-user-action=ignore", "--target", tmp_path / "site",
                     ROOT / "python"], check=True, env=environment, cwd=tmp_path)
     environment.pop("VKKRNX_LIBRARY")
-    program = "import vkkrnx; print(vkkrnx.__file__, vkkrnx.Bitmap(3, 2).fill(255).pixel(1, 2))"
+    program = "import vkkrnx, vkkrnx.cluster; print(vkkrnx.__file__, vkkrnx.Bitmap(3, 2).fill(255).pixel(1, 2))"
     done = subprocess.run([sys.executable, "-c", program], capture_output=True, text=True, check=True,
                           env=environment | {"PYTHONPATH": str(tmp_path / "site")}, cwd=tmp_path)
     assert done.stdout == f"{tmp_path}/site/vkkrnx/__init__.py (255, 0, 0)\n"
