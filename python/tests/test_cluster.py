@@ -101,9 +101,9 @@ def test_needed_rows_are_what_is_read():
 
 
 REFUSED = ["rotate --angle 30", "rotate --angle 90", "warp --corners 0,0", "trim", "convert --bits 8", "alpha --value 3",
-           "convert --bits 8 --palette fixed", "resize --size 5x5 --filter favor-black", "window", "extend --by 0,1,0,0 --kind wrap",
-           "fill --color 000000 --flood 3,3", "crop --rect 900,0,5,5", "crop", "resize", "flip --strong", "nonsense", "resize --size axb",
-           "resize --filter", "convert --bits 32", "convert --bits 12"]
+           "convert --bits 8 --palette fixed", "resize --size 5x5 --filter favor-black", "window", "crop", "resize",
+           "extend --by 0,1,0,0 --kind wrap", "fill --color 000000 --flood 3,3", "crop --rect 900,0,5,5", "flip --strong",
+           "nonsense", "resize --size axb", "resize --filter", "convert --bits 32", "convert --bits 12"]
 
 
 def test_refusals(tmp_path):

@@ -73,7 +73,7 @@ def test_made_files_are_fresh():
     done = subprocess.run([sys.executable, ROOT / "scripts" / "python_declarations.py", "--check"], check=False)
     assert done.returncode == 0
     cmake = (ROOT / "CMakeLists.txt").read_text(encoding="utf-8")
-    import vkkrnx  # pylint: disable=import-outside-toplevel
+    import vkkrnx
     assert f"VERSION {vkkrnx.__version__} " in cmake
 
 

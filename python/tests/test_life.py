@@ -140,10 +140,12 @@ REFUSED = [
     (ValueError, lambda b: b.combine(b.copy(), operation="nonsense")), (TypeError, lambda b: b.region.polygon([1])),
     (VkValueError, lambda b: Bitmap.from_dib(bytes(60))), (ValueError, lambda b: Bitmap.from_dib(b"")),
     (VkError, lambda b: Bitmap.from_dib(b"\x28" + bytes(3) + b"\xff" * 60)),
-    (ValueError, lambda b: Bitmap.from_yuv(bytes(5), "I420", 4, 4)), (ValueError, lambda b: Bitmap.from_yuv(bytes(99), "XXXX", 4, 4)),
+    (ValueError, lambda b: Bitmap.from_yuv(bytes(5), "I420", 4, 4)),
+    (ValueError, lambda b: Bitmap.from_yuv(bytes(99), "XXXX", 4, 4)),
     (ValueError, lambda b: Bitmap.from_yuv(bytes(99), "I420", -4, 4)), (ValueError, lambda b: b.to_yuv("too long")),
     (KeyError, lambda b: b.to_dib("v9")), (ValueError, lambda b: Bitmap.from_array(np.zeros((2, 2, 5), np.uint8))),
-    (ValueError, lambda b: Bitmap.from_array(np.zeros((2, 2)))), (VkError, lambda b: Bitmap.from_array(np.zeros((0, 4), np.uint8))),
+    (ValueError, lambda b: Bitmap.from_array(np.zeros((2, 2)))),
+    (VkError, lambda b: Bitmap.from_array(np.zeros((0, 4), np.uint8))),
     (ValueError, lambda b: b.set_rows(3, np.zeros((2, 4, 3), np.uint8))), (ValueError, lambda b: b.resize_from(b)),
     (ValueError, lambda b: Palette.gray(40)), (VkError, lambda b: Palette.fixed(40)), (IndexError, lambda b: Palette.cube()[256]),
     (ValueError, lambda b: setattr(b, "gray_range", (9, 3))), (OverflowError, lambda b: setattr(b, "resolution", (1 << 40, 0))),
@@ -158,7 +160,7 @@ def test_refusals():
     for i, (expected, use) in enumerate(REFUSED):
         try:
             use(bitmap)
-        except Exception as error:  # pylint: disable=broad-except
+        except Exception as error:
             kinds = expected if isinstance(expected, tuple) else (expected,)
             if TypeError in kinds or AttributeError in kinds:
                 kinds += (TypeError, AttributeError)
@@ -201,6 +203,26 @@ def test_status_callbacks():
             with pytest.raises(error):
                 bitmap.to_dib()
     np.testing.assert_array_equal(bitmap.to_array(), before)
+    # Two threads whose callbacks want each other's bitmap do not wait for ever.
+    others = [Bitmap(300, 300), Bitmap(300, 300)]
+    met = threading.Barrier(2, timeout=60)
+
+    def work(number):
+        def callback(percent):
+            if percent == 50:
+                met.wait()
+                outcomes.append(pytest.raises(BusyError, others[1 - number].fill, 0))
+                met.wait()
+        with vkkrnx.status(callback):
+            others[number].resize(400)
+
+    outcomes = []
+    threads = [threading.Thread(target=work, args=(number,)) for number in range(2)]
+    for thread in threads:
+        thread.start()
+    for thread in threads:
+        thread.join(60)
+    assert len(outcomes) == 2
     count = len(inner)
     bitmap.resize(100)
     assert len(inner) == count > 0
@@ -232,7 +254,7 @@ def test_threads():
             assert seen
         except BufferError:
             pass  # another thread's array
-        except BaseException as error:  # pylint: disable=broad-except
+        except BaseException as error:
             failures.append(repr(error))
 
     threads = [threading.Thread(target=work, args=(number,)) for number in range(6)]
@@ -258,7 +280,8 @@ def test_settings():
     tiled = Bitmap(1000, 10, storage="tiled")
     assert tiled.memory_info.tiles == 10 and tiled.move_to("tiled", tile_size=6000).memory_info.tiles == 5
     vkkrnx.set_thresholds(tile_size=0)
-    for wrong in (lambda: vkkrnx.set_workers(-1), lambda: vkkrnx.set_thresholds(largest=-500), lambda: vkkrnx.set_disk_threshold(-9)):
+    for wrong in (lambda: vkkrnx.set_workers(-1), lambda: vkkrnx.set_thresholds(largest=-500),
+                  lambda: vkkrnx.set_disk_threshold(-9)):
         with pytest.raises(VkError):
             wrong()
     if os.name != "nt":

@@ -24,7 +24,7 @@ def _global_memory() -> tuple[Any, Any]:
     """The library's functions for movable memory, or the system's where it has them, and the cffi they go by."""
     if os.name != "nt":
         return ffi, lib
-    import cffi  # pylint: disable=import-outside-toplevel
+    import cffi
     system: Any = cffi.FFI()
     system.cdef("void* GlobalAlloc(uint32_t, size_t); void* GlobalLock(void*); int GlobalUnlock(void*);"
                 "void* GlobalFree(void*);")
@@ -123,8 +123,8 @@ class Exchange(Rows):
 
     def to_pillow(self) -> PIL.Image.Image:
         """A Pillow image of the picture as displayed: "1", "L", "P", "RGB", "RGBA" or "I;16"; 16-bit channels become 8."""
-        import numpy as np  # pylint: disable=import-outside-toplevel
-        import PIL.Image  # pylint: disable=import-outside-toplevel
+        import numpy as np
+        import PIL.Image
         record = self._live()
         bits, is_gray = record.BitsPerPixel, record.Order == c.COLORORDER_GRAY
         if bits in (48, 64) or (bits > 8 and record.Order in (c.COLORORDER_ROMM, c.COLORORDER_RGB565)) or \
@@ -150,7 +150,7 @@ class Exchange(Rows):
         return self._of(result)
 
     def _indexed_image(self, pixels: Any, is_gray: bool) -> PIL.Image.Image:
-        import PIL.Image  # pylint: disable=import-outside-toplevel
+        import PIL.Image
         record = self._live()
         levels = Palette.gray(8)
         palette = levels if is_gray or record.Palette == NULL else Palette._of(record.Palette, record.Colors)
@@ -165,7 +165,7 @@ class Exchange(Rows):
     @classmethod
     def from_pillow(cls: type[_T], image: PIL.Image.Image) -> _T:
         """From a Pillow image: 1, 8 (gray or palette) or 16 bits, 24 or 32; what else there is becomes colours."""
-        import numpy as np  # pylint: disable=import-outside-toplevel
+        import numpy as np
         mode = image.mode
         if mode == "P" and "transparency" in image.info or mode in ("LA", "La", "PA", "RGBa"):
             image = image.convert("RGBA")

@@ -1,16 +1,17 @@
-"""One operation at a time on each bitmap and list. Threads wait for each other; a callback that turns to a bitmap of the
-very operation that called it gets an exception, as it would wait for itself."""
+"""One operation at a time on each bitmap and list. Threads wait for each other; a callback does not wait: it gets an
+exception for a bitmap that is in use, be it by the operation that called it or by one whose callback waits for this one's."""
 from __future__ import annotations
 
 import threading
 from contextlib import ExitStack
 from threading import get_ident
 
+from ._library import state
 from .errors import BusyError
 
 
 class Guard:
-    """A lock that knows when its own thread asks again."""
+    """A lock that knows when waiting for it may have no end."""
 
     __slots__ = ("lock", "owner")
 
@@ -21,7 +22,7 @@ class Guard:
     def __enter__(self) -> None:
         me = get_ident()
         if not self.lock.acquire(False):
-            if self.owner == me:
+            if self.owner == me or state.callbacks:
                 raise BusyError("the bitmap is in the middle of an operation")
             self.lock.acquire()
         self.owner = me

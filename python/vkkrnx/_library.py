@@ -46,6 +46,7 @@ class CallbackState(threading.local):
     """What callbacks of the running thread have to know."""
 
     callback: Any = None  # of the status
+    callbacks: int = 0  # that run, one inside of the other
     error: BaseException | None = None  # raised in a callback of the call that runs
 
 

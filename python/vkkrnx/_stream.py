@@ -16,7 +16,7 @@ _LOBES = {Filter.BICUBIC: 2, Filter.SHARP: 3}
 _OWNED = 2  # what a data callback answers that did all there is to do
 
 
-def needed_rows(source: int, target: int, first: int, last: int, filter: Filter | str, *,  # pylint: disable=redefined-builtin
+def needed_rows(source: int, target: int, first: int, last: int, filter: Filter | str, *,
                 grows: bool = True) -> tuple[int, int]:
     """Which of `source` rows those from `first` to before `last` of `target` rows are made of. grows: whether a side of
     the picture does, as bicubic resizing takes means otherwise."""
@@ -65,11 +65,11 @@ class _Part:
                 raise LookupError(f"row {row} is needed, but there are {self._range.start} to {self._range.stop - 1}")
             ffi.memmove(into, self._rows + start, size)
             return size
-        except BaseException as error:  # pylint: disable=broad-except
+        except BaseException as error:
             return stopped(error)
 
 
-def resized_part(part: Bitmap, at: int, source_height: int, width: int, height: int, filter: Filter | str,  # pylint: disable=redefined-builtin
+def resized_part(part: Bitmap, at: int, source_height: int, width: int, height: int, filter: Filter | str,
                  first: int, last: int) -> Bitmap:
     """The rows from `first` to before `last` of a picture of `source_height` rows that is resized to width x height.
     `part` has its rows from `at` on, at least the needed_rows, in plain memory."""

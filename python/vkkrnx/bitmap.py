@@ -83,7 +83,7 @@ class Bitmap(ColorChanges, Shapes, Mixing, Shown, Exchange):
         of uint16 and uint32: gray of 16 and 32 bits (bits=12: of 12). (rows, columns, 3) or 4 channels: colours of 8 or 16
         bits a channel, in the order RGB unless told otherwise.
         copy=False: the bitmap's pixels are the array's; ValueError where its rows are not laid out as a bitmap's."""
-        import numpy as np  # pylint: disable=import-outside-toplevel
+        import numpy as np
         array = np.asarray(array)
         depth, form = cls._form_of(array, bits, order, palette)
         height, width = array.shape[:2]

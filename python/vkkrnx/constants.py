@@ -1,4 +1,6 @@
-"""The numbers of the C interface, by their names there. Made by scripts/python_declarations.py from the public headers; a test compares."""
+"""The numbers of the C interface, by their names there.
+
+Made by scripts/python_declarations.py from the public headers; a test compares."""
 
 DUPFLAG_PALETTE = 1
 DUPFLAG_OVERLAYS = 2

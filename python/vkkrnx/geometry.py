@@ -59,8 +59,8 @@ class Rect(NamedTuple):
         """Whether a point (x, y), or a whole rectangle, is inside."""
         if isinstance(what, Rect):
             return lib.V_Rect_ContainsRect(self._record(), what._record()) == 1
-        x, y = what  # type: ignore[misc]
-        return lib.V_Rect_ContainsPoint(self._record(), x, y) == 1
+        point: Any = what
+        return lib.V_Rect_ContainsPoint(self._record(), point[0], point[1]) == 1
 
     def inflated(self, dx: int, dy: int) -> Rect:
         """With all edges moved outwards, or inwards by negative numbers."""

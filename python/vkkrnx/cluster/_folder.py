@@ -69,8 +69,14 @@ def do_picture(name: str, job: _Job) -> tuple[str | None, str]:
     with tempfile.TemporaryDirectory(dir=job.scratch) as folder:
         source, target = os.path.join(folder, "in"), os.path.join(folder, "out")
         os.mkdir(source)
-        os.symlink(os.path.join(job.source, name), os.path.join(source, name))
+        picture = os.path.join(job.source, name)
+        try:
+            os.symlink(picture, os.path.join(source, name))
+        except OSError:  # where links are for administrators
+            shutil.copyfile(picture, os.path.join(source, name))
         done = _batch(job, source, target)
+        if done.returncode < 0:
+            raise RuntimeError(f"the command was ended by signal {-done.returncode}")
         made = os.listdir(target) if done.returncode == 0 else []
         if len(made) != 1:
             return None, _message(done, source)
