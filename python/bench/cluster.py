@@ -3,10 +3,11 @@
     VKKRNX_LIBRARY=build/native/libVkkrnx.so VKKRNX_VK=build/native/vk PYTHONPATH=python \
         python3 python/bench/cluster.py [PICTURES] [ROUNDS]
 
-The workers exist and have done pictures before the clock runs; each is a session of its own, as on a machine of its own, since
-systems share busy processors out by sessions. Rounds of one and two workers take turns; the figure is the
-median of the rounds' ratios. On a machine that others use at the same time it tells much of these; the seconds that processors
-gave to the command, to the workers around it, and to scheduler and client tell how much of the work is not the pictures'."""
+The workers exist and have done pictures before the clock runs; each begins a scheduling group of its own (setsid), as on a
+machine of its own, since systems share busy processors out by such groups. Rounds of one and two workers take turns; the
+figure is the median of the rounds' ratios. On a machine that others use at the same time it tells much of these; the seconds
+that processors gave to the command, to the workers around it, and to scheduler and client tell how much of the work is not
+the pictures'."""
 import os
 import pathlib
 import shutil
@@ -19,14 +20,14 @@ import time
 from vkkrnx.cluster import connected, run_folder
 
 SAMPLES = pathlib.Path(__file__).resolve().parents[2] / "samples"
-CHAIN = "rotate --angle 3 --filter bicubic resize --size 1600x --filter sharp".split()
+CHAIN = "rotate --angle 3 --filter bicubic resize --size 1000x --filter sharp".split()
 
 
 def make_pictures(folder, count):
     for i in range(count):
         sample = ("rocket.jpg", "astronaut.png")[i % 2]
         subprocess.run([os.environ["VKKRNX_VK"], "resize", SAMPLES / sample, folder / f"{i:03}.jpg", "--size",
-                        f"{1200 + i}x", "--filter", "bicubic"], check=True, stdout=subprocess.DEVNULL)
+                        f"{800 + i}x", "--filter", "bicubic"], check=True, stdout=subprocess.DEVNULL)
 
 
 def spent(client):

@@ -130,7 +130,7 @@ REFUSED = [
     (IndexError, lambda b: b.pixel(4, 0)), (VkValueError, lambda b: b.set_pixel(0, -1, 0)),
     (OverflowError, lambda b: b.pixel(1 << 33, 0)), (ValueError, lambda b: b.fill("12345")),
     (ValueError, lambda b: b.fill((1, 2, 300))), (ValueError, lambda b: b.resize()), (VkValueError, lambda b: b.resize(-3, 5)),
-    (VkError, lambda b: b.convert(13)), (VkError, lambda b: b.convert(24, order="gray")),
+    (ValueError, lambda b: b.convert(8, palette=Palette([]))), (VkError, lambda b: b.convert(13)), (VkError, lambda b: b.convert(24, order="gray")),
     (ValueError, lambda b: b.crop(Rect(9, 9, 12, 12))), (VkValueError, lambda b: b.extend(-1)),
     (ValueError, lambda b: b.warp_corners([(0, 0)] * 3)), (VkValueError, lambda b: b.warp_corners([(0, 0)] * 4)),
     (VkValueError, lambda b: b.warp_grid([[(0, 0)]])), (ValueError, lambda b: b.warp_grid([[(0, 0), (1, 1)], [(0, 0)]])),

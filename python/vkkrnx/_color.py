@@ -28,6 +28,8 @@ class ColorChanges(BitmapBase):
         entries: Any = NULL
         if isinstance(palette, Palette):
             entries, colors = palette._entries, len(palette)
+            if colors == 0:  # which the library takes for as many as the depth can number
+                raise ValueError("a palette of no colours")
         elif palette is not None:
             flags |= chosen(Colors, palette)
         method = None if dither is None else chosen(Dither, dither)

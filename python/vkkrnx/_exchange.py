@@ -122,7 +122,8 @@ class Exchange(Rows):
     # ---------------------------------------------------------------------------------------------- Pillow
 
     def to_pillow(self) -> PIL.Image.Image:
-        """A Pillow image of the picture as displayed: "1", "L", "P", "RGB", "RGBA" or "I;16"; 16-bit channels become 8."""
+        """A Pillow image of the picture as displayed: "1", "L", "P", "RGB", "RGBA", or "I;16" for
+        deep gray, whose samples stay as they are. Channels of 16 bits become 8."""
         import numpy as np
         import PIL.Image
         record = self._live()
@@ -135,8 +136,8 @@ class Exchange(Rows):
             pixels = pixels[..., [2, 1, 0, 3][:pixels.shape[2]]] if record.Order == c.COLORORDER_BGR else pixels
             image = PIL.Image.fromarray(np.ascontiguousarray(pixels))
         elif bits > 8:
-            image = PIL.Image.fromarray(np.ascontiguousarray(pixels.astype(np.uint16) if bits < 32 else pixels >> 16)
-                                        .astype(np.uint16))
+            samples = pixels >> 16 if bits == 32 else pixels
+            image = PIL.Image.fromarray(np.ascontiguousarray(samples.astype(np.uint16)))
         else:
             image = self._indexed_image(np.ascontiguousarray(pixels.astype(np.uint8)), is_gray)
         if record.XResolution > 0 and record.YResolution > 0:
