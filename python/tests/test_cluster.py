@@ -128,7 +128,7 @@ def test_bands_fit_their_memory(tmp_path):
     stages = make_stages(form, ["resize", "--size", "5000x9000", "flip"])
     bands = cut(stages, form, 10 << 20)
     assert bands[0][0] == 0 and bands[-1][1] == 9000 and all(a[1] == b[0] for a, b in zip(bands, bands[1:]))
-    assert 9000 * 15000 * 4 / (10 << 20) <= len(bands) <= 3 * 9000 * 15000 * 4 / (10 << 20)
+    assert 9000 * 15000 * 6 / (10 << 20) <= len(bands) <= 3 * 9000 * 15000 * 6 / (10 << 20)
 
 
 @pytest.fixture(scope="module", name="client")

@@ -10,6 +10,7 @@ import uuid
 from collections.abc import Callable, Sequence
 from typing import Any
 
+from ..settings import trim_memory
 from ._engine import connected, each_done
 from ._pnm import PnmSource, encode, header
 from ._stages import cut, make_band, make_stages
@@ -37,6 +38,7 @@ def do_band(span: Span, job: _Job) -> Span:
     with open(handle, "wb") as file:
         file.write(encode(band))
     os.replace(name, job.band_file(span))
+    trim_memory()
     return span
 
 

@@ -28,6 +28,7 @@ REFUSED = {
     "alpha": "PNM, in which such pictures are kept, has no alpha",
 }
 
+COPIES = 6
 Options = dict[str, str]
 
 
@@ -274,9 +275,10 @@ def make_band(stages: list[Stage], read: Callable[[int, int], Bitmap], first: in
 
 
 def band_bytes(stages: list[Stage], source: Form, first: int, last: int) -> int:
-    """About how much memory a band of the result takes while it is made."""
+    """About how much memory a band of the result takes while it is made: its largest form as the file's bytes, as pixels
+    going in and coming out, and what resizing and the memory's own management keep."""
     forms = [source] + [stage.form_out for stage in stages]
-    return max(form.row_bytes * (end - begin) for form, (begin, end) in zip(forms, rows_needed(stages, first, last))) * 4
+    return max(form.row_bytes * (end - begin) for form, (begin, end) in zip(forms, rows_needed(stages, first, last))) * COPIES
 
 
 def cut(stages: list[Stage], source: Form, memory: int) -> list[tuple[int, int]]:
