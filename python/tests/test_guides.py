@@ -6,6 +6,7 @@ import subprocess
 import sys
 
 import pytest
+from vkkrnx.cluster.__main__ import main
 
 ROOT = pathlib.Path(__file__).resolve().parents[2]
 
@@ -41,7 +42,8 @@ def test_python_guide(place):
 
 def test_cluster_guide(place):
     for line in "".join(blocks("cluster.md", "sh")).splitlines():
-        run([sys.executable, *line.split()[1:]])
+        words = line.split()
+        assert words[:3] == ["python3", "-m", "vkkrnx.cluster"] and main(words[3:]) == 0
     (program,) = blocks("cluster.md", "python")
     (place / "program.py").write_text(program, encoding="utf-8")
     assert run([sys.executable, "program.py"]) == "2 {}\n"
