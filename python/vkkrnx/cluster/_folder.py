@@ -5,6 +5,7 @@ from __future__ import annotations
 import dataclasses
 import os
 import pathlib
+import re
 import shutil
 import subprocess
 import tempfile
@@ -15,7 +16,7 @@ from typing import Any
 
 from ._engine import connected, each_done
 
-EXTENSIONS = {".bmp", ".jpg", ".jpeg", ".pbm", ".pgm", ".png", ".pnm", ".ppm", ".tif", ".tiff"}
+EXTENSIONS = {"jpeg": (".jpg", ".jpeg"), "pnm": (".pnm", ".pbm", ".pgm", ".ppm"), "tiff": (".tif", ".tiff")}
 USAGE = 2  # the command's exit code for a wrong command line
 
 
@@ -93,11 +94,22 @@ def _check_chain(job: _Job) -> None:
             raise (UsageError if done.returncode == USAGE else RuntimeError)(_message(done, folder))
 
 
-def _check_names(names: list[str], extension: str | None) -> None:
+def _formats(command: str | None) -> tuple[list[str], list[str]]:
+    """The extensions of what the command reads, and of what it writes."""
+    said = subprocess.run([find_command(command), "--version"], capture_output=True, text=True, check=True).stdout
+    lists = re.findall(r"(?:reads|writes) ([^;\n]*)", said)
+    formats = [[name.strip().lower() for name in words.split(",")] for words in lists]
+    reads, writes = ([end for name in names for end in EXTENSIONS.get(name, ("." + name,))] for names in formats)
+    return reads, writes
+
+
+def _check_names(names: list[str], extension: str | None, writes: list[str]) -> None:
     """No two pictures may become one."""
     taken: dict[str, str] = {}
     for name in names:
-        target = pathlib.PurePath(name).stem + "." + extension if extension else name
+        path = pathlib.PurePath(name)
+        target = name if path.suffix.lower() in writes else path.stem + (".png" if ".png" in writes else ".pnm")
+        target = path.stem + "." + extension if extension else target
         if target in taken:
             raise UsageError(f"{taken[target]} and {name} would both become {target}")
         taken[target] = name
@@ -118,9 +130,10 @@ def run_folder(source: str | os.PathLike[str], target: str | os.PathLike[str], c
     flags = [*options, "--format", extension] if extension else list(options)
     scratch = os.path.join(target, f".vkkrnx-{uuid.uuid4().hex}")
     job = _Job(os.path.abspath(source), target, scratch, tuple(chain), tuple(flags), os.getcwd(), command)
+    reads, writes = _formats(command)
     names = sorted(entry.name for entry in os.scandir(source)
-                   if entry.is_file() and pathlib.PurePath(entry.name).suffix.lower() in EXTENSIONS)
-    _check_names(names, extension)
+                   if entry.is_file() and pathlib.PurePath(entry.name).suffix.lower() in reads)
+    _check_names(names, extension, writes)
     _check_chain(job)
     os.makedirs(scratch)
     result = FolderResult([], {}, 0.0)
