@@ -10,7 +10,8 @@ exec </dev/null
 . scripts/packages.sh
 ensure_packages build-essential cmake ninja-build ccache pkg-config python3 googletest clang clang-format doxygen \
     libclang-rt-dev libpng-dev libjpeg-dev libbenchmark-dev libtiff-dev libyuv-dev libpixman-1-dev \
-    g++-mingw-w64-x86-64-posix wine wine64 llvm lld default-jdk-headless junit5
+    g++-mingw-w64-x86-64-posix wine wine64 llvm lld default-jdk-headless junit5 \
+    python3-cffi python3-numpy python3-pil python3-pytest python3-distributed python3-pip
 
 jobs=$(nproc)
 export CCACHE_BASEDIR=$PWD CCACHE_NOHASHDIR=1 CTEST_PARALLEL_LEVEL=$jobs
@@ -30,7 +31,7 @@ prepare() {
 
 mkdir -p build
 started=$SECONDS
-prepare native all -DVKKRNX_BENCH=ON -DVKKRNX_JAVA=ON
+prepare native all -DVKKRNX_BENCH=ON -DVKKRNX_JAVA=ON -DVKKRNX_PYTHON=ON
 prepare windows all -DVKKRNX_JAVA=ON
 prepare asan all
 prepare tsan 'vk_tests vk_abi_tests' -DVKKRNX_TOOLS=OFF
