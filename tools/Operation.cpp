@@ -88,7 +88,7 @@ void run_piped(const Operation& operation, const Arguments& arguments)
     {
         BufferRedirection input;
         input.fill_from_input();
-        bitmap = load_bitmap("standard input", shown("reading"));
+        bitmap = load_bitmap("standard input", shown("reading"), read_options(arguments));
     }
     const Milliseconds spent = act(operation, action, *bitmap);
     const WriteOptions options = write_options(arguments);
@@ -109,7 +109,7 @@ void run_operation(const Operation& operation, const Arguments& arguments)
     const Action action = operation.prepare(arguments);
     const WriteOptions options = write_options(arguments);
     const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1], options);
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"));
+    const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"), read_options(arguments));
     const Milliseconds spent = act(operation, action, *bitmap);
     save_bitmap(*bitmap, *writer, options, shown("writing"));
     describe(bitmap->record(), arguments.files[1], spent).print(arguments.has("--json"));

@@ -18,16 +18,20 @@ void unseen(int32_t, int32_t)
     }
 }
 
-std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done)
+std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done, const ReadOptions& options)
 {
-    const std::unique_ptr<PictureReader> reader = open_picture(name);
-    const PictureInfo& info = reader->info();
+    return load_page(*open_picture(name, options), row_done);
+}
+
+std::unique_ptr<Bitmap> load_page(PictureReader& reader, const RowDone& row_done)
+{
+    const PictureInfo& info = reader.info();
     auto bitmap = std::make_unique<Bitmap>(info);
-    bitmap->profile = info.profile;
+    bitmap->take_notes(info);
     Access access(*bitmap);
     std::vector<uint8_t> row(info.row_bytes());
     for (int32_t y = 0; y < info.height; ++y) {
-        reader->read_row(row.data());
+        reader.read_row(row.data());
         access.put(y, row.data(), row.size());
         row_done(y + 1, info.height);
     }
@@ -82,12 +86,19 @@ PictureInfo file_info(const BITMAPHANDLE& bitmap, const FileForm& form)
 
 void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
 {
+    save_page(bitmap, writer, options, row_done);
+    writer.finish();
+}
+
+void save_page(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
+{
     if (!bitmap.rows_as_they_are && (options.bare || !writer.keeps_orientation())) {
         bitmap.turn_upright();
     }
     const BITMAPHANDLE& record = bitmap.record();
     const FileForm form = file_form(record);
     PictureInfo info = file_info(record, form);
+    info.frame = bitmap.frame();
     if (!options.bare) {
         info.orientation = record.ViewPerspective;
         // It may have been made for other pixels than it comes to belong to.
@@ -111,7 +122,6 @@ void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& opti
         writer.write_row(row.data());
         row_done(y + 1, record.Height);
     }
-    writer.finish();
 }
 
 } // namespace vk::tool

@@ -43,7 +43,7 @@ struct Job {
 /** What the workers share. */
 class Work {
 public:
-    Work(const std::vector<Action>& chain, const WriteOptions& options, std::vector<Job>& jobs)
+    Work(const std::vector<Action>& chain, const FileOptions& options, std::vector<Job>& jobs)
         : chain_(chain), options_(options), jobs_(jobs)
     {}
 
@@ -55,7 +55,7 @@ private:
     void convert(const Job& job) const;
 
     const std::vector<Action>& chain_;
-    const WriteOptions& options_;
+    const FileOptions& options_;
     std::vector<Job>& jobs_;
     std::atomic<size_t> next_{0};
     std::mutex progress_mutex_;
@@ -70,12 +70,12 @@ int stop_when_interrupted(int, void*)
 
 void Work::convert(const Job& job) const
 {
-    const std::unique_ptr<PictureWriter> writer = create_picture(job.target, options_);
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(job.source, &unseen);
+    const std::unique_ptr<PictureWriter> writer = create_picture(job.target, options_.write);
+    const std::unique_ptr<Bitmap> bitmap = load_bitmap(job.source, &unseen, options_.read);
     for (const Action& action : chain_) {
         action(*bitmap);
     }
-    save_bitmap(*bitmap, *writer, options_, &unseen);
+    save_bitmap(*bitmap, *writer, options_.write, &unseen);
 }
 
 void Work::run_job(Job& job) noexcept
@@ -164,7 +164,7 @@ std::vector<Job> plan_jobs(const Arguments& arguments, const std::string& to)
 }
 
 /** Queues the workers and waits for them. */
-void run_workers(const std::vector<Action>& chain, const WriteOptions& options, std::vector<Job>& jobs, int32_t workers)
+void run_workers(const std::vector<Action>& chain, const FileOptions& options, std::vector<Job>& jobs, int32_t workers)
 {
     constexpr auto kRun = [](VKWorkItems* batch, void* work) { return static_cast<Work*>(work)->run(*batch); };
     Work work(chain, options, jobs);
@@ -216,7 +216,7 @@ void run_batch(const Arguments& arguments)
         throw UsageError("-o needs to be given");
     }
     const std::vector<Action> chain = read_chain(arguments.chain);
-    const WriteOptions options = write_options(arguments);
+    const FileOptions options(arguments);
     const auto cores = static_cast<int32_t>(VKThreadToolsManaged::GetCoreCount());
     const int32_t asked = std::min(count_option(arguments, "--jobs", cores), kMostJobs);
     std::vector<Job> jobs = plan_jobs(arguments, *to);

@@ -153,8 +153,8 @@ void run_compare(const Arguments& arguments)
 {
     const int32_t tolerance = number_option(arguments, "--tolerance", 0, 0, 0xFFFF);
     const WriteOptions options = write_options(arguments);
-    const std::unique_ptr<Bitmap> first = load_bitmap(arguments.files[0], unseen);
-    const std::unique_ptr<Bitmap> second = load_bitmap(arguments.files[1], unseen);
+    const std::unique_ptr<Bitmap> first = load_bitmap(arguments.files[0], unseen, read_options(arguments));
+    const std::unique_ptr<Bitmap> second = load_bitmap(arguments.files[1], unseen, read_options(arguments));
     const Form form = {is_deep(first->record()) || is_deep(second->record()),
                        has_alpha(first->record()) || has_alpha(second->record())};
     bring_to(*first, form);
