@@ -150,6 +150,7 @@ void Bitmap::take_notes(const PictureInfo& info)
 {
     profile = info.profile;
     frame_ = info.frame;
+    knows_resolution_ = info.x_resolution > 0 && info.y_resolution > 0;
     frame_width_ = info.width;
     frame_height_ = info.height;
 }

@@ -58,6 +58,8 @@ public:
     void take_notes(const PictureInfo& info);
     /** What it is as a frame; one of another size than it was read with is all of its canvas. */
     std::optional<Frame> frame() const;
+    /** Whether the resolution is more than what a record has when nobody says. */
+    bool knows_resolution() const { return knows_resolution_; }
     MemoryInfo memory_info();
     /** Bytes the pixels take where they are stored now. */
     uint64_t stored_bytes();
@@ -72,6 +74,7 @@ private:
     BITMAPHANDLE record_{};
     std::unique_ptr<uint8_t[]> lent_; ///< pixels of user memory
     std::optional<Frame> frame_;      ///< for the size below
+    bool knows_resolution_ = true;
     int32_t frame_width_ = 0;
     int32_t frame_height_ = 0;
 };

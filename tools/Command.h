@@ -23,6 +23,9 @@ struct Option {
     const char* description; ///< one line
 };
 
+/** Stands between operations. */
+constexpr const char* kThen = "--then";
+
 /** Of the commands that read one picture. */
 constexpr Option kPageOption = {"--page", "N", "of several pictures in the file take the Nth, counted from 1"};
 
@@ -31,6 +34,7 @@ constexpr Option kPipeOptions[] = {
     {"--pipe", nullptr, "read the picture from standard input, write it to standard output; no FILE and OUT then"},
     {"--format", "EXT", "with --pipe: the format to write, by its file name extension"},
     kPageOption,
+    {kThen, "OPERATION...", "go on with another operation and its options; as often as needed"},
 };
 
 /** Of all commands. */
@@ -57,7 +61,7 @@ constexpr Option kWriteOptions[] = {
 class Arguments {
 public:
     std::vector<std::string> files;
-    std::vector<std::string> chain;             ///< what follows the files, where a command takes operations
+    std::vector<std::string> chain;             ///< further operations, where a command takes some
     std::map<std::string, std::string> options; ///< by name; a flag's value is empty
 
     bool has(const std::string& name) const { return options.contains(name); }

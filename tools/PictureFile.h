@@ -6,6 +6,7 @@
 #define VK_TOOLS_PICTURE_FILE_H
 
 #include "tools/Bitmap.h"
+#include "tools/rows/Rows.h"
 
 #include <functional>
 #include <memory>
@@ -24,6 +25,12 @@ std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_
 
 /** The same of a file that is open already, at the page it is at. */
 std::unique_ptr<Bitmap> load_page(PictureReader& reader, const RowDone& row_done);
+
+/** Holds the rows. */
+std::unique_ptr<Bitmap> gather(RowSource& rows, const RowDone& row_done);
+
+/** Writes rows as a page, or leaves them alone and tells so where they would have to be turned upright first. */
+bool write_rows(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done);
 
 /** Writes the stored rows, brought upright first where the format cannot say how they are displayed. Depths and orders
  *  that picture files do not have are written in the nearest form that has all their values. */

@@ -43,7 +43,7 @@ struct Job {
 /** What the workers share. */
 class Work {
 public:
-    Work(const std::vector<Action>& chain, const FileOptions& options, std::vector<Job>& jobs)
+    Work(const std::vector<Step>& chain, const FileOptions& options, std::vector<Job>& jobs)
         : chain_(chain), options_(options), jobs_(jobs)
     {}
 
@@ -54,7 +54,7 @@ private:
     void run_job(Job& job) noexcept;
     void convert(const Job& job) const;
 
-    const std::vector<Action>& chain_;
+    const std::vector<Step>& chain_;
     const FileOptions& options_;
     std::vector<Job>& jobs_;
     std::atomic<size_t> next_{0};
@@ -71,11 +71,10 @@ int stop_when_interrupted(int, void*)
 void Work::convert(const Job& job) const
 {
     const std::unique_ptr<PictureWriter> writer = create_picture(job.target, options_.write);
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(job.source, &unseen, options_.read);
-    for (const Action& action : chain_) {
-        action(*bitmap);
-    }
-    save_bitmap(*bitmap, *writer, options_.write, &unseen);
+    std::unique_ptr<PictureReader> reader = open_picture(job.source, options_.read);
+    process(*reader, chain_, *writer, options_.write, &unseen);
+    reader.reset(); // the file may be the one to be replaced
+    writer->finish();
 }
 
 void Work::run_job(Job& job) noexcept
@@ -164,7 +163,7 @@ std::vector<Job> plan_jobs(const Arguments& arguments, const std::string& to)
 }
 
 /** Queues the workers and waits for them. */
-void run_workers(const std::vector<Action>& chain, const FileOptions& options, std::vector<Job>& jobs, int32_t workers)
+void run_workers(const std::vector<Step>& chain, const FileOptions& options, std::vector<Job>& jobs, int32_t workers)
 {
     constexpr auto kRun = [](VKWorkItems* batch, void* work) { return static_cast<Work*>(work)->run(*batch); };
     Work work(chain, options, jobs);
@@ -215,7 +214,7 @@ void run_batch(const Arguments& arguments)
     if (!to) {
         throw UsageError("-o needs to be given");
     }
-    const std::vector<Action> chain = read_chain(arguments.chain);
+    const std::vector<Step> chain = read_chain(arguments.chain);
     const FileOptions options(arguments);
     const auto cores = static_cast<int32_t>(VKThreadToolsManaged::GetCoreCount());
     const int32_t asked = std::min(count_option(arguments, "--jobs", cores), kMostJobs);

@@ -4,7 +4,7 @@
  * One page is held at a time.
  */
 #include "tools/FileOptions.h"
-#include "tools/PictureFile.h"
+#include "tools/Operation.h"
 #include "tools/Platform.h"
 #include "tools/Progress.h"
 #include "tools/Report.h"
@@ -90,9 +90,9 @@ void run_split(const Arguments& arguments)
     size_t count = 0;
     do {
         const std::string name = pattern.name(++count);
-        const RowDone row_done = shown("page " + std::to_string(count));
-        const std::unique_ptr<Bitmap> page = load_page(*reader, row_done);
-        save_bitmap(*page, *create_picture(name, options), options, unseen);
+        const std::unique_ptr<PictureWriter> writer = create_picture(name, options);
+        process(*reader, {}, *writer, options, shown("page " + std::to_string(count)));
+        writer->finish();
     } while (reader->next_page());
     Report report;
     report.text("first", "first page", pattern.name(1));
@@ -130,8 +130,7 @@ void run_join(const Arguments& arguments)
             if (++count > 1 && !writer->keeps_pages()) {
                 throw UsageError(out + ": the format has no pages");
             }
-            const std::unique_ptr<Bitmap> page = load_page(*reader, shown("page " + std::to_string(count)));
-            save_page(*page, *writer, options, unseen);
+            process(*reader, {}, *writer, options, shown("page " + std::to_string(count)));
         } while (reader->next_page());
     }
     writer->finish();
