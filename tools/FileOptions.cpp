@@ -36,7 +36,9 @@ void apply_limit(const Arguments& arguments)
 ReadOptions read_options(const Arguments& arguments)
 {
     ReadOptions options;
-    options.page = static_cast<uint32_t>(count_option(arguments, "--page", 1) - 1);
+    if (arguments.has("--page")) {
+        options.page = static_cast<uint32_t>(count_option(arguments, "--page", 1) - 1);
+    }
     options.srgb = arguments.has("--srgb");
     return options;
 }

@@ -123,13 +123,13 @@ void run_operation(const Operation& operation, const Arguments& arguments)
         return run_piped(operation, arguments);
     }
     const std::vector<Step> steps = steps_of(operation, arguments);
-    const WriteOptions options = write_options(arguments);
-    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1], options);
-    std::unique_ptr<PictureReader> reader = open_picture(arguments.files[0], read_options(arguments));
+    const FileOptions options(arguments);
+    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1], options.write);
+    std::unique_ptr<PictureReader> reader = open_picture(arguments.files[0], options.read);
     const auto start = std::chrono::steady_clock::now();
     Progress progress(operation.doing);
-    const PictureInfo info =
-        process(*reader, steps, *writer, options, [&](int32_t done, int32_t total) { progress.count(done, total); });
+    const RowDone row_done = [&](int32_t done, int32_t total) { progress.count(done, total); };
+    const PictureInfo info = process_pages(*reader, steps, *writer, options, row_done);
     reader.reset(); // the file may be the one to be replaced
     writer->finish();
     const Milliseconds spent = std::chrono::steady_clock::now() - start;
@@ -191,6 +191,17 @@ PictureInfo process(PictureReader& reader, const std::vector<Step>& chain, Pictu
     }
     save_page(*bitmap, writer, options, row_done);
     return rows_of(*bitmap)->info();
+}
+
+PictureInfo process_pages(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
+                          const FileOptions& options, const RowDone& row_done)
+{
+    const bool all = !options.read.page && !reader.info().frame && writer.keeps_pages();
+    const PictureInfo first = process(reader, chain, writer, options.write, row_done);
+    while (all && reader.next_page()) {
+        process(reader, chain, writer, options.write, row_done);
+    }
+    return first;
 }
 
 Command operation_command(const Operation& operation)

@@ -8,6 +8,7 @@
 
 #include "tools/Bitmap.h"
 #include "tools/Command.h"
+#include "tools/FileOptions.h"
 #include "tools/PictureFile.h"
 
 #include <functional>
@@ -43,6 +44,11 @@ struct Step {
  *  caller to finish. Gives what the picture has become. */
 PictureInfo process(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
                     const WriteOptions& options, const RowDone& row_done);
+
+/** The same with all pages of a document where the writer has pages, too, unless one is asked for; of an animation with
+ *  the frame at hand. */
+PictureInfo process_pages(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
+                          const FileOptions& options, const RowDone& row_done);
 
 std::span<const Operation* const> operations();
 

@@ -141,6 +141,8 @@ class Pages(FileTest):
             self.same(self.path(f"page{i + 1}.png"), sources[i % 3])
             self.run_vk("convert", self.path("twice.tif"), self.path("one.png"), "--page", str(i + 1))
             self.same(self.path("one.png"), sources[i % 3])
+        self.run_vk("convert", self.path("twice.tif"), self.path("again.tif"), "--bits", "24", "--then", "mirror", "--then", "mirror")
+        self.assertEqual([page["bits_per_pixel"] for page in self.pages("again.tif")], [24] * 6)
         self.fails(3, "page 7", "info", self.path("twice.tif"), "--page", "7")
         self.fails(2, "--page", "info", self.path("twice.tif"), "--page", "0")
         for pattern in ("x.png", "x%s.png", "%d%d.png", "x%", "x%123d.png"):

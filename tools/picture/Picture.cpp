@@ -199,10 +199,11 @@ std::unique_ptr<PictureReader> open_picture(const std::string& name, const ReadO
     if (options.srgb) {
         reader = with_srgb(std::move(reader), name);
     }
-    for (uint32_t i = 0; i < options.page; ++i) {
+    const uint32_t page = options.page.value_or(0);
+    for (uint32_t i = 0; i < page; ++i) {
         if (!reader->next_page()) {
-            throw FileError(name, "there is no page " + std::to_string(options.page + 1) + " in it, only " +
-                                      std::to_string(i + 1));
+            throw FileError(name,
+                            "there is no page " + std::to_string(page + 1) + " in it, only " + std::to_string(i + 1));
         }
     }
     return reader;

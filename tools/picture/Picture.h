@@ -101,8 +101,8 @@ void set_most_pixels(uint64_t pixels);
 
 /** How a picture is read. */
 struct ReadOptions {
-    uint32_t page = 0; ///< of several in the file
-    bool srgb = false; ///< colours become sRGB by the profile that the file has
+    std::optional<uint32_t> page; ///< of several in the file, from 0; else the first
+    bool srgb = false;            ///< colours become sRGB by the profile that the file has
 };
 
 /** Opens a picture of any readable format, which its first bytes tell. FileError when it cannot be read. */
