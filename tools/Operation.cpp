@@ -10,6 +10,7 @@
 #include "tools/Pipe.h"
 #include "tools/Progress.h"
 #include "tools/Report.h"
+#include "tools/TimedFiles.h"
 
 #include <algorithm>
 #include <chrono>
@@ -124,15 +125,16 @@ void run_operation(const Operation& operation, const Arguments& arguments)
     }
     const std::vector<Step> steps = steps_of(operation, arguments);
     const FileOptions options(arguments);
-    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1], options.write);
-    std::unique_ptr<PictureReader> reader = open_picture(arguments.files[0], options.read);
-    const auto start = std::chrono::steady_clock::now();
+    Clock::duration files{};
+    TimedWriter writer(create_picture(arguments.files[1], options.write), files);
+    auto reader = std::make_unique<TimedReader>(open_picture(arguments.files[0], options.read), files);
+    const Clock::time_point start = Clock::now();
     Progress progress(operation.doing);
     const RowDone row_done = [&](int32_t done, int32_t total) { progress.count(done, total); };
-    const PictureInfo info = process_pages(*reader, steps, *writer, options, row_done);
+    const PictureInfo info = process_pages(*reader, steps, writer, options, row_done);
     reader.reset(); // the file may be the one to be replaced
-    writer->finish();
-    const Milliseconds spent = std::chrono::steady_clock::now() - start;
+    writer.finish();
+    const Milliseconds spent = Clock::now() - start - files;
     describe(info, arguments.files[1], spent).print(arguments.has("--json"));
 }
 
