@@ -7,7 +7,8 @@ cd "$(dirname "$0")/.."
 
 # shellcheck source=scripts/packages.sh
 . scripts/packages.sh
-ensure_packages build-essential cmake ninja-build ccache pkg-config python3 googletest libpng-dev libjpeg-dev libtiff-dev
+ensure_packages build-essential cmake ninja-build ccache pkg-config python3 googletest libpng-dev libjpeg-dev libtiff-dev \
+    libwebp-dev libgif-dev liblcms2-dev
 
 echo "== building"
 mkdir -p build

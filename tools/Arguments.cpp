@@ -36,6 +36,10 @@ Arguments parse_arguments(const Command& command, std::span<const std::string> w
     bool only_files = false;
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string& word = words[i];
+        if (word == kThen && !only_files && (command.takes_chain || command.can_pipe)) {
+            arguments.chain.assign(words.begin() + static_cast<std::ptrdiff_t>(i), words.end());
+            break;
+        }
         if (only_files || word.size() < 2 || word[0] != '-') {
             if (command.takes_chain && arguments.files.size() == command.file_count) {
                 arguments.chain.assign(words.begin() + static_cast<std::ptrdiff_t>(i), words.end());

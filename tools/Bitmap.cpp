@@ -146,6 +146,26 @@ void Bitmap::turn_upright()
     }
 }
 
+void Bitmap::take_notes(const PictureInfo& info)
+{
+    profile = info.profile;
+    frame_ = info.frame;
+    knows_resolution_ = info.x_resolution > 0 && info.y_resolution > 0;
+    frame_width_ = info.width;
+    frame_height_ = info.height;
+}
+
+std::optional<Frame> Bitmap::frame() const
+{
+    std::optional<Frame> frame = frame_;
+    if (frame && (record_.Width != frame_width_ || record_.Height != frame_height_)) {
+        frame->left = frame->top = 0;
+        frame->canvas_width = record_.Width;
+        frame->canvas_height = record_.Height;
+    }
+    return frame;
+}
+
 MemoryInfo Bitmap::memory_info()
 {
     MemoryInfo info;

@@ -43,6 +43,8 @@ public:
     explicit Bitmap(const PictureInfo& info);
     /** In storage of a kind; OperationError when the library chooses another one. `tile_bytes` is for tiles. */
     Bitmap(const PictureInfo& info, const StorageKind& kind, std::optional<int64_t> tile_bytes);
+    /** Takes a record over. */
+    explicit Bitmap(const BITMAPHANDLE& record) : record_(record) {}
     ~Bitmap() { V_FreeBitmap(&record_); }
     Bitmap(const Bitmap&) = delete;
     Bitmap& operator=(const Bitmap&) = delete;
@@ -52,6 +54,12 @@ public:
     BITMAPHANDLE give_away() { return std::exchange(record_, {}); }
     /** Has the rows as they are displayed, top row first. */
     void turn_upright();
+    /** Remembers what goes along with the pixels. */
+    void take_notes(const PictureInfo& info);
+    /** What it is as a frame; one of another size than it was read with is all of its canvas. */
+    std::optional<Frame> frame() const;
+    /** Whether the resolution is more than what a record has when nobody says. */
+    bool knows_resolution() const { return knows_resolution_; }
     MemoryInfo memory_info();
     /** Bytes the pixels take where they are stored now. */
     uint64_t stored_bytes();
@@ -65,6 +73,10 @@ private:
 
     BITMAPHANDLE record_{};
     std::unique_ptr<uint8_t[]> lent_; ///< pixels of user memory
+    std::optional<Frame> frame_;      ///< for the size below
+    bool knows_resolution_ = true;
+    int32_t frame_width_ = 0;
+    int32_t frame_height_ = 0;
 };
 
 /** Holds a bitmap accessed. */

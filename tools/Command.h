@@ -23,10 +23,18 @@ struct Option {
     const char* description; ///< one line
 };
 
-/** Of the commands that can read standard input and write standard output. */
+/** Stands between operations. */
+constexpr const char* kThen = "--then";
+
+/** Of the commands that read one picture. */
+constexpr Option kPageOption = {"--page", "N", "of several pictures in the file take the Nth, counted from 1"};
+
+/** Of the commands that do an operation to one picture, from standard input to standard output too. */
 constexpr Option kPipeOptions[] = {
     {"--pipe", nullptr, "read the picture from standard input, write it to standard output; no FILE and OUT then"},
     {"--format", "EXT", "with --pipe: the format to write, by its file name extension"},
+    kPageOption,
+    {kThen, "OPERATION...", "go on with another operation and its options; as often as needed"},
 };
 
 /** Of all commands. */
@@ -38,20 +46,22 @@ constexpr Option kReadOptions[] = {
 
 /** Of the commands that write a picture. */
 constexpr Option kWriteOptions[] = {
-    {"--quality", "N", "of JPEG, 1 to 100 (default 90)"},
+    {"--quality", "N", "of JPEG and WebP, 1 to 100 (default 90)"},
+    {"--lossless", nullptr, "WebP that keeps every pixel as it is; pictures of up to 8 bits always do"},
     {"--chroma", "KIND", "of JPEG: 444, 422 or 420 (default): how many pixels share their colour"},
     {"--progressive", nullptr, "JPEG that shows coarsely first"},
-    {"--effort", "N", "of packing PNG and TIFF, 0 (none) to 9 (default 6)"},
+    {"--effort", "N", "of packing PNG, TIFF and WebP, 0 (none) to 9 (default 6)"},
     {"--compression", "KIND",
      "of TIFF: none, packbits, lzw, deflate, group3, group4 or jpeg (default: by the picture)"},
     {"--big", nullptr, "TIFF with room for more than 4 GiB"},
+    {"--srgb", nullptr, "convert the colours to sRGB by the profile that the file read has"},
     {"--strip", nullptr, "write pixels alone: no profile, resolution or orientation"},
 };
 
 class Arguments {
 public:
     std::vector<std::string> files;
-    std::vector<std::string> chain;             ///< what follows the files, where a command takes operations
+    std::vector<std::string> chain;             ///< further operations, where a command takes some
     std::map<std::string, std::string> options; ///< by name; a flag's value is empty
 
     bool has(const std::string& name) const { return options.contains(name); }

@@ -33,6 +33,16 @@ void apply_limit(const Arguments& arguments)
     set_most_pixels(pixels);
 }
 
+ReadOptions read_options(const Arguments& arguments)
+{
+    ReadOptions options;
+    if (arguments.has("--page")) {
+        options.page = static_cast<uint32_t>(count_option(arguments, "--page", 1) - 1);
+    }
+    options.srgb = arguments.has("--srgb");
+    return options;
+}
+
 WriteOptions write_options(const Arguments& arguments)
 {
     WriteOptions options;
@@ -45,6 +55,7 @@ WriteOptions write_options(const Arguments& arguments)
     options.compression = arguments.value("--compression").value_or("");
     options.big = arguments.has("--big");
     options.bare = arguments.has("--strip");
+    options.lossless = arguments.has("--lossless");
     return options;
 }
 

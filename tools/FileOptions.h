@@ -13,7 +13,16 @@ namespace vk::tool {
 /** Puts --limit into force for the rest of the program. */
 void apply_limit(const Arguments& arguments);
 
+ReadOptions read_options(const Arguments& arguments);
 WriteOptions write_options(const Arguments& arguments);
+
+/** Both. */
+struct FileOptions {
+    explicit FileOptions(const Arguments& arguments) : read(read_options(arguments)), write(write_options(arguments)) {}
+
+    ReadOptions read;
+    WriteOptions write;
+};
 
 } // namespace vk::tool
 

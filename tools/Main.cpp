@@ -21,7 +21,10 @@ extern const Command kBatchCommand;
 extern const Command kCompareCommand;
 extern const Command kHoldCommand;
 extern const Command kInfoCommand;
+extern const Command kJoinCommand;
+extern const Command kPagesCommand;
 extern const Command kSheetCommand;
+extern const Command kSplitCommand;
 
 namespace {
 
@@ -29,10 +32,12 @@ namespace {
 const std::vector<Command>& commands()
 {
     static const std::vector<Command> all = [] {
-        std::vector<Command> list = {kInfoCommand, kHoldCommand};
+        std::vector<Command> list = {kInfoCommand, kPagesCommand, kHoldCommand};
         for (const Operation* operation : operations()) {
             list.push_back(operation_command(*operation));
         }
+        list.push_back(kSplitCommand);
+        list.push_back(kJoinCommand);
         list.push_back(kCompareCommand);
         list.push_back(kSheetCommand);
         list.push_back(kBatchCommand);
@@ -153,13 +158,6 @@ int run_program(int argc, char** argv)
 }
 
 } // namespace
-
-void throw_library_error(intptr_t code, const std::string& doing)
-{
-    char text[512] = "";
-    V_GetFriendlyErrorMessageA(static_cast<int>(code), text, sizeof text);
-    throw OperationError(doing + ": " + text + " (code " + std::to_string(code) + ")");
-}
 
 } // namespace vk::tool
 

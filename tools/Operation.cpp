@@ -10,6 +10,7 @@
 #include "tools/Pipe.h"
 #include "tools/Progress.h"
 #include "tools/Report.h"
+#include "tools/TimedFiles.h"
 
 #include <algorithm>
 #include <chrono>
@@ -44,42 +45,54 @@ constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate,  &kWa
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
+void act(const Step& step, Bitmap& bitmap, const char* doing)
+{
+    Progress progress(doing);
+    if (!step.any_view) {
+        bitmap.turn_upright();
+    }
+    step.action(bitmap);
+}
+
 RowDone shown(const char* label)
 {
     return
         [progress = std::make_shared<Progress>(label)](int32_t done, int32_t total) { progress->count(done, total); };
 }
 
-/** Does it, and gives the time that took. */
-Milliseconds act(const Operation& operation, const Action& action, Bitmap& bitmap)
-{
-    const auto start = std::chrono::steady_clock::now();
-    Progress progress(operation.doing);
-    if (!operation.any_view) {
-        bitmap.turn_upright();
-    }
-    action(bitmap);
-    return std::chrono::steady_clock::now() - start;
-}
-
-Report describe(const BITMAPHANDLE& record, const std::string& written_to, Milliseconds spent)
+Report describe(const PictureInfo& info, const std::string& written_to, Milliseconds spent)
 {
     Report report;
     report.text("file", "written to", written_to);
-    report.number("width", "width", record.Width, " pixels");
-    report.number("height", "height", record.Height, " pixels");
-    report.number("bits", "bits per pixel", record.BitsPerPixel);
-    report.number("colors", "palette", record.Colors, " entries");
-    report.number("data_bytes", "data size", static_cast<int64_t>(record.Size64), " bytes");
+    report.number("width", "width", info.width, " pixels");
+    report.number("height", "height", info.height, " pixels");
+    report.number("bits", "bits per pixel", info.bits);
+    report.number("colors", "palette", static_cast<int64_t>(info.palette.size()), " entries");
+    report.number("data_bytes", "data size", static_cast<int64_t>(info.data_bytes()), " bytes");
     report.measure("operation_ms", "time", spent.count(), " ms");
     return report;
+}
+
+Step step_of(const Operation& operation, const Arguments& arguments)
+{
+    const auto prepare_rows = operation.prepare_rows;
+    return {operation.prepare(arguments), prepare_rows == nullptr ? RowStage() : prepare_rows(arguments),
+            operation.any_view};
+}
+
+std::vector<Step> steps_of(const Operation& operation, const Arguments& arguments)
+{
+    std::vector<Step> steps = {step_of(operation, arguments)};
+    std::vector<Step> more = read_chain(arguments.chain);
+    std::move(more.begin(), more.end(), std::back_inserter(steps));
+    return steps;
 }
 
 /** From standard input to standard output, which gets the picture only when it is complete. The report, when it is
  *  asked for, has to go elsewhere. */
 void run_piped(const Operation& operation, const Arguments& arguments)
 {
-    const Action action = operation.prepare(arguments);
+    const std::vector<Step> steps = steps_of(operation, arguments);
     const std::optional<std::string> format = arguments.value("--format");
     if (format && !has_writable_name("x." + *format)) {
         throw UsageError("--format does not know " + *format);
@@ -88,16 +101,20 @@ void run_piped(const Operation& operation, const Arguments& arguments)
     {
         BufferRedirection input;
         input.fill_from_input();
-        bitmap = load_bitmap("standard input", shown("reading"));
+        bitmap = load_bitmap("standard input", shown("reading"), read_options(arguments));
     }
-    const Milliseconds spent = act(operation, action, *bitmap);
+    const auto start = std::chrono::steady_clock::now();
+    for (const Step& step : steps) {
+        act(step, *bitmap, operation.doing);
+    }
+    const Milliseconds spent = std::chrono::steady_clock::now() - start;
     const WriteOptions options = write_options(arguments);
     const std::string name = "standard output" + (format ? "." + *format : default_extension());
     BufferRedirection output;
     save_bitmap(*bitmap, *create_picture(name, options), options, shown("writing"));
     output.send_to_output();
     if (arguments.has("--json")) {
-        describe(bitmap->record(), "standard output", spent).print(true, stderr);
+        describe(rows_of(*bitmap)->info(), "standard output", spent).print(true, stderr);
     }
 }
 
@@ -106,13 +123,19 @@ void run_operation(const Operation& operation, const Arguments& arguments)
     if (arguments.has("--pipe")) {
         return run_piped(operation, arguments);
     }
-    const Action action = operation.prepare(arguments);
-    const WriteOptions options = write_options(arguments);
-    const std::unique_ptr<PictureWriter> writer = create_picture(arguments.files[1], options);
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(arguments.files[0], shown("reading"));
-    const Milliseconds spent = act(operation, action, *bitmap);
-    save_bitmap(*bitmap, *writer, options, shown("writing"));
-    describe(bitmap->record(), arguments.files[1], spent).print(arguments.has("--json"));
+    const std::vector<Step> steps = steps_of(operation, arguments);
+    const FileOptions options(arguments);
+    Clock::duration files{};
+    TimedWriter writer(create_picture(arguments.files[1], options.write), files);
+    auto reader = std::make_unique<TimedReader>(open_picture(arguments.files[0], options.read), files);
+    const Clock::time_point start = Clock::now();
+    Progress progress(operation.doing);
+    const RowDone row_done = [&](int32_t done, int32_t total) { progress.count(done, total); };
+    const PictureInfo info = process_pages(*reader, steps, writer, options, row_done);
+    reader.reset(); // the file may be the one to be replaced
+    writer.finish();
+    const Milliseconds spent = Clock::now() - start - files;
+    describe(info, arguments.files[1], spent).print(arguments.has("--json"));
 }
 
 } // namespace
@@ -122,10 +145,13 @@ std::span<const Operation* const> operations()
     return kOperations;
 }
 
-std::vector<Action> read_chain(std::vector<std::string> words)
+std::vector<Step> read_chain(std::vector<std::string> words)
 {
-    std::vector<Action> chain;
+    std::vector<Step> chain;
     while (!words.empty()) {
+        if (words[0] == kThen && words.size() > 1) {
+            words.erase(words.begin());
+        }
         const auto found = std::find_if(std::begin(kOperations), std::end(kOperations),
                                         [&](const Operation* operation) { return words[0] == operation->name; });
         if (found == std::end(kOperations)) {
@@ -133,15 +159,51 @@ std::vector<Action> read_chain(std::vector<std::string> words)
         }
         const Command step{(*found)->name, "", 0, "", (*found)->options, {}, true};
         Arguments arguments = parse_arguments(step, std::span<const std::string>(words).subspan(1));
-        chain.push_back([action = (*found)->prepare(arguments), any_view = (*found)->any_view](Bitmap& bitmap) {
-            if (!any_view) {
-                bitmap.turn_upright();
-            }
-            action(bitmap);
-        });
+        chain.push_back(step_of(**found, arguments));
         words = std::move(arguments.chain);
     }
     return chain;
+}
+
+PictureInfo process(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
+                    const WriteOptions& options, const RowDone& row_done)
+{
+    Rows rows = rows_of(reader);
+    auto step = chain.begin();
+    for (; step != chain.end() && step->rows; ++step) {
+        if (!step->any_view && rows->info().orientation != TOP_LEFT) {
+            break;
+        }
+        Rows made = step->rows(rows);
+        if (made == nullptr) {
+            break;
+        }
+        rows = std::move(made);
+    }
+    if (step == chain.end() && write_rows(*rows, writer, options, row_done)) {
+        return rows->info();
+    }
+    const std::unique_ptr<Bitmap> bitmap = gather(*rows, row_done);
+    rows.reset();
+    for (; step != chain.end(); ++step) {
+        if (!step->any_view) {
+            bitmap->turn_upright();
+        }
+        step->action(*bitmap);
+    }
+    save_page(*bitmap, writer, options, row_done);
+    return rows_of(*bitmap)->info();
+}
+
+PictureInfo process_pages(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
+                          const FileOptions& options, const RowDone& row_done)
+{
+    const bool all = !options.read.page && !reader.info().frame && writer.keeps_pages();
+    const PictureInfo first = process(reader, chain, writer, options.write, row_done);
+    while (all && reader.next_page()) {
+        process(reader, chain, writer, options.write, row_done);
+    }
+    return first;
 }
 
 Command operation_command(const Operation& operation)

@@ -8,6 +8,8 @@
 
 #include "tools/Bitmap.h"
 #include "tools/Command.h"
+#include "tools/FileOptions.h"
+#include "tools/PictureFile.h"
 
 #include <functional>
 #include <span>
@@ -26,12 +28,32 @@ struct Operation {
     /** Reads the options; UsageError for values that make no sense. */
     Action (*prepare)(const Arguments& arguments);
     bool any_view = false; ///< whether it takes rows that are not upright; others are given upright ones
+    /** Reads the options for doing it to rows as they come; null, or what is made is, where the picture has to be held.
+     *  What comes out is the same. */
+    RowStage (*prepare_rows)(const Arguments& arguments) = nullptr;
 };
+
+/** An operation in a chain. */
+struct Step {
+    Action action;
+    RowStage rows; ///< empty: there is none
+    bool any_view;
+};
+
+/** Takes a page through operations to a writer: as rows as far as they go, the rest as a bitmap. The file is for the
+ *  caller to finish. Gives what the picture has become. */
+PictureInfo process(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
+                    const WriteOptions& options, const RowDone& row_done);
+
+/** The same with all pages of a document where the writer has pages, too, unless one is asked for; of an animation with
+ *  the frame at hand. */
+PictureInfo process_pages(PictureReader& reader, const std::vector<Step>& chain, PictureWriter& writer,
+                          const FileOptions& options, const RowDone& row_done);
 
 std::span<const Operation* const> operations();
 
-/** Reads operations that follow each other, each with its options: "convert --bits 8 flip". */
-std::vector<Action> read_chain(std::vector<std::string> words);
+/** Reads operations that follow each other, each with its options: "convert --bits 8 --then flip". */
+std::vector<Step> read_chain(std::vector<std::string> words);
 
 /** The sub-command that does one operation to one picture. */
 Command operation_command(const Operation& operation);

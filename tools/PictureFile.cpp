@@ -6,6 +6,7 @@
 
 #include "tools/Failure.h"
 #include "tools/Platform.h"
+#include "tools/picture/Formats.h"
 
 #include <algorithm>
 
@@ -18,16 +19,26 @@ void unseen(int32_t, int32_t)
     }
 }
 
-std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done)
+std::unique_ptr<Bitmap> load_bitmap(const std::string& name, const RowDone& row_done, const ReadOptions& options)
 {
-    const std::unique_ptr<PictureReader> reader = open_picture(name);
-    const PictureInfo& info = reader->info();
+    return load_page(*open_picture(name, options), row_done);
+}
+
+std::unique_ptr<Bitmap> load_page(PictureReader& reader, const RowDone& row_done)
+{
+    return gather(*rows_of(reader), row_done);
+}
+
+std::unique_ptr<Bitmap> gather(RowSource& rows, const RowDone& row_done)
+{
+    const PictureInfo& info = rows.info();
     auto bitmap = std::make_unique<Bitmap>(info);
-    bitmap->profile = info.profile;
+    bitmap->take_notes(info);
     Access access(*bitmap);
     std::vector<uint8_t> row(info.row_bytes());
+    row_done(0, info.height);
     for (int32_t y = 0; y < info.height; ++y) {
-        reader->read_row(row.data());
+        rows.next(row.data());
         access.put(y, row.data(), row.size());
         row_done(y + 1, info.height);
     }
@@ -42,76 +53,91 @@ struct FileForm {
     int32_t order;
 };
 
-FileForm file_form(const BITMAPHANDLE& bitmap)
+FileForm file_form(const PictureInfo& info)
 {
-    const int32_t bits = bitmap.BitsPerPixel;
+    const int32_t bits = info.bits;
     if (bits <= 8) {
         return {bits == 1 || bits == 2 || bits == 4 ? bits : 8, COLORORDER_RGB};
     }
-    if (bitmap.Order == COLORORDER_GRAY) {
+    if (info.order == COLORORDER_GRAY) {
         return {16, COLORORDER_GRAY};
     }
     return {bits == 16 ? 24 : bits, COLORORDER_BGR};
 }
 
-PictureInfo file_info(const BITMAPHANDLE& bitmap, const FileForm& form)
+PictureInfo file_info(const PictureInfo& from, const FileForm& form, bool bare)
 {
-    PictureInfo info;
-    info.width = bitmap.Width;
-    info.height = bitmap.Height;
+    PictureInfo info = from;
     info.bits = form.bits;
     info.order = form.order;
-    info.x_resolution = bitmap.XResolution;
-    info.y_resolution = bitmap.YResolution;
     if (form.bits <= 8) {
-        const size_t levels = size_t{1} << form.bits;
-        if (const RGBQUAD* const palette = bitmap.Palette) {
-            info.palette.assign(palette, palette + bitmap.Colors);
-        } else { // gray levels need none
-            for (size_t i = 0; i < levels; ++i) {
-                const auto level = static_cast<uint8_t>(i * 255 / (levels - 1));
-                info.palette.push_back({level, level, level, 0});
-            }
+        if (from.palette.empty()) { // gray levels need none
+            info.palette = gray_ramp(form.bits);
         }
-        info.palette.resize(levels);
+        info.palette.resize(size_t{1} << form.bits);
+    } else {
+        info.palette.clear();
+    }
+    // It may have been made for other pixels than it comes to belong to.
+    const bool gray = form.order == COLORORDER_GRAY || is_gray(info.palette);
+    if (bare || !is_profile_of(info.profile, gray)) {
+        info.profile.clear();
+    }
+    if (bare) {
+        info.x_resolution = info.y_resolution = 0;
+        info.orientation = TOP_LEFT;
     }
     return info;
 }
 
+void write_page(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
+{
+    const PictureInfo& from = rows.info();
+    const FileForm form = file_form(from);
+    const PictureInfo info = file_info(from, form, options.bare);
+    writer.begin(info);
+    const int32_t room = V_CalcConvertSize(from.width, from.bits, from.width, form.bits);
+    std::vector<uint8_t> row(std::max(static_cast<size_t>(std::max(room, 8)), from.row_bytes()));
+    std::vector<RGBQUAD> palette = from.palette;
+    palette.resize(from.bits <= 8 && !palette.empty() ? size_t{1} << from.bits : 0);
+    const auto entries = [](const std::vector<RGBQUAD>& colors) { return colors.empty() ? nullptr : colors.data(); };
+    const bool converts = form.bits != from.bits || form.order != from.order;
+    row_done(0, from.height);
+    for (int32_t y = 0; y < from.height; ++y) {
+        rows.next(row.data());
+        if (converts) {
+            check(V_ConvertBuffer(row.data(), from.width, from.bits, form.bits, from.order, form.order,
+                                  entries(palette), entries(info.palette)),
+                  "converting for the file");
+        }
+        writer.write_row(row.data());
+        row_done(y + 1, from.height);
+    }
+}
+
 } // namespace
 
+bool write_rows(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
+{
+    if (rows.info().orientation != TOP_LEFT && (options.bare || !writer.keeps_orientation())) {
+        return false;
+    }
+    write_page(rows, writer, options, row_done);
+    return true;
+}
+
 void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
+{
+    save_page(bitmap, writer, options, row_done);
+    writer.finish();
+}
+
+void save_page(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
 {
     if (!bitmap.rows_as_they_are && (options.bare || !writer.keeps_orientation())) {
         bitmap.turn_upright();
     }
-    const BITMAPHANDLE& record = bitmap.record();
-    const FileForm form = file_form(record);
-    PictureInfo info = file_info(record, form);
-    if (!options.bare) {
-        info.orientation = record.ViewPerspective;
-        // It may have been made for other pixels than it comes to belong to.
-        const bool gray = form.order == COLORORDER_GRAY || is_gray(info.palette);
-        info.profile = is_profile_of(bitmap.profile, gray) ? bitmap.profile : std::vector<uint8_t>();
-    } else {
-        info.x_resolution = info.y_resolution = 0;
-    }
-    writer.begin(info);
-    const int32_t room = V_CalcConvertSize(record.Width, record.BitsPerPixel, record.Width, form.bits);
-    std::vector<uint8_t> row(static_cast<size_t>(std::max(room, 8)));
-    const std::vector<RGBQUAD> palette = info.palette;
-    Access access(bitmap);
-    for (int32_t y = 0; y < record.Height; ++y) {
-        access.get(y, row.data(), record.BytesPerLine);
-        if (form.bits != record.BitsPerPixel || form.order != record.Order) {
-            check(V_ConvertBuffer(row.data(), record.Width, record.BitsPerPixel, form.bits, record.Order, form.order,
-                                  record.Palette, palette.empty() ? nullptr : palette.data()),
-                  "converting for the file");
-        }
-        writer.write_row(row.data());
-        row_done(y + 1, record.Height);
-    }
-    writer.finish();
+    write_page(*rows_of(bitmap), writer, options, row_done);
 }
 
 } // namespace vk::tool

@@ -28,12 +28,16 @@ Progress::~Progress()
 
 int Progress::on_status(int percent, void* self)
 {
-    static_cast<Progress*>(self)->show(percent);
+    auto& progress = *static_cast<Progress*>(self);
+    if (!progress.counts_) {
+        progress.show(percent);
+    }
     return interrupted() ? V_ERROR_USER_ABORT : V_SUCCESS;
 }
 
 void Progress::count(int64_t done, int64_t total)
 {
+    counts_ = done < total;
     show(static_cast<int>(done * 100 / total));
     if (interrupted()) {
         throw Interrupted();

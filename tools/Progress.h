@@ -30,6 +30,7 @@ private:
     std::string label_;
     bool visible_;
     int shown_ = -1;
+    bool counts_ = false; ///< what operations report on the way is of parts
     V_STATUSCALLBACK previous_ = nullptr;
     void* previous_data_ = nullptr;
 };

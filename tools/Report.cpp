@@ -8,6 +8,8 @@ namespace vk::tool {
 
 namespace {
 
+constexpr int kLabelWidth = 18;
+
 std::string json_string(const std::string& text)
 {
     std::string result = "\"";
@@ -51,6 +53,27 @@ void Report::truth(const char* key, const char* label, bool value)
     lines_.push_back({key, label, value ? "true" : "false", value ? "yes" : "no"});
 }
 
+std::string Report::in_one_line(bool json) const
+{
+    std::string text;
+    for (const Line& line : lines_) {
+        text += text.empty() ? "" : ", ";
+        text += json ? std::string("\"") + line.key + "\": " + line.json : std::string(line.label) + " " + line.text;
+    }
+    return json ? "{" + text + "}" : text;
+}
+
+void Report::list(const char* key, const char* label, const std::vector<Report>& reports)
+{
+    std::string json;
+    std::string text;
+    for (const Report& report : reports) {
+        json += (json.empty() ? "\n    " : ",\n    ") + report.in_one_line(true);
+        text += (text.empty() ? "" : "\n" + std::string(kLabelWidth + 1, ' ')) + report.in_one_line(false);
+    }
+    lines_.push_back({key, label, "[" + json + "\n  ]", text});
+}
+
 void Report::print(bool json, std::FILE* to) const
 {
     const char* separator = "{\n";
@@ -59,7 +82,7 @@ void Report::print(bool json, std::FILE* to) const
             std::fprintf(to, "%s  \"%s\": %s", separator, line.key, line.json.c_str());
             separator = ",\n";
         } else {
-            std::fprintf(to, "%-18s %s\n", line.label, line.text.c_str());
+            std::fprintf(to, "%-*s %s\n", kLabelWidth, line.label, line.text.c_str());
         }
     }
     if (json) {

@@ -19,10 +19,14 @@ public:
     void number(const char* key, const char* label, int64_t value, const char* unit = "");
     void measure(const char* key, const char* label, double value, const char* unit = "");
     void truth(const char* key, const char* label, bool value);
+    /** Reports under one name, each of which people read on a line of its own. */
+    void list(const char* key, const char* label, const std::vector<Report>& reports);
 
     void print(bool json, std::FILE* to = stdout) const;
 
 private:
+    std::string in_one_line(bool json) const;
+
     struct Line {
         const char* key;
         const char* label;

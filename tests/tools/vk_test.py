@@ -142,6 +142,19 @@ class Batches(VkTest):
         os.mkdir(self.path("empty"))
         self.assertEqual(vk("batch", self.path("empty"), "-o", self.path("out")).returncode, 0)
 
+    def test_sub_folders(self):
+        self.fill(2)
+        os.makedirs(self.path("in/a/b"))
+        for name in ("in/a/one.ppm", "in/a/b/one.ppm"):
+            self.path(name, b"P6 1 1 255\n\1\2\3")
+        for _ in range(2):  # the results lie among the pictures and are none
+            done = vk("batch", self.source, "-o", self.path("in/out"), "--recursive", "--json", "--then", "mirror", "--then", "flip")
+            self.assertEqual((done.returncode, json.loads(done.stdout)["written"]), (0, 4))
+            found = sorted(os.path.relpath(os.path.join(at, name), self.path("in/out")) for at, _, names in os.walk(self.path("in/out"))
+                           for name in names)
+            self.assertEqual(found, [os.path.join("a", "b", "one.ppm"), os.path.join("a", "one.ppm"), "picture 00.ppm", "picture 01.ppm"])
+        self.assertEqual(json.loads(vk("batch", self.source, "-o", self.path("flat"), "--json").stdout)["pictures"], 2)
+
     def test_failures_hinder_no_other(self):
         self.fill(6)
         for name in ("bad.ppm", "cut.ppm"):
@@ -160,7 +173,7 @@ class Batches(VkTest):
         self.fill(1)
         for arguments in (["-o"], [], ["-o", "x", "convert", "--bits", "0"], ["-o", "x", "convert", "--dither", "salt"],
                           ["-o", "x", "--jobs", "0"], ["-o", "x", "sharpen"], ["-o", "x", "flip", "--jobs", "2"],
-                          ["-o", "x", "--format", "gif"], ["-o", "x", "convert", "--order", "up"]):
+                          ["-o", "x", "--format", "tga"], ["-o", "x", "convert", "--order", "up"]):
             self.fails(2, "vk: ", "batch", self.source, *arguments)
         self.fails(3, "missing", "batch", self.path("missing"), "-o", self.path("out"))
         self.path("file", b"")
@@ -177,13 +190,17 @@ class Batches(VkTest):
         process.send_signal(signal.SIGINT)
         _, errors = process.communicate(timeout=60)
         self.assertEqual(process.returncode, -signal.SIGINT, errors)
-        done = re.fullmatch(rb"vk: stopped: (\d+) of 24 pictures done\n", errors)
+        done = re.fullmatch(rb"vk: stopped: (\d+) of 24 pictures done; --resume does the rest\n", errors)
         self.assertTrue(done, errors)
         self.assertLess(int(done[1]), 24)
         written = self.contents("out")
         self.assertEqual(len(written), int(done[1]))  # and nothing half-written
         for data in written.values():
             self.assertGreater(len(data), 700 * 700 * 3)
+        again = vk("batch", self.source, "-o", self.path("out"), "--resume", "--json", "convert", "--bits", "8")
+        report = json.loads(again.stdout)
+        self.assertEqual((report["left_out"], report["written"]), (int(done[1]), 24 - int(done[1])))
+        self.assertEqual(len(self.contents("out")), 24)
 
 
 class Geometry(VkTest):
@@ -331,7 +348,7 @@ class Pipes(VkTest):
             self.fails(3, "standard input", "flip", "--pipe", given=data[:len(data) // 2])
         self.fails(1, "vk:", "resize", "--pipe", "--size", "2000000000x2000000000", given=good)
         for arguments in (["--pipe", self.path("a.pnm")], ["--pipe", "a", "b"], ["--format", "png", "a", "b"],
-                          ["--pipe", "--format", "gif"], ["--pipe=1"]):
+                          ["--pipe", "--format", "tga"], ["--pipe=1"]):
             self.fails(2, "vk:", "flip", *arguments, given=good)
         self.fails(2, "unknown option", "batch", self.folder, "-o", self.path("out"), "flip", "--pipe")
         if os.path.exists("/dev/full") and not options.runner:
@@ -374,7 +391,7 @@ class Sheets(VkTest):
 
     def test_wrong_sheets(self):
         good, out = self.path("good.ppm", b"P6 1 1 255\n\1\2\3"), self.path("out.ppm")
-        for arguments in ([good], [good, "-o", self.path("out.gif")], ["-o", out], [good, "-o", out, "--columns", "0"],
+        for arguments in ([good], [good, "-o", self.path("out.tga")], ["-o", out], [good, "-o", out, "--columns", "0"],
                           [good, "-o", out, "--size", "5"], [good, "-o", out, "--size", "0x5"], [good, "-o", out, "--gap=-1"],
                           [good, "-o", out, "--size", "2000000000x2"]):
             self.fails(2, "vk:", "sheet", *arguments)
@@ -392,7 +409,7 @@ class Failures(VkTest):
                           ["info"], ["info", good, good], ["info", good, "--as", "conv"],
                           ["hold"], ["hold", good, "--as"], ["hold", good, "--as", "paper"],
                           ["hold", good, "--as=conv", "--as=disk"], ["hold", good, "--json=1", "--as", "conv"],
-                          ["hold", good, "--as", "conv", "-o", self.path("out.gif")]):
+                          ["hold", good, "--as", "conv", "-o", self.path("out.tga")]):
             self.fails(2, "Try 'vk --help'", *arguments)
         for size in ("0", "-1", "x", "1T", "9999999999G", ""):
             self.fails(2, "--tile-size", "hold", good, "--as", "tiled", "--tile-size", size)

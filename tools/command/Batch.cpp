@@ -1,9 +1,9 @@
 /**
  * @file Batch.cpp
- * vk batch: a chain of operations for all pictures of a folder, several at once. The workers are the items of one batch
- * on the library's thread pool; each takes the next picture from a common list until there is none, so what comes out
- * does not depend on how many there are. A picture that fails is reported and hinders no other; Ctrl-C cancels the
- * rest.
+ * vk batch: a chain of operations for all pictures of a folder and those below it, several at once. The workers are the
+ * items of one batch on the library's thread pool; each takes the next picture from a common list until there is none,
+ * so what comes out does not depend on how many there are. A picture that fails is reported and hinders no other;
+ * Ctrl-C cancels the rest.
  */
 #include "include/Vkthreading.h"
 #include "tools/FileOptions.h"
@@ -28,6 +28,8 @@ namespace {
 const Option kOptions[] = {
     {"-o", "DIR", "where the results go; made when it is not there"},
     {"--format", "EXT", "write every picture as this; default: as it was, or as png"},
+    {"--recursive", nullptr, "pictures in sub-folders too, which the results get as well"},
+    {"--resume", nullptr, "leave out what is there already and is newer than its picture, as after an interruption"},
     {"--jobs", "N", "pictures worked on at once (default: the number of processors)"},
 };
 
@@ -43,7 +45,7 @@ struct Job {
 /** What the workers share. */
 class Work {
 public:
-    Work(const std::vector<Action>& chain, const WriteOptions& options, std::vector<Job>& jobs)
+    Work(const std::vector<Step>& chain, const FileOptions& options, std::vector<Job>& jobs)
         : chain_(chain), options_(options), jobs_(jobs)
     {}
 
@@ -54,8 +56,8 @@ private:
     void run_job(Job& job) noexcept;
     void convert(const Job& job) const;
 
-    const std::vector<Action>& chain_;
-    const WriteOptions& options_;
+    const std::vector<Step>& chain_;
+    const FileOptions& options_;
     std::vector<Job>& jobs_;
     std::atomic<size_t> next_{0};
     std::mutex progress_mutex_;
@@ -70,12 +72,11 @@ int stop_when_interrupted(int, void*)
 
 void Work::convert(const Job& job) const
 {
-    const std::unique_ptr<PictureWriter> writer = create_picture(job.target, options_);
-    const std::unique_ptr<Bitmap> bitmap = load_bitmap(job.source, &unseen);
-    for (const Action& action : chain_) {
-        action(*bitmap);
-    }
-    save_bitmap(*bitmap, *writer, options_, &unseen);
+    const std::unique_ptr<PictureWriter> writer = create_picture(job.target, options_.write);
+    std::unique_ptr<PictureReader> reader = open_picture(job.source, options_.read);
+    process_pages(*reader, chain_, *writer, options_, &unseen);
+    reader.reset(); // the file may be the one to be replaced
+    writer->finish();
 }
 
 void Work::run_job(Job& job) noexcept
@@ -120,13 +121,17 @@ std::string text_of(const std::filesystem::path& path)
     return {text.begin(), text.end()};
 }
 
-std::vector<std::filesystem::path> pictures_in(const std::string& folder)
+/** What is in the folder that gets the results is none of them. */
+std::vector<std::filesystem::path> pictures_in(const std::string& folder, bool recursive, const std::string& to)
 {
     std::vector<std::filesystem::path> pictures;
     std::error_code error;
-    for (std::filesystem::directory_iterator entry(path_of(folder), error), end; !error && entry != end;
+    for (std::filesystem::recursive_directory_iterator entry(path_of(folder), error), end; !error && entry != end;
          entry.increment(error)) {
         std::error_code unknown; // what cannot be looked at is no picture
+        if (!recursive || std::filesystem::equivalent(entry->path(), path_of(to), unknown)) {
+            entry.disable_recursion_pending();
+        }
         if (entry->is_regular_file(unknown) && has_readable_name(text_of(entry->path()))) {
             pictures.push_back(entry->path());
         }
@@ -147,8 +152,8 @@ std::vector<Job> plan_jobs(const Arguments& arguments, const std::string& to)
     }
     std::vector<Job> jobs;
     std::map<std::filesystem::path, std::string> taken;
-    for (const std::filesystem::path& source : pictures_in(arguments.files[0])) {
-        std::filesystem::path target = path_of(to) / source.filename();
+    for (const std::filesystem::path& source : pictures_in(arguments.files[0], arguments.has("--recursive"), to)) {
+        std::filesystem::path target = path_of(to) / source.lexically_relative(path_of(arguments.files[0]));
         if (format) {
             target.replace_extension("." + *format);
         } else if (!has_writable_name(text_of(target))) {
@@ -163,8 +168,17 @@ std::vector<Job> plan_jobs(const Arguments& arguments, const std::string& to)
     return jobs;
 }
 
+/** Results appear complete or not at all, so one that is there needs no second look. */
+bool is_done(const Job& job)
+{
+    std::error_code error;
+    const auto made = std::filesystem::last_write_time(path_of(job.target), error);
+    const auto changed = error ? made : std::filesystem::last_write_time(path_of(job.source), error);
+    return !error && made >= changed;
+}
+
 /** Queues the workers and waits for them. */
-void run_workers(const std::vector<Action>& chain, const WriteOptions& options, std::vector<Job>& jobs, int32_t workers)
+void run_workers(const std::vector<Step>& chain, const FileOptions& options, std::vector<Job>& jobs, int32_t workers)
 {
     constexpr auto kRun = [](VKWorkItems* batch, void* work) { return static_cast<Work*>(work)->run(*batch); };
     Work work(chain, options, jobs);
@@ -183,12 +197,12 @@ void run_workers(const std::vector<Action>& chain, const WriteOptions& options, 
     check(result, "starting the workers");
 }
 
-void make_folder(const std::string& folder)
+void make_folder(const std::filesystem::path& folder)
 {
     std::error_code error;
-    std::filesystem::create_directories(path_of(folder), error);
+    std::filesystem::create_directories(folder, error);
     if (error) {
-        throw FileError(folder, "cannot be made: " + error.message());
+        throw FileError(text_of(folder), "cannot be made: " + error.message());
     }
 }
 
@@ -202,7 +216,7 @@ void report_failures(const std::vector<Job>& jobs, int64_t done)
     const auto total = static_cast<int64_t>(jobs.size());
     const std::string of = std::to_string(total) + (total == 1 ? " picture" : " pictures");
     if (interrupted()) {
-        throw OperationError("stopped: " + std::to_string(done) + " of " + of + " done");
+        throw OperationError("stopped: " + std::to_string(done) + " of " + of + " done; --resume does the rest");
     }
     if (done != total) {
         throw OperationError(std::to_string(total - done) + " of " + of + " failed");
@@ -215,13 +229,17 @@ void run_batch(const Arguments& arguments)
     if (!to) {
         throw UsageError("-o needs to be given");
     }
-    const std::vector<Action> chain = read_chain(arguments.chain);
-    const WriteOptions options = write_options(arguments);
+    const std::vector<Step> chain = read_chain(arguments.chain);
+    const FileOptions options(arguments);
     const auto cores = static_cast<int32_t>(VKThreadToolsManaged::GetCoreCount());
     const int32_t asked = std::min(count_option(arguments, "--jobs", cores), kMostJobs);
     std::vector<Job> jobs = plan_jobs(arguments, *to);
+    const size_t left_out = arguments.has("--resume") ? std::erase_if(jobs, &is_done) : 0;
     const int32_t workers = std::clamp(static_cast<int32_t>(jobs.size()), 1, asked);
-    make_folder(*to);
+    make_folder(path_of(*to));
+    for (const Job& job : jobs) {
+        make_folder(path_of(job.target).parent_path());
+    }
 
     const auto start = std::chrono::steady_clock::now();
     run_workers(chain, options, jobs, workers);
@@ -232,6 +250,7 @@ void run_batch(const Arguments& arguments)
     report.text("folder", "written to", *to);
     report.number("pictures", "pictures", static_cast<int64_t>(jobs.size()));
     report.number("written", "written", done);
+    report.number("left_out", "left out", static_cast<int64_t>(left_out));
     report.number("workers", "at once", workers);
     report.measure("batch_ms", "time", spent.count() * 1e3, " ms");
     report.print(arguments.has("--json"));
@@ -242,7 +261,7 @@ void run_batch(const Arguments& arguments)
 
 extern const Command kBatchCommand;
 const Command kBatchCommand = {
-    "batch",  "DIR -o DIR [OPERATION [OPTION]...]...",
+    "batch",  "DIR -o DIR [OPERATION [OPTION]...] [--then OPERATION...]",
     1,        "Does the same to all pictures of a folder, several at once.",
     kOptions, &run_batch,
     true,     false,

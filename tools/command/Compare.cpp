@@ -149,12 +149,18 @@ void save_differences(Bitmap& bitmap, const Form& form, const Difference& differ
     save_bitmap(bitmap, *writer, options, unseen);
 }
 
+std::unique_ptr<Bitmap> load(const std::string& name, const ReadOptions& options)
+{
+    Progress progress("reading");
+    return load_bitmap(name, [&](int32_t done, int32_t total) { progress.count(done, total); }, options);
+}
+
 void run_compare(const Arguments& arguments)
 {
     const int32_t tolerance = number_option(arguments, "--tolerance", 0, 0, 0xFFFF);
     const WriteOptions options = write_options(arguments);
-    const std::unique_ptr<Bitmap> first = load_bitmap(arguments.files[0], unseen);
-    const std::unique_ptr<Bitmap> second = load_bitmap(arguments.files[1], unseen);
+    const std::unique_ptr<Bitmap> first = load(arguments.files[0], read_options(arguments));
+    const std::unique_ptr<Bitmap> second = load(arguments.files[1], read_options(arguments));
     const Form form = {is_deep(first->record()) || is_deep(second->record()),
                        has_alpha(first->record()) || has_alpha(second->record())};
     bring_to(*first, form);

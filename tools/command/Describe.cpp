@@ -39,8 +39,27 @@ void describe_picture(Report& report, const std::string& name, const PictureInfo
     report.truth("resolution_in_file", "stated in file", info.x_resolution > 0 && info.y_resolution > 0);
     report.number("view_perspective", "view perspective", record.ViewPerspective);
     report.number("profile_bytes", "colour profile", static_cast<int64_t>(info.profile.size()), " bytes");
+    describe_frame(report, info.frame);
     report.number("bytes_per_line", "bytes per line", record.BytesPerLine);
     report.number("raw_bytes", "raw size", static_cast<int64_t>(info.data_bytes()), " bytes");
+}
+
+void describe_frame(Report& report, const std::optional<Frame>& frame)
+{
+    if (!frame) {
+        return;
+    }
+    const char* const disposal = frame->disposal == Disposal::clear     ? "cleared"
+                                 : frame->disposal == Disposal::restore ? "taken back"
+                                                                        : "kept";
+    report.number("left", "at column", frame->left);
+    report.number("top", "at row", frame->top);
+    report.number("canvas_width", "canvas width", frame->canvas_width, " pixels");
+    report.number("canvas_height", "canvas height", frame->canvas_height, " pixels");
+    report.number("delay", "shown for", frame->delay, " ms");
+    report.text("disposal", "then", disposal);
+    report.truth("replaces", "covers all", frame->replaces);
+    report.number("loops", "loops", frame->loops);
 }
 
 void describe_storage(Report& report, const MemoryInfo& info)

@@ -14,6 +14,8 @@ namespace vk::tool {
 void describe_picture(Report& report, const std::string& name, const PictureInfo& info, Bitmap& bitmap);
 
 /** Where the pixels are: the memory type and, for tiles, their figures. */
+/** The lines of a frame; none for what is no frame. */
+void describe_frame(Report& report, const std::optional<Frame>& frame);
 void describe_storage(Report& report, const MemoryInfo& info);
 
 } // namespace vk::tool

@@ -17,6 +17,7 @@ const Option kOptions[] = {
     {"--as", "KIND", kAsDescription.c_str()},
     {"--tile-size", "BYTES", "with tiled: bytes per tile, such as 64K (default: an eighth of the picture)"},
     {"-o", "FILE", "write the picture as read back from the bitmap"},
+    kPageOption,
 };
 
 void run_hold(const Arguments& arguments)
@@ -26,7 +27,7 @@ void run_hold(const Arguments& arguments)
     const std::optional<int64_t> tile_bytes = arguments.bytes("--tile-size");
     const std::optional<std::string> output = arguments.value("-o");
     const std::unique_ptr<PictureWriter> writer = output ? create_picture(*output, write_options(arguments)) : nullptr;
-    const Trial trial = try_storage(name, kind, tile_bytes, writer.get());
+    const Trial trial = try_storage(name, read_options(arguments), kind, tile_bytes, writer.get());
 
     Report report;
     describe_picture(report, name, trial.info, *trial.bitmap);

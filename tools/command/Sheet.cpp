@@ -3,6 +3,7 @@
  * vk sheet: many pictures on one. Each is brought to 24 bits and to the size that fits its cell as soon as it is read,
  * and waits in a bitmap list for the sheet, whose rows it is then put into; so only one picture is held whole.
  */
+#include "tools/BitmapList.h"
 #include "tools/FileOptions.h"
 #include "tools/PictureFile.h"
 #include "tools/Progress.h"
@@ -37,32 +38,6 @@ struct Layout {
 
     int64_t width() const { return columns * (int64_t{cell_width} + gap) + gap; }
     int64_t height() const { return rows * (int64_t{cell_height} + gap) + gap; }
-};
-
-/** The list, which owns the bitmaps in it. */
-class BitmapList {
-public:
-    BitmapList() { check(V_CreateBitmapList(&list_), "making the list"); }
-    ~BitmapList() { V_DestroyBitmapList(list_); }
-    BitmapList(const BitmapList&) = delete;
-    BitmapList& operator=(const BitmapList&) = delete;
-
-    void append(Bitmap& bitmap)
-    {
-        constexpr uint32_t kEnd = std::numeric_limits<uint32_t>::max();
-        check(V_InsertBitmapListItem(list_, kEnd, &bitmap.record()), "adding to the list");
-        bitmap.give_away();
-    }
-    /** A record that shares an item's pixels. */
-    BITMAPHANDLE item(uint32_t index)
-    {
-        BITMAPHANDLE record{};
-        check(V_GetBitmapListItem(list_, index, &record, BITMAPHANDLE_SIZE), "looking into the list");
-        return record;
-    }
-
-private:
-    HBITMAPLIST list_ = nullptr;
 };
 
 Layout read_layout(const Arguments& arguments)
@@ -142,12 +117,13 @@ void place(Access& sheet, BITMAPHANDLE& picture, const Layout& layout, int32_t i
 }
 
 /** Reads the pictures, and makes them ready for their cells. */
-void collect(BitmapList& list, const std::vector<std::string>& names, const Layout& layout)
+void collect(BitmapList& list, const Arguments& arguments, const Layout& layout)
 {
+    const std::vector<std::string>& names = arguments.files;
     for (size_t i = 0; i < names.size(); ++i) {
         Progress progress(std::to_string(i + 1) + "/" + std::to_string(names.size()));
-        const std::unique_ptr<Bitmap> bitmap =
-            load_bitmap(names[i], [&](int32_t done, int32_t total) { progress.count(done, total); });
+        const std::unique_ptr<Bitmap> bitmap = load_bitmap(
+            names[i], [&](int32_t done, int32_t total) { progress.count(done, total); }, read_options(arguments));
         fit(*bitmap, layout);
         list.append(*bitmap);
     }
@@ -176,7 +152,7 @@ void run_sheet(const Arguments& arguments)
     const auto count = static_cast<int32_t>(arguments.files.size());
     const auto start = std::chrono::steady_clock::now();
     BitmapList list;
-    collect(list, arguments.files, layout);
+    collect(list, arguments, layout);
     const std::unique_ptr<Bitmap> sheet = lay_out(list, count, layout);
     const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start;
     save_bitmap(*sheet, *writer, options, unseen);

@@ -112,10 +112,10 @@ double milliseconds(Clock::duration spent)
 
 } // namespace
 
-Trial try_storage(const std::string& name, const StorageKind& kind, std::optional<int64_t> tile_bytes,
-                  PictureWriter* writer)
+Trial try_storage(const std::string& name, const ReadOptions& options, const StorageKind& kind,
+                  std::optional<int64_t> tile_bytes, PictureWriter* writer)
 {
-    std::unique_ptr<PictureReader> reader = open_picture(name);
+    std::unique_ptr<PictureReader> reader = open_picture(name, options);
     Trial trial;
     trial.info = reader->info();
     trial.bitmap = std::make_unique<Bitmap>(trial.info, kind, tile_bytes);
@@ -123,7 +123,7 @@ Trial try_storage(const std::string& name, const StorageKind& kind, std::optiona
         writer->begin(trial.info);
     }
     trial.write_time = fill(*trial.bitmap, *reader);
-    reader = open_picture(name);
+    reader = open_picture(name, options);
     if (!same_shape(reader->info(), trial.info)) {
         throw FileError(name, "changed while it was read");
     }

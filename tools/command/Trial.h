@@ -25,8 +25,8 @@ struct Trial {
 };
 
 /** Does it; OperationError for a row that comes back different. `writer`, or null, gets the rows that came back. */
-Trial try_storage(const std::string& name, const StorageKind& kind, std::optional<int64_t> tile_bytes,
-                  PictureWriter* writer);
+Trial try_storage(const std::string& name, const ReadOptions& options, const StorageKind& kind,
+                  std::optional<int64_t> tile_bytes, PictureWriter* writer);
 
 /** The stored size, its ratio and both rates. */
 void describe_trial(Report& report, const Trial& trial);

@@ -68,9 +68,9 @@ struct Request {
     int32_t method = DITHER_FLOYD_STEINBERG;
 
     /** Whether there is nothing to change. */
-    bool keeps(const BITMAPHANDLE& record) const
+    bool keeps(int32_t bits_now) const
     {
-        return flags == 0 && !palette_given && (bits == 0 || (bits > 8 && bits == record.BitsPerPixel));
+        return flags == 0 && !palette_given && (bits == 0 || (bits > 8 && bits == bits_now));
     }
 };
 
@@ -112,7 +112,7 @@ Request read_request(const Arguments& arguments)
 void convert(Bitmap& bitmap, const Request& request)
 {
     BITMAPHANDLE& record = bitmap.record();
-    if (request.keeps(record)) {
+    if (request.keeps(record.BitsPerPixel)) {
         return;
     }
     const int32_t bits = request.bits != 0 ? request.bits : +record.BitsPerPixel;
@@ -133,10 +133,59 @@ Action prepare(const Arguments& arguments)
     return [request = read_request(arguments)](Bitmap& bitmap) { convert(bitmap, request); };
 }
 
+/** Dithering takes each row behind the one before it, with a palette that is known. */
+Rows dither_rows(Rows& rows, const Request& request, int32_t bits)
+{
+    const PictureInfo& info = rows->info();
+    const bool gray = info.order == COLORORDER_GRAY || is_gray(info.palette);
+    const bool fixed = request.palette_flag == COLORRES_PALETTE_FIXED && info.bits > 8 && !gray;
+    const bool given = !request.palette.empty() && request.palette.size() == size_t{1} << bits;
+    if (!fixed && !given && request.palette_flag != COLORRES_PALETTE_GRAY) {
+        return nullptr;
+    }
+    PictureInfo one = info;
+    one.height = 1;
+    Bitmap blank(one);
+    convert(blank, request);
+    StreamRequest stream;
+    stream.width = info.width;
+    stream.height = info.height;
+    stream.bits = bits;
+    stream.order = request.palette_flag == COLORRES_PALETTE_GRAY ? COLORORDER_GRAY : COLORORDER_RGB;
+    stream.palette = request.palette;
+    stream.dithering = request.method;
+    PictureInfo form = form_of(blank.record(), one);
+    form.height = info.height;
+    return stream_rows(rows, stream, form);
+}
+
+Rows convert_rows(Rows& rows, const Request& request)
+{
+    const PictureInfo& info = rows->info();
+    if (request.keeps(info.bits)) {
+        return std::move(rows);
+    }
+    const int32_t bits = request.bits != 0 ? request.bits : info.bits;
+    if (bits > 8) {
+        return in_bands([request](Bitmap& bitmap) { convert(bitmap, request); })(rows);
+    }
+    const bool optimized = request.palette_flag == COLORRES_PALETTE_OPTIMIZED && request.palette.empty();
+    if (optimized || (request.flags & COLORRES_NODITHER) == 0) {
+        return optimized ? nullptr : dither_rows(rows, request, bits);
+    }
+    return in_bands([request](Bitmap& bitmap) { convert(bitmap, request); })(rows);
+}
+
+RowStage prepare_rows(const Arguments& arguments)
+{
+    return [request = read_request(arguments)](Rows& rows) { return convert_rows(rows, request); };
+}
+
 } // namespace
 
 extern const Operation kConvert;
-const Operation kConvert = {"convert", "colours", "Changes a picture's depth, palette or colour order.",
-                            kOptions,  &prepare,  true};
+const Operation kConvert = {"convert",    "colours", "Changes a picture's depth, palette or colour order.",
+                            kOptions,     &prepare,  true,
+                            &prepare_rows};
 
 } // namespace vk::tool

@@ -67,6 +67,12 @@ Action prepare_fill(const Arguments& arguments)
     };
 }
 
+RowStage prepare_fill_rows(const Arguments& arguments)
+{
+    const bool all = !arguments.has("--rect") && !arguments.has("--flood") && !arguments.has("--pattern");
+    return all ? in_bands(prepare_fill(arguments)) : RowStage();
+}
+
 const Option kAlphaOptions[] = {
     {"--take", nullptr, "make the picture its own alpha, as gray"},
     {"--put", "PICTURE", "put this picture's gray in as alpha"},
@@ -116,6 +122,11 @@ Action prepare_alpha(const Arguments& arguments)
     return [multiply](Bitmap& bitmap) { check(multiply(&bitmap.record()), "multiplying by alpha"); };
 }
 
+RowStage prepare_alpha_rows(const Arguments& arguments)
+{
+    return arguments.has("--put") ? RowStage() : in_bands(prepare_alpha(arguments));
+}
+
 const Option kScrambleOptions[] = {
     {"--key", "N", "a number below 4294967296; it hides from view and keeps no secret"},
     {"--rect", "X,Y,W,H", "the part to hide (default: all)"},
@@ -142,12 +153,18 @@ Action prepare_scramble(const Arguments& arguments)
 } // namespace
 
 extern const Operation kFill;
-const Operation kFill = {"fill", "filling", "Fills a picture, a part of it or what is connected.", kFillOptions,
-                         &prepare_fill};
+const Operation kFill = {
+    "fill", "filling",         "Fills a picture, a part of it or what is connected.", kFillOptions, &prepare_fill,
+    false,  &prepare_fill_rows};
 
 extern const Operation kAlpha;
-const Operation kAlpha = {"alpha", "changing alpha", "Takes a picture's alpha out, puts one in, or multiplies by it.",
-                          kAlphaOptions, &prepare_alpha};
+const Operation kAlpha = {"alpha",
+                          "changing alpha",
+                          "Takes a picture's alpha out, puts one in, or multiplies by it.",
+                          kAlphaOptions,
+                          &prepare_alpha,
+                          false,
+                          &prepare_alpha_rows};
 
 extern const Operation kScramble;
 const Operation kScramble = {"scramble", "scrambling", "Hides a part of a picture from view, or shows it again.",

@@ -19,6 +19,11 @@ Action prepare_mirror(const Arguments&)
     return [](Bitmap& bitmap) { check(V_ReverseBitmap(&bitmap.record()), "mirroring"); };
 }
 
+RowStage prepare_mirror_rows(const Arguments& arguments)
+{
+    return in_bands(prepare_mirror(arguments));
+}
+
 const Option kOrientOptions[] = {
     {"--from", "N", "view perspective of the file's rows, 1 to 8 as cameras count them (default: as the file says)"},
     {"--to", "N", "view perspective of the rows written (default 1, top left)"},
@@ -47,7 +52,8 @@ extern const Operation kFlip;
 const Operation kFlip = {"flip", "flipping", "Turns a picture upside down.", {}, &prepare_flip};
 
 extern const Operation kMirror;
-const Operation kMirror = {"mirror", "mirroring", "Exchanges left and right.", {}, &prepare_mirror};
+const Operation kMirror = {"mirror",        "mirroring", "Exchanges left and right.", {},
+                           &prepare_mirror, false,       &prepare_mirror_rows};
 
 extern const Operation kOrient;
 const Operation kOrient = {"orient",       "turning",       "Brings a picture from one view perspective to another.",

@@ -251,10 +251,10 @@ Action read_deed(const Arguments& arguments)
     }
     if (inside) {
         std::istringstream text(*inside);
-        const std::vector<Action> chain = read_chain({std::istream_iterator<std::string>(text), {}});
+        const std::vector<tool::Step> chain = read_chain({std::istream_iterator<std::string>(text), {}});
         return [chain](Bitmap& bitmap) {
-            for (const Action& action : chain) {
-                action(bitmap);
+            for (const tool::Step& step : chain) {
+                step.action(bitmap);
             }
         };
     }

@@ -56,25 +56,63 @@ int32_t pixels(double side)
     return static_cast<int32_t>(std::clamp(std::round(side), 1.0, kMost));
 }
 
+/** The size that a picture of this one gets. */
+Sides new_size(int32_t old_width, int32_t old_height, const Request& request)
+{
+    const double width = old_width;
+    const double height = old_height;
+    if (request.scale > 0) {
+        return {pixels(width * request.scale / 100), pixels(height * request.scale / 100)};
+    }
+    return {request.width != 0 ? request.width : pixels(width * request.height / height),
+            request.height != 0 ? request.height : pixels(height * request.width / width)};
+}
+
 void resize(Bitmap& bitmap, const Request& request)
 {
     BITMAPHANDLE& record = bitmap.record();
-    const double width = record.Width;
-    const double height = record.Height;
-    int32_t new_width = request.width;
-    int32_t new_height = request.height;
-    if (request.scale > 0) {
-        new_width = pixels(width * request.scale / 100);
-        new_height = pixels(height * request.scale / 100);
-    } else if (new_width == 0) {
-        new_width = pixels(width * new_height / height);
-    } else if (new_height == 0) {
-        new_height = pixels(height * new_width / width);
-    }
-    check(V_SizeBitmap(&record, new_width, new_height, request.flags), "resizing");
+    const Sides size = new_size(record.Width, record.Height, request);
+    check(V_SizeBitmap(&record, size.width, size.height, request.flags), "resizing");
 }
 
-Action prepare(const Arguments& arguments)
+/** Filters with a name of their own in the streaming resize, and how far they reach. */
+struct StreamFilter {
+    uint32_t flags;
+    uint32_t stream_flags;
+    double reach;
+};
+
+constexpr StreamFilter kStreamFilters[] = {
+    {SIZEFLAG_NORMAL, STREAMFLAG_NEAREST, 1},
+    {SIZEFLAG_RESAMPLE, STREAMFLAG_AREA, 1},
+    {SIZEFLAG_BICUBIC, STREAMFLAG_AREA | STREAMFLAG_BICUBIC, 4},
+    {SIZEFLAG_ALTRESAMPLE, STREAMFLAG_SHARP, 6},
+};
+
+Rows resize_rows(Rows& rows, const Request& request)
+{
+    const PictureInfo& info = rows->info();
+    const Sides size = new_size(info.width, info.height, request);
+    const uint32_t flags = request.flags & ~(info.bits % 32 == 0 ? 0u : SIZEFLAG_ALPHAAWARE);
+    const auto filter = std::find_if(std::begin(kStreamFilters), std::end(kStreamFilters),
+                                     [&](const StreamFilter& known) { return known.flags == flags; });
+    if (filter == std::end(kStreamFilters)) {
+        return nullptr;
+    }
+    if (size.width == info.width && size.height == info.height) {
+        return std::move(rows);
+    }
+    StreamRequest stream;
+    stream.width = size.width;
+    stream.height = size.height;
+    stream.bits = info.bits;
+    stream.order = info.order;
+    stream.flags = filter->stream_flags;
+    stream.reach = filter->reach;
+    return stream_rows(rows, stream, info);
+}
+
+Request read_request(const Arguments& arguments)
 {
     Request request;
     read_size(arguments, request);
@@ -82,12 +120,23 @@ Action prepare(const Arguments& arguments)
     if (arguments.has("--alpha-aware")) {
         request.flags |= SIZEFLAG_ALPHAAWARE;
     }
-    return [request](Bitmap& bitmap) { resize(bitmap, request); };
+    return request;
+}
+
+Action prepare(const Arguments& arguments)
+{
+    return [request = read_request(arguments)](Bitmap& bitmap) { resize(bitmap, request); };
+}
+
+RowStage prepare_rows(const Arguments& arguments)
+{
+    return [request = read_request(arguments)](Rows& rows) { return resize_rows(rows, request); };
 }
 
 } // namespace
 
 extern const Operation kResize;
-const Operation kResize = {"resize", "resizing", "Changes a picture's dimensions.", kOptions, &prepare};
+const Operation kResize = {"resize", "resizing",   "Changes a picture's dimensions.", kOptions, &prepare,
+                           false,    &prepare_rows};
 
 } // namespace vk::tool

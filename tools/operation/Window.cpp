@@ -129,10 +129,18 @@ Action prepare(const Arguments& arguments)
     return [request = read_request(arguments)](Bitmap& bitmap) { show(bitmap.record(), request); };
 }
 
+/** A window that is known lets each row be shown alone. */
+RowStage prepare_rows(const Arguments& arguments)
+{
+    const Request request = read_request(arguments);
+    return request.has_center && request.has_width ? in_bands(prepare(arguments)) : RowStage();
+}
+
 } // namespace
 
 extern const Operation kWindow;
-const Operation kWindow = {"window", "showing a window", "Shows a range of gray samples from black to white.", kOptions,
-                           &prepare};
+const Operation kWindow = {"window",     "showing a window", "Shows a range of gray samples from black to white.",
+                           kOptions,     &prepare,           false,
+                           &prepare_rows};
 
 } // namespace vk::tool

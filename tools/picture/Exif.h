@@ -1,23 +1,27 @@
 /**
  * @file Exif.h
- * The one tag of a camera's notes that matters to pixels: which way up they are.
+ * What matters to pixels in a camera's notes: which way up they are, and how large.
  */
 #ifndef VK_TOOLS_EXIF_H
 #define VK_TOOLS_EXIF_H
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace vk::tool {
 
-/** The orientation, 1 to 8, that notes in TIFF form name; 1 where they do not or are damaged. */
-int32_t exif_orientation(const uint8_t* notes, size_t bytes);
+struct ExifNotes {
+    int32_t orientation = 1;  ///< 1 to 8
+    int32_t x_resolution = 0; ///< dots per inch; 0: not said
+    int32_t y_resolution = 0;
+};
 
-constexpr size_t kExifBytes = 26;
+/** What notes in TIFF form say; the usual where they do not or are damaged. */
+ExifNotes read_exif(const uint8_t* notes, size_t bytes);
 
-/** Notes in TIFF form that name an orientation and nothing else. */
-std::array<uint8_t, kExifBytes> exif_of(int32_t orientation);
+/** Notes in TIFF form that say that and nothing else. */
+std::vector<uint8_t> write_exif(const ExifNotes& notes);
 
 } // namespace vk::tool
 

@@ -146,6 +146,7 @@ private:
     void describe();
     void read_notes();
     void start();
+    void make_colors(uint8_t* row);
     void paper_colors(uint8_t* row) const;
     void decode_row(uint8_t* row) override;
     template <typename Step> void guard(Step step) { guard_jpeg(errors_, name_, step); }
@@ -218,15 +219,19 @@ void JpegReader::read_notes()
     for (jpeg_saved_marker_ptr marker = jpeg_.marker_list; marker != nullptr; marker = marker->next) {
         if (marker->marker == kExifMarker && marker->data_length > sizeof kExifName &&
             std::memcmp(marker->data, kExifName, sizeof kExifName) == 0) {
-            info_.orientation =
-                exif_orientation(marker->data + sizeof kExifName, marker->data_length - sizeof kExifName);
+            const ExifNotes notes = read_exif(marker->data + sizeof kExifName, marker->data_length - sizeof kExifName);
+            info_.orientation = notes.orientation;
+            if (info_.x_resolution == 0) {
+                info_.x_resolution = notes.x_resolution;
+                info_.y_resolution = notes.y_resolution;
+            }
         }
     }
     JOCTET* profile = nullptr;
     unsigned bytes = 0;
-    // A profile for inks says nothing about the colours that they become here.
-    if (jpeg_.num_components != 4 && jpeg_read_icc_profile(&jpeg_, &profile, &bytes) != 0) {
-        info_.profile.assign(profile, profile + bytes);
+    if (jpeg_read_icc_profile(&jpeg_, &profile, &bytes) != 0) {
+        // One for inks says nothing about the colours that they become here.
+        (inks_.empty() ? info_.profile : ink_profile_).assign(profile, profile + bytes);
         std::free(profile);
     }
 }
@@ -253,13 +258,24 @@ void JpegReader::decode_row(uint8_t* row)
         throw FileError(name_, "JPEG: the coded data ends too early");
     }
     if (!inks_.empty()) {
-        paper_colors(row);
+        make_colors(row);
     } else if (info_.bits == 24) {
         swap_red_blue(row, static_cast<size_t>(info_.width));
     }
     if (++next_row_ == info_.height) {
         guard([&] { jpeg_finish_decompress(&jpeg_); });
     }
+}
+
+void JpegReader::make_colors(uint8_t* row)
+{
+    if (!ink_conversion_) {
+        return paper_colors(row);
+    }
+    if (jpeg_.saw_Adobe_marker != 0) {
+        std::transform(inks_.begin(), inks_.end(), inks_.begin(), [](uint8_t ink) { return ~ink & 0xFF; });
+    }
+    ink_conversion_(inks_.data(), row, inks_.size() / 4);
 }
 
 /** Each primary is what cyan, magenta or yellow and black let through. Files with Adobe's mark, which are those that

@@ -8,7 +8,6 @@
 #include "tools/picture/OutputFile.h"
 
 #include <algorithm>
-#include <cstring>
 #include <optional>
 
 namespace vk::tool {
@@ -134,11 +133,10 @@ void JpegWriter::set_up()
 void JpegWriter::write_notes()
 {
     if (info_.orientation != TOP_LEFT) {
-        uint8_t notes[sizeof kExifName + kExifBytes];
-        const auto exif = exif_of(info_.orientation);
-        std::memcpy(notes, kExifName, sizeof kExifName);
-        std::copy(exif.begin(), exif.end(), notes + sizeof kExifName);
-        guard([&] { jpeg_write_marker(&jpeg_, kExifMarker, notes, sizeof notes); });
+        std::vector<uint8_t> notes(std::begin(kExifName), std::end(kExifName));
+        const std::vector<uint8_t> exif = write_exif({.orientation = info_.orientation});
+        notes.insert(notes.end(), exif.begin(), exif.end());
+        guard([&] { jpeg_write_marker(&jpeg_, kExifMarker, notes.data(), static_cast<unsigned>(notes.size())); });
     }
     if (!info_.profile.empty()) {
         const auto bytes = static_cast<unsigned>(info_.profile.size());

@@ -21,6 +21,9 @@ namespace {
 constexpr bool kPng = VK_WITH_PNG;
 constexpr bool kJpeg = VK_WITH_JPEG;
 constexpr bool kTiff = VK_WITH_TIFF;
+constexpr bool kWebp = VK_WITH_WEBP;
+constexpr bool kGif = VK_WITH_GIF;
+constexpr bool kLcms = VK_WITH_LCMS;
 
 using Magic = std::string_view;
 
@@ -30,30 +33,22 @@ bool is_tiff(Magic magic)
     return std::any_of(std::begin(kMarks), std::end(kMarks), [&](Magic mark) { return magic.starts_with(mark); });
 }
 
+using Read = std::unique_ptr<PictureReader>(Input file, const std::string& name);
+using Write = std::unique_ptr<PictureWriter>(const std::string& name, const WriteOptions& options);
+
 struct Format {
     const char* name;
     std::array<std::string_view, 4> extensions;
     bool (*is)(Magic magic);
-    /** Null where this build does not have it. */
-    std::unique_ptr<PictureReader> (*read)(Input file, const std::string& name, uint32_t page);
-    std::unique_ptr<PictureWriter> (*write)(const std::string& name, const WriteOptions& options);
+    Read* read = nullptr; ///< these two are null where this build does not have it
+    Write* write = nullptr;
 };
-
-template <std::unique_ptr<PictureReader> (*kRead)(Input, const std::string&)>
-std::unique_ptr<PictureReader> read_only_page(Input file, const std::string& name, uint32_t page)
-{
-    if (page != 0) {
-        throw FileError(name, "there is one picture in it");
-    }
-    return kRead(std::move(file), name);
-}
 
 Format png_format()
 {
-    Format format = {
-        "PNG", {".png"}, [](Magic magic) { return magic.starts_with("\x89PNG\r\n\x1a\n"); }, nullptr, nullptr};
+    Format format = {"PNG", {".png"}, [](Magic magic) { return magic.starts_with("\x89PNG\r\n\x1a\n"); }};
     if constexpr (kPng) {
-        format.read = &read_only_page<read_png>;
+        format.read = &read_png;
         format.write = &write_png;
     }
     return format;
@@ -61,10 +56,9 @@ Format png_format()
 
 Format jpeg_format()
 {
-    Format format = {
-        "JPEG", {".jpg", ".jpeg"}, [](Magic magic) { return magic.starts_with("\xFF\xD8\xFF"); }, nullptr, nullptr};
+    Format format = {"JPEG", {".jpg", ".jpeg"}, [](Magic magic) { return magic.starts_with("\xFF\xD8\xFF"); }};
     if constexpr (kJpeg) {
-        format.read = &read_only_page<read_jpeg>;
+        format.read = &read_jpeg;
         format.write = &write_jpeg;
     }
     return format;
@@ -72,10 +66,32 @@ Format jpeg_format()
 
 Format tiff_format()
 {
-    Format format = {"TIFF", {".tif", ".tiff"}, &is_tiff, nullptr, nullptr};
+    Format format = {"TIFF", {".tif", ".tiff"}, &is_tiff};
     if constexpr (kTiff) {
         format.read = &read_tiff;
         format.write = &write_tiff;
+    }
+    return format;
+}
+
+Format webp_format()
+{
+    Format format = {
+        "WebP", {".webp"}, [](Magic magic) { return magic.starts_with("RIFF") && magic.ends_with("WEBP"); }};
+    if constexpr (kWebp) {
+        format.read = &read_webp;
+        format.write = &write_webp;
+    }
+    return format;
+}
+
+Format gif_format()
+{
+    Format format = {
+        "GIF", {".gif"}, [](Magic magic) { return magic.starts_with("GIF87a") || magic.starts_with("GIF89a"); }};
+    if constexpr (kGif) {
+        format.read = &read_gif;
+        format.write = &write_gif;
     }
     return format;
 }
@@ -84,15 +100,17 @@ const Format kFormats[] = {
     png_format(),
     jpeg_format(),
     tiff_format(),
+    webp_format(),
+    gif_format(),
     {"PNM",
      {".pnm", ".pbm", ".pgm", ".ppm"},
      [](Magic magic) { return magic.size() >= 2 && magic[0] == 'P' && magic[1] >= '1' && magic[1] <= '6'; },
-     &read_only_page<read_pnm>,
+     &read_pnm,
      [](const std::string& name, const WriteOptions&) { return write_pnm(name); }},
     {"BMP",
      {".bmp"},
      [](Magic magic) { return magic.starts_with("BM"); },
-     &read_only_page<read_bmp>,
+     &read_bmp,
      [](const std::string& name, const WriteOptions&) { return write_bmp(name); }},
 };
 
@@ -142,10 +160,12 @@ void PictureReader::read_row(uint8_t* row)
     clear_padding(info_, row);
 }
 
-std::unique_ptr<PictureReader> open_picture(const std::string& name, uint32_t page)
+namespace {
+
+std::unique_ptr<PictureReader> open_first_page(const std::string& name)
 {
     auto file = std::make_unique<InputFile>(name);
-    std::array<char, 8> bytes{};
+    std::array<char, 12> bytes{};
     const Magic magic(bytes.data(), file->read(bytes.data(), bytes.size()));
     file->check();
     file->rewind();
@@ -156,9 +176,37 @@ std::unique_ptr<PictureReader> open_picture(const std::string& name, uint32_t pa
         if (format.read == nullptr) {
             throw FileError(name, std::string("this build does not read ") + format.name);
         }
-        return format.read(std::move(file), name, page);
+        return format.read(std::move(file), name);
     }
     throw FileError(name, "not a picture this program reads (" + readable_formats() + ")");
+}
+
+/** A template, so that the branch not taken is not linked. */
+template <bool kHas = kLcms>
+std::unique_ptr<PictureReader> with_srgb(std::unique_ptr<PictureReader> reader, const std::string& name)
+{
+    if constexpr (kHas) {
+        return in_srgb(std::move(reader), name);
+    }
+    throw UsageError("this build cannot convert colours to sRGB");
+}
+
+} // namespace
+
+std::unique_ptr<PictureReader> open_picture(const std::string& name, const ReadOptions& options)
+{
+    std::unique_ptr<PictureReader> reader = open_first_page(name);
+    if (options.srgb) {
+        reader = with_srgb(std::move(reader), name);
+    }
+    const uint32_t page = options.page.value_or(0);
+    for (uint32_t i = 0; i < page; ++i) {
+        if (!reader->next_page()) {
+            throw FileError(name,
+                            "there is no page " + std::to_string(page + 1) + " in it, only " + std::to_string(i + 1));
+        }
+    }
+    return reader;
 }
 
 std::unique_ptr<PictureWriter> create_picture(const std::string& name, const WriteOptions& options)
@@ -278,6 +326,17 @@ bool is_profile_of(const std::vector<uint8_t>& profile, bool gray)
 {
     constexpr size_t kSpaceAt = 16;
     return profile.size() > kSpaceAt + 4 && std::memcmp(&profile[kSpaceAt], gray ? "GRAY" : "RGB ", 4) == 0;
+}
+
+Frame frame_of(const PictureInfo& info, const WriteOptions& options)
+{
+    constexpr int32_t kUsualDelay = 100;
+    Frame frame = info.frame.value_or(Frame{0, 0, info.width, info.height, kUsualDelay, Disposal::keep, false, 0});
+    frame.canvas_width = std::max(frame.canvas_width, frame.left + info.width);
+    frame.canvas_height = std::max(frame.canvas_height, frame.top + info.height);
+    frame.delay = options.delay.value_or(frame.delay);
+    frame.loops = options.loops.value_or(frame.loops);
+    return frame;
 }
 
 bool same_palette(const std::vector<RGBQUAD>& a, const std::vector<RGBQUAD>& b)

@@ -12,11 +12,28 @@
 
 #include "include/Vkkrnx.h"
 
+#include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace vk::tool {
+
+/** What happens to a frame's place on the canvas before the next frame is drawn. */
+enum class Disposal { keep, clear, restore };
+
+/** How a picture is shown as a frame of an animation. */
+struct Frame {
+    int32_t left = 0; ///< on the canvas
+    int32_t top = 0;
+    int32_t canvas_width = 0;
+    int32_t canvas_height = 0;
+    int32_t delay = 0; ///< thousandths of a second until the next one
+    Disposal disposal = Disposal::keep;
+    bool replaces = false; ///< what is below does not show through transparent pixels
+    int32_t loops = 1;     ///< times that the animation is shown; 0: for ever
+};
 
 struct PictureInfo {
     const char* format = ""; ///< the file's format; writers ignore it
@@ -29,10 +46,14 @@ struct PictureInfo {
     int32_t y_resolution = 0;
     int32_t orientation = TOP_LEFT; ///< 1 to 8, where the first row and its first pixel are as displayed
     std::vector<uint8_t> profile;   ///< of the colours, as the ICC defines it; empty: none
+    std::optional<Frame> frame;
 
     size_t row_bytes() const { return (static_cast<size_t>(width) * static_cast<size_t>(bits) + 31) / 32 * 4; }
     uint64_t data_bytes() const { return static_cast<uint64_t>(row_bytes()) * static_cast<uint64_t>(height); }
 };
+
+/** Makes blue, green and red of cyan, magenta, yellow and black, of which 255 is most. */
+using InkConversion = std::function<void(const uint8_t* inks, uint8_t* colors, size_t pixels)>;
 
 class PictureReader {
 public:
@@ -41,12 +62,21 @@ public:
 
     /** Reads the next row into row_bytes() bytes; FileError when the file does not hold it. At most `height` calls. */
     void read_row(uint8_t* row);
+    /** Goes on to the file's next picture, whose info() and rows come from then on; false when there is none. Rows of
+     *  this one may be left out. */
+    virtual bool next_page() { return false; }
+    /** Where a file holds amounts of four inks and says what they look like: its profile. */
+    const std::vector<uint8_t>& ink_profile() const { return ink_profile_; }
+    /** Has colours made of inks by a function, and not by the rule that each ink takes its part of the light. */
+    void convert_inks(InkConversion conversion) { ink_conversion_ = std::move(conversion); }
 
 protected:
     /** Fills in the row's pixels; bits behind the last one may hold anything. */
     virtual void decode_row(uint8_t* row) = 0;
 
     PictureInfo info_;
+    std::vector<uint8_t> ink_profile_;
+    InkConversion ink_conversion_;
 };
 
 class PictureWriter {
@@ -55,7 +85,7 @@ public:
 
     /** Whether the format says how rows are displayed; others are given upright rows. */
     virtual bool keeps_orientation() const { return false; }
-    /** Whether begin() may be called again, after all rows, for a further page. */
+    /** Whether begin() may be called again, after all rows, for a further page or frame. */
     virtual bool keeps_pages() const { return false; }
 
     /** Starts the file; what it replaces stays in place until finish(). */
@@ -69,9 +99,14 @@ public:
  * nothing. */
 void set_most_pixels(uint64_t pixels);
 
-/** Opens a picture of any readable format, which its first bytes tell; of several in a file the one asked for, from 0.
- *  FileError when it cannot be read. */
-std::unique_ptr<PictureReader> open_picture(const std::string& name, uint32_t page = 0);
+/** How a picture is read. */
+struct ReadOptions {
+    std::optional<uint32_t> page; ///< of several in the file, from 0; else the first
+    bool srgb = false;            ///< colours become sRGB by the profile that the file has
+};
+
+/** Opens a picture of any readable format, which its first bytes tell. FileError when it cannot be read. */
+std::unique_ptr<PictureReader> open_picture(const std::string& name, const ReadOptions& options = {});
 
 /** How a picture is written, where its format leaves a choice. */
 struct WriteOptions {
@@ -79,10 +114,13 @@ struct WriteOptions {
     int chroma_across = 2; ///< JPEG: columns of pixels that share their colour
     int chroma_down = 2;   ///< JPEG: rows of pixels that do
     bool progressive = false;
-    int effort = 6;          ///< of packing without loss, 0 (none) to 9
-    std::string compression; ///< TIFF: by name; empty: what suits the picture
-    bool big = false;        ///< TIFF: with room for more than 4 GiB, whatever this page needs
-    bool bare = false;       ///< nothing but the pixels: no profile, no resolution; orientation turned into pixels
+    int effort = 6;               ///< of packing without loss, 0 (none) to 9
+    std::string compression;      ///< TIFF: by name; empty: what suits the picture
+    bool big = false;             ///< TIFF: with room for more than 4 GiB, whatever this page needs
+    bool bare = false;            ///< nothing but the pixels: no profile, no resolution; orientation turned into pixels
+    bool lossless = false;        ///< WebP: every pixel as it is
+    std::optional<int32_t> delay; ///< of every frame, in thousandths of a second; without it those that have none: 100
+    std::optional<int32_t> loops; ///< times an animation is shown, 0 for ever; without it as the first frame says
 };
 
 /** Gives the writer that the name's extension asks for, and touches nothing yet. UsageError when there is none. */

@@ -170,7 +170,7 @@ void PngReader::read_notes()
         png_get_eXIf_1(png_, header_, &count, &notes);
         png_get_iCCP(png_, header_, &name, &compression, &profile, &bytes);
     });
-    info_.orientation = exif_orientation(notes, notes == nullptr ? 0 : count);
+    info_.orientation = read_exif(notes, notes == nullptr ? 0 : count).orientation;
     if (profile != nullptr) {
         info_.profile.assign(profile, profile + bytes);
     }

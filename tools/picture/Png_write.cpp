@@ -117,7 +117,7 @@ void PngEncoder::write_notes(const PictureInfo& info)
         guard(
             [&] { png_set_iCCP(png_, header_, "ICC profile", PNG_COMPRESSION_TYPE_BASE, info.profile.data(), bytes); });
     }
-    auto notes = exif_of(info.orientation);
+    std::vector<uint8_t> notes = write_exif({.orientation = info.orientation});
     if (info.orientation != TOP_LEFT) {
         guard([&] { png_set_eXIf_1(png_, header_, static_cast<png_uint_32>(notes.size()), notes.data()); });
     }

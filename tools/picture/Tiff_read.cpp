@@ -1,6 +1,6 @@
 /**
  * @file Tiff_read.cpp
- * Reads TIFF files, one page of them, with rows in strips or tiles, samples side by side or in planes. Grays, palettes
+ * Reads TIFF files, page by page, with rows in strips or tiles, samples side by side or in planes. Grays, palettes
  * and colours of whole samples come as they are, with 16 bits where they have more than 8; what is left (inks,
  * luminance and chrominance, measured colours) the library makes into colours of 8 bits, a strip or row of tiles at a
  * time.
@@ -46,9 +46,11 @@ struct Samples {
 
 class TiffReader : public PictureReader {
 public:
-    TiffReader(Input file, const std::string& name, uint32_t page);
+    TiffReader(Input file, const std::string& name);
+    bool next_page() override;
 
 private:
+    void open_page();
     void read_header();
     void read_alpha();
     bool is_direct() const;
@@ -85,14 +87,32 @@ private:
     uint32_t next_row_ = 0;
 };
 
-TiffReader::TiffReader(Input file, const std::string& name, uint32_t page) : name_(name), file_(std::move(file))
+TiffReader::TiffReader(Input file, const std::string& name) : name_(name), file_(std::move(file))
 {
     tiff_ = open_tiff(
         name_, "rm", file_.get(), &read_bytes, [](thandle_t, void*, tmsize_t) -> tmsize_t { return 0; }, &seek_bytes,
         &size_of_file);
-    if (page != 0 && TIFFSetDirectory(tiff_.get(), static_cast<tdir_t>(page)) == 0) {
-        throw FileError(name_, "TIFF: there is no page " + std::to_string(page + 1));
+    open_page();
+}
+
+bool TiffReader::next_page()
+{
+    if (TIFFLastDirectory(tiff_.get()) != 0) {
+        return false;
     }
+    g_tiff_error[0] = 0;
+    if (TIFFReadDirectory(tiff_.get()) == 0) {
+        throw_tiff_error(name_);
+    }
+    open_page();
+    return true;
+}
+
+void TiffReader::open_page()
+{
+    info_ = {};
+    samples_ = {};
+    tile_width_ = first_ = held_ = next_row_ = 0;
     read_header();
     direct_ = is_direct();
     if (direct_) {
@@ -462,9 +482,9 @@ void TiffReader::decode_row(uint8_t* row)
 
 } // namespace
 
-std::unique_ptr<PictureReader> read_tiff(Input file, const std::string& name, uint32_t page)
+std::unique_ptr<PictureReader> read_tiff(Input file, const std::string& name)
 {
-    return std::make_unique<TiffReader>(std::move(file), name, page);
+    return std::make_unique<TiffReader>(std::move(file), name);
 }
 
 } // namespace vk::tool

@@ -1,0 +1,16 @@
+# vk_fuzz_parts(<name> <variable>): what a target of fuzz/ links: the kernel's inside or, for readers of picture files,
+# which are named like their format, the part of the vk command that has them; nothing without that format.
+function(vk_fuzz_parts name libraries)
+  set(${libraries} vk_kernel vk_backend vk_forward vk_system vk_warnings vk_sanitizers PARENT_SCOPE)
+  if(name MATCHES "^(.*)Read$")
+    string(TOUPPER ${CMAKE_MATCH_1} format)
+    set(formats "")
+    if(TARGET vk_pictures)
+      get_target_property(formats vk_pictures VK_FORMATS)
+    endif()
+    set(${libraries} "" PARENT_SCOPE)
+    if(format IN_LIST formats)
+      set(${libraries} vk_pictures vk_warnings vk_sanitizers PARENT_SCOPE)
+    endif()
+  endif()
+endfunction()
