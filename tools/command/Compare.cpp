@@ -152,7 +152,8 @@ void save_differences(Bitmap& bitmap, const Form& form, const Difference& differ
 std::unique_ptr<Bitmap> load(const std::string& name, const ReadOptions& options)
 {
     Progress progress("reading");
-    return load_bitmap(name, [&](int32_t done, int32_t total) { progress.count(done, total); }, options);
+    return load_bitmap(
+        name, [&](int32_t done, int32_t total) { progress.count(done, total); }, options);
 }
 
 void run_compare(const Arguments& arguments)
