@@ -1,6 +1,6 @@
 // The class of modules as another module uses it: copied, derived from, deleted through its base, its codes and names
 // those of the shared library.
-#include "Vkloader.h"
+#include "Vkkrnx.h"
 
 #include <gtest/gtest.h>
 
