@@ -128,8 +128,8 @@ class Exchange(Rows):
         import numpy as np
         import PIL.Image
         """A Pillow image of the picture as displayed: "1", "L", "P", "RGB", "RGBA" or "I;16"; 16-bit channels become 8."""
-        import numpy as np  # pylint: disable=import-outside-toplevel
-        import PIL.Image  # pylint: disable=import-outside-toplevel
+        import numpy as np
+        import PIL.Image
         record = self._live()
         bits, is_gray = record.BitsPerPixel, record.Order == c.COLORORDER_GRAY
         if bits in (48, 64) or (bits > 8 and record.Order in (c.COLORORDER_ROMM, c.COLORORDER_RGB565)) or \

@@ -175,11 +175,11 @@ class Rows(BitmapBase):
             return stored  # type: ignore[no-any-return]
         if bits not in WHOLE and perspective not in (1, 4):
             raise TypeError("packed pixels cannot be looked at from another side: to_array() unpacks them")
-        return upright(stored, perspective)  # type: ignore[no-any-return]
+        return upright(stored, perspective)
 
     def _copied_rows(self) -> tuple[Any, int, int, int]:
         """A copy of the rows in the shape of array(), and the width, depth and perspective that they had."""
-        import numpy as np  # pylint: disable=import-outside-toplevel
+        import numpy as np
         with self._guard:
             record = self._live() if self._rows_open else self._open_rows()
             kind, shape, strides = layout(record)
@@ -202,7 +202,7 @@ class Rows(BitmapBase):
 
     def set_rows(self: _T, first: int, rows: Any) -> _T:
         """Writes the rows of an array, shaped as to_array() gives them, into stored rows from `first` on."""
-        import numpy as np  # pylint: disable=import-outside-toplevel
+        import numpy as np
         record = self._live()
         kind, shape, _ = layout(record)
         if record.BitsPerPixel not in WHOLE:

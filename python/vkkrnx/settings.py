@@ -30,8 +30,10 @@ def _on_status(percent: int, _data: Any) -> int:
     try:
         if state.callback is not None and state.callback(percent) is False:
             raise VkAborted(c.V_ERROR_USER_ABORT, error_text(c.V_ERROR_USER_ABORT))
-    except BaseException as error:  # pylint: disable=broad-except
+    except BaseException as error:
         return stopped(error)
+    finally:
+        state.callbacks -= 1
     return c.V_SUCCESS
 
 
