@@ -74,7 +74,6 @@ def constants():
             words = set(re.findall(r"[A-Za-z_]\w*", re.sub(r"\b0[xX][0-9a-fA-F]+", "", expression)))
             if '"' not in expression and words <= values.keys() and not re.search(r"[{};]", expression):
                 values[name] = eval(expression, {}, dict(values))
-                values[name] = eval(expression, {}, dict(values))  # pylint: disable=eval-used
     values["MEMORYSTOCK_DEFAULT"] &= (1 << 64) - 1
     return {name: value for name, value in values.items() if isinstance(value, int)}
 
@@ -99,7 +98,6 @@ def abi_file(pieces):
 
 def constants_file(values):
     return (f'"""The numbers of the C interface, by their names there.\n\n{MADE}"""\n\n'
-    return (f'"""The numbers of the C interface, by their names there. {MADE}"""\n\n'
             + "".join(f"{name} = {hex(value) if value > 0xFFFF else value}\n" for name, value in values.items()))
 
 

@@ -8,8 +8,6 @@ machine of its own, since systems share busy processors out by such groups. Roun
 figure is the median of the rounds' ratios. On a machine that others use at the same time it tells much of these; the seconds
 that processors gave to the command, to the workers around it, and to scheduler and client tell how much of the work is not
 the pictures'."""
-The workers exist and have done a picture before the clock runs. Rounds of one and two workers take turns; the figure is the
-median of the rounds' ratios. On a machine that others use at the same time the ratio tells mostly of these."""
 import os
 import pathlib
 import shutil
@@ -67,12 +65,6 @@ def main():
             ratios.append(seconds[0] / seconds[1])
             print(f"one {seconds[0]:.1f} s, two {seconds[1]:.1f} s, ratio {ratios[-1]:.2f}, load {os.getloadavg()[0]:.1f}; "
                   f"processor seconds: command {used[0]:.1f}, workers {used[1]:.1f}, scheduler and client {used[2]:.1f}")
-                start = time.monotonic()
-                result = run_folder(folder / "in", folder / "out", CHAIN, scheduler=client)
-                seconds.append(time.monotonic() - start)
-                assert len(result.written) == count and not result.failures
-            ratios.append(seconds[0] / seconds[1])
-            print(f"one {seconds[0]:.1f} s, two {seconds[1]:.1f} s, ratio {ratios[-1]:.2f}, load {os.getloadavg()[0]:.1f}")
         print(f"median ratio {statistics.median(ratios):.2f}")
 
 

@@ -25,7 +25,6 @@ def _global_memory() -> tuple[Any, Any]:
     if os.name != "nt":
         return ffi, lib
     import cffi
-    import cffi  # pylint: disable=import-outside-toplevel
     system: Any = cffi.FFI()
     system.cdef("void* GlobalAlloc(uint32_t, size_t); void* GlobalLock(void*); int GlobalUnlock(void*);"
                 "void* GlobalFree(void*);")
@@ -127,9 +126,6 @@ class Exchange(Rows):
         deep gray, whose samples stay as they are. Channels of 16 bits become 8."""
         import numpy as np
         import PIL.Image
-        """A Pillow image of the picture as displayed: "1", "L", "P", "RGB", "RGBA" or "I;16"; 16-bit channels become 8."""
-        import numpy as np
-        import PIL.Image
         record = self._live()
         bits, is_gray = record.BitsPerPixel, record.Order == c.COLORORDER_GRAY
         if bits in (48, 64) or (bits > 8 and record.Order in (c.COLORORDER_ROMM, c.COLORORDER_RGB565)) or \
@@ -142,8 +138,6 @@ class Exchange(Rows):
         elif bits > 8:
             samples = pixels >> 16 if bits == 32 else pixels
             image = PIL.Image.fromarray(np.ascontiguousarray(samples.astype(np.uint16)))
-            image = PIL.Image.fromarray(np.ascontiguousarray(pixels.astype(np.uint16) if bits < 32 else pixels >> 16)
-                                        .astype(np.uint16))
         else:
             image = self._indexed_image(np.ascontiguousarray(pixels.astype(np.uint8)), is_gray)
         if record.XResolution > 0 and record.YResolution > 0:
@@ -158,7 +152,6 @@ class Exchange(Rows):
 
     def _indexed_image(self, pixels: Any, is_gray: bool) -> PIL.Image.Image:
         import PIL.Image
-        import PIL.Image  # pylint: disable=import-outside-toplevel
         record = self._live()
         levels = Palette.gray(8)
         palette = levels if is_gray or record.Palette == NULL else Palette._of(record.Palette, record.Colors)
@@ -174,7 +167,6 @@ class Exchange(Rows):
     def from_pillow(cls: type[_T], image: PIL.Image.Image) -> _T:
         """From a Pillow image: 1, 8 (gray or palette) or 16 bits, 24 or 32; what else there is becomes colours."""
         import numpy as np
-        import numpy as np  # pylint: disable=import-outside-toplevel
         mode = image.mode
         if mode == "P" and "transparency" in image.info or mode in ("LA", "La", "PA", "RGBa"):
             image = image.convert("RGBA")

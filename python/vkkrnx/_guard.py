@@ -1,7 +1,5 @@
 """One operation at a time on each bitmap and list. Threads wait for each other; a callback does not wait: it gets an
 exception for a bitmap that is in use, be it by the operation that called it or by one whose callback waits for this one's."""
-"""One operation at a time on each bitmap and list. Threads wait for each other; a callback that turns to a bitmap of the
-very operation that called it gets an exception, as it would wait for itself."""
 from __future__ import annotations
 
 import threading
@@ -14,7 +12,6 @@ from .errors import BusyError
 
 class Guard:
     """A lock that knows when waiting for it may have no end."""
-    """A lock that knows when its own thread asks again."""
 
     __slots__ = ("lock", "owner")
 
@@ -26,7 +23,6 @@ class Guard:
         me = get_ident()
         if not self.lock.acquire(False):
             if self.owner == me or state.callbacks:
-            if self.owner == me:
                 raise BusyError("the bitmap is in the middle of an operation")
             self.lock.acquire()
         self.owner = me

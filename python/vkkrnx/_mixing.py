@@ -17,8 +17,6 @@ OPAQUE = 65535
 def _flags(*given: tuple[bool, int]) -> int:
     """The flags of those that are set."""
     return sum(flag for is_set, flag in given if is_set)
-def _flags(**given: tuple[bool, int]) -> int:
-    return sum(flag for is_set, flag in given.values() if is_set)
 
 
 class Mixing(BitmapBase):
@@ -41,8 +39,6 @@ class Mixing(BitmapBase):
         part = source._part(rect)
         flags = chosen(Combine, operation) | _flags((keyed, c.COMBINE_KEYED), (raw, c.COMBINE_RAW),
                                                     (invert_source, c.COMBINE_NOT_SRC), (invert, c.COMBINE_NOT_DST))
-        flags = chosen(Combine, operation) | _flags(a=(keyed, c.COMBINE_KEYED), b=(raw, c.COMBINE_RAW),
-                                                    c=(invert_source, c.COMBINE_NOT_SRC), d=(invert, c.COMBINE_NOT_DST))
         return self._write_from(lib.V_CombineBitmap, (source,), lambda own, other: (
             own, at[0], at[1], part.width, part.height, other, part.left, part.top, flags))
 
@@ -60,8 +56,6 @@ class Mixing(BitmapBase):
         flags = chosen(Blend, mode) | _flags(
             (premultiplied_source, c.BLEND_PREMULTIPLIED_SRC), (premultiplied, c.BLEND_PREMULTIPLIED_DST),
             (opaque_source, c.BLEND_OPAQUE_SRC), (opaque, c.BLEND_OPAQUE_DST))
-            a=(premultiplied_source, c.BLEND_PREMULTIPLIED_SRC), b=(premultiplied, c.BLEND_PREMULTIPLIED_DST),
-            c=(opaque_source, c.BLEND_OPAQUE_SRC), d=(opaque, c.BLEND_OPAQUE_DST))
         return self._write_from(lib.V_BlendBitmap, (source, mask), lambda own, other, masked: (
             own, at[0], at[1], part.width, part.height, other, part.left, part.top, masked, mask_at[0], mask_at[1],
             flags, round(opacity * OPAQUE)))
@@ -83,7 +77,6 @@ class Mixing(BitmapBase):
         """Gives what is connected to a pixel, and within the tolerance of it, a colour; with a border everything up to
         that colour. eight: pixels are connected by their corners too."""
         flags = _flags((eight, c.FLOOD_EIGHT), (border is not None, c.FLOOD_BORDER))
-        flags = _flags(a=(eight, c.FLOOD_EIGHT), b=(border is not None, c.FLOOD_BORDER))
         return self._write(lib.V_FloodFillBitmap, at[0], at[1], color(value), color(border or 0), tolerance, flags)
 
     def scramble(self: _T, key: int, rect: Rect | None = None, *, show: bool = False, copy: bool = False) -> _T:

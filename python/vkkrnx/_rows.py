@@ -27,7 +27,6 @@ WHOLE = {8: (1, 1), 16: (2, 1), 24: (1, 3), 32: (1, 4), 48: (2, 3), 64: (2, 4)}
 def unpacked(rows: Any, width: int, bits: int) -> Any:
     """The pixel values of packed rows of 1 to 7 or 12 bits."""
     import numpy as np
-    import numpy as np  # pylint: disable=import-outside-toplevel
     if bits == 12:  # two pixels in three bytes, the low byte first
         padded = np.zeros((rows.shape[0], (width + 1) // 2 * 3), np.uint16)
         padded[:, :rows.shape[1]] = rows
@@ -41,7 +40,6 @@ def unpacked(rows: Any, width: int, bits: int) -> Any:
 def packed(values: Any, bits: int) -> Any:
     """Rows of 1 to 7 or 12 bits from pixel values."""
     import numpy as np
-    import numpy as np  # pylint: disable=import-outside-toplevel
     height, width = values.shape
     if bits == 12:
         pairs = np.zeros((height, (width + 1) // 2 * 2), np.uint16)
@@ -56,7 +54,6 @@ def packed(values: Any, bits: int) -> Any:
 def upright(array: Any, perspective: int) -> Any:
     """The view of an array of stored pixels that is as displayed."""
     import numpy as np
-    import numpy as np  # pylint: disable=import-outside-toplevel
     if perspective in (4, 5, 7):
         array = array[::-1]
     elif perspective == 2:
@@ -159,20 +156,11 @@ class Rows(BitmapBase):
         pixels alive and where they are; TypeError when they are not in plain memory.
         displayed: the view of the rows that is upright, whatever the perspective."""
         import numpy as np
-        import numpy as np  # pylint: disable=import-outside-toplevel
         buffer, ((kind, shape, strides), bits, perspective) = self._export(
             lambda record: (layout(record), record.BitsPerPixel, record.ViewPerspective))
         stored: Any = np.ndarray(shape, np.dtype(kind), buffer, strides=strides)
         if not displayed:
             return stored
-        if bits not in WHOLE and perspective not in (1, 4):
-            raise TypeError("packed pixels cannot be looked at from another side: to_array() unpacks them")
-        return upright(stored, perspective)
-
-    def _copied_rows(self) -> tuple[Any, int, int, int]:
-        """A copy of the rows in the shape of array(), and the width, depth and perspective that they had."""
-        import numpy as np
-            return stored  # type: ignore[no-any-return]
         if bits not in WHOLE and perspective not in (1, 4):
             raise TypeError("packed pixels cannot be looked at from another side: to_array() unpacks them")
         return upright(stored, perspective)
@@ -198,11 +186,6 @@ class Rows(BitmapBase):
     def set_rows(self: _T, first: int, rows: Any) -> _T:
         """Writes the rows of an array, shaped as to_array() gives them, into stored rows from `first` on."""
         import numpy as np
-        return upright(rows, perspective) if displayed else rows  # type: ignore[no-any-return]
-
-    def set_rows(self: _T, first: int, rows: Any) -> _T:
-        """Writes the rows of an array, shaped as to_array() gives them, into stored rows from `first` on."""
-        import numpy as np
         record = self._live()
         kind, shape, _ = layout(record)
         if record.BitsPerPixel not in WHOLE:
@@ -211,7 +194,6 @@ class Rows(BitmapBase):
         if rows.shape[1:] != shape[1:] or not 0 <= first <= shape[0] - rows.shape[0]:
             raise VkValueError(c.V_ERROR_INVALID_WIDTH_HEIGHT,
                                f"rows of shape {rows.shape} do not fit into {shape} from {first} on")
-            raise VkValueError(c.V_ERROR_INVALID_WIDTH_HEIGHT, f"rows of shape {rows.shape} do not fit into {shape} from {first} on")
         if record.BitsPerPixel not in WHOLE:
             rows = packed(rows, record.BitsPerPixel)
         rows = np.ascontiguousarray(rows.astype(np.dtype(kind), copy=False))

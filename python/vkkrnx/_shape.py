@@ -26,7 +26,6 @@ class Shapes(BitmapBase):
     __slots__ = ()
 
     def resize(self: _T, width: int = 0, height: int = 0, *, filter: Filter | str = Filter.AREA,
-    def resize(self: _T, width: int = 0, height: int = 0, *, filter: Filter | str = Filter.AREA,  # pylint: disable=redefined-builtin
                alpha_aware: bool = False) -> _T:
         """Changes the size; a side of 0, or not given, keeps the shape."""
         record = self._live()
@@ -39,7 +38,6 @@ class Shapes(BitmapBase):
         return self._replace(lib.V_SizeBitmap, width, height, flags)
 
     def resize_from(self: _T, source: Shapes, *, filter: Filter | str = Filter.AREA) -> _T:
-    def resize_from(self: _T, source: Shapes, *, filter: Filter | str = Filter.AREA) -> _T:  # pylint: disable=redefined-builtin
         """Fills this bitmap with another, brought to its size, depth and perspective."""
         if source is self:
             raise ValueError("a bitmap cannot be filled with itself")

@@ -84,7 +84,6 @@ class Bitmap(ColorChanges, Shapes, Mixing, Shown, Exchange):
         bits a channel, in the order RGB unless told otherwise.
         copy=False: the bitmap's pixels are the array's; ValueError where its rows are not laid out as a bitmap's."""
         import numpy as np
-        import numpy as np  # pylint: disable=import-outside-toplevel
         array = np.asarray(array)
         depth, form = cls._form_of(array, bits, order, palette)
         height, width = array.shape[:2]

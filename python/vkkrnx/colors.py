@@ -134,18 +134,4 @@ class Palette(Sequence[tuple[int, int, int]]):
         return int(lib.V_FindPaletteIndex(self._entries, len(self), *rgb(color(value))))
 
 
-def entries_of(palette: Palette | None, count: int) -> Any:
-    """The entries for a call that reads `count` of them, or null for none."""
-    if palette is None:
-        return NULL
-    if len(palette) < count:
-        raise ValueError(f"a palette of {count} colours is needed, not of {len(palette)}")
-    return palette._entries
-
-
-def most_colors(bits: int) -> int:
-    """How many colours indices of so many bits can number."""
-    return 1 << bits if 1 <= bits <= 8 else 256
-
-
 __all__ = ["ColorLike", "Palette", "color", "gray", "index", "rgb"]

@@ -1,7 +1,6 @@
 """The numbers of the C interface, by their names there.
 
 Made by scripts/python_declarations.py from the public headers; a test compares."""
-"""The numbers of the C interface, by their names there. Made by scripts/python_declarations.py from the public headers; a test compares."""
 
 DUPFLAG_PALETTE = 1
 DUPFLAG_OVERLAYS = 2
@@ -117,10 +116,6 @@ DITHER_STEVENSON_ARCE = 5
 DITHER_JARVIS = 6
 DITHER_ORDERED = 7
 DITHER_CLUSTERED = 8
-DLLLOADER_BESIDE = 0
-DLLLOADER_RESOURCES = 1
-DLLLOADER_PATH = 2
-DLLLOADER_SYSTEM = 3
 OSCREAT_READONLY = 1
 OSCREAT_HIDDEN = 2
 OSCREAT_SYSTEM = 4

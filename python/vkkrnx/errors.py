@@ -41,7 +41,6 @@ class ClosedError(ValueError):
 
 class BusyError(RuntimeError):
     """A callback turned to a bitmap or list that an operation is using, its own or another thread's."""
-    """The bitmap or list is in the middle of an operation that this very thread is doing."""
 
 
 _VALUES = {c.V_ERROR_INVALID_PARAMETER, c.V_ERROR_INVALID_IMAGE, c.V_ERROR_INVALID_WIDTH_HEIGHT, c.V_ERROR_NULL_PTR,

@@ -61,8 +61,6 @@ class Rect(NamedTuple):
             return lib.V_Rect_ContainsRect(self._record(), what._record()) == 1
         point: Any = what
         return lib.V_Rect_ContainsPoint(self._record(), point[0], point[1]) == 1
-        x, y = what  # type: ignore[misc]
-        return lib.V_Rect_ContainsPoint(self._record(), x, y) == 1
 
     def inflated(self, dx: int, dy: int) -> Rect:
         """With all edges moved outwards, or inwards by negative numbers."""

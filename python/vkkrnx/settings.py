@@ -27,13 +27,6 @@ def _on_status(percent: int, _data: Any) -> int:
         return stopped(error)
     finally:
         state.callbacks -= 1
-    try:
-        if state.callback is not None and state.callback(percent) is False:
-            raise VkAborted(c.V_ERROR_USER_ABORT, error_text(c.V_ERROR_USER_ABORT))
-    except BaseException as error:
-        return stopped(error)
-    finally:
-        state.callbacks -= 1
     return c.V_SUCCESS
 
 

@@ -38,8 +38,6 @@ def connected(scheduler: str | Any | None = None, workers: int | None = None) ->
         cluster = stack.enter_context(distributed.LocalCluster(
             n_workers=workers or os.cpu_count() or 1, threads_per_worker=1, processes=True, memory_limit=0,
             dashboard_address="127.0.0.1:0", local_directory=folder, silence_logs=logging.CRITICAL))
-            n_workers=workers or os.cpu_count() or 1, threads_per_worker=1, processes=True, dashboard_address="127.0.0.1:0",
-            local_directory=folder, silence_logs=logging.CRITICAL))
         yield stack.enter_context(distributed.Client(cluster, set_as_default=False))
 
 
