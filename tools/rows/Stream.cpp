@@ -137,7 +137,9 @@ void StreamedRows::next(uint8_t* row)
 
 Rows stream_rows(Rows& rows, const StreamRequest& request, const PictureInfo& info)
 {
-    if (rows_kept(rows->info(), request) > kMostKept / rows->info().row_bytes()) {
+    PictureInfo made = info;
+    set_size(made, request.width, request.height);
+    if (rows_kept(rows->info(), request) > kMostKept / rows->info().row_bytes() || made.row_bytes() > kMostKept) {
         return nullptr;
     }
     return std::make_unique<StreamedRows>(std::move(rows), request, info);

@@ -372,8 +372,8 @@ private:
             distance_ = 0;
             table_ = kAfterSame;
         } else if (step_ >= kNear) {
-            const auto near = static_cast<int32_t>(step_ - kNear);
-            distance_ = near < kReach ? near + 1 : kReach - near - 1;
+            const auto nearby = static_cast<int32_t>(step_ - kNear);
+            distance_ = nearby < kReach ? nearby + 1 : kReach - nearby - 1;
             table_ = kAfterNear;
         } else {
             table_ = step_ == kSkip ? kAfterSkip : kAfterRuns;
