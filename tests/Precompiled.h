@@ -3,6 +3,10 @@
 
 #include "Vktypes.h"
 
+// Words that the system's header takes away.
+#undef near
+#undef far
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
