@@ -175,7 +175,7 @@ public:
             real_weights(x, number, across);
             real_weights(y, number, down);
             [[maybe_unused]] Nearest nearest{V::above(x, number(0.5)), V::above(y, number(0.5)), {}};
-            Colors<kChannels> sum;
+            Colors<kChannels> sum = {};
             const uint8_t* origin = patch.origin;
             for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
                 const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
