@@ -43,7 +43,7 @@ public:
 
     int open() noexcept
     {
-        batch_ = std::clamp(static_cast<int32_t>(65536 / width_), 1, source_.Height);
+        batch_ = std::clamp(static_cast<int32_t>(65536 / width_), 1, +source_.Height);
         const int result = rows_.open(source_, target_);
         if (result != V_SUCCESS)
             return result;
