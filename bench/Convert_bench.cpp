@@ -40,9 +40,9 @@ Block picture(int32_t bits, int32_t order)
 }
 
 /// 1-bit sources are pages, all others photographs.
-void run(benchmark::State& state, const ConvertJob& base, pixel::Cpu highest)
+void run(benchmark::State& state, const ConvertJob& base, simd::Level highest)
 {
-    pixel::limit_fused(highest);
+    simd::limit_level(highest);
     ConvertJob job = base;
     const bool is_page = job.src_bits == 1;
     job.width = is_page ? kPageWidth : kPhotoWidth;
@@ -54,7 +54,7 @@ void run(benchmark::State& state, const ConvertJob& base, pixel::Cpu highest)
     against_memcpy(state, src.size(), dst.size(), rows * static_cast<size_t>(job.width), [&] {
         convert_rows({src.data(), src_row}, {dst.data(), dst_row}, rows, job);
     });
-    pixel::limit_fused(pixel::Cpu::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 /// Rows converted in place, over and over the same one, as the exported entries do.
@@ -122,11 +122,11 @@ const Row kRows[] = {
         const std::string name = std::string("convert/") + row.name;
         const ConvertJob job = row.job;
         settings(benchmark::RegisterBenchmark(name.c_str(),
-                                              [job](benchmark::State& s) { run(s, job, pixel::Cpu::avx512); }));
+                                              [job](benchmark::State& s) { run(s, job, simd::Level::avx512); }));
         settings(benchmark::RegisterBenchmark((name + ", AVX2").c_str(),
-                                              [job](benchmark::State& s) { run(s, job, pixel::Cpu::avx2); }));
+                                              [job](benchmark::State& s) { run(s, job, simd::Level::avx2); }));
         settings(benchmark::RegisterBenchmark((name + ", plain").c_str(),
-                                              [job](benchmark::State& s) { run(s, job, pixel::Cpu::none); }));
+                                              [job](benchmark::State& s) { run(s, job, simd::Level::plain); }));
         settings(benchmark::RegisterBenchmark((name + ", row in place").c_str(),
                                               [job](benchmark::State& s) { run_in_place(s, job); }));
     }

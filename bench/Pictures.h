@@ -4,7 +4,8 @@
 
 #include "Vkkrnx.h"
 #include "bench/BenchSupport.h"
-#include "kernel/combine/Level.h"
+#include "kernel/combine/Streaming.h"
+#include "simd/Level.h"
 
 #include <functional>
 #include <string>
@@ -81,24 +82,20 @@ private:
 /// Keeps the operations and the converter to a level for the length of a scope.
 class AtLevel {
 public:
-    explicit AtLevel(pixel::Cpu level) { set(level); }
-    ~AtLevel() { set(pixel::Cpu::avx512); }
+    explicit AtLevel(simd::Level level) { set(level); }
+    ~AtLevel() { set(simd::Level::avx512); }
     AtLevel(const AtLevel&) = delete;
     AtLevel& operator=(const AtLevel&) = delete;
 
 private:
-    static void set(pixel::Cpu level)
-    {
-        combine::limit_level(level);
-        pixel::limit_fused(level);
-    }
+    static void set(simd::Level level) { simd::limit_level(level); }
 };
 
 /// Registers an operation at the processor's level, and at two lower ones.
 template <class Run> void add_levels(const std::string& name, Run run)
 {
-    for (const auto& [suffix, level] : {std::pair{"", pixel::Cpu::avx512}, std::pair{", AVX2", pixel::Cpu::avx2},
-                                        std::pair{", plain", pixel::Cpu::none}})
+    for (const auto& [suffix, level] : {std::pair{"", simd::Level::avx512}, std::pair{", AVX2", simd::Level::avx2},
+                                        std::pair{", plain", simd::Level::plain}})
         settings(benchmark::RegisterBenchmark((name + suffix).c_str(), [run, level = level](benchmark::State& state) {
             const AtLevel at(level);
             run(state);

@@ -1,3 +1,28 @@
+# vk_vector_sources(<target> <files>...) compiles kernels that are written in the vector layer (simd/Simd.h), once for
+# each set of the target processor that is worth it: `*_vector.cpp` for all of them, `*_vector256.cpp` for those up to 32
+# bytes. Each set's copy includes the kernel and is compiled with the set's flags.
+function(vk_vector_sources target)
+  foreach(file IN LISTS ARGN)
+    set(sets AVX2 AVX512)
+    if(file MATCHES "_vector256\\.cpp$")
+      set(sets AVX2)
+    endif()
+    if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
+      target_sources(${target} PRIVATE ${file})
+      continue()
+    endif()
+    file(RELATIVE_PATH name ${CMAKE_SOURCE_DIR} ${file})
+    string(REPLACE ".cpp" "" stem ${name})
+    string(REPLACE "/" "_" stem ${stem})
+    foreach(set IN LISTS sets)
+      string(TOLOWER ${set} suffix)
+      set(copy ${CMAKE_BINARY_DIR}/simd/${stem}_${suffix}.cpp)
+      file(CONFIGURE OUTPUT ${copy} CONTENT "#include \"${name}\"\n")
+      vk_simd_sources(${target} ${set} ${copy})
+    endforeach()
+  endforeach()
+endfunction()
+
 # vk_simd_sources(<target> AVX2 <files>...) compiles files for a wider instruction set. Code in them is reached through
 # run-time selection only. GCC for Windows does not align stack slots to 32 bytes, so aligned vector moves are assembled
 # as unaligned ones there.

@@ -2,10 +2,12 @@
 
 #include "kernel/combine/Bits.h"
 #include "kernel/combine/FillColor.h"
-#include "kernel/combine/Level.h"
+#include "kernel/combine/Streaming.h"
 #include "kernel/convert/Convert.h"
+#include "kernel/convert/Format.h"
 #include "kernel/convert/Gray.h"
 #include "kernel/format/PackedBits.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -242,7 +244,7 @@ int32_t Alike::match_fast(const uint8_t* pixels, int32_t count, uint64_t* words)
         return match_bit_words(pixels, count, words);
     const bool is_bytes =
         form_.bits == 24 || (form_.bits == 32 && !form_.deep_gray()) || (form_.bits == 8 && is_index_range_);
-    if (!is_bytes || level() < pixel::Cpu::avx2)
+    if (!is_bytes || simd::level() < simd::Level::avx2)
         return 0;
     uint8_t low[kChannels];
     uint8_t high[kChannels];

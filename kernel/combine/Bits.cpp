@@ -2,7 +2,10 @@
 // masked, which works the same for eight bytes in a word as for sixty-four in a vector.
 #include "kernel/combine/Bits.h"
 
-#include "kernel/combine/Level.h"
+#include "kernel/combine/Streaming.h"
+#include "kernel/convert/Format.h"
+#include "simd/Ahead.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -50,10 +53,10 @@ size_t logic_bytes_plain(uint8_t* to, const uint8_t* from, size_t bytes, uint32_
 
 ByteLogic byte_logic() noexcept
 {
-    const pixel::Cpu cpu = level();
-    return cpu >= pixel::Cpu::avx512 ? logic_bytes_avx512
-           : cpu >= pixel::Cpu::avx2 ? logic_bytes_avx2
-                                     : logic_bytes_plain;
+    const simd::Level cpu = simd::level();
+    return cpu >= simd::Level::avx512 ? logic_bytes_avx512
+           : cpu >= simd::Level::avx2 ? logic_bytes_avx2
+                                      : logic_bytes_plain;
 }
 
 /// Up to eight bits within one destination byte.
@@ -111,12 +114,12 @@ void combine_bits(uint8_t* to, uint64_t to_bit, const uint8_t* from, uint64_t fr
 
 void stream_lines(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
 {
-    if (level() >= pixel::Cpu::avx512) {
+    if (simd::level() >= simd::Level::avx512) {
         stream_lines_avx512(to, from, bytes);
         return;
     }
     for (size_t i = 0; i < bytes; i += kLine) {
-        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + pixel::kFetchAhead));
+        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + simd::kFetchAhead));
         for (size_t k = i; k < i + kLine; k += sizeof(__m128i))
             _mm_stream_si128(reinterpret_cast<__m128i*>(to + k),
                              _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + k)));

@@ -1,6 +1,7 @@
 #include "kernel/combine/BlendRun.h"
 
 #include "kernel/combine/Rest.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <cmath>
@@ -159,18 +160,18 @@ void BlendRun::run_chunk(Line to, Line from, Line mask, int32_t count) noexcept
         copy_bits(to.data, place, packed_, 0, length, bit_order(form_.bits));
 }
 
-BlendLoop* BlendRun::fast_loop(pixel::Cpu cpu) const noexcept
+BlendLoop* BlendRun::fast_loop(simd::Level highest) const noexcept
 {
-    if (cpu < pixel::Cpu::avx2)
+    const BlendLoops* const loops = blend_loops_sets.at(highest);
+    if (!loops)
         return nullptr;
-    const bool is_wide = cpu >= pixel::Cpu::avx512;
     switch (fast_) {
     case Fast::mix:
-        return form_.bits == 8 ? is_wide ? mix_gray_avx512 : mix_gray_avx2 : is_wide ? mix_24_avx512 : mix_24_avx2;
+        return form_.bits == 8 ? loops->mix_gray : loops->mix_24;
     case Fast::over_straight:
-        return is_wide ? over_straight_avx512 : over_straight_avx2;
+        return loops->over_straight;
     case Fast::over_premultiplied:
-        return is_wide ? over_premultiplied_avx512 : over_premultiplied_avx2;
+        return loops->over_premultiplied;
     default:
         return nullptr;
     }
@@ -193,7 +194,7 @@ void BlendRun::run_fast(BlendLoop* loop, Line to, Line from, Line mask, int32_t 
 void BlendRun::run(Line to, Line from, Line mask, int32_t count) noexcept
 {
     const auto moved = [](Line line, int32_t by) noexcept { return Line{line.data, line.column + by}; };
-    BlendLoop* const loop = fast_loop(level());
+    BlendLoop* const loop = fast_loop(simd::level());
     if (loop && converter_.moves_bits())
         return run_fast(loop, to, from, mask, count);
     for (int32_t done = 0; done < count; done += kChunk) {

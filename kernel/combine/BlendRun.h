@@ -5,9 +5,9 @@
 #include "kernel/combine/BlendFormula.h"
 #include "kernel/combine/BlendKernels.h"
 #include "kernel/combine/CoverRows.h"
-#include "kernel/combine/Level.h"
 #include "kernel/combine/PaletteColors.h"
 #include "kernel/combine/PixelLanes.h"
+#include "kernel/combine/Streaming.h"
 
 namespace vk::combine {
 
@@ -30,7 +30,7 @@ public:
     void run(Line to, Line from, Line mask, int32_t count) noexcept override;
 
     /// The loop of BlendKernels.h that is taken at a level; null where there is none for this blend.
-    BlendLoop* fast_loop(pixel::Cpu cpu) const noexcept;
+    BlendLoop* fast_loop(simd::Level highest) const noexcept;
 
 private:
     /// Blends that there are loops for.

@@ -4,9 +4,9 @@
 #include "kernel/combine/Combine.h"
 #include "kernel/combine/ConvertRun.h"
 #include "kernel/combine/KeyedRun.h"
-#include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
 #include "kernel/combine/RunRows.h"
+#include "kernel/combine/Streaming.h"
 #include "kernel/resize/Access.h"
 
 #include <utility>

@@ -5,8 +5,8 @@
 #include "kernel/bitmap/Record.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/bitmap/Staged.h"
-#include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
+#include "kernel/combine/Streaming.h"
 #include "kernel/resize/Access.h"
 #include "kernel/rows/RowAccess.h"
 

@@ -365,7 +365,7 @@ ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_
         return nullptr;
     }
     auto* const lookup = new (memory) ExactLookup{};
-    lookup->base.match = !plain && cpu_level() >= Cpu::avx2 ? match_cells_avx2 : match_cells;
+    lookup->base.match = !plain && simd::level() >= simd::Level::avx2 ? match_cells_avx2 : match_cells;
     lookup->count = count;
     lookup->blocks = blocks;
     lookup->used_list.store(count, std::memory_order_relaxed);

@@ -33,8 +33,8 @@ void index8_to_rgb24(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t 
 }
 
 constexpr FusedPath kPlain[] = {
-    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_BGR, Cpu::any, 8, 1, index8_to_bgr24, nullptr, nullptr},
-    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_RGB, Cpu::any, 8, 1, index8_to_rgb24, nullptr, nullptr},
+    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_BGR, simd::Level::base, 8, 1, index8_to_bgr24, nullptr, nullptr},
+    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_RGB, simd::Level::base, 8, 1, index8_to_rgb24, nullptr, nullptr},
 };
 
 } // namespace
@@ -46,25 +46,10 @@ FusedRows fused_plain() noexcept
 
 namespace {
 
-std::atomic<Cpu> g_highest{Cpu::avx512};
-std::atomic<int> g_level{-1}; ///< the processor's own, once it is known
-
 bool is_for(const FusedPath& path, const Plan& plan) noexcept
 {
     return path.src_bits == plan.src->bits && path.src_order == plan.src->order && path.dst_bits == plan.dst->bits &&
            path.dst_order == plan.dst->order;
-}
-
-Cpu detect_level() noexcept
-{
-    __builtin_cpu_init();
-    if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi2")) {
-        return Cpu::any;
-    }
-    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-                        __builtin_cpu_supports("avx512vbmi");
-    return avx512 ? Cpu::avx512 : Cpu::avx2;
 }
 
 } // namespace
@@ -105,26 +90,16 @@ bool find_threshold(Plan& plan) noexcept
     return limit < 256;
 }
 
-Cpu cpu_level() noexcept
-{
-    int level = g_level.load(std::memory_order_relaxed);
-    if (level < 0) { // worked out by everybody who comes early, to the same end
-        level = static_cast<int>(detect_level());
-        g_level.store(level, std::memory_order_relaxed);
-    }
-    return static_cast<Cpu>(level);
-}
-
 const FusedPath* find_fused(Plan& plan) noexcept
 {
-    const Cpu highest = std::min(cpu_level(), g_highest.load(std::memory_order_relaxed));
+    const simd::Level highest = simd::level();
     // Samples of which only some bits count look like plain 8-bit gray otherwise.
     if (plan.set_alpha || plan.undo_gamut || plan.apply_gamut || plan.src == &gray8_samples()) {
         return nullptr;
     }
     for (const FusedRows& rows : {fused_avx512(), fused_avx2(), fused_plain()}) {
         for (const FusedPath* path = rows.first; path < rows.first + rows.count; ++path) {
-            if (path->cpu <= highest && is_for(*path, plan) && (path->serves == nullptr || path->serves(plan))) {
+            if (path->level <= highest && is_for(*path, plan) && (path->serves == nullptr || path->serves(plan))) {
                 return path;
             }
         }
@@ -207,16 +182,6 @@ const FusedPath* fused_path(size_t index) noexcept
         index -= rows.count;
     }
     return nullptr;
-}
-
-Cpu fused_limit() noexcept
-{
-    return g_highest.load(std::memory_order_relaxed);
-}
-
-void limit_fused(Cpu highest) noexcept
-{
-    g_highest.store(highest, std::memory_order_relaxed);
 }
 
 } // namespace vk::pixel

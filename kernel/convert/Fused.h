@@ -6,17 +6,13 @@
 #pragma once
 
 #include "kernel/convert/Plan.h"
+#include "simd/Ahead.h"
+#include "simd/Level.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace vk::pixel {
-
-/// What a path needs of the processor. Each level has all of those before it.
-enum class Cpu : uint8_t { none, any, avx2, avx512 };
-
-/// The highest level of this processor.
-Cpu cpu_level() noexcept;
 
 /// Pixels a path may convert in one step at most.
 constexpr size_t kMaxFusedStep = 64;
@@ -30,9 +26,9 @@ struct FusedPath {
     const char* name;
     int32_t src_bits, src_order; ///< as in the format table
     int32_t dst_bits, dst_order;
-    Cpu cpu;
-    size_t step;  ///< pixels are converted by so many at a time, a multiple of 8
-    size_t slack; ///< bytes the last step may read and write too far
+    simd::Level level; ///< what the path needs of the processor
+    size_t step;       ///< pixels are converted by so many at a time, a multiple of 8
+    size_t slack;      ///< bytes the last step may read and write too far
     Kernel* run;
     Kernel* stream; ///< the same past the caches, to a destination at a cache line, writing nothing too far; or null
     /// Whether the path serves this plan beyond its formats, which have neither gamut nor alpha steps; may prepare what
@@ -48,27 +44,6 @@ void run_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count,
 
 /// Row `index` of the whole table, special before general; null past its end.
 const FusedPath* fused_path(size_t index) noexcept;
-
-/// Switches paths above a level off, Cpu::none all of them; for tests and benchmarks, while nothing converts.
-void limit_fused(Cpu highest) noexcept;
-
-/// The level they are limited to.
-Cpu fused_limit() noexcept;
-
-/// How far ahead of their loads the streaming kernels ask for the source, in bytes: beyond the page that the processor
-/// looks ahead in by itself.
-constexpr size_t kFetchAhead = 8192;
-
-/// Asks for the source of a streaming kernel's later step, `Bytes` of them per step. Nothing is read, so the address
-/// may lie behind the source.
-template <bool Stream, size_t Bytes> inline void fetch_ahead(const uint8_t* src) noexcept
-{
-    if constexpr (Stream) {
-        for (size_t offset = 0; offset < Bytes; offset += 64) {
-            __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(src) + kFetchAhead + offset));
-        }
-    }
-}
 
 /// Runs the plan's path past the caches where the destination allows it, else as run_fused does.
 void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept;

@@ -72,7 +72,7 @@ template <bool Stream> void widen_24(const uint8_t* src, uint8_t* dst, size_t co
 {
     const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
     for (; count != 0; count -= 8, src += 24, dst += 32) {
-        fetch_ahead<Stream, 24>(src);
+        simd::fetch_ahead<Stream, 24>(src);
         put32<Stream>(dst, _mm256_or_si256(_mm256_shuffle_epi8(load_24(src), shuffle), alpha));
     }
 }
@@ -117,7 +117,7 @@ template <bool Stream> void gray_of_24(const uint8_t* src, uint8_t* dst, size_t 
         return weigh(_mm256_shuffle_epi8(load_24(src + offset), shuffle), weights);
     };
     for (; count != 0; count -= 32, src += 96, dst += 32) {
-        fetch_ahead<Stream, 96>(src);
+        simd::fetch_ahead<Stream, 96>(src);
         put32<Stream>(dst, pack_grays(gray(0), gray(24), gray(48), gray(72)));
     }
 }
@@ -126,7 +126,7 @@ template <bool Stream> void gray_of_32(const uint8_t* src, uint8_t* dst, size_t 
 {
     const auto gray = [&](size_t offset) noexcept { return weigh(load32(src + offset), weights); };
     for (; count != 0; count -= 32, src += 128, dst += 32) {
-        fetch_ahead<Stream, 128>(src);
+        simd::fetch_ahead<Stream, 128>(src);
         put32<Stream>(dst, pack_grays(gray(0), gray(32), gray(64), gray(96)));
     }
 }
@@ -218,7 +218,7 @@ template <bool Stream> void c32_swap(const Plan&, const uint8_t* src, uint8_t* d
 {
     const __m256i shuffle = twice(_mm_setr_epi8(2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15));
     for (; count != 0; count -= 8, src += 32, dst += 32) {
-        fetch_ahead<Stream, 32>(src);
+        simd::fetch_ahead<Stream, 32>(src);
         put32<Stream>(dst, _mm256_shuffle_epi8(load32(src), shuffle));
     }
 }
@@ -249,7 +249,7 @@ template <bool Stream> void gray8_to_24(const Plan&, const uint8_t* src, uint8_t
     const __m128i second = _mm_setr_epi8(5, 5, 6, 6, 6, 7, 7, 7, 8, 8, 8, 9, 9, 9, 10, 10);
     const __m128i third = _mm_setr_epi8(10, 11, 11, 11, 12, 12, 12, 13, 13, 13, 14, 14, 14, 15, 15, 15);
     for (; count != 0; count -= 16, src += 16, dst += 48) {
-        fetch_ahead<Stream, 16>(src);
+        simd::fetch_ahead<Stream, 16>(src);
         const __m128i gray = load16(src);
         put16<Stream>(dst, _mm_shuffle_epi8(gray, first));
         put16<Stream>(dst + 16, _mm_shuffle_epi8(gray, second));
@@ -263,7 +263,7 @@ template <bool Stream> void gray8_to_32(const Plan&, const uint8_t* src, uint8_t
                                              4, 4, 4, -1, 5, 5, 5, -1, 6, 6, 6, -1, 7, 7, 7, -1);
     const __m256i alpha = _mm256_set1_epi32(static_cast<int>(0xFF000000u));
     for (; count != 0; count -= 8, src += 8, dst += 32) {
-        fetch_ahead<Stream, 8>(src);
+        simd::fetch_ahead<Stream, 8>(src);
         const __m128i gray = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(src));
         put32<Stream>(dst, _mm256_or_si256(_mm256_shuffle_epi8(twice(gray), shuffle), alpha));
     }
@@ -273,7 +273,7 @@ template <bool Stream> void c24_to_48(const Plan&, const uint8_t* src, uint8_t* 
 {
     // Times 257 is the byte twice.
     for (size_t bytes = count * 3; bytes != 0; bytes -= 32, src += 32, dst += 64) {
-        fetch_ahead<Stream, 32>(src);
+        simd::fetch_ahead<Stream, 32>(src);
         const __m256i v = _mm256_permute4x64_epi64(load32(src), 0xD8);
         put32<Stream>(dst, _mm256_unpacklo_epi8(v, v));
         put32<Stream>(dst + 32, _mm256_unpackhi_epi8(v, v));
@@ -318,7 +318,7 @@ template <bool Stream> void bit_to_gray8(const Plan& plan, const uint8_t* src, u
                                              2, 2, 2, 2, 2, 2, 2, 2, 3, 3, 3, 3, 3, 3, 3, 3);
     const __m256i bit_of = _mm256_set1_epi64x(0x0102040810204080);
     for (; count != 0; count -= 32, src += 4, dst += 32) {
-        fetch_ahead<Stream, 4>(src);
+        simd::fetch_ahead<Stream, 4>(src);
         int32_t bits;
         __builtin_memcpy(&bits, src, sizeof bits);
         const __m256i bytes = _mm256_shuffle_epi8(_mm256_set1_epi32(bits), byte_of);
@@ -366,53 +366,66 @@ constexpr int32_t kGray = COLORORDER_GRAY;
 constexpr int32_t k565 = COLORORDER_RGB565;
 
 constexpr FusedPath kPaths[] = {
-    {"24 to 32, AVX2", 24, kBgr, 32, kBgr, Cpu::avx2, 8, 4, c24_to_32<false>, c24_to_32<true>, nullptr},
-    {"24 to 32, AVX2", 24, kRgb, 32, kRgb, Cpu::avx2, 8, 4, c24_to_32<false>, c24_to_32<true>, nullptr},
-    {"24 to 32 swapped, AVX2", 24, kBgr, 32, kRgb, Cpu::avx2, 8, 4, c24_to_32_swap<false>, c24_to_32_swap<true>,
+    {"24 to 32, AVX2", 24, kBgr, 32, kBgr, simd::Level::avx2, 8, 4, c24_to_32<false>, c24_to_32<true>, nullptr},
+    {"24 to 32, AVX2", 24, kRgb, 32, kRgb, simd::Level::avx2, 8, 4, c24_to_32<false>, c24_to_32<true>, nullptr},
+    {"24 to 32 swapped, AVX2", 24, kBgr, 32, kRgb, simd::Level::avx2, 8, 4, c24_to_32_swap<false>, c24_to_32_swap<true>,
      nullptr},
-    {"24 to 32 swapped, AVX2", 24, kRgb, 32, kBgr, Cpu::avx2, 8, 4, c24_to_32_swap<false>, c24_to_32_swap<true>,
+    {"24 to 32 swapped, AVX2", 24, kRgb, 32, kBgr, simd::Level::avx2, 8, 4, c24_to_32_swap<false>, c24_to_32_swap<true>,
      nullptr},
-    {"24 swapped, AVX2", 24, kBgr, 24, kRgb, Cpu::avx2, 8, 8, c24_swap, nullptr, nullptr},
-    {"24 swapped, AVX2", 24, kRgb, 24, kBgr, Cpu::avx2, 8, 8, c24_swap, nullptr, nullptr},
-    {"32 to 24, AVX2", 32, kBgr, 24, kBgr, Cpu::avx2, 8, 8, c32_to_24, nullptr, nullptr},
-    {"32 to 24, AVX2", 32, kRgb, 24, kRgb, Cpu::avx2, 8, 8, c32_to_24, nullptr, nullptr},
-    {"32 to 24 swapped, AVX2", 32, kBgr, 24, kRgb, Cpu::avx2, 8, 8, c32_to_24_swap, nullptr, nullptr},
-    {"32 to 24 swapped, AVX2", 32, kRgb, 24, kBgr, Cpu::avx2, 8, 8, c32_to_24_swap, nullptr, nullptr},
-    {"32 swapped, AVX2", 32, kBgr, 32, kRgb, Cpu::avx2, 8, 0, c32_swap<false>, c32_swap<true>, nullptr},
-    {"32 swapped, AVX2", 32, kRgb, 32, kBgr, Cpu::avx2, 8, 0, c32_swap<false>, c32_swap<true>, nullptr},
-    {"24 to gray, AVX2", 24, kBgr, 0, kAnyOrder, Cpu::avx2, 32, 4, bgr24_to_gray8<false>, bgr24_to_gray8<true>,
+    {"24 swapped, AVX2", 24, kBgr, 24, kRgb, simd::Level::avx2, 8, 8, c24_swap, nullptr, nullptr},
+    {"24 swapped, AVX2", 24, kRgb, 24, kBgr, simd::Level::avx2, 8, 8, c24_swap, nullptr, nullptr},
+    {"32 to 24, AVX2", 32, kBgr, 24, kBgr, simd::Level::avx2, 8, 8, c32_to_24, nullptr, nullptr},
+    {"32 to 24, AVX2", 32, kRgb, 24, kRgb, simd::Level::avx2, 8, 8, c32_to_24, nullptr, nullptr},
+    {"32 to 24 swapped, AVX2", 32, kBgr, 24, kRgb, simd::Level::avx2, 8, 8, c32_to_24_swap, nullptr, nullptr},
+    {"32 to 24 swapped, AVX2", 32, kRgb, 24, kBgr, simd::Level::avx2, 8, 8, c32_to_24_swap, nullptr, nullptr},
+    {"32 swapped, AVX2", 32, kBgr, 32, kRgb, simd::Level::avx2, 8, 0, c32_swap<false>, c32_swap<true>, nullptr},
+    {"32 swapped, AVX2", 32, kRgb, 32, kBgr, simd::Level::avx2, 8, 0, c32_swap<false>, c32_swap<true>, nullptr},
+    {"24 to gray, AVX2", 24, kBgr, 0, kAnyOrder, simd::Level::avx2, 32, 4, bgr24_to_gray8<false>, bgr24_to_gray8<true>,
      nullptr},
-    {"24 to gray, AVX2", 24, kRgb, 0, kAnyOrder, Cpu::avx2, 32, 4, rgb24_to_gray8<false>, rgb24_to_gray8<true>,
+    {"24 to gray, AVX2", 24, kRgb, 0, kAnyOrder, simd::Level::avx2, 32, 4, rgb24_to_gray8<false>, rgb24_to_gray8<true>,
      nullptr},
-    {"24 to gray, AVX2", 24, kBgr, 8, kGray, Cpu::avx2, 32, 4, bgr24_to_gray8<false>, bgr24_to_gray8<true>, nullptr},
-    {"24 to gray, AVX2", 24, kRgb, 8, kGray, Cpu::avx2, 32, 4, rgb24_to_gray8<false>, rgb24_to_gray8<true>, nullptr},
-    {"32 to gray, AVX2", 32, kBgr, 0, kAnyOrder, Cpu::avx2, 32, 0, bgr32_to_gray8<false>, bgr32_to_gray8<true>,
+    {"24 to gray, AVX2", 24, kBgr, 8, kGray, simd::Level::avx2, 32, 4, bgr24_to_gray8<false>, bgr24_to_gray8<true>,
      nullptr},
-    {"32 to gray, AVX2", 32, kRgb, 0, kAnyOrder, Cpu::avx2, 32, 0, rgb32_to_gray8<false>, rgb32_to_gray8<true>,
+    {"24 to gray, AVX2", 24, kRgb, 8, kGray, simd::Level::avx2, 32, 4, rgb24_to_gray8<false>, rgb24_to_gray8<true>,
      nullptr},
-    {"32 to gray, AVX2", 32, kBgr, 8, kGray, Cpu::avx2, 32, 0, bgr32_to_gray8<false>, bgr32_to_gray8<true>, nullptr},
-    {"32 to gray, AVX2", 32, kRgb, 8, kGray, Cpu::avx2, 32, 0, rgb32_to_gray8<false>, rgb32_to_gray8<true>, nullptr},
-    {"gray to 24, AVX2", 0, kAnyOrder, 24, kBgr, Cpu::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 32, AVX2", 0, kAnyOrder, 32, kBgr, Cpu::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>, nullptr},
-    {"gray to 24, AVX2", 0, kAnyOrder, 24, kRgb, Cpu::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 32, AVX2", 0, kAnyOrder, 32, kRgb, Cpu::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>, nullptr},
-    {"gray to 24, AVX2", 8, kGray, 24, kBgr, Cpu::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 32, AVX2", 8, kGray, 32, kBgr, Cpu::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>, nullptr},
-    {"gray to 24, AVX2", 8, kGray, 24, kRgb, Cpu::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 32, AVX2", 8, kGray, 32, kRgb, Cpu::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>, nullptr},
-    {"24 to 48, AVX2", 24, kBgr, 48, kBgr, Cpu::avx2, 32, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
-    {"24 to 48, AVX2", 24, kRgb, 48, kRgb, Cpu::avx2, 32, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
-    {"24 to 5-6-5, AVX2", 24, kBgr, 16, k565, Cpu::avx2, 16, 4, bgr24_to_565<false>, bgr24_to_565<true>, nullptr},
-    {"24 to 5-6-5, AVX2", 24, kRgb, 16, k565, Cpu::avx2, 16, 4, rgb24_to_565<false>, rgb24_to_565<true>, nullptr},
-    {"24 to 5-5-5, AVX2", 24, kBgr, 16, kBgr, Cpu::avx2, 16, 4, bgr24_to_555<false>, bgr24_to_555<true>, nullptr},
-    {"5-6-5 to 24, AVX2", 16, k565, 24, kBgr, Cpu::avx2, 8, 8, r565_to_bgr24, nullptr, nullptr},
-    {"5-6-5 to 24, AVX2", 16, k565, 24, kRgb, Cpu::avx2, 8, 8, r565_to_rgb24, nullptr, nullptr},
-    {"5-5-5 to 24, AVX2", 16, kBgr, 24, kBgr, Cpu::avx2, 8, 8, b555_to_bgr24, nullptr, nullptr},
-    {"1 to gray, AVX2", 1, kAnyOrder, 0, kAnyOrder, Cpu::avx2, 32, 0, bit_to_gray8<false>, bit_to_gray8<true>, nullptr},
-    {"1 to gray, AVX2", 1, kAnyOrder, 8, kGray, Cpu::avx2, 32, 0, bit_to_gray8<false>, bit_to_gray8<true>, nullptr},
-    {"gray to 1, AVX2", 0, kAnyOrder, 1, kAnyOrder, Cpu::avx2, 32, 0, gray8_to_bit, nullptr, find_threshold},
-    {"gray to 1, AVX2", 8, kGray, 1, kAnyOrder, Cpu::avx2, 32, 0, gray8_to_bit, nullptr, find_threshold},
-    {"8 to 1, AVX2", 8, kAnyOrder, 1, kAnyOrder, Cpu::avx2, 32, 0, byte_to_bit, nullptr, find_bits},
+    {"32 to gray, AVX2", 32, kBgr, 0, kAnyOrder, simd::Level::avx2, 32, 0, bgr32_to_gray8<false>, bgr32_to_gray8<true>,
+     nullptr},
+    {"32 to gray, AVX2", 32, kRgb, 0, kAnyOrder, simd::Level::avx2, 32, 0, rgb32_to_gray8<false>, rgb32_to_gray8<true>,
+     nullptr},
+    {"32 to gray, AVX2", 32, kBgr, 8, kGray, simd::Level::avx2, 32, 0, bgr32_to_gray8<false>, bgr32_to_gray8<true>,
+     nullptr},
+    {"32 to gray, AVX2", 32, kRgb, 8, kGray, simd::Level::avx2, 32, 0, rgb32_to_gray8<false>, rgb32_to_gray8<true>,
+     nullptr},
+    {"gray to 24, AVX2", 0, kAnyOrder, 24, kBgr, simd::Level::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>,
+     nullptr},
+    {"gray to 32, AVX2", 0, kAnyOrder, 32, kBgr, simd::Level::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>,
+     nullptr},
+    {"gray to 24, AVX2", 0, kAnyOrder, 24, kRgb, simd::Level::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>,
+     nullptr},
+    {"gray to 32, AVX2", 0, kAnyOrder, 32, kRgb, simd::Level::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>,
+     nullptr},
+    {"gray to 24, AVX2", 8, kGray, 24, kBgr, simd::Level::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
+    {"gray to 32, AVX2", 8, kGray, 32, kBgr, simd::Level::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>, nullptr},
+    {"gray to 24, AVX2", 8, kGray, 24, kRgb, simd::Level::avx2, 16, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
+    {"gray to 32, AVX2", 8, kGray, 32, kRgb, simd::Level::avx2, 8, 0, gray8_to_32<false>, gray8_to_32<true>, nullptr},
+    {"24 to 48, AVX2", 24, kBgr, 48, kBgr, simd::Level::avx2, 32, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
+    {"24 to 48, AVX2", 24, kRgb, 48, kRgb, simd::Level::avx2, 32, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
+    {"24 to 5-6-5, AVX2", 24, kBgr, 16, k565, simd::Level::avx2, 16, 4, bgr24_to_565<false>, bgr24_to_565<true>,
+     nullptr},
+    {"24 to 5-6-5, AVX2", 24, kRgb, 16, k565, simd::Level::avx2, 16, 4, rgb24_to_565<false>, rgb24_to_565<true>,
+     nullptr},
+    {"24 to 5-5-5, AVX2", 24, kBgr, 16, kBgr, simd::Level::avx2, 16, 4, bgr24_to_555<false>, bgr24_to_555<true>,
+     nullptr},
+    {"5-6-5 to 24, AVX2", 16, k565, 24, kBgr, simd::Level::avx2, 8, 8, r565_to_bgr24, nullptr, nullptr},
+    {"5-6-5 to 24, AVX2", 16, k565, 24, kRgb, simd::Level::avx2, 8, 8, r565_to_rgb24, nullptr, nullptr},
+    {"5-5-5 to 24, AVX2", 16, kBgr, 24, kBgr, simd::Level::avx2, 8, 8, b555_to_bgr24, nullptr, nullptr},
+    {"1 to gray, AVX2", 1, kAnyOrder, 0, kAnyOrder, simd::Level::avx2, 32, 0, bit_to_gray8<false>, bit_to_gray8<true>,
+     nullptr},
+    {"1 to gray, AVX2", 1, kAnyOrder, 8, kGray, simd::Level::avx2, 32, 0, bit_to_gray8<false>, bit_to_gray8<true>,
+     nullptr},
+    {"gray to 1, AVX2", 0, kAnyOrder, 1, kAnyOrder, simd::Level::avx2, 32, 0, gray8_to_bit, nullptr, find_threshold},
+    {"gray to 1, AVX2", 8, kGray, 1, kAnyOrder, simd::Level::avx2, 32, 0, gray8_to_bit, nullptr, find_threshold},
+    {"8 to 1, AVX2", 8, kAnyOrder, 1, kAnyOrder, simd::Level::avx2, 32, 0, byte_to_bit, nullptr, find_bits},
 };
 
 } // namespace

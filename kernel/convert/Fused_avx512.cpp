@@ -102,7 +102,7 @@ template <bool Stream> void widen_24(const uint8_t* src, uint8_t* dst, size_t co
     const __m512i shuffle = order.load();
     const __m512i alpha = _mm512_set1_epi32(static_cast<int>(0xFF000000u));
     for (; count != 0; count -= 16, src += 48, dst += 64) {
-        fetch_ahead<Stream, 48>(src);
+        simd::fetch_ahead<Stream, 48>(src);
         put64<Stream>(dst, _mm512_or_si512(permute(shuffle, load64(src)), alpha));
     }
 }
@@ -110,7 +110,7 @@ template <bool Stream> void widen_24(const uint8_t* src, uint8_t* dst, size_t co
 template <bool Stream> void narrow_32(const uint8_t* src, uint8_t* dst, size_t count, const Orders& orders) noexcept
 {
     for (; count != 0; count -= 64, src += 256, dst += 192) {
-        fetch_ahead<Stream, 256>(src);
+        simd::fetch_ahead<Stream, 256>(src);
         for (size_t k = 0; k < 3; ++k) {
             put64<Stream>(dst + 64 * k, _mm512_permutex2var_epi8(load64(src + 64 * k), orders.part[k].load(),
                                                                  load64(src + 64 * k + 64)));
@@ -211,7 +211,7 @@ template <bool Stream, bool Bgr> void c24_to_gray8(const Plan&, const uint8_t* s
 {
     const __m512i in_order = _mm512_setr_epi64(0, 2, 4, 6, 1, 3, 5, 7);
     for (; count != 0; count -= 64, src += 192, dst += 64) {
-        fetch_ahead<Stream, 192>(src);
+        simd::fetch_ahead<Stream, 192>(src);
         const Pixels pixels(src);
         const __m512i bytes = _mm512_packus_epi16(weigh<Bgr>(pixels, 0), weigh<Bgr>(pixels, 1));
         put64<Stream>(dst, _mm512_maskz_permutexvar_epi64(0xFF, in_order, bytes));
@@ -224,7 +224,7 @@ template <bool Stream, bool Bgr> void c24_to_565(const Plan&, const uint8_t* src
     constexpr Halves kBlueGreen = Bgr ? halves_of(0, 1) : halves_of(2, 1);
     constexpr Halves kGreenRed = Bgr ? halves_of(1, 2) : halves_of(1, 0);
     for (; count != 0; count -= 64, src += 192, dst += 128) {
-        fetch_ahead<Stream, 192>(src);
+        simd::fetch_ahead<Stream, 192>(src);
         const Pixels pixels(src);
         for (size_t half = 0; half < 2; ++half) {
             const __m512i low = pixels.pairs(kBlueGreen, half);
@@ -278,7 +278,7 @@ template <bool Stream, bool Bgr> void c565_to_24(const Plan&, const uint8_t* src
 {
     const Fields& f = Bgr ? kFieldsBgr : kFieldsRgb;
     for (; count != 0; count -= 64, src += 128, dst += 192) {
-        fetch_ahead<Stream, 128>(src);
+        simd::fetch_ahead<Stream, 128>(src);
         const __m512i front = load64(src);
         const __m512i back = load64(src + 64);
         for (size_t k = 0; k < 3; ++k) {
@@ -295,7 +295,7 @@ template <bool Stream> void c24_to_48(const Plan&, const uint8_t* src, uint8_t* 
     // Times 257 is the byte twice.
     const __m512i apart = _mm512_setr_epi64(0, 4, 1, 5, 2, 6, 3, 7);
     for (size_t bytes = count * 3; bytes != 0; bytes -= 64, src += 64, dst += 128) {
-        fetch_ahead<Stream, 64>(src);
+        simd::fetch_ahead<Stream, 64>(src);
         const __m512i v = _mm512_maskz_permutexvar_epi64(0xFF, apart, load64(src));
         put64<Stream>(dst, _mm512_unpacklo_epi8(v, v));
         put64<Stream>(dst + 64, _mm512_unpackhi_epi8(v, v));
@@ -325,7 +325,7 @@ template <bool Stream> void c32_to_24_swap(const Plan&, const uint8_t* src, uint
 template <bool Stream> void c24_swap(const Plan&, const uint8_t* src, uint8_t* dst, size_t count) noexcept
 {
     for (; count != 0; count -= 64, src += 192, dst += 192) {
-        fetch_ahead<Stream, 192>(src);
+        simd::fetch_ahead<Stream, 192>(src);
         // Bytes 0 to 191 are all there are, so the outer registers leave two out.
         const __m512i v[6] = {_mm512_maskz_loadu_epi8(~__mmask64{3}, src - 2),
                               load64(src + 2),
@@ -342,7 +342,7 @@ template <bool Stream> void c24_swap(const Plan&, const uint8_t* src, uint8_t* d
 template <bool Stream> void gray8_to_24(const Plan&, const uint8_t* src, uint8_t* dst, size_t count) noexcept
 {
     for (; count != 0; count -= 64, src += 64, dst += 192) {
-        fetch_ahead<Stream, 64>(src);
+        simd::fetch_ahead<Stream, 64>(src);
         const __m512i gray = load64(src);
         for (size_t k = 0; k < 3; ++k) {
             put64<Stream>(dst + 64 * k, permute(kThrice.part[k].load(), gray));
@@ -364,7 +364,7 @@ template <bool Stream> void index8_to_24(const Plan& plan, const uint8_t* src, u
         tables[i / 4].part[i % 4] = _mm512_load_si512(bytes[i / 4] + i % 4 * 64);
     }
     for (; count != 0; count -= 64, src += 64, dst += 192) {
-        fetch_ahead<Stream, 64>(src);
+        simd::fetch_ahead<Stream, 64>(src);
         const __m512i index = _mm512_loadu_si512(src);
         const __m512i first = tables[0].at(index);
         const __m512i second = tables[1].at(index);
@@ -386,7 +386,7 @@ void byte_to_bit(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t coun
     // The first pixel goes to the top bit of its byte.
     const __m512i backwards = _mm512_set4_epi32(0x08090A0B, 0x0C0D0E0F, 0x00010203, 0x04050607);
     for (; count != 0; count -= 64, src += 64, dst += 8) {
-        fetch_ahead<true, 64>(src);
+        simd::fetch_ahead<true, 64>(src);
         const __m512i index = _mm512_shuffle_epi8(load64(src), backwards);
         const __m512i at = _mm512_and_si512(_mm512_srli_epi16(index, 3), _mm512_set1_epi8(31));
         const __m512i bit = _mm512_shuffle_epi8(bits, _mm512_and_si512(index, _mm512_set1_epi8(7)));
@@ -404,7 +404,7 @@ template <bool Stream> void bit_to_gray8(const Plan& plan, const uint8_t* src, u
                          0x0303030303030303, 0x0202020202020202, 0x0101010101010101, 0);
     const __m512i bit_of = _mm512_maskz_set1_epi64(kAllQuads, 0x0102040810204080);
     for (; count != 0; count -= 64, src += 8, dst += 64) {
-        fetch_ahead<Stream, 8>(src);
+        simd::fetch_ahead<Stream, 8>(src);
         int64_t bits;
         __builtin_memcpy(&bits, src, sizeof bits);
         const __m512i bytes = _mm512_shuffle_epi8(_mm512_maskz_set1_epi64(kAllQuads, bits), byte_of);
@@ -418,51 +418,57 @@ constexpr int32_t kGray = COLORORDER_GRAY;
 constexpr int32_t k565 = COLORORDER_RGB565;
 
 constexpr FusedPath kPaths[] = {
-    {"24 to 32, AVX-512", 24, kBgr, 32, kBgr, Cpu::avx512, 16, 16, c24_to_32<false>, c24_to_32<true>, nullptr},
-    {"24 to 32, AVX-512", 24, kRgb, 32, kRgb, Cpu::avx512, 16, 16, c24_to_32<false>, c24_to_32<true>, nullptr},
-    {"24 to 32 swapped, AVX-512", 24, kBgr, 32, kRgb, Cpu::avx512, 16, 16, c24_to_32_swap<false>, c24_to_32_swap<true>,
+    {"24 to 32, AVX-512", 24, kBgr, 32, kBgr, simd::Level::avx512, 16, 16, c24_to_32<false>, c24_to_32<true>, nullptr},
+    {"24 to 32, AVX-512", 24, kRgb, 32, kRgb, simd::Level::avx512, 16, 16, c24_to_32<false>, c24_to_32<true>, nullptr},
+    {"24 to 32 swapped, AVX-512", 24, kBgr, 32, kRgb, simd::Level::avx512, 16, 16, c24_to_32_swap<false>,
+     c24_to_32_swap<true>, nullptr},
+    {"24 to 32 swapped, AVX-512", 24, kRgb, 32, kBgr, simd::Level::avx512, 16, 16, c24_to_32_swap<false>,
+     c24_to_32_swap<true>, nullptr},
+    {"24 swapped, AVX-512", 24, kBgr, 24, kRgb, simd::Level::avx512, 64, 0, c24_swap<false>, c24_swap<true>, nullptr},
+    {"24 swapped, AVX-512", 24, kRgb, 24, kBgr, simd::Level::avx512, 64, 0, c24_swap<false>, c24_swap<true>, nullptr},
+    {"32 to 24, AVX-512", 32, kBgr, 24, kBgr, simd::Level::avx512, 64, 0, c32_to_24<false>, c32_to_24<true>, nullptr},
+    {"32 to 24, AVX-512", 32, kRgb, 24, kRgb, simd::Level::avx512, 64, 0, c32_to_24<false>, c32_to_24<true>, nullptr},
+    {"32 to 24 swapped, AVX-512", 32, kBgr, 24, kRgb, simd::Level::avx512, 64, 0, c32_to_24_swap<false>,
+     c32_to_24_swap<true>, nullptr},
+    {"32 to 24 swapped, AVX-512", 32, kRgb, 24, kBgr, simd::Level::avx512, 64, 0, c32_to_24_swap<false>,
+     c32_to_24_swap<true>, nullptr},
+    {"8 to 24, AVX-512", 8, kAnyOrder, 24, kBgr, simd::Level::avx512, 64, 0, index8_to_24<false>, index8_to_24<true>,
      nullptr},
-    {"24 to 32 swapped, AVX-512", 24, kRgb, 32, kBgr, Cpu::avx512, 16, 16, c24_to_32_swap<false>, c24_to_32_swap<true>,
+    {"8 to 24, AVX-512", 8, kAnyOrder, 24, kRgb, simd::Level::avx512, 64, 0, index8_to_24<false>, index8_to_24<true>,
      nullptr},
-    {"24 swapped, AVX-512", 24, kBgr, 24, kRgb, Cpu::avx512, 64, 0, c24_swap<false>, c24_swap<true>, nullptr},
-    {"24 swapped, AVX-512", 24, kRgb, 24, kBgr, Cpu::avx512, 64, 0, c24_swap<false>, c24_swap<true>, nullptr},
-    {"32 to 24, AVX-512", 32, kBgr, 24, kBgr, Cpu::avx512, 64, 0, c32_to_24<false>, c32_to_24<true>, nullptr},
-    {"32 to 24, AVX-512", 32, kRgb, 24, kRgb, Cpu::avx512, 64, 0, c32_to_24<false>, c32_to_24<true>, nullptr},
-    {"32 to 24 swapped, AVX-512", 32, kBgr, 24, kRgb, Cpu::avx512, 64, 0, c32_to_24_swap<false>, c32_to_24_swap<true>,
+    {"gray to 24, AVX-512", 0, kAnyOrder, 24, kBgr, simd::Level::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>,
      nullptr},
-    {"32 to 24 swapped, AVX-512", 32, kRgb, 24, kBgr, Cpu::avx512, 64, 0, c32_to_24_swap<false>, c32_to_24_swap<true>,
+    {"gray to 24, AVX-512", 0, kAnyOrder, 24, kRgb, simd::Level::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>,
      nullptr},
-    {"8 to 24, AVX-512", 8, kAnyOrder, 24, kBgr, Cpu::avx512, 64, 0, index8_to_24<false>, index8_to_24<true>, nullptr},
-    {"8 to 24, AVX-512", 8, kAnyOrder, 24, kRgb, Cpu::avx512, 64, 0, index8_to_24<false>, index8_to_24<true>, nullptr},
-    {"gray to 24, AVX-512", 0, kAnyOrder, 24, kBgr, Cpu::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 24, AVX-512", 0, kAnyOrder, 24, kRgb, Cpu::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 24, AVX-512", 8, kGray, 24, kBgr, Cpu::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"gray to 24, AVX-512", 8, kGray, 24, kRgb, Cpu::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>, nullptr},
-    {"24 to gray, AVX-512", 24, kBgr, 0, kAnyOrder, Cpu::avx512, 64, 0, c24_to_gray8<false, true>,
+    {"gray to 24, AVX-512", 8, kGray, 24, kBgr, simd::Level::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>,
+     nullptr},
+    {"gray to 24, AVX-512", 8, kGray, 24, kRgb, simd::Level::avx512, 64, 0, gray8_to_24<false>, gray8_to_24<true>,
+     nullptr},
+    {"24 to gray, AVX-512", 24, kBgr, 0, kAnyOrder, simd::Level::avx512, 64, 0, c24_to_gray8<false, true>,
      c24_to_gray8<true, true>, nullptr},
-    {"24 to gray, AVX-512", 24, kRgb, 0, kAnyOrder, Cpu::avx512, 64, 0, c24_to_gray8<false, false>,
+    {"24 to gray, AVX-512", 24, kRgb, 0, kAnyOrder, simd::Level::avx512, 64, 0, c24_to_gray8<false, false>,
      c24_to_gray8<true, false>, nullptr},
-    {"24 to gray, AVX-512", 24, kBgr, 8, kGray, Cpu::avx512, 64, 0, c24_to_gray8<false, true>, c24_to_gray8<true, true>,
-     nullptr},
-    {"24 to gray, AVX-512", 24, kRgb, 8, kGray, Cpu::avx512, 64, 0, c24_to_gray8<false, false>,
+    {"24 to gray, AVX-512", 24, kBgr, 8, kGray, simd::Level::avx512, 64, 0, c24_to_gray8<false, true>,
+     c24_to_gray8<true, true>, nullptr},
+    {"24 to gray, AVX-512", 24, kRgb, 8, kGray, simd::Level::avx512, 64, 0, c24_to_gray8<false, false>,
      c24_to_gray8<true, false>, nullptr},
-    {"24 to 48, AVX-512", 24, kBgr, 48, kBgr, Cpu::avx512, 64, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
-    {"24 to 48, AVX-512", 24, kRgb, 48, kRgb, Cpu::avx512, 64, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
-    {"24 to 5-6-5, AVX-512", 24, kBgr, 16, k565, Cpu::avx512, 64, 0, c24_to_565<false, true>, c24_to_565<true, true>,
+    {"24 to 48, AVX-512", 24, kBgr, 48, kBgr, simd::Level::avx512, 64, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
+    {"24 to 48, AVX-512", 24, kRgb, 48, kRgb, simd::Level::avx512, 64, 0, c24_to_48<false>, c24_to_48<true>, nullptr},
+    {"24 to 5-6-5, AVX-512", 24, kBgr, 16, k565, simd::Level::avx512, 64, 0, c24_to_565<false, true>,
+     c24_to_565<true, true>, nullptr},
+    {"24 to 5-6-5, AVX-512", 24, kRgb, 16, k565, simd::Level::avx512, 64, 0, c24_to_565<false, false>,
+     c24_to_565<true, false>, nullptr},
+    {"5-6-5 to 24, AVX-512", 16, k565, 24, kBgr, simd::Level::avx512, 64, 0, c565_to_24<false, true>,
+     c565_to_24<true, true>, nullptr},
+    {"5-6-5 to 24, AVX-512", 16, k565, 24, kRgb, simd::Level::avx512, 64, 0, c565_to_24<false, false>,
+     c565_to_24<true, false>, nullptr},
+    {"1 to gray, AVX-512", 1, kAnyOrder, 0, kAnyOrder, simd::Level::avx512, 64, 0, bit_to_gray8<false>,
+     bit_to_gray8<true>, nullptr},
+    {"1 to gray, AVX-512", 1, kAnyOrder, 8, kGray, simd::Level::avx512, 64, 0, bit_to_gray8<false>, bit_to_gray8<true>,
      nullptr},
-    {"24 to 5-6-5, AVX-512", 24, kRgb, 16, k565, Cpu::avx512, 64, 0, c24_to_565<false, false>, c24_to_565<true, false>,
-     nullptr},
-    {"5-6-5 to 24, AVX-512", 16, k565, 24, kBgr, Cpu::avx512, 64, 0, c565_to_24<false, true>, c565_to_24<true, true>,
-     nullptr},
-    {"5-6-5 to 24, AVX-512", 16, k565, 24, kRgb, Cpu::avx512, 64, 0, c565_to_24<false, false>, c565_to_24<true, false>,
-     nullptr},
-    {"1 to gray, AVX-512", 1, kAnyOrder, 0, kAnyOrder, Cpu::avx512, 64, 0, bit_to_gray8<false>, bit_to_gray8<true>,
-     nullptr},
-    {"1 to gray, AVX-512", 1, kAnyOrder, 8, kGray, Cpu::avx512, 64, 0, bit_to_gray8<false>, bit_to_gray8<true>,
-     nullptr},
-    {"gray to 1, AVX-512", 0, kAnyOrder, 1, kAnyOrder, Cpu::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
-    {"gray to 1, AVX-512", 8, kGray, 1, kAnyOrder, Cpu::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
-    {"8 to 1, AVX-512", 8, kAnyOrder, 1, kAnyOrder, Cpu::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
+    {"gray to 1, AVX-512", 0, kAnyOrder, 1, kAnyOrder, simd::Level::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
+    {"gray to 1, AVX-512", 8, kGray, 1, kAnyOrder, simd::Level::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
+    {"8 to 1, AVX-512", 8, kAnyOrder, 1, kAnyOrder, simd::Level::avx512, 64, 0, byte_to_bit, nullptr, find_bits},
 };
 
 } // namespace

@@ -23,7 +23,7 @@ uint32_t entries_of(const RGBQUAD* palette, int32_t bits) noexcept
 
 struct Kept {
     bool is_valid;
-    Cpu limit;
+    simd::Level limit;
     ConvertJob job; ///< whose pointers are not looked at
     Entries src, dst;
     uint64_t made;
@@ -70,7 +70,7 @@ bool can_keep(const ConvertJob& job) noexcept
 Plan* kept_plan(const ConvertJob& job) noexcept
 {
     Kept& kept = t_kept;
-    const Cpu limit = fused_limit();
+    const simd::Level limit = simd::level();
     if (kept.is_valid && kept.limit == limit && can_keep(job) && is_same_job(kept.job, job) &&
         is_same(kept.src, job.src_palette, job.src_bits) && is_same(kept.dst, job.dst_palette, job.dst_bits))
         return &plan_of(kept);

@@ -1,8 +1,9 @@
 #include "kernel/fill/AlphaRuns.h"
 
-#include "kernel/combine/Level.h"
 #include "kernel/combine/Rest.h"
+#include "kernel/combine/Streaming.h"
 #include "kernel/fill/AlphaKernels.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -68,8 +69,8 @@ template <class T> void weigh_plain(uint8_t* pixels, size_t count, bool is_divis
 /// The form for the processor; null where there is none.
 template <class Loop> Loop* loop_for_level(Loop* avx2, Loop* avx512) noexcept
 {
-    const pixel::Cpu cpu = combine::level();
-    return cpu >= pixel::Cpu::avx512 ? avx512 : cpu >= pixel::Cpu::avx2 ? avx2 : nullptr;
+    const simd::Level cpu = simd::level();
+    return cpu >= simd::Level::avx512 ? avx512 : cpu >= simd::Level::avx2 ? avx2 : nullptr;
 }
 
 } // namespace

@@ -1,8 +1,8 @@
 // Filling with a colour, with a pattern, and what is connected.
 #include "kernel/fill/FillBitmap.h"
 
-#include "kernel/combine/Level.h"
 #include "kernel/combine/LogicRun.h"
+#include "kernel/combine/Streaming.h"
 #include "kernel/fill/ChangePixels.h"
 #include "kernel/fill/FillRun.h"
 #include "kernel/fill/Flood.h"

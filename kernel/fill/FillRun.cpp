@@ -1,6 +1,7 @@
 #include "kernel/fill/FillRun.h"
 
-#include "kernel/combine/Level.h"
+#include "kernel/combine/Streaming.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -67,7 +68,7 @@ void FillRun::stream(uint8_t* to, size_t bytes) const noexcept
     const uint8_t* const pattern = pixels_ + lead % pixel;
     std::memcpy(to, pixels_, lead);
     to += lead;
-    if (combine::level() >= pixel::Cpu::avx512) {
+    if (simd::level() >= simd::Level::avx512) {
         stream_pattern_avx512(to, pattern, lines);
     } else {
         for (size_t line = 0; line < lines; ++line) {

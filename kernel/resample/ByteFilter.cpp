@@ -13,7 +13,7 @@ constexpr int64_t kMostTotal = int64_t{1} << 40; ///< the quotient's inverse is 
 
 const ByteLoops& choose_loops(bool plain) noexcept
 {
-    return !plain && pixel::cpu_level() >= pixel::Cpu::avx2 ? avx2_loops() : plain_loops();
+    return !plain && simd::level() >= simd::Level::avx2 ? avx2_loops() : plain_loops();
 }
 
 } // namespace

@@ -20,8 +20,8 @@ constexpr int32_t kMostPicked = 16;
 
 Level best_level() noexcept
 {
-    const pixel::Cpu cpu = pixel::cpu_level();
-    return cpu >= pixel::Cpu::avx512 ? Level::avx512 : cpu >= pixel::Cpu::avx2 ? Level::avx2 : Level::plain;
+    const simd::Level cpu = simd::level();
+    return cpu >= simd::Level::avx512 ? Level::avx512 : cpu >= simd::Level::avx2 ? Level::avx2 : Level::plain;
 }
 
 std::atomic<int> chosen{-1};

@@ -13,10 +13,10 @@ std::atomic<Level> g_limit{Level::avx512};
 
 Level highest() noexcept
 {
-    switch (pixel::cpu_level()) {
-    case pixel::Cpu::avx512:
+    switch (simd::level()) {
+    case simd::Level::avx512:
         return Level::avx512;
-    case pixel::Cpu::avx2:
+    case simd::Level::avx2:
         return Level::avx2;
     default:
         return Level::plain;

@@ -11,8 +11,8 @@ namespace {
 
 Level best_level() noexcept
 {
-    const pixel::Cpu cpu = pixel::cpu_level();
-    return cpu >= pixel::Cpu::avx512 ? Level::avx512 : cpu >= pixel::Cpu::avx2 ? Level::avx2 : Level::sse2;
+    const simd::Level cpu = simd::level();
+    return cpu >= simd::Level::avx512 ? Level::avx512 : cpu >= simd::Level::avx2 ? Level::avx2 : Level::sse2;
 }
 
 std::atomic<Level> g_limit{Level::avx512};

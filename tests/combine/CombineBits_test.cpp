@@ -53,7 +53,7 @@ TEST(CombineBits, EveryOperationDepthAndOffset)
 {
     TestRandom random(1301);
     SCOPED_TRACE(random);
-    for (const pixel::Cpu level : kLevels) {
+    for (const simd::Level level : kLevels) {
         const AtLevel at(level);
         for (const int32_t bits : kDepths)
             for (int32_t offset = 0; offset <= 65; ++offset) {
@@ -186,7 +186,7 @@ TEST(CombineBits, CopyConverts)
             random.fill(&entry, 3);
         ASSERT_EQ(SUCCESS, V_SetBitmapNewPalette(bitmap.get(), palette.data(), 1u << bits));
     };
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const auto& [to_bits, to_order] : kForms)
             for (const auto& [from_bits, from_order] : kForms) {
                 const AtLevel at(level);
@@ -289,11 +289,11 @@ TEST(CombineBits, FastFormsAreTaken)
     std::vector<uint8_t> to(400);
     const combine::Logic logic(0x6);
     for (const uint32_t shift : {0u, 3u}) {
-        if (pixel::cpu_level() >= pixel::Cpu::avx2) {
+        if (simd::level() >= simd::Level::avx2) {
             EXPECT_EQ(96u, combine::logic_bytes_avx2(to.data(), from.data(), 99, shift, logic,
                                                      combine::BitOrder::high_first));
         }
-        if (pixel::cpu_level() >= pixel::Cpu::avx512) {
+        if (simd::level() >= simd::Level::avx512) {
             EXPECT_EQ(99u, combine::logic_bytes_avx512(to.data(), from.data(), 99, shift, logic,
                                                        combine::BitOrder::low_first));
         }

@@ -239,7 +239,7 @@ TEST(CombineBlend, FastFormsEqualThePlainOne)
 {
     TestRandom random(1361);
     SCOPED_TRACE(random);
-    const auto run = [&](pixel::Cpu level, const Form& form, const Picture& to, const Picture& from,
+    const auto run = [&](simd::Level level, const Form& form, const Picture& to, const Picture& from,
                          const Picture& cover, const Mixing& setup) {
         const AtLevel at(level);
         TestBitmap a;
@@ -268,9 +268,9 @@ TEST(CombineBlend, FastFormsEqualThePlainOne)
                     const Picture to = noise(form, width, 2, false, random); // colours above their alpha too
                     const Picture from = noise(form, width, 2, false, random);
                     const Picture cover = Picture::noise(width, 2, std::max(mask_bits, 1), random.next());
-                    const Picture plain = run(pixel::Cpu::none, form, to, from, cover, setup);
-                    ASSERT_EQ(plain, run(pixel::Cpu::avx2, form, to, from, cover, setup));
-                    ASSERT_EQ(plain, run(pixel::Cpu::avx512, form, to, from, cover, setup));
+                    const Picture plain = run(simd::Level::plain, form, to, from, cover, setup);
+                    ASSERT_EQ(plain, run(simd::Level::avx2, form, to, from, cover, setup));
+                    ASSERT_EQ(plain, run(simd::Level::avx512, form, to, from, cover, setup));
                 }
     }
 }
@@ -279,25 +279,24 @@ TEST(CombineBlend, FastFormsEqualThePlainOne)
 // vectors.
 TEST(CombineBlend, FastFormsAreTaken)
 {
-    using combine::BlendLoop;
+    using combine::BlendLoops;
     constexpr struct {
         int32_t bits;
         uint32_t mode;
         uint32_t opacity;
         int32_t mask_bits;
-        BlendLoop* avx2;
-        BlendLoop* avx512;
-        size_t vectors; ///< pixels of 99 that those for AVX-512 do
+        combine::BlendLoop* BlendLoops::*loop;
+        bool masks_rest; ///< where the set can
     } kRows[] = {
-        {32, BLEND_SRC_OVER, 65535, 0, combine::over_straight_avx2, combine::over_straight_avx512, 99},
-        {32, BLEND_PREMULTIPLIED, 65535, 0, combine::over_premultiplied_avx2, combine::over_premultiplied_avx512, 99},
-        {24, BLEND_SRC_OVER, 65535, 8, combine::mix_24_avx2, combine::mix_24_avx512, 64},
-        {8, BLEND_SRC_OVER, 65535, 8, combine::mix_gray_avx2, combine::mix_gray_avx512, 64},
-        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED_SRC, 65535, 0, nullptr, nullptr, 0},
-        {32, BLEND_SRC_OVER, 65534, 0, nullptr, nullptr, 0},
-        {32, BLEND_SRC_ATOP, 65535, 0, nullptr, nullptr, 0},
-        {32, BLEND_SRC_OVER, 65535, 8, nullptr, nullptr, 0},
-        {8, BLEND_SRC_OVER, 65535, 1, nullptr, nullptr, 0},
+        {32, BLEND_SRC_OVER, 65535, 0, &BlendLoops::over_straight, true},
+        {32, BLEND_PREMULTIPLIED, 65535, 0, &BlendLoops::over_premultiplied, true},
+        {24, BLEND_SRC_OVER, 65535, 8, &BlendLoops::mix_24, false},
+        {8, BLEND_SRC_OVER, 65535, 8, &BlendLoops::mix_gray, false},
+        {32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED_SRC, 65535, 0, nullptr, false},
+        {32, BLEND_SRC_OVER, 65534, 0, nullptr, false},
+        {32, BLEND_SRC_ATOP, 65535, 0, nullptr, false},
+        {32, BLEND_SRC_OVER, 65535, 8, nullptr, false},
+        {8, BLEND_SRC_OVER, 65535, 1, nullptr, false},
     };
     uint8_t from[400] = {};
     uint8_t to[400] = {};
@@ -311,14 +310,15 @@ TEST(CombineBlend, FastFormsAreTaken)
             a->Order = COLORORDER_GRAY;
         combine::BlendRun run({row.mode & BLEND_MODES, row.mode & ~BLEND_MODES, row.opacity});
         ASSERT_EQ(SUCCESS, run.open(*a.get(), *a.get(), row.mask_bits ? m.get() : nullptr, 8));
-        EXPECT_EQ(nullptr, run.fast_loop(pixel::Cpu::any));
-        EXPECT_EQ(row.avx2, run.fast_loop(pixel::Cpu::avx2));
-        EXPECT_EQ(row.avx512, run.fast_loop(pixel::Cpu::avx512));
-        if (row.avx2 && pixel::cpu_level() >= pixel::Cpu::avx2) {
-            EXPECT_EQ(96u, row.avx2(from, to, from, 99));
-        }
-        if (row.avx512 && pixel::cpu_level() >= pixel::Cpu::avx512) {
-            EXPECT_EQ(row.vectors, row.avx512(from, to, from, 99));
+        EXPECT_EQ(nullptr, run.fast_loop(simd::Level::base));
+        for (const simd::Level level : kLevels) {
+            const BlendLoops* const loops = combine::blend_loops_sets.at(level);
+            combine::BlendLoop* const wanted = loops && row.loop ? loops->*row.loop : nullptr;
+            EXPECT_EQ(wanted, run.fast_loop(level));
+            if (wanted && level <= simd::level()) {
+                const size_t whole = row.bits == 32 ? 96 : level == simd::Level::avx512 ? 64 : 96;
+                EXPECT_EQ(row.masks_rest && level == simd::Level::avx512 ? 99 : whole, wanted(from, to, from, 99));
+            }
         }
     }
 }
@@ -329,7 +329,7 @@ TEST(CombineBlend, StraightAlphaOfEveryKind)
     TestRandom random(1362);
     SCOPED_TRACE(random);
     const Form& form = kForms[6];
-    for (const pixel::Cpu level : kLevels) {
+    for (const simd::Level level : kLevels) {
         const AtLevel at(level);
         Picture to = Picture::blank(256, 256);
         Picture from = Picture::blank(256, 256);

@@ -87,7 +87,7 @@ TEST(CombineChannels, EveryOperationAndLayout)
 {
     TestRandom random(1340);
     SCOPED_TRACE(random);
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const Fields& layout : kLayouts)
             for (const uint32_t operation : kArithmetic)
                 for (const uint32_t nots : {0u, COMBINE_NOT_SRC, COMBINE_NOT_DST, COMBINE_NOT_SRC | COMBINE_NOT_DST}) {
@@ -112,7 +112,7 @@ TEST(CombineChannels, EveryOperationAndLayout)
 // All pairs of 8-bit values, and 16-bit ones where rounding is close, in every form.
 TEST(CombineChannels, ProductsAreRoundedOnce)
 {
-    for (const pixel::Cpu level : kLevels) {
+    for (const simd::Level level : kLevels) {
         const AtLevel at(level);
         std::vector<uint8_t> from(65536);
         std::vector<uint8_t> to(65536);

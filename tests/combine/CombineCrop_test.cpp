@@ -96,7 +96,7 @@ TEST(CombineCrop, CopiesAndTrims)
 
 TEST(CombineCrop, LargeOnesPassTheCachesBy)
 {
-    for (const pixel::Cpu level : kLevels) {
+    for (const simd::Level level : kLevels) {
         const AtLevel at(level);
         TestBitmap bitmap;
         ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 3001, 1999, 24, COLORORDER_BGR));
@@ -153,7 +153,7 @@ TEST(CombineCrop, FindsWhatIsNotBorder)
 {
     TestRandom random(1323);
     SCOPED_TRACE(random);
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const int32_t bits : kDepths)
             for (const uint32_t tolerance : {0u, 1u, 40u}) {
                 const AtLevel at(level);

@@ -1,34 +1,15 @@
-// What the tests of combining share: the levels that the fast forms are held to, rectangles, and a way to combine
+// What the tests of combining share: rectangles, and a way to combine
 // pictures one pixel at a time.
 #pragma once
 
 #include "Vkcombine.h"
-#include "kernel/combine/Level.h"
 #include "tests/support/FaultLoop.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestTurn.h"
 
 #include <string>
 
 namespace vk::testing {
-
-constexpr pixel::Cpu kLevels[] = {pixel::Cpu::none, pixel::Cpu::avx2, pixel::Cpu::avx512};
-
-/// Keeps the operations and the converter to a level for the length of a scope.
-class AtLevel {
-public:
-    explicit AtLevel(pixel::Cpu level)
-    {
-        combine::limit_level(level);
-        pixel::limit_fused(level);
-    }
-    ~AtLevel()
-    {
-        combine::limit_level(pixel::Cpu::avx512);
-        pixel::limit_fused(pixel::Cpu::avx512);
-    }
-    AtLevel(const AtLevel&) = delete;
-    AtLevel& operator=(const AtLevel&) = delete;
-};
 
 /// A rectangle in a destination and in a source.
 struct Place {

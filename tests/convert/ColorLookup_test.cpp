@@ -93,7 +93,7 @@ TEST(ExactLookup, IsTheScanInThePlainLoopToo)
     const Palette palette = fixed(8);
     const Lookup wide(pixel::create_exact_lookup(palette.data(), 256, 1, false), pixel::destroy_exact_lookup);
     const Lookup plain(pixel::create_exact_lookup(palette.data(), 256, 1, true), pixel::destroy_exact_lookup);
-    EXPECT_EQ(pixel::cpu_level() >= pixel::Cpu::avx2, wide->match != plain->match);
+    EXPECT_EQ(simd::level() >= simd::Level::avx2, wide->match != plain->match);
     expect_exact(clustered(4, 250, 16), 1u << 24, 31 * kStep, true);
     expect_exact(clustered(5, 250, 256), 1, 97 * kStep, true);
 }

@@ -11,14 +11,13 @@
 namespace vk::testing {
 namespace {
 
-using pixel::Cpu;
 using pixel::FusedPath;
 using pixel::Plan;
 
 /// Gives the paths back when a test ends.
 struct Limit {
-    explicit Limit(Cpu highest) { pixel::limit_fused(highest); }
-    ~Limit() { pixel::limit_fused(Cpu::avx512); }
+    explicit Limit(simd::Level highest) { simd::limit_level(highest); }
+    ~Limit() { simd::limit_level(simd::Level::avx512); }
     Limit(const Limit&) = delete;
     Limit& operator=(const Limit&) = delete;
 };
@@ -47,12 +46,12 @@ struct Case {
     }
 
     /// The plan as decided below a level, and whether it takes the path.
-    std::unique_ptr<Plan> plan(Cpu highest) const
+    std::unique_ptr<Plan> plan(simd::Level highest) const
     {
         const Limit limit(highest);
         auto result = std::make_unique<Plan>();
         EXPECT_TRUE(pixel::make_plan(job, result.get()));
-        EXPECT_EQ(highest == Cpu::none ? nullptr : &path, result->fused) << path.name;
+        EXPECT_EQ(highest == simd::Level::plain ? nullptr : &path, result->fused) << path.name;
         return result;
     }
 
@@ -69,7 +68,7 @@ struct Case {
 Bytes general(const Case& c, const Bytes& src, size_t width)
 {
     Bytes result(c.dst_bytes(width));
-    pixel::run_row(*c.plan(Cpu::none), src.data(), result.data(), width, {});
+    pixel::run_row(*c.plan(simd::Level::plain), src.data(), result.data(), width, {});
     return result;
 }
 
@@ -77,7 +76,7 @@ void compare(const Case& c, size_t width, TestRandom& random, GuardedBuffer& buf
 {
     SCOPED_TRACE(std::string(c.path.name) + ", " + std::to_string(width) + " pixels");
     const auto edge = random.one_in(2) ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
-    const auto plan = c.plan(c.path.cpu);
+    const auto plan = c.plan(c.path.level);
     Bytes src(c.src_bytes(width));
     random.fill(src.data(), src.size());
     const Bytes expected = general(c, src, width);
@@ -108,7 +107,7 @@ TEST(ConvertFused, EveryPathIsTheGeneralWay)
         ASSERT_EQ(0u, path.step % 8) << path.name;
         ASSERT_LE(path.step, pixel::kMaxFusedStep) << path.name;
         ASSERT_LE(path.slack, pixel::kFusedSlack) << path.name;
-        if (path.cpu > pixel::cpu_level())
+        if (path.level > simd::level())
             continue;
         ++run;
         const Case c(path, random);
@@ -120,7 +119,7 @@ TEST(ConvertFused, EveryPathIsTheGeneralWay)
             return;
     }
     EXPECT_GE(run, 2u);
-    RecordProperty("level", static_cast<int>(pixel::cpu_level()));
+    RecordProperty("level", static_cast<int>(simd::level()));
 }
 
 TEST(ConvertFused, DecidesOnceForWholeBlocks)

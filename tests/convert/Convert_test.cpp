@@ -310,9 +310,9 @@ TEST(Convert, AgreesWithTheReferenceForEveryPair)
 
 TEST(Convert, AgreesWithTheReferenceWithoutFusedPaths)
 {
-    pixel::limit_fused(pixel::Cpu::none);
+    simd::limit_level(simd::Level::plain);
     compare_pairs(20240602, 30);
-    pixel::limit_fused(pixel::Cpu::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 TEST(Convert, WritesRowsAtTheirStridesOnly)

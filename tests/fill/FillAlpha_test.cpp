@@ -43,7 +43,7 @@ TEST(FillAlpha, ColoursAreMultipliedAndDivided)
 {
     TestRandom random(1410);
     SCOPED_TRACE(random);
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const int32_t bits : {32, 64}) {
             const AtLevel at(level);
             const Picture before = all_pairs(bits, random);
@@ -63,12 +63,12 @@ TEST(FillAlpha, ColoursAreMultipliedAndDivided)
         }
     uint8_t pixels[400] = {};
     uint8_t alphas[100] = {};
-    if (pixel::cpu_level() >= pixel::Cpu::avx2) {
+    if (simd::level() >= simd::Level::avx2) {
         EXPECT_EQ(96u, fill::premultiply_avx2(pixels, 99));
         EXPECT_EQ(96u, fill::unpremultiply_avx2(pixels, 99));
         EXPECT_EQ(96u, fill::take_alpha_avx2(pixels, alphas, 99));
     }
-    if (pixel::cpu_level() >= pixel::Cpu::avx512) {
+    if (simd::level() >= simd::Level::avx512) {
         EXPECT_EQ(99u, fill::premultiply_avx512(pixels, 99));
         EXPECT_EQ(99u, fill::unpremultiply_avx512(pixels, 99));
         EXPECT_EQ(64u, fill::take_alpha_avx512(pixels, alphas, 99));
@@ -77,7 +77,7 @@ TEST(FillAlpha, ColoursAreMultipliedAndDivided)
 
 TEST(FillAlpha, IsTakenOutAndPutIn)
 {
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const Kind kind : kKinds)
             for (const int32_t bits : {32, 64}) {
                 if (!can_make(kind, bits))
@@ -149,7 +149,7 @@ TEST(FillScramble, IsThePublishedStream)
                                      0x09, 0x14, 0xc2, 0xd7, 0x05, 0xd9, 0x8b, 0x02, 0xa2, 0xb5, 0x12, 0x9c, 0xd1,
                                      0xde, 0x16, 0x4e, 0xb9, 0xcb, 0xd0, 0x83, 0xe8, 0xa2, 0x50, 0x3c, 0x4e};
     std::vector<uint8_t> stream(64 * 37);
-    for (const pixel::Cpu level : kLevels) {
+    for (const simd::Level level : kLevels) {
         const AtLevel at(level);
         cipher.blocks(1, 37, stream.data());
         EXPECT_EQ(0, std::memcmp(kExpected, stream.data(), sizeof kExpected));

@@ -88,7 +88,7 @@ TEST(Fill, RectanglesOfEveryKind)
 
 TEST(Fill, LargeOnesPassTheCachesBy)
 {
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const int32_t bits : {8, 24, 48, 64}) {
             const AtLevel at(level);
             TestBitmap bitmap;
@@ -180,7 +180,7 @@ TEST(Fill, FloodsWithinTheTolerance)
 {
     TestRandom random(1403);
     SCOPED_TRACE(random);
-    for (const pixel::Cpu level : kLevels)
+    for (const simd::Level level : kLevels)
         for (const int32_t bits : {8, 24, 32}) {
             const AtLevel at(level);
             Picture before = Picture::blank(300, 60);
