@@ -7,7 +7,7 @@ import unittest
 import zlib
 
 from pictures import chunk, png, read_png
-from vkcommand import VkTest, formats, main, options, vk
+from vkcommand import VkTest, by_system, formats, main, options, vk
 
 SYSTEM_PYTHON = "/usr/bin/python3"
 
@@ -130,6 +130,8 @@ class Pages(FileTest):
 
     def test_pages_of_a_document(self):
         self.need("TIFF", "PNG")
+        if by_system():
+            self.skipTest("not at every depth by the system's codec")
         self.run_vk("resize", self.sample(), self.path("small.png"), "--size", "40x30")
         self.run_vk("convert", self.path("small.png"), self.path("gray.png"), "--bits", "16", "--order", "gray")
         sources = [self.path("small.png"), self.sample("page.png"), self.path("gray.png")]
@@ -152,7 +154,7 @@ class Pages(FileTest):
 
     def test_cut_and_damaged_files(self):
         for name, kind in (("out.webp", "WebP"), ("out.gif", "GIF")):
-            if kind not in formats() or "PNG" not in formats():
+            if kind not in formats() or "PNG" not in formats() or by_system():
                 continue
             self.run_vk("resize", self.sample(), self.path("in.png"), "--size", "30x20")
             self.run_vk("join", self.path(name), self.path("in.png"), self.path("in.png"), "--lossless")

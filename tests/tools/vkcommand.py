@@ -27,6 +27,11 @@ def formats():
     return vk("--version").stdout.decode().split("reads ")[1].split(";")[0].split(", ")
 
 
+def by_system():
+    """Whether the system's own codecs do formats: they leave some things out that libraries do."""
+    return b"imaging component" in vk("--version").stdout
+
+
 class VkTest(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
