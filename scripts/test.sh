@@ -34,11 +34,10 @@ mkdir -p build
 started=$SECONDS
 prepare native all -DVKKRNX_BENCH=ON -DVKKRNX_JAVA=ON -DVKKRNX_PYTHON=ON
 prepare windows all -DVKKRNX_JAVA=ON
-prepare asan all
+prepare asan all -DVKKRNX_FUZZ=ON # which are instrumented in the same way
 prepare tsan 'vk_tests vk_abi_tests' -DVKKRNX_TOOLS=OFF
-prepare fuzz vk_fuzz
 echo "== built in $((SECONDS - started)) s"
 
 # The configurations as one test tree.
-printf 'subdirs("%s")\n' native windows asan tsan fuzz/fuzz >build/CTestTestfile.cmake
+printf 'subdirs("%s")\n' native windows asan tsan >build/CTestTestfile.cmake
 ctest --test-dir build --output-on-failure --no-tests=error
