@@ -194,12 +194,12 @@ class Files(VkTest):
     def test_damaged_tiff(self):
         self.need("TIFF")
         data = self.tiff(19, [[x for x in range(19)] for _ in range(18)], 8, 1)
-        for at in range(8, len(data), 7 if not options.runner else 60):
+        for at in range(8, len(data), 7 if not options.slow else 60):
             for value in (0, 0xFF):
                 damaged = self.path("in.tif", data[:at] + bytes([value]) + data[at + 1:])
                 done = vk("hold", damaged, "--as", "conv")
                 self.assertIn(done.returncode, (0, 3), (at, value, done.stderr))
-        for length in range(0, len(data), 20 if not options.runner else 100):
+        for length in range(0, len(data), 20 if not options.slow else 100):
             self.assertEqual(vk("info", self.path("in.tif", data[:length])).returncode, 3, length)
 
     def test_jpeg_choices(self):

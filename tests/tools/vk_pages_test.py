@@ -160,7 +160,7 @@ class Pages(FileTest):
             self.run_vk("join", self.path(name), self.path("in.png"), self.path("in.png"), "--lossless")
             with open(self.path(name), "rb") as file:
                 data = file.read()
-            for at in range(0, len(data) - 1, 41 if not options.runner else 200):
+            for at in range(0, len(data) - 1, 41 if not options.slow else 200):
                 self.fails(3, "cut", "pages", self.path("cut", data[:at]))
                 broken = self.path("broken", data[:at] + bytes([data[at] ^ 0xFF]) + data[at + 1:])
                 done = vk("join", self.path("x.webp"), broken, "--lossless")
