@@ -36,6 +36,7 @@ template <class T, size_t N> struct Vec {
     typedef T Raw __attribute__((vector_size(N * sizeof(T))));
     typedef Bits RawBits __attribute__((vector_size(N * sizeof(T)))); ///< wraps around where Raw must not
     typedef T Loose __attribute__((vector_size(N * sizeof(T)), aligned(1), may_alias)); ///< at any address
+    typedef T Aligned __attribute__((vector_size(N * sizeof(T)), may_alias));           ///< at multiples of its size
 
     Raw raw;
 
@@ -122,6 +123,16 @@ template <class T, size_t N> VK_SIMD_INLINE void store(void* to, Vec<T, N> v) no
     *static_cast<typename Vec<T, N>::Loose*>(to) = v.raw;
 }
 
+/// The same at multiples of the vector's size, which older sets have more to gain from.
+template <class V> VK_SIMD_INLINE V load_aligned(const void* from) noexcept
+{
+    return {*static_cast<const typename V::Aligned*>(from)};
+}
+template <class T, size_t N> VK_SIMD_INLINE void store_aligned(void* to, Vec<T, N> v) noexcept
+{
+    *static_cast<typename Vec<T, N>::Aligned*>(to) = v.raw;
+}
+
 /// A store to a multiple of the vector's size, which goes past the caches where the set can and `Stream` says so.
 template <bool Stream, class T, size_t N> VK_SIMD_INLINE void put(void* to, Vec<T, N> v) noexcept
 {
@@ -134,14 +145,26 @@ template <bool Stream, class T, size_t N> VK_SIMD_INLINE void put(void* to, Vec<
 /// The first `Bytes` of a vector; the others are zero.
 template <class V, size_t Bytes> VK_SIMD_INLINE V load_first(const void* from) noexcept
 {
-    V v{};
-    __builtin_memcpy(&v, from, Bytes);
-    return v;
+    if constexpr (Bytes == 4 || Bytes == 8) { // by a register of numbers, not by way of memory
+        IntOf<Bytes, false> number;
+        __builtin_memcpy(&number, from, Bytes);
+        using Numbers = Vec<IntOf<Bytes, false>, V::kBytes / Bytes>;
+        return as<typename V::Lane>(Numbers{typename Numbers::Raw{number}});
+    } else {
+        V v{};
+        __builtin_memcpy(&v, from, Bytes);
+        return v;
+    }
 }
 
 template <size_t Bytes, class T, size_t N> VK_SIMD_INLINE void store_first(void* to, Vec<T, N> v) noexcept
 {
-    __builtin_memcpy(to, &v, Bytes);
+    if constexpr (Bytes == 4 || Bytes == 8) {
+        const auto number = as<IntOf<Bytes, false>>(v).raw[0];
+        __builtin_memcpy(to, &number, Bytes);
+    } else {
+        __builtin_memcpy(to, &v, Bytes);
+    }
 }
 
 } // namespace vk::simd::inline VK_SIMD_SET
