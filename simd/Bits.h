@@ -158,6 +158,20 @@ class Positions {
 #endif
 };
 
+/// Words moved up by one; the first is the last one of those before.
+template <size_t N>
+VK_SIMD_INLINE Vec<uint64_t, N> move_up(Vec<uint64_t, N> before, Vec<uint64_t, N> words) noexcept
+{
+#if VK_SIMD_X86 == 3
+    if constexpr (N == 8)
+        return from_native<Vec<uint64_t, N>>(_mm512_alignr_epi64(native(words), native(before), 7));
+#endif
+    if constexpr (N == 2)
+        return {__builtin_shufflevector(before.raw, words.raw, 1, 2)};
+    else if constexpr (N == 4)
+        return {__builtin_shufflevector(before.raw, words.raw, 3, 4, 5, 6)};
+}
+
 // ---- bytes ----
 
 namespace plain {
