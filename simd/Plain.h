@@ -272,6 +272,15 @@ template <int From, size_t N> VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, 
     return result;
 }
 
+/// Sixteen bytes in every block.
+template <class V, class T, size_t N> VK_SIMD_INLINE V repeat(Vec<T, N> block) noexcept
+{
+    V v;
+    for (size_t at = 0; at < V::kBytes; at += 16)
+        __builtin_memcpy(reinterpret_cast<char*>(&v) + at, &block, 16);
+    return v;
+}
+
 // ---- memory ----
 
 /// A store to a multiple of the vector's size that goes past the caches, where processors can; fence() ends a run of them.
@@ -305,6 +314,7 @@ template <class T, size_t N> VK_SIMD_INLINE uint64_t high_bits(Vec<T, N> v) noex
 } // namespace plain
 
 using plain::add_clamped;
+using plain::align;
 using plain::average;
 using plain::both;
 using plain::cut;
@@ -325,6 +335,7 @@ using plain::mul_rounded;
 using plain::pack;
 using plain::pack_unsigned;
 using plain::permute;
+using plain::repeat;
 using plain::shift_left;
 using plain::shift_right;
 using plain::shuffle;

@@ -8,7 +8,7 @@
 #include <cstdint>
 
 #if defined(VK_SIMD_PLAIN)
-#define VK_SIMD_SET plain
+#define VK_SIMD_SET loops
 #elif defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512VL__) && defined(__AVX512DQ__) && \
     defined(__AVX512VBMI__)
 #define VK_SIMD_SET avx512
@@ -23,7 +23,7 @@
 #define VK_SIMD_SET neon
 #define VK_SIMD_NEON 1
 #else
-#define VK_SIMD_SET plain
+#define VK_SIMD_SET loops
 #endif
 
 #ifndef VK_SIMD_X86

@@ -240,7 +240,9 @@ VK_SIMD_INLINE V repeat(Vec<T, N> block) noexcept
 }
 
 /// Sixteen bytes of two blocks one after the other, from byte `From` on, in blocks.
-template <int From, size_t N> VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) noexcept
+template <int From, size_t N>
+    requires(N >= 16)
+VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) noexcept
 {
 #if VK_SIMD_X86 >= 2
     if constexpr (N == 16)
