@@ -222,6 +222,22 @@ VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
 }
 #endif
 
+// ---- unsigned bytes by signed ones ----
+
+#if VK_SIMD_X86 >= 2
+#define VK_MUL_PAIRS(bytes, call)                                                                        \
+    VK_SIMD_INLINE Vec<int16_t, (bytes) / 2> mul_pairs(Vec<uint8_t, bytes> a, Vec<int8_t, bytes> b) noexcept \
+    {                                                                                                    \
+        return from_native<Vec<int16_t, (bytes) / 2>>(call(native(a), native(b)));                       \
+    }
+VK_MUL_PAIRS(16, _mm_maddubs_epi16)
+VK_MUL_PAIRS(32, _mm256_maddubs_epi16)
+#if VK_SIMD_X86 >= 3
+VK_MUL_PAIRS(64, _mm512_maddubs_epi16)
+#endif
+#undef VK_MUL_PAIRS
+#endif
+
 /// Sixteen bytes in every block.
 template <class V, class T, size_t N>
     requires(N * sizeof(T) == 16)
