@@ -160,23 +160,23 @@ VK_INTERLEAVE(int64_t, 64)
         return from_native<Vec<T, (bytes) / sizeof(T)>>(prefix##_##right##_epi##bits(native(a), _mm_cvtsi32_si128(count))); \
     }
 #if VK_SIMD_X86 == 3
-#define VK_SHIFT(T, bits, right)            \
+#define VK_SHIFTS(T, bits, right)            \
     VK_SHIFT_AT(T, 16, _mm, bits, right)    \
     VK_SHIFT_AT(T, 32, _mm256, bits, right) \
     VK_SHIFT_AT(T, 64, _mm512, bits, right)
 #elif VK_SIMD_X86 == 2
-#define VK_SHIFT(T, bits, right)         \
+#define VK_SHIFTS(T, bits, right)         \
     VK_SHIFT_AT(T, 16, _mm, bits, right) \
     VK_SHIFT_AT(T, 32, _mm256, bits, right)
 #else
-#define VK_SHIFT(T, bits, right) VK_SHIFT_AT(T, 16, _mm, bits, right)
+#define VK_SHIFTS(T, bits, right) VK_SHIFT_AT(T, 16, _mm, bits, right)
 #endif
-VK_SHIFT(uint16_t, 16, srl)
-VK_SHIFT(int16_t, 16, sra)
-VK_SHIFT(uint32_t, 32, srl)
-VK_SHIFT(int32_t, 32, sra)
-VK_SHIFT(uint64_t, 64, srl)
-#undef VK_SHIFT
+VK_SHIFTS(uint16_t, 16, srl)
+VK_SHIFTS(int16_t, 16, sra)
+VK_SHIFTS(uint32_t, 32, srl)
+VK_SHIFTS(int32_t, 32, sra)
+VK_SHIFTS(uint64_t, 64, srl)
+#undef VK_SHIFTS
 #undef VK_SHIFT_AT
 
 // ---- halves ----
