@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compiles and runs the code of the guides (docs/guide/*.md) and gathers the pictures it makes:
+"""Compiles and runs the code of the guides (docs/guide/*.md, docs/cpp.md) and gathers the pictures it makes:
 guides.py --vk VK --library FOLDER OUT. Pictures go to OUT/pictures, as PNG.
 
 A guide is one program: its ```c (or ```cpp) blocks in their order, put into main() unless they begin with a preprocessor
@@ -93,7 +93,7 @@ def main():
     for name, file in SAMPLES.items():
         subprocess.run([vk, "hold", ROOT / "samples" / file, "-o", out / f"{name}.bmp"], check=True, stdout=subprocess.DEVNULL)
 
-    guides = [Guide(path) for path in sorted((ROOT / "docs/guide").glob("*.md"))]
+    guides = [Guide(path) for path in [*sorted((ROOT / "docs/guide").glob("*.md")), ROOT / "docs/cpp.md"]]
     for guide in guides:
         for name, block in guide.headers.items():
             (out / name).write_text(block.text, encoding="utf-8")

@@ -85,6 +85,9 @@ void print_version()
 {
     std::printf("vk %d.%d.%d\nreads %s; writes %s\n", VKKRNX_VERSION_MAJOR, VKKRNX_VERSION_MINOR, VKKRNX_VERSION_PATCH,
                 readable_formats().c_str(), writable_formats().c_str());
+    if (VK_WITH_SYSTEM) {
+        std::puts("PNG, JPEG, TIFF and GIF by the system's imaging component");
+    }
 }
 
 /** Lets each operation use so many threads. */

@@ -11,7 +11,7 @@ import unittest
 import zlib
 
 from pictures import chunk, png
-from vkcommand import VkTest, formats, main, options, vk
+from vkcommand import VkTest, by_system, formats, main, options, vk
 
 
 def profile(space):
@@ -58,7 +58,7 @@ class Files(VkTest):
             source = self.path("in.png", plain[:33] + chunk(b"eXIf", exif(n)) + plain[33:])
             expected = self.convert(self.ppm(self.displayed(rows, n)), self.path("expected.ppm"))
             self.assertEqual(self.convert(source, self.path("out.ppm")), expected, n)
-            for kept in ("kept.png", "kept.tif"):
+            for kept in ("kept.png",) if by_system() else ("kept.png", "kept.tif"):
                 self.convert(source, self.path(kept))
                 self.assertEqual(self.info(self.path(kept))["view perspective"], str(n))
                 self.assertEqual(self.convert(self.path(kept), self.path("out.ppm")), expected, (n, kept))
@@ -77,7 +77,7 @@ class Files(VkTest):
         for space, kept in ((b"RGB ", "232 bytes"), (b"GRAY", "0 bytes")):
             icc = chunk(b"iCCP", b"mine\0\0" + zlib.compress(profile(space)))
             source = self.path("in.png", plain[:33] + icc + plain[33:])
-            for name in ("out.tif", "out.jpg"):
+            for name in ("out.png", "out.jpg") if by_system() else ("out.tif", "out.jpg"):
                 self.convert(source, self.path(name))
                 self.assertEqual(self.info(self.path(name))["colour profile"], kept if space == b"RGB " else "0 bytes", name)
                 self.convert(source, self.path(name), "--strip")
@@ -88,7 +88,7 @@ class Files(VkTest):
     def test_tiff_keeps_every_depth(self):
         self.need("PNG", "TIFF")
         sample = os.path.join(options.samples, "astronaut.png")
-        for depth in ((1,), (2,), (4,), (8,), (16, "--order", "gray"), (24,), (32,), (48,), (64,)):
+        for depth in ((1,), (2,), (4,), (8,), (16, "--order", "gray"), (24,), (32,), (48,), (64,)) if not by_system() else ():
             first = self.convert(sample, self.path("a.png"), "--bits", *map(str, depth))
             for packed in ("none", "packbits", "lzw", "deflate") + (("group3", "group4") if depth == (1,) else ()):
                 self.convert(self.path("a.png"), self.path("b.tif"), "--compression", packed, *(["--big"] if packed == "lzw" else []))
@@ -134,8 +134,28 @@ class Files(VkTest):
                 entries += struct.pack(">HHI", tag, kind, len(values)) + value.ljust(4, b"\0")
         return b"MM\0*" + struct.pack(">I", at) + b"".join(blocks) + struct.pack(">H", len(tags)) + entries + bytes(4) + tail
 
+    def test_system_codecs(self):
+        if not by_system():
+            self.skipTest("libraries do it here")
+        names = ("astronaut.png", "page.png")
+        for name in names:
+            sample = os.path.join(options.samples, name)
+            self.convert(sample, self.path(name + ".tif"))
+            self.assertEqual(self.convert(self.path(name + ".tif"), self.path("out.ppm")), self.convert(sample, self.path("in.ppm")))
+        self.assertEqual(vk("join", self.path("all.tif"), *(self.path(name + ".tif") for name in names)).returncode, 0)
+        self.assertEqual(self.convert(self.path("all.tif"), self.path("out.pbm"), "--page", "2"),
+                         self.convert(os.path.join(options.samples, "page.png"), self.path("in.pbm")))
+        gif = b"GIF89a\2\0\2\0\x80\0\0\1\2\3\xfa\xfb\xfc,\0\0\0\0\2\0\2\0\0\2\3D\x18\x14\0;"
+        self.assertEqual(self.convert(self.path("in.gif", gif), self.path("out.ppm"))[-12:], bytes([1, 2, 3] + [250, 251, 252] * 2 + [1, 2, 3]))
+        with open(self.path("all.tif"), "rb") as file:
+            document = file.read()
+        for name, data in (("cut.gif", gif[:-8]), ("cut.tif", document[:len(document) // 3])):
+            self.fails(3, name, "convert", self.path(name, data), self.path("out.ppm"))
+
     def test_tiff_forms_of_others(self):
         self.need("PNG", "TIFF")
+        if by_system():
+            self.skipTest("the system's codec knows fewer forms")
         levels = lambda bits: [[(x * 3 + y * 5) % (1 << bits) for x in range(19)] for y in range(18)]
         scaled = lambda bits, rows: [[(v * 65535 + ((1 << bits) - 1) // 2) // ((1 << bits) - 1) for v in row] for row in rows]
         to8 = lambda bits, rows: [[v * 255 // ((1 << bits) - 1) for v in row] for row in rows]
@@ -174,12 +194,12 @@ class Files(VkTest):
     def test_damaged_tiff(self):
         self.need("TIFF")
         data = self.tiff(19, [[x for x in range(19)] for _ in range(18)], 8, 1)
-        for at in range(8, len(data), 7 if not options.runner else 60):
+        for at in range(8, len(data), 7 if not options.slow else 60):
             for value in (0, 0xFF):
                 damaged = self.path("in.tif", data[:at] + bytes([value]) + data[at + 1:])
                 done = vk("hold", damaged, "--as", "conv")
                 self.assertIn(done.returncode, (0, 3), (at, value, done.stderr))
-        for length in range(0, len(data), 20 if not options.runner else 100):
+        for length in range(0, len(data), 20 if not options.slow else 100):
             self.assertEqual(vk("info", self.path("in.tif", data[:length])).returncode, 3, length)
 
     def test_jpeg_choices(self):
@@ -188,7 +208,10 @@ class Files(VkTest):
         sizes = [len(self.convert(sample, self.path("out.jpg"), *more)) for more in
                  (["--quality", "40"], [], ["--chroma", "444"], ["--chroma", "444", "--quality", "99"])]
         self.assertEqual(sizes, sorted(sizes))
-        self.assertIn(b"\xff\xc2", self.convert(sample, self.path("out.jpg"), "--progressive"))
+        if by_system():
+            self.fails(1, "progressive", "convert", sample, self.path("x.jpg"), "--progressive")
+        else:
+            self.assertIn(b"\xff\xc2", self.convert(sample, self.path("out.jpg"), "--progressive"))
         self.convert(sample, self.path("gray.jpg"), "--bits", "8", "--palette", "gray")
         self.assertEqual(self.info(self.path("gray.jpg"))["bits per pixel"], "8")
         for bad in (["--quality", "0"], ["--quality", "101"], ["--chroma", "411"]):

@@ -7,7 +7,7 @@ import unittest
 import zlib
 
 from pictures import chunk, png, read_png
-from vkcommand import VkTest, formats, main, options, vk
+from vkcommand import VkTest, by_system, formats, main, options, vk
 
 SYSTEM_PYTHON = "/usr/bin/python3"
 
@@ -130,6 +130,8 @@ class Pages(FileTest):
 
     def test_pages_of_a_document(self):
         self.need("TIFF", "PNG")
+        if by_system():
+            self.skipTest("not at every depth by the system's codec")
         self.run_vk("resize", self.sample(), self.path("small.png"), "--size", "40x30")
         self.run_vk("convert", self.path("small.png"), self.path("gray.png"), "--bits", "16", "--order", "gray")
         sources = [self.path("small.png"), self.sample("page.png"), self.path("gray.png")]
@@ -152,13 +154,13 @@ class Pages(FileTest):
 
     def test_cut_and_damaged_files(self):
         for name, kind in (("out.webp", "WebP"), ("out.gif", "GIF")):
-            if kind not in formats() or "PNG" not in formats():
+            if kind not in formats() or "PNG" not in formats() or by_system():
                 continue
             self.run_vk("resize", self.sample(), self.path("in.png"), "--size", "30x20")
             self.run_vk("join", self.path(name), self.path("in.png"), self.path("in.png"), "--lossless")
             with open(self.path(name), "rb") as file:
                 data = file.read()
-            for at in range(0, len(data) - 1, 41 if not options.runner else 200):
+            for at in range(0, len(data) - 1, 41 if not options.slow else 200):
                 self.fails(3, "cut", "pages", self.path("cut", data[:at]))
                 broken = self.path("broken", data[:at] + bytes([data[at] ^ 0xFF]) + data[at + 1:])
                 done = vk("join", self.path("x.webp"), broken, "--lossless")

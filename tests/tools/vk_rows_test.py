@@ -70,7 +70,7 @@ class Rows(VkTest):
         done = 0
         pictures = list(self.pictures() if self.format == "png" else self.plain_pictures())
         for number, operation in enumerate(OPERATIONS):
-            for name, data in pictures[number % len(pictures)::8] if options.runner else pictures[number % 4::4]:
+            for name, data in pictures[number % len(pictures)::8] if options.slow else pictures[number % 4::4]:
                 self.path(name, data)
                 words = operation.format(palette=palette).split()
                 rows, held = self.made(words, name, data)

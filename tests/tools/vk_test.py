@@ -476,14 +476,14 @@ class Failures(VkTest):
         for name, data, step in self.samples():
             # Every number of the last pixel's but its first digit may be missing: that is another picture.
             last = len(data) - 2 if name == "text.pnm" else len(data)
-            for length in range(0, last, step * (4 if options.runner else 1)):
+            for length in range(0, last, step * (4 if options.slow else 1)):
                 source = self.path(name, data[:length])
                 self.fails(3, source, "hold", source, "--as", "conv")
 
     def test_damaged_files(self):
         generator = random.Random(3)
         for name, data, _ in self.samples():
-            for _ in range(5 if options.runner else 30):
+            for _ in range(5 if options.slow else 30):
                 damaged = bytearray(data)
                 for _ in range(generator.randrange(1, 4)):
                     damaged[generator.randrange(min(len(data), 2000))] = generator.randrange(256)

@@ -173,7 +173,8 @@ Rows extend_rows(Rows& rows, const std::array<int32_t, 4>& sides, uint32_t kind,
     }
     Rows made = std::move(rows);
     if (left > 0 || right > 0) {
-        made = in_bands([=](Bitmap& band) { extend(band.record(), {left, 0, right, 0}, kind, fill); })(made);
+        const std::array<int32_t, 4> beside = {left, 0, right, 0};
+        made = in_bands([=](Bitmap& band) { extend(band.record(), beside, kind, fill); })(made);
     }
     std::vector<uint8_t> filled = kind == EXTEND_FILL ? filled_row(made->info(), fill) : std::vector<uint8_t>();
     return std::make_unique<RowsBetween>(std::move(made), top, bottom, std::move(filled));

@@ -18,9 +18,10 @@ namespace vk::tool {
 namespace {
 
 // What this build can do; what it cannot is not compiled either, so its names must not be used.
-constexpr bool kPng = VK_WITH_PNG;
-constexpr bool kJpeg = VK_WITH_JPEG;
-constexpr bool kTiff = VK_WITH_TIFF;
+constexpr bool kSystem = VK_WITH_SYSTEM; // Windows' own imaging component
+constexpr bool kPng = VK_WITH_PNG || kSystem;
+constexpr bool kJpeg = VK_WITH_JPEG || kSystem;
+constexpr bool kTiff = VK_WITH_TIFF || kSystem;
 constexpr bool kWebp = VK_WITH_WEBP;
 constexpr bool kGif = VK_WITH_GIF;
 constexpr bool kLcms = VK_WITH_LCMS;
@@ -89,8 +90,10 @@ Format gif_format()
 {
     Format format = {
         "GIF", {".gif"}, [](Magic magic) { return magic.starts_with("GIF87a") || magic.starts_with("GIF89a"); }};
-    if constexpr (kGif) {
+    if constexpr (kGif || kSystem) {
         format.read = &read_gif;
+    }
+    if constexpr (kGif) {
         format.write = &write_gif;
     }
     return format;
