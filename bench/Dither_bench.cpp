@@ -43,7 +43,7 @@ void dither(benchmark::State& state)
     bitmap.Order = bits == 8 ? COLORORDER_GRAY : COLORORDER_BGR;
     bitmap.DitheringMethod = static_cast<int32_t>(state.range(0));
     const auto way = static_cast<Way>(state.range(4));
-    vk::limit_dithering(way == plain ? vk::DitherPath::plain : vk::DitherPath::bits_avx2);
+    vk::limit_dithering(way == plain ? vk::DitherPath::plain : vk::DitherPath::bits);
     const auto run = [&] {
         V_StartDithering(&bitmap, state.range(3) == custom ? palette.data() : nullptr, colors);
         if (way == by_rows) {
@@ -56,7 +56,7 @@ void dither(benchmark::State& state)
         V_StopDithering(&bitmap);
     };
     vk::bench::against_memcpy(state, src.size(), dst.size(), kRows * static_cast<uint64_t>(kPhotoWidth), run);
-    vk::limit_dithering(vk::DitherPath::bits_avx2);
+    vk::limit_dithering(vk::DitherPath::bits);
 }
 
 BENCHMARK(dither)

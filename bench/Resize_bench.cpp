@@ -80,9 +80,9 @@ BENCHMARK(resize_nearest)->Apply(sizes);
 
 void resize_nearest_without_avx2(benchmark::State& state)
 {
-    vk::resize::limit_level(vk::resize::Level::plain);
+    vk::simd::limit_level(vk::simd::Level::base);
     resize_nearest(state);
-    vk::resize::limit_level(vk::resize::Level::avx512);
+    vk::simd::limit_level(vk::simd::Level::avx512);
 }
 BENCHMARK(resize_nearest_without_avx2)->Apply(sizes);
 

@@ -3,6 +3,7 @@
 // its pixels doubled to 600 dpi; the dense one has strokes from margin to margin, several times what text has.
 #include "BenchSupport.h"
 #include "kernel/runs/RunLength.h"
+#include "simd/Level.h"
 
 #ifdef VKKRNX_BENCH_TIFF
 #include <tiffio.h>
@@ -75,9 +76,9 @@ std::vector<uint8_t> compressed_room()
     return std::vector<uint8_t>(runlength::max_row_bytes(kPageWidth) * kPageHeight);
 }
 
-void encode(benchmark::State& state, Page page, Compress compress, runlength::Level level)
+void encode(benchmark::State& state, Page page, Compress compress, simd::Level level)
 {
-    if (runlength::limit_level(level) != level) {
+    if (simd::limit_level(level) != level) {
         state.SkipWithError("this processor cannot");
         return;
     }
@@ -85,7 +86,7 @@ void encode(benchmark::State& state, Page page, Compress compress, runlength::Le
     const size_t bytes = compress_page(compress, page(), out);
     against_memcpy(state, page().size(), bytes, kPixels, [&] { compress_page(compress, page(), out); });
     state.counters["ratio"] = static_cast<double>(page().size()) / static_cast<double>(bytes);
-    runlength::limit_level(runlength::Level::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 void decode(benchmark::State& state, Page page, Expand expand)
@@ -105,14 +106,14 @@ void decode(benchmark::State& state, Page page, Expand expand)
     }
 }
 
-BENCHMARK_CAPTURE(encode, text_fast, text_page, runlength::compress, runlength::Level::avx512)->Apply(settings);
-BENCHMARK_CAPTURE(encode, dense_fast, dense_page, runlength::compress, runlength::Level::avx512)->Apply(settings);
-BENCHMARK_CAPTURE(encode, text_avx2, text_page, runlength::compress, runlength::Level::avx2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, dense_avx2, dense_page, runlength::compress, runlength::Level::avx2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, text_sse2, text_page, runlength::compress, runlength::Level::sse2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, dense_sse2, dense_page, runlength::compress, runlength::Level::sse2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, text_plain, text_page, runlength::compress_plain, runlength::Level::sse2)->Apply(settings);
-BENCHMARK_CAPTURE(encode, dense_plain, dense_page, runlength::compress_plain, runlength::Level::sse2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_fast, text_page, runlength::compress, simd::Level::avx512)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_fast, dense_page, runlength::compress, simd::Level::avx512)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_avx2, text_page, runlength::compress, simd::Level::avx2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_avx2, dense_page, runlength::compress, simd::Level::avx2)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_sse2, text_page, runlength::compress, simd::Level::base)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_sse2, dense_page, runlength::compress, simd::Level::base)->Apply(settings);
+BENCHMARK_CAPTURE(encode, text_plain, text_page, runlength::compress_plain, simd::Level::base)->Apply(settings);
+BENCHMARK_CAPTURE(encode, dense_plain, dense_page, runlength::compress_plain, simd::Level::base)->Apply(settings);
 BENCHMARK_CAPTURE(decode, text_fast, text_page, runlength::expand)->Apply(settings);
 BENCHMARK_CAPTURE(decode, dense_fast, dense_page, runlength::expand)->Apply(settings);
 BENCHMARK_CAPTURE(decode, text_plain, text_page, runlength::expand_plain)->Apply(settings);

@@ -3,7 +3,6 @@
 #include "BenchSupport.h"
 #include "Vkkrnx.h"
 #include "Vkview.h"
-#include "kernel/view/Level.h"
 #include "kernel/view/MirrorRow.h"
 #include "kernel/view/Relayout.h"
 #include "kernel/view/Transpose.h"
@@ -94,7 +93,7 @@ void depths(benchmark::internal::Benchmark* benchmark)
 }
 
 /// From one block to another, both of them warm.
-void quarter_kernel(benchmark::State& state, turn::Level level)
+void quarter_kernel(benchmark::State& state, simd::Level level)
 {
     const auto bits = static_cast<int32_t>(state.range(0));
     const Size size = size_of(bits);
@@ -108,27 +107,27 @@ void quarter_kernel(benchmark::State& state, turn::Level level)
                                static_cast<ptrdiff_t>(to_stride),
                                size.width,
                                size.height};
-    turn::limit_level(level);
+    simd::limit_level(level);
     const bool stream = to.size() >= 8u << 20;
     measure(state, stride * static_cast<size_t>(size.height), size, [&] { transpose(block, bits, stream); });
-    turn::limit_level(turn::Level::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 void quarter_turn_in_place_of(benchmark::State& state)
 {
-    quarter_kernel(state, turn::Level::avx512);
+    quarter_kernel(state, simd::Level::avx512);
 }
 
 void quarter_turn_plain(benchmark::State& state)
 {
-    quarter_kernel(state, turn::Level::plain);
+    quarter_kernel(state, simd::Level::plain);
 }
 
 void mirror_plain(benchmark::State& state)
 {
-    turn::limit_level(turn::Level::plain);
+    simd::limit_level(simd::Level::plain);
     whole<V_IntReverseBitmap>(state);
-    turn::limit_level(turn::Level::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 BENCHMARK(whole<V_IntFlipBitmap>)->Name("flip")->Apply(depths);

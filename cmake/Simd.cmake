@@ -1,14 +1,18 @@
 # vk_vector_sources(<target> <files>...) compiles kernels that are written in the vector layer (simd/Simd.h), once for
 # each set of the target processor that is worth it: `*_vector.cpp` for all of them, `*_vector256.cpp` for those up to 32
-# bytes. Each set's copy includes the kernel and is compiled with the set's flags.
+# bytes, `*_vector512.cpp` for those that permute bytes and mask memory. Each set's copy includes the kernel and is compiled with the set's flags.
 function(vk_vector_sources target)
   foreach(file IN LISTS ARGN)
     set(sets AVX2 AVX512)
     if(file MATCHES "_vector256\\.cpp$")
       set(sets AVX2)
+    elseif(file MATCHES "_vector512\\.cpp$")
+      set(sets AVX512)
     endif()
     if(NOT CMAKE_SYSTEM_PROCESSOR MATCHES "^(x86_64|AMD64|amd64)$")
-      target_sources(${target} PRIVATE ${file})
+      if(AVX2 IN_LIST sets)
+        target_sources(${target} PRIVATE ${file})
+      endif()
       continue()
     endif()
     file(RELATIVE_PATH name ${CMAKE_SOURCE_DIR} ${file})
@@ -30,7 +34,7 @@ function(vk_simd_sources target set)
   if(set STREQUAL "AVX2")
     set(flags "-mavx2;-mbmi;-mbmi2;-mlzcnt;-mpopcnt")
   elseif(set STREQUAL "AVX512")
-    set(flags "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;-mbmi;-mbmi2;-mlzcnt;-mpopcnt")
+    set(flags "-mavx512f;-mavx512bw;-mavx512vl;-mavx512dq;-mavx512vbmi;-mavx512vbmi2;-mbmi;-mbmi2;-mlzcnt;-mpopcnt")
     # The compiler's own header leaves registers undefined on purpose, and then warns of them.
     if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       list(APPEND flags "-Wno-uninitialized;-Wno-maybe-uninitialized")

@@ -20,7 +20,7 @@ Level own_level() noexcept
         return Level::base;
     const bool is_wide = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                          __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-                         __builtin_cpu_supports("avx512vbmi");
+                         __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
     return is_wide ? Level::avx512 : Level::avx2;
 #elif defined(__aarch64__)
     return Level::neon; // every processor of the kind has it
@@ -45,6 +45,15 @@ Level limit_level(Level highest) noexcept
 {
     g_highest.store(highest, std::memory_order_relaxed);
     return level();
+}
+
+bool moves_bits_fast() noexcept
+{
+#if defined(__x86_64__)
+    return level() >= Level::avx2 && !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
+#else
+    return false;
+#endif
 }
 
 } // namespace vk::simd

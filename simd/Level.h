@@ -15,7 +15,7 @@ enum class Level : uint8_t {
     base,  ///< what every processor of the kind has
     neon,  ///< 64-bit ARM
     avx2,  ///< x86-64 with AVX2, BMI and BMI2
-    avx512 ///< x86-64 with AVX-512 F, BW, VL, DQ and VBMI
+    avx512 ///< x86-64 with AVX-512 F, BW, VL, DQ, VBMI and VBMI2
 };
 
 /// The highest level that the processor has and limit_level() allows.
@@ -24,6 +24,10 @@ Level level() noexcept;
 /// Switches levels above `highest` off, and on again; returns the level that results. For tests and benchmarks, while
 /// nothing else runs.
 Level limit_level(Level highest) noexcept;
+
+/// Whether the processor takes single bits out of words, and puts them in (simd/Bits.h), in a few cycles: some that have
+/// the instructions take hundreds.
+bool moves_bits_fast() noexcept;
 
 /// What a kernel has for each set; null where it has nothing.
 template <class T> struct Choice {
@@ -46,7 +50,8 @@ template <class T> struct Choice {
 } // namespace vk::simd
 
 // VK_SIMD_TABLE(Type, name) declares the constant `name` of each set's namespace and `name_sets`, the choice among them.
-// VK_SIMD_TABLE_256 is for kernels that gain nothing from vectors of 64 bytes.
+// VK_SIMD_TABLE_256 is for kernels that gain nothing from vectors of 64 bytes, VK_SIMD_TABLE_512 for those that need what
+// only sets with such vectors have.
 #if defined(__x86_64__)
 #define VK_SIMD_TABLE(Type, name)  \
     namespace avx2 {               \
@@ -61,6 +66,11 @@ template <class T> struct Choice {
     extern const Type name;           \
     }                                 \
     inline constexpr ::vk::simd::Choice<const Type> name##_sets = {nullptr, &avx2::name, nullptr}
+#define VK_SIMD_TABLE_512(Type, name) \
+    namespace avx512 {                \
+    extern const Type name;           \
+    }                                 \
+    inline constexpr ::vk::simd::Choice<const Type> name##_sets = {nullptr, nullptr, &avx512::name}
 #elif defined(__aarch64__)
 #define VK_SIMD_TABLE(Type, name) \
     namespace neon {              \
@@ -71,4 +81,7 @@ template <class T> struct Choice {
 #else
 #define VK_SIMD_TABLE(Type, name) inline constexpr ::vk::simd::Choice<const Type> name##_sets = {}
 #define VK_SIMD_TABLE_256(Type, name) VK_SIMD_TABLE(Type, name)
+#endif
+#if !defined(VK_SIMD_TABLE_512)
+#define VK_SIMD_TABLE_512(Type, name) inline constexpr ::vk::simd::Choice<const Type> name##_sets = {}
 #endif

@@ -203,6 +203,7 @@ template <class T, size_t N> VK_SIMD_INLINE auto operator>=(Vec<T, N> a, Vec<T, 
     }
 VK_HIGH_BITS(int8_t, 16, static_cast<uint32_t>(_mm_movemask_epi8(native(v))))
 VK_HIGH_BITS(uint8_t, 16, static_cast<uint32_t>(_mm_movemask_epi8(native(v))))
+VK_HIGH_BITS(int16_t, 8, static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(native(v), _mm_setzero_si128()))))
 VK_HIGH_BITS(int32_t, 4, static_cast<uint32_t>(_mm_movemask_ps(reinterpret_cast<__m128>(v.raw))))
 #if VK_SIMD_X86 >= 2
 VK_HIGH_BITS(int8_t, 32, static_cast<uint32_t>(_mm256_movemask_epi8(native(v))))

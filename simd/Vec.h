@@ -36,6 +36,7 @@ template <class T, size_t N> struct Vec {
     typedef T Raw __attribute__((vector_size(N * sizeof(T))));
     typedef Bits RawBits __attribute__((vector_size(N * sizeof(T)))); ///< wraps around where Raw must not
     typedef T Loose __attribute__((vector_size(N * sizeof(T)), aligned(1), may_alias)); ///< at any address
+    typedef T Aligned __attribute__((vector_size(N * sizeof(T)), may_alias));           ///< at multiples of its size
 
     Raw raw;
 
@@ -120,6 +121,16 @@ template <class V> VK_SIMD_INLINE V load(const void* from) noexcept
 template <class T, size_t N> VK_SIMD_INLINE void store(void* to, Vec<T, N> v) noexcept
 {
     *static_cast<typename Vec<T, N>::Loose*>(to) = v.raw;
+}
+
+/// The same at multiples of the vector's size, which older sets have more to gain from.
+template <class V> VK_SIMD_INLINE V load_aligned(const void* from) noexcept
+{
+    return {*static_cast<const typename V::Aligned*>(from)};
+}
+template <class T, size_t N> VK_SIMD_INLINE void store_aligned(void* to, Vec<T, N> v) noexcept
+{
+    *static_cast<typename Vec<T, N>::Aligned*>(to) = v.raw;
 }
 
 /// A store to a multiple of the vector's size, which goes past the caches where the set can and `Stream` says so.

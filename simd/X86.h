@@ -270,6 +270,9 @@ VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) 
         return from_native<Vec<uint8_t, N>>(_mm512_alignr_epi8(native(high), native(low), From));
 #endif
 #else
+    if constexpr (From == 8)
+        return {reinterpret_cast<typename Vec<uint8_t, N>::Raw>(_mm_shuffle_pd(
+            reinterpret_cast<__m128d>(low.raw), reinterpret_cast<__m128d>(high.raw), 1))};
     return from_native<Vec<uint8_t, N>>(
         _mm_or_si128(_mm_srli_si128(native(low), From), _mm_slli_si128(native(high), 16 - From)));
 #endif

@@ -1,11 +1,11 @@
 #include "kernel/colorres/ColorCount.h"
 
 #include "platform/platform.h"
+#include "simd/Pick.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
-
-#include <emmintrin.h>
 
 namespace vk::quantize {
 
@@ -14,6 +14,8 @@ namespace {
 constexpr uint32_t kCells = 1u << 18;
 /// Sums of low bits, up to 3 per pixel, fit 32 bits below this.
 constexpr uint64_t kMostPixels = 1u << 30;
+
+using Sums = simd::Quad<uint32_t>; ///< of a cell
 
 uint32_t color_of(const uint8_t* pixel) noexcept
 {
@@ -111,11 +113,12 @@ void ColorCount::add_to_cell(uint32_t color, uint32_t count) noexcept
 /// add_to_cell for a single pixel, all four sums at once.
 void ColorCount::add_one(uint32_t color) noexcept
 {
-    const __m128i zero = _mm_setzero_si128();
-    const __m128i bytes = _mm_cvtsi32_si128(static_cast<int>((color & 0x00030303u) | 0x01000000u));
-    const __m128i step = _mm_unpacklo_epi16(_mm_unpacklo_epi8(bytes, zero), zero);
-    auto* const cell = reinterpret_cast<__m128i*>(cells_ + cell_of(color));
-    _mm_storeu_si128(cell, _mm_add_epi32(_mm_loadu_si128(cell), step));
+    using Bytes = simd::Quad<uint8_t>;
+    const auto bytes = simd::first<Sums>((color & 0x00030303u) | 0x01000000u);
+    const auto words = simd::interleave_low(simd::as<uint8_t>(bytes), Bytes{});
+    const auto step = simd::as<uint32_t>(simd::interleave_low(simd::as<uint16_t>(words), simd::Quad<uint16_t>{}));
+    Cell* const cell = cells_ + cell_of(color);
+    simd::store(cell, simd::load<Sums>(cell) + step);
 }
 
 void ColorCount::add_to_cells(const uint8_t* pixels, size_t count) noexcept
@@ -135,9 +138,7 @@ void ColorCount::add_to_cells(const uint8_t* pixels, size_t count) noexcept
 void ColorCount::add(const ColorCount& other) noexcept
 {
     for (uint32_t i = 0; i < kCells && other.cells_; ++i) {
-        auto* const cell = reinterpret_cast<__m128i*>(cells_ + i);
-        const __m128i added = _mm_loadu_si128(reinterpret_cast<const __m128i*>(other.cells_ + i));
-        _mm_storeu_si128(cell, _mm_add_epi32(_mm_loadu_si128(cell), added));
+        simd::store(cells_ + i, simd::load<Sums>(cells_ + i) + simd::load<Sums>(other.cells_ + i));
     }
     total_ += other.total_;
 }

@@ -5,6 +5,7 @@
 #pragma once
 
 #include "kernel/dither/State.h"
+#include "simd/Level.h"
 
 namespace vk::dither {
 
@@ -25,10 +26,14 @@ constexpr uint32_t reverse_bits(uint32_t v) noexcept
 /// True for runs whose rows can be done by bits_row.
 bool has_bits(const DitherState& state) noexcept;
 
-/// Packs the indices of a row of levels, which may lie where they go; says which way it went.
-DitherPath bits_row(DitherState& state, const uint8_t* levels, uint8_t* dst) noexcept;
+/// Packs the indices of a row of levels, which may lie where they go.
+void bits_row(DitherState& state, const uint8_t* levels, uint8_t* dst) noexcept;
 
-/// The bits of the first pixels of a row, a multiple of 32 of them; how many is returned. Needs AVX2.
-size_t bits_avx2(const BitRow& row, const uint8_t* levels, size_t count, uint8_t* dst) noexcept;
+struct BitLoops {
+    /// The bits of the first pixels of a row, as many as fill vectors; how many is returned.
+    size_t (*row)(const BitRow& row, const uint8_t* levels, size_t count, uint8_t* dst) noexcept;
+};
+
+VK_SIMD_TABLE_256(BitLoops, bit_loops);
 
 } // namespace vk::dither

@@ -61,10 +61,9 @@ enum class DitherPath : uint8_t {
     single,    ///< prepared matching, row by row
     wavefront, ///< prepared matching, error diffusion on several rows at once
     lanes,     ///< gray to two grays, error diffusion on eight rows at once
-    bits,      ///< gray to two grays by thresholds, 16 pixels at a time
-    bits_avx2, ///< the same, 32 pixels at a time
+    bits,      ///< gray to two grays by thresholds, a vector of pixels at a time
 };
-constexpr size_t kDitherPaths = 6;
+constexpr size_t kDitherPaths = 5;
 
 /// Rows that a run did in one way.
 uint64_t dither_rows_done(const DitherState& state, DitherPath path) noexcept;

@@ -2,8 +2,7 @@
 #include "kernel/dither/Fast.h"
 
 #include "kernel/dither/Match.h"
-
-#include <emmintrin.h>
+#include "simd/Simd.h"
 
 namespace vk::dither {
 namespace {
@@ -25,35 +24,31 @@ Offsets row_offsets(const DitherState& state) noexcept
     return offsets;
 }
 
-/// An offset for each byte of four pixels.
-__m128i four_pixels(const uint8_t* offsets) noexcept
+using Bytes = simd::Quad<uint8_t>;
+
+/// Eight pixels' offsets for `Part`, of two, of as many vectors as eight pixels of `Size` bytes may take.
+template <size_t Size> Bytes spread_offsets(const uint8_t* offsets, size_t part) noexcept
 {
-    return _mm_setr_epi32(
-        static_cast<int32_t>(offsets[0] * 0x01010101u), static_cast<int32_t>(offsets[1] * 0x01010101u),
-        static_cast<int32_t>(offsets[2] * 0x01010101u), static_cast<int32_t>(offsets[3] * 0x01010101u));
+    uint8_t spread[Bytes::kBytes];
+    for (size_t i = 0; i < sizeof spread; ++i) {
+        spread[i] = offsets[(part * sizeof spread + i) / Size % 8];
+    }
+    return simd::load<Bytes>(spread);
 }
 
 /// Adds a row's offsets to its pixels of `Size` bytes, saturating, in place.
 template <size_t Size> void offset_row(const Offsets& offsets, uint8_t* bytes, size_t count) noexcept
 {
-    __m128i add[2];
-    __m128i subtract[2];
+    Bytes add[2];
+    Bytes subtract[2];
     for (size_t i = 0; i < 2; ++i) {
-        const auto spread = [&](const uint8_t* eight) {
-            return Size == 4 ? four_pixels(eight + 4 * i) : _mm_loadl_epi64(reinterpret_cast<const __m128i*>(eight));
-        };
-        add[i] = spread(offsets.add);
-        subtract[i] = spread(offsets.subtract);
-        if (Size == 1) {
-            add[i] = _mm_unpacklo_epi64(add[i], add[i]);
-            subtract[i] = _mm_unpacklo_epi64(subtract[i], subtract[i]);
-        }
+        add[i] = spread_offsets<Size>(offsets.add, i);
+        subtract[i] = spread_offsets<Size>(offsets.subtract, i);
     }
     size_t at = 0;
-    for (size_t step = 0; at + 16 <= count * Size; at += 16, ++step) {
-        auto* to = reinterpret_cast<__m128i*>(bytes + at);
-        const __m128i value = _mm_adds_epu8(_mm_loadu_si128(to), add[step % 2]);
-        _mm_storeu_si128(to, _mm_subs_epu8(value, subtract[step % 2]));
+    for (size_t step = 0; at + Bytes::kBytes <= count * Size; at += Bytes::kBytes, ++step) {
+        const Bytes value = simd::add_clamped(simd::load<Bytes>(bytes + at), add[step % 2]);
+        simd::store(bytes + at, simd::sub_clamped(value, subtract[step % 2]));
     }
     for (; at < count * Size; ++at) {
         const size_t x = at / Size % 8;

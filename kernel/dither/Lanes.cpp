@@ -5,12 +5,12 @@
 // lane reads error and the last one writes it. A step is one column of every lane: lane i does column t - 2 i.
 #include "kernel/dither/Bits.h"
 #include "kernel/dither/Each.h"
+#include "kernel/dither/Pixels.h"
 #include "kernel/dither/State.h"
 #include "kernel/dither/Team.h"
 
 #include <algorithm>
 #include <array>
-#include <emmintrin.h>
 
 namespace vk::dither {
 namespace {
@@ -33,36 +33,41 @@ struct LaneRows {
     }
 };
 
+using Bytes = simd::Quad<uint8_t>;
+
 /// Eight steps' levels, a step's levels in 8 bytes; two steps to a vector.
 struct Block {
-    __m128i steps[kBlock / 2];
+    Bytes steps[kBlock / 2];
 
     /// A step's levels, 16 bits each.
-    __m128i levels(int64_t i) const noexcept
+    Words levels(int64_t i) const noexcept
     {
-        const __m128i zero = _mm_setzero_si128();
-        return i % 2 == 0 ? _mm_unpacklo_epi8(steps[i / 2], zero) : _mm_unpackhi_epi8(steps[i / 2], zero);
+        const Bytes step = steps[i / 2];
+        return simd::as<int16_t>(i % 2 == 0 ? simd::interleave_low(step, Bytes{})
+                                            : simd::interleave_high(step, Bytes{}));
     }
 };
 
-Block transpose(const __m128i (&rows)[kLanes]) noexcept
+Block transpose(const Bytes (&rows)[kLanes]) noexcept
 {
-    __m128i pairs[4];
-    for (size_t i = 0; i < 4; ++i) {
-        pairs[i] = _mm_unpacklo_epi8(rows[2 * i], rows[2 * i + 1]);
-    }
-    const __m128i upper_first = _mm_unpacklo_epi16(pairs[0], pairs[1]);
-    const __m128i upper_last = _mm_unpackhi_epi16(pairs[0], pairs[1]);
-    const __m128i lower_first = _mm_unpacklo_epi16(pairs[2], pairs[3]);
-    const __m128i lower_last = _mm_unpackhi_epi16(pairs[2], pairs[3]);
-    return {{_mm_unpacklo_epi32(upper_first, lower_first), _mm_unpackhi_epi32(upper_first, lower_first),
-             _mm_unpacklo_epi32(upper_last, lower_last), _mm_unpackhi_epi32(upper_last, lower_last)}};
+    const auto words = [&](size_t i) noexcept {
+        return simd::as<uint16_t>(simd::interleave_low(rows[i], rows[i + 1]));
+    };
+    const auto numbers = [](auto v) noexcept { return simd::as<uint32_t>(v); };
+    const auto upper_first = numbers(simd::interleave_low(words(0), words(2)));
+    const auto upper_last = numbers(simd::interleave_high(words(0), words(2)));
+    const auto lower_first = numbers(simd::interleave_low(words(4), words(6)));
+    const auto lower_last = numbers(simd::interleave_high(words(4), words(6)));
+    const auto bytes = [](auto v) noexcept { return simd::as<uint8_t>(v); };
+    return {
+        {bytes(simd::interleave_low(upper_first, lower_first)), bytes(simd::interleave_high(upper_first, lower_first)),
+         bytes(simd::interleave_low(upper_last, lower_last)), bytes(simd::interleave_high(upper_last, lower_last))}};
 }
 
 /// Levels from step `t` on; 0 outside of the rows. All of them are inside when `inside` says so.
 template <bool Inside> Block read_block(const LaneRows& rows, int64_t t) noexcept
 {
-    __m128i lanes[kLanes];
+    Bytes lanes[kLanes];
     for (int64_t lane = 0; lane < kLanes; ++lane) {
         const int64_t first = t - kLag * lane;
         uint8_t bytes[kBlock] = {};
@@ -74,32 +79,32 @@ template <bool Inside> Block read_block(const LaneRows& rows, int64_t t) noexcep
                 bytes[i] = rows.holds(first + i) ? *rows.at(lane, first + i) : uint8_t{0};
             }
         }
-        lanes[lane] = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(from));
+        lanes[lane] = simd::load_first<Bytes, kBlock>(from);
     }
     return transpose(lanes);
 }
 
 /// The lanes whose column is inside of the row, at a step.
-__m128i inside_lanes(const LaneRows& rows, int64_t t) noexcept
+Words inside_lanes(const LaneRows& rows, int64_t t) noexcept
 {
     int16_t inside[kLanes];
     for (int64_t lane = 0; lane < kLanes; ++lane) {
         inside[lane] = rows.holds(t - kLag * lane) ? int16_t{-1} : int16_t{0};
     }
-    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(inside));
+    return simd::load<Words>(inside);
 }
 
 /// The two grays, in every lane.
 struct Grays {
-    __m128i below_threshold;
-    __m128i level;
-    __m128i level_step;
+    Words below_threshold;
+    Words level;
+    Words level_step;
 
     explicit Grays(const TwoGrays& two) noexcept
         : below_threshold(word(two.threshold - 1)), level(word(two.level[0])),
           level_step(word(two.level[1] - two.level[0]))
     {}
-    static __m128i word(int32_t value) noexcept { return _mm_set1_epi16(static_cast<int16_t>(value)); }
+    static Words word(int32_t value) noexcept { return simd::all<Words>(static_cast<int16_t>(value)); }
 };
 
 class Lanes {
@@ -109,35 +114,29 @@ public:
         : errors_in_(error_row(state, row) + kMargin), errors_out_(error_row(state, row + kLanes)), masks_(masks),
           width_(state.width)
     {
-        sum_ = waiting_ = previous_ = _mm_setzero_si128();
+        sum_ = waiting_ = previous_ = Words{};
     }
 
     /// One column of every lane. Steps that are not `Inside` have lanes outside of their row, which leave no error.
     template <bool Inside>
-    [[gnu::always_inline]] void step(int64_t t, __m128i levels, const Grays& grays, const LaneRows& rows) noexcept
+    [[gnu::always_inline]] void step(int64_t t, Words levels, const Grays& grays, const LaneRows& rows) noexcept
     {
-        const __m128i bias = _mm_srli_epi16(_mm_srai_epi16(sum_, 15), 12); // 15 where negative
-        const __m128i carried = _mm_srai_epi16(_mm_add_epi16(sum_, bias), 4);
-        const __m128i adjusted =
-            _mm_min_epi16(_mm_max_epi16(_mm_add_epi16(levels, carried), _mm_setzero_si128()), _mm_set1_epi16(255));
-        const __m128i mask = _mm_cmpgt_epi16(adjusted, grays.below_threshold);
-        const __m128i chosen = _mm_add_epi16(grays.level, _mm_and_si128(mask, grays.level_step));
-        __m128i error = _mm_sub_epi16(adjusted, chosen);
+        const Words adjusted = simd::min(simd::max(levels + sixteenth(sum_), Words{}), simd::all<Words>(255));
+        const auto mask = adjusted > grays.below_threshold;
+        Words error = adjusted - (grays.level + simd::keep(mask, grays.level_step));
         if constexpr (!Inside) {
-            error = _mm_and_si128(error, inside_lanes(rows, t));
+            error = error & inside_lanes(rows, t);
         }
-        masks_[t] = static_cast<uint8_t>(_mm_movemask_epi8(_mm_packs_epi16(mask, mask)));
+        masks_[t] = static_cast<uint8_t>(simd::bits(mask));
 
-        const __m128i twice = _mm_add_epi16(error, error);
-        const __m128i done = _mm_add_epi16(waiting_, _mm_add_epi16(twice, error));
-        const __m128i ahead = _mm_sub_epi16(_mm_slli_epi16(error, 3), error);
-        waiting_ = _mm_add_epi16(_mm_add_epi16(_mm_slli_epi16(error, 2), error), previous_);
+        const Words done = waiting_ + (error + error + error);
+        const Words ahead = (error << 3) - error;
+        waiting_ = ((error << 2) + error) + previous_;
         previous_ = error;
         const int32_t next = Inside || t + 1 < width_ ? errors_in_[t + 1] & 0xFFFF : 0;
-        const __m128i above = _mm_or_si128(_mm_slli_si128(done, 2), _mm_cvtsi32_si128(next));
-        sum_ = _mm_add_epi16(ahead, above);
+        sum_ = ahead + (simd::move_up<2>(done) | first_word(next));
         if (Inside || t >= kLastLag) {
-            errors_out_[t - kLastLag] = static_cast<int16_t>(_mm_extract_epi16(done, kLanes - 1));
+            errors_out_[t - kLastLag] = done.raw[kLanes - 1];
         }
     }
 
@@ -146,7 +145,7 @@ public:
     {
         const Block levels = read_block<false>(rows, t);
         if (t == 0) {
-            sum_ = _mm_cvtsi32_si128(errors_in_[0] & 0xFFFF);
+            sum_ = first_word(errors_in_[0] & 0xFFFF);
         }
         for (int64_t i = 0; i < kBlock && t + i <= width_ + kLastLag; ++i) {
             step<false>(t + i, levels.levels(i), grays, rows);
@@ -154,13 +153,15 @@ public:
     }
 
 private:
+    static Words first_word(int32_t value) noexcept { return simd::as<int16_t>(simd::first<Channels>(value)); }
+
     const int32_t* errors_in_; ///< from column 0 on
     int32_t* errors_out_;      ///< from the margin on
     uint8_t* masks_;           ///< a byte per step, a bit per lane
     int64_t width_;
-    __m128i sum_;      ///< error that has reached the next column
-    __m128i waiting_;  ///< for the last column of the row below, without this one's share
-    __m128i previous_; ///< the last error
+    Words sum_;      ///< error that has reached the next column
+    Words waiting_;  ///< for the last column of the row below, without this one's share
+    Words previous_; ///< the last error
 };
 
 /// When a group does its part of what the first one does at `t`: far enough behind the group above to find its error.
@@ -229,13 +230,12 @@ void run_groups(Lanes (&lanes)[Groups], const std::array<LaneRows, Groups>& rows
 /// Packs a lane's bits: pixel x is bit `lane` of the step's mask.
 void pack_lane(const uint8_t* masks, int32_t lane, uint8_t invert, size_t width, uint8_t* dst) noexcept
 {
-    const __m128i shift = _mm_cvtsi32_si128(7 - lane);
     const uint32_t inverted = invert * 0x0101u;
     const uint8_t* from = masks + kLag * lane;
     size_t x = 0;
     const auto sixteen = [&] {
-        const __m128i steps = _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + x));
-        return reverse_bits(static_cast<uint32_t>(_mm_movemask_epi8(_mm_sll_epi16(steps, shift)))) ^ inverted;
+        const auto steps = simd::shift_left(simd::load<simd::Quad<uint16_t>>(from + x), 7 - lane);
+        return reverse_bits(static_cast<uint32_t>(simd::high_bits(simd::as<uint8_t>(steps)))) ^ inverted;
     };
     for (; x + 16 <= width; x += 16) {
         const auto bits = static_cast<uint16_t>(sixteen());

@@ -6,8 +6,7 @@
 #pragma once
 
 #include "kernel/dither/Match.h"
-
-#include <emmintrin.h>
+#include "kernel/dither/Pixels.h"
 
 namespace vk::dither {
 
@@ -26,14 +25,13 @@ public:
 
 /// Both pixels by the one-pixel matcher.
 template <class Match>
-[[gnu::noinline]] __m128i match_singly(const Match& match, __m128i colors, PairIndices& indices) noexcept
+[[gnu::noinline]] Words match_singly(const Match& match, Words colors, PairIndices& indices) noexcept
 {
-    const auto bytes = static_cast<uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(colors, colors)));
-    const uint32_t upper = match(static_cast<uint32_t>(bytes));
-    const uint32_t lower = match(static_cast<uint32_t>(bytes >> 32));
+    const auto pixels = simd::as<uint32_t>(simd::pack_unsigned(colors, colors));
+    const uint32_t upper = match(pixels.raw[0]);
+    const uint32_t lower = match(pixels.raw[1]);
     indices = {upper >> 24, lower >> 24};
-    const uint64_t both = (upper & kColorMask) | uint64_t{lower & kColorMask} << 32;
-    return _mm_unpacklo_epi8(_mm_cvtsi64_si128(static_cast<int64_t>(both)), _mm_setzero_si128());
+    return words_of(upper & kColorMask, lower & kColorMask);
 }
 
 /// No channel is so far above its level.
@@ -101,32 +99,32 @@ public:
             lanes[3][lane] = rule.tie;
             lanes[4][lane] = static_cast<int16_t>(match.step(channel));
         }
-        const auto load = [&](size_t i) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(lanes[i])); };
+        const auto load = [&](size_t i) { return simd::load<Words>(lanes[i]); };
         add_ = load(0);
-        scale_ = load(1);
-        back_ = load(2);
+        scale_ = simd::as<uint16_t>(load(1));
+        back_ = simd::as<uint16_t>(load(2));
         tie_ = load(3);
         step_ = load(4);
     }
 
-    [[gnu::always_inline]] __m128i operator()(__m128i colors, PairIndices& indices) const noexcept
+    [[gnu::always_inline]] Words operator()(Words colors, PairIndices& indices) const noexcept
     {
-        const __m128i k = _mm_mulhi_epu16(_mm_add_epi16(colors, add_), scale_);
-        const __m128i levels = _mm_mulhi_epu16(_mm_slli_epi16(k, 8), back_);
-        const __m128i odd = _mm_slli_epi16(k, 15);
-        const __m128i tie = _mm_cmpeq_epi16(_mm_or_si128(_mm_sub_epi16(colors, levels), odd), tie_);
-        if (_mm_movemask_epi8(tie) != 0) [[unlikely]] {
+        const auto k = simd::mul_high(simd::as<uint16_t>(colors + add_), scale_);
+        const Words levels = simd::as<int16_t>(simd::mul_high(k << 8, back_));
+        const Words odd = simd::as<int16_t>(k << 15);
+        if (simd::any(((colors - levels) | odd) == tie_)) [[unlikely]] {
             return match_singly(match_, colors, indices);
         }
-        const __m128i halves = _mm_madd_epi16(k, step_);
-        const __m128i sums = _mm_add_epi32(halves, _mm_srli_epi64(halves, 32));
-        indices = {static_cast<uint32_t>(_mm_cvtsi128_si32(sums)), static_cast<uint32_t>(_mm_extract_epi16(sums, 4))};
+        const auto halves = simd::mul_pairs(simd::as<int16_t>(k), step_);
+        const auto sums = halves + simd::as<int32_t>(simd::as<uint64_t>(halves) >> 32);
+        indices = {static_cast<uint32_t>(sums.raw[0]), simd::as<uint16_t>(sums).raw[4]};
         return levels;
     }
 
 private:
     CubeMatch match_;
-    __m128i add_, scale_, back_, tie_, step_;
+    Words add_, tie_, step_;
+    simd::Quad<uint16_t> scale_, back_;
 };
 
 /// Index bits of the 16-entry palette (red, green, blue from bit 0 on) from those of the lanes (blue first).
@@ -140,60 +138,52 @@ template <> class PairMatch<Fixed4Match> {
 public:
     explicit PairMatch(const Fixed4Match& match) noexcept : match_(match) {}
 
-    [[gnu::always_inline]] __m128i operator()(__m128i colors, PairIndices& indices) const noexcept
+    [[gnu::always_inline]] Words operator()(Words colors, PairIndices& indices) const noexcept
     {
-        const __m128i silver = _mm_set_epi16(0, 192, 192, 192, 0, 192, 192, 192);
-        const __m128i dark_on = _mm_cmpgt_epi16(colors, _mm_set1_epi16(63));
-        const __m128i bright_on = _mm_cmpgt_epi16(colors, _mm_set1_epi16(127));
-        const __m128i dark = _mm_and_si128(dark_on, _mm_set1_epi16(128));
-        const __m128i bright = _mm_and_si128(bright_on, _mm_set1_epi16(255));
+        constexpr auto level = [](int16_t value) { return simd::all<Words>(value); };
+        const Words silver = simd::load<Words>(kSilverPixels);
+        const Words dark_on = ones_where(colors > level(63));
+        const Words bright_on = ones_where(colors > level(127));
+        const Words dark = dark_on & level(128);
+        const Words bright = bright_on & level(255);
         // Squared distances: dark of both pixels, then bright of both; and silver of both, twice.
-        const __m128i others = add_halves(squares(colors, dark), squares(colors, bright));
-        const __m128i silver_squares = squares(colors, silver);
-        const __m128i to_silver = add_halves(silver_squares, silver_squares);
-        const __m128i swapped = _mm_shuffle_epi32(others, _MM_SHUFFLE(1, 0, 3, 2));
-        const __m128i silver_less = _mm_cmpgt_epi32(others, to_silver);
-        const __m128i other_less = _mm_cmpgt_epi32(others, swapped); // in the dark half: bright is less
-        const __m128i use_silver = _mm_and_si128(silver_less, _mm_shuffle_epi32(silver_less, _MM_SHUFFLE(1, 0, 3, 2)));
+        const Channels others = add_halves(squares(colors, dark), squares(colors, bright));
+        const Channels silver_squares = squares(colors, silver);
+        const Channels to_silver = add_halves(silver_squares, silver_squares);
+        const Channels swapped = simd::pick<2, 3, 0, 1>(others);
+        const Channels silver_less = ones_where(others > to_silver);
+        const Channels other_less = ones_where(others > swapped); // in the dark half: bright is less
+        const Channels use_silver = silver_less & simd::pick<2, 3, 0, 1>(silver_less);
 
         // Codes: dark of the upper and lower pixel, bright of both, four bits each.
-        const auto codes = static_cast<uint32_t>(_mm_movemask_epi8(_mm_packs_epi16(dark_on, bright_on)));
-        const auto silver_ties =
-            static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(others, to_silver))));
-        const auto other_ties =
-            static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(_mm_cmpeq_epi32(others, swapped))));
-        const auto half_way = static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(colors, _mm_set1_epi16(64))));
+        const auto codes = static_cast<uint32_t>(simd::high_bits(simd::pack(dark_on, bright_on)));
+        const auto silver_ties = static_cast<uint32_t>(simd::bits(others == to_silver));
+        const auto other_ties = static_cast<uint32_t>(simd::bits(others == swapped));
+        const auto half_way = static_cast<uint32_t>(simd::any(colors == level(64)));
         // Without a bright channel, bright is black, which is one of the dark ones.
         const uint32_t bright_any = ((codes & 0x0700u) != 0 ? 1u : 0u) | ((codes & 0x7000u) != 0 ? 2u : 0u);
         if ((silver_ties | half_way | (other_ties & bright_any)) != 0) [[unlikely]] {
             return match_singly(match_, colors, indices);
         }
-        const auto silver_bits = static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(use_silver)));
-        const auto bright_bits = static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(other_less)));
+        const auto silver_bits = static_cast<uint32_t>(simd::high_bits(use_silver));
+        const auto bright_bits = static_cast<uint32_t>(simd::high_bits(other_less));
         indices = {index_of(codes, silver_bits & 1u, bright_bits & 1u),
                    index_of(codes >> 4, silver_bits & 2u, bright_bits & 2u)};
-        const __m128i take_bright = _mm_unpacklo_epi32(other_less, other_less);
-        const __m128i take_silver = _mm_unpacklo_epi32(use_silver, use_silver);
-        const __m128i other = select(take_bright, bright, dark);
-        return select(take_silver, silver, other);
+        return either(use_silver, silver, either(other_less, bright, dark));
     }
 
 private:
-    static __m128i squares(__m128i a, __m128i b) noexcept
+    alignas(16) static constexpr int16_t kSilverPixels[8] = {192, 192, 192, 0, 192, 192, 192, 0};
+
+    static Channels squares(Words a, Words b) noexcept { return simd::mul_pairs(a - b, a - b); }
+    static Channels add_halves(Channels a, Channels b) noexcept
     {
-        const __m128i difference = _mm_sub_epi16(a, b);
-        return _mm_madd_epi16(difference, difference);
+        return simd::pick<0, 2, 4, 6>(a, b) + simd::pick<1, 3, 5, 7>(a, b);
     }
-    static __m128i add_halves(__m128i a, __m128i b) noexcept
+    /// The pixels of `yes` whose number, the first or the second, is all ones; else those of `no`.
+    static Words either(Channels ones, Words yes, Words no) noexcept
     {
-        const __m128 first = _mm_castsi128_ps(a);
-        const __m128 second = _mm_castsi128_ps(b);
-        return _mm_add_epi32(_mm_castps_si128(_mm_shuffle_ps(first, second, _MM_SHUFFLE(2, 0, 2, 0))),
-                             _mm_castps_si128(_mm_shuffle_ps(first, second, _MM_SHUFFLE(3, 1, 3, 1))));
-    }
-    static __m128i select(__m128i mask, __m128i yes, __m128i no) noexcept
-    {
-        return _mm_or_si128(_mm_and_si128(mask, yes), _mm_andnot_si128(mask, no));
+        return simd::select_bits(simd::as<int16_t>(simd::interleave_low(ones, ones)), yes, no);
     }
     static uint32_t index_of(uint32_t codes, uint32_t silver, uint32_t bright) noexcept
     {

@@ -79,7 +79,8 @@ bool do_bits(DitherState& state, const uint8_t* src, uint8_t* dst) noexcept
     } else if (dst > src && dst < src + state.width) {
         return false; // it would write over what it has not read
     }
-    count_rows(state, bits_row(state, levels, dst), 1);
+    bits_row(state, levels, dst);
+    count_rows(state, DitherPath::bits, 1);
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "kernel/dither/State.h"
 #include "kernel/palette/Palette.h"
 #include "platform/platform.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <atomic>
@@ -14,7 +15,7 @@ using namespace dither;
 
 namespace {
 
-std::atomic<DitherPath> g_limit{DitherPath::bits_avx2};
+std::atomic<DitherPath> g_limit{DitherPath::bits};
 
 /// Bits of an entry's reserved byte that keep it from being chosen.
 constexpr uint8_t kExcluded = 3;
@@ -194,7 +195,7 @@ int build(DitherState* state, const BITMAPHANDLE& bitmap, const Request& request
     state->dst_bits = request.bits;
     state->pack = pixel::find_format(request.bits, COLORORDER_RGB)->pack;
     state->user_table = request.match_table;
-    state->limit = g_limit.load(std::memory_order_relaxed);
+    state->limit = simd::level() == simd::Level::plain ? DitherPath::plain : g_limit.load(std::memory_order_relaxed);
     state->plain = state->limit == DitherPath::plain;
     set_source(*state, bitmap);
     set_entries(*state, request);

@@ -11,10 +11,11 @@
 #include "kernel/palette/Palette.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
+#include "simd/Pick.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk {
 
@@ -123,12 +124,12 @@ private:
     int test_four(int32_t x) const noexcept
     {
         const uint8_t* const at = colors_.data() + size_t{4} * static_cast<size_t>(x);
-        const __m128i colors = _mm_loadu_si128(reinterpret_cast<const __m128i*>(at));
-        const __m128i lower = _mm_set1_epi32(static_cast<int32_t>(lower_));
-        const __m128i upper = _mm_set1_epi32(static_cast<int32_t>(upper_));
-        const __m128i inside = _mm_min_epu8(_mm_max_epu8(colors, lower), upper);
-        const __m128i same = _mm_shuffle_epi32(_mm_cmpeq_epi32(inside, colors), _MM_SHUFFLE(0, 1, 2, 3));
-        return _mm_movemask_ps(_mm_castsi128_ps(same));
+        using Colors = simd::Quad<uint32_t>;
+        const auto bytes_of = [](Colors v) noexcept { return simd::as<uint8_t>(v); };
+        const auto colors = simd::pick<3, 2, 1, 0>(simd::load<Colors>(at));
+        const auto above = simd::max(bytes_of(colors), bytes_of(simd::all<Colors>(lower_)));
+        const auto inside = simd::min(above, bytes_of(simd::all<Colors>(upper_)));
+        return static_cast<int>(simd::bits(simd::as<int32_t>(inside) == simd::as<int32_t>(colors)));
     }
 
     uint32_t lower_ = 0;

@@ -1,15 +1,13 @@
 // The choice of a plan, and the pixel-by-pixel walk that defines what every plan gives.
 #include "kernel/resize/Nearest.h"
 
-#include "kernel/convert/Fused.h"
 #include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/resize/Stepping.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk::resize {
 
@@ -17,26 +15,6 @@ namespace {
 
 /// Source pixels per destination pixel from which picking bits loses to walking.
 constexpr int32_t kMostPicked = 16;
-
-Level best_level() noexcept
-{
-    const simd::Level cpu = simd::level();
-    return cpu >= simd::Level::avx512 ? Level::avx512 : cpu >= simd::Level::avx2 ? Level::avx2 : Level::plain;
-}
-
-std::atomic<int> chosen{-1};
-
-Level chosen_level() noexcept
-{
-    const int level = chosen.load(std::memory_order_relaxed);
-    return level < 0 ? limit_level(Level::avx512) : static_cast<Level>(level);
-}
-
-/// Some processors have these instructions, but take hundreds of cycles for one.
-bool moves_bits_fast() noexcept
-{
-    return !__builtin_cpu_is("znver1") && !__builtin_cpu_is("znver2");
-}
 
 /// Whole-byte pixels.
 template <size_t kBytes> void walk_bytes(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
@@ -103,13 +81,6 @@ void copy_row(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcep
 
 } // namespace
 
-Level limit_level(Level limit) noexcept
-{
-    const Level level = std::min(limit, best_level());
-    chosen.store(static_cast<int>(level), std::memory_order_relaxed);
-    return level;
-}
-
 size_t NearestPlan::from_bytes() const noexcept
 {
     return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(from), bits));
@@ -127,18 +98,19 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
     plan.to = to;
     plan.way = Way::walk;
     plan.walked_from = 0;
+    plan.loops = nearest_loops_sets.best();
     bool made = true;
     if (from == to)
         plan.way = Way::copy;
-    else if (chosen_level() == Level::plain)
+    else if (!plan.loops)
         return V_SUCCESS;
     else if (is_whole_bytes(bits))
-        made = (chosen_level() < Level::avx512 || make_permute(plan)) && (plan.way != Way::walk || make_shuffle(plan));
+        made = (!permute_loops_sets.best() || make_permute(plan)) && (plan.way != Way::walk || make_shuffle(plan));
     else if (bits == 1 && int64_t{from} * 2 == to)
         make_double(plan);
-    else if (bits == 1 && from < to && moves_bits_fast())
+    else if (bits == 1 && from < to && simd::moves_bits_fast())
         made = make_spread(plan);
-    else if (bits == 1 && from / to < kMostPicked && moves_bits_fast())
+    else if (bits == 1 && from / to < kMostPicked && simd::moves_bits_fast())
         made = make_pick(plan);
     return made ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
@@ -149,18 +121,18 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrd
     case Way::copy:
         return copy_row(plan, src, dst);
     case Way::shuffle:
-        shuffle_avx2(plan, src, dst);
+        plan.loops->shuffle(plan, src, dst);
         break;
     case Way::permute:
-        return permute_avx512(plan, src, dst, ahead);
+        return permute_loops_sets.best()->row(plan, src, dst, ahead);
     case Way::pick_bits:
-        pick_avx2(plan, src, dst);
+        plan.loops->pick_bits(plan, src, dst);
         break;
     case Way::spread_bits:
-        spread_avx2(plan, src, dst);
+        plan.loops->spread_bits(plan, src, dst);
         break;
     case Way::double_bits:
-        double_avx2(plan, src, dst);
+        plan.loops->double_bits(plan, src, dst);
         break;
     case Way::walk:
         break;
@@ -181,12 +153,11 @@ void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
     to += head;
     const size_t tail = (bytes - head) % kLine;
     const size_t lines = bytes - head - tail;
-    if (chosen_level() >= Level::avx2)
-        stream_lines_avx2(from, to, lines);
+    if (const NearestLoops* const loops = nearest_loops_sets.best())
+        loops->stream_lines(from, to, lines);
     else
-        for (size_t at = 0; at < lines; at += sizeof(__m128i))
-            _mm_stream_si128(reinterpret_cast<__m128i*>(to + at),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + at)));
+        for (size_t at = 0; at < lines; at += simd::Quad<uint8_t>::kBytes)
+            simd::stream(to + at, simd::load<simd::Quad<uint8_t>>(from + at));
     std::memcpy(to + lines, from + lines, tail);
 }
 

@@ -1,24 +1,22 @@
 // Rows resized to the nearest pixel. What the stepping does is the same for every row, so a plan is worked out once:
-// which bytes to shuffle where (whole-byte pixels), which bits to pick or spread (1 bit). Without AVX2, at other depths
-// and where a plan does not pay, pixels are walked one by one; the results are the same to the bit.
+// which bytes to shuffle where (whole-byte pixels), which bits to pick or spread (1 bit). Without vectors to shuffle,
+// at other depths and where a plan does not pay, pixels are walked one by one; the results are the same to the bit.
 //
 // A row is read and written within its packed bytes alone; bits behind the last pixel become clear.
 #pragma once
 
 #include "kernel/rows/RowAccess.h"
+#include "simd/Level.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace vk::resize {
 
-/// What plans may use of the processor; for tests and benchmarks, while nothing is planned.
-enum class Level : uint8_t { plain, avx2, avx512 };
-/// Goes down to a level, or up again as far as the processor goes; returns the one now in use.
-Level limit_level(Level limit) noexcept;
-
 /// How a plan gets the front part of a row; what is left is walked.
 enum class Way : uint8_t { copy, walk, shuffle, permute, pick_bits, spread_bits, double_bits };
+
+struct NearestLoops;
 
 /// The plan of a row.
 struct NearestPlan {
@@ -33,6 +31,7 @@ struct NearestPlan {
     size_t advance = 0;      ///< shuffle, permute: source bytes per period
     int64_t walked_from = 0; ///< first destination pixel that is walked; at a byte boundary
     RowBuffer table;
+    const NearestLoops* loops = nullptr; ///< for all ways but copying, walking and permuting
 
     size_t from_bytes() const noexcept;
     size_t to_bytes() const noexcept;
@@ -47,7 +46,7 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrd
 /// Copies rows past the caches; a fence is the caller's.
 void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
 
-// Tables, as NearestTables.cpp makes them and Nearest_avx2.cpp reads them.
+// Tables, as NearestTables.cpp makes them and the loops read them.
 
 /// 32 bytes to write: for either half a source offset within the period and, behind the header, `parts` masks of both.
 struct ShuffleStep {
@@ -87,13 +86,21 @@ bool make_spread(NearestPlan& plan) noexcept;
 bool make_pick(NearestPlan& plan) noexcept;
 void make_double(NearestPlan& plan) noexcept; ///< for rows that become twice as long
 
-void shuffle_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
-void permute_avx512(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept;
-void spread_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
-void pick_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
-void double_avx2(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
+/// The planned part of rows.
+using PlannedLoop = void(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
+struct NearestLoops {
+    PlannedLoop* shuffle;
+    PlannedLoop* double_bits;
+    PlannedLoop* spread_bits;
+    PlannedLoop* pick_bits;
+    /// Copies whole cache lines past the caches, to an address that is one.
+    void (*stream_lines)(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
+};
+struct PermuteLoops {
+    void (*row)(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept;
+};
 
-/// Copies whole cache lines past the caches, to an address that is one.
-void stream_lines_avx2(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
+VK_SIMD_TABLE_256(NearestLoops, nearest_loops);
+VK_SIMD_TABLE_512(PermuteLoops, permute_loops);
 
 } // namespace vk::resize

@@ -14,10 +14,10 @@
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/Progress.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk {
 
@@ -44,7 +44,7 @@ public:
     {
         flush();
         if (is_streamed_)
-            _mm_sfence();
+            simd::fence();
     }
 
     int prepare(int32_t bits, int32_t from, int32_t to) noexcept

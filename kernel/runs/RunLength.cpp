@@ -6,14 +6,32 @@
 
 #include "kernel/runs/RunLengthKernel.h"
 #include "kernel/runs/RunLengthWords.h"
+#include "simd/Bits.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
-#include <atomic>
-#include <emmintrin.h>
 
 namespace vk::runlength {
 
 namespace {
+
+using Bytes = simd::Quad<uint8_t>;
+
+inline uint64_t load_word(const void* from) noexcept
+{
+    uint64_t word = 0;
+    std::memcpy(&word, from, sizeof word);
+    return word;
+}
+
+/// Appends the changes of one word whose bits are in pixel order; returns the new count.
+inline size_t append_changes(uint64_t word, uint64_t& colour, simd::Positions& positions, uint16_t* list,
+                             size_t count) noexcept
+{
+    const uint64_t changes = word ^ (word << 1 | colour);
+    colour = word >> 63;
+    return positions.append(changes, list, count);
+}
 
 inline uint64_t reversed_in_bytes(uint64_t word) noexcept
 {
@@ -25,74 +43,42 @@ inline uint64_t reversed_in_bytes(uint64_t word) noexcept
     return (word >> 4 & kFours) | (word & kFours) << 4;
 }
 
-/// Bit count without the instruction, which SSE2 does not promise.
-inline size_t bit_count(uint64_t bits) noexcept
-{
-    bits -= bits >> 1 & 0x5555555555555555u;
-    bits = (bits & 0x3333333333333333u) + (bits >> 2 & 0x3333333333333333u);
-    bits = (bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0Fu;
-    return static_cast<size_t>(bits * 0x0101010101010101u >> 56);
-}
-
 /// The first word from `i` on that does not have the value `even`, which all bits 0 or all bits 1.
 inline size_t skip_even(const uint8_t* pixels, size_t i, size_t words, uint64_t even) noexcept
 {
-    const __m128i wanted = _mm_set1_epi8(static_cast<char>(even));
-    for (; i + 4 <= words; i += 4) {
-        const auto* const from = reinterpret_cast<const __m128i*>(pixels + 8 * i);
-        const __m128i front = _mm_cmpeq_epi8(_mm_loadu_si128(from), wanted);
-        const __m128i back = _mm_cmpeq_epi8(_mm_loadu_si128(from + 1), wanted);
-        if (_mm_movemask_epi8(_mm_and_si128(front, back)) != 0xFFFF)
-            break;
-    }
+    const auto wanted = simd::all<Bytes>(static_cast<uint8_t>(even));
+    const auto is_even = [&](size_t word) noexcept { return simd::load<Bytes>(pixels + 8 * word) == wanted; };
+    while (i + 4 <= words && simd::all(is_even(i) & is_even(i + 2)))
+        i += 4;
     while (i < words && load_word(pixels + 8 * i) == even)
         ++i;
     return i;
 }
 
-size_t find_changes_sse2(const uint8_t* pixels, size_t words, uint32_t base, uint64_t colour, uint16_t* list,
-                         size_t count) noexcept
+/// The loop of processors without one of their own.
+size_t find_changes(const uint8_t* pixels, size_t words, uint32_t base, uint64_t colour, uint16_t* list,
+                    size_t count) noexcept
 {
+    simd::Positions positions(base);
     for (size_t i = 0; i < words; ++i) {
         uint64_t word = load_word(pixels + 8 * i);
         if (word == 0 - colour) {
-            i = skip_even(pixels, i + 1, words, word);
-            if (i == words)
+            const size_t next = skip_even(pixels, i + 1, words, word);
+            if (next == words)
                 break;
+            positions.skip(next - i);
+            i = next;
             word = load_word(pixels + 8 * i);
         }
-        word = reversed_in_bytes(word);
-        const uint64_t changes = word ^ (word << 1 | colour);
-        colour = word >> 63;
-        count = append_positions(changes, bit_count(changes), base + static_cast<uint32_t>(64 * i), list, count);
+        count = append_changes(reversed_in_bytes(word), colour, positions, list, count);
     }
     return count;
 }
 
-/// The loops, by level.
-constexpr FindChanges kFinders[] = {find_changes_sse2, find_changes_avx2, find_changes_avx512};
-
-Level best_level() noexcept
-{
-    if (!__builtin_cpu_supports("avx2") || !__builtin_cpu_supports("bmi") || !__builtin_cpu_supports("bmi2") ||
-        !__builtin_cpu_supports("popcnt"))
-        return Level::sse2;
-    const bool avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                        __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-                        __builtin_cpu_supports("avx512vbmi") && __builtin_cpu_supports("avx512vbmi2");
-    return avx512 ? Level::avx512 : Level::avx2;
-}
-
-std::atomic<FindChanges> finder{nullptr};
-
 FindChanges chosen_finder() noexcept
 {
-    FindChanges find = finder.load(std::memory_order_relaxed);
-    if (!find) {
-        find = kFinders[static_cast<size_t>(best_level())];
-        finder.store(find, std::memory_order_relaxed);
-    }
-    return find;
+    const ChangeLoops* const loops = change_loops_sets.best();
+    return loops ? loops->find : find_changes;
 }
 
 /// The pixels to compress, as 8-byte words whose bits outside the row are harmless.
@@ -175,9 +161,8 @@ public:
             uint8_t* const out = words_ + 2 * count_;
             size_t i = 0;
             for (; i + 8 <= count; i += 8) {
-                const __m128i from = _mm_loadu_si128(reinterpret_cast<const __m128i*>(list + i));
-                const __m128i to = _mm_loadu_si128(reinterpret_cast<const __m128i*>(list + i + 1));
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 2 * i), _mm_sub_epi16(to, from));
+                using Runs = simd::Quad<uint16_t>;
+                simd::store(out + 2 * i, simd::load<Runs>(list + i + 1) - simd::load<Runs>(list + i));
             }
             for (; i < count; ++i)
                 store_run(out, i, static_cast<uint32_t>(list[i + 1] - list[i]));
@@ -243,13 +228,6 @@ size_t measure(const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noex
     if (pixels == 0)
         return row_bytes(0);
     return row_bytes(compress_words<false>(nullptr, Source(pixels_in, bit_offset, pixels), bit_offset));
-}
-
-Level limit_level(Level limit) noexcept
-{
-    const Level chosen = std::min(limit, best_level());
-    finder.store(kFinders[static_cast<size_t>(chosen)], std::memory_order_relaxed);
-    return chosen;
 }
 
 } // namespace vk::runlength

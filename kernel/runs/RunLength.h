@@ -70,9 +70,4 @@ void flip(void* buffer, uint32_t rows) noexcept;
 size_t compress_plain(void* row, const void* pixels_in, uint32_t bit_offset, uint32_t pixels) noexcept;
 void expand_plain(const void* row, void* pixels_out, uint32_t start, uint32_t pixels) noexcept;
 
-/// What compress may use of the processor; for tests and benchmarks, while nothing compresses.
-enum class Level : uint8_t { sse2, avx2, avx512 };
-/// Goes down to a level, or up again as far as the processor goes; returns the one now in use.
-Level limit_level(Level limit) noexcept;
-
 } // namespace vk::runlength

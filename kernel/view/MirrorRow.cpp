@@ -4,7 +4,6 @@
 
 #include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
-#include "kernel/view/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -136,12 +135,8 @@ void mirror_plain(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits)
 
 void mirror_row(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept
 {
-    const turn::Level level = turn::level();
-    int64_t done = 0;
-    if (level == turn::Level::avx512)
-        done = turn::mirror_avx512(from, to, width, bits);
-    if (level >= turn::Level::avx2)
-        done += turn::mirror_avx2(from, to + bytes_of(done, bits), width - done, bits);
+    const turn::MirrorLoops* const loops = turn::mirror_loops_sets.best();
+    const int64_t done = loops ? loops->front(from, to, width, bits) : 0;
     mirror_plain(from, to + bytes_of(done, bits), width - done, bits);
 }
 

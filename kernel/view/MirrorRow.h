@@ -2,6 +2,8 @@
 // row on; bits of the last byte that belong to no pixel end clear. No byte outside the pixels is read or written.
 #pragma once
 
+#include "simd/Level.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -15,11 +17,13 @@ void mirror_row_in_place(uint8_t* row, int64_t width, int32_t bits) noexcept;
 
 namespace turn {
 
-/// Mirrors as many pixels from the end of the row on as full vectors allow, a number that fills bytes, and returns it.
-int64_t mirror_avx2(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept;
+struct MirrorLoops {
+    /// Mirrors as many pixels from the end of the row on as full vectors allow, a number that fills bytes, and returns
+    /// it.
+    int64_t (*front)(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept;
+};
 
-/// The same by wider vectors, where they pay.
-int64_t mirror_avx512(const uint8_t* from, uint8_t* to, int64_t width, int32_t bits) noexcept;
+VK_SIMD_TABLE(MirrorLoops, mirror_loops);
 
 } // namespace turn
 

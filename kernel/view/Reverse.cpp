@@ -5,8 +5,8 @@
 #include "kernel/rows/RowAccess.h"
 #include "kernel/storage/Store.h"
 #include "kernel/system/Checks.h"
-#include "kernel/view/Blocks.h"
 #include "kernel/view/MirrorRow.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
@@ -25,15 +25,16 @@ void swap_rows(uint8_t* a, uint8_t* b, size_t bytes) noexcept
     for (; done + kStep <= bytes; done += kStep) {
         __builtin_prefetch(reinterpret_cast<const void*>(next_a + done), 1, 2);
         __builtin_prefetch(reinterpret_cast<const void*>(next_b + done), 1, 2);
-        __m128i from_a[4];
-        __m128i from_b[4];
+        using Part = simd::Quad<uint8_t>;
+        Part from_a[4];
+        Part from_b[4];
         for (size_t i = 0; i < 4; ++i) {
-            from_a[i] = turn::load_vector(a + done + 16 * i);
-            from_b[i] = turn::load_vector(b + done + 16 * i);
+            from_a[i] = simd::load<Part>(a + done + 16 * i);
+            from_b[i] = simd::load<Part>(b + done + 16 * i);
         }
         for (size_t i = 0; i < 4; ++i) {
-            turn::store_vector(a + done + 16 * i, from_b[i]);
-            turn::store_vector(b + done + 16 * i, from_a[i]);
+            simd::store(a + done + 16 * i, from_b[i]);
+            simd::store(b + done + 16 * i, from_a[i]);
         }
     }
     std::swap_ranges(a + done, a + bytes, b + done);

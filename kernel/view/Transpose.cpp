@@ -5,7 +5,6 @@
 #include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/view/Blocks.h"
-#include "kernel/view/Level.h"
 #include "kernel/view/Tile.h"
 
 #include <algorithm>
@@ -16,8 +15,13 @@ namespace vk {
 
 namespace {
 
-using turn::Level;
 using turn::Tile;
+
+/// The forms that a level has: tables of a set's, and the blocks that need none.
+struct Forms {
+    const turn::TransposeLoops* loops = turn::transpose_loops_sets.best();
+    bool has_blocks = simd::level() != simd::Level::plain;
+};
 
 constexpr size_t kLine = 64;
 
@@ -33,41 +37,60 @@ template <int kBytes> void transpose_rest(const Tile& tile, int32_t first_column
 
 template <int kBytes> void transpose_blocks(const Tile& tile) noexcept
 {
-    using Block = turn::VectorBlock<kBytes>;
-    const int32_t columns = tile.columns / Block::kSide * Block::kSide;
-    const int32_t rows = tile.rows / Block::kSide * Block::kSide;
-    for (int32_t row = 0; row < rows; row += Block::kSide)
-        for (int32_t column = 0; column < columns; column += Block::kSide)
-            Block::run(tile.from + row * tile.stride + column * kBytes, tile.stride,
-                       tile.to + column * tile.pitch + row * kBytes, tile.pitch);
+    using Rows = simd::Quad<simd::IntOf<kBytes, false>>;
+    constexpr auto kSide = static_cast<int32_t>(Rows::kLanes);
+    const int32_t columns = tile.columns / kSide * kSide;
+    const int32_t rows = tile.rows / kSide * kSide;
+    for (int32_t row = 0; row < rows; row += kSide)
+        for (int32_t column = 0; column < columns; column += kSide)
+            turn::VK_SIMD_SET::transpose_block<Rows>(tile.from + row * tile.stride + column * kBytes, tile.stride,
+                                                     tile.to + column * tile.pitch + row * kBytes, tile.pitch);
     transpose_rest<kBytes>(tile, columns, rows);
 }
 
-template <int kBytes> void transpose_bytes(const Tile& tile, Level level) noexcept
+template <int kBytes> void transpose_bytes(const Tile& tile, const Forms& forms) noexcept
 {
     constexpr bool kHasBlock = (kBytes & (kBytes - 1)) == 0;
-    if (level >= Level::avx2 && tile.columns * kBytes >= 16) {
-        constexpr turn::BlockSize kBlock = turn::avx2_block(8 * kBytes);
-        turn::transpose_avx2(tile, 8 * kBytes);
-        return transpose_rest<kBytes>(tile, tile.columns / kBlock.columns * kBlock.columns,
-                                      tile.rows / kBlock.rows * kBlock.rows);
+    if (forms.loops && tile.columns * kBytes >= 16) {
+        const turn::BlockSize done = forms.loops->pixels(tile, kBytes);
+        return transpose_rest<kBytes>(tile, done.columns, done.rows);
     }
     if constexpr (kHasBlock)
-        if (level != Level::plain)
+        if (forms.has_blocks)
             return transpose_blocks<kBytes>(tile);
     transpose_rest<kBytes>(tile, 0, 0);
 }
 
-void transpose_1(const Tile& tile, Level level) noexcept
+/// 16 rows of up to 16 bytes of 1-bit pixels: two bytes for each of up to 128 columns, those of rows past the last one
+/// clear. A block in full goes to vectors straight, others by way of the stack.
+void transpose_bit_block(const Tile& tile, int32_t first_row) noexcept
 {
-    int32_t row = 0;
-    if (level >= Level::avx2 && tile.columns == 128)
-        for (; row + 32 <= tile.rows; row += 32)
-            turn::transpose_bits_avx2(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, tile.pitch);
-    if (level != Level::plain) {
+    using Block = simd::Quad<uint8_t>;
+    const uint8_t* const from = tile.from + first_row * tile.stride;
+    uint8_t* to = tile.to + first_row / 8;
+    const int32_t row_count = tile.rows - first_row;
+    if (tile.columns == 128 && row_count >= 16)
+        return turn::VK_SIMD_SET::transpose_bits<Block>(from, tile.stride, to, tile.pitch);
+    const int32_t bytes = (tile.columns + 7) / 8;
+    Block rows[16];
+    for (int32_t i = 0; i < 16; ++i) {
+        const int32_t row = turn::VK_SIMD_SET::row_of_lane(i);
+        uint8_t copy[16] = {};
+        if (row < row_count)
+            std::memcpy(copy, from + row * tile.stride, static_cast<size_t>(bytes));
+        rows[i] = simd::load<Block>(copy);
+    }
+    simd::transpose(rows);
+    for (int32_t at = 0; at < bytes; ++at)
+        to = turn::VK_SIMD_SET::store_bits(rows[at], to, tile.pitch, std::min(tile.columns - 8 * at, 8));
+}
+
+void transpose_1(const Tile& tile, const Forms& forms) noexcept
+{
+    int32_t row = forms.loops && tile.columns == 128 ? forms.loops->bits(tile) : 0;
+    if (forms.has_blocks) {
         for (; row < tile.rows; row += 16)
-            turn::transpose_bits(tile.from + row * tile.stride, tile.stride, tile.to + row / 8, tile.pitch,
-                                 tile.columns, std::min(tile.rows - row, 16));
+            transpose_bit_block(tile, row);
         return;
     }
     for (int32_t column = 0; column < tile.columns; ++column)
@@ -95,41 +118,41 @@ constexpr size_t packed_size(int32_t pixels, int32_t bits) noexcept
 template <int32_t kBits> using SpreadUnit = std::conditional_t<(kBits > 8), uint16_t, uint8_t>;
 
 template <int32_t kBits>
-void spread(const uint8_t* from, SpreadUnit<kBits>* to, int32_t count, [[maybe_unused]] Level level) noexcept
+void spread(const uint8_t* from, SpreadUnit<kBits>* to, int32_t count, const Forms& forms) noexcept
 {
     if constexpr (packing_of(kBits) == Packing::low_first) {
         int32_t done = 0;
         if constexpr (kBits == 12)
-            if (level >= Level::avx2)
-                done = turn::spread12_avx2(from, reinterpret_cast<uint8_t*>(to), count);
+            if (forms.loops)
+                done = forms.loops->spread_12(from, reinterpret_cast<uint8_t*>(to), count);
         spread_low_first<kBits>(from + packed_size(done, kBits), to + done, static_cast<size_t>(count - done));
     } else {
-        if (level >= Level::avx2)
-            return turn::spread_avx2(from, to, count, kBits);
+        if (forms.loops)
+            return forms.loops->spread(from, to, count, kBits);
         for (int32_t i = 0; i < count; ++i)
             to[i] = static_cast<uint8_t>(pixel_at<kBits>(from, static_cast<uint32_t>(i)));
     }
 }
 
 template <int32_t kBits>
-void gather(const SpreadUnit<kBits>* from, uint8_t* to, int32_t count, [[maybe_unused]] Level level) noexcept
+void gather(const SpreadUnit<kBits>* from, uint8_t* to, int32_t count, const Forms& forms) noexcept
 {
     if constexpr (packing_of(kBits) == Packing::low_first) {
         int32_t done = 0;
         if constexpr (kBits == 12)
-            if (level >= Level::avx2)
-                done = turn::gather12_avx2(reinterpret_cast<const uint8_t*>(from), to, count);
+            if (forms.loops)
+                done = forms.loops->gather_12(reinterpret_cast<const uint8_t*>(from), to, count);
         gather_low_first<kBits>(from + done, to + packed_size(done, kBits), static_cast<size_t>(count - done));
     } else {
-        if (level >= Level::avx2)
-            return turn::gather_avx2(from, to, count, kBits);
+        if (forms.loops)
+            return forms.loops->gather(from, to, count, kBits);
         std::memset(to, 0, packed_size(count, kBits));
         for (int32_t i = 0; i < count; ++i)
             insert_bits(to + column_offset(kBits, i), kBits, static_cast<uint32_t>(i), from[i]);
     }
 }
 
-template <int32_t kBits> void transpose_packed(const Tile& tile, Level level) noexcept
+template <int32_t kBits> void transpose_packed(const Tile& tile, const Forms& forms) noexcept
 {
     using Unit = SpreadUnit<kBits>;
     constexpr auto kUnit = static_cast<int32_t>(sizeof(Unit));
@@ -137,23 +160,23 @@ template <int32_t kBits> void transpose_packed(const Tile& tile, Level level) no
     Unit before[kSpreadSide * kSpreadSide];
     Unit after[kSpreadSide * kPitch];
     for (int32_t row = 0; row < tile.rows; ++row)
-        spread<kBits>(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, level);
+        spread<kBits>(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, forms);
     transpose_bytes<kUnit>({reinterpret_cast<const uint8_t*>(before), kUnit * kSpreadSide,
                             reinterpret_cast<uint8_t*>(after), kSpreadPitch, tile.columns, tile.rows},
-                           level);
+                           forms);
     for (int32_t column = 0; column < tile.columns; ++column)
-        gather<kBits>(after + column * kPitch, tile.to + column * tile.pitch, tile.rows, level);
+        gather<kBits>(after + column * kPitch, tile.to + column * tile.pitch, tile.rows, forms);
 }
 
-void transpose_tile(const Tile& tile, Level level, int32_t bits) noexcept
+void transpose_tile(const Tile& tile, const Forms& forms, int32_t bits) noexcept
 {
     with_depth(bits, [&]<int32_t kBits>() noexcept {
         if constexpr (packing_of(kBits) == Packing::bytes)
-            transpose_bytes<kBits / 8>(tile, level);
+            transpose_bytes<kBits / 8>(tile, forms);
         else if constexpr (kBits == 1)
-            transpose_1(tile, level);
+            transpose_1(tile, forms);
         else
-            transpose_packed<kBits>(tile, level);
+            transpose_packed<kBits>(tile, forms);
     });
 }
 
@@ -203,7 +226,7 @@ void copy_lines(const turn::Lines& lines, bool stream) noexcept
             continue;
         }
         for (size_t i = 0; i < lines.bytes; i += 16)
-            _mm_stream_si128(reinterpret_cast<__m128i*>(to + i), turn::load_vector(from + i));
+            simd::stream(to + i, simd::load<simd::Quad<uint8_t>>(from + i));
     }
 }
 
@@ -213,7 +236,7 @@ constexpr int32_t kNeighbours = 1024;
 class Transposer {
 public:
     Transposer(const TransposeBlock& block, int32_t bits, bool stream) noexcept
-        : block_(block), bits_(bits), size_(tile_size(bits)), level_(turn::level())
+        : block_(block), bits_(bits), size_(tile_size(bits))
     {
         const auto step = static_cast<size_t>(block.to_stride < 0 ? -block.to_stride : block.to_stride);
         stream_ = stream && (reinterpret_cast<uintptr_t>(block.to) | step) % kLine == 0;
@@ -227,7 +250,7 @@ public:
                 run_part(column, std::min(block_.columns, column + kNeighbours), row,
                          std::min(block_.rows, row + high));
         if (stream_)
-            _mm_sfence();
+            simd::fence();
     }
 
 private:
@@ -259,7 +282,7 @@ private:
                         columns,
                         rows,
                         ahead};
-        transpose_tile(tile, level_, bits_);
+        transpose_tile(tile, forms_, bits_);
         const turn::Lines lines{tile_,
                                 size_.pitch,
                                 block_.to + column * block_.to_stride + offset(row),
@@ -267,7 +290,7 @@ private:
                                 columns,
                                 static_cast<size_t>(packed_bytes(static_cast<uint32_t>(rows), bits_))};
         const bool stream = stream_ && lines.bytes % kLine == 0;
-        return level_ >= Level::avx2 ? turn::copy_lines_avx2(lines, stream) : copy_lines(lines, stream);
+        return forms_.loops ? forms_.loops->copy(lines, stream) : copy_lines(lines, stream);
     }
 
     ptrdiff_t offset(int32_t pixel) const noexcept
@@ -278,7 +301,7 @@ private:
     const TransposeBlock block_;
     const int32_t bits_;
     const TileSize size_;
-    const Level level_;
+    const Forms forms_;
     bool stream_ = false;
     alignas(64) uint8_t tile_[kTileBytes];
 };

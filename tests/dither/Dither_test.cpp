@@ -1,9 +1,11 @@
 // Dithering: literal rows, agreement of every path with the slow reference for every method, palette kind and source
 // format, and prepared matching at the edges of its regions.
+#include "kernel/dither/Bits.h"
 #include "kernel/dither/Dither.h"
 #include "kernel/dither/Methods.h"
 #include "tests/reference/ConvertReference.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestDither.h"
 
 #include <array>
@@ -11,15 +13,15 @@
 namespace vk::testing {
 namespace {
 
-constexpr DitherPath kPaths[] = {DitherPath::plain, DitherPath::single, DitherPath::wavefront,
-                                 DitherPath::lanes, DitherPath::bits,   DitherPath::bits_avx2};
-constexpr const char* kPathNames[] = {"plain", "single", "wavefront", "lanes", "bits", "bits_avx2"};
+constexpr DitherPath kPaths[] = {DitherPath::plain, DitherPath::single, DitherPath::wavefront, DitherPath::lanes,
+                                 DitherPath::bits};
+constexpr const char* kPathNames[] = {"plain", "single", "wavefront", "lanes", "bits"};
 
 /// Keeps runs to a path within a scope.
 class Limit {
 public:
     explicit Limit(DitherPath path) { limit_dithering(path); }
-    ~Limit() { limit_dithering(DitherPath::bits_avx2); }
+    ~Limit() { limit_dithering(DitherPath::bits); }
     Limit(const Limit&) = delete;
     Limit& operator=(const Limit&) = delete;
 };
@@ -196,9 +198,34 @@ TEST(Dither, EveryPathAgreesWithTheReference)
             }
         }
     }
-    const bool avx2 = __builtin_cpu_supports("avx2") != 0;
     for (size_t i = 0; i < kDitherPaths; ++i)
-        EXPECT_TRUE(done[i] > 0 || (!avx2 && kPaths[i] == DitherPath::bits_avx2)) << kPathNames[i] << " never ran";
+        EXPECT_TRUE(done[i] > 0) << kPathNames[i] << " never ran";
+}
+
+// The bits of thresholded rows at every level, each of which has loops of its own for them; without any, rows are
+// plain.
+TEST(Dither, BitsAtEveryLevel)
+{
+    TestRandom random(20304);
+    SCOPED_TRACE(random);
+    for (const simd::Level level : kLevels) {
+        const AtLevel at(level);
+        const dither::BitLoops* const loops = dither::bit_loops_sets.best();
+        EXPECT_EQ(at.reached >= kFirstWithLoops, loops != nullptr);
+        for (const int32_t method : {DITHER_NONE, DITHER_ORDERED, DITHER_CLUSTERED}) {
+            const DitherSetup setup{random.between(1, 300), 8, COLORORDER_GRAY, 0, 7, {}, method, {}, 2, 1};
+            const Bytes source = random_rows(setup, 17, random);
+            Done done{};
+            EXPECT_EQ(expected(setup, source, 17).indices, dithered(setup, source, 17, 5, done).indices);
+            EXPECT_EQ(17u,
+                      done[static_cast<size_t>(level == simd::Level::plain ? DitherPath::plain : DitherPath::bits)]);
+        }
+        uint8_t levels[100] = {};
+        uint8_t bits[16] = {};
+        if (loops) {
+            EXPECT_EQ(96u, loops->row({}, levels, 99, bits));
+        }
+    }
 }
 
 TEST(Dither, LongRowsAgreeWithTheReference)

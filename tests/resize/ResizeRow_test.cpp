@@ -3,6 +3,7 @@
 #include "kernel/resize/Nearest.h"
 #include "tests/support/FaultLoop.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/support/TestRandom.h"
 
@@ -11,8 +12,8 @@
 #include <numeric>
 
 using namespace vk::testing;
-using vk::resize::Level;
 using vk::resize::Way;
+using vk::simd::Level;
 
 namespace {
 
@@ -33,23 +34,23 @@ TEST(ResizeRow, KernelsFollowTheRule)
     GuardedBuffer dst(kMost, Edge::back);
     TestRandom random(310);
     SCOPED_TRACE(random);
-    const Level best = vk::resize::limit_level(Level::avx512);
+    const Level best = vk::simd::level();
     int ways[7] = {};
-    for (const Level level : {Level::plain, Level::avx2, Level::avx512})
+    for (const Level level : kLevels)
         for (const int32_t bits : kDepths)
             for (const int32_t from : kWidths)
                 for (int32_t to : kWidths) {
                     to += from == 1000 ? random.between(0, 3) * 127 % 500 : 0;
                     to = from == 257 && to == 64 ? 2 * from : std::min(to, 1000);
                     const Edge edge = random.one_in(2) ? Edge::front : Edge::back;
-                    vk::resize::limit_level(level);
+                    const AtLevel at(level);
+                    const bool has_loops = at.reached >= kFirstWithLoops;
                     vk::resize::NearestPlan plan;
                     ASSERT_EQ(SUCCESS, vk::resize::plan_nearest(plan, bits, from, to));
                     ++ways[static_cast<int>(plan.way)];
-                    EXPECT_TRUE(level != Level::plain || plan.way == Way::walk || from == to);
-                    EXPECT_TRUE(best == Level::plain || level == Level::plain || bits != 24 || from == to ||
-                                from / to > 3 || plan.to_bytes() < 32 ||
-                                plan.way == (std::min(best, level) == Level::avx2 ? Way::shuffle : Way::permute));
+                    EXPECT_TRUE(has_loops || plan.way == Way::walk || from == to);
+                    EXPECT_TRUE(!has_loops || bits != 24 || from == to || from / to > 3 || plan.to_bytes() < 32 ||
+                                plan.way == (at.reached == Level::avx512 ? Way::permute : Way::shuffle));
                     src.place(packed_bytes_of(from, bits), edge);
                     dst.place(packed_bytes_of(to, bits), edge);
                     random.fill(src.data(), src.size());
@@ -61,8 +62,9 @@ TEST(ResizeRow, KernelsFollowTheRule)
                 }
     for (const Way way :
          {Way::copy, Way::walk, Way::shuffle, Way::permute, Way::pick_bits, Way::spread_bits, Way::double_bits})
-        EXPECT_TRUE(ways[static_cast<int>(way)] > 0 || best == Level::plain ||
-                    (best == Level::avx2 && way == Way::permute))
+        EXPECT_TRUE(ways[static_cast<int>(way)] > 0 || best < kFirstWithLoops ||
+                    (best < Level::avx512 && way == Way::permute) ||
+                    (!vk::simd::moves_bits_fast() && (way == Way::pick_bits || way == Way::spread_bits)))
             << static_cast<int>(way);
 }
 

@@ -1,7 +1,9 @@
 // The run-length codec: what its form is, that the fast ways give exactly what the byte-wise one gives, and that no
 // words, however wrong, make a reader leave the row or a writer leave the pixels. Buffers lie against forbidden pages.
 #include "kernel/runs/RunLength.h"
+#include "kernel/runs/RunLengthKernel.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestRandom.h"
 
 #include <gtest/gtest.h>
@@ -21,8 +23,6 @@ using Runs = std::vector<uint16_t>;
 using Edge = GuardedBuffer::Edge;
 
 constexpr uint32_t kMostPixels = 270000;
-constexpr rl::Level kLevels[] = {rl::Level::sse2, rl::Level::avx2, rl::Level::avx512};
-constexpr const char* kLevelNames[] = {"sse2", "avx2", "avx512"};
 
 bool pixel(const uint8_t* bytes, uint64_t i)
 {
@@ -93,19 +93,19 @@ Bytes content(Content kind, size_t bytes, TestRandom& random)
 /// Runs a check at every level of the processor; says which ran.
 template <class Check> void at_every_level(Check&& check)
 {
-    const rl::Level best = rl::limit_level(rl::Level::avx512);
-    int ran = 0;
-    for (const rl::Level level : kLevels) {
-        if (rl::limit_level(level) != level)
+    const vk::simd::Level best = vk::simd::level();
+    for (const vk::simd::Level level : kLevels) {
+        const AtLevel at(level);
+        const auto& loops = rl::change_loops_sets;
+        EXPECT_EQ(at.reached >= kFirstWithLoops, loops.best() != nullptr);
+        EXPECT_EQ(std::min(best, level) == vk::simd::Level::avx512, loops.best() && loops.best() == loops.avx512);
+        if (level > best)
             continue;
-        SCOPED_TRACE(kLevelNames[static_cast<size_t>(level)]);
+        SCOPED_TRACE(static_cast<int>(level));
         check();
-        ++ran;
         if (::testing::Test::HasFailure())
             break;
     }
-    EXPECT_TRUE(::testing::Test::HasFailure() || ran == 1 + static_cast<int>(best)) << "a level was left out";
-    rl::limit_level(rl::Level::avx512);
 }
 
 /// Compresses pixels that end or begin at a forbidden page into a block that ends at one, at every level and bytewise.

@@ -8,6 +8,13 @@ namespace vk::testing {
 constexpr simd::Level kLevels[] = {simd::Level::plain, simd::Level::base, simd::Level::neon, simd::Level::avx2,
                                    simd::Level::avx512};
 
+/// The lowest level at which kernels have loops of their own.
+#if defined(__x86_64__)
+constexpr simd::Level kFirstWithLoops = simd::Level::avx2;
+#else
+constexpr simd::Level kFirstWithLoops = simd::Level::neon;
+#endif
+
 /// Keeps all kernels to a level for the length of a scope.
 class AtLevel {
 public:

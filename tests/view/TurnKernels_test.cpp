@@ -1,36 +1,19 @@
 // The kernels that mirror rows and transpose blocks, at every level of the processor, against single pixels, between
 // pages that may not be touched.
-#include "kernel/view/Level.h"
 #include "kernel/view/MirrorRow.h"
+#include "kernel/view/Tile.h"
 #include "kernel/view/Transpose.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestTurn.h"
 
 #include "Vkview.h"
 
 using namespace vk::testing;
-using vk::turn::Level;
+using vk::simd::Level;
 using Edge = GuardedBuffer::Edge;
 
 namespace {
-
-constexpr Level kLevels[] = {Level::plain, Level::sse2, Level::avx2, Level::avx512};
-
-/// Holds the kernels to a level. Where the processor has less, the case says so and runs what there is.
-class AtLevel {
-public:
-    explicit AtLevel(Level wanted)
-    {
-        const Level now = vk::turn::limit_level(wanted);
-        if (now != wanted)
-            EXPECT_LT(now, wanted) << "a level nobody asked for";
-        else
-            EXPECT_EQ(wanted, vk::turn::level());
-    }
-    ~AtLevel() { vk::turn::limit_level(Level::avx512); }
-    AtLevel(const AtLevel&) = delete;
-    AtLevel& operator=(const AtLevel&) = delete;
-};
 
 Bytes packed(Picture row, int32_t bits)
 {
@@ -137,5 +120,31 @@ TEST(TurnKernels, BlocksTransposed)
             ASSERT_NO_FATAL_FAILURE(expect_transposed(1037, high, bits, true, true));
             ASSERT_NO_FATAL_FAILURE(expect_transposed(high, 1100, bits, false, true));
         }
+    }
+}
+
+// What the cases above rest on: each level has loops of its own, which do what they can of a row and of a tile.
+TEST(TurnKernels, LoopsTaken)
+{
+    for (const Level level : kLevels) {
+        const AtLevel at(level);
+        const bool has_loops = at.reached >= kFirstWithLoops;
+        const vk::turn::MirrorLoops* const mirror = vk::turn::mirror_loops_sets.best();
+        ASSERT_EQ(has_loops, mirror != nullptr);
+        ASSERT_EQ(has_loops, vk::turn::transpose_loops_sets.best() != nullptr);
+        if (!has_loops)
+            continue;
+        const bool is_wide = at.reached == Level::avx512;
+        EXPECT_NE(is_wide, mirror == vk::turn::mirror_loops_sets.at(Level::avx2));
+        Bytes from(128 * 32), to(128 * 192);
+        EXPECT_EQ(40, mirror->front(from.data(), to.data(), 40, 8));
+        EXPECT_EQ(is_wide ? 36 : 35, mirror->front(from.data(), to.data(), 39, 24)) << "21 pixels at once, and 5";
+        EXPECT_EQ(128, mirror->front(from.data(), to.data(), 131, 1));
+        const vk::turn::TransposeLoops& loops = *vk::turn::transpose_loops_sets.best();
+        const vk::turn::Tile tile{from.data(), 48, to.data(), 192, 16, 37};
+        const int32_t rows = level == Level::neon ? 16 : 32;
+        EXPECT_EQ(32, loops.pixels(tile, 1).rows);
+        EXPECT_EQ(16, loops.pixels(tile, 3).columns);
+        EXPECT_EQ(rows, loops.bits({from.data(), 16, to.data(), 128, 128, rows + 5}));
     }
 }
