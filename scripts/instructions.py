@@ -3,8 +3,8 @@
 
     instructions.py [--build DIRECTORY] [--only TEXT] [--write FILE]
 
-Every operation of vk_instructions runs under the emulator twice at each level, once and three times over; half of the
-difference belongs to one run alone, and divided by the pixels it is what the table says. The counts are the
+Every operation of vk_instructions runs under the emulator twice at each level, once and nine times over; an eighth of
+the difference belongs to one run alone, and divided by the pixels it is what the table says. The counts are the
 emulator's, by the plugin that is built beside the program. --write puts the table into its section of a document.
 """
 import argparse
@@ -20,7 +20,7 @@ PLAIN, NEON = 0, 2
 TEXT = """
 Made by `scripts/instructions.py`: instructions per pixel of the result, counted by the emulator that runs the tests, for
 whole operations through the exported functions, at the plain level and with NEON (GCC 12, no processor's peculiarities
-asked for). A picture has 640 x 96 pixels, so what a call costs apart from its pixels is in the figures. Instructions are
+asked for). Pictures have 65536 pixels, so what a call costs apart from them is in the figures. Instructions are
 no times: they say what the vectors save, not how fast a processor is.
 
 | operation | plain | NEON | part |
@@ -30,7 +30,7 @@ no times: they say what the vectors save, not how fast a processor is.
 
 def instructions(build, operation, level, times):
     """What one run of the program executes."""
-    command = ["qemu-aarch64", "-L", "/usr/aarch64-linux-gnu", "-plugin", build / "libvk_count_plugin.so",
+    command = ["setarch", "-R", "qemu-aarch64", "-L", "/usr/aarch64-linux-gnu", "-plugin", build / "libvk_count_plugin.so",
                build / "vk_instructions", operation, str(level), str(times)]
     done = subprocess.run(command, stderr=subprocess.PIPE, text=True, check=False)
     found = re.search(r"^instructions (\d+)$", done.stderr, re.MULTILINE)
@@ -40,7 +40,7 @@ def instructions(build, operation, level, times):
 
 
 def per_run(build, operation, level):
-    return (instructions(build, operation, level, 3) - instructions(build, operation, level, 1)) / 2
+    return (instructions(build, operation, level, 9) - instructions(build, operation, level, 1)) / 8
 
 
 def main():

@@ -15,10 +15,9 @@ SETS = ("base", "NEON", "AVX2", "AVX-512")
 SETS_OF = {
     "_vector": {"NEON", "AVX2", "AVX-512"},
     "_vector256": {"NEON", "AVX2"},
-    "_avx2": {"AVX2"},
-    "_avx512": {"AVX-512"},
+    "_vector512": {"AVX-512"},
 }
-VECTORS = re.compile(r"#include (<[a-z]*mmintrin\.h>|\"simd/(?!Level\.h|Ahead\.h))")
+VECTORS = re.compile(r"#include \"simd/(?!Level\.h|Ahead\.h|Hints\.h)")
 HEAD = """# Vector paths
 
 Made by `scripts/list_paths.py`; a test compares it with the sources. Each kernel has a plain path for every input; which

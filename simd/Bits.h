@@ -90,6 +90,16 @@ VK_SIMD_INLINE uint32_t lowest_bit(uint64_t bits) noexcept
 {
     return static_cast<uint32_t>(_tzcnt_u64(bits));
 }
+#elif VK_SIMD_NEON
+VK_SIMD_INLINE size_t count_bits(uint64_t bits) noexcept
+{
+    return static_cast<size_t>(__builtin_popcountll(bits));
+}
+using plain::deposit;
+using plain::extract;
+using plain::gather_fields;
+using plain::lowest_bit;
+using plain::spread_fields;
 #else
 using plain::count_bits;
 using plain::deposit;
@@ -209,6 +219,14 @@ template <int Bits, size_t N> VK_SIMD_INLINE Vec<uint8_t, N> reverse_fields(Vec<
     const Bytes half = all<Bytes>(0x0F);
     const Bytes upper = as<uint8_t>(as<uint16_t>(v) >> 4);
     return shuffle(in_blocks<Bytes>(kToHigh), v & half) | shuffle(in_blocks<Bytes>(kToLow), upper & half);
+}
+#elif VK_SIMD_NEON
+template <int Bits, size_t N> VK_SIMD_INLINE Vec<uint8_t, N> reverse_fields(Vec<uint8_t, N> v) noexcept
+{
+    if constexpr (Bits == 1)
+        return from_native<Vec<uint8_t, N>>(vrbitq_u8(native(v)));
+    else
+        return plain::reverse_fields<Bits>(v);
 }
 #else
 using plain::reverse_fields;

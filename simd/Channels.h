@@ -86,6 +86,14 @@ VK_SIMD_INLINE Wide<uint8_t> part_of(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint
 template <Values Lie>
 VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_t> r) noexcept
 {
+#if VK_SIMD_NEON
+    static constexpr auto kOrder = order_of<3 * 16>([](size_t i) { return i % 3 * 16 + place_of_value<Lie>(i / 3); });
+    const uint8x16x3_t channels = {{native(b), native(g), native(r)}};
+    const auto third = [&](size_t part) noexcept {
+        return from_native<Wide<uint8_t>>(vqtbl3q_u8(channels, vld1q_u8(kOrder.at + 16 * part)));
+    };
+    return {third(0), third(1), third(2)};
+#else
     const auto first = part_of<Lie, 0>(b, g, r), second = part_of<Lie, 1>(b, g, r), third = part_of<Lie, 2>(b, g, r);
     if constexpr (kWidth == 16)
         return {first, second, third};
@@ -93,11 +101,17 @@ VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_
         return {every_other_block<0>(first, second),
                 as<uint8_t>(arrange<[](size_t i) { return i < 2 ? i : 4 + i; }>(as<uint64_t>(third), as<uint64_t>(first))),
                 every_other_block<1>(second, third)};
+#endif
 }
 
 VK_SIMD_INLINE Thirds split_channels(const uint8_t* bgr) noexcept
 {
     using Bytes = Wide<uint8_t>;
+#if VK_SIMD_NEON
+    const uint8x16x3_t channels = vld3q_u8(bgr);
+    return {from_native<Bytes>(channels.val[0]), from_native<Bytes>(channels.val[1]),
+            from_native<Bytes>(channels.val[2])};
+#else
     const auto part = [bgr](size_t i) noexcept {
         return blocks_of<Bytes>([=](size_t block) noexcept { return load<Quad<uint8_t>>(bgr + 48 * block + 16 * i); });
     };
@@ -112,6 +126,7 @@ VK_SIMD_INLINE Thirds split_channels(const uint8_t* bgr) noexcept
         return from.template operator()<0>() | from.template operator()<1>() | from.template operator()<2>();
     };
     return {channel.template operator()<0>(), channel.template operator()<1>(), channel.template operator()<2>()};
+#endif
 }
 
 #endif

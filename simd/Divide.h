@@ -13,6 +13,10 @@ template <size_t N> VK_SIMD_INLINE Vec<float, N> mul_add(Vec<float, N> a, Vec<fl
         return {reinterpret_cast<typename Vec<float, N>::Raw>(
             _mm512_fmadd_ps(native_real(a), native_real(b), native_real(c)))};
     else
+#elif VK_SIMD_NEON
+    if constexpr (N == 4)
+        return from_native<Vec<float, N>>(vfmaq_f32(native(c), native(a), native(b)));
+    else
 #endif
         return a * b + c;
 }

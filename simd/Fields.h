@@ -53,7 +53,7 @@ VK_SIMD_INLINE Wide<uint8_t> multishift(Wide<uint8_t> from, Wide<uint8_t> v) noe
     return from_native<Wide<uint8_t>>(_mm512_maskz_multishift_epi64_epi8(~__mmask64{0}, native(from), native(v)));
 }
 
-#else
+#elif !VK_SIMD_NEON
 
 /// The part of a number that moves right by `Right`, or left when that is negative, and stays within a mask.
 template <int Right> VK_SIMD_INLINE Wide<uint32_t> field(Wide<uint32_t> v, uint32_t mask) noexcept
@@ -90,6 +90,17 @@ VK_SIMD_INLINE void fields_to_24(uint8_t* to, const uint8_t* from) noexcept
         const Bytes top = multishift(part(kOrders.at), words) & part(kOrders.kept);
         put<Stream>(to + kWidth * k, top | (multishift(part(kOrders.again), top) & part(kOrders.filled)));
     }
+#elif VK_SIMD_NEON
+    const uint8x16x2_t bytes = vld2q_u8(from); // the lower and the upper ones of the words
+    const uint8x16_t top = vdupq_n_u8(0xF8);
+    const uint8x16_t blue = vshlq_n_u8(bytes.val[0], 3);
+    const uint8x16_t red = vandq_u8(Green6 ? bytes.val[1] : vshlq_n_u8(bytes.val[1], 1), top);
+    const uint8x16_t mixed = Green6 ? vsriq_n_u8(vshlq_n_u8(bytes.val[1], 5), bytes.val[0], 3)
+                                    : vsriq_n_u8(vshlq_n_u8(bytes.val[1], 6), bytes.val[0], 2);
+    const uint8x16_t green = vandq_u8(mixed, Green6 ? vdupq_n_u8(0xFC) : top);
+    const uint8x16_t b = vsriq_n_u8(blue, blue, 5), r = vsriq_n_u8(red, red, 5);
+    const uint8x16_t g = Green6 ? vsriq_n_u8(green, green, 6) : vsriq_n_u8(green, green, 5);
+    vst3q_u8(to, uint8x16x3_t{{Swap ? r : b, g, Swap ? b : r}});
 #else
     const auto pixels = [&](size_t i) noexcept {
         if constexpr (kWidth == 16) {

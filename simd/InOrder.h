@@ -70,6 +70,13 @@ VK_SIMD_INLINE Wide<uint8_t> low_bytes(Wide<uint16_t> low, Wide<uint16_t> high) 
 template <size_t At> VK_SIMD_INLINE Wide<uint8_t> bytes_of(const Wide<uint32_t> (&v)[4]) noexcept
 {
     static_assert(At == 0 || At == 3);
+#if VK_SIMD_NEON
+    const auto bytes = [&](size_t i) noexcept { return native(as<uint8_t>(v[i])); };
+    const auto halved = [](uint8x16_t low, uint8x16_t high) noexcept {
+        return At == 0 ? vuzp1q_u8(low, high) : vuzp2q_u8(low, high);
+    };
+    return from_native<Wide<uint8_t>>(halved(halved(bytes(0), bytes(1)), halved(bytes(2), bytes(3))));
+#else
     if constexpr (kPermutesBytes && kWidth == 64) {
         static constexpr auto kEvery = order_of<kWidth>([](size_t i) { return 4 * i + At; });
         const auto order = kEvery.template load<Wide<uint8_t>>();
@@ -82,6 +89,7 @@ template <size_t At> VK_SIMD_INLINE Wide<uint8_t> bytes_of(const Wide<uint32_t> 
         const auto high = pack(number(v[2]), number(v[3]));
         return after_packs(pack_unsigned(low, high));
     }
+#endif
 }
 
 /// Stores the lowest byte of every lane; those above it are clear. kWidth / 4 bytes.

@@ -189,14 +189,20 @@ VK_PACK(pack_unsigned, int32_t, uint16_t, vqmovun, s32)
 
 /// Of equal numbers and of none at all the second, as by comparing, which the processor's own instruction sees
 /// otherwise.
-VK_SIMD_INLINE Vec<float, 4> min(Vec<float, 4> a, Vec<float, 4> b) noexcept
-{
-    return from_native<Vec<float, 4>>(vbslq_f32(vcltq_f32(native(a), native(b)), native(a), native(b)));
-}
-VK_SIMD_INLINE Vec<float, 4> max(Vec<float, 4> a, Vec<float, 4> b) noexcept
-{
-    return from_native<Vec<float, 4>>(vbslq_f32(vcgtq_f32(native(a), native(b)), native(a), native(b)));
-}
+#define VK_LESSER(T, suffix)                                                                                           \
+    VK_SIMD_INLINE Vec<T, 16 / sizeof(T)> min(Vec<T, 16 / sizeof(T)> a, Vec<T, 16 / sizeof(T)> b) noexcept             \
+    {                                                                                                                  \
+        return from_native<Vec<T, 16 / sizeof(T)>>(                                                                    \
+            vbslq_##suffix(vcltq_##suffix(native(a), native(b)), native(a), native(b)));                               \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<T, 16 / sizeof(T)> max(Vec<T, 16 / sizeof(T)> a, Vec<T, 16 / sizeof(T)> b) noexcept             \
+    {                                                                                                                  \
+        return from_native<Vec<T, 16 / sizeof(T)>>(                                                                    \
+            vbslq_##suffix(vcgtq_##suffix(native(a), native(b)), native(a), native(b)));                               \
+    }
+VK_LESSER(float, f32)
+VK_LESSER(double, f64)
+#undef VK_LESSER
 VK_SIMD_INLINE Vec<int32_t, 4> cut_off(Vec<float, 4> a) noexcept
 {
     return from_native<Vec<int32_t, 4>>(vcvtq_s32_f32(native(a)));
@@ -212,6 +218,47 @@ VK_SIMD_INLINE Vec<int32_t, 2> cut_off(Vec<double, 2> a) noexcept
 VK_SIMD_INLINE Vec<double, 2> to_double(Vec<int32_t, 2> a) noexcept
 {
     return from_native<Vec<double, 2>>(vcvtq_f64_s64(vmovl_s32(native(a))));
+}
+
+// ---- pairs of vectors, for kernels that work on 32 bytes of wide numbers ----
+
+template <class T, size_t N>
+    requires(N * sizeof(T) == 32)
+VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept
+{
+    const auto raw = as<uint64_t>(v).raw;
+    return as<T>(Vec<uint64_t, 2>{__builtin_shufflevector(raw, raw, 0, 1)});
+}
+template <class T, size_t N>
+    requires(N * sizeof(T) == 32)
+VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept
+{
+    const auto raw = as<uint64_t>(v).raw;
+    return as<T>(Vec<uint64_t, 2>{__builtin_shufflevector(raw, raw, 2, 3)});
+}
+template <class T, size_t N>
+    requires(N * sizeof(T) == 16)
+VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
+{
+    return as<T>(Vec<uint64_t, 4>{__builtin_shufflevector(as<uint64_t>(low).raw, as<uint64_t>(high).raw, 0, 1, 2, 3)});
+}
+template <class T, size_t N>
+    requires(N * sizeof(T) == 16)
+VK_SIMD_INLINE auto widen(Vec<T, N> v) noexcept
+{
+    return both(widen(low_half(v)), widen(high_half(v)));
+}
+VK_SIMD_INLINE Vec<uint64_t, 4> mul_even(Vec<uint32_t, 8> a, Vec<uint32_t, 8> b) noexcept
+{
+    return both(mul_even(low_half(a), low_half(b)), mul_even(high_half(a), high_half(b)));
+}
+VK_SIMD_INLINE Vec<int32_t, 4> cut_off(Vec<double, 4> a) noexcept
+{
+    return both(cut_off(low_half(a)), cut_off(high_half(a)));
+}
+VK_SIMD_INLINE Vec<double, 4> to_double(Vec<int32_t, 4> a) noexcept
+{
+    return both(to_double(low_half(a)), to_double(high_half(a)));
 }
 
 // ---- lanes from anywhere ----

@@ -150,7 +150,7 @@ template <bool Swap> VK_SIMD_INLINE Pairs24 pairs_24(const uint8_t* from) noexce
 template <bool Stream>
 VK_SIMD_INLINE void store_channels(uint8_t* to, Wide<uint8_t> a, Wide<uint8_t> b, Wide<uint8_t> c) noexcept
 {
-    using Bytes = Wide<uint8_t>;
+    using Bytes [[maybe_unused]] = Wide<uint8_t>;
 #if VK_SIMD_X86 == 3
     static constexpr auto kPixel = order_of<3 * kWidth>([](size_t i) { return i / 3; });
     constexpr uint64_t kThirds = 0x9249249249249249u; // each part has a channel's begin a byte earlier
@@ -161,6 +161,8 @@ VK_SIMD_INLINE void store_channels(uint8_t* to, Wide<uint8_t> a, Wide<uint8_t> b
         const __m512i three = _mm512_mask_permutexvar_epi8(two, kThirds << (5 - k) % 3, order, native(c));
         put<Stream>(to + kWidth * k, from_native<Bytes>(three));
     }
+#elif VK_SIMD_NEON
+    vst3q_u8(to, uint8x16x3_t{{native(a), native(b), native(c)}});
 #else
     static constexpr auto kOrder = order_of<9 * 16>([](size_t i) {
         const size_t at = i / 48 * 16 + i % 16; // byte of part i / 48, of which these are from one channel

@@ -5,7 +5,10 @@
 
 namespace vk::simd::inline VK_SIMD_SET {
 
-/// A byte for each byte. Cheap where kPermutesBytes says so; elsewhere a loop over memory is as good.
+/// Whether a ByteTable is cheap; elsewhere a loop over memory is as good.
+inline constexpr bool kLooksUpBytes = kPermutesBytes || VK_SIMD_NEON;
+
+/// A byte for each byte.
 class ByteTable {
 public:
     using Bytes = Wide<uint8_t>;
@@ -24,6 +27,23 @@ public:
 
 private:
     Bytes part_[4];
+#elif VK_SIMD_NEON
+    explicit VK_SIMD_INLINE ByteTable(const uint8_t* entries) noexcept
+    {
+        for (size_t i = 0; i < 4; ++i)
+            quarter_[i] = vld1q_u8_x4(entries + 64 * i);
+    }
+    /// Indices that a quarter has not give zero, or leave what the quarters before gave.
+    VK_SIMD_INLINE Bytes at(Bytes index) const noexcept
+    {
+        uint8x16_t found = vqtbl4q_u8(quarter_[0], native(index));
+        for (size_t i = 1; i < 4; ++i)
+            found = vqtbx4q_u8(found, quarter_[i], native(index - all<Bytes>(static_cast<uint8_t>(64 * i))));
+        return from_native<Bytes>(found);
+    }
+
+private:
+    uint8x16x4_t quarter_[4];
 #else
     explicit VK_SIMD_INLINE ByteTable(const uint8_t* entries) noexcept : entries_(entries) {}
     VK_SIMD_INLINE Bytes at(Bytes index) const noexcept

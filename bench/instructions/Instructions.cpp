@@ -20,7 +20,8 @@ struct Form {
     int32_t order;
 };
 
-constexpr int32_t kWidth = 640, kHeight = 96;
+constexpr int32_t kWidth = 2048, kHeight = 32; ///< of most pictures
+constexpr int32_t kSide = 256;                 ///< of those that are turned
 constexpr Form k1{1, COLORORDER_BGR}, k4{4, COLORORDER_BGR}, kGray{8, COLORORDER_GRAY}, kIndex{8, COLORORDER_BGR},
     k12{12, COLORORDER_GRAY}, k16{16, COLORORDER_GRAY}, k565{16, COLORORDER_RGB565}, k24{24, COLORORDER_BGR},
     kSwapped{24, COLORORDER_RGB}, k32{32, COLORORDER_BGR}, k48{48, COLORORDER_BGR}, k64{64, COLORORDER_BGR};
@@ -127,11 +128,6 @@ void set_alpha(int times)
     Bitmap to(k32), alpha(kGray);
     repeat(times, [&] { return V_SetBitmapAlpha(to, alpha); });
 }
-void set_alpha_value(int times)
-{
-    Bitmap to(k32);
-    repeat(times, [&] { return V_SetBitmapAlphaValue(to, 0x80); });
-}
 void scramble(int times)
 {
     Bitmap from(k24);
@@ -148,15 +144,6 @@ template <const Form& Of> void trim(int times)
     repeat(times, [&] {
         RECT rect;
         return V_GetTrimRect(of, 0x00FFFFFF, 8, &rect);
-    });
-}
-
-template <const Form& Of> void count_colors(int times)
-{
-    Bitmap of(Of);
-    repeat(times, [&] {
-        uint64_t colors = 0;
-        return V_CountBitmapColors(of, &colors);
     });
 }
 
@@ -189,18 +176,18 @@ template <const Form& Of, int Percent> void bicubic(int times)
 
 template <const Form& Of, uint32_t Flags> void rotate(int times)
 {
-    Bitmap of(Of);
+    Bitmap of(Of, kSide, kSide);
     repeat(times, [&] { return V_RotateBitmap(of, 730, Flags, 0x00FFFFFF); });
 }
 template <const Form& Of, uint32_t Flags> void warp(int times)
 {
-    Bitmap of(Of);
-    const double w = kWidth, h = kHeight;
+    Bitmap of(Of, kSide, kSide);
+    const double w = kSide, h = kSide;
     const V_POINTD from[4] = {{w * 0.06, h * 0.04}, {w * 0.93, h * 0.07}, {w * 0.98, h * 0.95}, {w * 0.02, h * 0.9}};
     const V_POINTD to[4] = {{0, 0}, {w, 0}, {w, h}, {0, h}};
     V_MATRIX map;
     expect_success(V_Matrix_FromCorners(&map, from, to));
-    repeat(times, [&] { return V_WarpBitmap(of, &map, kWidth, kHeight, Flags, 0x00FFFFFF); });
+    repeat(times, [&] { return V_WarpBitmap(of, &map, kSide, kSide, Flags, 0x00FFFFFF); });
 }
 template <const Form& Of> void reverse(int times)
 {
@@ -209,7 +196,7 @@ template <const Form& Of> void reverse(int times)
 }
 template <const Form& Of> void quarter(int times)
 {
-    Bitmap of(Of);
+    Bitmap of(Of, kSide, kSide);
     repeat(times, [&] { return V_RotateBitmap90(of, 1); });
 }
 
@@ -260,14 +247,20 @@ void compress(int times)
 {
     Bitmap of(k1);
     std::vector<uint8_t> runs(size_t{kHeight} * (kWidth * 2 + 8));
-    repeat(times, [&] { return V_CompressRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine); });
+    repeat(times, [&] {
+        return V_CompressRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine) > 0 ? SUCCESS
+                                                                                               : ERROR_NO_MEMORY;
+    });
 }
 void expand(int times)
 {
     Bitmap of(k1);
     std::vector<uint8_t> runs(size_t{kHeight} * (kWidth * 2 + 8));
-    expect_success(V_CompressRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine));
-    repeat(times, [&] { return V_ExpandRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine); });
+    V_CompressRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine);
+    repeat(times, [&] {
+        return V_ExpandRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine) >= 0 ? SUCCESS
+                                                                                              : ERROR_NO_MEMORY;
+    });
 }
 
 constexpr double kLarger = 4.0 * kWidth * kHeight, kSmaller = 0.1369 * kWidth * kHeight;
@@ -277,7 +270,7 @@ const Operation kOperations[] = {
     {"combine: 24 bits, add", combine<k24, k24, COMBINE_ADD>},
     {"combine: 24 bits, multiply", combine<k24, k24, COMBINE_MULTIPLY>},
     {"combine: 48 bits, average", combine<k48, k48, COMBINE_AVERAGE>},
-    {"combine: 16-bit gray, multiply", combine<k16, k16, COMBINE_MULTIPLY>},
+    {"combine: 48 bits, multiply", combine<k48, k48, COMBINE_MULTIPLY>},
     {"combine: 32 bits over, straight", blend<k32, BLEND_SRC_OVER, false>},
     {"combine: 32 bits over, premultiplied", blend<k32, BLEND_SRC_OVER | BLEND_PREMULTIPLIED, false>},
     {"combine: gray under a mask", blend<kGray, BLEND_SRC_OVER, true>},
@@ -289,7 +282,6 @@ const Operation kOperations[] = {
     {"convert: 24 to gray", combine<k24, kGray>},
     {"convert: gray to 24", combine<kGray, k24>},
     {"convert: 24 to 48", combine<k24, k48>},
-    {"convert: 48 to 24", combine<k48, k24>},
     {"convert: 24 to 5-6-5", combine<k24, k565>},
     {"convert: 5-6-5 to 24", combine<k565, k24>},
     {"convert: palette to 24", combine<kIndex, k24>},
@@ -304,9 +296,7 @@ const Operation kOperations[] = {
     {"fill: 12 bits", fill<k12>},
     {"fill: alpha taken out", get_alpha},
     {"fill: alpha put in", set_alpha},
-    {"fill: alpha set", set_alpha_value},
     {"fill: scrambled", scramble},
-    {"colorres: colours counted, 24 bits", count_colors<k24>},
     {"region: of colours, 24 bits", region_of_color},
     {"region: of a mask", region_of_mask},
     {"resize: 1 bit, x2", resize<k1, 200>, kLarger},
@@ -338,7 +328,6 @@ const Operation kOperations[] = {
     {"view: quarter turn, 24 bits", quarter<k24>},
     {"view: quarter turn, 32 bits", quarter<k32>},
     {"window: 16 bits, linear", window<k16, WINDOW_LINEAR>},
-    {"window: 8 bits, linear", window<kGray, WINDOW_LINEAR>},
     {"yuv: 24 bits to I420", to_yuv<kPlanar>},
     {"yuv: 24 bits to NV12", to_yuv<kHalf>},
     {"yuv: 24 bits to YUY2", to_yuv<kPacked>},

@@ -260,6 +260,6 @@ constexpr size_t kCount = sizeof kPaths / sizeof kPaths[0];
 
 } // namespace
 
-const FusedRows fused_rows = {kPaths, kPermutesBytes ? kCount : kCount - 2};
+const FusedRows fused_rows = {kPaths, kLooksUpBytes ? kCount : kCount - 2};
 
 } // namespace vk::pixel::VK_SIMD_SET

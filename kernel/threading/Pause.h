@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/platform.h"
+#include "simd/Hints.h"
 
 #include <cstdint>
 #include <thread>
@@ -18,7 +19,7 @@ public:
         constexpr uint32_t kYields = 400;
         ++waits_;
         if (waits_ < kLooks)
-            breathe();
+            simd::breathe();
         else if (waits_ < kLooks + kYields)
             std::this_thread::yield();
         else
@@ -26,16 +27,6 @@ public:
     }
 
 private:
-    /// Leaves the core to what else runs on it for a moment.
-    static void breathe() noexcept
-    {
-#if defined(__x86_64__)
-        __builtin_ia32_pause();
-#elif defined(__aarch64__)
-        asm volatile("isb"); // "yield" does nothing where a core has one thread
-#endif
-    }
-
     uint32_t waits_ = 0;
 };
 

@@ -11,8 +11,15 @@ namespace vk::testing {
 
 constexpr size_t kOperandBytes = 64; ///< of the widest vectors
 
-/// Reads three operands, writes both results, and returns how many bytes they have.
-using Operate = size_t(const uint8_t (&operands)[3][kOperandBytes], uint8_t* got, uint8_t* expected) noexcept;
+/// The first three are operands of most operations; some read one behind the other.
+struct Operands {
+    alignas(kOperandBytes) uint8_t bytes[5 * kOperandBytes];
+
+    const uint8_t* operator[](size_t number) const noexcept { return bytes + number * kOperandBytes; }
+};
+
+/// Reads operands, writes both results, and returns how many bytes they have.
+using Operate = size_t(const Operands& operands, uint8_t* got, uint8_t* expected) noexcept;
 
 struct Operation {
     const char* name;
@@ -29,11 +36,13 @@ struct Operations {
 };
 
 VK_SIMD_TABLE(Operations, operations);
+VK_SIMD_TABLE(Operations, steps_of_kernels);
 
 #if defined(__x86_64__)
 namespace sse2 {
 extern const Operations operations;
-}
+extern const Operations steps_of_kernels;
+} // namespace sse2
 #endif
 
 } // namespace vk::testing

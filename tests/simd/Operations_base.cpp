@@ -2,4 +2,5 @@
 #include "simd/Set.h"
 #if VK_SIMD_X86
 #include "tests/simd/Operations_vector.cpp"
+#include "tests/simd/Steps_vector.cpp"
 #endif

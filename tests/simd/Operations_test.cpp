@@ -18,16 +18,17 @@ std::vector<const Operations*> sets_here()
 {
     std::vector<const Operations*> sets;
 #if defined(__x86_64__)
-    sets.push_back(&sse2::operations);
+    sets = {&sse2::operations, &sse2::steps_of_kernels};
 #endif
     for (const simd::Level level : kLevels)
-        if (const Operations* set = operations_sets.at(level); AtLevel(level).reached == level && set != nullptr)
-            sets.push_back(set);
+        for (const auto& choice : {operations_sets, steps_of_kernels_sets})
+            if (const Operations* set = choice.at(level); set != nullptr && AtLevel(level).reached == level)
+                sets.push_back(set);
     return sets;
 }
 
 /// Bytes that make the ends of ranges likely, whatever the size of the lanes.
-void fill(uint8_t (&bytes)[kOperandBytes], TestRandom& random)
+void fill(uint8_t* bytes, TestRandom& random)
 {
     constexpr uint8_t kEnds[] = {0x00, 0xFF, 0x80, 0x7F, 0x01};
     const uint64_t kind = random.below(3);
@@ -59,10 +60,10 @@ std::string hex(const uint8_t* bytes, size_t count)
 
 void expect_like_loop(const char* set, const Operation& operation, TestRandom& random)
 {
-    for (int round = 0; round < 200; ++round) {
-        alignas(64) uint8_t operands[3][kOperandBytes];
-        for (auto& operand : operands)
-            fill(operand, random);
+    for (int round = 0; round < 100; ++round) {
+        Operands operands;
+        for (size_t at = 0; at < sizeof operands; at += kOperandBytes)
+            fill(operands.bytes + at, random);
         alignas(64) uint8_t got[4 * kOperandBytes] = {};
         alignas(64) uint8_t expected[4 * kOperandBytes] = {};
         const size_t count = operation.run(operands, got, expected);

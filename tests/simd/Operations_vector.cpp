@@ -1,28 +1,12 @@
 // Every operation of the vector layer beside the loop that says what it means. Within a line, `a`, `b` and `c` are
 // vectors of the type that it names, full of anything.
 #include "simd/Divide.h"
-#include "simd/Simd.h"
 #include "simd/Thirds.h"
-#include "tests/simd/Operations.h"
+#include "tests/simd/Answers.h"
 
 namespace vk::testing::VK_SIMD_SET {
 
 namespace {
-
-using namespace simd;
-
-using Operands = uint8_t[3][kOperandBytes];
-
-template <class T, size_t N> size_t answer(uint8_t* got, uint8_t* expected, Vec<T, N> v, Vec<T, N> loop) noexcept
-{
-    store(got, v);
-    store(expected, loop);
-    return sizeof v;
-}
-size_t answer(uint8_t* got, uint8_t* expected, uint64_t bits, uint64_t loop) noexcept
-{
-    return answer(got, expected, Vec<uint64_t, 2>{{bits}}, Vec<uint64_t, 2>{{loop}});
-}
 
 /// Whether lanes have something in common, from the first lane's bit on, as loops find it.
 template <class F, class V> uint64_t truths(F f, V a, V b) noexcept
@@ -197,6 +181,8 @@ constexpr Operation kAt[] = {
             plain::cut_off(plain::to_double(low_half(a)) * all<Doubles<W>>(0.73))),
     VK_BINARY(min, float),
     VK_BINARY(max, float),
+    VK_BINARY(min, double),
+    VK_BINARY(max, double),
     VK_RELATIONS(, float),
     VK_CASE("+", float, whole(a, 24) + whole(b, 31), VK_REALS(p + q, whole(a, 24), whole(b, 31))),
     VK_CASE("-", float, whole(a, 24) - whole(b, 31), VK_REALS(p - q, whole(a, 24), whole(b, 31))),
@@ -205,6 +191,8 @@ constexpr Operation kAt[] = {
     VK_CASE("mul_add", float, mul_add(whole(a, 12), whole(b, 11), whole(c, 22)),
             whole(a, 12) * whole(b, 11) + whole(c, 22)),
     VK_ALL(VK_MASKS, ),
+    VK_CASE("mul_even of wider numbers", uint32_t, mul_even(as<uint32_t>(widen(a)), as<uint32_t>(widen(b))),
+            plain::mul_even(as<uint32_t>(plain::widen(a)), as<uint32_t>(plain::widen(b)))),
     VK_ALL(VK_UNARY, high_bits),
     VK_ALL(VK_MEMORY, ),
     VK_AFTER(gather, int32_t, in[0], (a) & all<V>(127)),
@@ -239,13 +227,6 @@ template <size_t Part> size_t triple(const Operands& in, uint8_t* got, uint8_t* 
 
 constexpr Operation kAtFullWidth[] = {
     {"Divisor", divide}, {"thrice<0>", triple<0>}, {"thrice<1>", triple<1>}, {"thrice<2>", triple<2>}};
-
-#define VK_TEXT(name) #name
-#define VK_NAME(set) VK_TEXT(set)
-template <size_t Count> constexpr Operations::List list_of(const Operation (&operations_of)[Count]) noexcept
-{
-    return {operations_of, Count};
-}
 
 } // namespace
 
