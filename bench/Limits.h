@@ -3,8 +3,7 @@
 #pragma once
 
 #include "bench/BenchSupport.h"
-
-#include <emmintrin.h>
+#include "simd/Simd.h"
 
 namespace vk::bench {
 
@@ -27,7 +26,7 @@ public:
 private:
     static constexpr size_t kLine = 64;
     static constexpr size_t kAhead = 4096;
-    using Vector = __m128i;
+    using Vector = simd::Quad<uint64_t>;
     static constexpr size_t kVectors = kLine / sizeof(Vector);
 
     /// For every line written its share of those that are read.
@@ -41,18 +40,20 @@ private:
             for (due += from_lines_; due >= to_lines_ && from < from_end; due -= to_lines_, from += kLine) {
                 __builtin_prefetch(from + kAhead);
                 for (size_t i = 0; i < kVectors; ++i)
-                    sum[i] = _mm_xor_si128(sum[i], _mm_load_si128(reinterpret_cast<const Vector*>(from) + i));
+                    sum[i] = sum[i] ^ simd::load<Vector>(from + i * sizeof(Vector));
             }
-            auto* const to = reinterpret_cast<Vector*>(to_.data() + line * kLine);
+            uint8_t* const to = to_.data() + line * kLine;
             if constexpr (How == Traffic::change)
-                __builtin_prefetch(to_.data() + line * kLine + kAhead, 1);
-            for (size_t i = 0; i < kVectors; ++i)
+                __builtin_prefetch(to + kAhead, 1);
+            for (size_t i = 0; i < kVectors; ++i) {
+                uint8_t* const at = to + i * sizeof(Vector);
                 if constexpr (How == Traffic::stream)
-                    _mm_stream_si128(to + i, sum[i]);
+                    simd::stream(at, sum[i]);
                 else
-                    _mm_store_si128(to + i, _mm_xor_si128(_mm_load_si128(to + i), sum[i]));
+                    simd::store(at, simd::load<Vector>(at) ^ sum[i]);
+            }
         }
-        _mm_sfence();
+        simd::fence();
     }
 
     const Traffic traffic_;

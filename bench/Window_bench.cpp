@@ -8,6 +8,7 @@ namespace {
 using namespace vk;
 using namespace vk::bench;
 
+constexpr simd::Level kLevels[] = {simd::Level::plain, simd::Level::avx2, simd::Level::avx512};
 constexpr uint64_t kPixels = uint64_t{kPhotoWidth} * kPhotoHeight;
 
 V_WINDOW window_of(int64_t function)
@@ -37,13 +38,13 @@ void window_bitmap(benchmark::State& state)
                    nullptr, 0);
     V_AccessBitmap(&from);
     V_PutBitmapRow(&from, rows.data(), 0, rows.size());
-    limit_windows(static_cast<WindowLevel>(state.range(1)));
+    simd::limit_level(kLevels[state.range(1)]);
     against_memcpy(state, 2 * kPixels, kPixels, kPixels, [&] {
         BITMAPHANDLE to = {};
         V_WindowBitmap(&to, &from, sizeof to, &window, 8);
         V_FreeBitmap(&to);
     });
-    limit_windows(WindowLevel::avx512);
+    simd::limit_level(simd::Level::avx512);
     V_ReleaseBitmap(&from);
     V_FreeBitmap(&from);
 }
@@ -56,10 +57,10 @@ void window_rows(benchmark::State& state)
     SampleForm form;
     form.bits = 16;
     form.significant = gray_range_within(16, 0, 15);
-    limit_windows(static_cast<WindowLevel>(state.range(1)));
+    simd::limit_level(kLevels[state.range(1)]);
     WindowRows plan;
     plan.open(form, &window);
-    limit_windows(WindowLevel::avx512);
+    simd::limit_level(simd::Level::avx512);
     against_memcpy(state, 2 * kPixels, kPixels, kPixels, [&] {
         for (size_t y = 0; y < kPhotoHeight; ++y)
             plan.run(rows.data() + y * kPhotoWidth * 2, 0, kPhotoWidth, levels.data() + y * kPhotoWidth, true);

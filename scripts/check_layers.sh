@@ -19,11 +19,24 @@ forbid() {
     fi
 }
 
-# Standard C++ headers have no ".h"; vector intrinsics are the compiler's.
-forbid "only platform/ includes system headers" '<([^>]*/|[^>]*[^n]\.h>|[^>]*[^i]n\.h>)' kernel
+# Standard C++ headers have no ".h"; those of processors are for simd/.
+forbid "only platform/ includes system headers" '<[^>]*(/|\.h>)' kernel
 forbid "the kernel reaches the system through platform/platform.h alone" '"platform/(posix|win32|fault)/' kernel
-forbid "the library knows nothing of its tests and tools" '"(tests|tools|bench|fuzz)/' kernel platform include
+forbid "the library knows nothing of its tests and tools" '"(tests|tools|bench|fuzz)/' kernel platform include simd
+forbid "vectors know nothing of what they are used for" '"(kernel|platform|include)/|"V[a-z]+\.h' simd
 forbid "the back ends know nothing of the kernel" '"kernel/' platform
+
+# What a processor is told by name, and what it is asked, is for the vector layer; see docs/simd.md.
+everything=(kernel platform tools modules bench tests fuzz)
+intrinsics='mmintrin\.h|immintrin\.h|x86intrin\.h|arm_neon\.h|\b_mm[0-9]*_[a-z]|\b__m(128|256|512)|\b__mmask[0-9]|'
+intrinsics+='\b_(pdep|pext|tzcnt|lzcnt|bzhi|blsr|andn)_u(32|64)|\bv[a-z0-9_]+_[usf](8|16|32|64)\(|\b(u?int|float)(8|16|32|64)x[0-9]+|\basm\b|__asm|__builtin_ia32_'
+if grep -rnE --include='*.h' --include='*.cpp' "$intrinsics" "${everything[@]}"; then
+    fail "^ only simd/ knows the instructions of processors"
+fi
+if grep -rnE --include='*.h' --include='*.cpp' '__builtin_cpu_|cpuid|getauxval' "${everything[@]}" simd |
+    grep -v '^simd/Level\.cpp:'; then
+    fail "^ only simd/Level.cpp asks what the processor has"
+fi
 
 # A fork looks after these locks and no others; see system/LibraryLock.h.
 if grep -rnE 'std::(recursive_|timed_|shared_)*mutex|std::(once_flag|call_once)|atomic_flag' kernel |
@@ -55,7 +68,7 @@ done < <(grep -roE --include='*.h' --include='*.cpp' '^#include "kernel/[^"]+"' 
 
 while read -r lines file; do
     [ "$file" = total ] || [ "$lines" -le 500 ] || fail "$file has $lines lines; split it by topic"
-done < <(find kernel platform tools include fuzz bench tests java \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.py' -o -name '*.java' \) ! -name Vkkrnx.h -print0 | xargs -0 wc -l)
+done < <(find simd kernel platform tools include fuzz bench tests java \( -name '*.cpp' -o -name '*.h' -o -name '*.hpp' -o -name '*.py' -o -name '*.java' \) ! -name Vkkrnx.h -print0 | xargs -0 wc -l)
 
 [ $failed -eq 0 ] && echo "the layers hold"
 exit $failed

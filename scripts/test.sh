@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Builds and tests everything on a Debian machine, from a bare one on: the release build, the sanitizers, the Windows
-# build under Wine and the fuzz targets. Each configuration is built once; then one ctest runs them all, so that what it
-# prints last counts every test. Takes no input, and may be called from anywhere.
+# build under Wine, the vectors of 64-bit ARM under an emulator, and the fuzz targets. Each configuration is built once;
+# then one ctest runs them all, so that what it prints last counts every test. Takes no input, and may be called from
+# anywhere.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 exec </dev/null
@@ -12,6 +13,7 @@ ensure_packages build-essential cmake ninja-build ccache pkg-config python3 goog
     libclang-rt-dev libpng-dev libjpeg-dev libtiff-dev libwebp-dev libgif-dev liblcms2-dev libbenchmark-dev \
     libyuv-dev libpixman-1-dev \
     g++-mingw-w64-x86-64-posix wine wine64 llvm lld default-jdk-headless junit5 \
+    g++-aarch64-linux-gnu qemu-user \
     python3-cffi python3-numpy python3-pil python3-pytest python3-distributed python3-pip
 
 jobs=$(nproc)
@@ -36,8 +38,10 @@ prepare native all -DVKKRNX_BENCH=ON -DVKKRNX_JAVA=ON -DVKKRNX_PYTHON=ON
 prepare windows all -DVKKRNX_JAVA=ON
 prepare asan all -DVKKRNX_FUZZ=ON # which are instrumented in the same way
 prepare tsan 'vk_tests vk_abi_tests' -DVKKRNX_TOOLS=OFF
+# Of 64-bit ARM what holds vectors against plain code, and the interface; scripts/test_aarch64.sh tries everything.
+prepare aarch64 'vk_tests vk_abi_tests' -DVKKRNX_TESTS_WITH='AtLevel|kLevels'
 echo "== built in $((SECONDS - started)) s"
 
 # The configurations as one test tree.
-printf 'subdirs("%s")\n' native windows asan tsan >build/CTestTestfile.cmake
+printf 'subdirs("%s")\n' native windows asan tsan aarch64 >build/CTestTestfile.cmake
 ctest --test-dir build --output-on-failure --no-tests=error

@@ -5,7 +5,7 @@
 
 namespace vk::simd::inline VK_SIMD_SET {
 
-/// a b + c of whole numbers that stay below 2^24, so that it does not matter whether the product is rounded.
+/// a b + c where it does not matter whether the product is rounded, as of whole numbers that stay below 2^24.
 template <size_t N> VK_SIMD_INLINE Vec<float, N> mul_add(Vec<float, N> a, Vec<float, N> b, Vec<float, N> c) noexcept
 {
 #if VK_SIMD_X86 == 3
@@ -13,8 +13,25 @@ template <size_t N> VK_SIMD_INLINE Vec<float, N> mul_add(Vec<float, N> a, Vec<fl
         return {reinterpret_cast<typename Vec<float, N>::Raw>(
             _mm512_fmadd_ps(native_real(a), native_real(b), native_real(c)))};
     else
+#elif VK_SIMD_NEON
+    if constexpr (N == 4)
+        return from_native<Vec<float, N>>(vfmaq_f32(native(c), native(a), native(b)));
+    else
 #endif
         return a * b + c;
+}
+
+/// of / by, to one or two of the last bits, for whole numbers that are not negative; 0 for those of 0.
+VK_SIMD_INLINE Wide<float> about_quotient(float of, Wide<int32_t> by) noexcept
+{
+    const auto value = to_float(by);
+#if VK_SIMD_X86 == 3
+    const __m512 about = _mm512_maskz_rcp14_ps(_mm512_test_epi32_mask(native(by), native(by)), native_real(value));
+    const __m512 near_one = _mm512_fnmadd_ps(native_real(value), about, _mm512_set1_ps(2));
+    return {reinterpret_cast<Wide<float>::Raw>(_mm512_mul_ps(_mm512_mul_ps(about, near_one), _mm512_set1_ps(of)))};
+#else
+    return as<float>(keep(by > Wide<int32_t>{}, as<int32_t>(all<Wide<float>>(of) / value)));
+#endif
 }
 
 /// Divides whole numbers below 2^24 by others below 2^16, where quotients stay below 2^8, and cuts off. Where the

@@ -5,6 +5,8 @@
 #include "simd/Plain.h"
 #if VK_SIMD_X86
 #include "simd/X86.h"
+#elif VK_SIMD_NEON
+#include "simd/Neon.h"
 #endif
 
 namespace vk::simd::inline VK_SIMD_SET {
@@ -125,12 +127,22 @@ template <class T, size_t N> VK_SIMD_INLINE uint64_t bits(Mask<T, N> mask) noexc
 }
 template <class T, size_t N> VK_SIMD_INLINE bool any(Mask<T, N> mask) noexcept
 {
-    return high_bits(as<int8_t>(mask.truths)) != 0;
+#if VK_SIMD_NEON
+    if constexpr (Vec<T, N>::kBytes == 16)
+        return vmaxvq_u32(native(as<uint32_t>(mask.truths))) != 0;
+    else
+#endif
+        return high_bits(as<int8_t>(mask.truths)) != 0;
 }
 template <class T, size_t N> VK_SIMD_INLINE bool all(Mask<T, N> mask) noexcept
 {
     constexpr size_t kBytes = Vec<T, N>::kBytes;
-    return high_bits(as<int8_t>(mask.truths)) == (uint64_t{1} << (kBytes % 64)) - 1;
+#if VK_SIMD_NEON
+    if constexpr (kBytes == 16)
+        return vminvq_u32(native(as<uint32_t>(mask.truths))) == ~uint32_t{0};
+    else
+#endif
+        return high_bits(as<int8_t>(mask.truths)) == (uint64_t{1} << (kBytes % 64)) - 1;
 }
 
 /// The lanes of `yes` where the mask is true, else those of `no`; and zeros in place of `no`.
@@ -141,6 +153,12 @@ template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> select(Mask<T, N> mask, Ve
         return from_native<Vec<T, N>>(_mm256_blendv_epi8(native(no), native(yes), native(mask.truths)));
     else
         return from_native<Vec<T, N>>(_mm_blendv_epi8(native(no), native(yes), native(mask.truths)));
+#elif VK_SIMD_NEON
+    if constexpr (Vec<T, N>::kBytes == 16)
+        return from_native<Vec<T, N>>(
+            vbslq_u8(native(as<uint8_t>(mask.truths)), native(as<uint8_t>(yes)), native(as<uint8_t>(no))));
+    const auto truths = as<T>(mask.truths);
+    return (truths & yes) | (~truths & no);
 #else
     const auto truths = as<T>(mask.truths);
     return (truths & yes) | (~truths & no);

@@ -2,9 +2,6 @@
 #pragma once
 
 #include "simd/Mask.h"
-#if VK_SIMD_NEON
-#include "simd/Neon.h"
-#endif
 #include "simd/Order.h"
 
 #if !VK_SIMD_X86

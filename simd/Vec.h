@@ -142,14 +142,14 @@ template <bool Stream, class T, size_t N> VK_SIMD_INLINE void put(void* to, Vec<
         store(to, v);
 }
 
-/// The first `Bytes` of a vector; the others are zero.
+/// The first `Bytes` of a vector; the others are zero. Those of one number go through no memory.
 template <class V, size_t Bytes> VK_SIMD_INLINE V load_first(const void* from) noexcept
 {
-    if constexpr (Bytes == 4 || Bytes == 8) { // by a register of numbers, not by way of memory
-        IntOf<Bytes, false> number;
-        __builtin_memcpy(&number, from, Bytes);
-        using Numbers = Vec<IntOf<Bytes, false>, V::kBytes / Bytes>;
-        return as<typename V::Lane>(Numbers{typename Numbers::Raw{number}});
+    if constexpr (Bytes == 4 || Bytes == 8) {
+        using Number = IntOf<Bytes, false>;
+        Number first;
+        __builtin_memcpy(&first, from, Bytes);
+        return as<typename V::Lane>(Vec<Number, V::kBytes / Bytes>{{first}});
     } else {
         V v{};
         __builtin_memcpy(&v, from, Bytes);
@@ -160,8 +160,8 @@ template <class V, size_t Bytes> VK_SIMD_INLINE V load_first(const void* from) n
 template <size_t Bytes, class T, size_t N> VK_SIMD_INLINE void store_first(void* to, Vec<T, N> v) noexcept
 {
     if constexpr (Bytes == 4 || Bytes == 8) {
-        const auto number = as<IntOf<Bytes, false>>(v).raw[0];
-        __builtin_memcpy(to, &number, Bytes);
+        const auto first = as<IntOf<Bytes, false>>(v).raw[0];
+        __builtin_memcpy(to, &first, Bytes);
     } else {
         __builtin_memcpy(to, &v, Bytes);
     }

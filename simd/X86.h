@@ -160,23 +160,23 @@ VK_INTERLEAVE(int64_t, 64)
         return from_native<Vec<T, (bytes) / sizeof(T)>>(prefix##_##right##_epi##bits(native(a), _mm_cvtsi32_si128(count))); \
     }
 #if VK_SIMD_X86 == 3
-#define VK_SHIFT(T, bits, right)            \
+#define VK_SHIFTS(T, bits, right)            \
     VK_SHIFT_AT(T, 16, _mm, bits, right)    \
     VK_SHIFT_AT(T, 32, _mm256, bits, right) \
     VK_SHIFT_AT(T, 64, _mm512, bits, right)
 #elif VK_SIMD_X86 == 2
-#define VK_SHIFT(T, bits, right)         \
+#define VK_SHIFTS(T, bits, right)         \
     VK_SHIFT_AT(T, 16, _mm, bits, right) \
     VK_SHIFT_AT(T, 32, _mm256, bits, right)
 #else
-#define VK_SHIFT(T, bits, right) VK_SHIFT_AT(T, 16, _mm, bits, right)
+#define VK_SHIFTS(T, bits, right) VK_SHIFT_AT(T, 16, _mm, bits, right)
 #endif
-VK_SHIFT(uint16_t, 16, srl)
-VK_SHIFT(int16_t, 16, sra)
-VK_SHIFT(uint32_t, 32, srl)
-VK_SHIFT(int32_t, 32, sra)
-VK_SHIFT(uint64_t, 64, srl)
-#undef VK_SHIFT
+VK_SHIFTS(uint16_t, 16, srl)
+VK_SHIFTS(int16_t, 16, sra)
+VK_SHIFTS(uint32_t, 32, srl)
+VK_SHIFTS(int32_t, 32, sra)
+VK_SHIFTS(uint64_t, 64, srl)
+#undef VK_SHIFTS
 #undef VK_SHIFT_AT
 
 // ---- halves ----
@@ -220,6 +220,22 @@ VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
 {
     return from_native<Vec<T, 2 * N>>(_mm512_inserti64x4(_mm512_castsi256_si512(native(low)), native(high), 1));
 }
+#endif
+
+// ---- unsigned bytes by signed ones ----
+
+#if VK_SIMD_X86 >= 2
+#define VK_MUL_PAIRS(bytes, call)                                                                        \
+    VK_SIMD_INLINE Vec<int16_t, (bytes) / 2> mul_pairs(Vec<uint8_t, bytes> a, Vec<int8_t, bytes> b) noexcept \
+    {                                                                                                    \
+        return from_native<Vec<int16_t, (bytes) / 2>>(call(native(a), native(b)));                       \
+    }
+VK_MUL_PAIRS(16, _mm_maddubs_epi16)
+VK_MUL_PAIRS(32, _mm256_maddubs_epi16)
+#if VK_SIMD_X86 >= 3
+VK_MUL_PAIRS(64, _mm512_maddubs_epi16)
+#endif
+#undef VK_MUL_PAIRS
 #endif
 
 /// Sixteen bytes in every block.
@@ -341,6 +357,24 @@ VK_SIMD_INLINE Vec<double, 8> to_double(Vec<int32_t, 8> a) noexcept
 }
 #endif
 #undef VK_REAL_AT
+
+#define VK_DOUBLE_AT(n, prefix)                                                                                       \
+    VK_SIMD_INLINE Vec<double, n> min(Vec<double, n> a, Vec<double, n> b) noexcept                                    \
+    {                                                                                                                 \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_min_pd(native_real(a), native_real(b)))};              \
+    }                                                                                                                 \
+    VK_SIMD_INLINE Vec<double, n> max(Vec<double, n> a, Vec<double, n> b) noexcept                                    \
+    {                                                                                                                 \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_max_pd(native_real(a), native_real(b)))};              \
+    }
+VK_DOUBLE_AT(2, _mm)
+#if VK_SIMD_X86 >= 2
+VK_DOUBLE_AT(4, _mm256)
+#endif
+#if VK_SIMD_X86 >= 3
+VK_DOUBLE_AT(8, _mm512)
+#endif
+#undef VK_DOUBLE_AT
 
 // ---- lanes from anywhere ----
 

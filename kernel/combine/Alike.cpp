@@ -7,7 +7,6 @@
 #include "kernel/convert/Format.h"
 #include "kernel/convert/Gray.h"
 #include "kernel/format/PackedBits.h"
-#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -244,7 +243,8 @@ int32_t Alike::match_fast(const uint8_t* pixels, int32_t count, uint64_t* words)
         return match_bit_words(pixels, count, words);
     const bool is_bytes =
         form_.bits == 24 || (form_.bits == 32 && !form_.deep_gray()) || (form_.bits == 8 && is_index_range_);
-    if (!is_bytes || simd::level() < simd::Level::avx2)
+    const AlikeLoops* const loops = is_bytes ? alike_loops_sets.best() : nullptr;
+    if (!loops)
         return 0;
     uint8_t low[kChannels];
     uint8_t high[kChannels];
@@ -252,7 +252,7 @@ int32_t Alike::match_fast(const uint8_t* pixels, int32_t count, uint64_t* words)
         low[channel] = static_cast<uint8_t>(ranges_[channel].low);
         high[channel] = static_cast<uint8_t>(std::min(ranges_[channel].high, 255u));
     }
-    return match_bytes_avx2(pixels, count, form_.bits / 8, low, high, words);
+    return loops->match_bytes(pixels, count, form_.bits / 8, low, high, words);
 }
 
 void Alike::match(Line pixels, int32_t count, uint64_t* words) const noexcept

@@ -8,6 +8,7 @@
 #include "Vkrecord.h"
 #include "kernel/combine/PixelForm.h"
 #include "kernel/combine/Walk.h"
+#include "simd/Level.h"
 
 #include <cstdint>
 
@@ -56,7 +57,10 @@ private:
 
 /// As many words of 64 pixels as are whole, for pixels of 1, 3 or 4 bytes that are alike when each byte lies within its
 /// own limits. Returns their number.
-int32_t match_bytes_avx2(const uint8_t* pixels, int32_t count, int32_t bytes, const uint8_t* low, const uint8_t* high,
-                         uint64_t* words) noexcept;
+struct AlikeLoops {
+    int32_t (*match_bytes)(const uint8_t* pixels, int32_t count, int32_t bytes, const uint8_t* low, const uint8_t* high,
+                           uint64_t* words) noexcept;
+};
+VK_SIMD_TABLE_256(AlikeLoops, alike_loops);
 
 } // namespace vk::combine

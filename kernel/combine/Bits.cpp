@@ -4,12 +4,11 @@
 
 #include "kernel/combine/Streaming.h"
 #include "kernel/convert/Format.h"
-#include "simd/Ahead.h"
-#include "simd/Level.h"
+#include "simd/Lines.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk::combine {
 
@@ -17,7 +16,6 @@ namespace {
 
 constexpr uint64_t kEveryByte = 0x0101010101010101u;
 constexpr size_t kWord = sizeof(uint64_t);
-constexpr size_t kLine = 64;
 
 uint64_t load_word(const uint8_t* from) noexcept
 {
@@ -51,14 +49,6 @@ size_t logic_bytes_plain(uint8_t* to, const uint8_t* from, size_t bytes, uint32_
     return done;
 }
 
-ByteLogic byte_logic() noexcept
-{
-    const simd::Level cpu = simd::level();
-    return cpu >= simd::Level::avx512 ? logic_bytes_avx512
-           : cpu >= simd::Level::avx2 ? logic_bytes_avx2
-                                      : logic_bytes_plain;
-}
-
 /// Up to eight bits within one destination byte.
 void combine_within(uint8_t& to, uint32_t to_bit, const uint8_t* from, uint32_t from_bit, uint32_t count,
                     const Logic& logic, BitOrder order) noexcept
@@ -84,7 +74,8 @@ void combine_bytes(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shif
         std::memcpy(to, from, bytes);
         return;
     }
-    size_t done = byte_logic()(to, from, bytes, shift, logic, order);
+    const BitLoops* const loops = bit_loops_sets.best();
+    size_t done = loops ? loops->logic_bytes(to, from, bytes, shift, logic, order) : 0;
     done += logic_bytes_plain(to + done, from + done, bytes - done, shift, logic, order);
     for (; done < bytes; ++done)
         combine_within(to[done], 0, from + done, shift, 8, logic, order);
@@ -114,22 +105,15 @@ void combine_bits(uint8_t* to, uint64_t to_bit, const uint8_t* from, uint64_t fr
 
 void stream_lines(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
 {
-    if (simd::level() >= simd::Level::avx512) {
-        stream_lines_avx512(to, from, bytes);
-        return;
-    }
-    for (size_t i = 0; i < bytes; i += kLine) {
-        __builtin_prefetch(reinterpret_cast<const void*>(reinterpret_cast<uintptr_t>(from) + i + simd::kFetchAhead));
-        for (size_t k = i; k < i + kLine; k += sizeof(__m128i))
-            _mm_stream_si128(reinterpret_cast<__m128i*>(to + k),
-                             _mm_loadu_si128(reinterpret_cast<const __m128i*>(from + k)));
-    }
+    const BitLoops* const loops = bit_loops_sets.best();
+    loops ? loops->stream_lines(to, from, bytes) : simd::stream_lines(to, from, bytes);
 }
 
 void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
 {
-    const size_t lead = std::min<size_t>((kLine - reinterpret_cast<uintptr_t>(to) % kLine) % kLine, bytes);
-    const size_t lines = (bytes - lead) / kLine * kLine;
+    const size_t lead =
+        std::min<size_t>((simd::kLine - reinterpret_cast<uintptr_t>(to) % simd::kLine) % simd::kLine, bytes);
+    const size_t lines = (bytes - lead) / simd::kLine * simd::kLine;
     std::memcpy(to, from, lead);
     stream_lines(to + lead, from + lead, lines);
     std::memcpy(to + lead + lines, from + lead + lines, bytes - lead - lines);
@@ -137,7 +121,7 @@ void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept
 
 void stream_fence() noexcept
 {
-    _mm_sfence();
+    simd::fence();
 }
 
 } // namespace vk::combine

@@ -5,6 +5,8 @@
 // Bits outside the run stay, and no byte is read that holds none of its source bits.
 #pragma once
 
+#include "simd/Level.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -67,15 +69,14 @@ void stream_bytes(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
 void stream_lines(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
 void stream_fence() noexcept;
 
-/// Whole bytes, the source `shift` (0 to 7) bits further on; of the byte behind the last the source bits that are
-/// wanted are there. Returns how many bytes it did: a whole number of its vectors, or with masks all.
-using ByteLogic = size_t (*)(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
-                             BitOrder order) noexcept;
-size_t logic_bytes_avx2(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
-                        BitOrder order) noexcept;
-size_t logic_bytes_avx512(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
+/// Loops over vectors.
+struct BitLoops {
+    /// Whole bytes, the source `shift` (0 to 7) bits further on; of the byte behind the last the source bits that are
+    /// wanted are there. Returns how many bytes it did: a whole number of its vectors, or with masks all.
+    size_t (*logic_bytes)(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
                           BitOrder order) noexcept;
-
-void stream_lines_avx512(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
+    void (*stream_lines)(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;
+};
+VK_SIMD_TABLE(BitLoops, bit_loops);
 
 } // namespace vk::combine

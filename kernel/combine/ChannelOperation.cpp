@@ -2,7 +2,6 @@
 
 #include "kernel/combine/Rest.h"
 #include "kernel/combine/Streaming.h"
-#include "simd/Level.h"
 
 #include <cstring>
 
@@ -32,17 +31,16 @@ void combine_channels(const Arithmetic& how, const uint8_t* from, uint8_t* to, s
                       bool has_alpha) noexcept
 {
     const size_t in_all = count * static_cast<size_t>(bytes);
-    const simd::Level cpu = simd::level();
-    if (cpu < simd::Level::avx2) {
+    const ChannelLoops* const loops = channel_loops_sets.best();
+    if (!loops) {
         bytes == 1 ? combine_plain<uint8_t>(how, from, to, count, has_alpha)
                    : combine_plain<uint16_t>(how, from, to, count, has_alpha);
         return;
     }
-    const auto loop = cpu >= simd::Level::avx512 ? combine_channels_avx512 : combine_channels_avx2;
-    const size_t done = loop(how, from, to, in_all, bytes, has_alpha);
+    const size_t done = loops->combine(how, from, to, in_all, bytes, has_alpha);
     if (done < in_all)
         run_rest({from + done, to + done, nullptr}, in_all - done, 1, [&](const RestOf& rest, size_t room) noexcept {
-            loop(how, rest.from, rest.to, room, bytes, has_alpha);
+            loops->combine(how, rest.from, rest.to, room, bytes, has_alpha);
         });
 }
 

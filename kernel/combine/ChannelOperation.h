@@ -4,6 +4,7 @@
 #pragma once
 
 #include "Vkcombine.h"
+#include "simd/Level.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -57,10 +58,11 @@ constexpr int64_t arithmetic(const Arithmetic& how, int64_t s, int64_t d, int64_
 void combine_channels(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t count, int bytes,
                       bool has_alpha) noexcept;
 
-/// The same by wider vectors, as many bytes as they take; returns how many, a multiple of 32.
-size_t combine_channels_avx2(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes_in_all, int bytes,
-                             bool has_alpha) noexcept;
-size_t combine_channels_avx512(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes_in_all, int bytes,
-                               bool has_alpha) noexcept;
+/// The same by vectors, as many bytes as they take; returns how many.
+struct ChannelLoops {
+    size_t (*combine)(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes_in_all, int bytes,
+                      bool has_alpha) noexcept;
+};
+VK_SIMD_TABLE(ChannelLoops, channel_loops);
 
 } // namespace vk::combine

@@ -9,13 +9,12 @@
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
 #include "platform/platform.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <atomic>
 #include <bit>
 #include <new>
-
-#include <emmintrin.h>
 
 namespace vk::pixel {
 namespace {
@@ -47,6 +46,7 @@ struct Box {
 
 struct ExactLookup {
     ColorLookup base;
+    const MatchKnown* wide; ///< or null
     uint32_t count;
     uint32_t blocks; ///< cells there is room for
     std::atomic<uint32_t> used_blocks;
@@ -186,9 +186,11 @@ uint8_t scan(const Candidate* from, uint32_t count, uint32_t red, uint32_t green
     return static_cast<uint8_t>(best);
 }
 
+using Numbers = simd::Quad<int32_t>;
+
 /// Four colours that differ in blue, and what is known about them so far.
-struct Quad {
-    __m128i distance, winner, tied;
+struct Four {
+    Numbers distance, winner, tied; ///< ties as ones or zeros
 };
 
 /// The squared distances of an entry's level to four levels from `low` on.
@@ -199,8 +201,8 @@ void squares(int32_t level, int32_t low, int32_t* out) noexcept
     }
 }
 
-/// Enters a candidate into all quads of a cell.
-void enter(const Candidate& c, const Box& box, Quad* quads) noexcept
+/// Enters a candidate into all fours of a cell.
+void enter(const Candidate& c, const Box& box, Four* fours) noexcept
 {
     int32_t red[4];
     int32_t green[4];
@@ -208,36 +210,34 @@ void enter(const Candidate& c, const Box& box, Quad* quads) noexcept
     squares(c.color.rgbRed, box.red, red);
     squares(c.color.rgbGreen, box.green, green);
     squares(c.color.rgbBlue, box.blue, blue);
-    const __m128i blues = _mm_set_epi32(blue[3], blue[2], blue[1], blue[0]);
-    const __m128i index = _mm_set1_epi32(static_cast<int32_t>(c.index));
+    const auto blues = simd::load<Numbers>(blue);
+    const auto index = simd::all<Numbers>(static_cast<int32_t>(c.index));
+    const auto ones = simd::all<Numbers>(-1);
     for (uint32_t i = 0; i < 16; ++i) {
-        Quad& q = quads[i];
-        const __m128i distance = _mm_add_epi32(_mm_set1_epi32(red[i >> 2] + green[i & 3]), blues);
-        const __m128i nearer = _mm_cmplt_epi32(distance, q.distance);
-        const __m128i equal = _mm_cmpeq_epi32(distance, q.distance);
-        q.tied = _mm_or_si128(_mm_andnot_si128(nearer, q.tied), equal);
-        q.winner = _mm_or_si128(_mm_andnot_si128(nearer, q.winner), _mm_and_si128(nearer, index));
-        q.distance = _mm_or_si128(_mm_andnot_si128(nearer, q.distance), _mm_and_si128(nearer, distance));
+        Four& four = fours[i];
+        const Numbers distance = simd::all<Numbers>(red[i >> 2] + green[i & 3]) + blues;
+        const auto nearer = distance < four.distance;
+        four.tied = simd::keep(~nearer, four.tied) | simd::keep(distance == four.distance, ones);
+        four.winner = simd::select(nearer, index, four.winner);
+        four.distance = simd::select(nearer, distance, four.distance);
     }
 }
 
 /// Writes the answers of a cell's 64 colours. Every candidate meets all colours at once; ties are left to `scan`.
 void fill_block(const Candidate* from, uint32_t count, const Box& box, uint8_t* block) noexcept
 {
-    Quad quads[16];
-    const __m128i zero = _mm_setzero_si128();
-    std::fill_n(quads, 16, Quad{_mm_set1_epi32(INT32_MAX), zero, zero});
+    Four fours[16];
+    std::fill_n(fours, 16, Four{simd::all<Numbers>(INT32_MAX), {}, {}});
     for (uint32_t i = 0; i < count; ++i) {
-        enter(from[i], box, quads);
+        enter(from[i], box, fours);
     }
     for (uint32_t i = 0; i < 16; i += 4) {
-        const __m128i low = _mm_packs_epi32(quads[i].winner, quads[i + 1].winner);
-        const __m128i high = _mm_packs_epi32(quads[i + 2].winner, quads[i + 3].winner);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(block + 4 * i), _mm_packus_epi16(low, high));
+        const auto low = simd::pack(fours[i].winner, fours[i + 1].winner);
+        const auto high = simd::pack(fours[i + 2].winner, fours[i + 3].winner);
+        simd::store(block + 4 * i, simd::pack_unsigned(low, high));
     }
     for (uint32_t i = 0; i < kCellColors; i += 4) {
-        auto tied = static_cast<uint32_t>(_mm_movemask_ps(_mm_castsi128_ps(quads[i >> 2].tied)));
-        for (; tied != 0; tied &= tied - 1) {
+        for (uint64_t tied = simd::high_bits(fours[i >> 2].tied); tied != 0; tied &= tied - 1) {
             const auto at = i + static_cast<uint32_t>(std::countr_zero(tied));
             block[at] =
                 scan(from, count, static_cast<uint32_t>(box.red) + (at >> 4),
@@ -344,12 +344,12 @@ void match_cells(const ColorLookup* self, const Rgba8* colors, uint8_t* indices,
     }
 }
 
-void match_cells_avx2(const ColorLookup* self, const Rgba8* colors, uint8_t* indices, size_t count) noexcept
+void match_cells_wide(const ColorLookup* self, const Rgba8* colors, uint8_t* indices, size_t count) noexcept
 {
     const ExactLookup& lookup = learning(self);
     for (size_t i = 0; i < count;) {
-        i += match_known_avx2(lookup.cells, lookup.indices, colors + i, indices + i, count - i);
-        const size_t some = std::min<size_t>(count - i, 8);
+        i += lookup.wide->match(lookup.cells, lookup.indices, colors + i, indices + i, count - i);
+        const size_t some = std::min(count - i, lookup.wide->step);
         match_cells(self, colors + i, indices + i, some);
         i += some;
     }
@@ -357,7 +357,7 @@ void match_cells_avx2(const ColorLookup* self, const Rgba8* colors, uint8_t* ind
 
 } // namespace
 
-ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels, bool plain) noexcept
+ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels) noexcept
 {
     const auto blocks = static_cast<uint32_t>(std::clamp<uint64_t>(pixels / 32, 1024, kCells));
     void* const memory = platform::heap_alloc(sizeof(ExactLookup));
@@ -365,7 +365,8 @@ ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_
         return nullptr;
     }
     auto* const lookup = new (memory) ExactLookup{};
-    lookup->base.match = !plain && simd::level() >= simd::Level::avx2 ? match_cells_avx2 : match_cells;
+    lookup->wide = match_known_loop_sets.best();
+    lookup->base.match = lookup->wide != nullptr ? match_cells_wide : match_cells;
     lookup->count = count;
     lookup->blocks = blocks;
     lookup->used_list.store(count, std::memory_order_relaxed);

@@ -11,20 +11,24 @@
 #pragma once
 
 #include "kernel/convert/ColorLookup.h"
+#include "simd/Level.h"
 
 #include <cstdint>
 
 namespace vk::pixel {
 
 /// Prepares a look-up for `count` entries (1 to 256), which are copied, and some number of pixels, by which its memory
-/// is chosen (up to 20 MiB). Null without memory. It learns while it is asked, by any number of threads. `plain` keeps
-/// it from the wider instruction sets, for tests.
-ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels, bool plain = false) noexcept;
+/// is chosen (up to 20 MiB). Null without memory. It learns while it is asked, by any number of threads.
+ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels) noexcept;
 
-/// Answers colours whose cells are settled, eight at a time, up to the first eight with one that is not; returns how
-/// many. `cells` and `answers` are the look-up's tables; three bytes behind the answers may be read. For AVX2.
-size_t match_known_avx2(const uint32_t* cells, const uint8_t* answers, const Rgba8* colors, uint8_t* indices,
-                        size_t count) noexcept;
+/// Answers colours whose cells are settled, `step` at a time, up to the first so many with one that is not; returns how
+/// many. `cells` and `answers` are the look-up's tables; three bytes behind the answers may be read.
+struct MatchKnown {
+    size_t (*match)(const uint32_t* cells, const uint8_t* answers, const Rgba8* colors, uint8_t* indices,
+                    size_t count) noexcept;
+    size_t step;
+};
+VK_SIMD_TABLE_256(MatchKnown, match_known_loop);
 
 /// Frees a look-up made by create_exact_lookup; null is ignored.
 void destroy_exact_lookup(ColorLookup* lookup) noexcept;

@@ -33,18 +33,9 @@ void index8_to_rgb24(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t 
 }
 
 constexpr FusedPath kPlain[] = {
-    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_BGR, simd::Level::base, 8, 1, index8_to_bgr24, nullptr, nullptr},
-    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_RGB, simd::Level::base, 8, 1, index8_to_rgb24, nullptr, nullptr},
+    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_BGR, 8, 1, index8_to_bgr24, nullptr, nullptr},
+    {"8 to 24", 8, kAnyOrder, 24, COLORORDER_RGB, 8, 1, index8_to_rgb24, nullptr, nullptr},
 };
-
-} // namespace
-
-FusedRows fused_plain() noexcept
-{
-    return {kPlain, sizeof kPlain / sizeof kPlain[0]};
-}
-
-namespace {
 
 bool is_for(const FusedPath& path, const Plan& plan) noexcept
 {
@@ -53,6 +44,8 @@ bool is_for(const FusedPath& path, const Plan& plan) noexcept
 }
 
 } // namespace
+
+const FusedRows kPlainFusedRows = {kPlain, sizeof kPlain / sizeof kPlain[0]};
 
 bool find_bits(Plan& plan) noexcept
 {
@@ -92,14 +85,17 @@ bool find_threshold(Plan& plan) noexcept
 
 const FusedPath* find_fused(Plan& plan) noexcept
 {
-    const simd::Level highest = simd::level();
     // Samples of which only some bits count look like plain 8-bit gray otherwise.
-    if (plan.set_alpha || plan.undo_gamut || plan.apply_gamut || plan.src == &gray8_samples()) {
+    if (plan.set_alpha || plan.undo_gamut || plan.apply_gamut || plan.src == &gray8_samples() ||
+        simd::level() == simd::Level::plain) {
         return nullptr;
     }
-    for (const FusedRows& rows : {fused_avx512(), fused_avx2(), fused_plain()}) {
-        for (const FusedPath* path = rows.first; path < rows.first + rows.count; ++path) {
-            if (path->level <= highest && is_for(*path, plan) && (path->serves == nullptr || path->serves(plan))) {
+    for (const FusedRows* rows : {fused_rows_sets.best(), &kPlainFusedRows}) {
+        if (rows == nullptr) {
+            continue;
+        }
+        for (const FusedPath* path = rows->first; path < rows->first + rows->count; ++path) {
+            if (is_for(*path, plan) && (path->serves == nullptr || path->serves(plan))) {
                 return path;
             }
         }
@@ -171,17 +167,6 @@ void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t cou
     run_fused(plan, src, dst, lead, {});
     path.stream(plan, at(lead), to(lead), streamed);
     run_fused(plan, at(lead + streamed), to(lead + streamed), count - lead - streamed, {});
-}
-
-const FusedPath* fused_path(size_t index) noexcept
-{
-    for (const FusedRows& rows : {fused_avx512(), fused_avx2(), fused_plain()}) {
-        if (index < rows.count) {
-            return rows.first + index;
-        }
-        index -= rows.count;
-    }
-    return nullptr;
 }
 
 } // namespace vk::pixel

@@ -1,8 +1,8 @@
 // Fused paths: conversions of hot pairs in one step, in place of unpack, reduce and pack.
 //
-// They are rows of one table. A path may serve a plan when formats agree, its own condition holds, the processor has
-// what it needs and the path is not switched off; the first that may is taken. Its result is the general way's, bit for
-// bit: the tests run every row against it.
+// They are rows of a table for each set of instructions, and of one for all processors. A path may serve a plan when
+// formats agree and its own condition holds; the first that may, of the best set's table and then of the other, is
+// taken. Its result is the general way's, bit for bit: the tests run every row against it.
 #pragma once
 
 #include "kernel/convert/Plan.h"
@@ -26,9 +26,8 @@ struct FusedPath {
     const char* name;
     int32_t src_bits, src_order; ///< as in the format table
     int32_t dst_bits, dst_order;
-    simd::Level level; ///< what the path needs of the processor
-    size_t step;       ///< pixels are converted by so many at a time, a multiple of 8
-    size_t slack;      ///< bytes the last step may read and write too far
+    size_t step;  ///< pixels are converted by so many at a time, a multiple of 8
+    size_t slack; ///< bytes the last step may read and write too far
     Kernel* run;
     Kernel* stream; ///< the same past the caches, to a destination at a cache line, writing nothing too far; or null
     /// Whether the path serves this plan beyond its formats, which have neither gamut nor alpha steps; may prepare what
@@ -42,22 +41,17 @@ const FusedPath* find_fused(Plan& plan) noexcept;
 /// Runs the plan's path over any number of pixels, without touching a byte outside of them and what is spare.
 void run_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count, Spare spare) noexcept;
 
-/// Row `index` of the whole table, special before general; null past its end.
-const FusedPath* fused_path(size_t index) noexcept;
-
 /// Runs the plan's path past the caches where the destination allows it, else as run_fused does.
 void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept;
 
-/// The rows of one file.
+/// A table, special before general.
 struct FusedRows {
     const FusedPath* first;
     size_t count;
 };
 
-// The files that have the rows, from special to general. Only code chosen by level runs in the first two.
-FusedRows fused_avx512() noexcept;
-FusedRows fused_avx2() noexcept;
-FusedRows fused_plain() noexcept;
+VK_SIMD_TABLE(FusedRows, fused_rows);
+extern const FusedRows kPlainFusedRows; ///< from Level::base on
 
 /// For 8 bits to one: leaves in the plan's table a bit for each index or gray, eight to a byte from the lowest on.
 constexpr size_t kBitTableBytes = 32;

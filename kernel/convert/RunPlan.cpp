@@ -4,8 +4,7 @@
 // it is written. Below that size the caches are faster. Rows that lie back to back count as one long row.
 #include "kernel/convert/Fused.h"
 #include "kernel/convert/Plan.h"
-
-#include <emmintrin.h>
+#include "simd/Simd.h"
 
 namespace vk::pixel {
 namespace {
@@ -38,7 +37,7 @@ void run_rows(Plan& plan, const uint8_t* src, size_t src_stride, uint8_t* dst, s
         }
     }
     if (streams) {
-        _mm_sfence();
+        simd::fence();
     }
 }
 

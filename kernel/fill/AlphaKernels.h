@@ -2,6 +2,8 @@
 // those for wider vectors do as many pixels as they take, or with masks all, and return the number.
 #pragma once
 
+#include "simd/Level.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -22,11 +24,11 @@ constexpr uint32_t by_alpha(uint32_t color, uint32_t alpha, uint32_t most) noexc
     return quotient < most ? static_cast<uint32_t>(quotient) : most;
 }
 
-size_t take_alpha_avx2(const uint8_t* pixels, uint8_t* alphas, size_t count) noexcept;
-size_t take_alpha_avx512(const uint8_t* pixels, uint8_t* alphas, size_t count) noexcept;
-size_t premultiply_avx2(uint8_t* pixels, size_t count) noexcept;
-size_t premultiply_avx512(uint8_t* pixels, size_t count) noexcept;
-size_t unpremultiply_avx2(uint8_t* pixels, size_t count) noexcept;
-size_t unpremultiply_avx512(uint8_t* pixels, size_t count) noexcept;
+struct AlphaLoops {
+    size_t (*take_alpha)(const uint8_t* pixels, uint8_t* alphas, size_t count) noexcept;
+    size_t (*premultiply)(uint8_t* pixels, size_t count) noexcept;
+    size_t (*unpremultiply)(uint8_t* pixels, size_t count) noexcept;
+};
+VK_SIMD_TABLE(AlphaLoops, alpha_loops);
 
 } // namespace vk::fill

@@ -3,7 +3,6 @@
 #include "kernel/combine/Rest.h"
 #include "kernel/combine/Streaming.h"
 #include "kernel/fill/AlphaKernels.h"
-#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstring>
@@ -66,13 +65,6 @@ template <class T> void weigh_plain(uint8_t* pixels, size_t count, bool is_divis
     }
 }
 
-/// The form for the processor; null where there is none.
-template <class Loop> Loop* loop_for_level(Loop* avx2, Loop* avx512) noexcept
-{
-    const simd::Level cpu = simd::level();
-    return cpu >= simd::Level::avx512 ? avx512 : cpu >= simd::Level::avx2 ? avx2 : nullptr;
-}
-
 } // namespace
 
 void TakeAlphaRun::run(Line to, Line from, Line, int32_t count) noexcept
@@ -82,8 +74,8 @@ void TakeAlphaRun::run(Line to, Line from, Line, int32_t count) noexcept
     if (is_deep_)
         return take_plain<uint16_t>(pixels, to.data + 2 * static_cast<size_t>(to.column), all);
     uint8_t* const alphas = to.data + to.column;
-    const auto loop = loop_for_level(take_alpha_avx2, take_alpha_avx512);
-    const size_t done = loop ? loop(pixels, alphas, all) : 0;
+    const AlphaLoops* const loops = alpha_loops_sets.best();
+    const size_t done = loops ? loops->take_alpha(pixels, alphas, all) : 0;
     take_plain<uint8_t>(pixels + 4 * done, alphas + done, all - done);
 }
 
@@ -127,10 +119,10 @@ void WeighRun::run(Line to, Line, Line, int32_t count) noexcept
     uint8_t* const pixels = pixels_of(to, is_deep_);
     if (is_deep_)
         return weigh_plain<uint16_t>(pixels, all, is_division_);
-    const auto loop = is_division_ ? loop_for_level(unpremultiply_avx2, unpremultiply_avx512)
-                                   : loop_for_level(premultiply_avx2, premultiply_avx512);
-    if (!loop)
+    const AlphaLoops* const loops = alpha_loops_sets.best();
+    if (!loops)
         return weigh_plain<uint8_t>(pixels, all, is_division_);
+    const auto loop = is_division_ ? loops->unpremultiply : loops->premultiply;
     const size_t done = loop(pixels, all);
     if (done < all)
         combine::run_rest({nullptr, pixels + 4 * done, nullptr}, all - done, 4,

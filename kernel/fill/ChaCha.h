@@ -2,6 +2,8 @@
 // nonce of 12 bytes give a stream of bytes, 64 a block.
 #pragma once
 
+#include "simd/Level.h"
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -19,7 +21,9 @@ struct ChaCha {
 };
 
 /// As many blocks as there is a faster way for; returns their number.
-size_t chacha_blocks_avx2(const ChaCha& cipher, uint32_t counter, size_t count, uint8_t* stream) noexcept;
-size_t chacha_blocks_avx512(const ChaCha& cipher, uint32_t counter, size_t count, uint8_t* stream) noexcept;
+struct ChaChaLoops {
+    size_t (*blocks)(const ChaCha& cipher, uint32_t counter, size_t count, uint8_t* stream) noexcept;
+};
+VK_SIMD_TABLE(ChaChaLoops, chacha_loops);
 
 } // namespace vk::fill

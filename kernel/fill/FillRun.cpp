@@ -1,11 +1,11 @@
 #include "kernel/fill/FillRun.h"
 
 #include "kernel/combine/Streaming.h"
-#include "simd/Level.h"
+#include "simd/Lines.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk::fill {
 
@@ -68,16 +68,8 @@ void FillRun::stream(uint8_t* to, size_t bytes) const noexcept
     const uint8_t* const pattern = pixels_ + lead % pixel;
     std::memcpy(to, pixels_, lead);
     to += lead;
-    if (simd::level() >= simd::Level::avx512) {
-        stream_pattern_avx512(to, pattern, lines);
-    } else {
-        for (size_t line = 0; line < lines; ++line) {
-            const uint8_t* const part = pattern + line % kPatternLines * kLine;
-            for (size_t i = 0; i < kLine; i += sizeof(__m128i))
-                _mm_stream_si128(reinterpret_cast<__m128i*>(to + line * kLine + i),
-                                 _mm_loadu_si128(reinterpret_cast<const __m128i*>(part + i)));
-        }
-    }
+    const FillLoops* const loops = fill_loops_sets.best();
+    loops ? loops->stream_pattern(to, pattern, lines) : simd::stream_pattern(to, pattern, lines);
     std::memcpy(to + lines * kLine, pattern + lines % kPatternLines * kLine, bytes - lead - lines * kLine);
 }
 

@@ -4,6 +4,7 @@
 #include "kernel/combine/Bits.h"
 #include "kernel/combine/FillColor.h"
 #include "kernel/combine/Walk.h"
+#include "simd/Level.h"
 
 namespace vk::fill {
 
@@ -37,7 +38,10 @@ private:
     alignas(64) uint8_t pixels_[kPixels * 8 + kLine];
 };
 
-/// Writes `lines` cache lines to a place at one, three of them by turns from `pattern`.
-void stream_pattern_avx512(uint8_t* to, const uint8_t* pattern, size_t lines) noexcept;
+struct FillLoops {
+    /// Writes `lines` cache lines to a place at one, three of them by turns from `pattern`.
+    void (*stream_pattern)(uint8_t* to, const uint8_t* pattern, size_t lines) noexcept;
+};
+VK_SIMD_TABLE(FillLoops, fill_loops);
 
 } // namespace vk::fill

@@ -4,6 +4,7 @@
 
 #include "kernel/sampling/Mapping.h"
 #include "kernel/sampling/Source.h"
+#include "simd/Hints.h"
 
 #include <algorithm>
 #include <utility>
@@ -115,8 +116,7 @@ protected:
             const int64_t line = track.base_y + ((track.y[i] + down_y) >> kFractionBits) - pixels.held.top;
             const auto at = reinterpret_cast<uintptr_t>(pixels.data) +
                             static_cast<uintptr_t>(line * static_cast<int64_t>(pixels.stride) + column * bits / 8);
-            // Not the compiler's own: it takes functions that only prefetch for ones that do nothing, and drops them.
-            __asm__ volatile("prefetcht0 (%0)" : : "r"(at));
+            simd::fetch(at);
         }
     }
 

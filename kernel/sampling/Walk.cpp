@@ -2,6 +2,7 @@
 
 #include "kernel/format/RowMath.h"
 #include "kernel/rows/RowCol.h"
+#include "simd/Hints.h"
 
 #include <algorithm>
 #include <atomic>
@@ -41,7 +42,7 @@ void fetch_for_writing(const uint8_t* at, size_t bytes) noexcept
 {
     constexpr size_t kLine = 64;
     for (const uint8_t* const end = at + bytes; at < end; at += kLine)
-        __asm__ volatile("prefetchw (%0)" : : "r"(at)); // the compiler's own is dropped, as in Painter.h
+        simd::fetch_to_write(reinterpret_cast<uintptr_t>(at));
 }
 
 class Walk {

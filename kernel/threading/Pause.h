@@ -3,6 +3,7 @@
 #pragma once
 
 #include "platform/platform.h"
+#include "simd/Hints.h"
 
 #include <cstdint>
 #include <thread>
@@ -18,7 +19,7 @@ public:
         constexpr uint32_t kYields = 400;
         ++waits_;
         if (waits_ < kLooks)
-            __builtin_ia32_pause();
+            simd::breathe();
         else if (waits_ < kLooks + kYields)
             std::this_thread::yield();
         else

@@ -1,5 +1,6 @@
 #include "kernel/window/LinearWindow.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace vk {

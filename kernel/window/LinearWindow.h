@@ -3,8 +3,8 @@
 
 #include "kernel/format/GrayRange.h"
 #include "kernel/window/Curve.h"
+#include "simd/Level.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 
@@ -40,24 +40,32 @@ struct LinearWindow {
     bool is_found = false;
 };
 
-/// The level of an unsigned sample.
-inline uint8_t linear_level(const LinearWindow& window, uint32_t sample) noexcept
+/// The bit that is the other way round in signed samples, or none.
+inline uint32_t sign_bit(const SampleForm& form) noexcept
 {
-    const uint64_t distance = std::min(sample > window.base ? sample - window.base : 0, window.span);
-    return static_cast<uint8_t>(((distance * window.factor >> window.before) + window.offset) >> window.shift);
+    return form.is_signed ? form.significant.mask() / 2 + 1 : 0;
+}
+
+/// The level of a 16-bit sample; `flip` is 255 for inverted levels.
+inline uint8_t linear_level(const LinearWindow& window, const SampleForm& form, uint8_t flip,
+                            const uint8_t* at) noexcept
+{
+    const uint32_t raw = at[0] | uint32_t{at[1]} << 8;
+    const uint32_t sample = (raw >> form.significant.shift & form.significant.mask()) ^ sign_bit(form);
+    const uint32_t above = sample > window.base ? sample - window.base : 0;
+    const uint64_t distance = above < window.span ? above : window.span;
+    const uint64_t sum = (distance * window.factor >> window.before) + window.offset;
+    return static_cast<uint8_t>(static_cast<uint8_t>(sum >> window.shift) ^ flip);
 }
 
 /// Finds one that gives what the steps of a window say for every 16-bit sample; not found where there is none.
 LinearWindow find_linear(const WindowSteps& steps, const V_WINDOW& window, const SampleForm& form) noexcept;
 
-/// The same for rows of 16-bit samples; `flip` is 255 for inverted levels. Big results go past the caches with
-/// `streams`.
-using LinearRow = void (*)(const LinearWindow& window, const SampleForm& form, uint8_t flip, const uint8_t* row,
-                           uint8_t* levels, size_t count, bool streams) noexcept;
-LinearRow linear_row_avx2() noexcept;
-LinearRow linear_row_avx512() noexcept;
-
-/// How far down the instruction sets are used, for tests.
-enum class WindowLevel : uint8_t { plain, avx2, avx512 };
+/// The same for rows of 16-bit samples. Big results go past the caches with `streams`.
+struct LinearLoops {
+    void (*run)(const LinearWindow& window, const SampleForm& form, uint8_t flip, const uint8_t* row, uint8_t* levels,
+                size_t count, bool streams) noexcept;
+};
+VK_SIMD_TABLE(LinearLoops, linear_loops);
 
 } // namespace vk

@@ -12,17 +12,6 @@ namespace vk {
 
 namespace {
 
-WindowLevel g_most = WindowLevel::avx512;
-
-/// The row function that the processor and the limit allow; null for none.
-LinearRow best_linear_row() noexcept
-{
-    const bool has_avx512 = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw");
-    if (g_most == WindowLevel::avx512 && has_avx512 && __builtin_cpu_supports("avx512vbmi"))
-        return linear_row_avx512();
-    return g_most != WindowLevel::plain && __builtin_cpu_supports("avx2") ? linear_row_avx2() : nullptr;
-}
-
 /// The most significant bits that have a table.
 constexpr int32_t kTableBits = 16;
 
@@ -66,12 +55,12 @@ int WindowRows::open(const SampleForm& form, const V_WINDOW* window) noexcept
     const WindowSteps steps(used, {0, WindowSteps::kMost}, range);
     form_ = form;
     flip_ = (used.Flags & WINDOWFLAG_INVERTED) ? 0xFF : 0;
-    linear_row_ = nullptr;
-    if (form.bits == 16 && used.Function != WINDOW_SIGMOID && best_linear_row()) {
+    loops_ = form.bits == 16 && used.Function != WINDOW_SIGMOID ? linear_loops_sets.best() : nullptr;
+    if (loops_) {
         linear_ = find_linear(steps, used, form);
-        linear_row_ = linear_.is_found ? best_linear_row() : nullptr;
+        loops_ = linear_.is_found ? loops_ : nullptr;
     }
-    if (linear_row_)
+    if (loops_)
         return V_SUCCESS;
     if (form.significant.bits > kTableBits) {
         if (!steps_.allocate(sizeof(int64_t) * (WindowSteps::kMost + 1)))
@@ -100,7 +89,7 @@ void WindowRows::fill_table(const WindowSteps& steps) noexcept
 void WindowRows::run_steps(const uint8_t* row, int32_t count, uint8_t* levels) const noexcept
 {
     const auto* const at = reinterpret_cast<const int64_t*>(steps_.data());
-    const uint32_t sign = form_.is_signed ? form_.significant.mask() / 2 + 1 : 0;
+    const uint32_t sign = sign_bit(form_);
     for (int32_t i = 0; i < count; ++i) {
         const uint32_t stored = form_.significant.extract(sample_at<uint32_t>(row, static_cast<size_t>(i)));
         const int64_t sample = int64_t{stored ^ sign} - sign;
@@ -149,8 +138,8 @@ void WindowRows::run(const uint8_t* row, int32_t first, int32_t count, uint8_t* 
     } else if (form_.bits == 12) {
         for (uint32_t x = static_cast<uint32_t>(first); x < static_cast<uint32_t>(first + count); ++x)
             *levels++ = table[pixel_at<12>(row, x) >> shift & mask];
-    } else if (linear_row_) {
-        linear_row_(linear_, form_, flip_, row + 2 * start, levels, most, streams);
+    } else if (loops_) {
+        loops_->run(linear_, form_, flip_, row + 2 * start, levels, most, streams);
     } else if (form_.bits == 16) {
         const bool is_whole = mask == UINT16_MAX;
         is_whole ? look_up<true>(row + 2 * start, most, levels) : look_up<false>(row + 2 * start, most, levels);
@@ -160,11 +149,6 @@ void WindowRows::run(const uint8_t* row, int32_t first, int32_t count, uint8_t* 
         for (size_t i = 0; i < most; ++i)
             levels[i] = table[sample_at<uint32_t>(row, start + i) >> shift & mask];
     }
-}
-
-void limit_windows(WindowLevel most) noexcept
-{
-    g_most = most;
 }
 
 } // namespace vk

@@ -39,7 +39,7 @@ public:
     void run(const uint8_t* row, int32_t first, int32_t count, uint8_t* levels, bool streams) const noexcept;
 
     /// True when rows are not looked up.
-    bool is_linear() const noexcept { return linear_row_ != nullptr; }
+    bool is_linear() const noexcept { return loops_ != nullptr; }
 
 private:
     void fill_table(const WindowSteps& steps) noexcept;
@@ -51,10 +51,7 @@ private:
     RowBuffer table_;
     RowBuffer steps_; ///< of more than 16 bits: the first sample of each level
     LinearWindow linear_;
-    LinearRow linear_row_ = nullptr;
+    const LinearLoops* loops_ = nullptr; ///< or the table
 };
-
-/// Limits windows opened from now on; plain ones keep to their tables. For tests and benchmarks.
-void limit_windows(WindowLevel most) noexcept;
 
 } // namespace vk

@@ -10,10 +10,10 @@
 #include "kernel/system/Progress.h"
 #include "kernel/window/Samples.h"
 #include "kernel/window/ShownRows.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk {
 
@@ -37,7 +37,7 @@ public:
     ~Fill()
     {
         if (streams_)
-            _mm_sfence();
+            simd::fence();
     }
 
     int run(const SampleForm& form, const V_WINDOW* window) noexcept

@@ -288,15 +288,16 @@ TEST(CombineBits, FastFormsAreTaken)
     const std::vector<uint8_t> from(400, 0x5A);
     std::vector<uint8_t> to(400);
     const combine::Logic logic(0x6);
-    for (const uint32_t shift : {0u, 3u}) {
-        if (simd::level() >= simd::Level::avx2) {
-            EXPECT_EQ(96u, combine::logic_bytes_avx2(to.data(), from.data(), 99, shift, logic,
-                                                     combine::BitOrder::high_first));
-        }
-        if (simd::level() >= simd::Level::avx512) {
-            EXPECT_EQ(99u, combine::logic_bytes_avx512(to.data(), from.data(), 99, shift, logic,
-                                                       combine::BitOrder::low_first));
-        }
+    for (const simd::Level level : kLevels) {
+        const AtLevel at(level);
+        const size_t done = at.reached == simd::Level::avx512 ? 99 : 96;
+        const combine::BitLoops* const loops = combine::bit_loops_sets.best();
+        EXPECT_EQ(level >= simd::Level::avx2 && at.reached >= simd::Level::avx2, loops != nullptr);
+        for (const uint32_t shift : {0u, 3u})
+            for (const combine::BitOrder order : {combine::BitOrder::high_first, combine::BitOrder::low_first})
+                if (loops) {
+                    EXPECT_EQ(done, loops->logic_bytes(to.data(), from.data(), 99, shift, logic, order));
+                }
     }
 }
 

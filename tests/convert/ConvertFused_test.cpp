@@ -4,6 +4,7 @@
 #include "kernel/convert/KeptPlan.h"
 #include "kernel/convert/Plan.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestBitmap.h"
 
 #include <memory>
@@ -14,21 +15,14 @@ namespace {
 using pixel::FusedPath;
 using pixel::Plan;
 
-/// Gives the paths back when a test ends.
-struct Limit {
-    explicit Limit(simd::Level highest) { simd::limit_level(highest); }
-    ~Limit() { simd::limit_level(simd::Level::avx512); }
-    Limit(const Limit&) = delete;
-    Limit& operator=(const Limit&) = delete;
-};
-
-/// One path with palettes of its own.
+/// One path with palettes of its own, and the level that has it.
 struct Case {
     const FusedPath& path;
+    const simd::Level level;
     ConvertJob job;
     RGBQUAD src_palette[256], dst_palette[256];
 
-    Case(const FusedPath& p, TestRandom& random) : path(p)
+    Case(const FusedPath& p, simd::Level l, TestRandom& random) : path(p), level(l)
     {
         random.fill(src_palette, sizeof src_palette);
         // Grays that a comparison can tell apart, either way round.
@@ -37,6 +31,9 @@ struct Case {
                    light = static_cast<uint8_t>(120 + random.below(136));
         dst_palette[dark_first ? 0 : 1] = {dark, dark, dark, 0};
         dst_palette[dark_first ? 1 : 0] = {light, light, light, 0};
+        const bool is_gray = p.src_bits == 0 || p.src_order == COLORORDER_GRAY;
+        if (is_gray && p.serves == pixel::find_bits) // or that none can
+            dst_palette[0] = dst_palette[1];
         job.src_bits = p.src_bits;
         job.dst_bits = p.dst_bits;
         job.src_order = p.src_order == pixel::kAnyOrder ? COLORORDER_RGB : p.src_order;
@@ -48,7 +45,7 @@ struct Case {
     /// The plan as decided below a level, and whether it takes the path.
     std::unique_ptr<Plan> plan(simd::Level highest) const
     {
-        const Limit limit(highest);
+        const AtLevel at(highest);
         auto result = std::make_unique<Plan>();
         EXPECT_TRUE(pixel::make_plan(job, result.get()));
         EXPECT_EQ(highest == simd::Level::plain ? nullptr : &path, result->fused) << path.name;
@@ -76,7 +73,7 @@ void compare(const Case& c, size_t width, TestRandom& random, GuardedBuffer& buf
 {
     SCOPED_TRACE(std::string(c.path.name) + ", " + std::to_string(width) + " pixels");
     const auto edge = random.one_in(2) ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
-    const auto plan = c.plan(c.path.level);
+    const auto plan = c.plan(c.level);
     Bytes src(c.src_bytes(width));
     random.fill(src.data(), src.size());
     const Bytes expected = general(c, src, width);
@@ -101,25 +98,28 @@ TEST(ConvertFused, EveryPathIsTheGeneralWay)
     TestRandom random(4711);
     SCOPED_TRACE(random);
     GuardedBuffer buffer(40000, GuardedBuffer::Edge::front), target(40000, GuardedBuffer::Edge::front);
-    size_t run = 0;
-    for (size_t i = 0; pixel::fused_path(i) != nullptr; ++i) {
-        const FusedPath& path = *pixel::fused_path(i);
-        ASSERT_EQ(0u, path.step % 8) << path.name;
-        ASSERT_LE(path.step, pixel::kMaxFusedStep) << path.name;
-        ASSERT_LE(path.slack, pixel::kFusedSlack) << path.name;
-        if (path.level > simd::level())
-            continue;
-        ++run;
-        const Case c(path, random);
-        for (size_t width = 1; width <= 300; ++width)
-            compare(c, width, random, buffer, target);
-        for (const size_t width : {2047u, 2048u, 2049u, 4096u, 5000u})
-            compare(c, width, random, buffer, target);
-        if (HasFailure())
-            return;
+    const auto expect_rows = [&](const pixel::FusedRows& rows, simd::Level level) {
+        for (const FusedPath* path = rows.first; path < rows.first + rows.count; ++path) {
+            ASSERT_EQ(0u, path->step % 8) << path->name;
+            ASSERT_LE(path->step, pixel::kMaxFusedStep) << path->name;
+            ASSERT_LE(path->slack, pixel::kFusedSlack) << path->name;
+            const Case c(*path, level, random);
+            for (size_t width = 1; width <= 300; ++width)
+                compare(c, width, random, buffer, target);
+            for (const size_t width : {2047u, 2048u, 2049u, 4096u, 5000u})
+                compare(c, width, random, buffer, target);
+            if (HasFailure())
+                return;
+        }
+    };
+    expect_rows(pixel::kPlainFusedRows, simd::Level::base);
+    for (const simd::Level level : {simd::Level::neon, simd::Level::avx2, simd::Level::avx512}) {
+        SCOPED_TRACE(static_cast<int>(level));
+        const AtLevel at(level);
+        const pixel::FusedRows* const rows = pixel::fused_rows_sets.best();
+        if (rows != nullptr && at.reached == level)
+            expect_rows(*rows, level);
     }
-    EXPECT_GE(run, 2u);
-    RecordProperty("level", static_cast<int>(simd::level()));
 }
 
 TEST(ConvertFused, DecidesOnceForWholeBlocks)

@@ -63,15 +63,14 @@ TEST(FillAlpha, ColoursAreMultipliedAndDivided)
         }
     uint8_t pixels[400] = {};
     uint8_t alphas[100] = {};
-    if (simd::level() >= simd::Level::avx2) {
-        EXPECT_EQ(96u, fill::premultiply_avx2(pixels, 99));
-        EXPECT_EQ(96u, fill::unpremultiply_avx2(pixels, 99));
-        EXPECT_EQ(96u, fill::take_alpha_avx2(pixels, alphas, 99));
-    }
-    if (simd::level() >= simd::Level::avx512) {
-        EXPECT_EQ(99u, fill::premultiply_avx512(pixels, 99));
-        EXPECT_EQ(99u, fill::unpremultiply_avx512(pixels, 99));
-        EXPECT_EQ(64u, fill::take_alpha_avx512(pixels, alphas, 99));
+    for (const simd::Level level : kLevels) {
+        const AtLevel at(level);
+        if (const fill::AlphaLoops* const loops = fill::alpha_loops_sets.best()) {
+            const bool masks = at.reached == simd::Level::avx512;
+            EXPECT_EQ(masks ? 99u : 96u, loops->premultiply(pixels, 99));
+            EXPECT_EQ(masks ? 99u : 96u, loops->unpremultiply(pixels, 99));
+            EXPECT_EQ(masks ? 64u : 96u, loops->take_alpha(pixels, alphas, 99));
+        }
     }
 }
 
