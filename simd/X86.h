@@ -337,6 +337,24 @@ VK_SIMD_INLINE Vec<double, 8> to_double(Vec<int32_t, 8> a) noexcept
 #endif
 #undef VK_REAL_AT
 
+#define VK_DOUBLE_AT(n, prefix)                                                                                       \
+    VK_SIMD_INLINE Vec<double, n> min(Vec<double, n> a, Vec<double, n> b) noexcept                                    \
+    {                                                                                                                 \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_min_pd(native_real(a), native_real(b)))};              \
+    }                                                                                                                 \
+    VK_SIMD_INLINE Vec<double, n> max(Vec<double, n> a, Vec<double, n> b) noexcept                                    \
+    {                                                                                                                 \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_max_pd(native_real(a), native_real(b)))};              \
+    }
+VK_DOUBLE_AT(2, _mm)
+#if VK_SIMD_X86 >= 2
+VK_DOUBLE_AT(4, _mm256)
+#endif
+#if VK_SIMD_X86 >= 3
+VK_DOUBLE_AT(8, _mm512)
+#endif
+#undef VK_DOUBLE_AT
+
 // ---- lanes from anywhere ----
 
 #if VK_SIMD_X86 >= 2
