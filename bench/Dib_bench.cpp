@@ -6,6 +6,7 @@
 #include "kernel/dib/Header.h"
 #include "kernel/dib/Runs.h"
 #include "kernel/dib/Yuv.h"
+#include "simd/Level.h"
 
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>
@@ -130,18 +131,18 @@ void decode_runs(benchmark::State& state)
     });
 }
 
-void decode_yuv(benchmark::State& state, const char (&code)[5], dib::YuvLevel level)
+void decode_yuv(benchmark::State& state, const char (&code)[5], simd::Level level)
 {
     const dib::YuvFormat* const format = dib::find_yuv(dib::four_cc(code));
     const auto bytes = static_cast<size_t>(dib::yuv_bytes(*format, kWide, kHigh));
     std::vector<uint8_t> samples = photo(kPhotoWidth, kPhotoHeight, 2);
     samples.resize(bytes);
     Block to(kPixels * 3, 1);
-    dib::limit_yuv_level(level);
+    simd::limit_level(level);
     against_memcpy(state, bytes, to.size(), kPixels, [&] {
         dib::convert_yuv({format, samples.data(), kWide, kHigh}, 0, kHigh, to.data(), size_t{kWide} * 3);
     });
-    dib::limit_yuv_level(dib::YuvLevel::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 /// The same through the exported function, into a bitmap that is made.
@@ -206,15 +207,15 @@ BENCHMARK_CAPTURE(convert_to_24, same, BOTTOM_LEFT)->Name("dib/convert_to/24")->
 BENCHMARK_CAPTURE(convert_to_24, turned, TOP_LEFT)->Name("dib/convert_to/24/top_left")->Apply(settings);
 BENCHMARK(change_both_ways)->Name("dib/change/24")->Apply(settings);
 BENCHMARK(decode_runs)->Name("dib/runs/8")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, yuy2, "YUY2", dib::YuvLevel::avx512)->Name("dib/yuv/YUY2")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, uyvy, "UYVY", dib::YuvLevel::avx512)->Name("dib/yuv/UYVY")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, i420, "I420", dib::YuvLevel::avx512)->Name("dib/yuv/I420")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, yuy2_avx2, "YUY2", dib::YuvLevel::avx2)->Name("dib/yuv/YUY2/avx2")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, uyvy_avx2, "UYVY", dib::YuvLevel::avx2)->Name("dib/yuv/UYVY/avx2")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, i420_avx2, "I420", dib::YuvLevel::avx2)->Name("dib/yuv/I420/avx2")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, yuy2_plain, "YUY2", dib::YuvLevel::plain)->Name("dib/yuv/YUY2/plain")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, uyvy_plain, "UYVY", dib::YuvLevel::plain)->Name("dib/yuv/UYVY/plain")->Apply(settings);
-BENCHMARK_CAPTURE(decode_yuv, i420_plain, "I420", dib::YuvLevel::plain)->Name("dib/yuv/I420/plain")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, yuy2, "YUY2", simd::Level::avx512)->Name("dib/yuv/YUY2")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, uyvy, "UYVY", simd::Level::avx512)->Name("dib/yuv/UYVY")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, i420, "I420", simd::Level::avx512)->Name("dib/yuv/I420")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, yuy2_avx2, "YUY2", simd::Level::avx2)->Name("dib/yuv/YUY2/avx2")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, uyvy_avx2, "UYVY", simd::Level::avx2)->Name("dib/yuv/UYVY/avx2")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, i420_avx2, "I420", simd::Level::avx2)->Name("dib/yuv/I420/avx2")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, yuy2_plain, "YUY2", simd::Level::plain)->Name("dib/yuv/YUY2/plain")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, uyvy_plain, "UYVY", simd::Level::plain)->Name("dib/yuv/UYVY/plain")->Apply(settings);
+BENCHMARK_CAPTURE(decode_yuv, i420_plain, "I420", simd::Level::plain)->Name("dib/yuv/I420/plain")->Apply(settings);
 
 } // namespace
 } // namespace vk::bench

@@ -6,7 +6,7 @@
 #include "Vkcolorres.h"
 #include "Vkyuv.h"
 #include "kernel/dib/Header.h"
-#include "kernel/yuv/Kernels.h"
+#include "simd/Level.h"
 
 #if defined(VKKRNX_BENCH_YUV)
 #include <libyuv.h>
@@ -42,24 +42,24 @@ struct Pair {
     Pair& operator=(const Pair&) = delete;
 };
 
-void from_bitmap(benchmark::State& state, const char (&code)[5], yuv::Level level)
+void from_bitmap(benchmark::State& state, const char (&code)[5], simd::Level level)
 {
     Pair pair(code);
-    yuv::limit_level(level);
+    simd::limit_level(level);
     against_memcpy(state, 3 * kPixels, pair.block.size(), kPixels, [&] { V_BitmapToYuv(&pair.bitmap, &pair.picture); });
-    yuv::limit_level(yuv::Level::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
-void to_bitmap(benchmark::State& state, const char (&code)[5], yuv::Level level)
+void to_bitmap(benchmark::State& state, const char (&code)[5], simd::Level level)
 {
     Pair pair(code);
-    yuv::limit_level(level);
+    simd::limit_level(level);
     against_memcpy(state, pair.block.size(), 3 * kPixels, kPixels, [&] {
         BITMAPHANDLE made;
         V_YuvToBitmap(&made, sizeof made, &pair.picture);
         V_FreeBitmap(&made);
     });
-    yuv::limit_level(yuv::Level::avx512);
+    simd::limit_level(simd::Level::avx512);
 }
 
 void count_colors(benchmark::State& state)
@@ -152,16 +152,16 @@ BENCHMARK_CAPTURE(limit, to_422, 2 * kPixels, 3 * kPixels)->Name("yuv/to_24/limi
 BENCHMARK_CAPTURE(limit, to_444, 3 * kPixels, 3 * kPixels)->Name("yuv/to_24/limit, I444")->Apply(settings);
 
 #define VK_YUV_BENCH(code)                                                                                             \
-    BENCHMARK_CAPTURE(from_bitmap, code, #code, yuv::Level::avx512)->Name("yuv/from_24/" #code)->Apply(settings);      \
-    BENCHMARK_CAPTURE(to_bitmap, code, #code, yuv::Level::avx512)->Name("yuv/to_24/" #code)->Apply(settings)
+    BENCHMARK_CAPTURE(from_bitmap, code, #code, simd::Level::avx512)->Name("yuv/from_24/" #code)->Apply(settings);     \
+    BENCHMARK_CAPTURE(to_bitmap, code, #code, simd::Level::avx512)->Name("yuv/to_24/" #code)->Apply(settings)
 VK_YUV_BENCH(I420);
 VK_YUV_BENCH(NV12);
 VK_YUV_BENCH(YUY2);
 VK_YUV_BENCH(I444);
-BENCHMARK_CAPTURE(from_bitmap, NV12_avx2, "NV12", yuv::Level::avx2)->Name("yuv/from_24/NV12/avx2")->Apply(settings);
-BENCHMARK_CAPTURE(to_bitmap, NV12_avx2, "NV12", yuv::Level::avx2)->Name("yuv/to_24/NV12/avx2")->Apply(settings);
-BENCHMARK_CAPTURE(from_bitmap, NV12_plain, "NV12", yuv::Level::plain)->Name("yuv/from_24/NV12/plain")->Apply(settings);
-BENCHMARK_CAPTURE(to_bitmap, NV12_plain, "NV12", yuv::Level::plain)->Name("yuv/to_24/NV12/plain")->Apply(settings);
+BENCHMARK_CAPTURE(from_bitmap, NV12_avx2, "NV12", simd::Level::avx2)->Name("yuv/from_24/NV12/avx2")->Apply(settings);
+BENCHMARK_CAPTURE(to_bitmap, NV12_avx2, "NV12", simd::Level::avx2)->Name("yuv/to_24/NV12/avx2")->Apply(settings);
+BENCHMARK_CAPTURE(from_bitmap, NV12_plain, "NV12", simd::Level::plain)->Name("yuv/from_24/NV12/plain")->Apply(settings);
+BENCHMARK_CAPTURE(to_bitmap, NV12_plain, "NV12", simd::Level::plain)->Name("yuv/to_24/NV12/plain")->Apply(settings);
 BENCHMARK(count_colors)->Name("colors/count/24")->Apply(settings);
 
 } // namespace

@@ -1,8 +1,10 @@
 #include "kernel/dib/Runs.h"
 
+#include "simd/Level.h"
+#include "simd/Simd.h"
+
 #include <algorithm>
 #include <cstring>
-#include <emmintrin.h>
 
 namespace vk::dib {
 
@@ -20,8 +22,8 @@ void put_nibble(uint8_t* to, uint32_t x, uint32_t value) noexcept
 
 RunDecoder::RunDecoder(const uint8_t* data, size_t bytes, int32_t bits, uint32_t width, uint32_t height,
                        uint32_t stride) noexcept
-    : at_(data), end_(data + bytes), nibbles_(bits == 4), width_(width), stride_(stride),
-      limit_(nibbles_ ? 2 * stride : stride), rows_left_(height)
+    : at_(data), end_(data + bytes), nibbles_(bits == 4), is_fast_(!nibbles_ && simd::level() != simd::Level::plain),
+      width_(width), stride_(stride), limit_(nibbles_ ? 2 * stride : stride), rows_left_(height)
 {}
 
 /// Clears pixels; those of 4 bits are clear before a row begins.
@@ -55,7 +57,7 @@ bool RunDecoder::row(uint8_t* to) noexcept
     }
     Step step = Step::more;
     while (step == Step::more) {
-        if (!nibbles_)
+        if (is_fast_)
             run_bytes(to);
         if (end_ - at_ < 2)
             return complete(to) == Step::done;
@@ -87,16 +89,15 @@ void RunDecoder::run_bytes(uint8_t* to) noexcept
         const uint32_t is_literal = (run - 1) >> 31; // 1 when the run is 0
         const uint32_t literal = second & (0u - is_literal);
         const uint32_t count = run + literal;
-        const __m128i from_data = _mm_set1_epi32(-static_cast<int32_t>(is_literal));
-        const __m128i value = _mm_andnot_si128(from_data, _mm_set1_epi8(static_cast<char>(second)));
-        const auto* const from = reinterpret_cast<const __m128i*>(at + 2);
-        auto* const out = reinterpret_cast<__m128i*>(to + x);
-        const auto move = [&](uint32_t i) noexcept {
-            _mm_storeu_si128(out + i, _mm_or_si128(value, _mm_and_si128(from_data, _mm_loadu_si128(from + i))));
+        using Bytes = simd::Quad<uint8_t>;
+        const auto from_data = simd::all<Bytes>(static_cast<uint8_t>(0 - is_literal));
+        const auto value = ~from_data & simd::all<Bytes>(static_cast<uint8_t>(second));
+        const auto move = [&, to = to + x](uint32_t i) noexcept {
+            simd::store(to + i, value | (from_data & simd::load<Bytes>(at + 2 + i)));
         };
-        for (uint32_t i = 0; i < kFirst / 16; ++i)
+        for (uint32_t i = 0; i < kFirst; i += Bytes::kBytes)
             move(i);
-        for (uint32_t i = kFirst / 16; i * 16 < count; ++i)
+        for (uint32_t i = kFirst; i < count; i += Bytes::kBytes)
             move(i);
         at += 2 + literal + literal % 2;
         x += count;

@@ -33,6 +33,7 @@ private:
     const uint8_t* at_;
     const uint8_t* end_;
     bool nibbles_;
+    bool is_fast_; ///< runs and literals of bytes are taken in vectors
     uint32_t width_;
     uint32_t stride_;
     uint32_t limit_;     ///< pixels that the stride holds

@@ -3,10 +3,9 @@
 #include "kernel/dib/Header.h"
 #include "kernel/dib/YuvKernel.h"
 #include "kernel/yuv/Samples.h"
+#include "simd/Simd.h"
 
 #include <algorithm>
-#include <atomic>
-#include <emmintrin.h>
 
 namespace vk::dib {
 
@@ -123,64 +122,54 @@ YuvRow planar_row(const YuvPicture& picture, uint32_t row) noexcept
     return {picture.samples + size_t{row} * picture.width, v_first ? second : first, v_first ? first : second};
 }
 
-std::atomic<YuvLevel> level_in_use{YuvLevel::plain};
-std::atomic<bool> level_known{false};
-
-YuvLevel best_level() noexcept
-{
-    const bool is_wide = __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                         __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq") &&
-                         __builtin_cpu_supports("avx512vbmi");
-    if (is_wide && __builtin_cpu_supports("avx2"))
-        return YuvLevel::avx512;
-    return __builtin_cpu_supports("avx2") ? YuvLevel::avx2 : YuvLevel::plain;
-}
-
-YuvLevel current_level() noexcept
-{
-    if (!level_known.load(std::memory_order_relaxed))
-        limit_yuv_level(YuvLevel::avx512);
-    return level_in_use.load(std::memory_order_relaxed);
-}
-
-/// How rows are converted.
+/// Loops, and how they write.
 struct Manner {
-    YuvLevel level = YuvLevel::plain; ///< vector kernels do what they can
-    bool stream = false;              ///< with writes past the caches
-    bool stream_wide = false;         ///< of the wider kernels, too
+    const YuvLoops* loops; ///< or null
+    bool streams;          ///< past the caches
+};
+
+/// How rows are converted: by the best loops, and what these leave of a row by narrower ones.
+struct Manners {
+    Manner best, next;
 };
 
 /// Where writing past the caches begins to pay.
 constexpr size_t kStreamedBytes = size_t{16} << 20;
 
-Manner manner_for(const uint8_t* to, size_t stride, uint32_t rows) noexcept
+Manners manners_for(const uint8_t* to, size_t stride, uint32_t rows) noexcept
 {
     const uintptr_t places = reinterpret_cast<uintptr_t>(to) | stride;
     const bool is_big = stride * rows >= kStreamedBytes;
-    return {current_level(), is_big && places % 32 == 0, is_big && places % 64 == 0};
+    const auto manner = [&](const YuvLoops* loops) noexcept {
+        return Manner{loops, loops && is_big && places % loops->vector_bytes == 0};
+    };
+    return {manner(yuv_loops_sets.best()), manner(yuv_loops_sets.at(std::min(simd::level(), simd::Level::avx2)))};
 }
 
 using RowFrom = YuvRow (YuvRow::*)(uint32_t x) const noexcept;
 
-/// Converts what the kernels can, the wider one first; returns the number of pixels.
-template <YuvKernel wide, YuvKernel narrow, RowFrom from>
-uint32_t run_kernels(const YuvRow& row, uint32_t width, uint8_t* bgr, Manner manner) noexcept
+/// Converts what the kernels can; returns the number of pixels.
+template <YuvKernel* YuvLoops::*kernel, RowFrom from>
+uint32_t run_kernels(const YuvRow& row, uint32_t width, uint8_t* bgr, const Manners& manners) noexcept
 {
-    if (manner.level == YuvLevel::plain)
+    if (!manners.best.loops)
         return 0;
-    const uint32_t done = manner.level == YuvLevel::avx512 ? wide(row, width, bgr, manner.stream_wide) : 0;
-    return done + narrow((row.*from)(done), width - done, bgr + 3 * size_t{done}, manner.stream);
+    const uint32_t done = (manners.best.loops->*kernel)(row, width, bgr, manners.best.streams);
+    if (manners.next.loops == manners.best.loops)
+        return done;
+    return done +
+           (manners.next.loops->*kernel)((row.*from)(done), width - done, bgr + 3 * size_t{done}, manners.next.streams);
 }
 
-template <PutPixel put, YuvKernel wide, YuvKernel narrow>
+template <PutPixel put, YuvKernel* YuvLoops::*kernel>
 void packed_row(YuvLayout layout, const uint8_t* from, const YuvRow& row, uint32_t width, uint8_t* bgr,
-                Manner manner) noexcept
+                const Manners& manners) noexcept
 {
-    const uint32_t done = run_kernels<wide, narrow, &YuvRow::packed_from>(row, width, bgr, manner);
+    const uint32_t done = run_kernels<kernel, &YuvRow::packed_from>(row, width, bgr, manners);
     unpacked<put>(layout, from, done, width, bgr);
 }
 
-void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner manner) noexcept
+void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, const Manners& manners) noexcept
 {
     const YuvFormat& format = *picture.format;
     const uint32_t width = picture.width;
@@ -188,14 +177,14 @@ void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner m
     const YuvLayout layout = format.layout;
     switch (layout) {
     case YuvLayout::yuy2:
-        return packed_row<full_range_pixel, yuy2_full_avx512, yuy2_full_avx2>(layout, from, {from, from + 1, from + 3},
-                                                                              width, bgr, manner);
+        return packed_row<full_range_pixel, &YuvLoops::yuy2_full>(layout, from, {from, from + 1, from + 3}, width, bgr,
+                                                                  manners);
     case YuvLayout::uyvy:
-        return packed_row<studio_pixel, uyvy_studio_avx512, uyvy_studio_avx2>(layout, from, {from + 1, from, from + 2},
-                                                                              width, bgr, manner);
+        return packed_row<studio_pixel, &YuvLoops::uyvy_studio>(layout, from, {from + 1, from, from + 2}, width, bgr,
+                                                                manners);
     case YuvLayout::yvyu:
-        return packed_row<studio_pixel, yvyu_studio_avx512, yvyu_studio_avx2>(layout, from, {from, from + 3, from + 1},
-                                                                              width, bgr, manner);
+        return packed_row<studio_pixel, &YuvLoops::yvyu_studio>(layout, from, {from, from + 3, from + 1}, width, bgr,
+                                                                manners);
     case YuvLayout::y41p:
     case YuvLayout::y211:
         return unpacked<full_range_pixel>(layout, from, 0, width, bgr);
@@ -206,7 +195,7 @@ void convert_row(const YuvPicture& picture, uint32_t row, uint8_t* bgr, Manner m
     const YuvRow samples = planar_row(picture, row);
     uint32_t done = 0;
     if (format.layout == YuvLayout::planar2)
-        done = run_kernels<planar_studio_avx512, planar_studio_avx2, &YuvRow::planar_from>(samples, width, bgr, manner);
+        done = run_kernels<&YuvLoops::planar_studio, &YuvRow::planar_from>(samples, width, bgr, manners);
     planes<studio_pixel>(samples, done, width, chroma_step(format), bgr);
 }
 
@@ -250,19 +239,11 @@ void studio_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept
 
 void convert_yuv(const YuvPicture& picture, uint32_t first, uint32_t rows, uint8_t* to, size_t stride) noexcept
 {
-    const Manner manner = manner_for(to, stride, rows);
+    const Manners manners = manners_for(to, stride, rows);
     for (uint32_t i = 0; i < rows; ++i)
-        convert_row(picture, first + i, to + i * stride, manner);
-    if (manner.stream)
-        _mm_sfence();
-}
-
-YuvLevel limit_yuv_level(YuvLevel limit) noexcept
-{
-    const YuvLevel level = std::min(limit, best_level());
-    level_in_use = level;
-    level_known = true;
-    return level;
+        convert_row(picture, first + i, to + i * stride, manners);
+    if (manners.best.streams || manners.next.streams)
+        simd::fence();
 }
 
 } // namespace vk::dib

@@ -1,6 +1,6 @@
 // YUV layouts of DIBs to 24-bit BGR. Two formulas are in use, by layout: full range in thousandths with divisions that
-// truncate, studio range in 1024ths with shifts. Yuv.cpp has the layouts and the plain form, YuvKernel.h what the fast
-// forms share; they give the same bytes.
+// truncate, studio range in 1024ths with shifts. Yuv.cpp has the layouts and the plain form, YuvKernel.h leads
+// to the fast forms; they give the same bytes.
 #pragma once
 
 #include <cstddef>
@@ -44,10 +44,5 @@ void convert_yuv(const YuvPicture& picture, uint32_t first, uint32_t rows, uint8
 /// One pixel, by the formulas as they are written down.
 void full_range_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept;
 void studio_pixel(int32_t y, int32_t u, int32_t v, uint8_t* bgr) noexcept;
-
-/// What the conversion may use of the processor; for tests and benchmarks, while nothing converts.
-enum class YuvLevel : uint8_t { plain, avx2, avx512 };
-/// Goes down to a level, or up again as far as the processor goes; returns the one now in use.
-YuvLevel limit_yuv_level(YuvLevel limit) noexcept;
 
 } // namespace vk::dib

@@ -2,6 +2,8 @@
 // for two pixels, or in separate rows with one chroma sample for two pixels.
 #pragma once
 
+#include "simd/Level.h"
+
 #include <cstddef>
 #include <cstdint>
 
@@ -19,18 +21,18 @@ struct YuvRow {
 };
 
 /// Converts the first pixels of a row, as many as come in whole steps; returns their number. Reads no byte outside the
-/// row's samples and writes none behind its pixels. With `stream`, for rows at multiples of 32 bytes (of 64 for the
-/// wider kernels), writes go past the caches; the caller ends them with a fence.
-using YuvKernel = uint32_t(const YuvRow& row, uint32_t width, uint8_t* bgr, bool stream) noexcept;
+/// row's samples and writes none behind its pixels. With `streams`, for rows at multiples of a vector's bytes, writes
+/// go past the caches; the caller ends them with a fence.
+using YuvKernel = uint32_t(const YuvRow& row, uint32_t width, uint8_t* bgr, bool streams) noexcept;
 
-YuvKernel yuy2_full_avx2;
-YuvKernel uyvy_studio_avx2;
-YuvKernel yvyu_studio_avx2;
-YuvKernel planar_studio_avx2;
+struct YuvLoops {
+    size_t vector_bytes;
+    YuvKernel* yuy2_full;
+    YuvKernel* uyvy_studio;
+    YuvKernel* yvyu_studio;
+    YuvKernel* planar_studio;
+};
 
-YuvKernel yuy2_full_avx512;
-YuvKernel uyvy_studio_avx512;
-YuvKernel yvyu_studio_avx512;
-YuvKernel planar_studio_avx512;
+VK_SIMD_TABLE(YuvLoops, yuv_loops);
 
 } // namespace vk::dib

@@ -1,17 +1,16 @@
-// What rows of 8-bit samples go through on their way to colours and back, at the level that the processor has. All
-// levels give the same bits; those with wider vectors are the same loops, compiled for them, where the compiler makes
+// What rows of 8-bit samples go through on their way to colours and back, plain and for each instruction set. All
+// give the same bits; those with vectors are the same loops, compiled for them, where the compiler makes
 // the best of these, and code of their own elsewhere.
 #pragma once
 
 #include "kernel/yuv/Chroma.h"
 #include "kernel/yuv/Formula.h"
+#include "simd/Level.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace vk::yuv {
-
-enum class Level : uint8_t { plain, avx2, avx512 };
 
 /// What is read may be read up to kRoom samples behind its end and what is written be written there, but for the
 /// caller's memory: what the blends, to_bgr's luma and split read, and what to_bgr, luma, chroma and interleave write.
@@ -30,8 +29,8 @@ struct FusedRows {
     bool stream;
 };
 
-/// Ways from samples to colours and back in one go (Fused.h), where chroma is for a pixel or for two of a row. They
-/// touch nothing beyond the rows. `stream` as below.
+/// Ways from samples to colours and back in one go (Fused_vector.cpp), where chroma is for a pixel or for two of a row.
+/// They touch nothing beyond the rows. `stream` as below.
 struct FusedKernels {
     /// From n / 2 blended samples, rounded up, with one more on both sides and room behind, times 1 << shift.
     void (*to_bgr_pairs)(const uint8_t* y, const uint16_t* u, const uint16_t* v, size_t n, bool centered, int32_t shift,
@@ -47,7 +46,6 @@ struct FusedKernels {
 };
 
 struct Kernels {
-    Level level;
     /// own * own_weight + other * other_weight, for n samples.
     void (*blend)(const uint8_t* own, const uint8_t* other, const RowBlend& blend, uint16_t* to, size_t n) noexcept;
     /// The same for pairs of samples, to two rows.
@@ -73,16 +71,11 @@ struct Kernels {
     const FusedKernels* fused; ///< null at the plain level
 };
 
-extern const FusedKernels kFused_avx2;
-extern const FusedKernels kFused_avx512;
+VK_SIMD_TABLE(FusedKernels, fused_kernels);
+VK_SIMD_TABLE(Kernels, vector_kernels);
 extern const Kernels kPlainKernels;
-extern const Kernels kKernels_avx2;
-extern const Kernels kKernels_avx512;
 
 /// Those in use.
 const Kernels& kernels() noexcept;
-/// Goes down to a level, or up again as far as the processor goes; returns the one now in use. For tests and
-/// benchmarks, while nothing converts.
-Level limit_level(Level limit) noexcept;
 
 } // namespace vk::yuv

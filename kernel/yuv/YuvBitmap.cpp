@@ -15,8 +15,7 @@
 #include "kernel/view/ViewPerspective.h"
 #include "kernel/yuv/FromYuv.h"
 #include "kernel/yuv/ToYuv.h"
-
-#include <emmintrin.h>
+#include "simd/Simd.h"
 
 namespace vk::yuv {
 
@@ -52,7 +51,7 @@ template <class Rows, class Write> int write_rows(BITMAPHANDLE& bitmap, Rows& ro
         return writer.write(row, 1);
     });
     if (streams)
-        _mm_sfence();
+        simd::fence();
     return done;
 }
 
@@ -133,7 +132,7 @@ template <class Rows> int read_rows(BITMAPHANDLE& bitmap, Rows& rows, int32_t bi
         return read;
     });
     if (rows.streams())
-        _mm_sfence();
+        simd::fence();
     return done;
 }
 

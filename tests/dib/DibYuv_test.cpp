@@ -1,12 +1,15 @@
 // YUV layouts: literal samples, every combination of the formulas in the fast forms, and the edges of rows.
 #include "kernel/dib/Yuv.h"
+#include "kernel/dib/YuvKernel.h"
 #include "tests/support/GuardedBuffer.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestDib.h"
 
 #include <array>
 
 using namespace vk::testing;
 namespace dib = vk::dib;
+namespace simd = vk::simd;
 
 namespace {
 
@@ -121,19 +124,19 @@ TEST(DibYuv, EightPixelsInTwelveBytes)
     }
 }
 
-/// The forms besides the plain one that this processor has.
-std::vector<dib::YuvLevel> fast_levels()
+/// The levels with a form besides the plain one that this processor has.
+std::vector<simd::Level> fast_levels()
 {
-    std::vector<dib::YuvLevel> levels;
-    for (const dib::YuvLevel level : {dib::YuvLevel::avx2, dib::YuvLevel::avx512})
-        if (dib::limit_yuv_level(level) == level)
+    std::vector<simd::Level> levels;
+    for (const simd::Level level : kLevels)
+        if (AtLevel(level).reached == level && dib::yuv_loops_sets.at(level))
             levels.push_back(level);
     return levels;
 }
 
 TEST(DibYuv, FastFormsEqualThePlainOne)
 {
-    const std::vector<dib::YuvLevel> levels = fast_levels();
+    const std::vector<simd::Level> levels = fast_levels();
     if (levels.empty())
         GTEST_SKIP() << "this processor has the plain form only";
     // Every chroma pair with a few lumas, in the order of each layout; 512 pixels in a row.
@@ -153,15 +156,26 @@ TEST(DibYuv, FastFormsEqualThePlainOne)
                 }
             Bytes fast(512 * 3 * 256);
             Bytes plain(fast.size());
-            dib::limit_yuv_level(dib::YuvLevel::plain);
-            dib::convert_yuv({format, data.data(), 512, 256}, 0, 256, plain.data(), 512 * 3);
-            for (const dib::YuvLevel level : levels) {
-                dib::limit_yuv_level(level);
-                dib::convert_yuv({format, data.data(), 512, 256}, 0, 256, fast.data(), 512 * 3);
+            const auto convert = [&](simd::Level level, Bytes& to) {
+                const AtLevel at(level);
+                dib::convert_yuv({format, data.data(), 512, 256}, 0, 256, to.data(), 512 * 3);
+            };
+            convert(simd::Level::plain, plain);
+            for (const simd::Level level : levels) {
+                convert(level, fast);
                 EXPECT_TRUE(fast == plain) << code << ' ' << luma << ' ' << static_cast<int>(level);
             }
         }
-    dib::limit_yuv_level(dib::YuvLevel::avx512);
+    // The forms do all whole vectors of these rows, and are others at each level.
+    const Bytes samples(1024);
+    Bytes pixels(512 * 3);
+    for (size_t i = 0; i < levels.size(); ++i) {
+        const dib::YuvLoops* const loops = dib::yuv_loops_sets.at(levels[i]);
+        const dib::YuvRow row{samples.data(), samples.data(), samples.data()};
+        EXPECT_EQ(512u, loops->yuy2_full(row, 512, pixels.data(), false));
+        EXPECT_EQ(512u, loops->planar_studio(row, 512, pixels.data(), false));
+        EXPECT_TRUE(i == 0 || loops != dib::yuv_loops_sets.at(levels[i - 1]));
+    }
 }
 
 TEST(DibYuv, PastTheCaches)
@@ -178,12 +192,11 @@ TEST(DibYuv, PastTheCaches)
         for (const size_t place : {0, 16, 1}) {
             uint8_t* const whole = memory.data() + (place + 64 - reinterpret_cast<uintptr_t>(memory.data()) % 64) % 64;
             dib::convert_yuv({format, data.data(), kWide, kHigh}, 0, kHigh, whole, row.size());
-            dib::limit_yuv_level(dib::YuvLevel::plain);
+            const AtLevel at(simd::Level::plain);
             for (uint32_t y = 0; y < kHigh; y += 7) {
                 dib::convert_yuv({format, data.data(), kWide, kHigh}, y, 1, row.data(), row.size());
                 ASSERT_EQ(0, std::memcmp(row.data(), whole + y * row.size(), row.size())) << code << ' ' << y;
             }
-            dib::limit_yuv_level(dib::YuvLevel::avx512);
         }
     }
 }
@@ -191,8 +204,8 @@ TEST(DibYuv, PastTheCaches)
 TEST(DibYuv, WidthsBetweenGuards)
 {
     TestRandom random(7);
-    std::vector<dib::YuvLevel> levels = fast_levels();
-    levels.push_back(dib::YuvLevel::plain);
+    std::vector<simd::Level> levels = fast_levels();
+    levels.push_back(simd::Level::plain);
     for (const char* code : {"YUY2", "UYVY", "YVYU", "Y41P", "Y211", "I420", "YV12", "YVU9"})
         for (uint32_t width = 16; width <= 144; width += 16)
             for (uint32_t extra = 0; extra < 16; extra += 2) {
@@ -203,18 +216,17 @@ TEST(DibYuv, WidthsBetweenGuards)
                 const auto bytes = static_cast<size_t>(dib::yuv_bytes(*format, wide, height));
                 Bytes first;
                 const uint64_t seed = random.next();
-                for (const dib::YuvLevel level : levels) {
+                for (const simd::Level level : levels) {
                     const auto edge =
-                        level == dib::YuvLevel::plain ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
+                        level == simd::Level::plain ? GuardedBuffer::Edge::front : GuardedBuffer::Edge::back;
                     GuardedBuffer from(bytes, edge);
                     GuardedBuffer to(size_t{wide} * 3 * height, edge);
                     TestRandom(seed).fill(from.data(), bytes);
-                    dib::limit_yuv_level(level);
+                    const AtLevel at(level);
                     dib::convert_yuv({format, from.data(), wide, height}, 0, height, to.data(), size_t{wide} * 3);
                     const Bytes result(to.data(), to.data() + to.size());
                     first = first.empty() ? result : first;
                     ASSERT_TRUE(result == first) << code << ' ' << wide << ' ' << static_cast<int>(level);
                 }
             }
-    dib::limit_yuv_level(dib::YuvLevel::avx512);
 }

@@ -2,33 +2,37 @@
 #include "kernel/yuv/FromYuv.h"
 #include "kernel/yuv/Kernels.h"
 #include "kernel/yuv/ToYuv.h"
+#include "tests/support/Levels.h"
 #include "tests/yuv/YuvReference.h"
 
 using namespace vk::testing;
+namespace simd = vk::simd;
 namespace yuv = vk::yuv;
 
 namespace {
 
-/// The levels besides the plain one that this processor has.
-std::vector<yuv::Level> fast_levels()
+/// The levels with kernels in vectors that this processor has.
+std::vector<simd::Level> fast_levels()
 {
-    std::vector<yuv::Level> levels;
-    for (const yuv::Level level : {yuv::Level::avx2, yuv::Level::avx512})
-        if (yuv::limit_level(level) == level)
+    std::vector<simd::Level> levels;
+    for (const simd::Level level : kLevels)
+        if (AtLevel(level).reached == level && yuv::vector_kernels_sets.at(level))
             levels.push_back(level);
-    yuv::limit_level(yuv::Level::avx512);
     return levels;
 }
 
 /// Does the same at the plain level and at another.
-template <class Make> void expect_same(yuv::Level level, Make make)
+template <class Make> void expect_same(simd::Level level, Make make)
 {
-    yuv::limit_level(yuv::Level::plain);
-    const Bytes plain = make();
-    yuv::limit_level(level);
-    EXPECT_EQ(level, yuv::kernels().level);
+    Bytes plain;
+    {
+        const AtLevel at(simd::Level::plain);
+        EXPECT_EQ(&yuv::kPlainKernels, &yuv::kernels());
+        plain = make();
+    }
+    const AtLevel at(level);
+    EXPECT_EQ(yuv::vector_kernels_sets.at(level), &yuv::kernels());
     EXPECT_TRUE(plain == make());
-    yuv::limit_level(yuv::Level::avx512);
 }
 
 Bytes bitmap_of(const V_YUVPICTURE& picture)
@@ -51,16 +55,19 @@ Bytes planes_of(BITMAPHANDLE* bitmap, TestPicture& test)
 
 TEST(YuvKernels, LevelsAreDifferentCode)
 {
-    EXPECT_EQ(yuv::Level::plain, yuv::kPlainKernels.level);
-    for (const yuv::Kernels* const fast : {&yuv::kKernels_avx2, &yuv::kKernels_avx512}) {
+    EXPECT_EQ(nullptr, yuv::kPlainKernels.fused);
+    std::vector<const yuv::FusedKernels*> fused;
+    for (const simd::Level level : fast_levels()) {
+        const yuv::Kernels* const fast = yuv::vector_kernels_sets.at(level);
         const yuv::Kernels& plain = yuv::kPlainKernels;
         EXPECT_TRUE(fast->blend != plain.blend && fast->blend_pairs != plain.blend_pairs &&
                     fast->spread != plain.spread);
         EXPECT_TRUE(fast->to_bgr != plain.to_bgr && fast->split != plain.split && fast->luma != plain.luma);
         EXPECT_TRUE(fast->add != plain.add && fast->chroma != plain.chroma && fast->interleave != plain.interleave);
-        EXPECT_TRUE(fast->fused != plain.fused);
+        EXPECT_EQ(yuv::fused_kernels_sets.at(level), fast->fused);
+        EXPECT_EQ(fused.end(), std::find(fused.begin(), fused.end(), fast->fused));
+        fused.push_back(fast->fused);
     }
-    EXPECT_NE(yuv::kKernels_avx2.fused, yuv::kKernels_avx512.fused);
 }
 
 TEST(YuvKernels, CodesThatGoAtOnce)
@@ -73,14 +80,12 @@ TEST(YuvKernels, CodesThatGoAtOnce)
         picture.format = yuv::find_format(number_of(code.code));
         ASSERT_TRUE(picture.format);
         const bool is_one = std::strstr(kAtOnce, code.code) != nullptr;
-        for (const yuv::Level level : fast_levels()) {
-            yuv::limit_level(level);
-            EXPECT_EQ(is_one, yuv::ByteRows(picture).is_fused());
-            EXPECT_EQ(is_one, yuv::ByteRowsOut(picture).is_fused());
+        for (const simd::Level level : kLevels) {
+            const AtLevel at(level);
+            const bool is_fast = yuv::vector_kernels_sets.at(at.reached) != nullptr;
+            EXPECT_EQ(is_one && is_fast, yuv::ByteRows(picture).is_fused());
+            EXPECT_EQ(is_one && is_fast, yuv::ByteRowsOut(picture).is_fused());
         }
-        yuv::limit_level(yuv::Level::plain);
-        EXPECT_FALSE(yuv::ByteRows(picture).is_fused() || yuv::ByteRowsOut(picture).is_fused());
-        yuv::limit_level(yuv::Level::avx512);
     }
 }
 
@@ -91,7 +96,7 @@ TEST(YuvKernels, EverySampleTheSameAtEachLevel)
     std::vector<uint16_t> u(256 + yuv::kRoom), v(256 + yuv::kRoom);
     for (size_t i = 0; i < 256; ++i)
         y[i] = static_cast<uint8_t>(i);
-    for (const yuv::Level level : fast_levels())
+    for (const simd::Level level : fast_levels())
         for (uint32_t meaning = 0; meaning < 6; ++meaning) {
             const yuv::ToBytes formula = yuv::to_bytes({meaning / 2, meaning % 2, 8});
             for (uint32_t du = 0; du < 65536; du += 1021)
@@ -110,7 +115,7 @@ TEST(YuvKernels, EverySampleTheSameAtEachLevel)
 TEST(YuvKernels, PicturesTheSameAtEachLevel)
 {
     TestRandom random(51);
-    for (const yuv::Level level : fast_levels())
+    for (const simd::Level level : fast_levels())
         for (const YuvCode& code : kYuvCodes)
             for (int round = 0; round < 40 && code.bits == 8; ++round) {
                 const int32_t width = random.between(1, 300), height = random.between(1, 6);
@@ -141,7 +146,7 @@ TEST(YuvKernels, PastTheCaches)
         for (const size_t which : {size_t{9}, size_t{14}, size_t{0}, size_t{17}}) {
             TestPicture test(kYuvCodes[which], width, 2001, random);
             random.fill(test.planes[0]->data(), 100000);
-            for (const yuv::Level level : fast_levels()) {
+            for (const simd::Level level : fast_levels()) {
                 TestBitmap bitmap;
                 ASSERT_EQ(SUCCESS, V_YuvToBitmap(bitmap, BITMAPHANDLE_SIZE, &test.picture));
                 expect_same(level, [&] { return bitmap_of(test.picture); });
