@@ -4,7 +4,7 @@
 #include "BenchSupport.h"
 
 #include "Vkkrnx.h"
-#include "kernel/sampling/Loops.h"
+#include "simd/Level.h"
 
 #if defined(VKKRNX_BENCH_OPENCV)
 #include <opencv2/imgproc.hpp>
@@ -38,10 +38,13 @@ std::vector<uint8_t> picture(int32_t bits)
                      : photo(size.width, size.height, bits / 8);
 }
 
+/// By range(3).
+constexpr vk::simd::Level kLevels[] = {vk::simd::Level::plain, vk::simd::Level::avx2, vk::simd::Level::avx512};
+
 /// The exported function: range(0) bits, range(1) flags, range(2) angle, range(3) highest level of the inner loops.
 void rotate(benchmark::State& state)
 {
-    vk::sampling::limit_level(static_cast<vk::sampling::Level>(state.range(3)));
+    vk::simd::limit_level(kLevels[state.range(3)]);
     const auto bits = static_cast<int32_t>(state.range(0));
     const auto flags = static_cast<uint32_t>(state.range(1));
     const auto angle = static_cast<int32_t>(state.range(2));
@@ -57,7 +60,7 @@ void rotate(benchmark::State& state)
             state.SkipWithError("V_RotateBitmap");
         V_FreeBitmap(&bitmap);
     });
-    vk::sampling::limit_level(vk::sampling::Level::avx512);
+    vk::simd::limit_level(vk::simd::Level::avx512);
 }
 BENCHMARK(rotate)
     ->ArgNames({"bits", "flags", "angle", "level"})

@@ -3,7 +3,7 @@
 #include "bench/Limits.h"
 
 #include "Vkkrnx.h"
-#include "kernel/sampling/Loops.h"
+#include "simd/Level.h"
 
 #include <cmath>
 
@@ -107,6 +107,9 @@ template <class Call> void on_bitmap(benchmark::State& state, int32_t bits, Call
     });
 }
 
+/// By range(3).
+constexpr vk::simd::Level kLevels[] = {vk::simd::Level::plain, vk::simd::Level::avx2, vk::simd::Level::avx512};
+
 /// range(0) bits, range(1) flags, range(2) kind, range(3) highest level of the inner loops.
 void warp(benchmark::State& state)
 {
@@ -116,13 +119,13 @@ void warp(benchmark::State& state)
     const Size size = size_for(bits);
     const V_MATRIX map = map_for(kind, size);
     const std::vector<V_POINTD> grid = lens_grid(size);
-    vk::sampling::limit_level(static_cast<vk::sampling::Level>(state.range(3)));
+    vk::simd::limit_level(kLevels[state.range(3)]);
     on_bitmap(state, bits, [&](BITMAPHANDLE& bitmap) {
         return kind == lens ? V_WarpBitmapGrid(&bitmap, grid.data(), kGridColumns, kGridRows, size.width, size.height,
                                                flags, 0x00FFFFFFu)
                             : V_WarpBitmap(&bitmap, &map, size.width, size.height, flags, 0x00FFFFFFu);
     });
-    vk::sampling::limit_level(vk::sampling::Level::avx512);
+    vk::simd::limit_level(vk::simd::Level::avx512);
 }
 BENCHMARK(warp)
     ->ArgNames({"bits", "flags", "kind", "level"})

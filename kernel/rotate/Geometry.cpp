@@ -1,10 +1,10 @@
 #include "kernel/rotate/Geometry.h"
 
 #include "kernel/rotate/Angle.h"
+#include "simd/Round.h"
 
 #include <algorithm>
 #include <cmath>
-#include <emmintrin.h>
 
 namespace vk::rotate {
 
@@ -13,7 +13,7 @@ namespace {
 /// Rounded by the processor, without a call.
 int64_t to_fixed(double value) noexcept
 {
-    return _mm_cvtsd_si64(_mm_set_sd(value * static_cast<double>(kOne)));
+    return simd::nearest_whole(value * static_cast<double>(kOne));
 }
 
 /// Cuts [from, to] to the columns at which `start` + column * `slope` lies in [low, high].

@@ -1,29 +1,19 @@
-// The inner loops and who chooses among them. For each there is a plain form; forms for AVX2 (*_avx2.cpp) and AVX-512
-// (*_avx512.cpp) stand beside it where they pay, and give the same to the bit.
+// The inner loops and who chooses among them. For each there is a plain form; a form in vectors (*_vector.cpp) stands
+// beside it where it pays, and gives the same to the bit.
 #pragma once
 
 #include "kernel/sampling/Track.h"
+#include "simd/Level.h"
 
 #include <cstddef>
 #include <cstdint>
 
 namespace vk::sampling {
 
-/// What the loops may use of the processor.
-enum class Level : uint8_t { plain, avx2, avx512 };
-
-/// The level in use.
-Level level() noexcept;
-
-/// Goes down to a level, or up again as far as the processor goes; returns the one now in use. For tests and
-/// benchmarks, while nothing is warped.
-Level limit_level(Level limit) noexcept;
-
 /// Positions (Track.h).
 const PositionLoops& loops() noexcept;
 extern const PositionLoops kPlainPositions;
-extern const PositionLoops kAvx2Positions;
-extern const PositionLoops kAvx512Positions;
+VK_SIMD_TABLE(PositionLoops, position_loops);
 
 /// A stretch of samples all of whose source pixels lie in memory: sample i begins at pixel (x[i] >> kFractionBits) -
 /// left, (y[i] >> kFractionBits) - top, counted from the origin, which is the first pixel of a byte.
@@ -46,16 +36,18 @@ constexpr uint64_t kFarthestOffset = uint64_t{1} << 30;
 /// as 32-bit words at 12.
 using Take = void (*)(const Patch& patch, uint8_t* out) noexcept;
 Take plain_take(int32_t bits) noexcept;
-/// Those for wider instruction sets; null where there is none.
-Take fast_take(int32_t bits) noexcept;
-Take avx2_take(int32_t bits) noexcept;
-Take avx512_take(int32_t bits) noexcept;
 
-/// Takes 1-bit pixels to columns [first, first + count) of a row whose other bits stay. Null below AVX2.
+/// Takes 1-bit pixels to columns [first, first + count) of a row whose other bits stay.
 using TakeBits = void (*)(const Patch& patch, uint8_t* row, int32_t first) noexcept;
+
+struct Taking {
+    Take (*loop)(int32_t bits) noexcept; ///< gives null where there is none
+    TakeBits bits;
+};
+VK_SIMD_TABLE(Taking, taking);
+/// Those in use; null where there is none.
+Take fast_take(int32_t bits) noexcept;
 TakeBits fast_take_bits() noexcept;
-TakeBits avx2_take_bits() noexcept;
-TakeBits avx512_take_bits() noexcept;
 
 /// What cells, which are pixels on their way to be mixed, are made of (Cells.h).
 struct CellKind {
@@ -79,12 +71,18 @@ struct MixLoops {
     Mix cubic = nullptr;
 };
 MixLoops plain_mix(const CellKind& kind) noexcept;
-/// Those for wider instruction sets; null where there is none.
-MixLoops fast_mix(const CellKind& kind) noexcept;
-MixLoops avx2_mix(const CellKind& kind) noexcept;
-MixLoops avx512_mix(const CellKind& kind) noexcept;
 MixLoops plain_real_mix(const CellKind& kind) noexcept;
-MixLoops avx2_real_mix(const CellKind& kind) noexcept;
-MixLoops avx512_real_mix(const CellKind& kind) noexcept;
+
+/// Loops for a kind of cells; null where there is none.
+struct Mixing {
+    MixLoops (*loops)(const CellKind& kind) noexcept;
+};
+struct RealMixing {
+    MixLoops (*loops)(const CellKind& kind) noexcept;
+};
+VK_SIMD_TABLE(Mixing, mixing);
+VK_SIMD_TABLE(RealMixing, real_mixing);
+/// Those in use.
+MixLoops fast_mix(const CellKind& kind) noexcept;
 
 } // namespace vk::sampling

@@ -1,355 +1,314 @@
-// Mixing numbers of a byte, eight samples at a time: the arithmetic of Mix.h in vectors. Samples k and k + 4 go
-// together, since their weights stand in the two halves of a vector.
+// Mixing numbers of a byte: the arithmetic of Mix.h in vectors, a sample to a lane of 32 bits, where its weights stand
+// in pairs. Behind a patch's last sample there is nothing that may be looked at, but its positions may be read; lanes
+// without a sample look at the patch's first cell.
 #include "kernel/sampling/Mix.h"
+#include "simd/Lowest.h"
+#include "simd/Simd.h"
 
-#include <immintrin.h>
-
-namespace vk::sampling {
+namespace vk::sampling::VK_SIMD_SET {
 
 namespace {
 
-constexpr int32_t kLanes = 8;
+using namespace simd;
 
-__m256i all(int32_t value) noexcept
-{
-    return _mm256_set1_epi32(value);
-}
+using Bytes = Wide<uint8_t>;
+using Numbers = Wide<int32_t>;
 
-__m256i load(const int32_t* from) noexcept
+constexpr auto kLanes = static_cast<int32_t>(Numbers::kLanes);
+
+template <class V = Numbers> VK_SIMD_INLINE V number(int32_t value) noexcept
 {
-    return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    return all<V>(value);
 }
 
 /// Rounded and without `Bits` bits.
-template <int Bits> __m256i dropped(__m256i sum) noexcept
+template <int Bits, class V> VK_SIMD_INLINE V dropped(V sum) noexcept
 {
-    return _mm256_srai_epi32(_mm256_add_epi32(sum, all(1 << (Bits - 1))), Bits);
+    return (sum + number<V>(1 << (Bits - 1))) >> Bits;
 }
 
 /// Two numbers of 16 bits, the second in the upper half.
-__m256i paired(__m256i first, __m256i second) noexcept
+template <class V> VK_SIMD_INLINE auto paired(V first, V second) noexcept
 {
-    return _mm256_blend_epi16(first, _mm256_slli_epi32(second, 16), 0xAA);
+    return arrange<[](size_t i) { return i % 2 == 0 ? i : 2 * V::kLanes + i; }>(as<int16_t>(first),
+                                                                                as<int16_t>(second << 16));
 }
 
-/// Bytes from a patch's origin to eight samples' first cells.
-__m256i offsets_of(const Patch& patch, int32_t i, int32_t size) noexcept
+/// Bytes from a patch's origin to so many samples' first cells, `before` cells before the samples each way.
+template <class V> VK_SIMD_INLINE V offsets_of(const Patch& patch, int32_t i, int32_t size, int32_t before) noexcept
 {
-    const __m256i rows = _mm256_sub_epi32(_mm256_srai_epi32(load(patch.y + i), kFractionBits), all(patch.top));
-    const __m256i columns = _mm256_sub_epi32(_mm256_srai_epi32(load(patch.x + i), kFractionBits), all(patch.left));
-    return _mm256_add_epi32(_mm256_mullo_epi32(rows, all(static_cast<int32_t>(patch.stride))),
-                            _mm256_mullo_epi32(columns, all(size)));
+    const auto whole = [i](const int32_t* positions, int32_t first) noexcept {
+        return (load<V>(positions + i) >> kFractionBits) - number<V>(first);
+    };
+    const auto stride = static_cast<int32_t>(patch.stride);
+    const V offsets = whole(patch.y, patch.top) * number<V>(stride) + whole(patch.x, patch.left) * number<V>(size);
+    const V lanes = lanes_of<V>([](size_t lane) noexcept { return lane; });
+    return keep(lanes < number<V>(patch.count - i), offsets - number<V>(before * (stride + size)));
 }
 
-__m256i fractions_of(const int32_t* positions) noexcept
+template <class V> VK_SIMD_INLINE V fractions_of(const int32_t* positions) noexcept
 {
-    return _mm256_and_si256(load(positions), all(kOne - 1));
+    return load<V>(positions) & number<V>(kOne - 1);
 }
 
-/// The four weights of eight samples, in pairs: those of each row of cells.
+/// The four weights of samples, in pairs: those of each row of cells.
 struct LinearPairs {
-    __m256i upper;
-    __m256i lower;
+    Numbers upper;
+    Numbers lower;
 
-    LinearPairs(const Patch& patch, int32_t i) noexcept
+    VK_SIMD_INLINE LinearPairs(const Patch& patch, int32_t i) noexcept
     {
         constexpr int kDropped = kFractionBits - kWeightBits;
-        const auto rounded = [](__m256i f) noexcept {
-            return _mm256_srli_epi32(_mm256_add_epi32(f, all(1 << (kDropped - 1))), kDropped);
-        };
-        const __m256i x = rounded(fractions_of(patch.x + i));
-        const __m256i y = rounded(fractions_of(patch.y + i));
-        const __m256i last = dropped<kWeightBits>(_mm256_madd_epi16(x, y)); // below 2^15 each
-        const __m256i second = _mm256_sub_epi32(x, last);
-        const __m256i first = _mm256_sub_epi32(_mm256_sub_epi32(all(1 << kWeightBits), y), second);
-        upper = paired(first, second);
-        lower = paired(_mm256_sub_epi32(y, last), last);
+        const Numbers x = dropped<kDropped>(fractions_of<Numbers>(patch.x + i));
+        const Numbers y = dropped<kDropped>(fractions_of<Numbers>(patch.y + i));
+        const Numbers last = dropped<kWeightBits>(mul_pairs(as<int16_t>(x), as<int16_t>(y))); // below 2^15 each
+        const Numbers second = x - last;
+        upper = as<int32_t>(paired(number(1 << kWeightBits) - y - second, second));
+        lower = as<int32_t>(paired(y - last, last));
     }
 };
 
-/// The four weights of eight samples along one axis, in pairs.
-struct CubicPairs {
-    __m256i outer; ///< of the first two
-    __m256i inner; ///< of the last two
+/// The four weights of samples along one axis, in pairs.
+template <class V> struct CubicPairs {
+    V outer; ///< of the first two
+    V inner; ///< of the last two
 
-    explicit CubicPairs(const int32_t* positions) noexcept
+    explicit VK_SIMD_INLINE CubicPairs(const int32_t* positions) noexcept
     {
         constexpr int kHalfBits = 18;
         constexpr int kDropped = kHalfBits + kFractionBits - kWeightBits;
-        const __m256i f = fractions_of(positions);
-        const __m256i g = _mm256_sub_epi32(all(kOne), f);
-        const __m256i half = _mm256_srli_epi32(_mm256_mullo_epi32(f, g), 2 * kFractionBits + 1 - kHalfBits);
-        const __m256i zero = _mm256_setzero_si256();
-        const __m256i slope = _mm256_sub_epi32(_mm256_add_epi32(_mm256_add_epi32(f, f), f), all(kOne));
-        const __m256i first = _mm256_sub_epi32(zero, dropped<kDropped>(_mm256_mullo_epi32(half, g)));
-        const __m256i last = _mm256_sub_epi32(zero, dropped<kDropped>(_mm256_mullo_epi32(half, f)));
-        const __m256i third =
-            _mm256_add_epi32(_mm256_srli_epi32(_mm256_add_epi32(f, all(2)), kFractionBits - kWeightBits),
-                             dropped<kDropped>(_mm256_mullo_epi32(half, slope)));
-        const __m256i others = _mm256_add_epi32(_mm256_add_epi32(first, third), last);
-        outer = paired(first, _mm256_sub_epi32(all(1 << kWeightBits), others));
-        inner = paired(third, last);
+        const V f = fractions_of<V>(positions);
+        const V g = number<V>(kOne) - f;
+        const V half = as<int32_t>(as<uint32_t>(f * g) >> (2 * kFractionBits + 1 - kHalfBits));
+        const V slope = f + f + f - number<V>(kOne);
+        const V first = -dropped<kDropped>(half * g);
+        const V last = -dropped<kDropped>(half * f);
+        const V third = ((f + number<V>(2)) >> (kFractionBits - kWeightBits)) + dropped<kDropped>(half * slope);
+        outer = as<int32_t>(paired(first, number<V>(1 << kWeightBits) - (first + third + last)));
+        inner = as<int32_t>(paired(third, last));
     }
 };
 
-/// A patch from its sample `i` on.
-Patch rest_of(const Patch& patch, int32_t i) noexcept
+template <class V> VK_SIMD_INLINE V weighted(Vec<uint8_t, V::kBytes> numbers, V weights) noexcept
 {
-    Patch rest = patch;
-    rest.x += i;
-    rest.y += i;
-    rest.count -= i;
-    return rest;
+    return mul_pairs(as<int16_t>(numbers), as<int16_t>(weights));
 }
 
-/// Eight numbers below 256 to bytes.
-void store_bytes(uint8_t* out, __m256i numbers) noexcept
+/// So many samples of a patch, from its sample `i` on.
+Patch part_of(const Patch& patch, int32_t i, int32_t lanes) noexcept
 {
-    const __m128i words = _mm_packs_epi32(_mm256_castsi256_si128(numbers), _mm256_extracti128_si256(numbers, 1));
-    _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(words, words));
+    Patch part = patch;
+    part.x += i;
+    part.y += i;
+    part.count = patch.count - i < lanes ? patch.count - i : lanes;
+    return part;
+}
+
+VK_SIMD_INLINE size_t rest_of(const Patch& patch, int32_t i) noexcept
+{
+    return static_cast<size_t>(patch.count - i);
 }
 
 // ---- one number a cell ----
 
 /// Bytes k and k + 1 of each gathered word, as two numbers of 16 bits.
-template <int kByte> __m256i bytes_of(__m256i words) noexcept
+template <size_t kByte> VK_SIMD_INLINE Bytes bytes_of(Numbers words) noexcept
 {
-    constexpr char z = -1;
-    const __m256i order = _mm256_broadcastsi128_si256(_mm_setr_epi8(
-        kByte, z, kByte + 1, z, kByte + 4, z, kByte + 5, z, kByte + 8, z, kByte + 9, z, kByte + 12, z, kByte + 13, z));
-    return _mm256_shuffle_epi8(words, order);
+    static constexpr auto kOrder =
+        order_of<16>([](size_t i) { return i % 2 == 0 ? i / 4 * 4 + kByte + i % 4 / 2 : size_t{kNone}; });
+    return shuffle(as<uint8_t>(words), in_blocks<Bytes>(kOrder));
 }
 
-__m256i gather(const uint8_t* origin, __m256i offsets) noexcept
+void linear_1(const Patch& patch, const CellKind&, uint8_t* out) noexcept
 {
-    return _mm256_i32gather_epi32(reinterpret_cast<const int*>(origin), offsets, 1);
-}
-
-void linear_1(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
-{
-    int32_t i = 0;
-    for (; i + kLanes <= patch.count; i += kLanes) {
-        const __m256i offsets = offsets_of(patch, i, 1);
+    for (int32_t i = 0; i < patch.count; i += kLanes) {
+        const Numbers offsets = offsets_of<Numbers>(patch, i, 1, 0);
         const LinearPairs weights(patch, i);
-        const __m256i upper = bytes_of<0>(gather(patch.origin, offsets));
-        const __m256i lower = bytes_of<0>(gather(patch.origin + patch.stride, offsets));
-        const __m256i sum =
-            _mm256_add_epi32(_mm256_madd_epi16(upper, weights.upper), _mm256_madd_epi16(lower, weights.lower));
-        store_bytes(out + i, dropped<kWeightBits>(sum));
+        const Numbers sum = weighted(bytes_of<0>(gather(patch.origin, offsets)), weights.upper) +
+                            weighted(bytes_of<0>(gather(patch.origin + patch.stride, offsets)), weights.lower);
+        store_lowest<1>(out + i, as<uint32_t>(dropped<kWeightBits>(sum)), rest_of(patch, i));
     }
-    plain_mix(kind).linear(rest_of(patch, i), kind, out + i);
 }
 
 void cubic_1(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
 {
-    int32_t i = 0;
-    for (; i + kLanes <= patch.count; i += kLanes) {
-        const __m256i offsets = offsets_of(patch, i, 1);
-        const CubicPairs across(patch.x + i);
-        const CubicPairs down(patch.y + i);
-        __m256i rows[4];
-        const uint8_t* origin = patch.origin - patch.stride - 1;
-        for (__m256i& row : rows) {
-            const __m256i cells = gather(origin, offsets);
-            row =
-                dropped<kWeightBits - kRowBits>(_mm256_add_epi32(_mm256_madd_epi16(bytes_of<0>(cells), across.outer),
-                                                                 _mm256_madd_epi16(bytes_of<2>(cells), across.inner)));
-            origin += patch.stride;
-        }
-        const __m256i sum = _mm256_add_epi32(_mm256_madd_epi16(paired(rows[0], rows[1]), down.outer),
-                                             _mm256_madd_epi16(paired(rows[2], rows[3]), down.inner));
-        const __m256i numbers = dropped<kWeightBits + kRowBits>(sum);
-        const __m256i most = all(static_cast<int32_t>(kind.most));
-        store_bytes(out + i, _mm256_max_epi32(_mm256_min_epi32(numbers, most), _mm256_setzero_si256()));
+    const Numbers most = number(static_cast<int32_t>(kind.most));
+    for (int32_t i = 0; i < patch.count; i += kLanes) {
+        const Numbers offsets = offsets_of<Numbers>(patch, i, 1, 1);
+        const CubicPairs<Numbers> across(patch.x + i);
+        const CubicPairs<Numbers> down(patch.y + i);
+        const auto row = [&](size_t j) noexcept {
+            const Numbers cells = gather(patch.origin + j * patch.stride, offsets);
+            return dropped<kWeightBits - kRowBits>(weighted(bytes_of<0>(cells), across.outer) +
+                                                   weighted(bytes_of<2>(cells), across.inner));
+        };
+        const Numbers sum = mul_pairs(paired(row(0), row(1)), as<int16_t>(down.outer)) +
+                            mul_pairs(paired(row(2), row(3)), as<int16_t>(down.inner));
+        const Numbers mixed = dropped<kWeightBits + kRowBits>(sum);
+        store_lowest<1>(out + i, as<uint32_t>(max(min(mixed, most), Numbers{})), rest_of(patch, i));
     }
-    plain_mix(kind).cubic(rest_of(patch, i), kind, out + i);
 }
 
 // ---- three or four numbers a cell ----
 
-/// Eight samples' places, to be taken one by one.
-struct Places {
-    alignas(32) int32_t offsets[kLanes];
-
-    Places(const Patch& patch, int32_t i, int32_t size) noexcept
-    {
-        _mm256_store_si256(reinterpret_cast<__m256i*>(offsets), offsets_of(patch, i, size));
-    }
-};
-
-/// Where numbers c of two cells go, as two of 16 bits: cell `kFirst` and the next one of those in 16 bytes.
-template <int32_t kSize, int kAt> __m256i pairs_order() noexcept
+/// Where numbers c of two cells next to each other go, as two of 16 bits: of cells that begin `kAt` bytes into a block.
+template <size_t kSize, size_t kAt, class V> VK_SIMD_INLINE V in_pairs(V cells) noexcept
 {
-    constexpr char z = -1;
-    constexpr char a = kAt;
-    constexpr char b = kAt + kSize;
-    constexpr char last = kSize == 4 ? a + 3 : z;
-    constexpr char next = kSize == 4 ? b + 3 : z;
-    return _mm256_broadcastsi128_si256(
-        _mm_setr_epi8(a, z, b, z, a + 1, z, b + 1, z, a + 2, z, b + 2, z, last, z, next, z));
+    static constexpr auto kOrder = order_of<16>(
+        [](size_t i) { return i % 2 == 0 && i / 4 < kSize ? kAt + i / 4 + i % 4 / 2 * kSize : size_t{kNone}; });
+    return shuffle(cells, in_blocks<V>(kOrder));
 }
 
-/// Two cells next to each other of a row, and of the row below, of two samples.
-__m256i load_squares(const uint8_t* a, const uint8_t* b, size_t stride) noexcept
+/// Colours of cells with different alpha, in the way of Mix.h. `pairs` are the numbers of two rows of cells of a sample
+/// a block; what comes out is exact where some alpha is not 0.
+VK_SIMD_INLINE Numbers mix_by_alpha(const Bytes (&pairs)[2], Numbers upper, Numbers lower, Numbers plain) noexcept
 {
-    const auto square = [stride](const uint8_t* cell) noexcept {
-        const __m128i upper = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(cell));
-        return _mm_castpd_si128(_mm_loadh_pd(_mm_castsi128_pd(upper), reinterpret_cast<const double*>(cell + stride)));
+    static constexpr auto kAlphas = order_of<16>([](size_t i) { return i < 12 ? 12 + i % 4 : size_t{kNone}; });
+    const auto one = lanes_of<Numbers>([](size_t i) noexcept { return i % 4 == 3 ? 0x00010001 : 0; });
+    const auto products = [&](Bytes cells) noexcept { // of colours and alpha; alpha itself in the last place
+        const auto by = as<int16_t>(shuffle(cells, in_blocks<Bytes>(kAlphas)) | as<uint8_t>(one));
+        return as<uint8_t>((as<int16_t>(cells) * by) ^ all<Wide<int16_t>>(INT16_MIN));
     };
-    return _mm256_inserti128_si256(_mm256_castsi128_si256(square(a)), square(b), 1);
-}
-
-/// Sums of samples k and k + 4, for k from 0 to 3, to eight cells.
-template <int32_t kSize> void store_cells(uint8_t* out, const __m256i (&sums)[4], uint32_t most) noexcept
-{
-    const __m256i words_a = _mm256_packs_epi32(sums[0], sums[1]);
-    const __m256i words_b = _mm256_packs_epi32(sums[2], sums[3]);
-    __m256i cells = _mm256_packus_epi16(words_a, words_b);
-    cells = _mm256_min_epu8(cells, _mm256_set1_epi8(static_cast<char>(most)));
-    if constexpr (kSize == 4) {
-        _mm256_storeu_si256(reinterpret_cast<__m256i*>(out), cells);
-    } else {
-        constexpr char z = -1;
-        const __m256i closed =
-            _mm256_broadcastsi128_si256(_mm_setr_epi8(0, 1, 2, 4, 5, 6, 8, 9, 10, 12, 13, 14, z, z, z, z));
-        cells = _mm256_shuffle_epi8(cells, closed);
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out), _mm256_castsi256_si128(cells));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(out + 12), _mm256_extracti128_si256(cells, 1));
-    }
-}
-
-/// Stores of cells of three bytes write four too many, where the next ones will be.
-template <int32_t kSize> constexpr int32_t kSpare = kSize == 4 ? 0 : 2;
-
-/// Colours of cells with different alpha, in the way of Mix.h. `pairs` are the numbers of two rows of cells of two
-/// samples; what comes out is exact where some alpha is not 0.
-__m256i mix_by_alpha(const __m256i (&pairs)[2], __m256i upper, __m256i lower, __m256i plain) noexcept
-{
-    const __m256i alphas =
-        _mm256_broadcastsi128_si256(_mm_setr_epi8(12, 13, 14, 15, 12, 13, 14, 15, 12, 13, 14, 15, -1, -1, -1, -1));
-    const __m256i one = _mm256_broadcastsi128_si256(_mm_setr_epi32(0, 0, 0, 0x00010001));
-    const __m256i sign = _mm256_set1_epi16(INT16_MIN);
-    const auto products = [&](__m256i cells) noexcept { // of colours and alpha; alpha itself in the last place
-        const __m256i by = _mm256_or_si256(_mm256_shuffle_epi8(cells, alphas), one);
-        return _mm256_xor_si256(_mm256_mullo_epi16(cells, by), sign);
-    };
-    __m256i sum =
-        _mm256_add_epi32(_mm256_madd_epi16(products(pairs[0]), upper), _mm256_madd_epi16(products(pairs[1]), lower));
-    sum = _mm256_add_epi32(sum, all(32768 << kWeightBits));
-    const __m256i alpha = _mm256_shuffle_epi32(sum, 0xFF);
+    const Numbers middle = number(32768 << kWeightBits);
+    Numbers sum = weighted(products(pairs[0]), upper) + weighted(products(pairs[1]), lower) + middle;
+    const Numbers alpha = of_block<3>(sum);
     // The quotient in floats is off by less than one.
-    sum = _mm256_add_epi32(sum, _mm256_srli_epi32(alpha, 1));
-    __m256i quotient = _mm256_cvttps_epi32(_mm256_div_ps(_mm256_cvtepi32_ps(sum), _mm256_cvtepi32_ps(alpha)));
-    const __m256i rest = _mm256_sub_epi32(sum, _mm256_mullo_epi32(quotient, alpha));
-    quotient = _mm256_add_epi32(quotient, _mm256_srai_epi32(rest, 31));
-    quotient = _mm256_sub_epi32(quotient, _mm256_cmpgt_epi32(rest, _mm256_sub_epi32(alpha, all(1))));
-    return _mm256_blend_epi32(quotient, plain, 0x88);
+    sum = sum + as<int32_t>(as<uint32_t>(alpha) >> 1);
+    const Numbers quotient = cut_off(to_float(sum) / to_float(alpha));
+    const Numbers rest = sum - quotient * alpha;
+    const Numbers mixed = quotient + (rest >> 31) + keep(rest >= alpha, number(1));
+    return arrange<[](size_t i) { return i % 4 == 3 ? Numbers::kLanes + i : i; }>(mixed, plain);
 }
 
-template <int32_t kSize, bool kAlpha> void linear(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+/// The sums of every fourth lane's sample, a sample to a block, to cells.
+template <size_t kSize>
+VK_SIMD_INLINE void store_cells(uint8_t* out, const Numbers (&sums)[4], uint32_t most, size_t count) noexcept
 {
-    const __m256i upper_order = pairs_order<kSize, 0>();
-    const __m256i lower_order = pairs_order<kSize, 8>();
-    const __m256i alpha_mask = all(static_cast<int32_t>(0xFF000000u));
-    int32_t i = 0;
-    for (; i + kLanes + kSpare<kSize> <= patch.count; i += kLanes) {
-        const Places places(patch, i, kSize);
+    const Bytes cells = pack_unsigned(pack(sums[0], sums[1]), pack(sums[2], sums[3]));
+    store_lowest<kSize>(out, as<uint32_t>(min(cells, all<Bytes>(static_cast<uint8_t>(most)))), count);
+}
+
+template <size_t kSize, bool kAlpha> void linear(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+{
+    const Numbers alpha_mask = number(static_cast<int32_t>(0xFF000000u));
+    for (int32_t i = 0; i < patch.count; i += kLanes, out += static_cast<size_t>(kLanes) * kSize) {
+        const Places places(offsets_of<Numbers>(patch, i, kSize, 0));
         const LinearPairs weights(patch, i);
-        __m256i squares[4];
-        __m256i opaque = alpha_mask;
-        for (int k = 0; k < 4; ++k) {
-            squares[k] =
-                load_squares(patch.origin + places.offsets[k], patch.origin + places.offsets[k + 4], patch.stride);
-            opaque = _mm256_and_si256(opaque, squares[k]);
-        }
-        const bool is_mixed = kAlpha && !_mm256_testc_si256(opaque, alpha_mask);
-        __m256i sums[4];
-        __m256i alphas = all(1);
-        const auto mix = [&]<int k>() noexcept {
-            const __m256i upper = _mm256_shuffle_epi32(weights.upper, 0x55 * k);
-            const __m256i lower = _mm256_shuffle_epi32(weights.lower, 0x55 * k);
-            const __m256i pairs[2] = {_mm256_shuffle_epi8(squares[k], upper_order),
-                                      _mm256_shuffle_epi8(squares[k], lower_order)};
-            const __m256i sum =
-                _mm256_add_epi32(_mm256_madd_epi16(pairs[0], upper), _mm256_madd_epi16(pairs[1], lower));
-            sums[k] = dropped<kWeightBits>(sum);
+        // Two cells next to each other of a row, of two samples a block: the first two of four, or the last two.
+        const auto row = [&]<bool kLast>(const uint8_t* origin) noexcept {
+            return as<uint8_t>(places.template load<kLast>(origin));
+        };
+        const uint8_t* const below = patch.origin + patch.stride;
+        const Bytes upper[] = {row.template operator()<false>(patch.origin),
+                               row.template operator()<true>(patch.origin)};
+        const Bytes lower[] = {row.template operator()<false>(below), row.template operator()<true>(below)};
+        const bool is_mixed =
+            kAlpha && !all((as<int32_t>(upper[0] & upper[1] & lower[0] & lower[1]) & alpha_mask) == alpha_mask);
+        Numbers sums[4];
+        Numbers alphas = number(1);
+        const auto mix = [&]<size_t kSample>() noexcept {
+            constexpr size_t kAt = kSample % 2 * 8;
+            const Numbers above = of_block<kSample>(weights.upper), beneath = of_block<kSample>(weights.lower);
+            const Bytes pairs[] = {in_pairs<kSize, kAt>(upper[kSample / 2]), in_pairs<kSize, kAt>(lower[kSample / 2])};
+            const Numbers sum = weighted(pairs[0], above) + weighted(pairs[1], beneath);
+            sums[kSample] = dropped<kWeightBits>(sum);
             if (is_mixed) {
-                alphas = _mm256_min_epi32(alphas, _mm256_shuffle_epi32(sum, 0xFF));
-                sums[k] = mix_by_alpha(pairs, upper, lower, sums[k]);
+                alphas = min(alphas, of_block<3>(sum));
+                sums[kSample] = mix_by_alpha(pairs, above, beneath, sums[kSample]);
             }
         };
         mix.template operator()<0>();
         mix.template operator()<1>();
         mix.template operator()<2>();
         mix.template operator()<3>();
-        if (is_mixed && _mm256_movemask_epi8(_mm256_cmpeq_epi32(alphas, _mm256_setzero_si256())) != 0) {
-            Patch few = rest_of(patch, i); // nothing visible in one of them
-            few.count = kLanes;
-            plain_mix(kind).linear(few, kind, out + i * kSize);
-        } else {
-            store_cells<kSize>(out + i * kSize, sums, kind.most);
-        }
+        if (is_mixed && any(alphas == Numbers{})) // nothing visible in one of them
+            plain_mix(kind).linear(part_of(patch, i, kLanes), kind, out);
+        else
+            store_cells<kSize>(out, sums, kind.most, rest_of(patch, i));
     }
-    plain_mix(kind).linear(rest_of(patch, i), kind, out + i * kSize);
 }
 
-template <int32_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
-{
-    const __m256i outer_order = pairs_order<kSize, 0>();
-    const __m256i inner_order = pairs_order<kSize, 2 * kSize>();
-    const __m256i alpha_mask = all(static_cast<int32_t>(0xFF000000u));
-    const __m256i halves = _mm256_setr_epi32(0, 0, 0, 0, 1, 1, 1, 1);
-    int32_t i = 0;
-    for (; i + kLanes + kSpare<kSize> <= patch.count; i += kLanes) {
-        const Places places(patch, i, kSize);
-        const CubicPairs across(patch.x + i);
-        const CubicPairs down(patch.y + i);
-        alignas(32) int32_t weights[4][kLanes];
-        _mm256_store_si256(reinterpret_cast<__m256i*>(weights[0]), across.outer);
-        _mm256_store_si256(reinterpret_cast<__m256i*>(weights[1]), across.inner);
-        _mm256_store_si256(reinterpret_cast<__m256i*>(weights[2]), down.outer);
-        _mm256_store_si256(reinterpret_cast<__m256i*>(weights[3]), down.inner);
-        __m128i made[kLanes];
-        __m256i opaque = alpha_mask;
-        for (size_t k = 0; k < kLanes; ++k) {
-            const uint8_t* const cell = patch.origin + places.offsets[k] - patch.stride - kSize;
-            const auto row = [&](size_t j) noexcept {
-                return _mm_loadu_si128(reinterpret_cast<const __m128i*>(cell + j * patch.stride));
-            };
-            // Rows 0 and 2, and 1 and 3, in the halves of a vector.
-            const __m256i even = _mm256_inserti128_si256(_mm256_castsi128_si256(row(0)), row(2), 1);
-            const __m256i odd = _mm256_inserti128_si256(_mm256_castsi128_si256(row(1)), row(3), 1);
-            opaque = _mm256_and_si256(opaque, _mm256_and_si256(even, odd));
-            const __m256i outer = all(weights[0][k]);
-            const __m256i inner = all(weights[1][k]);
-            const auto sum_of = [&](__m256i rows) noexcept {
-                return dropped<kWeightBits - kRowBits>(
-                    _mm256_add_epi32(_mm256_madd_epi16(_mm256_shuffle_epi8(rows, outer_order), outer),
-                                     _mm256_madd_epi16(_mm256_shuffle_epi8(rows, inner_order), inner)));
-            };
-            const __m256i by_row = _mm256_permutevar8x32_epi32(
-                _mm256_castsi128_si256(_mm_setr_epi32(weights[2][k], weights[3][k], 0, 0)), halves);
-            const __m256i sums = _mm256_madd_epi16(paired(sum_of(even), sum_of(odd)), by_row);
-            made[k] = _mm_add_epi32(_mm256_castsi256_si128(sums), _mm256_extracti128_si256(sums, 1));
+/// Vectors of a row of cells a block, or of two: those of a sample are four.
+constexpr size_t kRowBytes = kWidth < 32 ? kWidth : 32;
+using RowNumbers = Vec<int32_t, kRowBytes / 4>;
+using RowBytes = Vec<uint8_t, kRowBytes>;
+
+/// Four rows of cells from `origin` on: of two blocks, those of the first vector are rows 0 and 2.
+template <size_t kSize> class CubicRows {
+public:
+    VK_SIMD_INLINE CubicRows(const uint8_t* origin, size_t stride) noexcept
+    {
+        for (size_t k = 0; k < kVectors; ++k)
+            rows_[k] = blocks_of<RowBytes>(
+                [&](size_t block) noexcept { return load<Quad<uint8_t>>(origin + (2 * block + k) * stride); });
+    }
+    VK_SIMD_INLINE RowNumbers opaque() const noexcept
+    {
+        if constexpr (kVectors == 2)
+            return as<int32_t>(rows_[0] & rows_[1]);
+        else
+            return as<int32_t>(rows_[0] & rows_[1] & rows_[2] & rows_[3]);
+    }
+    /// The mixed numbers, with the weights of columns and of rows, each in pairs.
+    VK_SIMD_INLINE Quad<int32_t> mixed(const int32_t (&across)[2], const int32_t (&down)[2]) const noexcept
+    {
+        const auto pair = [&](size_t first) noexcept { return paired(row(first, across), row(first + 1, across)); };
+        if constexpr (kVectors == 2) {
+            const auto sums =
+                mul_pairs(pair(0), as<int16_t>(both(all<Quad<int32_t>>(down[0]), all<Quad<int32_t>>(down[1]))));
+            return low_half(sums) + high_half(sums);
+        } else {
+            return mul_pairs(pair(0), as<int16_t>(all<RowNumbers>(down[0]))) +
+                   mul_pairs(pair(2), as<int16_t>(all<RowNumbers>(down[1])));
         }
-        if (kAlpha && !_mm256_testc_si256(opaque, alpha_mask)) {
-            Patch few = rest_of(patch, i);
-            few.count = kLanes;
-            plain_mix(kind).cubic(few, kind, out + i * kSize);
+    }
+
+private:
+    static constexpr size_t kVectors = 64 / kRowBytes;
+
+    VK_SIMD_INLINE RowNumbers row(size_t k, const int32_t (&across)[2]) const noexcept
+    {
+        return dropped<kWeightBits - kRowBits>(
+            weighted(in_pairs<kSize, 0>(rows_[k]), all<RowNumbers>(across[0])) +
+            weighted(in_pairs<kSize, 2 * kSize>(rows_[k]), all<RowNumbers>(across[1])));
+    }
+
+    RowBytes rows_[kVectors];
+};
+
+template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+{
+    const RowNumbers alpha_mask = number<RowNumbers>(static_cast<int32_t>(0xFF000000u));
+    for (int32_t i = 0; i < patch.count; i += kLanes, out += static_cast<size_t>(kLanes) * kSize) {
+        const CubicPairs<Numbers> across(patch.x + i);
+        const CubicPairs<Numbers> down(patch.y + i);
+        alignas(kWidth) int32_t offsets[kLanes];
+        alignas(kWidth) int32_t weights[4][kLanes];
+        store(offsets, offsets_of<Numbers>(patch, i, kSize, 1));
+        store(weights[0], across.outer);
+        store(weights[1], across.inner);
+        store(weights[2], down.outer);
+        store(weights[3], down.inner);
+        Quad<int32_t> made[kLanes];
+        RowNumbers opaque = alpha_mask;
+        for (size_t k = 0; k < kLanes; ++k) {
+            const CubicRows<kSize> rows(patch.origin + offsets[k], patch.stride);
+            opaque = opaque & rows.opaque();
+            made[k] = rows.mixed({weights[0][k], weights[1][k]}, {weights[2][k], weights[3][k]});
+        }
+        if (kAlpha && !all((opaque & alpha_mask) == alpha_mask)) {
+            plain_mix(kind).cubic(part_of(patch, i, kLanes), kind, out);
             continue;
         }
-        __m256i sums[4];
+        Numbers sums[4];
         for (size_t k = 0; k < 4; ++k)
             sums[k] = dropped<kWeightBits + kRowBits>(
-                _mm256_inserti128_si256(_mm256_castsi128_si256(made[k]), made[k + 4], 1));
-        store_cells<kSize>(out + i * kSize, sums, kind.most);
+                blocks_of<Numbers>([&](size_t block) noexcept { return made[4 * block + k]; }));
+        store_cells<kSize>(out, sums, kind.most, rest_of(patch, i));
     }
-    plain_mix(kind).cubic(rest_of(patch, i), kind, out + i * kSize);
 }
 
-} // namespace
-
-MixLoops avx2_mix(const CellKind& kind) noexcept
+MixLoops loops_for(const CellKind& kind) noexcept
 {
     if (kind.lane_bytes != 1 || kind.carried)
         return {};
@@ -360,4 +319,8 @@ MixLoops avx2_mix(const CellKind& kind) noexcept
     return kind.alpha ? MixLoops{linear<4, true>, cubic<4, true>} : MixLoops{linear<4, false>, cubic<4, false>};
 }
 
-} // namespace vk::sampling
+} // namespace
+
+const Mixing mixing = {loops_for};
+
+} // namespace vk::sampling::VK_SIMD_SET

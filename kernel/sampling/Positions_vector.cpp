@@ -1,54 +1,56 @@
-// Positions sixteen at a time; see Positions_avx2.cpp.
+// Positions in vectors. The lanes of an arc's parabola start apart and are stepped together; sums of whole numbers are
+// the same in any order.
 #include "kernel/sampling/Loops.h"
+#include "simd/Arrange.h"
+#include "simd/Simd.h"
 
-#include <immintrin.h>
-
-namespace vk::sampling {
+namespace vk::sampling::VK_SIMD_SET {
 
 namespace {
 
-constexpr int32_t kLanes = 16;
+using namespace simd;
+
+using Numbers = Wide<int32_t>;
+using Fine = Wide<uint64_t>;
+
+constexpr auto kLanes = static_cast<int32_t>(Numbers::kLanes);
 
 /// Numbers of an arc are moved up so far that what is told of a position is the upper half of it.
 constexpr int kUp = 32 - (kFineBits - kFractionBits);
 
-/// Eight positions of an arc, sixteen samples apart from the next eight. Without a bend steps stay.
-template <bool kIsBent> struct Octet {
-    __m512i at;
-    __m512i next;
-    __m512i bend;
+/// Half of as many positions of an arc, of which every block has the `first` two of four, and the same further on.
+/// Without a bend steps stay.
+template <bool kIsBent> struct Half {
+    Fine at, next, bend;
 
-    Octet(uint64_t start, uint64_t step, uint64_t curve, uint64_t first) noexcept
+    Half(uint64_t start, uint64_t step, uint64_t curve, size_t first) noexcept
     {
-        const __m512i i = _mm512_add_epi64(_mm512_set_epi64(7, 6, 5, 4, 3, 2, 1, 0), all(first));
-        at = _mm512_add_epi64(all(start), _mm512_mullo_epi64(i, all(step)));
-        next = all(kLanes * step);
-        bend = all(2 * kLanes * kLanes * curve);
+        constexpr uint64_t kAhead = kLanes;
+        const Fine i = lanes_of<Fine>([=](size_t lane) noexcept { return lane / 2 * 4 + lane % 2 + first; });
+        at = all<Fine>(start) + i * all<Fine>(step);
+        next = all<Fine>(kAhead * step);
+        bend = all<Fine>(2 * kAhead * kAhead * curve);
         if constexpr (kIsBent) {
-            const __m512i pairs = _mm512_mullo_epi64(i, _mm512_sub_epi64(i, all(1)));
-            const __m512i curves = _mm512_add_epi64(_mm512_slli_epi64(i, 5), all(kLanes * (kLanes - 1)));
-            at = _mm512_add_epi64(at, _mm512_mullo_epi64(pairs, all(curve)));
-            next = _mm512_add_epi64(next, _mm512_mullo_epi64(curves, all(curve)));
+            at += i * (i - all<Fine>(1)) * all<Fine>(curve);
+            next += (i * all<Fine>(2 * kAhead) + all<Fine>(kAhead * (kAhead - 1))) * all<Fine>(curve);
         }
     }
-    static __m512i all(uint64_t value) noexcept { return _mm512_set1_epi64(static_cast<int64_t>(value)); }
 
-    void go_on() noexcept
+    VK_SIMD_INLINE void go_on() noexcept
     {
-        at = _mm512_add_epi64(at, next);
+        at += next;
         if constexpr (kIsBent)
-            next = _mm512_add_epi64(next, bend);
+            next += bend;
     }
 };
 
 template <bool kIsBent>
 void write_all(uint64_t start, uint64_t step, uint64_t curve, int32_t count, int32_t* out) noexcept
 {
-    const __m512i upper = _mm512_set_epi32(31, 29, 27, 25, 23, 21, 19, 17, 15, 13, 11, 9, 7, 5, 3, 1);
-    Octet<kIsBent> a(start, step, curve, 0);
-    Octet<kIsBent> b(start, step, curve, 8);
+    Half<kIsBent> a(start, step, curve, 0);
+    Half<kIsBent> b(start, step, curve, 2);
     for (int32_t i = 0; i < count; i += kLanes, a.go_on(), b.go_on())
-        _mm512_storeu_si512(out + i, _mm512_permutex2var_epi32(a.at, upper, b.at));
+        store(out + i, every_other_in_blocks<1>(as<int32_t>(a.at), as<int32_t>(b.at)));
 }
 
 void write_coordinate(int64_t start, int64_t step, int64_t bend, const ArcPart& part, int32_t whole,
@@ -73,27 +75,29 @@ struct Range {
     int32_t most;
 };
 
-template <class Of> int32_t folded(__m512i values, const Of& of) noexcept
+template <class V, class Of> VK_SIMD_INLINE int32_t folded(V values, const Of& of) noexcept
 {
-    const __m256i eight =
-        of(_mm512_maskz_extracti64x4_epi64(0xF, values, 0), _mm512_maskz_extracti64x4_epi64(0xF, values, 1));
-    const __m256i four = of(eight, _mm256_permute4x64_epi64(eight, 0x4E));
-    const __m256i two = of(four, _mm256_shuffle_epi32(four, 0x4E));
-    const __m256i one = of(two, _mm256_shuffle_epi32(two, 0xB1));
-    return _mm256_cvtsi256_si32(one) >> kFractionBits;
+    if constexpr (V::kLanes > 4) {
+        return folded(of(low_half(values), high_half(values)), of);
+    } else {
+        values = of(values, arrange<[](size_t i) { return i ^ 2; }>(values));
+        values = of(values, arrange<[](size_t i) { return i ^ 1; }>(values));
+        return values.raw[0] >> kFractionBits;
+    }
 }
 
+/// Of as many as a vector has and more; the last vector may see some twice.
 Range range_of(const int32_t* positions, int32_t count) noexcept
 {
-    __m512i least = _mm512_loadu_si512(positions + count - kLanes);
-    __m512i most = least;
+    Numbers least = load<Numbers>(positions + count - kLanes);
+    Numbers most = least;
     for (int32_t i = 0; i + kLanes < count; i += kLanes) {
-        const __m512i some = _mm512_loadu_si512(positions + i);
-        least = _mm512_min_epi32(least, some);
-        most = _mm512_max_epi32(most, some);
+        const Numbers some = load<Numbers>(positions + i);
+        least = min(least, some);
+        most = max(most, some);
     }
-    return {folded(least, [](__m256i a, __m256i b) noexcept { return _mm256_min_epi32(a, b); }),
-            folded(most, [](__m256i a, __m256i b) noexcept { return _mm256_max_epi32(a, b); })};
+    return {folded(least, [](auto a, auto b) noexcept { return min(a, b); }),
+            folded(most, [](auto a, auto b) noexcept { return max(a, b); })};
 }
 
 Span measure(const Track& track, int32_t from, int32_t count) noexcept
@@ -107,6 +111,6 @@ Span measure(const Track& track, int32_t from, int32_t count) noexcept
 
 } // namespace
 
-constexpr PositionLoops kAvx512Positions{write, measure};
+const PositionLoops position_loops = {write, measure};
 
-} // namespace vk::sampling
+} // namespace vk::sampling::VK_SIMD_SET

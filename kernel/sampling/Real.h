@@ -1,40 +1,11 @@
-// The arithmetic of mixing real numbers, which the loops of Real.cpp and RealLanes.h follow to the bit: products and
-// sums are rounded one by one, in the order that stands here.
-//
-// Colours and the levels of gray palettes are floats, grays and the indices of two colours doubles, which hold samples
-// of 32 bits. Of a row of cells each is weighted, then the row; the first weights are 1 - f and f for two, cubic
-// convolution with the parameter -1/2 for four. Colours with alpha are multiplied by it, so that transparent pixels do
-// not bleed into others; no alpha is quite 0, so where all are transparent, and in pictures whose fourth byte means
-// nothing, colours still count evenly. A constant picture comes back to the bit.
+// Mixing real numbers, a sample at a time: RealWeights.h has the arithmetic, Real_vector.cpp the same for many samples.
 #pragma once
 
 #include "kernel/sampling/Mix.h"
-
-#include <emmintrin.h>
+#include "kernel/sampling/RealWeights.h"
+#include "simd/Simd.h"
 
 namespace vk::sampling {
-
-/// What an alpha has in addition: too little to be seen beside the least alpha there is.
-constexpr float kAlphaSpare = 1.0F / 1024;
-/// The least sum of alphas that colours are divided by.
-constexpr float kLeastAlpha = kAlphaSpare / 4;
-
-constexpr uint32_t kLineOne = 1u << kLineBits;
-
-/// The weights of the cells around a position, `f` behind the first, or the second of four. `Real` may be a vector, and
-/// `number` makes one.
-template <class Real, class Number> void real_weights(Real f, const Number& number, Real (&of)[2]) noexcept
-{
-    of[0] = number(1) - f;
-    of[1] = f;
-}
-template <class Real, class Number> void real_weights(Real f, const Number& number, Real (&of)[4]) noexcept
-{
-    of[0] = ((number(2) - f) * f - number(1)) * f * number(0.5);
-    of[1] = ((number(3) * f - number(5)) * f * f + number(2)) * number(0.5);
-    of[2] = ((number(4) - number(3) * f) * f + number(1)) * f * number(0.5);
-    of[3] = (f - number(1)) * f * f * number(0.5);
-}
 
 /// The fractions of sample i, as numbers.
 template <class Real> struct RealFractions {
@@ -55,22 +26,19 @@ private:
 
 /// Blue, green, red and alpha.
 struct RealColor {
-    __m128 channels;
+    simd::Quad<float> channels;
 
     friend RealColor operator*(const RealColor& color, float weight) noexcept
     {
-        return {_mm_mul_ps(color.channels, _mm_set1_ps(weight))};
+        return {color.channels * simd::all<simd::Quad<float>>(weight)};
     }
-    friend RealColor operator+(const RealColor& a, const RealColor& b) noexcept
-    {
-        return {_mm_add_ps(a.channels, b.channels)};
-    }
+    friend RealColor operator+(const RealColor& a, const RealColor& b) noexcept { return {a.channels + b.channels}; }
 };
 
 template <class Lane, int kChannels, bool kAlpha> RealColor real_color(const uint8_t* cell) noexcept
 {
     const auto channel = [cell](int c) noexcept { return static_cast<float>(lane_of<Lane>(cell, c)); };
-    const RealColor color{_mm_setr_ps(channel(0), channel(1), channel(2), 1)};
+    const RealColor color{{{channel(0), channel(1), channel(2), 1}}};
     if constexpr (kAlpha)
         return color * (channel(kChannels - 1) + kAlphaSpare);
     return color;
@@ -127,7 +95,7 @@ void mix_real(const uint8_t* const (&cells)[kTaps * kTaps], const Line& at, cons
         const RealColor color = real_sum<kTaps, RealColor>(
             f, [&](size_t i) noexcept { return real_color<Lane, kChannels, kAlpha>(cells[i]); });
         float channels[4];
-        _mm_storeu_ps(channels, color.channels);
+        simd::store(channels, color.channels);
         const float scale = kAlpha ? 1 / std::max(channels[3], kLeastAlpha) : 1;
         for (int c = 0; c < 3; ++c)
             put_lane<Lane>(out, c, real_level(channels[c] * scale, kind.most, kind.steps[c]));

@@ -3,6 +3,7 @@
 #include "Vkkrnx.h"
 #include "kernel/sampling/Loops.h"
 #include "tests/rotate/RotateSupport.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestMix.h"
 
 #include <string>
@@ -62,7 +63,6 @@ TEST(RotateFilter, WeightsAsDefined)
 // is fixed: products and sums of floats and doubles are rounded in one order on every processor.
 TEST(RotateFilter, EveryLevelGivesTheSame)
 {
-    using sampling::Level;
     const struct {
         int32_t bits;
         int32_t order;
@@ -81,21 +81,18 @@ TEST(RotateFilter, EveryLevelGivesTheSame)
                 {32, COLORORDER_GRAY, 0x23CD085B6B6A21Fu, 0xC5EA7933C2C366C1u},
                 {48, COLORORDER_BGR, 0xB202A4BEDCDCEE70u, 0x1322E85F5185EFC9u},
                 {64, COLORORDER_BGR, 0x23BBD0DCDC1A5167u, 0x48A3E0AC277D5C25u}};
-    const Level best = sampling::limit_level(Level::avx512);
     for (const auto& row : rows)
         for (const bool is_cubic : {false, true}) {
             SCOPED_TRACE(std::to_string(row.bits) + " bits, order " + std::to_string(row.order));
-            for (const Level level : {Level::plain, Level::avx2, Level::avx512}) {
+            for (const simd::Level level : kLevels) {
                 TestBitmap bitmap;
                 ASSERT_EQ(SUCCESS, bitmap.create(TYPE_CONV, 333, 71, row.bits, row.order));
                 bitmap.paint([](int32_t x, int32_t y) {
                     const uint64_t mixed = static_cast<uint64_t>(x * 71 + y + 1) * 0x9E3779B97F4A7C15u;
                     return (mixed ^ mixed >> 29) | (x % 5 == 0 ? ~uint64_t{0} : 0);
                 });
-                sampling::limit_level(level);
-                const int result = V_RotateBitmap(bitmap, 1230, is_cubic ? 5 : 3, 0x00A08040u);
-                sampling::limit_level(Level::avx512);
-                ASSERT_EQ(SUCCESS, result);
+                const AtLevel at(level);
+                ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, 1230, is_cubic ? 5 : 3, 0x00A08040u));
                 uint64_t sum = 0;
                 for (const uint8_t byte : bitmap.pixels())
                     sum = (sum ^ byte) * 0x100000001B3u;
@@ -103,16 +100,12 @@ TEST(RotateFilter, EveryLevelGivesTheSame)
             }
         }
     sampling::CellKind colors{3, 1, 3, false, false, 255, true};
-    for (const Level level : {Level::plain, Level::avx2, Level::avx512}) {
-        if (level > best)
-            continue; // nothing to be told apart on this processor
-        sampling::limit_level(level);
-        const auto wanted = level == Level::plain  ? nullptr
-                            : level == Level::avx2 ? sampling::avx2_real_mix(colors).cubic
-                                                   : sampling::avx512_real_mix(colors).cubic;
-        EXPECT_EQ(wanted, sampling::fast_mix(colors).cubic);
+    for (const simd::Level level : kLevels) {
+        const AtLevel at(level);
+        const sampling::RealMixing* const fast = sampling::real_mixing_sets.at(at.reached);
+        EXPECT_EQ(fast ? fast->loops(colors).cubic : nullptr, sampling::fast_mix(colors).cubic);
+        EXPECT_NE(sampling::plain_mix(colors).cubic, sampling::fast_mix(colors).cubic);
     }
-    sampling::limit_level(Level::avx512);
 }
 
 TEST(RotateFilter, ConstantPicturesStayConstant)

@@ -6,6 +6,7 @@
 #include "kernel/sampling/Loops.h"
 #include "tests/rotate/RotateSupport.h"
 #include "tests/support/FaultLoop.h"
+#include "tests/support/Levels.h"
 
 #include <string>
 
@@ -35,16 +36,6 @@ struct Listener {
 
     int refused;
     std::vector<int> heard;
-};
-
-/// No higher level of the inner loops, and all again in the end.
-struct UpTo {
-    explicit UpTo(sampling::Level level) : reached(sampling::limit_level(level)) {}
-    ~UpTo() { sampling::limit_level(sampling::Level::avx512); }
-    UpTo(const UpTo&) = delete;
-    UpTo& operator=(const UpTo&) = delete;
-
-    sampling::Level reached;
 };
 
 /// Turns the bitmap and compares with the reference. The fill is index 1, or black with alpha 0.
@@ -188,16 +179,16 @@ TEST(Rotate, FastLoopsEqualPlainOnes)
             ASSERT_NO_FATAL_FAILURE(source.make(Kind::conv, width, height, bits));
             fill_rows(source, random);
             std::vector<uint8_t> wanted;
-            for (const auto level : {sampling::Level::plain, sampling::Level::avx2, sampling::Level::avx512}) {
-                const UpTo up_to(level);
-                if (up_to.reached != level)
+            for (const simd::Level level : kLevels) {
+                const AtLevel at(level);
+                if (at.reached != level)
                     continue; // the processor has no such loops
-                EXPECT_EQ(level != sampling::Level::plain && bits >= 8, sampling::fast_take(bits) != nullptr);
+                EXPECT_EQ(sampling::taking_sets.at(level) && bits >= 8, sampling::fast_take(bits) != nullptr);
                 TestBitmap bitmap;
                 ASSERT_NO_FATAL_FAILURE(bitmap.make(Kind::conv, width, height, bits));
                 ASSERT_EQ(SUCCESS, V_CopyBitmapData(bitmap, source));
                 ASSERT_EQ(SUCCESS, V_RotateBitmap(bitmap, angle, 1, kFirstEntry));
-                if (level == sampling::Level::plain)
+                if (level == simd::Level::plain)
                     wanted = bitmap.pixels();
                 ASSERT_TRUE(wanted == bitmap.pixels());
             }

@@ -5,6 +5,7 @@
 #include "kernel/sampling/Loops.h"
 #include "kernel/sampling/Walk.h"
 #include "tests/support/FaultLoop.h"
+#include "tests/support/Levels.h"
 #include "tests/support/TestTurn.h"
 #include "tests/warp/WarpSupport.h"
 
@@ -154,7 +155,6 @@ TEST(WarpBitmap, SourcesAreReadABoundedNumberOfTimes)
 // the same to the bit.
 TEST(WarpBitmap, EveryLevelGivesTheSame)
 {
-    using sampling::Level;
     TestRandom random(514);
     SCOPED_TRACE(random);
     const struct {
@@ -163,7 +163,6 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
     } forms[] = {{1, COLORORDER_RGB},   {5, COLORORDER_RGB},  {8, COLORORDER_GRAY},
                  {12, COLORORDER_GRAY}, {16, COLORORDER_RGB}, {24, COLORORDER_BGR},
                  {32, COLORORDER_BGR},  {48, COLORORDER_BGR}, {64, COLORORDER_BGR}};
-    const Level best = sampling::limit_level(Level::avx512);
     for (const auto& form : forms)
         for (int round = 0; round < 12; ++round) {
             const uint32_t flags[] = {WARP_NEAREST, WARP_LINEAR, WARP_CUBIC};
@@ -179,14 +178,14 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
             ASSERT_EQ(SUCCESS, source.create(TYPE_CONV, width, height, form.bits, form.order));
             ASSERT_EQ(SUCCESS, V_CopyBitmapData(source.get(), plain.get()));
             const V_MATRIX map = picture_map(random, width, height, round % 4 > 1);
-            const auto warp = [&](TestBitmap& bitmap, Level level) {
-                sampling::limit_level(level);
-                const int result = V_WarpBitmap(bitmap.get(), &map, 700, 60, flags[round % 3], kFirstEntry);
-                sampling::limit_level(Level::avx512);
-                return result;
+            const auto warp = [&](TestBitmap& bitmap, simd::Level level) {
+                const AtLevel at(level);
+                return V_WarpBitmap(bitmap.get(), &map, 700, 60, flags[round % 3], kFirstEntry);
             };
-            ASSERT_EQ(SUCCESS, warp(plain, Level::plain));
-            for (const Level level : {Level::avx2, Level::avx512}) {
+            ASSERT_EQ(SUCCESS, warp(plain, simd::Level::plain));
+            for (const simd::Level level : kLevels) {
+                if (AtLevel(level).reached != level || !sampling::mixing_sets.at(level))
+                    continue; // nothing to be told apart
                 TestBitmap made;
                 ASSERT_EQ(SUCCESS, made.create(TYPE_CONV, width, height, form.bits, form.order));
                 ASSERT_EQ(SUCCESS, V_CopyBitmapData(made.get(), source.get()));
@@ -194,22 +193,20 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
                 ASSERT_TRUE(plain.pixels() == made.pixels()) << "level " << static_cast<int>(level);
             }
         }
-    for (const Level level : {Level::plain, Level::avx2, Level::avx512}) {
-        if (level > best)
-            continue; // nothing to be told apart on this processor
-        ASSERT_EQ(level, sampling::limit_level(level));
-        const bool is_fast = level != Level::plain;
+    for (const simd::Level level : kLevels) {
+        const AtLevel at(level);
+        const sampling::Taking* const taking = sampling::taking_sets.at(at.reached);
+        const sampling::Mixing* const mixing = sampling::mixing_sets.at(at.reached);
+        const sampling::PositionLoops* const positions = sampling::position_loops_sets.at(at.reached);
+        EXPECT_TRUE(at.reached < simd::Level::avx2 || (taking && mixing && positions));
         const sampling::CellKind bytes{3, 1, 3, false, false, 255};
-        EXPECT_EQ(is_fast, sampling::fast_take(24) != nullptr);
+        EXPECT_EQ(taking ? taking->loop(24) : nullptr, sampling::fast_take(24));
         EXPECT_NE(sampling::plain_take(24), sampling::fast_take(24));
-        EXPECT_EQ(is_fast, sampling::fast_take_bits() != nullptr);
-        EXPECT_EQ(is_fast, sampling::fast_mix(bytes).linear != nullptr);
+        EXPECT_EQ(taking ? taking->bits : nullptr, sampling::fast_take_bits());
+        EXPECT_EQ(mixing ? mixing->loops(bytes).linear : nullptr, sampling::fast_mix(bytes).linear);
         EXPECT_NE(sampling::plain_mix(bytes).linear, sampling::fast_mix(bytes).linear);
-        EXPECT_EQ(is_fast, &sampling::loops() != &sampling::kPlainPositions);
-        EXPECT_EQ(level == Level::avx512, &sampling::loops() == &sampling::kAvx512Positions);
-        EXPECT_EQ(level == Level::avx512, sampling::fast_take(24) == sampling::avx512_take(24));
+        EXPECT_EQ(positions ? positions : &sampling::kPlainPositions, &sampling::loops());
     }
-    sampling::limit_level(Level::avx512);
 }
 
 TEST(WarpBitmap, ProgressAndRefusal)
