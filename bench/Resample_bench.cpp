@@ -4,7 +4,7 @@
 
 #include "Vkkrnx.h"
 #include "kernel/resample/Resample.h"
-#include "kernel/resample/RowResampler.h"
+#include "simd/Level.h"
 
 namespace {
 
@@ -47,12 +47,12 @@ void resample(benchmark::State& state)
     Picture from(kPhotoWidth, kPhotoHeight, bits);
     Picture to(scaled(kPhotoWidth), scaled(kPhotoHeight), bits);
     from.paint(state.range(4) != 0);
-    vk::resample::limit_resampling(state.range(3) != 0);
+    vk::simd::limit_level(state.range(3) != 0 ? vk::simd::Level::plain : vk::simd::Level::avx512);
     against_memcpy(state, from.bytes(), to.bytes(), uint64_t{kPhotoWidth} * kPhotoHeight, [&] {
         if (vk::resample_into(from.get(), to.get(), static_cast<vk::Filter>(state.range(2))) != SUCCESS)
             state.SkipWithError("resample_into");
     });
-    vk::resample::limit_resampling(false);
+    vk::simd::limit_level(vk::simd::Level::avx512);
 }
 BENCHMARK(resample)
     ->ArgNames({"bits", "scale", "filter", "plain", "opaque"})

@@ -1,7 +1,5 @@
 #include "kernel/resample/ByteFilter.h"
 
-#include "kernel/convert/Fused.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -10,11 +8,6 @@ namespace vk::resample {
 namespace {
 
 constexpr int64_t kMostTotal = int64_t{1} << 40; ///< the quotient's inverse is exact enough for more
-
-const ByteLoops& choose_loops(bool plain) noexcept
-{
-    return !plain && simd::level() >= simd::Level::avx2 ? avx2_loops() : plain_loops();
-}
 
 } // namespace
 
@@ -31,9 +24,10 @@ bool ByteFilter::takes_kernel(const Axis& x, const Axis& y) noexcept
     return x.most() <= kMostNarrowTaps && y.most() <= kMostNarrowTaps;
 }
 
-int ByteFilter::open(LaneRows& rows, Axis& x, Axis& y, bool is_area, bool plain) noexcept
+int ByteFilter::open(LaneRows& rows, Axis& x, Axis& y, bool is_area) noexcept
 {
-    loops_ = &choose_loops(plain);
+    fast_ = byte_loops_sets.best();
+    loops_ = fast_ ? fast_ : &plain_loops();
     rows_ = &rows;
     y_ = &y;
     is_area_ = is_area;

@@ -15,13 +15,13 @@ public:
     /// The same of a kernel.
     static bool takes_kernel(const Axis& x, const Axis& y) noexcept;
 
-    /// `plain` keeps it from wider instruction sets. All stay the caller's. SUCCESS or ERROR_NO_MEMORY.
-    int open(LaneRows& rows, Axis& x, Axis& y, bool is_area, bool plain) noexcept;
+    /// All stay the caller's. SUCCESS or ERROR_NO_MEMORY.
+    int open(LaneRows& rows, Axis& x, Axis& y, bool is_area) noexcept;
 
     /// Writes destination row `at` as lanes. SUCCESS or the failure of a transfer.
     int row(int32_t at, uint8_t* out) noexcept;
 
-    bool uses_avx2() const noexcept { return loops_ == &avx2_loops(); }
+    const ByteLoops* fast_loops() const noexcept { return fast_; } ///< those in use, or null
 
 private:
     int open_area() noexcept;
@@ -31,6 +31,7 @@ private:
     int narrow_row(int32_t y, const int16_t** values) noexcept;
     template <class Weight> AlongRow<Weight> along(const Weight* weights, int32_t pitch) const noexcept;
 
+    const ByteLoops* fast_ = nullptr;
     const ByteLoops* loops_ = nullptr;
     LaneRows* rows_ = nullptr;
     Axis* y_ = nullptr;

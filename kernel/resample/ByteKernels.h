@@ -1,9 +1,11 @@
-// The inner loops over lanes of one byte, plain and for AVX2 (Bytes_avx2.cpp), which give the same to the bit.
+// The inner loops over lanes of one byte, plain and in vectors (Bytes_vector256.cpp), which give the same to the bit.
 //
 // Area averaging goes down the columns first: sums of 32 bits, then along the row to quotients. Other kernels go along
 // the row first, to values times 64 in 16 bits, then down the columns; weights have 14 bits. A loop for whole vectors
 // may do less than it is asked: it says how much, and the plain one does the rest.
 #pragma once
+
+#include "simd/Level.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -57,8 +59,8 @@ struct ByteLoops {
 /// The loops of the plain path, which do all they are asked.
 const ByteLoops& plain_loops() noexcept;
 
-/// The AVX2 ones.
-const ByteLoops& avx2_loops() noexcept;
+/// Those in vectors.
+VK_SIMD_TABLE_256(ByteLoops, byte_loops);
 
 /// The plain loops from a position or lane on.
 void area_row_from(int32_t begin, const uint32_t* sums, const AlongRow<int32_t>& along, const Quotient& quotient,

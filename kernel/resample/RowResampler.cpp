@@ -1,7 +1,6 @@
 #include "kernel/resample/RowResampler.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstring>
 
 namespace vk::resample {
@@ -10,14 +9,7 @@ namespace {
 
 constexpr int32_t kMostSlots = 16;
 
-std::atomic<bool> g_plain{false};
-
 } // namespace
-
-void limit_resampling(bool plain) noexcept
-{
-    g_plain.store(plain, std::memory_order_relaxed);
-}
 
 int RowResampler::Axes::open(const Stretch& along, const Stretch& down, Kernel kernel, int32_t bits) noexcept
 {
@@ -51,8 +43,7 @@ int RowResampler::open_filter(const Stretch& x, const Stretch& y) noexcept
         return result;
     is_bytes_ = rows_.form().lane_bytes == 1 &&
                 (is_area ? ByteFilter::takes_area(axes_.x, axes_.y) : ByteFilter::takes_kernel(axes_.x, axes_.y));
-    return is_bytes_ ? bytes_.open(rows_, axes_.x, axes_.y, is_area, g_plain.load(std::memory_order_relaxed))
-                     : open_wide(wide_, axes_, x, y, false);
+    return is_bytes_ ? bytes_.open(rows_, axes_.x, axes_.y, is_area) : open_wide(wide_, axes_, x, y, false);
 }
 
 /// Area averaging is exact unless the sums of a huge picture would not fit.

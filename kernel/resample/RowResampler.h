@@ -21,8 +21,8 @@ public:
     /// Writes row `y` as lanes of the form. SUCCESS or the failure of a transfer.
     int row(int32_t y, void* lanes) noexcept;
 
-    /// True when the wider instruction set does the work of rows without transparency.
-    bool uses_avx2() const noexcept { return is_bytes_ && bytes_.uses_avx2(); }
+    /// The loops in vectors that do the work of rows without transparency, or null.
+    const ByteLoops* fast_loops() const noexcept { return is_bytes_ ? bytes_.fast_loops() : nullptr; }
 
 private:
     struct Axes {
@@ -45,8 +45,5 @@ private:
     WideFilter by_alpha_;
     RowBuffer weights_; ///< of one destination row, to know its source rows
 };
-
-/// Keeps resamplers opened from now on from wider instruction sets; for tests and benchmarks.
-void limit_resampling(bool plain) noexcept;
 
 } // namespace vk::resample

@@ -231,7 +231,8 @@ int TapTable::open(Axis& axis) noexcept
     const auto positions = static_cast<uint64_t>(axis.positions());
     const int32_t most = axis.most();
     RowBuffer room;
-    const uint64_t all = positions * static_cast<uint64_t>(most) * sizeof(int32_t);
+    constexpr uint64_t kLookedAt = 3; // that loops in vectors look at behind the last one
+    const uint64_t all = (positions * static_cast<uint64_t>(most) + kLookedAt) * sizeof(int32_t);
     if (!first_.allocate(positions * sizeof(int32_t)) || !weights_.allocate(all) ||
         !room.allocate(static_cast<uint64_t>(most) * sizeof(int32_t)))
         return V_ERROR_NO_MEMORY;
