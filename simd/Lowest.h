@@ -6,6 +6,48 @@
 
 namespace vk::simd::inline VK_SIMD_SET {
 
+/// Zeros in place of what is behind the first `count` lanes.
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> keep_first(Vec<T, N> v, size_t count) noexcept
+{
+#if VK_SIMD_X86 == 3
+    return keep(first_lanes<T, N>(count), v);
+#else
+    const auto lanes = lanes_of<Vec<T, N>>([](size_t lane) noexcept { return lane; });
+    return keep(lanes < all<Vec<T, N>>(static_cast<T>(count)), v);
+#endif
+}
+
+/// Whether all bits of `bits` are set.
+template <class T, size_t N> VK_SIMD_INLINE bool has_bits(Vec<T, N> v, Vec<T, N> bits) noexcept
+{
+#if VK_SIMD_X86 >= 2
+    if constexpr (Vec<T, N>::kBytes == 32)
+        return _mm256_testc_si256(native(v), native(bits)) != 0;
+#endif
+    return all((v & bits) == bits);
+}
+
+/// A step over all lanes of 32 bits that a vector has, and one over the first few.
+struct WholeStep {
+    static constexpr size_t count = kWidth / 4;
+    template <class V> VK_SIMD_INLINE V keep(V v) const noexcept { return v; }
+};
+struct RestStep {
+    size_t count;
+    template <class V> VK_SIMD_INLINE V keep(V v) const noexcept { return keep_first(v, count); }
+};
+
+/// Calls `step(i, part)` for all of `count` samples, a lane of 32 bits each.
+template <class Step> VK_SIMD_INLINE void for_lanes(int32_t count, const Step& step) noexcept
+{
+    constexpr auto kLanes = static_cast<int32_t>(WholeStep::count);
+    int32_t i = 0;
+    for (; i + kLanes <= count; i += kLanes)
+        step(i, WholeStep{});
+    if (i < count)
+        step(i, RestStep{static_cast<size_t>(count - i)});
+}
+
 #if VK_SIMD_X86 == 3
 
 /// `Kept` of each `Of` bytes.

@@ -134,6 +134,11 @@ template <bool Stream, class T, size_t N> VK_SIMD_INLINE void put(void* to, Vec<
 /// The first `Bytes` of a vector; the others are zero.
 template <class V, size_t Bytes> VK_SIMD_INLINE V load_first(const void* from) noexcept
 {
+    if constexpr (Bytes == 8 && V::kBytes == 16) { // not through memory
+        uint64_t first;
+        __builtin_memcpy(&first, from, Bytes);
+        return as<typename V::Lane>(Vec<uint64_t, 2>{{first, 0}});
+    }
     V v{};
     __builtin_memcpy(&v, from, Bytes);
     return v;

@@ -64,9 +64,9 @@ VK_SIMD_INLINE uint32_t quotients(Sums sums, double inverse) noexcept
 }
 
 /// Four sums of 32 bits by weights.
-VK_SIMD_INLINE Sums weighted(const uint32_t* sums, Sums weights) noexcept
+VK_SIMD_INLINE Sums weighted(const uint32_t* sums, Vec<uint32_t, 8> even_weights) noexcept
 {
-    return mul_even(as<uint32_t>(widen(load<Quad<uint32_t>>(sums))), as<uint32_t>(weights));
+    return mul_even(as<uint32_t>(widen(load<Quad<uint32_t>>(sums))), even_weights);
 }
 
 /// Pixels of three or four lanes, of kTaps taps (0: any). One lane behind the last sum and the last result is touched.
@@ -81,7 +81,7 @@ int32_t area_pixels(const uint32_t* sums, const AlongRow<int32_t>& along, const 
         const uint32_t* from = sums + static_cast<ptrdiff_t>(along.first[i]) * kChannels;
         Sums total = half;
         for (int32_t k = 0; k < (kTaps ? kTaps : along.taps); ++k, from += kChannels)
-            total += weighted(from, all<Sums>(static_cast<uint32_t>(weights[k])));
+            total += weighted(from, all<Vec<uint32_t, 8>>(static_cast<uint32_t>(weights[k])));
         const uint32_t pixel = quotients(total, quotient.inverse);
         __builtin_memcpy(out, &pixel, sizeof pixel);
     }
@@ -96,7 +96,7 @@ VK_SIMD_INLINE Sums gray_parts(const uint32_t* sums, const int32_t* weights, int
     Sums parts{};
     for (int32_t k = 0; k < taps; k += 4) {
         const Four factors = keep(lanes < all<Four>(taps - k), load<Four>(weights + k));
-        parts += weighted(sums + k, widen(as<uint32_t>(factors)));
+        parts += weighted(sums + k, as<uint32_t>(widen(as<uint32_t>(factors))));
     }
     return parts;
 }

@@ -34,21 +34,19 @@ template <class V> VK_SIMD_INLINE auto paired(V first, V second) noexcept
                                                                                 as<int16_t>(second << 16));
 }
 
-/// Bytes from a patch's origin to so many samples' first cells, `before` cells before the samples each way.
-template <class V> VK_SIMD_INLINE V offsets_of(const Patch& patch, int32_t i, int32_t size, int32_t before) noexcept
+/// Bytes from a patch's origin to samples, which are cells of `size` bytes.
+VK_SIMD_INLINE Numbers offsets_of(const Patch& patch, int32_t i, int32_t size) noexcept
 {
     const auto whole = [i](const int32_t* positions, int32_t first) noexcept {
-        return (load<V>(positions + i) >> kFractionBits) - number<V>(first);
+        return (load<Numbers>(positions + i) >> kFractionBits) - number(first);
     };
-    const auto stride = static_cast<int32_t>(patch.stride);
-    const V offsets = whole(patch.y, patch.top) * number<V>(stride) + whole(patch.x, patch.left) * number<V>(size);
-    const V lanes = lanes_of<V>([](size_t lane) noexcept { return lane; });
-    return keep(lanes < number<V>(patch.count - i), offsets - number<V>(before * (stride + size)));
+    return whole(patch.y, patch.top) * number(static_cast<int32_t>(patch.stride)) +
+           whole(patch.x, patch.left) * number(size);
 }
 
-template <class V> VK_SIMD_INLINE V fractions_of(const int32_t* positions) noexcept
+VK_SIMD_INLINE Numbers fractions_of(const int32_t* positions) noexcept
 {
-    return load<V>(positions) & number<V>(kOne - 1);
+    return load<Numbers>(positions) & number(kOne - 1);
 }
 
 /// The four weights of samples, in pairs: those of each row of cells.
@@ -59,8 +57,8 @@ struct LinearPairs {
     VK_SIMD_INLINE LinearPairs(const Patch& patch, int32_t i) noexcept
     {
         constexpr int kDropped = kFractionBits - kWeightBits;
-        const Numbers x = dropped<kDropped>(fractions_of<Numbers>(patch.x + i));
-        const Numbers y = dropped<kDropped>(fractions_of<Numbers>(patch.y + i));
+        const Numbers x = dropped<kDropped>(fractions_of(patch.x + i));
+        const Numbers y = dropped<kDropped>(fractions_of(patch.y + i));
         const Numbers last = dropped<kWeightBits>(mul_pairs(as<int16_t>(x), as<int16_t>(y))); // below 2^15 each
         const Numbers second = x - last;
         upper = as<int32_t>(paired(number(1 << kWeightBits) - y - second, second));
@@ -69,22 +67,22 @@ struct LinearPairs {
 };
 
 /// The four weights of samples along one axis, in pairs.
-template <class V> struct CubicPairs {
-    V outer; ///< of the first two
-    V inner; ///< of the last two
+struct CubicPairs {
+    Numbers outer; ///< of the first two
+    Numbers inner; ///< of the last two
 
     explicit VK_SIMD_INLINE CubicPairs(const int32_t* positions) noexcept
     {
         constexpr int kHalfBits = 18;
         constexpr int kDropped = kHalfBits + kFractionBits - kWeightBits;
-        const V f = fractions_of<V>(positions);
-        const V g = number<V>(kOne) - f;
-        const V half = as<int32_t>(as<uint32_t>(f * g) >> (2 * kFractionBits + 1 - kHalfBits));
-        const V slope = f + f + f - number<V>(kOne);
-        const V first = -dropped<kDropped>(half * g);
-        const V last = -dropped<kDropped>(half * f);
-        const V third = ((f + number<V>(2)) >> (kFractionBits - kWeightBits)) + dropped<kDropped>(half * slope);
-        outer = as<int32_t>(paired(first, number<V>(1 << kWeightBits) - (first + third + last)));
+        const Numbers f = fractions_of(positions);
+        const Numbers g = number(kOne) - f;
+        const Numbers half = as<int32_t>(as<uint32_t>(f * g) >> (2 * kFractionBits + 1 - kHalfBits));
+        const Numbers slope = f + f + f - number(kOne);
+        const Numbers first = -dropped<kDropped>(half * g);
+        const Numbers last = -dropped<kDropped>(half * f);
+        const Numbers third = ((f + number(2)) >> (kFractionBits - kWeightBits)) + dropped<kDropped>(half * slope);
+        outer = as<int32_t>(paired(first, number(1 << kWeightBits) - (first + third + last)));
         inner = as<int32_t>(paired(third, last));
     }
 };
@@ -95,18 +93,13 @@ template <class V> VK_SIMD_INLINE V weighted(Vec<uint8_t, V::kBytes> numbers, V 
 }
 
 /// So many samples of a patch, from its sample `i` on.
-Patch part_of(const Patch& patch, int32_t i, int32_t lanes) noexcept
+Patch part_of(const Patch& patch, int32_t i, size_t count) noexcept
 {
     Patch part = patch;
     part.x += i;
     part.y += i;
-    part.count = patch.count - i < lanes ? patch.count - i : lanes;
+    part.count = static_cast<int32_t>(count);
     return part;
-}
-
-VK_SIMD_INLINE size_t rest_of(const Patch& patch, int32_t i) noexcept
-{
-    return static_cast<size_t>(patch.count - i);
 }
 
 // ---- one number a cell ----
@@ -121,32 +114,35 @@ template <size_t kByte> VK_SIMD_INLINE Bytes bytes_of(Numbers words) noexcept
 
 void linear_1(const Patch& patch, const CellKind&, uint8_t* out) noexcept
 {
-    for (int32_t i = 0; i < patch.count; i += kLanes) {
-        const Numbers offsets = offsets_of<Numbers>(patch, i, 1, 0);
-        const LinearPairs weights(patch, i);
-        const Numbers sum = weighted(bytes_of<0>(gather(patch.origin, offsets)), weights.upper) +
-                            weighted(bytes_of<0>(gather(patch.origin + patch.stride, offsets)), weights.lower);
-        store_lowest<1>(out + i, as<uint32_t>(dropped<kWeightBits>(sum)), rest_of(patch, i));
-    }
+    for_lanes(
+        patch.count, [&](int32_t i, auto part) __attribute__((always_inline)) {
+            const Numbers offsets = part.keep(offsets_of(patch, i, 1));
+            const LinearPairs weights(patch, i);
+            const Numbers sum = weighted(bytes_of<0>(gather(patch.origin, offsets)), weights.upper) +
+                                weighted(bytes_of<0>(gather(patch.origin + patch.stride, offsets)), weights.lower);
+            store_lowest<1>(out + i, as<uint32_t>(dropped<kWeightBits>(sum)), part.count);
+        });
 }
 
 void cubic_1(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
 {
     const Numbers most = number(static_cast<int32_t>(kind.most));
-    for (int32_t i = 0; i < patch.count; i += kLanes) {
-        const Numbers offsets = offsets_of<Numbers>(patch, i, 1, 1);
-        const CubicPairs<Numbers> across(patch.x + i);
-        const CubicPairs<Numbers> down(patch.y + i);
-        const auto row = [&](size_t j) noexcept {
-            const Numbers cells = gather(patch.origin + j * patch.stride, offsets);
-            return dropped<kWeightBits - kRowBits>(weighted(bytes_of<0>(cells), across.outer) +
-                                                   weighted(bytes_of<2>(cells), across.inner));
-        };
-        const Numbers sum = mul_pairs(paired(row(0), row(1)), as<int16_t>(down.outer)) +
-                            mul_pairs(paired(row(2), row(3)), as<int16_t>(down.inner));
-        const Numbers mixed = dropped<kWeightBits + kRowBits>(sum);
-        store_lowest<1>(out + i, as<uint32_t>(max(min(mixed, most), Numbers{})), rest_of(patch, i));
-    }
+    const Numbers before = number(static_cast<int32_t>(patch.stride) + 1);
+    for_lanes(
+        patch.count, [&](int32_t i, auto part) __attribute__((always_inline)) {
+            const Numbers offsets = part.keep(offsets_of(patch, i, 1) - before);
+            const CubicPairs across(patch.x + i);
+            const CubicPairs down(patch.y + i);
+            const auto row = [&](size_t j) noexcept {
+                const Numbers cells = gather(patch.origin + j * patch.stride, offsets);
+                return dropped<kWeightBits - kRowBits>(weighted(bytes_of<0>(cells), across.outer) +
+                                                       weighted(bytes_of<2>(cells), across.inner));
+            };
+            const Numbers sum = mul_pairs(paired(row(0), row(1)), as<int16_t>(down.outer)) +
+                                mul_pairs(paired(row(2), row(3)), as<int16_t>(down.inner));
+            const Numbers mixed = dropped<kWeightBits + kRowBits>(sum);
+            store_lowest<1>(out + i, as<uint32_t>(max(min(mixed, most), Numbers{})), part.count);
+        });
 }
 
 // ---- three or four numbers a cell ----
@@ -188,44 +184,50 @@ VK_SIMD_INLINE void store_cells(uint8_t* out, const Numbers (&sums)[4], uint32_t
     store_lowest<kSize>(out, as<uint32_t>(min(cells, all<Bytes>(static_cast<uint8_t>(most)))), count);
 }
 
+/// Mixes a step of samples.
+template <size_t kSize, bool kAlpha, class Part>
+VK_SIMD_INLINE void mix_step(const Patch& patch, const CellKind& kind, int32_t i, Part part, uint8_t* out) noexcept
+{
+    const Places places(part.keep(offsets_of(patch, i, kSize)));
+    const LinearPairs weights(patch, i);
+    // Two cells next to each other of a row, of two samples a block: the first two of four, or the last two.
+    const auto row = [&]<bool kLast>(const uint8_t* origin) noexcept {
+        return as<uint8_t>(places.template load<kLast>(origin));
+    };
+    const uint8_t* const below = patch.origin + patch.stride;
+    const Bytes upper[] = {row.template operator()<false>(patch.origin), row.template operator()<true>(patch.origin)};
+    const Bytes lower[] = {row.template operator()<false>(below), row.template operator()<true>(below)};
+    const bool is_mixed =
+        kAlpha && !has_bits(as<uint32_t>(upper[0] & upper[1] & lower[0] & lower[1]), all<Wide<uint32_t>>(0xFF000000u));
+    Numbers sums[4];
+    Numbers alphas = number(1);
+    const auto mix = [&]<size_t kSample>() noexcept {
+        constexpr size_t kAt = kSample % 2 * 8;
+        const Numbers above = of_block<kSample>(weights.upper), beneath = of_block<kSample>(weights.lower);
+        const Bytes pairs[] = {in_pairs<kSize, kAt>(upper[kSample / 2]), in_pairs<kSize, kAt>(lower[kSample / 2])};
+        const Numbers sum = weighted(pairs[0], above) + weighted(pairs[1], beneath);
+        sums[kSample] = dropped<kWeightBits>(sum);
+        if (is_mixed) {
+            alphas = min(alphas, of_block<3>(sum));
+            sums[kSample] = mix_by_alpha(pairs, above, beneath, sums[kSample]);
+        }
+    };
+    mix.template operator()<0>();
+    mix.template operator()<1>();
+    mix.template operator()<2>();
+    mix.template operator()<3>();
+    if (is_mixed && any(alphas == Numbers{})) // nothing visible in one of them
+        plain_mix(kind).linear(part_of(patch, i, part.count), kind, out);
+    else
+        store_cells<kSize>(out, sums, kind.most, part.count);
+}
+
 template <size_t kSize, bool kAlpha> void linear(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
 {
-    const Numbers alpha_mask = number(static_cast<int32_t>(0xFF000000u));
-    for (int32_t i = 0; i < patch.count; i += kLanes, out += static_cast<size_t>(kLanes) * kSize) {
-        const Places places(offsets_of<Numbers>(patch, i, kSize, 0));
-        const LinearPairs weights(patch, i);
-        // Two cells next to each other of a row, of two samples a block: the first two of four, or the last two.
-        const auto row = [&]<bool kLast>(const uint8_t* origin) noexcept {
-            return as<uint8_t>(places.template load<kLast>(origin));
-        };
-        const uint8_t* const below = patch.origin + patch.stride;
-        const Bytes upper[] = {row.template operator()<false>(patch.origin),
-                               row.template operator()<true>(patch.origin)};
-        const Bytes lower[] = {row.template operator()<false>(below), row.template operator()<true>(below)};
-        const bool is_mixed =
-            kAlpha && !all((as<int32_t>(upper[0] & upper[1] & lower[0] & lower[1]) & alpha_mask) == alpha_mask);
-        Numbers sums[4];
-        Numbers alphas = number(1);
-        const auto mix = [&]<size_t kSample>() noexcept {
-            constexpr size_t kAt = kSample % 2 * 8;
-            const Numbers above = of_block<kSample>(weights.upper), beneath = of_block<kSample>(weights.lower);
-            const Bytes pairs[] = {in_pairs<kSize, kAt>(upper[kSample / 2]), in_pairs<kSize, kAt>(lower[kSample / 2])};
-            const Numbers sum = weighted(pairs[0], above) + weighted(pairs[1], beneath);
-            sums[kSample] = dropped<kWeightBits>(sum);
-            if (is_mixed) {
-                alphas = min(alphas, of_block<3>(sum));
-                sums[kSample] = mix_by_alpha(pairs, above, beneath, sums[kSample]);
-            }
-        };
-        mix.template operator()<0>();
-        mix.template operator()<1>();
-        mix.template operator()<2>();
-        mix.template operator()<3>();
-        if (is_mixed && any(alphas == Numbers{})) // nothing visible in one of them
-            plain_mix(kind).linear(part_of(patch, i, kLanes), kind, out);
-        else
-            store_cells<kSize>(out, sums, kind.most, rest_of(patch, i));
-    }
+    for_lanes(
+        patch.count, [&](int32_t i, auto part) __attribute__((always_inline)) {
+            mix_step<kSize, kAlpha>(patch, kind, i, part, out + static_cast<size_t>(i) * kSize);
+        });
 }
 
 /// Vectors of a row of cells a block, or of two: those of a sample are four.
@@ -276,36 +278,47 @@ private:
     RowBytes rows_[kVectors];
 };
 
+/// Samples of which none is mixed by vectors unless all are opaque.
+constexpr size_t kTogether = RowNumbers::kLanes;
+
 template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
 {
-    const RowNumbers alpha_mask = number<RowNumbers>(static_cast<int32_t>(0xFF000000u));
-    for (int32_t i = 0; i < patch.count; i += kLanes, out += static_cast<size_t>(kLanes) * kSize) {
-        const CubicPairs<Numbers> across(patch.x + i);
-        const CubicPairs<Numbers> down(patch.y + i);
-        alignas(kWidth) int32_t offsets[kLanes];
-        alignas(kWidth) int32_t weights[4][kLanes];
-        store(offsets, offsets_of<Numbers>(patch, i, kSize, 1));
-        store(weights[0], across.outer);
-        store(weights[1], across.inner);
-        store(weights[2], down.outer);
-        store(weights[3], down.inner);
-        Quad<int32_t> made[kLanes];
-        RowNumbers opaque = alpha_mask;
-        for (size_t k = 0; k < kLanes; ++k) {
-            const CubicRows<kSize> rows(patch.origin + offsets[k], patch.stride);
-            opaque = opaque & rows.opaque();
-            made[k] = rows.mixed({weights[0][k], weights[1][k]}, {weights[2][k], weights[3][k]});
-        }
-        if (kAlpha && !all((opaque & alpha_mask) == alpha_mask)) {
-            plain_mix(kind).cubic(part_of(patch, i, kLanes), kind, out);
-            continue;
-        }
-        Numbers sums[4];
-        for (size_t k = 0; k < 4; ++k)
-            sums[k] = dropped<kWeightBits + kRowBits>(
-                blocks_of<Numbers>([&](size_t block) noexcept { return made[4 * block + k]; }));
-        store_cells<kSize>(out, sums, kind.most, rest_of(patch, i));
-    }
+    const auto alpha_mask = all<RowNumbers>(static_cast<int32_t>(0xFF000000u));
+    const Numbers before = number(static_cast<int32_t>(patch.stride + kSize));
+    for_lanes(
+        patch.count, [&](int32_t i, auto part) __attribute__((always_inline)) {
+            const CubicPairs across(patch.x + i);
+            const CubicPairs down(patch.y + i);
+            alignas(kWidth) int32_t offsets[kLanes];
+            alignas(kWidth) int32_t weights[4][kLanes];
+            store(offsets, part.keep(offsets_of(patch, i, kSize) - before));
+            store(weights[0], across.outer);
+            store(weights[1], across.inner);
+            store(weights[2], down.outer);
+            store(weights[3], down.inner);
+            Quad<int32_t> made[kLanes];
+            bool is_opaque[kLanes / kTogether];
+            for (size_t first = 0; first < kLanes; first += kTogether) {
+                RowNumbers opaque = alpha_mask;
+                for (size_t k = first; k < first + kTogether; ++k) {
+                    const CubicRows<kSize> rows(patch.origin + offsets[k], patch.stride);
+                    opaque = opaque & rows.opaque();
+                    made[k] = rows.mixed({weights[0][k], weights[1][k]}, {weights[2][k], weights[3][k]});
+                }
+                is_opaque[first / kTogether] = !kAlpha || has_bits(opaque, alpha_mask);
+            }
+            Numbers sums[4];
+            for (size_t k = 0; k < 4; ++k)
+                sums[k] = dropped<kWeightBits + kRowBits>(
+                    blocks_of<Numbers>([&](size_t block) noexcept { return made[4 * block + k]; }));
+            uint8_t* const cells = out + static_cast<size_t>(i) * kSize;
+            store_cells<kSize>(cells, sums, kind.most, part.count);
+            for (size_t first = 0; kAlpha && first < part.count; first += kTogether)
+                if (!is_opaque[first / kTogether])
+                    plain_mix(kind).cubic(part_of(patch, i + static_cast<int32_t>(first),
+                                                  part.count - first < kTogether ? part.count - first : kTogether),
+                                          kind, cells + first * kSize);
+        });
 }
 
 MixLoops loops_for(const CellKind& kind) noexcept

@@ -39,19 +39,21 @@ constexpr int32_t most_of(int32_t a, int32_t b) noexcept
 }
 
 /// Whole pixels from `first` on.
-VK_SIMD_INLINE Numbers whole_from(const int32_t* positions, int32_t first) noexcept
+template <class V = Numbers> VK_SIMD_INLINE V whole_from(const int32_t* positions, int32_t first) noexcept
 {
-    return (load<Numbers>(positions) >> kFractionBits) - number(first);
+    return (load<V>(positions) >> kFractionBits) - all<V>(first);
 }
 
-/// Bytes from a patch's origin to the pixels of samples that are `kBits` bits, and to the origin where there is no
-/// sample.
-template <int32_t kBits> VK_SIMD_INLINE Numbers offsets_of(const Patch& patch, int32_t i, Numbers columns) noexcept
+/// Bytes from a patch's origin to the rows of samples.
+template <class V = Numbers> VK_SIMD_INLINE V rows_of(const Patch& patch, int32_t i) noexcept
 {
-    const Numbers rows = whole_from(patch.y + i, patch.top) * number(static_cast<int32_t>(patch.stride));
-    const Numbers lanes = lanes_of<Numbers>([](size_t lane) noexcept { return lane; });
-    const Numbers bytes = kBits == 1 ? columns >> 3 : columns * number(kBits / 8);
-    return keep(lanes < number(patch.count - i), rows + bytes);
+    return whole_from<V>(patch.y + i, patch.top) * all<V>(static_cast<int32_t>(patch.stride));
+}
+
+/// Bytes from a patch's origin to the pixels of samples.
+template <int32_t kBytes, class V = Numbers> VK_SIMD_INLINE V offsets_of(const Patch& patch, int32_t i) noexcept
+{
+    return whole_from<V>(patch.x + i, patch.left) * all<V>(kBytes) + rows_of<V>(patch, i);
 }
 
 // ---- pixels of whole bytes ----
@@ -61,11 +63,12 @@ template <int32_t kBits> VK_SIMD_INLINE Numbers offsets_of(const Patch& patch, i
 template <int32_t kBytes, class Word> void take_words(const Patch& patch, uint8_t* out) noexcept
 {
     constexpr int32_t kSpare = sizeof(Word) > kBytes ? 1 : 0;
+    constexpr int32_t kTogether = kLanes < 8 ? kLanes : 8; // few are left over
     int32_t i = 0;
-    for (; i + kLanes + kSpare <= patch.count; i += kLanes, out += kLanes * kBytes) {
-        alignas(kWidth) int32_t offsets[kLanes];
-        store(offsets, offsets_of<8 * kBytes>(patch, i, whole_from(patch.x + i, patch.left)));
-        for (size_t k = 0; k < kLanes; ++k)
+    for (; i + kTogether + kSpare <= patch.count; i += kTogether, out += kTogether * kBytes) {
+        alignas(kWidth) int32_t offsets[kTogether];
+        store(offsets, offsets_of<kBytes, Vec<int32_t, kTogether>>(patch, i));
+        for (size_t k = 0; k < kTogether; ++k)
             __builtin_memcpy(out + k * kBytes, patch.origin + offsets[k], sizeof(Word));
     }
     Patch rest = patch;
@@ -184,10 +187,15 @@ template <int32_t kBytes> void take_permuted(const Patch& patch, uint8_t* out) n
         for (; i + kLanes <= patch.count && take_close<kBytes>(patch, i, out); i += kLanes)
             out += kLanes * kBytes;
     }
-    for (; i < patch.count; i += kLanes, out += kLanes * kBytes) {
-        const Numbers offsets = offsets_of<8 * kBytes>(patch, i, whole_from(patch.x + i, patch.left));
-        store_lowest<kBytes>(out, as<uint32_t>(gather(patch.origin, offsets)), static_cast<size_t>(patch.count - i));
-    }
+    const auto gathered = [&](auto part) __attribute__((always_inline))
+    {
+        const Numbers offsets = part.keep(offsets_of<kBytes>(patch, i));
+        store_lowest<kBytes>(out, as<uint32_t>(gather(patch.origin, offsets)), part.count);
+    };
+    for (; i + kLanes <= patch.count; i += kLanes, out += kLanes * kBytes)
+        gathered(WholeStep{});
+    if (i < patch.count)
+        gathered(RestStep{static_cast<size_t>(patch.count - i)});
 }
 
 template <int32_t kBytes, class Word> constexpr Take take_for() noexcept
@@ -247,7 +255,9 @@ bool near_bits(const Patch& patch, int32_t i, uint64_t& truths) noexcept
 VK_SIMD_INLINE uint32_t gathered_bits(const Patch& patch, int32_t i) noexcept
 {
     const Numbers columns = whole_from(patch.x + i, patch.left);
-    const Numbers words = gather(patch.origin, offsets_of<1>(patch, i, columns));
+    const int32_t rest = most_of(patch.count - i, 0);
+    const Numbers offsets = keep_first(rows_of(patch, i) + (columns >> 3), static_cast<size_t>(rest));
+    const Numbers words = gather(patch.origin, offsets);
     const Numbers highest = shift_left(words, (columns & number(7)) + number(24));
     const Numbers backwards = arrange<[](size_t k) { return Numbers::kLanes - 1 - k; }>(highest);
     return static_cast<uint32_t>(high_bits(backwards));

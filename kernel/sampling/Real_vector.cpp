@@ -51,7 +51,7 @@ struct Group {
         const Ints columns = whole(patch.x + i, patch.left) * number(size);
         const auto skipped = before * (static_cast<int32_t>(patch.stride) + size);
         const Ints lanes = lanes_of<Ints>([](size_t lane) noexcept { return lane; });
-        offsets = keep(lanes < number(patch.count - i), rows + columns - number(skipped));
+        offsets = keep_first(rows + columns - number(skipped), static_cast<size_t>(patch.count - i));
         const auto fraction = [&](uint32_t start, uint32_t step) noexcept {
             const auto at = static_cast<int32_t>(start + static_cast<uint32_t>(i) * step);
             const Ints positions = number(at) + lanes * number(static_cast<int32_t>(step));
