@@ -9,7 +9,7 @@ namespace vk::simd::inline VK_SIMD_SET {
 inline constexpr uint8_t kNone = 0x80;
 
 template <size_t N> struct Order {
-    alignas(16) uint8_t at[N];
+    alignas(N % 64 == 0 ? 64 : N % 32 == 0 ? 32 : 16) uint8_t at[N];
 
     template <class V> VK_SIMD_INLINE V load() const noexcept { return simd::load<V>(at); }
 };

@@ -14,6 +14,7 @@ using Words = Wide<int16_t>;
 using Numbers = Wide<int32_t>;
 /// Sums of 64 bits, of a pixel's lanes or of four positions; where vectors are shorter, they are two.
 using Sums = Vec<uint64_t, 4>;
+using Doubles = Vec<double, 4>;
 
 constexpr size_t kWords = Words::kLanes;
 constexpr size_t kBlocksOfStep = kWidth / 16;
@@ -53,13 +54,12 @@ size_t sum_rows(const uint8_t* const* rows, const int32_t* weights, uint32_t* su
 
 /// Sums below 2^52 to lanes of a byte; the product with the inverse is never below the quotient, nor as much above it
 /// as the next whole number.
-VK_SIMD_INLINE uint32_t quotients(Sums sums, double inverse) noexcept
+VK_SIMD_INLINE uint32_t quotients(Sums sums, Doubles inverse) noexcept
 {
-    using Doubles = Vec<double, 4>;
     static constexpr auto kLowest = order_of<16>([](size_t i) { return i < 4 ? 4 * i : size_t{kNone}; });
     const auto magic = all<Doubles>(4503599627370496.0); // 2^52: the sum is its mantissa
     const Doubles values = as<double>(sums | as<uint64_t>(magic)) - magic;
-    const auto lanes = as<uint8_t>(cut_off(values * all<Doubles>(inverse)));
+    const auto lanes = as<uint8_t>(cut_off(values * inverse));
     return as<uint32_t>(shuffle(lanes, kLowest.load<Quad<uint8_t>>())).raw[0];
 }
 
@@ -75,6 +75,7 @@ int32_t area_pixels(const uint32_t* sums, const AlongRow<int32_t>& along, const 
                     uint8_t* out) noexcept
 {
     const auto half = all<Sums>(quotient.total / 2);
+    const auto inverse = all<Doubles>(quotient.inverse);
     const int32_t* weights = along.weights;
     const int32_t count = along.count - (kChannels == 3 ? 1 : 0);
     for (int32_t i = 0; i < count; ++i, weights += along.pitch, out += kChannels) {
@@ -82,7 +83,7 @@ int32_t area_pixels(const uint32_t* sums, const AlongRow<int32_t>& along, const 
         Sums total = half;
         for (int32_t k = 0; k < (kTaps ? kTaps : along.taps); ++k, from += kChannels)
             total += weighted(from, all<Vec<uint32_t, 8>>(static_cast<uint32_t>(weights[k])));
-        const uint32_t pixel = quotients(total, quotient.inverse);
+        const uint32_t pixel = quotients(total, inverse);
         __builtin_memcpy(out, &pixel, sizeof pixel);
     }
     return count < 0 ? 0 : count;
@@ -106,6 +107,7 @@ int32_t area_grays(const uint32_t* sums, const AlongRow<int32_t>& along, const Q
                    uint8_t* out) noexcept
 {
     const auto half = all<Sums>(quotient.total / 2);
+    const auto inverse = all<Doubles>(quotient.inverse);
     const int32_t* weights = along.weights;
     int32_t i = 0;
     for (; i + 4 <= along.count; i += 4) {
@@ -119,7 +121,7 @@ int32_t area_grays(const uint32_t* sums, const AlongRow<int32_t>& along, const Q
         const Sums low = folded(parts[0], parts[1]), high = folded(parts[2], parts[3]);
         const Sums total = arrange<[](size_t k) { return k < 2 ? k : 2 + k; }>(low, high) +
                            arrange<[](size_t k) { return k < 2 ? 2 + k : 4 + k; }>(low, high);
-        const uint32_t pixels = quotients(total + half, quotient.inverse);
+        const uint32_t pixels = quotients(total + half, inverse);
         __builtin_memcpy(out + i, &pixels, sizeof pixels);
     }
     return i;

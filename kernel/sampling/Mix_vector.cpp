@@ -195,8 +195,11 @@ VK_SIMD_INLINE void mix_step(const Patch& patch, const CellKind& kind, int32_t i
         return as<uint8_t>(places.template load<kLast>(origin));
     };
     const uint8_t* const below = patch.origin + patch.stride;
-    const Bytes upper[] = {row.template operator()<false>(patch.origin), row.template operator()<true>(patch.origin)};
-    const Bytes lower[] = {row.template operator()<false>(below), row.template operator()<true>(below)};
+    Bytes upper[2], lower[2];
+    upper[0] = row.template operator()<false>(patch.origin);
+    lower[0] = row.template operator()<false>(below);
+    upper[1] = row.template operator()<true>(patch.origin);
+    lower[1] = row.template operator()<true>(below);
     const bool is_mixed =
         kAlpha && !has_bits(as<uint32_t>(upper[0] & upper[1] & lower[0] & lower[1]), all<Wide<uint32_t>>(0xFF000000u));
     Numbers sums[4];
@@ -297,7 +300,7 @@ template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKi
             store(weights[2], down.outer);
             store(weights[3], down.inner);
             Quad<int32_t> made[kLanes];
-            bool is_opaque[kLanes / kTogether];
+            RowNumbers alphas[kLanes / kTogether];
             for (size_t first = 0; first < kLanes; first += kTogether) {
                 RowNumbers opaque = alpha_mask;
                 for (size_t k = first; k < first + kTogether; ++k) {
@@ -305,7 +308,7 @@ template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKi
                     opaque = opaque & rows.opaque();
                     made[k] = rows.mixed({weights[0][k], weights[1][k]}, {weights[2][k], weights[3][k]});
                 }
-                is_opaque[first / kTogether] = !kAlpha || has_bits(opaque, alpha_mask);
+                alphas[first / kTogether] = opaque;
             }
             Numbers sums[4];
             for (size_t k = 0; k < 4; ++k)
@@ -313,8 +316,10 @@ template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKi
                     blocks_of<Numbers>([&](size_t block) noexcept { return made[4 * block + k]; }));
             uint8_t* const cells = out + static_cast<size_t>(i) * kSize;
             store_cells<kSize>(cells, sums, kind.most, part.count);
-            for (size_t first = 0; kAlpha && first < part.count; first += kTogether)
-                if (!is_opaque[first / kTogether])
+            if (!kAlpha || has_bits(alphas[0] & alphas[kLanes / kTogether - 1], alpha_mask))
+                return;
+            for (size_t first = 0; first < part.count; first += kTogether)
+                if (!has_bits(alphas[first / kTogether], alpha_mask))
                     plain_mix(kind).cubic(part_of(patch, i + static_cast<int32_t>(first),
                                                   part.count - first < kTogether ? part.count - first : kTogether),
                                           kind, cells + first * kSize);

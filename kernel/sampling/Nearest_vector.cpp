@@ -71,11 +71,11 @@ template <int32_t kBytes, class Word> void take_words(const Patch& patch, uint8_
         for (size_t k = 0; k < kTogether; ++k)
             __builtin_memcpy(out + k * kBytes, patch.origin + offsets[k], sizeof(Word));
     }
-    Patch rest = patch;
-    rest.x += i;
-    rest.y += i;
-    rest.count -= i;
-    plain_take(8 * kBytes)(rest, out);
+    for (; i < patch.count; ++i, out += kBytes) {
+        const auto row = static_cast<size_t>((patch.y[i] >> kFractionBits) - patch.top);
+        const auto column = static_cast<size_t>((patch.x[i] >> kFractionBits) - patch.left);
+        __builtin_memcpy(out, patch.origin + row * patch.stride + column * kBytes, kBytes);
+    }
 }
 
 /// As many samples as a vector has bytes, where they lie in a window of the source.

@@ -16,8 +16,6 @@ using Floats = Wide<float>;
 using Doubles = Wide<double>;
 using Flags = decltype(Floats{} < Floats{});
 
-constexpr auto kLanes = static_cast<int32_t>(Ints::kLanes);
-
 VK_SIMD_INLINE Ints number(int32_t value) noexcept
 {
     return all<Ints>(value);
@@ -42,7 +40,8 @@ struct Group {
     Ints x; ///< fractions
     Ints y;
 
-    Group(const Patch& patch, int32_t i, int32_t size, int before) noexcept
+    template <class Part>
+    VK_SIMD_INLINE Group(const Patch& patch, int32_t i, int32_t size, int before, Part part) noexcept
     {
         const auto whole = [](const int32_t* positions, int32_t first) noexcept {
             return (load<Ints>(positions) >> kFractionBits) - number(first);
@@ -51,7 +50,7 @@ struct Group {
         const Ints columns = whole(patch.x + i, patch.left) * number(size);
         const auto skipped = before * (static_cast<int32_t>(patch.stride) + size);
         const Ints lanes = lanes_of<Ints>([](size_t lane) noexcept { return lane; });
-        offsets = keep_first(rows + columns - number(skipped), static_cast<size_t>(patch.count - i));
+        offsets = part.keep(rows + columns - number(skipped));
         const auto fraction = [&](uint32_t start, uint32_t step) noexcept {
             const auto at = static_cast<int32_t>(start + static_cast<uint32_t>(i) * step);
             const Ints positions = number(at) + lanes * number(static_cast<int32_t>(step));
@@ -182,64 +181,70 @@ struct Nearest {
 };
 
 /// Colours. `kCarried`: the last of four bytes comes from the nearest cell, or means nothing.
-template <class Lane, int kChannels, bool kAlpha, bool kCarried, int kTaps>
-void mix_colors(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+template <class Lane, int kChannels, bool kAlpha, bool kCarried, int kTaps, class Part>
+VK_SIMD_INLINE void colors_step(const Patch& patch, const CellKind& kind, int32_t i, Part part, uint8_t* out) noexcept
 {
     constexpr int32_t kSize = kCarried ? 4 : kChannels * int32_t{sizeof(Lane)};
     constexpr int kBefore = kTaps == 4 ? 1 : 0;
     const auto single = [](double value) noexcept { return number(static_cast<float>(value)); };
-    for (int32_t i = 0; i < patch.count; i += kLanes) {
-        const Group group(patch, i, kSize, kBefore);
-        const Floats x = fraction_of(group.x);
-        const Floats y = fraction_of(group.y);
-        Floats across[kTaps];
-        Floats down[kTaps];
-        real_weights(x, single, across);
-        real_weights(y, single, down);
-        [[maybe_unused]] Nearest nearest{x > single(0.5), y > single(0.5), {}};
-        Colors<kChannels> sum = {};
-        const uint8_t* origin = patch.origin;
-        for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
-            const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
-            const Floats weight = down[j];
-            Colors<kChannels> row;
-            for_taps<kTaps>([&]<int kTap>() noexcept {
-                Colors<kChannels> colors = colors_of<kTap, kChannels, kAlpha>(cells);
-                colors.weigh(across[kTap]);
-                if constexpr (kTap == 0)
-                    row = colors;
-                else
-                    row.add(colors);
-                if constexpr (kCarried && kTap >= kBefore && kTap <= kBefore + 1)
-                    if (j >= kBefore && j <= kBefore + 1)
-                        nearest.see(j - kBefore, kTap - kBefore, cells.words[kTap]);
-            });
-            row.weigh(weight);
-            if (j == 0)
-                sum = row;
+    const Group group(patch, i, kSize, kBefore, part);
+    const Floats x = fraction_of(group.x);
+    const Floats y = fraction_of(group.y);
+    Floats across[kTaps];
+    Floats down[kTaps];
+    real_weights(x, single, across);
+    real_weights(y, single, down);
+    [[maybe_unused]] Nearest nearest{x > single(0.5), y > single(0.5), {}};
+    Colors<kChannels> sum = {};
+    const uint8_t* origin = patch.origin;
+    for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
+        const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
+        const Floats weight = down[j];
+        Colors<kChannels> row;
+        for_taps<kTaps>([&]<int kTap>() noexcept {
+            Colors<kChannels> colors = colors_of<kTap, kChannels, kAlpha>(cells);
+            colors.weigh(across[kTap]);
+            if constexpr (kTap == 0)
+                row = colors;
             else
-                sum.add(row);
-        }
-        Ints levels[kChannels];
-        settle<kChannels, kAlpha>(sum, kind, levels);
-        const auto rest = static_cast<size_t>(patch.count - i);
-        uint8_t* const place = out + i * kSize;
-        if constexpr (kChannels == 1) {
-            store_lowest<kSize>(place, as<uint32_t>(levels[0]), rest);
-        } else if constexpr (sizeof(Lane) == 2) {
-            Ints last = levels[2];
-            if constexpr (kAlpha)
-                last |= levels[3] << 16;
-            store_lowest_of_pairs<kSize>(place, as<uint32_t>(levels[0] | levels[1] << 16), as<uint32_t>(last), rest);
-        } else {
-            Ints word = levels[0] | levels[1] << 8 | levels[2] << 16;
-            if constexpr (kAlpha)
-                word |= levels[3] << 24;
-            if constexpr (kCarried)
-                word |= logical(nearest.word, 24) << 24;
-            store_lowest<kSize>(place, as<uint32_t>(word), rest);
-        }
+                row.add(colors);
+            if constexpr (kCarried && kTap >= kBefore && kTap <= kBefore + 1)
+                if (j >= kBefore && j <= kBefore + 1)
+                    nearest.see(j - kBefore, kTap - kBefore, cells.words[kTap]);
+        });
+        row.weigh(weight);
+        if (j == 0)
+            sum = row;
+        else
+            sum.add(row);
     }
+    Ints levels[kChannels];
+    settle<kChannels, kAlpha>(sum, kind, levels);
+    uint8_t* const place = out + i * kSize;
+    if constexpr (kChannels == 1) {
+        store_lowest<kSize>(place, as<uint32_t>(levels[0]), part.count);
+    } else if constexpr (sizeof(Lane) == 2) {
+        Ints last = levels[2];
+        if constexpr (kAlpha)
+            last |= levels[3] << 16;
+        store_lowest_of_pairs<kSize>(place, as<uint32_t>(levels[0] | levels[1] << 16), as<uint32_t>(last), part.count);
+    } else {
+        Ints word = levels[0] | levels[1] << 8 | levels[2] << 16;
+        if constexpr (kAlpha)
+            word |= levels[3] << 24;
+        if constexpr (kCarried)
+            word |= logical(nearest.word, 24) << 24;
+        store_lowest<kSize>(place, as<uint32_t>(word), part.count);
+    }
+}
+
+template <class Lane, int kChannels, bool kAlpha, bool kCarried, int kTaps>
+void mix_colors(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+{
+    for_lanes(
+        patch.count, [&](int32_t i, auto part) __attribute__((always_inline)) {
+            colors_step<Lane, kChannels, kAlpha, kCarried, kTaps>(patch, kind, i, part, out);
+        });
 }
 
 /// Half of the numbers, as doubles.
@@ -249,40 +254,45 @@ template <bool kUpper> VK_SIMD_INLINE Doubles doubles_of(Ints a) noexcept
 }
 
 /// One number a cell, of a byte or two.
-template <class Lane, int kTaps> void mix_numbers(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+template <class Lane, int kTaps, class Part>
+VK_SIMD_INLINE void numbers_step(const Patch& patch, const CellKind& kind, int32_t i, Part part, uint8_t* out) noexcept
 {
     constexpr int32_t kSize = sizeof(Lane);
     constexpr int kBefore = kTaps == 4 ? 1 : 0;
     const auto real = [](double value) noexcept { return number(value); };
-    for (int32_t i = 0; i < patch.count; i += kLanes) {
-        const Group group(patch, i, kSize, kBefore);
-        const auto mixed = [&]<bool kUpper>() noexcept {
-            const auto fraction = [&](Ints position) noexcept {
-                return doubles_of<kUpper>(position) * number(1.0 / kLineOne);
-            };
-            Doubles across[kTaps];
-            Doubles down[kTaps];
-            real_weights(fraction(group.x), real, across);
-            real_weights(fraction(group.y), real, down);
-            Doubles sum = number(0.0);
-            const uint8_t* origin = patch.origin;
-            for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
-                const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
-                Doubles row;
-                for_taps<kTaps>([&]<int kTap>() noexcept {
-                    const Doubles value = doubles_of<kUpper>(cells.template value<kTap, 0>());
-                    row = kTap == 0 ? value * across[0] : row + value * across[kTap];
-                });
-                sum = j == 0 ? row * down[0] : sum + row * down[j];
-            }
-            const Doubles most = number(static_cast<double>(kind.most));
-            return min(max(sum + number(0.5), number(0.0)), most);
+    const Group group(patch, i, kSize, kBefore, part);
+    const auto mixed = [&]<bool kUpper>() noexcept {
+        const auto fraction = [&](Ints position) noexcept {
+            return doubles_of<kUpper>(position) * number(1.0 / kLineOne);
         };
-        const Doubles lower = mixed.template operator()<false>();
-        const Doubles upper = mixed.template operator()<true>();
-        store_lowest<kSize>(out + i * kSize, as<uint32_t>(both(cut_off(lower), cut_off(upper))),
-                            static_cast<size_t>(patch.count - i));
-    }
+        Doubles across[kTaps];
+        Doubles down[kTaps];
+        real_weights(fraction(group.x), real, across);
+        real_weights(fraction(group.y), real, down);
+        Doubles sum = number(0.0);
+        const uint8_t* origin = patch.origin;
+        for (int j = 0; j < kTaps; ++j, origin += patch.stride) {
+            const Row<Lane, kSize, kTaps> cells(origin, group.offsets);
+            Doubles row;
+            for_taps<kTaps>([&]<int kTap>() noexcept {
+                const Doubles value = doubles_of<kUpper>(cells.template value<kTap, 0>());
+                row = kTap == 0 ? value * across[0] : row + value * across[kTap];
+            });
+            sum = j == 0 ? row * down[0] : sum + row * down[j];
+        }
+        const Doubles most = number(static_cast<double>(kind.most));
+        return min(max(sum + number(0.5), number(0.0)), most);
+    };
+    const Doubles lower = mixed.template operator()<false>();
+    const Doubles upper = mixed.template operator()<true>();
+    store_lowest<kSize>(out + i * kSize, as<uint32_t>(both(cut_off(lower), cut_off(upper))), part.count);
+}
+
+template <class Lane, int kTaps> void mix_numbers(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+{
+    for_lanes(
+        patch.count, [&](int32_t i, auto part)
+                         __attribute__((always_inline)) { numbers_step<Lane, kTaps>(patch, kind, i, part, out); });
 }
 
 template <class Lane, int kChannels, bool kAlpha, bool kCarried> MixLoops colors_loops() noexcept
