@@ -252,30 +252,37 @@ bool near_bits(const Patch& patch, int32_t i, uint64_t& truths) noexcept
 }
 
 /// Each gathered word begins with the pixel's byte; its bit is brought to the top. The first one is highest.
-VK_SIMD_INLINE uint32_t gathered_bits(const Patch& patch, int32_t i) noexcept
+template <class Part> VK_SIMD_INLINE uint32_t gathered_bits(const Patch& patch, int32_t i, Part part) noexcept
 {
     const Numbers columns = whole_from(patch.x + i, patch.left);
-    const int32_t rest = most_of(patch.count - i, 0);
-    const Numbers offsets = keep_first(rows_of(patch, i) + (columns >> 3), static_cast<size_t>(rest));
+    const Numbers offsets = part.keep(rows_of(patch, i) + (columns >> 3));
     const Numbers words = gather(patch.origin, offsets);
     const Numbers highest = shift_left(words, (columns & number(7)) + number(24));
     const Numbers backwards = arrange<[](size_t k) { return Numbers::kLanes - 1 - k; }>(highest);
     return static_cast<uint32_t>(high_bits(backwards));
 }
 
-/// Bits that are taken at a time, and they, and eight of them.
+/// Bits that are taken at a time.
 constexpr int32_t kStep = kLanes < 8 ? 8 : kLanes;
 
 VK_SIMD_INLINE uint32_t step_bits(const Patch& patch, int32_t i) noexcept
 {
     if constexpr (kLanes == 4)
-        return gathered_bits(patch, i) << 4 | gathered_bits(patch, i + 4);
+        return gathered_bits(patch, i, WholeStep{}) << 4 | gathered_bits(patch, i + 4, WholeStep{});
     else
-        return gathered_bits(patch, i);
+        return gathered_bits(patch, i, WholeStep{});
 }
-VK_SIMD_INLINE uint32_t eight_bits(const Patch& patch, int32_t i) noexcept
+
+/// Eight of them, of which there may be fewer.
+uint32_t eight_bits(const Patch& patch, int32_t i) noexcept
 {
-    return step_bits(patch, i) >> (kStep - 8);
+    const auto part = [&](int32_t from) noexcept {
+        return gathered_bits(patch, from, RestStep{static_cast<size_t>(most_of(patch.count - from, 0))});
+    };
+    if constexpr (kLanes == 4)
+        return part(i) << 4 | part(i + 4);
+    else
+        return part(i) >> (kStep - 8);
 }
 
 /// The `count` highest of eight bits, to columns from `column` on of a byte.
