@@ -131,22 +131,29 @@ template <bool Stream, class T, size_t N> VK_SIMD_INLINE void put(void* to, Vec<
         store(to, v);
 }
 
-/// The first `Bytes` of a vector; the others are zero.
+/// The first `Bytes` of a vector; the others are zero. Those of one number go through no memory.
 template <class V, size_t Bytes> VK_SIMD_INLINE V load_first(const void* from) noexcept
 {
-    if constexpr (Bytes == 8 && V::kBytes == 16) { // not through memory
-        uint64_t first;
+    if constexpr (Bytes == 4 || Bytes == 8) {
+        using Number = IntOf<Bytes, false>;
+        Number first;
         __builtin_memcpy(&first, from, Bytes);
-        return as<typename V::Lane>(Vec<uint64_t, 2>{{first, 0}});
+        return as<typename V::Lane>(Vec<Number, V::kBytes / Bytes>{{first}});
+    } else {
+        V v{};
+        __builtin_memcpy(&v, from, Bytes);
+        return v;
     }
-    V v{};
-    __builtin_memcpy(&v, from, Bytes);
-    return v;
 }
 
 template <size_t Bytes, class T, size_t N> VK_SIMD_INLINE void store_first(void* to, Vec<T, N> v) noexcept
 {
-    __builtin_memcpy(to, &v, Bytes);
+    if constexpr (Bytes == 4 || Bytes == 8) {
+        const auto first = as<IntOf<Bytes, false>>(v).raw[0];
+        __builtin_memcpy(to, &first, Bytes);
+    } else {
+        __builtin_memcpy(to, &v, Bytes);
+    }
 }
 
 } // namespace vk::simd::inline VK_SIMD_SET
