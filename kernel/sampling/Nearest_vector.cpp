@@ -117,7 +117,7 @@ private:
 };
 
 /// As many pixels of a byte each as come a vector at a time; returns how many.
-int32_t take_near(const Patch& patch, uint8_t* out) noexcept
+[[maybe_unused]] int32_t take_near(const Patch& patch, uint8_t* out) noexcept
 {
     int32_t i = 0;
     for (Near group; i + Near::kCount <= patch.count && group.find(patch, i, kWidth, 1); i += Near::kCount) {
@@ -229,7 +229,7 @@ Take loop_for(int32_t depth) noexcept
 // ---- pixels of one bit ----
 
 /// As many as a vector has bytes, the first one highest in the first byte; false when they do not lie close together.
-bool near_bits(const Patch& patch, int32_t i, uint64_t& truths) noexcept
+[[maybe_unused]] bool near_bits(const Patch& patch, int32_t i, uint64_t& truths) noexcept
 {
     constexpr int32_t kBytes = 16; // of a row
     Near group;
