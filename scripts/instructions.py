@@ -3,9 +3,9 @@
 
     instructions.py [--build DIRECTORY] [--only TEXT] [--write FILE]
 
-Every operation of vk_instructions runs under the emulator twice at each level, once and nine times over; an eighth of
-the difference belongs to one run alone, and divided by the pixels it is what the table says. The counts are the
-emulator's, by the plugin that is built beside the program. --write puts the table into its section of a document.
+Every operation of vk_instructions runs under the emulator at each level, four times in one process; the plugin that is
+built beside the program counts the instructions of the last run. --write puts the table into its section of a
+document.
 """
 import argparse
 import pathlib
@@ -28,19 +28,15 @@ no times: they say what the vectors save, not how fast a processor is.
 """
 
 
-def instructions(build, operation, level, times):
-    """What one run of the program executes."""
-    command = ["setarch", "-R", "qemu-aarch64", "-L", "/usr/aarch64-linux-gnu", "-plugin", build / "libvk_count_plugin.so",
-               build / "vk_instructions", operation, str(level), str(times)]
+def instructions(build, operation, level):
+    """What one run executes. Addresses are the same each time, as kernels look at them."""
+    command = ["setarch", "-R", "qemu-aarch64", "-L", "/usr/aarch64-linux-gnu", "-plugin",
+               build / "libvk_count_plugin.so", build / "vk_instructions", operation, str(level)]
     done = subprocess.run(command, stderr=subprocess.PIPE, text=True, check=False)
     found = re.search(r"^instructions (\d+)$", done.stderr, re.MULTILINE)
     if done.returncode != 0 or not found:
         sys.exit(f"{operation}: {done.stderr}")
     return int(found.group(1))
-
-
-def per_run(build, operation, level):
-    return (instructions(build, operation, level, 9) - instructions(build, operation, level, 1)) / 8
 
 
 def main():
@@ -55,7 +51,7 @@ def main():
 
     def row(operation):
         name, pixels = operation
-        plain, neon = (per_run(arguments.build, name, level) / float(pixels) for level in (PLAIN, NEON))
+        plain, neon = (instructions(arguments.build, name, level) / float(pixels) for level in (PLAIN, NEON))
         return f"| {name} | {plain:.2f} | {neon:.2f} | {neon / plain:.2f} |\n"
 
     with ThreadPoolExecutor(2) as pool:
