@@ -1,6 +1,7 @@
 # vk_vector_sources(<target> <files>...) compiles kernels that are written in the vector layer (simd/Simd.h), once for
 # each set of the target processor that is worth it: `*_vector.cpp` for all of them, `*_vector256.cpp` for those up to 32
-# bytes, `*_vector512.cpp` for those that permute bytes and mask memory. Each set's copy includes the kernel and is compiled with the set's flags.
+# bytes, `*_vector512.cpp` for those that permute bytes and mask memory. Each set's copy includes the kernel and is
+# compiled with the set's flags.
 function(vk_vector_sources target)
   foreach(file IN LISTS ARGN)
     set(sets AVX2 AVX512)

@@ -18,20 +18,29 @@ template <class V> VK_SIMD_INLINE V in_order(V words) noexcept
     return as<uint64_t>(reverse_fields<1>(as<uint8_t>(words)));
 }
 
+/// Appends the changes in words in pixel order; of those before them the last bit counts, which is `colour`, and
+/// becomes that of the words.
 template <class V>
-VK_SIMD_INLINE size_t append_all(V changes, Positions& positions, uint16_t* list, size_t count) noexcept
+VK_SIMD_INLINE size_t append_all(V ordered, V before, uint64_t& colour, Positions& positions, uint16_t* list,
+                                 size_t count) noexcept
 {
-    if constexpr (V::kLanes > 4) { // more than it pays to take out of the register
+    if constexpr (V::kLanes > 4) { // more than it pays to take out of the register one by one
         alignas(V::kBytes) uint64_t masks[V::kLanes];
-        store(masks, changes);
+        store(masks, ordered ^ (ordered << 1 | move_up(before, ordered) >> 63));
+        colour ^= count & 1u; // each change turns it
         for (const uint64_t mask : masks)
             count = positions.append(mask, list, count);
+        colour ^= count & 1u;
     } else {
-        count = positions.append(changes.raw[0], list, count);
-        count = positions.append(changes.raw[1], list, count);
+        const auto append = [&](uint64_t word) noexcept {
+            count = positions.append(word ^ (word << 1 | colour), list, count);
+            colour = word >> 63;
+        };
+        append(ordered.raw[0]);
+        append(ordered.raw[1]);
         if constexpr (V::kLanes == 4) {
-            count = positions.append(changes.raw[2], list, count);
-            count = positions.append(changes.raw[3], list, count);
+            append(ordered.raw[2]);
+            append(ordered.raw[3]);
         }
     }
     return count;
@@ -41,27 +50,25 @@ size_t find_changes(const uint8_t* pixels, size_t words, uint32_t base, uint64_t
                     size_t count) noexcept
 {
     constexpr size_t kGroup = Words::kLanes;
-    const uint64_t turned = colour ^ count; // each change turns the colour
     Positions positions(base);
     Words before = all<Words>(0 - colour); // whose last bit is what counts
     size_t i = 0;
     for (; i + kGroup <= words; i += kGroup) {
         const auto read = load<Words>(pixels + 8 * i);
-        const auto even = all<Words>(0 - ((turned ^ count) & 1u));
+        const auto even = all<Words>(0 - colour);
         if (all(read == even)) {
             positions.skip(kGroup);
             before = even;
             continue;
         }
         const Words ordered = in_order(read);
-        const Words changes = ordered ^ (ordered << 1 | move_up(before, ordered) >> 63);
+        count = append_all(ordered, before, colour, positions, list, count);
         before = ordered;
-        count = append_all(changes, positions, list, count);
     }
     for (; i < words; ++i) {
         const uint64_t word = in_order(load_first<Quad<uint64_t>, 8>(pixels + 8 * i)).raw[0];
-        const uint64_t last = (turned ^ count) & 1u;
-        count = positions.append(word ^ (word << 1 | last), list, count);
+        count = positions.append(word ^ (word << 1 | colour), list, count);
+        colour = word >> 63;
     }
     return count;
 }

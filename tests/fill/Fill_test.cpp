@@ -125,7 +125,7 @@ TEST(Fill, PatternsRepeat)
             ASSERT_NO_FATAL_FAILURE(make_stored(pattern, Kind::tiled_file, one.flipped(), bits, BOTTOM_LEFT));
             ASSERT_EQ(SUCCESS, V_FillBitmapPattern(bitmap.get(), pattern.get(), column, row));
             EXPECT_EQ(changed(Picture::blank(150, 8),
-                              [&](int32_t x, int32_t y, uint64_t) {
+                              [&, column = column, row = row](int32_t x, int32_t y, uint64_t) {
                                   return Picture(one).at(wrap(int64_t{x} - column, one.width),
                                                          wrap(int64_t{y} - row, one.height));
                               }),

@@ -50,7 +50,7 @@ TEST(Overlays, LieWhereTheirOriginSays)
                 ASSERT_EQ(SUCCESS, V_SetBitmapOverlay(bitmap.get(), 15, overlay.get(), flags));
                 EXPECT_EQ(flags == OVERLAY_MOVE, overlay.is_empty());
                 Picture shown = picture.shown(perspective);
-                const Picture expected = Picture::made(30, 24, [&](int32_t x, int32_t y) {
+                const Picture expected = Picture::made(30, 24, [&, column = column, row = row](int32_t x, int32_t y) {
                     const int64_t from_x = int64_t{x} - column, from_y = int64_t{y} - row;
                     return shown.has(from_x, from_y) ? shown.at(from_x, from_y) : 0;
                 });
