@@ -20,8 +20,14 @@ PLAIN, NEON = 0, 2
 TEXT = """
 Made by `scripts/instructions.py`: instructions per pixel of the result, counted by the emulator that runs the tests, for
 whole operations through the exported functions, at the plain level and with NEON (GCC 12, no processor's peculiarities
-asked for). Pictures have 65536 pixels, so what a call costs apart from them is in the figures. Instructions are
-no times: they say what the vectors save, not how fast a processor is.
+asked for). Pictures have 65536 pixels, so what a call costs apart from them is in the figures. Instructions are no
+times: they say what the vectors save, not how fast a processor is.
+
+Above a half are: what the compiler makes vectors of by itself, or the C library does, so that the plain form is no plain
+one any more (fills, alpha taken out and put in, bytes reversed, regions, area averages, for which its loop is even the
+better one); logical operations on bits, where a plain word is half a vector; what has no vectors at this width but tables
+(the nearest of 256 colours, bits and bytes taken out, run lengths of dense rows, which both forms do by words); and the
+cipher, mirrored pixels of 48 bits, YUV samples at half the resolution and perspectives, where 16 bytes hold too little.
 
 | operation | plain | NEON | part |
 |---|---|---|---|
