@@ -38,15 +38,15 @@ constexpr uint64_t fields(int bits, int apart) noexcept
 /// else is in the bytes.
 template <int Bits> VK_SIMD_INLINE uint64_t spread_fields(uint64_t word) noexcept
 {
-    word = (word | word << (32 - 4 * Bits)) & fields(4 * Bits, 32);
-    word = (word | word << (16 - 2 * Bits)) & fields(2 * Bits, 16);
-    return (word | word << (8 - Bits)) & fields(Bits, 8);
+    word = (word & fields(4 * Bits, 64)) | (word << (32 - 4 * Bits) & fields(4 * Bits, 64) << 32);
+    word = (word & fields(2 * Bits, 32)) | (word << (16 - 2 * Bits) & fields(2 * Bits, 32) << 16);
+    return (word & fields(Bits, 16)) | (word << (8 - Bits) & fields(Bits, 16) << 8);
 }
 template <int Bits> VK_SIMD_INLINE uint64_t gather_fields(uint64_t word) noexcept
 {
-    word = (word | word >> (8 - Bits)) & fields(2 * Bits, 16);
-    word = (word | word >> (16 - 2 * Bits)) & fields(4 * Bits, 32);
-    return (word | word >> (32 - 4 * Bits)) & ((uint64_t{1} << (8 * Bits)) - 1);
+    word = (word & fields(Bits, 16)) | (word >> (8 - Bits) & fields(Bits, 16) << Bits);
+    word = (word & fields(2 * Bits, 32)) | (word >> (16 - 2 * Bits) & fields(2 * Bits, 32) << 2 * Bits);
+    return (word & fields(4 * Bits, 64)) | (word >> (32 - 4 * Bits) & fields(4 * Bits, 64) << 4 * Bits);
 }
 
 VK_SIMD_INLINE size_t count_bits(uint64_t bits) noexcept

@@ -193,8 +193,8 @@ template <bool Green6, bool Swap>
 constexpr Loops kOfFields = {fields_to_24<false, Green6, Swap>,
                              kStreams24 ? fields_to_24<true, Green6, Swap> : nullptr};
 constexpr Loops kBitToGray = {bit_to_gray<false>, bit_to_gray<true>};
-constexpr Loops kIndexTo24 = {kPermutesBytes ? index_to_24<false> : nullptr,
-                              kPermutesBytes ? index_to_24<true> : nullptr};
+constexpr Loops kIndexTo24 = {kLooksUpBytes ? index_to_24<false> : nullptr,
+                              kLooksUpBytes ? index_to_24<true> : nullptr};
 
 constexpr int32_t kBgr = COLORORDER_BGR;
 constexpr int32_t kRgb = COLORORDER_RGB;
@@ -208,11 +208,14 @@ constexpr FusedPath path(const char* name, int32_t src_bits, int32_t src_order, 
     return {name, src_bits, src_order, dst_bits, dst_order, step, slack, loops.run, loops.stream, serves};
 }
 
+/// Pixels of four bytes a vector, and eight at least, as steps begin with a byte of pixels of any depth.
+constexpr size_t kStep32 = kPixels < 8 ? 8 : kPixels;
+
 constexpr FusedPath kPaths[] = {
-    path("24 to 32", 24, kBgr, 32, kBgr, kWiden<false>, kPixels, kLoadSlack24),
-    path("24 to 32", 24, kRgb, 32, kRgb, kWiden<false>, kPixels, kLoadSlack24),
-    path("24 to 32 swapped", 24, kBgr, 32, kRgb, kWiden<true>, kPixels, kLoadSlack24),
-    path("24 to 32 swapped", 24, kRgb, 32, kBgr, kWiden<true>, kPixels, kLoadSlack24),
+    path("24 to 32", 24, kBgr, 32, kBgr, kWiden<false>, kStep32, kLoadSlack24),
+    path("24 to 32", 24, kRgb, 32, kRgb, kWiden<false>, kStep32, kLoadSlack24),
+    path("24 to 32 swapped", 24, kBgr, 32, kRgb, kWiden<true>, kStep32, kLoadSlack24),
+    path("24 to 32 swapped", 24, kRgb, 32, kBgr, kWiden<true>, kStep32, kLoadSlack24),
     path("24 swapped", 24, kBgr, 24, kRgb, kSwap24, kWidth, kStoreSlack24),
     path("24 swapped", 24, kRgb, 24, kBgr, kSwap24, kWidth, kStoreSlack24),
     path("32 to 24", 32, kBgr, 24, kBgr, kNarrow<false>, kWidth, kStoreSlack24),
@@ -252,7 +255,7 @@ constexpr FusedPath kPaths[] = {
     path("gray to 1, odd", 0, kAnyOrder, 1, kAnyOrder, {byte_to_bit, nullptr}, kWidth, 0, find_bits),
     path("gray to 1, odd", 8, kGray, 1, kAnyOrder, {byte_to_bit, nullptr}, kWidth, 0, find_bits),
     path("8 to 1", 8, kAnyOrder, 1, kAnyOrder, {byte_to_bit, nullptr}, kWidth, 0, find_bits),
-    // Without permutations of bytes the plain path is faster.
+    // Where looking up is a loop the plain path is faster.
     path("8 to 24, looked up", 8, kAnyOrder, 24, kBgr, kIndexTo24),
     path("8 to 24, looked up", 8, kAnyOrder, 24, kRgb, kIndexTo24),
 };

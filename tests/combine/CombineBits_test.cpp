@@ -292,7 +292,7 @@ TEST(CombineBits, FastFormsAreTaken)
         const AtLevel at(level);
         const size_t done = at.reached == simd::Level::avx512 ? 99 : 96;
         const combine::BitLoops* const loops = combine::bit_loops_sets.best();
-        EXPECT_EQ(level >= simd::Level::avx2 && at.reached >= simd::Level::avx2, loops != nullptr);
+        EXPECT_EQ(at.reached >= kFirstWithLoops, loops != nullptr);
         for (const uint32_t shift : {0u, 3u})
             for (const combine::BitOrder order : {combine::BitOrder::high_first, combine::BitOrder::low_first})
                 if (loops) {

@@ -95,11 +95,11 @@ size_t reversed(size_t byte, size_t bits) noexcept
     VK_STEP(what, return answer_by(got, expected, got_value, [&](size_t i) noexcept { return loop_value; });)
 #define VK_BOTH(M, name) M(name, false), M(name, true)
 
-#define VK_OF_BITS(bits)                                                                                               \
+#define VK_FIELDS(bits)                                                                                                \
     VK_WORD("spread_fields", spread_fields<bits>(word & (~uint64_t{0} >> (64 - 8 * bits))),                            \
             deposited(word, every(bits, 8))),                                                                          \
-        VK_WORD("gather_fields", gather_fields<bits>(word & every(bits, 8)), extracted(word, every(bits, 8))),         \
-        VK_BYTES("reverse_fields", reverse_fields<bits>(a), reversed(a.raw[i], bits))
+        VK_WORD("gather_fields", gather_fields<bits>(word & every(bits, 8)), extracted(word, every(bits, 8)))
+#define VK_REVERSED(bits) VK_BYTES("reverse_fields", reverse_fields<bits>(a), reversed(a.raw[i], bits))
 
 size_t positions(const Operands& in, uint8_t* got, uint8_t* expected) noexcept
 {
@@ -303,9 +303,16 @@ constexpr Operation kAll[] = {
     VK_WORD("lowest_bit", lowest_bit(word | uint64_t{1} << 63), lowest_of(word)),
     VK_WORD("gathered_bits<3>", gathered_bits<3>(word, from[8] % 3), extracted(word >> from[8] % 3, every(1, 3))),
     VK_WORD("gathered_bits<4>", gathered_bits<4>(word, from[8] % 4), extracted(word >> from[8] % 4, every(1, 4))),
-    VK_OF_BITS(1),
-    VK_OF_BITS(2),
-    VK_OF_BITS(4),
+    VK_FIELDS(1),
+    VK_FIELDS(2),
+    VK_FIELDS(3),
+    VK_FIELDS(4),
+    VK_FIELDS(5),
+    VK_FIELDS(6),
+    VK_FIELDS(7),
+    VK_REVERSED(1),
+    VK_REVERSED(2),
+    VK_REVERSED(4),
     Operation{"Positions", positions},
     VK_BYTES("load_pixel_bits", keep(load_pixel_bits(from), all<Bytes>(0xFF)),
              (from[i / 8] << i % 8 & 0x80) != 0 ? 0xFF : 0),

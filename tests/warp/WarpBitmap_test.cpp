@@ -198,7 +198,7 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
         const sampling::Taking* const taking = sampling::taking_sets.at(at.reached);
         const sampling::Mixing* const mixing = sampling::mixing_sets.at(at.reached);
         const sampling::PositionLoops* const positions = sampling::position_loops_sets.at(at.reached);
-        EXPECT_TRUE(at.reached < simd::Level::avx2 || (taking && mixing && positions));
+        EXPECT_TRUE(at.reached < kFirstWithLoops || (taking && mixing && positions));
         const sampling::CellKind bytes{3, 1, 3, false, false, 255};
         EXPECT_EQ(taking ? taking->loop(24) : nullptr, sampling::fast_take(24));
         EXPECT_NE(sampling::plain_take(24), sampling::fast_take(24));
