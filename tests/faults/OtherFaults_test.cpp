@@ -21,7 +21,8 @@ class OtherFaults : public ::testing::TestWithParam<OtherOperation> {};
 
 TEST_P(OtherFaults, EveryCall)
 {
-    const auto& [name, run, calls] = GetParam();
+    const auto run = GetParam().run;
+    const Calls calls = GetParam().calls;
     const intptr_t wanted = run();
     EXPECT_GE(wanted, 0);
     fault::arm(0, false);
