@@ -1,7 +1,13 @@
-# vk_fuzz_parts(<name> <variable>): what a target of fuzz/ links: the kernel's inside or, for readers of picture files,
-# which are named like their format, the part of the vk command that has them; nothing without that format.
+# vk_fuzz_parts(<name> <variable>): what a target of fuzz/ links: the kernel's inside, bound to the breakable platform
+# layer where the target makes calls fail (fuzz/Subject.h); or, for readers of picture files, which are named like their
+# format, the part of the vk command that has them, and nothing without that format.
 function(vk_fuzz_parts name libraries)
-  set(${libraries} vk_kernel vk_backend vk_forward vk_system vk_warnings vk_sanitizers PARENT_SCOPE)
+  set(platform vk_forward)
+  file(STRINGS ${CMAKE_SOURCE_DIR}/fuzz/${name}_fuzz.cpp breaks REGEX "#include \"fuzz/Subject.h\"")
+  if(breaks)
+    set(platform vk_fault)
+  endif()
+  set(${libraries} vk_kernel vk_backend ${platform} vk_system vk_warnings vk_sanitizers PARENT_SCOPE)
   if(name MATCHES "^(.*)Read$")
     string(TOUPPER ${CMAKE_MATCH_1} format)
     set(formats "")

@@ -211,7 +211,8 @@ V_API int64_t V_RedirectedWriteBig(V_REDIRECTHANDLE hFile, const void* pBuffer, 
 V_API int32_t V_RedirectedSeek(V_REDIRECTHANDLE hFile, int32_t nOffset, int nOrigin) V_NOEXCEPT;
 /** V_RedirectedSeek in 64 bits. @remark One thread per file at a time. */
 V_API int64_t V_RedirectedSeekBig(V_REDIRECTHANDLE hFile, int64_t nOffset, int nOrigin) V_NOEXCEPT;
-/** Closes a file. @return the close operation's result: when it is negative the file stays open and the handle valid;
+/** Closes a file. @return the close operation's result: when it is negative the file stays open and the handle valid,
+ *  except with the library's own operation, after which both are gone, whatever the system says of the file's end;
  *  ERROR_NULL_PTR: null; ERROR_INVALID_HANDLE: not an open file. @remark One thread per file at a time. */
 V_API int V_RedirectedClose(V_REDIRECTHANDLE hFile) V_NOEXCEPT;
 /**

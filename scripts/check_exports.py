@@ -2,11 +2,12 @@
 """Checks what the library exports and needs against its public headers.
 
 The declarations are taken from the headers as the target's own compiler preprocesses them, so that each platform is held
-to its own set of names. Three checks, each run when its option is given:
+to its own set of names. Four checks, each run when its option is given:
   --library     the library exports every declared function, the members, tables and type information of every declared
                 class, and nothing else, and needs system libraries only
   --map         the file is the map of exported names, family by family, that --write-map makes
   --record-test the files name every declared function that takes a bitmap record
+  --fault-test  the files have a row for every declared function and class: in its name, and used beside it
 """
 import argparse
 import pathlib
@@ -138,6 +139,21 @@ def check_mentions(names, paths, what):
     return [f"{paths[0]} does not name {n}" for n in sorted(names - words)]
 
 
+def check_rows(names, paths):
+    """Rows name what they are there for in their first text; code beside the texts has to use it."""
+    named, used = set(), set()
+    for path in paths:
+        text = re.sub(r"//.*", "", pathlib.Path(path).read_text())
+        joined = re.sub(r'"\s*\n\s*"', "", text)
+        for row in re.findall(r'\{\s*"([^"]*)"', joined):
+            named |= set(re.findall(r"\bV\w+", row))
+        used |= set(re.findall(r"\b\w+", re.sub(r'"[^"]*"', "", joined)))
+    used |= {"V_" + name for name in used if name.startswith("Global")}  # by their names on Windows
+    print(f"{len(names & named & used)} of {len(names)} exported names have a row")
+    return [f"no row has {n} in its name" for n in sorted(names - named)] + [
+        f"the row of {n} does not use it" for n in sorted((names & named) - used)]
+
+
 def main():
     parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("--compiler", required=True)
@@ -148,6 +164,7 @@ def main():
     parser.add_argument("--map")
     parser.add_argument("--write-map")
     parser.add_argument("--record-test", nargs="+")
+    parser.add_argument("--fault-test", nargs="+")
     options = parser.parse_args()
 
     functions = declarations(options.compiler)
@@ -161,6 +178,8 @@ def main():
     if options.record_test:
         takers = {name for name, parameters in functions.items() if re.search(r"\bBITMAPHANDLE\s*\*", parameters)}
         problems += check_mentions(takers, options.record_test, "functions that take a record")
+    if options.fault_test:
+        problems += check_rows(set(functions) | set(class_members(options.compiler)), options.fault_test)
     for problem in problems:
         print(problem, file=sys.stderr)
     sys.exit(1 if problems else 0)

@@ -158,7 +158,9 @@ int adopt_checked(BITMAPHANDLE& bitmap, uint32_t struct_size, HGLOBAL handle, bo
 {
     const LockedBlock block(handle);
     Packed packed;
-    if (!block.data() || !read_block_header(block, packed.header))
+    if (!block.data()) // a block that cannot be locked now, or none
+        return platform::movable_size(handle) != 0 ? V_ERROR_NO_MEMORY : V_ERROR_INVALID_PARAMETER;
+    if (!read_block_header(block, packed.header))
         return V_ERROR_INVALID_PARAMETER;
     if (is_decoded(packed.header.compression)) {
         decoded = true;

@@ -47,6 +47,21 @@ bool is_indexed(const BITMAPHANDLE& bitmap) noexcept
     return bitmap.BitsPerPixel <= kMostIndexBits;
 }
 
+/// What a platform's object would most likely say, for when there is no memory for one.
+uint32_t nearest_entry(const RGBQUAD* entries, uint32_t count, COLORREF color) noexcept
+{
+    const auto distance = [color](const RGBQUAD& entry) noexcept {
+        const int red = entry.rgbRed - red_of(color), green = entry.rgbGreen - green_of(color);
+        const int blue = entry.rgbBlue - blue_of(color);
+        return red * red + green * green + blue * blue;
+    };
+    const RGBQUAD* const nearest =
+        std::min_element(entries, entries + count, [&distance](const RGBQUAD& a, const RGBQUAD& b) noexcept {
+            return distance(a) < distance(b);
+        });
+    return static_cast<uint32_t>(nearest - entries);
+}
+
 /// The colour of a palette index; false when the bitmap has no such entry.
 bool entry_color(const BITMAPHANDLE* bitmap, uint32_t index, COLORREF* color) noexcept
 {
@@ -98,10 +113,12 @@ uint32_t nearest_object_index(const BITMAPHANDLE& bitmap, COLORREF color) noexce
 {
     const RGBQUAD* entries = bitmap.Palette;
     const uint32_t colors = held_entries(entries, bitmap.Colors);
-    const bool makes = entries != nullptr && colors != 0 && colors <= platform::kMaxObjectEntries;
-    const HPALETTE palette = makes ? platform::palette_create(entries, colors) : nullptr;
-    if (palette == nullptr) {
+    if (entries == nullptr || colors == 0 || colors > platform::kMaxObjectEntries) {
         return 0;
+    }
+    const HPALETTE palette = platform::palette_create(entries, colors);
+    if (palette == nullptr) {
+        return nearest_entry(entries, colors, color);
     }
     const uint32_t index = platform::palette_nearest(palette, color & 0x00FFFFFFu);
     platform::palette_delete(palette);

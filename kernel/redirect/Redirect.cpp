@@ -254,7 +254,7 @@ int V_RedirectedClose(V_REDIRECTHANDLE hFile) noexcept
     if (!file)
         return V_ERROR_INVALID_HANDLE;
     const int result = call_close(file->table, file->handle);
-    if (result >= 0)
+    if (result >= 0 || closes_in_system(file->table))
         release(file);
     return result;
 }

@@ -208,6 +208,11 @@ int64_t call_seek(const Table& table, int64_t file, int64_t offset, int origin) 
     return seek ? seek(file, offset, origin, table.slots[kSeek].user_data) : -1;
 }
 
+bool closes_in_system(const Table& table) noexcept
+{
+    return table.slots[kClose].function == default_table().slots[kClose].function;
+}
+
 int call_close(const Table& table, int64_t file) noexcept
 {
     const auto close = function_of<V_REDIRECTCLOSE>(table, kClose);

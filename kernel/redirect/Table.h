@@ -46,6 +46,9 @@ const Table& plain_temp_table() noexcept;
 /// True when the five file operations are the library's own.
 bool is_plain(const Table& table) noexcept;
 
+/// True when the system closes a table's files: whatever it says of the end of one, the handle is gone.
+bool closes_in_system(const Table& table) noexcept;
+
 /// Calls through a slot; an empty one gives -1. A count that no honest operation can return gives -1 too.
 int64_t call_open(const Table& table, const wchar_t* name, int flags, int mode) noexcept;
 int64_t call_read(const Table& table, int64_t file, void* buffer, size_t bytes) noexcept;

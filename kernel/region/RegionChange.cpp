@@ -69,17 +69,17 @@ bool make_range(const BITMAPHANDLE& bitmap, COLORREF lower, COLORREF upper, Colo
 /// The colour of a pixel; 32-bit gray, which V_GetPixelColor does not read, included. SUCCESS or a code.
 int read_color(BITMAPHANDLE& bitmap, int32_t row, int32_t column, RGBQUAD* color) noexcept
 {
+    const BitmapAccess access(bitmap);
+    if (access.result() != V_SUCCESS)
+        return access.result();
     const bool is_gray32 = bitmap.BitsPerPixel == 32 && bitmap.Order == COLORORDER_GRAY;
     if (!is_gray32) {
         const COLORREF value = pixel_color(bitmap, row, column);
         *color = quad_of(value);
-        return value == kNoColor ? V_ERROR_INVALID_IMAGE : V_SUCCESS;
+        return value == kNoColor ? V_ERROR_NO_MEMORY : V_SUCCESS;
     }
-    const BitmapAccess access(bitmap);
     uint32_t sample = 0;
-    int result = access.result();
-    if (result == V_SUCCESS)
-        result = code_of(get_row_col(bitmap, &sample, row, column, sizeof sample));
+    const int result = code_of(get_row_col(bitmap, &sample, row, column, sizeof sample));
     const uint8_t level = gray_range_of(bitmap).level(sample);
     *color = {level, level, level, 0};
     return result;

@@ -1,5 +1,6 @@
-// Every operation on a bitmap record, one row each, for earlier_record_test.cpp. The rows of a family stand in
-// RecordOperations_<family>.cpp; a test sees to it that no exported function that takes a record is left out.
+// Every operation on a bitmap record, one row each, for earlier_record_test.cpp and tests/faults. The rows of a family
+// stand in RecordOperations_<family>.cpp; a test sees to it that no exported function that takes a record is left out.
+// An operation copes with any call in it failing: it gives back what it made and returns the failure.
 #pragma once
 
 #include "Vkkrnx.h"
@@ -21,12 +22,19 @@ constexpr size_t kRow = 512; ///< more than a row of any kind tried here
 
 inline std::array<uint8_t, kRow> g_row; ///< rows for the operations
 
-struct Operation {
-    const char* name;
+/// What a failure leaves of the bitmap.
+enum class Failed : uint8_t {
+    leaves_it, ///< as it was, to the byte
+    part_way,  ///< usable, with some of the work done, as the function's description has it or for being several calls
+};
+
+struct RecordOperation {
+    const char* name; ///< the functions it is there for
     intptr_t (*run)(B bitmap);
     bool tests_size = true; ///< a record of neither size is ERROR_INVALID_STRUCT_SIZE
+    Failed failed = Failed::leaves_it;
 };
-using Family = std::vector<Operation>;
+using Family = std::vector<RecordOperation>;
 
 /// In each family, read from top to bottom, the rows are the life of a bitmap.
 extern const Family row_operations, palette_operations, dither_operations, bitmap_operations, view_operations,
@@ -34,15 +42,20 @@ extern const Family row_operations, palette_operations, dither_operations, bitma
     list_operations, storage_operations, region_operations, window_operations, overlay_operations, fill_operations,
     display_operations, yuv_operations;
 
-/// Those of all families, in their order.
+/// All families, in their order.
+inline std::vector<Family> all_families()
+{
+    return {row_operations,     palette_operations, dither_operations,  bitmap_operations, view_operations,
+            rotate_operations,  warp_operations,    combine_operations, resize_operations, resample_operations,
+            dib_operations,     list_operations,    storage_operations, region_operations, window_operations,
+            overlay_operations, fill_operations,    display_operations, yuv_operations};
+}
+
+/// Their operations.
 inline Family all_operations()
 {
     Family all;
-    for (const Family& family :
-         {row_operations, palette_operations, dither_operations, bitmap_operations, view_operations, rotate_operations,
-          warp_operations, combine_operations, resize_operations, resample_operations, dib_operations, list_operations,
-          storage_operations, region_operations, window_operations, overlay_operations, fill_operations,
-          display_operations, yuv_operations})
+    for (const Family& family : all_families())
         all.insert(all.end(), family.begin(), family.end());
     return all;
 }

@@ -27,8 +27,10 @@ intptr_t take_over(B bitmap)
 intptr_t copy(B bitmap)
 {
     return with_other(bitmap, [](B b, B other, uint32_t size) {
-        const int code = V_CopyBitmap(other, b, size);
-        return code == SUCCESS ? V_CopyBitmapData(b, other) * 16 + V_CopyBitmapData(other, b) : code;
+        int code = V_CopyBitmap(other, b, size);
+        if (code == SUCCESS)
+            code = V_CopyBitmapData(b, other);
+        return code == SUCCESS ? V_CopyBitmapData(other, b) : code;
     });
 }
 
@@ -51,7 +53,7 @@ const Family bitmap_operations = {
          });
      }},
     {"V_DupBitmapNewDim, V_FreeDuplicateBitmap", take_over},
-    {"V_CopyBitmap, V_CopyBitmapData", copy},
+    {"V_CopyBitmap, V_CopyBitmapData", copy, true, Failed::part_way},
     {"V_CopyBitmapData",
      [](B bitmap) -> intptr_t {
          return with_other(bitmap, [](B b, B other, uint32_t) { return V_CopyBitmapData(b, other); });

@@ -11,7 +11,9 @@ namespace {
 template <class Run> intptr_t with_list(B bitmap, Run run)
 {
     HBITMAPLIST list = nullptr;
-    EXPECT_EQ(SUCCESS, V_CreateBitmapList(&list));
+    const int code = V_CreateBitmapList(&list);
+    if (code != SUCCESS)
+        return code;
     const auto result = static_cast<intptr_t>(run(list, bitmap));
     EXPECT_EQ(SUCCESS, V_DestroyBitmapList(list));
     return result;
@@ -42,8 +44,10 @@ const Family list_operations = {
          return with_list(bitmap, [](HBITMAPLIST list, B b) {
              BITMAPHANDLE first{};
              first.StructSize = BITMAPHANDLE_SIZE;
-             EXPECT_EQ(SUCCESS, V_InsertBitmapListItem(list, 0, &first));
-             const int code = V_ReplaceBitmapListItem(list, 0, b, nullptr, 0);
+             int code = V_InsertBitmapListItem(list, 0, &first);
+             if (code != SUCCESS)
+                 return code;
+             code = V_ReplaceBitmapListItem(list, 0, b, nullptr, 0);
              if (code == SUCCESS) {
                  EXPECT_EQ(SUCCESS, V_SetBitmapListItem(list, 0, nullptr)); // without freeing it
              }

@@ -46,7 +46,7 @@ intptr_t store(B bitmap)
 } // namespace
 
 const Family overlay_operations = {
-    {"V_SetBitmapOverlay, V_GetBitmapOverlay", in_and_out},
+    {"V_SetBitmapOverlay, V_GetBitmapOverlay", in_and_out, true, Failed::part_way},
     {"V_GetBitmapOverlayAttributes, V_SetBitmapOverlayAttributes", attributes},
     {"V_RemoveBitmapOverlay", [](B bitmap) -> intptr_t { return V_RemoveBitmapOverlay(bitmap, 1); }},
     {"V_LoadBitmapOverlayBits", load},

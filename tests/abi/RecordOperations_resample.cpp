@@ -31,18 +31,20 @@ template <bool is_second> intptr_t stream(B bitmap)
                                                      bitmap, nullptr, &state);
     if (code != SUCCESS)
         return code;
-    const intptr_t got = V_GetResizedRowCol(state, g_row.data(), 1, 2, 7);
-    return got * 1000 + V_StopResizeBitmap(state);
+    const int got = V_GetResizedRowCol(state, g_row.data(), 1, 2, 7);
+    const int stopped = V_StopResizeBitmap(state);
+    const int ended = is_second ? SUCCESS : ERROR_NULL_PTR; // without a source bitmap
+    return got != SUCCESS ? got : stopped == ended ? SUCCESS : stopped;
 }
 
 } // namespace
 
 const Family resample_operations = {
-    {"V_ResampleBitmap", there_and_back<V_ResampleBitmap>},
-    {"V_BicubicResampleBitmap", there_and_back<V_BicubicResampleBitmap>},
+    {"V_ResampleBitmap", there_and_back<V_ResampleBitmap>, true, Failed::part_way},
+    {"V_BicubicResampleBitmap", there_and_back<V_BicubicResampleBitmap>, true, Failed::part_way},
     {"V_IntResampleBitmap", into_other<V_IntResampleBitmap>},
     {"V_IntBicubicResampleBitmap", into_other<V_IntBicubicResampleBitmap>},
-    {"V_StartResizeBitmap", stream<false>},
+    {"V_StartResizeBitmap, V_GetResizedRowCol, V_StopResizeBitmap", stream<false>},
     {"V_StartResizeBitmap2", stream<true>},
 };
 

@@ -30,11 +30,11 @@ template <uint32_t flags> intptr_t size(B bitmap)
 } // namespace
 
 const Family resize_operations = {
-    {"V_IntResizeBitmap", there_and_back<V_IntResizeBitmap>},
-    {"V_ResizeBitmap", there_and_back<V_ResizeBitmap>},
-    {"V_SizeBitmap", size<SIZEFLAG_NORMAL>},
-    {"V_SizeBitmap (favour black, alpha)", size<SIZEFLAG_FAVORBLACK | SIZEFLAG_ALPHAAWARE>},
-    {"V_SizeBitmap (filters)", size<SIZEFLAG_BICUBIC>},
+    {"V_IntResizeBitmap", there_and_back<V_IntResizeBitmap>, true, Failed::part_way},
+    {"V_ResizeBitmap", there_and_back<V_ResizeBitmap>, true, Failed::part_way},
+    {"V_SizeBitmap", size<SIZEFLAG_NORMAL>, true, Failed::part_way},
+    {"V_SizeBitmap (favour black, alpha)", size<SIZEFLAG_FAVORBLACK | SIZEFLAG_ALPHAAWARE>, true, Failed::part_way},
+    {"V_SizeBitmap (filters)", size<SIZEFLAG_BICUBIC>, true, Failed::part_way},
 };
 
 } // namespace vk::testing

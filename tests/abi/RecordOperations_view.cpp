@@ -51,7 +51,7 @@ const Family view_operations = {
          });
      }},
     {"V_ChangeBitmapViewPerspective",
-     [](B bitmap) -> intptr_t { return V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, 8); }},
+     [](B bitmap) -> intptr_t { return V_ChangeBitmapViewPerspective(nullptr, bitmap, 0, 8); }, true, Failed::part_way},
     {"V_PointToBitmap", with_point<V_PointToBitmap>},
     {"V_PointFromBitmap", with_point<V_PointFromBitmap>},
     {"V_RectToBitmap", with_rect<V_RectToBitmap>},

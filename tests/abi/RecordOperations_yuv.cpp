@@ -41,7 +41,7 @@ intptr_t count(B bitmap)
 const Family yuv_operations = {
     {"V_CountBitmapColors", count},
     {"V_BitmapToYuv", take},
-    {"V_YuvToBitmap", make},
+    {"V_YuvToBitmap", make, true, Failed::part_way},
     {"V_BitmapToYuv", take},
 };
 

@@ -49,7 +49,7 @@ TEST(StatedSizes, NothingBehindABlockIsLookedAt)
     };
     for (const int32_t bits : {2, 8, 16})
         for (const auto& lie : kLies)
-            for (const Operation& operation : all_operations()) {
+            for (const RecordOperation& operation : all_operations()) {
                 BITMAPHANDLE bitmap;
                 make(&bitmap, bits);
                 lie(&bitmap);

@@ -59,7 +59,7 @@ std::vector<intptr_t> live(const Origin& origin, uint32_t size, size_t room, uin
     };
     note(make(bitmap, size, origin), "creation");
     EXPECT_EQ(SUCCESS, results.back());
-    for (const Operation& operation : all_operations())
+    for (const RecordOperation& operation : all_operations())
         note(operation.run(bitmap), operation.name);
     V_FreeBitmap(bitmap);
     note(0, "V_FreeBitmap");
@@ -90,7 +90,7 @@ TEST(EarlierRecord, OtherSizesAreRefusedUntouched)
         std::memcpy(block.data(), &size, sizeof size);
         const std::vector<uint8_t> before = block;
         auto* bitmap = reinterpret_cast<BITMAPHANDLE*>(block.data());
-        for (const Operation& operation : all_operations()) {
+        for (const RecordOperation& operation : all_operations()) {
             const intptr_t result = operation.run(bitmap);
             EXPECT_TRUE(!operation.tests_size || result == ERROR_INVALID_STRUCT_SIZE)
                 << operation.name << ", size " << size << ", result " << result;

@@ -1,0 +1,146 @@
+// vk_endurance [--operations N] [--threads N] [--seconds S] [--seed N]: a random mix of small tasks in one process, for
+// as many as it is told, or for so long. It fails when a result is wrong, and, on one thread, when resident memory or
+// open handles grow after the first tenth: memory by more than 2 %, or in a run of fewer than 100,000 by 2 MiB.
+#include "tests/endurance/Surroundings.h"
+#include "tests/endurance/Tasks.h"
+
+#include "Vkkrnx.h"
+
+#include <atomic>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <thread>
+#include <vector>
+
+namespace {
+
+using namespace vk::endurance;
+
+constexpr uint64_t kLong = 100000;      ///< operations
+constexpr uint64_t kWarming = 2u << 20; ///< bytes
+
+struct Plan {
+    uint64_t operations = 20000;
+    uint64_t threads = 1;
+    uint64_t seconds = 0; ///< instead of a number of operations
+    uint64_t seed = 1;
+};
+
+bool read_plan(int count, char** words, Plan& plan)
+{
+    const struct {
+        const char* name;
+        uint64_t& number;
+    } options[] = {{"--operations", plan.operations},
+                   {"--threads", plan.threads},
+                   {"--seconds", plan.seconds},
+                   {"--seed", plan.seed}};
+    for (int i = 1; i < count; i += 2) {
+        bool is_known = false;
+        for (const auto& option : options)
+            if (i + 1 < count && std::strcmp(words[i], option.name) == 0) {
+                option.number = std::strtoull(words[i + 1], nullptr, 10);
+                is_known = true;
+            }
+        if (!is_known)
+            return false;
+    }
+    return plan.threads > 0;
+}
+
+/// What the process holds when it has given back what it can.
+struct Holding {
+    uint64_t bytes, handles;
+
+    static Holding now()
+    {
+        V_TrimMemory();
+        return {resident_bytes(), open_handles()};
+    }
+};
+
+class Run {
+public:
+    explicit Run(const Plan& plan) : plan_(plan), start_(std::chrono::steady_clock::now()) {}
+
+    bool go()
+    {
+        std::vector<std::thread> threads;
+        for (uint64_t i = 1; i < plan_.threads; ++i)
+            threads.emplace_back([this, i] { work(plan_.seed + i); });
+        work(plan_.seed);
+        for (std::thread& thread : threads)
+            thread.join();
+        return report();
+    }
+
+private:
+    bool is_over(uint64_t done) const
+    {
+        const auto spent = std::chrono::steady_clock::now() - start_;
+        return wrong_ != 0 ||
+               (plan_.seconds != 0 ? spent >= std::chrono::seconds(plan_.seconds) : done >= plan_.operations);
+    }
+    bool is_tenth(uint64_t done) const
+    {
+        const auto spent = std::chrono::steady_clock::now() - start_;
+        return plan_.seconds != 0 ? spent >= std::chrono::milliseconds(100 * plan_.seconds)
+                                  : done >= plan_.operations / 10;
+    }
+
+    void work(uint64_t seed)
+    {
+        vk::testing::TestRandom random(seed);
+        for (uint64_t done = done_++; !is_over(done); done = done_++) {
+            const NamedTask& task = kTasks[random.below(static_cast<uint64_t>(kTaskCount))];
+            if (!task.run(random)) {
+                std::printf("wrong: %s, operation %llu, seed %llu\n", task.name, static_cast<unsigned long long>(done),
+                            static_cast<unsigned long long>(seed));
+                ++wrong_;
+            }
+            if (plan_.threads == 1 && first_.bytes == 0 && is_tenth(done))
+                first_ = Holding::now();
+        }
+    }
+
+    bool report()
+    {
+        const Holding last = Holding::now();
+        const std::chrono::duration<double> spent = std::chrono::steady_clock::now() - start_;
+        std::printf("%llu operations, %llu threads, %.0f s, %d wrong\n",
+                    static_cast<unsigned long long>(done_ - plan_.threads),
+                    static_cast<unsigned long long>(plan_.threads), spent.count(), wrong_.load());
+        if (plan_.threads > 1)
+            return wrong_ == 0;
+        std::printf("resident after a tenth %llu KiB, at the end %llu KiB; handles %llu, %llu\n",
+                    static_cast<unsigned long long>(first_.bytes / 1024),
+                    static_cast<unsigned long long>(last.bytes / 1024), static_cast<unsigned long long>(first_.handles),
+                    static_cast<unsigned long long>(last.handles));
+        // In a short run the process is still getting to its size.
+        const uint64_t more = done_ < kLong ? kWarming : first_.bytes / 50;
+        const bool is_flat = last.bytes <= first_.bytes + more && last.handles <= first_.handles;
+        if (!is_flat)
+            std::printf("more is held than after a tenth\n");
+        return wrong_ == 0 && is_flat;
+    }
+
+    const Plan plan_;
+    const std::chrono::steady_clock::time_point start_;
+    std::atomic<uint64_t> done_{0};
+    std::atomic<int> wrong_{0};
+    Holding first_{0, 0};
+};
+
+} // namespace
+
+int main(int count, char** words)
+{
+    Plan plan;
+    if (!read_plan(count, words, plan)) {
+        std::fprintf(stderr, "usage: %s [--operations N] [--threads N] [--seconds S] [--seed N]\n", words[0]);
+        return 2;
+    }
+    return Run(plan).go() ? 0 : 1;
+}
