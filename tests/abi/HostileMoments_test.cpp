@@ -26,7 +26,7 @@ bool on_small_stack(const std::function<bool()>& run)
     pthread_attr_t attributes;
     pthread_t thread{};
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 256 << 10);
+    pthread_attr_setstacksize(&attributes, 128 << 10);
     const auto main = [](void* given) -> void* {
         auto& mine = *static_cast<Job*>(given);
         mine.good = mine.run();
@@ -38,7 +38,7 @@ bool on_small_stack(const std::function<bool()>& run)
     return job.good;
 }
 
-TEST(Hostile, StackOf256KiB)
+TEST(Hostile, StackOf128KiB)
 {
     if (VK_SANITIZED)
         GTEST_SKIP() << "the sanitizers need more";
