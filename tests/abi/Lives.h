@@ -14,7 +14,7 @@
 #include <functional>
 #include <sys/mman.h>
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(VKKRNX_TEST_SANITIZED)
 #define VK_SANITIZED 1
 #else
 #define VK_SANITIZED 0

@@ -1,6 +1,6 @@
 // What the POSIX back end makes of calls of the system that fail, are interrupted, or do half of what they are asked
 // for. The functions stand in for the C library's in the whole test program, and hand on what no test has said.
-#if !defined(_WIN32) && !defined(__SANITIZE_ADDRESS__) && !defined(__SANITIZE_THREAD__)
+#if !defined(_WIN32) && !defined(VKKRNX_TEST_SANITIZED)
 
 #include "platform/posix/Posix.h"
 #include "tests/platform/TempFile.h"
