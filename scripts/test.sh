@@ -11,7 +11,7 @@ exec </dev/null
 . scripts/packages.sh
 ensure_packages build-essential cmake ninja-build ccache pkg-config python3 googletest clang clang-format doxygen \
     libclang-rt-dev libpng-dev libjpeg-dev libtiff-dev libwebp-dev libgif-dev liblcms2-dev libbenchmark-dev \
-    libyuv-dev libpixman-1-dev \
+    libyuv-dev libpixman-1-dev abigail-tools \
     g++-mingw-w64-x86-64-posix wine wine64 llvm lld default-jdk-headless junit5 \
     g++-aarch64-linux-gnu qemu-user \
     python3-cffi python3-numpy python3-pil python3-pytest python3-distributed python3-pip

@@ -4,6 +4,7 @@
 #include "kernel/combine/Combine.h"
 #include "kernel/combine/LogicRun.h"
 #include "kernel/resize/Access.h"
+#include "kernel/system/RoomyObject.h"
 
 #include <optional>
 
@@ -70,8 +71,8 @@ int blend_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, const Placement& placemen
         Progress progress(area.height());
         Aside aside;
         MaskSource masked(mask);
-        BlendRun operation({mode & BLEND_MODES, mode & ~BLEND_MODES, opacity});
-        int done = operation.open(to, from, mask.bitmap, area_bytes(area, 8));
+        const RoomyObject<BlendRun> operation(BlendRequest{mode & BLEND_MODES, mode & ~BLEND_MODES, opacity});
+        int done = operation ? operation->open(to, from, mask.bitmap, area_bytes(area, 8)) : V_ERROR_NO_MEMORY;
         if (done == V_SUCCESS)
             done = progress.begin();
         if (done == V_SUCCESS)
@@ -79,7 +80,7 @@ int blend_bitmap(BITMAPHANDLE& to, BITMAPHANDLE& from, const Placement& placemen
         if (done == V_SUCCESS)
             done = masked.open(to, overlap, mask_layout);
         if (done == V_SUCCESS)
-            done = walk(to, area, aside.source(), masked.source(), operation, progress, OnFailure::put_back);
+            done = walk(to, area, aside.source(), masked.source(), *operation, progress, OnFailure::put_back);
         const int released = masked.release();
         return done == V_SUCCESS ? released : done;
     });

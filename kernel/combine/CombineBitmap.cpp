@@ -8,6 +8,7 @@
 #include "kernel/combine/RunRows.h"
 #include "kernel/combine/Streaming.h"
 #include "kernel/resize/Access.h"
+#include "kernel/system/RoomyObject.h"
 
 #include <utility>
 
@@ -69,9 +70,9 @@ struct Job {
     {
         if (!is_keyed())
             return walk(to, area, source, {}, operation, progress, OnFailure::put_back);
-        KeyedRun keyed(operation);
-        const int result = keyed.open(from);
-        return result == V_SUCCESS ? walk(to, area, source, {}, keyed, progress, OnFailure::put_back) : result;
+        const RoomyObject<KeyedRun> keyed(operation);
+        const int result = keyed ? keyed->open(from) : V_ERROR_NO_MEMORY;
+        return result == V_SUCCESS ? walk(to, area, source, {}, *keyed, progress, OnFailure::put_back) : result;
     }
 };
 
@@ -98,23 +99,23 @@ int combine_bits_of(const Job& job) noexcept
 {
     if (job.flags & COMBINE_RAW)
         return combine_as_stored(job, logic_of(job.flags));
-    RowConverter converter;
-    const int result = converter.open(job.from, job.to, area_bytes(job.area, 8));
+    const RoomyObject<RowConverter> converter;
+    const int result = converter ? converter->open(job.from, job.to, area_bytes(job.area, 8)) : V_ERROR_NO_MEMORY;
     if (result != V_SUCCESS)
         return result;
-    if (converter.moves_bits())
+    if (converter->moves_bits())
         return combine_as_stored(job, logic_of(job.flags));
-    if (only_inverts(converter))
+    if (only_inverts(*converter))
         return combine_as_stored(job, logic_of(job.flags ^ COMBINE_NOT_SRC));
-    ConvertRun convert(converter, logic_of(job.flags), job.is_large());
-    return job.walk_with(convert);
+    const RoomyObject<ConvertRun> convert(*converter, logic_of(job.flags), job.is_large());
+    return convert ? job.walk_with(*convert) : V_ERROR_NO_MEMORY;
 }
 
 int combine_channels_of(const Job& job) noexcept
 {
-    ArithmeticRun operation(job.flags);
-    const int result = operation.open(job.to, job.from, area_bytes(job.area, 8));
-    return result == V_SUCCESS ? job.walk_with(operation) : result;
+    const RoomyObject<ArithmeticRun> operation(job.flags);
+    const int result = operation ? operation->open(job.to, job.from, area_bytes(job.area, 8)) : V_ERROR_NO_MEMORY;
+    return result == V_SUCCESS ? job.walk_with(*operation) : result;
 }
 
 } // namespace

@@ -2,7 +2,8 @@
 // root of what is mounted here; what it uses counts without file pages that the system can drop.
 //
 // Version 2 has one tree for all controllers, version 1 one for memory; both may be there, one of them in charge.
-// Groups that cannot be found, and files that cannot be read, limit nothing.
+// Groups that cannot be found, and files that cannot be read, limit nothing. The stack may be small: there is one path
+// at a time.
 #include "platform/posix/Limits.h"
 
 #include "platform/posix/Posix.h"
@@ -36,8 +37,8 @@ constexpr Names kVersion1 = {"memory.limit_in_bytes",
                              true,
                              "total_inactive_file "};
 
-/// A text file, line by line.
-class Lines {
+/// A text file, line by line, of which so much is kept.
+template <size_t kRoom> class Lines {
 public:
     explicit Lines(const char* path) noexcept : file_(std::fopen(path, "re")) {}
     ~Lines()
@@ -62,8 +63,10 @@ public:
 
 private:
     std::FILE* file_;
-    char line_[2 * kMaxPath];
+    char line_[kRoom];
 };
+using LongLines = Lines<2 * kMaxPath>; ///< with two paths
+using ShortLines = Lines<256>;         ///< with a name and a number
 
 /// Whether a word stands in a list with commas.
 bool has_word(const char* list, const char* word) noexcept
@@ -88,32 +91,44 @@ struct Path {
         const int length = std::snprintf(text, sizeof text, "%s%s%s", root, first, second);
         return length > 0 && static_cast<size_t>(length) < sizeof text;
     }
+    /// Calls `read` with the path of a file in the directory; false when that is too long.
+    template <class Read> bool with_file(const char* name, const Read& read) noexcept
+    {
+        const size_t length = std::strlen(text);
+        const size_t more = std::strlen(name) + 2;
+        if (more > sizeof text - length)
+            return false;
+        text[length] = '/';
+        std::memcpy(text + length + 1, name, more - 1);
+        read(text);
+        text[length] = 0;
+        return true;
+    }
 };
 
-uint64_t read_bytes(const Path& directory, const char* name) noexcept
+uint64_t read_bytes(Path& directory, const char* name) noexcept
 {
-    Path file;
-    if (!file.set(directory.text, "/", name))
-        return kNoLimit;
-    Lines lines(file.text);
-    const char* const line = lines.next();
-    uint64_t value = 0;
-    return line != nullptr && std::sscanf(line, "%" SCNu64, &value) == 1 ? value : kNoLimit; // "max" is none
+    uint64_t value = kNoLimit;
+    directory.with_file(name, [&](const char* file) noexcept {
+        ShortLines lines(file);
+        const char* const line = lines.next();
+        uint64_t read = 0;
+        value = line != nullptr && std::sscanf(line, "%" SCNu64, &read) == 1 ? read : kNoLimit; // "max" is none
+    });
+    return value;
 }
 
-uint64_t droppable_bytes(const Path& directory, const Names& names) noexcept
+uint64_t droppable_bytes(Path& directory, const Names& names) noexcept
 {
-    Path file;
-    if (!file.set(directory.text, "/", "memory.stat"))
-        return 0;
-    Lines lines(file.text);
-    while (const char* const line = lines.next()) {
-        uint64_t value = 0;
-        if (std::strncmp(line, names.droppable, std::strlen(names.droppable)) == 0 &&
-            std::sscanf(line + std::strlen(names.droppable), "%" SCNu64, &value) == 1)
-            return value;
-    }
-    return 0;
+    uint64_t value = 0;
+    directory.with_file("memory.stat", [&](const char* file) noexcept {
+        ShortLines lines(file);
+        const size_t length = std::strlen(names.droppable);
+        while (const char* const line = lines.next())
+            if (std::strncmp(line, names.droppable, length) == 0 && std::sscanf(line + length, "%" SCNu64, &value) == 1)
+                return;
+    });
+    return value;
 }
 
 uint64_t less(uint64_t from, uint64_t taken) noexcept
@@ -129,7 +144,7 @@ void lower(uint64_t limit, uint64_t used, uint64_t& total, uint64_t& available) 
     available = std::min(available, less(limit, used == kNoLimit ? 0 : used));
 }
 
-void apply_group(const Path& directory, const Names& names, MemoryStatus& status) noexcept
+void apply_group(Path& directory, const Names& names, MemoryStatus& status) noexcept
 {
     const uint64_t limit = read_bytes(directory, names.limit);
     const uint64_t usage = read_bytes(directory, names.usage);
@@ -152,12 +167,11 @@ struct Mount {
 
 /// Finds a tree in the table of mounts: fields up to the mount point, options, " - ", type, source, options of the
 /// tree.
-bool find_mount(const char* root, bool version2, Mount& mount) noexcept
+bool find_mount(const char* root, bool version2, Path& table, Mount& mount) noexcept
 {
-    Path table;
     if (!table.set(root, "/proc/self/mountinfo", ""))
         return false;
-    Lines lines(table.text);
+    LongLines lines(table.text);
     while (const char* const line = lines.next()) {
         const char* const tail = std::strstr(line, " - ");
         char type[32];
@@ -173,12 +187,11 @@ bool find_mount(const char* root, bool version2, Mount& mount) noexcept
 }
 
 /// The process's group in a version's tree: "number:controllers:path".
-bool find_group(const char* root, bool version2, char (&group)[kMaxPath]) noexcept
+bool find_group(const char* root, bool version2, Path& list, char (&group)[kMaxPath]) noexcept
 {
-    Path list;
     if (!list.set(root, "/proc/self/cgroup", ""))
         return false;
-    Lines lines(list.text);
+    LongLines lines(list.text);
     while (char* const line = lines.next()) {
         char* const controllers = std::strchr(line, ':');
         char* const path = controllers == nullptr ? nullptr : std::strchr(controllers + 1, ':');
@@ -208,8 +221,8 @@ void apply_tree(const char* root, bool version2, MemoryStatus& status) noexcept
 {
     Mount mount;
     char group[kMaxPath];
-    Path directory;
-    if (!find_mount(root, version2, mount) || !find_group(root, version2, group) ||
+    Path directory; // where else is looked first
+    if (!find_mount(root, version2, directory, mount) || !find_group(root, version2, directory, group) ||
         !directory.set(root, mount.point, path_below(group, mount.root)))
         return;
     const size_t top = std::strlen(root) + std::strlen(mount.point);

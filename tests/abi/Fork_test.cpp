@@ -2,35 +2,19 @@
 // both sides at once, and a thread of the pool that forks goes on in both.
 #if !defined(_WIN32)
 
+#include "tests/abi/Child.h"
 #include "tests/support/TestBitmap.h"
 
 #include "Vkthreading.h"
 
 #include <atomic>
-#include <csignal>
-#include <functional>
-#include <sys/wait.h>
 #include <thread>
-#include <unistd.h>
 
 using namespace vk::testing;
 
 namespace {
 
-constexpr unsigned kSeconds = 60; ///< after which a child hangs for good
 constexpr int32_t kHeight = 300;
-
-/// Runs a callable in a copy of the process; true when it gave true, and in time.
-bool in_child(const std::function<bool()>& run)
-{
-    const pid_t child = fork();
-    if (child == 0) {
-        alarm(kSeconds);
-        _exit(run() ? 0 : 1);
-    }
-    int status = -1;
-    return waitpid(child, &status, 0) == child && status == 0;
-}
 
 V_THREADRESULT nothing(void*)
 {
@@ -120,7 +104,7 @@ TEST(Fork, BothSidesReadWhatWasWritten)
         bool parent = false;
         const pid_t child = fork();
         if (child == 0) {
-            alarm(kSeconds);
+            alarm(kChildSeconds);
             _exit(reads_well(bitmap.get(), 7919) ? 0 : 1);
         }
         parent = reads_well(bitmap.get(), 104729);

@@ -2,6 +2,8 @@
 import json
 import math
 import os
+import re
+import resource
 import signal
 import stat
 import struct
@@ -285,6 +287,55 @@ class Files(VkTest):
             self.assertLessEqual(set(os.listdir(self.folder)), {"in.ppm", "out.ppm"} if process.returncode == 0 else {"in.ppm"})
             if process.returncode == 0:
                 os.remove(self.path("out.ppm"))
+
+    def run_limited(self, limit, *arguments):
+        """Runs the command where files may get so large and no larger."""
+        return subprocess.run(options.command + list(arguments), stdin=subprocess.DEVNULL, capture_output=True, timeout=120,
+                              check=False, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+
+    def test_disks_that_fill(self):
+        if options.runner:
+            self.skipTest("no such limits there")
+        source = self.path("in.ppm", b"P6 300 200 255\n" + os.urandom(300 * 200 * 3))
+        endings = {"PNM": "ppm", "BMP": "bmp", "PNG": "png", "JPEG": "jpg", "TIFF": "tif", "WebP": "webp", "GIF": "gif"}
+        for name in formats():
+            if name not in endings:
+                continue
+            out = self.path("out." + endings[name])
+            self.assertEqual(self.run_limited(10**9, "convert", source, out).returncode, 0, name)
+            size = os.path.getsize(out)
+            self.path("out." + endings[name], b"precious")
+            for limit in (0, 1, size // 2, size - 1):
+                done = self.run_limited(limit, "convert", source, out)
+                self.assertEqual(done.returncode, 3, (name, limit, done))
+                self.assertIn(out, done.stderr.decode())
+                with open(out, "rb") as file:
+                    self.assertEqual(file.read(), b"precious")
+            os.remove(out)
+            self.assertEqual(os.listdir(self.folder), ["in.ppm"])
+
+    def test_progress_is_for_terminals(self):
+        if options.runner:
+            self.skipTest("no terminal there")
+        import pty  # not for Windows
+        source = self.path("in.ppm", b"P6 600 400 255\n" + os.urandom(600 * 400 * 3))
+        command = ["convert", source, self.path("out.ppm"), "--bits", "8"]
+        self.assertEqual(vk(*command).stderr, b"")
+        ours, theirs = pty.openpty()
+        process = subprocess.Popen(options.command + command, stderr=theirs)
+        os.close(theirs)
+        shown = b""
+        try:
+            while part := os.read(ours, 4096):
+                shown += part
+        except OSError:  # how a terminal ends
+            pass
+        os.close(ours)
+        self.assertEqual(process.wait(60), 0)
+        percents = [int(text) for text in re.findall(rb"\] +(\d+) %", shown)]
+        self.assertEqual((percents[0], percents[-1]), (0, 100), shown)
+        self.assertIn(b"[" + 40 * b"#" + b"] 100 %", shown)
+        self.assertTrue(shown.endswith(b"\r\033[K"), "the line is cleared")
 
 
 if __name__ == "__main__":
