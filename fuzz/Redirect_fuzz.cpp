@@ -43,8 +43,9 @@ struct ModelFile {
 void step(ByteSource& source, V_REDIRECTHANDLE file, ModelFile& model, bool is_buffer)
 {
     const int way = source.below(3);
-    Bytes data(static_cast<size_t>(source.below(64)), source.byte());
-    data.reserve(1); // no null pointer, which is refused
+    Bytes data;
+    data.reserve(64); // never a null pointer, which is refused
+    data.assign(static_cast<size_t>(source.below(64)), source.byte());
     const int64_t offset = source.between(-64, 512);
     const int origin = source.below(3);
     if (model.position + data.size() > kMostBytes)

@@ -5,6 +5,7 @@
 // words of a row, and as a row with a count of its own.
 #include "Vkkrnx.h"
 #include "kernel/runs/RunLength.h"
+#include "simd/Level.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -64,8 +65,8 @@ Bytes compressed(const Bytes& pixels, uint32_t offset, uint32_t count)
     Bytes plain(rl::max_row_bytes(count));
     plain.resize(rl::compress_plain(plain.data(), pixels.data(), offset, count));
     Bytes fast(plain.size());
-    for (const rl::Level level : {rl::Level::sse2, rl::Level::avx2, rl::Level::avx512}) {
-        rl::limit_level(level);
+    for (const vk::simd::Level level : {vk::simd::Level::base, vk::simd::Level::avx2, vk::simd::Level::avx512}) {
+        vk::simd::limit_level(level);
         require(rl::compress(fast.data(), pixels.data(), offset, count) == plain.size() && fast == plain);
     }
     require(rl::measure(pixels.data(), offset, count) == plain.size());

@@ -48,7 +48,7 @@ TEST(Hostile, StackOf128KiB)
         EXPECT_TRUE(in_child([&] { return on_small_stack([&] { return make_and_live(home, {}); }); })) << home;
         EXPECT_EQ(0, all.failures);
     }
-    for (const Operation& operation : all_operations())
+    for (const RecordOperation& operation : all_operations())
         EXPECT_TRUE(in_child([&] {
             return on_small_stack([&] {
                 BITMAPHANDLE bitmap;
