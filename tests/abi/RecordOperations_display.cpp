@@ -15,7 +15,8 @@ intptr_t draw(B bitmap)
     const int result = V_ReleaseBitmapDC(bitmap, context);
     if (result != SUCCESS)
         V_ReleaseBitmapDC(nullptr, context);
-    return result;
+    const bool is_not_made = !context && result == V_ERROR_INVALID_HANDLE;
+    return is_not_made ? V_ERROR_NO_MEMORY : result;
 }
 
 intptr_t paint_and_take(B bitmap)

@@ -39,7 +39,10 @@ intptr_t row(B bitmap)
 #if defined(_WIN32)
 intptr_t handle(B bitmap)
 {
-    const HRGN made = V_GetBitmapRegionHandle(bitmap), other = made ? made : CreateRectRgn(0, 0, 5, 5);
+    const HRGN made = V_GetBitmapRegionHandle(bitmap);
+    if (!made && V_BitmapHasRegion(bitmap) == 1)
+        return V_ERROR_NO_MEMORY;
+    const HRGN other = made ? made : CreateRectRgn(0, 0, 5, 5);
     const int result = V_SetBitmapRegionHandle(bitmap, other, REGION_AND);
     DeleteObject(other);
     return result;

@@ -340,7 +340,7 @@ TEST(ThreadingPool, GrowsForItemsThatBlock)
         };
         for (int i = 0; i < items; ++i)
             ASSERT_EQ(1, VKThreadPool::QueueUserWorkItem(meet, &shared, flags));
-        EXPECT_TRUE(comes_true([&] { return shared.left == items; })) << flags;
+        EXPECT_TRUE(comes_true([&, count = items] { return shared.left == count; })) << flags;
         EXPECT_EQ(items, shared.met) << flags;
         std::this_thread::sleep_for(std::chrono::milliseconds(10)); // they are done with `shared`
     }
