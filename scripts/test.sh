@@ -36,12 +36,13 @@ mkdir -p build
 started=$SECONDS
 prepare native all -DVKKRNX_BENCH=ON -DVKKRNX_JAVA=ON -DVKKRNX_PYTHON=ON
 prepare windows all -DVKKRNX_JAVA=ON
-prepare asan all -DVKKRNX_FUZZ=ON # which are instrumented in the same way
+prepare asan all
 prepare tsan 'vk_tests vk_abi_tests vk_endurance' -DVKKRNX_TOOLS=OFF
+prepare fuzz vk_fuzz
 # Of 64-bit ARM what holds vectors against plain code, and the interface; scripts/test_aarch64.sh tries everything.
 prepare aarch64 'vk_tests vk_abi_tests' -DVKKRNX_TESTS_WITH='AtLevel|kLevels'
 echo "== built in $((SECONDS - started)) s"
 
 # The configurations as one test tree.
-printf 'subdirs("%s")\n' native windows asan tsan aarch64 >build/CTestTestfile.cmake
+printf 'subdirs("%s")\n' native windows asan tsan fuzz/fuzz aarch64 >build/CTestTestfile.cmake
 ctest --test-dir build --output-on-failure --no-tests=error

@@ -157,7 +157,8 @@ public:
     {
         const uint64_t rows = line_ * static_cast<uint32_t>(std::min(2 * band_, height_));
         const int result = buffer_.allocate_for(bitmap_, rows + block_.room());
-        room_ = buffer_.data() + rows;
+        if (result == SUCCESS)
+            room_ = buffer_.data() + rows;
         return result;
     }
 
