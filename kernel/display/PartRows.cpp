@@ -61,7 +61,7 @@ int32_t Steps::pixel(int32_t at) const noexcept
     return static_cast<int32_t>(left + from_left);
 }
 
-int Picker::open(const Steps& steps, int32_t bits, int32_t row_first) noexcept
+int Picker::open(const Steps& steps, int32_t bits, int32_t row_first, int32_t row_end) noexcept
 {
     bits_ = bits;
     count_ = steps.count;
@@ -73,7 +73,9 @@ int Picker::open(const Steps& steps, int32_t bits, int32_t row_first) noexcept
     for (int32_t i = 0; i < count_; ++i)
         places[i] = steps.pixel(i) - row_first;
     is_plain_ = steps.is_same() && places[0] == 0;
-    has_plan_ = !is_plain_ && !steps.from_end && count_ == steps.target && steps.left == row_first;
+    // A plan may look at all of the source's pixels, the last one wanted or not.
+    const bool has_source = steps.left == row_first && int64_t{steps.left} + steps.source <= row_end;
+    has_plan_ = !is_plain_ && !steps.from_end && count_ == steps.target && has_source;
     return has_plan_ ? resize::plan_nearest(plan_, bits, steps.source, steps.target) : V_SUCCESS;
 }
 

@@ -52,8 +52,8 @@ struct Steps {
 /// Picks the columns of steps from rows of their part.
 class Picker {
 public:
-    /// For rows that begin with column `row_first`. SUCCESS or ERROR_NO_MEMORY.
-    int open(const Steps& steps, int32_t bits, int32_t row_first) noexcept;
+    /// For rows that have columns [row_first, row_end). SUCCESS or ERROR_NO_MEMORY.
+    int open(const Steps& steps, int32_t bits, int32_t row_first, int32_t row_end) noexcept;
 
     /// The picked pixels, from a byte on; good until the next call.
     const uint8_t* run(const uint8_t* row) noexcept;

@@ -65,9 +65,11 @@ int Picture::open(const Steps& columns, int32_t bits, int32_t rows) noexcept
     count_ = columns.count;
     bytes_ = static_cast<size_t>(bits / 8);
     const int32_t left = columns.pixel(0), right = columns.pixel(count_ - 1) + 1;
-    int result = rows_.open(left, right);
+    const bool is_whole = columns.count == columns.target && columns.left + int64_t{columns.source} <= bitmap_.Width;
+    const int32_t end = is_whole ? std::max(right, columns.left + columns.source) : right;
+    int result = rows_.open(left, end);
     if (result == V_SUCCESS)
-        result = picker_.open(columns, bitmap_.BitsPerPixel, rows_.first());
+        result = picker_.open(columns, bitmap_.BitsPerPixel, rows_.first(), end);
     if (result == V_SUCCESS)
         result = pixels_.open(bitmap_, count_, bits, static_cast<uint64_t>(count_) * static_cast<uint64_t>(rows));
     return result == V_SUCCESS ? open_overlays(left, right) : result;
