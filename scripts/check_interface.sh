@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Compares the binary interface with the one of the last release, which tests/abi/interface.abi (functions, classes and
-# records) and tests/abi/interface.constants (values) describe:
+# Compares the binary interface with the one of the last release, which docs/interface/interface.abi (functions, classes and
+# records) and docs/interface/interface.constants (values) describe:
 #   check_interface.sh [--write] LIBRARY
 # LIBRARY holds what is exported, with debug information. What is new is no difference; what is gone, or changed in a way
 # that a compiled program would notice, makes the result 1. --write describes LIBRARY anew: for a release.
@@ -9,8 +9,8 @@ mode=check
 [ "${1:-}" = --write ] && mode=write && shift
 library=$(realpath "$1")
 cd "$(dirname "$0")/.."
-described=tests/abi/interface.abi
-constants=tests/abi/interface.constants
+described=docs/interface/interface.abi
+constants=docs/interface/interface.constants
 
 for tool in abidw abidiff; do
     command -v $tool >/dev/null || {

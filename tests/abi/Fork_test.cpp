@@ -69,7 +69,7 @@ bool reads_well(BITMAPHANDLE* bitmap, int step)
 
 TEST(Fork, FindsEveryLockFree)
 {
-#if defined(__SANITIZE_ADDRESS__)
+#if defined(VKKRNX_TEST_SANITIZED)
     GTEST_SKIP() << "the sanitizer's allocator leaves its own locks taken in a child";
 #endif
     TestBitmap shared;

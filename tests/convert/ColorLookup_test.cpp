@@ -16,7 +16,7 @@ namespace {
 using pixel::Rgba8;
 using Lookup = std::unique_ptr<ColorLookup, decltype(&pixel::destroy_exact_lookup)>;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(VKKRNX_TEST_SANITIZED)
 constexpr uint32_t kStep = 61; // instrumented, the plain scan is too slow for every colour
 #else
 constexpr uint32_t kStep = 1;

@@ -28,10 +28,18 @@ V_MATRIX random_map(TestRandom& random, bool is_projective)
 {
     V_MATRIX made;
     V_Matrix_Identity(&made);
-    V_Matrix_Scale(&made, 0.1 + std::fabs(number(random, 5)), -0.1 - std::fabs(number(random, 5)));
+    // Drawn one by one: compilers differ in the order in which they look at arguments.
+    const auto across_and_down = [&](double most) {
+        const double down = number(random, most);
+        return V_POINTD{number(random, most), down};
+    };
+    const V_POINTD scale = across_and_down(5);
+    V_Matrix_Scale(&made, 0.1 + std::fabs(scale.x), -0.1 - std::fabs(scale.y));
     V_Matrix_Rotate(&made, random.between(-100000, 100000));
-    V_Matrix_Shear(&made, number(random, 0.5), number(random, 0.5));
-    V_Matrix_Translate(&made, number(random, 70000), number(random, 70000));
+    const V_POINTD shear = across_and_down(0.5);
+    V_Matrix_Shear(&made, shear.x, shear.y);
+    const V_POINTD way = across_and_down(70000);
+    V_Matrix_Translate(&made, way.x, way.y);
     made.m[0][2] = is_projective ? number(random, 1e-5) : 0;
     made.m[1][2] = is_projective ? number(random, 1e-5) : 0;
     return made;

@@ -14,7 +14,7 @@ constexpr int32_t kLine = 0x10000;
 constexpr int32_t kRows = 5 * 0x4000; // 5 GiB
 constexpr uint64_t kMemory = 200u << 20;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#if defined(VKKRNX_TEST_SANITIZED)
 constexpr bool kMemoryCounts = false; // the sanitizers' own memory is in the figure
 #else
 constexpr bool kMemoryCounts = true;

@@ -251,7 +251,7 @@ TEST(Turn, QuarterTurnInBoundedMemory)
     ASSERT_EQ(SUCCESS, result);
     EXPECT_TRUE(V_BitmapIsTiled(bitmap));
     RecordProperty("extra_resident_mib", static_cast<int>((peak - std::min(peak, before)) >> 20));
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(VKKRNX_TEST_SANITIZED)
     EXPECT_LT(peak, before + (112u << 20)) << "two pictures' mapped tiles of 48 MiB at most, and the buffers";
 #endif
     ASSERT_EQ(kHeight, +bitmap->Width);

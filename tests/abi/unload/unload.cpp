@@ -169,7 +169,7 @@ void load_and_unload(const char* file, int round, int threads_before)
 // Nothing of the library stays on the heap, however often it comes and goes.
 void memory_is_given_back(const char* file)
 {
-#if !defined(__SANITIZE_ADDRESS__)
+#if !defined(VKKRNX_TEST_SANITIZED)
     size_t first = 0;
     size_t last = 0;
     for (int round = 0; round < 60; ++round) {
