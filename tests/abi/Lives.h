@@ -198,8 +198,9 @@ inline bool make_and_live(uint32_t memory, const Surroundings& surroundings)
 /// The sum that a life without hindrance ends with.
 inline uint64_t undisturbed()
 {
+    const Tally& all = tally(); // before there are two processes to share it
     EXPECT_TRUE(in_child([] { return make_and_live(TYPE_CONV, {}); }));
-    return tally().sum;
+    return all.sum;
 }
 
 /// Lives in every kind of storage, in a process each: hindered, and then once more without, with the same pixels.
