@@ -41,20 +41,43 @@ VK_SIMD_INLINE void stream_pattern(uint8_t* to, const uint8_t* pattern, size_t l
         stream_line(to + kLine * i, pattern + kLine * i);
 }
 
-/// for_steps of bytes where, if the set can mask memory, all steps but the first begin with a vector of `to`.
-template <class F> VK_SIMD_INLINE size_t for_aligned_steps(const void* to, size_t bytes, F&& step) noexcept
+#if VK_SIMD_X86 == 3
+
+/// for_steps of bytes that change in place, where all steps but the first begin with a vector of `to`.
+template <class F> VK_SIMD_INLINE size_t for_aligned_steps(uint8_t* to, size_t bytes, F&& step) noexcept
 {
     size_t done = 0;
-#if VK_SIMD_X86 == 3
     const size_t begun = reinterpret_cast<uintptr_t>(to) % kWidth;
     if (begun != 0 && bytes > kWidth) {
         done = kWidth - begun;
         step(0, Some{done});
     }
-#else
-    static_cast<void>(to);
-#endif
     return done + for_steps<kWidth>(bytes - done, [&](size_t first, auto part) noexcept { step(done + first, part); });
 }
+
+#else
+
+/// A step whose result is kept.
+struct Kept {
+    Wide<uint8_t>& result;
+
+    template <class V> VK_SIMD_INLINE V load(const void* from) const noexcept { return simd::load<V>(from); }
+    VK_SIMD_INLINE void store(void*, Wide<uint8_t> v) const noexcept { result = v; }
+};
+
+/// for_steps of bytes that change in place. The last vector's are worked out first, from what is there, and stored in
+/// the end over what the one before did.
+template <class F> VK_SIMD_INLINE size_t for_aligned_steps(uint8_t* to, size_t bytes, F&& step) noexcept
+{
+    if (bytes < kWidth)
+        return 0;
+    Wide<uint8_t> last{};
+    step(bytes - kWidth, Kept{last});
+    for_steps<kWidth>(bytes - 1, step);
+    simd::store(to + bytes - kWidth, last);
+    return bytes;
+}
+
+#endif
 
 } // namespace vk::simd::inline VK_SIMD_SET

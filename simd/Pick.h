@@ -88,6 +88,23 @@ template <size_t Size, size_t N> VK_SIMD_INLINE Vec<uint8_t, N> from_back(Vec<ui
     }
 }
 
+/// Whether three blocks of 16 bytes are turned in one go, so that pixels of three and six bytes fill them.
+inline constexpr bool kTurnsThree = VK_SIMD_NEON != 0;
+
+/// The same of the pixels of three blocks, in memory.
+template <size_t Size> VK_SIMD_INLINE void turn_three(uint8_t* to, const uint8_t* from) noexcept
+{
+#if VK_SIMD_NEON
+    static constexpr auto kOrder = order_of<48>([](size_t i) { return 48 - Size - i / Size * Size + i % Size; });
+    const uint8x16x3_t row = vld1q_u8_x3(from), order = vld1q_u8_x3(kOrder.at);
+    vst1q_u8_x3(to, {{vqtbl3q_u8(row, order.val[0]), vqtbl3q_u8(row, order.val[1]), vqtbl3q_u8(row, order.val[2])}});
+#else
+    static_cast<void>(to);
+    static_cast<void>(from);
+    static_assert(Size == 0, "ask kTurnsThree");
+#endif
+}
+
 /// Transposes as many rows as a block of 16 bytes has lanes, in blocks.
 template <class T, size_t N> VK_SIMD_INLINE void transpose(Vec<T, N> (&rows)[16 / sizeof(T)]) noexcept
 {

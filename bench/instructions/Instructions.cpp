@@ -4,6 +4,7 @@
 //   vk_instructions                      names the operations and their pixels
 //   vk_instructions <operation> <level>  runs one: 0 is plain code, 1 what every processor has, 2 NEON
 #include "Vkkrnx.h"
+#include "kernel/runs/RunLength.h"
 #include "simd/Level.h"
 
 #include <cmath>
@@ -23,7 +24,8 @@ struct Form {
 };
 
 constexpr int32_t kWidth = 2048, kHeight = 32; ///< of most pictures
-constexpr int32_t kSide = 256;                 ///< of those that are turned
+constexpr int32_t kTall = 1024;                ///< of what prepares much at first
+constexpr int32_t kSide = 256;                 ///< of those that are turned, and of what pictures shrink to
 constexpr Form k1{1, COLORORDER_BGR}, k4{4, COLORORDER_BGR}, kGray{8, COLORORDER_GRAY}, kIndex{8, COLORORDER_BGR},
     k12{12, COLORORDER_GRAY}, k16{16, COLORORDER_GRAY}, k565{16, COLORORDER_RGB565}, k24{24, COLORORDER_BGR},
     kSwapped{24, COLORORDER_RGB}, k32{32, COLORORDER_BGR}, k48{48, COLORORDER_BGR}, k64{64, COLORORDER_BGR};
@@ -165,19 +167,28 @@ void region_of_mask()
     measure([&] { return V_SetBitmapRegionMask(of, mask, REGION_SET); });
 }
 
+constexpr int32_t side_before(int percent)
+{
+    return percent < 100 ? kSide * 100 / percent : kSide;
+}
+constexpr int32_t side_after(int percent)
+{
+    return percent < 100 ? kSide : kSide * percent / 100;
+}
+
 template <const Form& Of, int Percent, uint32_t Flags = SIZEFLAG_NORMAL> void resize()
 {
-    Bitmap from(Of, kSide, kSide), to(Of, kSide * Percent / 100, kSide * Percent / 100);
+    Bitmap from(Of, side_before(Percent), side_before(Percent)), to(Of, side_after(Percent), side_after(Percent));
     measure([&] { return V_IntResizeBitmap(from, to, Flags); });
 }
 template <const Form& Of, int Percent> void resample()
 {
-    Bitmap from(Of, kSide, kSide), to(Of, kSide * Percent / 100, kSide * Percent / 100);
+    Bitmap from(Of, side_before(Percent), side_before(Percent)), to(Of, side_after(Percent), side_after(Percent));
     measure([&] { return V_IntResampleBitmap(from, to); });
 }
 template <const Form& Of, int Percent> void bicubic()
 {
-    Bitmap from(Of, kSide, kSide), to(Of, kSide * Percent / 100, kSide * Percent / 100);
+    Bitmap from(Of, side_before(Percent), side_before(Percent)), to(Of, side_after(Percent), side_after(Percent));
     measure([&] { return V_IntBicubicResampleBitmap(from, to); });
 }
 
@@ -243,34 +254,42 @@ template <const char* Code> void from_yuv()
     measure([&] { return V_YuvToBitmap(Made(), BITMAPHANDLE_SIZE, &pair.picture); });
 }
 
-template <const Form& From, int32_t Bits, uint32_t Flags, int32_t Method> void change()
+template <const Form& From, int32_t Bits, uint32_t Flags, int32_t Method, int32_t Height = kHeight> void change()
 {
-    Bitmap from(From);
+    Bitmap from(From, kWidth, Height);
     from->DitheringMethod = Method;
     measure([&] { return V_ColorResBitmap(from, Made(), BITMAPHANDLE_SIZE, Bits, Flags, nullptr, nullptr, 0); });
 }
 
+/// Rows of runs. The plain form is the one by bytes, which no level leads to.
+struct Runs {
+    Bitmap of{k1};
+    size_t pitch = vk::runlength::max_row_bytes(kWidth);
+    std::vector<uint8_t> rows = std::vector<uint8_t>(pitch * kHeight);
+    bool is_plain = vk::simd::level() == vk::simd::Level::plain;
+
+    template <class F> int each(F f)
+    {
+        for (size_t y = 0; y < size_t{kHeight}; ++y)
+            f(rows.data() + pitch * y, of->Data + size_t{of->BytesPerLine} * y);
+        return SUCCESS;
+    }
+};
 void compress()
 {
-    Bitmap of(k1);
-    std::vector<uint8_t> runs(size_t{kHeight} * (kWidth * 2 + 8));
-    measure([&] {
-        return V_CompressRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine) > 0 ? SUCCESS
-                                                                                               : ERROR_NO_MEMORY;
-    });
+    Runs runs;
+    const auto compress = runs.is_plain ? vk::runlength::compress_plain : vk::runlength::compress;
+    measure([&] { return runs.each([=](uint8_t* row, uint8_t* bits) { compress(row, bits, 0, kWidth); }); });
 }
 void expand()
 {
-    Bitmap of(k1);
-    std::vector<uint8_t> runs(size_t{kHeight} * (kWidth * 2 + 8));
-    V_CompressRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine);
-    measure([&] {
-        return V_ExpandRows(runs.data(), of->Data, 0, kWidth, kHeight, of->BytesPerLine) >= 0 ? SUCCESS
-                                                                                              : ERROR_NO_MEMORY;
-    });
+    Runs runs;
+    const auto expand = runs.is_plain ? vk::runlength::expand_plain : vk::runlength::expand;
+    runs.each([](uint8_t* row, uint8_t* bits) { vk::runlength::compress(row, bits, 0, kWidth); });
+    measure([&] { return runs.each([=](uint8_t* row, uint8_t* bits) { expand(row, bits, 0, kWidth); }); });
 }
 
-constexpr double kLarger = 4.0 * kWidth * kHeight, kSmaller = 0.1369 * kWidth * kHeight;
+constexpr double kLarger = 4.0 * kWidth * kHeight;
 
 const Operation kOperations[] = {
     {"combine: 1 bit, xor, other place", combine_bits<COMBINE_XOR>},
@@ -294,7 +313,7 @@ const Operation kOperations[] = {
     {"convert: palette to 24", combine<kIndex, k24>},
     {"convert: 1 bit to gray", combine<k1, kGray>},
     {"convert: gray to 1 bit", change<kGray, 1, COLORRES_NODITHER, DITHER_NONE>},
-    {"convert: 24 to nearest of 256", change<k24, 8, COLORRES_NODITHER, DITHER_NONE>},
+    {"convert: 24 to nearest of 256", change<k24, 8, COLORRES_NODITHER, DITHER_NONE, kTall>, double{kWidth} * kTall},
     {"dither: gray to 1 bit, diffused", change<kGray, 1, 0, DITHER_FLOYD_STEINBERG>},
     {"dither: gray to 1 bit, ordered", change<kGray, 1, 0, DITHER_ORDERED>},
     {"dither: 24 to 256, diffused", change<k24, 8, 0, DITHER_FLOYD_STEINBERG>},
@@ -310,12 +329,12 @@ const Operation kOperations[] = {
     {"resize: 8 bits, x2", resize<kGray, 200>, kLarger},
     {"resize: 24 bits, x2", resize<k24, 200>, kLarger},
     {"resize: 32 bits, x2", resize<k32, 200>, kLarger},
-    {"resize: 8 bits, x0.37", resize<kGray, 37>, kSmaller},
-    {"resize: 1 bit, x0.37", resize<k1, 37>, kSmaller},
+    {"resize: 8 bits, x0.37", resize<kGray, 37>},
+    {"resize: 1 bit, x0.37", resize<k1, 37>},
     {"resample: 8 bits, x2, cubic", bicubic<kGray, 200>, kLarger},
     {"resample: 24 bits, x2, cubic", bicubic<k24, 200>, kLarger},
-    {"resample: 24 bits, x0.37, area", resample<k24, 37>, kSmaller},
-    {"resample: 8 bits, x0.37, area", resample<kGray, 37>, kSmaller},
+    {"resample: 24 bits, x0.37, area", resample<k24, 37>},
+    {"resample: 8 bits, x0.37, area", resample<kGray, 37>},
     {"rotate: 8 bits, nearest", rotate<kGray, 0>},
     {"rotate: 24 bits, nearest", rotate<k24, 0>},
     {"rotate: 8 bits, linear", rotate<kGray, ROTATEFLAG_RESAMPLE>},

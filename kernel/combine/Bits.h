@@ -72,7 +72,7 @@ void stream_fence() noexcept;
 /// Loops over vectors.
 struct BitLoops {
     /// Whole bytes, the source `shift` (0 to 7) bits further on; of the byte behind the last the source bits that are
-    /// wanted are there. Returns how many bytes it did: a whole number of its vectors, or with masks all.
+    /// wanted are there. Returns how many bytes it did: all; without masks none of fewer than a vector has.
     size_t (*logic_bytes)(uint8_t* to, const uint8_t* from, size_t bytes, uint32_t shift, const Logic& logic,
                           BitOrder order) noexcept;
     void (*stream_lines)(uint8_t* to, const uint8_t* from, size_t bytes) noexcept;

@@ -2,6 +2,7 @@
 #include "kernel/resample/ByteKernels.h"
 #include "simd/Arrange.h"
 #include "simd/Simd.h"
+#include "simd/Sums.h"
 
 namespace vk::resample::VK_SIMD_SET {
 
@@ -12,19 +13,8 @@ using namespace simd;
 using Bytes = Wide<uint8_t>;
 using Words = Wide<int16_t>;
 using Numbers = Wide<int32_t>;
-/// Sums of 64 bits, of a pixel's lanes or of four positions; where vectors are shorter, they are two.
-using Sums = Vec<uint64_t, 4>;
-using Doubles = Vec<double, 4>;
-
 constexpr size_t kWords = Words::kLanes;
 constexpr size_t kBlocksOfStep = kWidth / 16;
-static_assert(kBlocksOfStep <= 2, "sum_rows puts blocks in order two by two");
-
-/// Two weights as the words of every double word.
-VK_SIMD_INLINE Words pair_of(int32_t low, int32_t high) noexcept
-{
-    return as<int16_t>(all<Wide<uint32_t>>((static_cast<uint32_t>(low) & 0xFFFFu) | static_cast<uint32_t>(high) << 16));
-}
 
 VK_SIMD_INLINE Words widen_from(const uint8_t* from) noexcept
 {
@@ -33,14 +23,11 @@ VK_SIMD_INLINE Words widen_from(const uint8_t* from) noexcept
 
 size_t sum_rows(const uint8_t* const* rows, const int32_t* weights, uint32_t* sums, size_t count, bool add) noexcept
 {
-    const Words pair0 = pair_of(weights[0], weights[1]), pair1 = pair_of(weights[2], weights[3]);
+    const FourWeights by(weights);
     size_t i = 0;
     for (; i + kWords <= count; i += kWords) {
-        const Words r0 = widen_from(rows[0] + i), r1 = widen_from(rows[1] + i);
-        const Words r2 = widen_from(rows[2] + i), r3 = widen_from(rows[3] + i);
-        const Numbers low = mul_pairs(interleave_low(r0, r1), pair0) + mul_pairs(interleave_low(r2, r3), pair1);
-        const Numbers high = mul_pairs(interleave_high(r0, r1), pair0) + mul_pairs(interleave_high(r2, r3), pair1);
-        Numbers first = every_other_block<0>(low, high), second = every_other_block<1>(low, high);
+        auto [first, second] =
+            by.of(widen_from(rows[0] + i), widen_from(rows[1] + i), widen_from(rows[2] + i), widen_from(rows[3] + i));
         uint32_t* const out = sums + i;
         if (add) {
             first += load<Numbers>(out);
@@ -52,76 +39,63 @@ size_t sum_rows(const uint8_t* const* rows, const int32_t* weights, uint32_t* su
     return i;
 }
 
-/// Sums below 2^52 to lanes of a byte; the product with the inverse is never below the quotient, nor as much above it
-/// as the next whole number.
-VK_SIMD_INLINE uint32_t quotients(Sums sums, Doubles inverse) noexcept
-{
-    static constexpr auto kLowest = order_of<16>([](size_t i) { return i < 4 ? 4 * i : size_t{kNone}; });
-    const auto magic = all<Doubles>(4503599627370496.0); // 2^52: the sum is its mantissa
-    const Doubles values = as<double>(sums | as<uint64_t>(magic)) - magic;
-    const auto lanes = as<uint8_t>(cut_off(values * inverse));
-    return as<uint32_t>(shuffle(lanes, kLowest.load<Quad<uint8_t>>())).raw[0];
-}
-
-/// Four sums of 32 bits by weights.
-VK_SIMD_INLINE Sums weighted(const uint32_t* sums, Vec<uint32_t, 8> even_weights) noexcept
-{
-    return mul_even(as<uint32_t>(widen(load<Quad<uint32_t>>(sums))), even_weights);
-}
-
 /// Pixels of three or four lanes, of kTaps taps (0: any). One lane behind the last sum and the last result is touched.
 template <int32_t kChannels, int32_t kTaps>
 int32_t area_pixels(const uint32_t* sums, const AlongRow<int32_t>& along, const Quotient& quotient,
                     uint8_t* out) noexcept
 {
-    const auto half = all<Sums>(quotient.total / 2);
-    const auto inverse = all<Doubles>(quotient.inverse);
+    const FourSums half(quotient.total / 2);
+    const double inverse = quotient.inverse;
     const int32_t* weights = along.weights;
     const int32_t count = along.count - (kChannels == 3 ? 1 : 0);
     for (int32_t i = 0; i < count; ++i, weights += along.pitch, out += kChannels) {
         const uint32_t* from = sums + static_cast<ptrdiff_t>(along.first[i]) * kChannels;
-        Sums total = half;
+        FourSums total = half;
         for (int32_t k = 0; k < (kTaps ? kTaps : along.taps); ++k, from += kChannels)
-            total += weighted(from, all<Vec<uint32_t, 8>>(static_cast<uint32_t>(weights[k])));
-        const uint32_t pixel = quotients(total, inverse);
+            total.add(load<Quad<uint32_t>>(from), static_cast<uint32_t>(weights[k]));
+        // The product with the inverse is never below the quotient, nor as much above it as the next whole number.
+        const uint32_t pixel = total.bytes_by(inverse);
         __builtin_memcpy(out, &pixel, sizeof pixel);
     }
     return count < 0 ? 0 : count;
 }
 
-/// One position of one lane: four partial sums.
-VK_SIMD_INLINE Sums gray_parts(const uint32_t* sums, const int32_t* weights, int32_t taps) noexcept
+/// One position of one lane, of kTaps taps (0: any): four partial sums.
+template <int32_t kTaps>
+VK_SIMD_INLINE FourSums gray_parts(const uint32_t* sums, const int32_t* weights, int32_t taps) noexcept
 {
     using Four = Quad<int32_t>;
+    FourSums parts(0);
+    if constexpr (kTaps == 4) {
+        parts.add(load<Quad<uint32_t>>(sums), load<Quad<uint32_t>>(weights));
+        return parts;
+    }
     const auto lanes = lanes_of<Four>([](size_t i) noexcept { return i; });
-    Sums parts{};
     for (int32_t k = 0; k < taps; k += 4) {
         const Four factors = keep(lanes < all<Four>(taps - k), load<Four>(weights + k));
-        parts += weighted(sums + k, as<uint32_t>(widen(as<uint32_t>(factors))));
+        parts.add(load<Quad<uint32_t>>(sums + k), as<uint32_t>(factors));
     }
     return parts;
 }
 
 /// Pixels of one lane, four at a time. Three lanes behind the last sum are read, and as many weights.
+template <int32_t kTaps>
 int32_t area_grays(const uint32_t* sums, const AlongRow<int32_t>& along, const Quotient& quotient,
                    uint8_t* out) noexcept
 {
-    const auto half = all<Sums>(quotient.total / 2);
-    const auto inverse = all<Doubles>(quotient.inverse);
+    const FourSums half(quotient.total / 2);
+    const double inverse = quotient.inverse;
+    const int32_t pitch = along.pitch;
     const int32_t* weights = along.weights;
     int32_t i = 0;
-    for (; i + 4 <= along.count; i += 4) {
-        Sums parts[4];
-        for (int32_t p = 0; p < 4; ++p, weights += along.pitch)
-            parts[p] = gray_parts(sums + along.first[i + p], weights, along.taps);
-        const auto folded = [](Sums a, Sums b) noexcept {
-            return arrange<[](size_t k) { return k / 2 * 2 + k % 2 * 4; }>(a, b) +
-                   arrange<[](size_t k) { return k / 2 * 2 + 1 + k % 2 * 4; }>(a, b);
-        };
-        const Sums low = folded(parts[0], parts[1]), high = folded(parts[2], parts[3]);
-        const Sums total = arrange<[](size_t k) { return k < 2 ? k : 2 + k; }>(low, high) +
-                           arrange<[](size_t k) { return k < 2 ? 2 + k : 4 + k; }>(low, high);
-        const uint32_t pixels = quotients(total + half, inverse);
+    for (; i + 4 <= along.count; i += 4, weights += 4 * pitch) {
+        const int32_t* const first = along.first + i;
+        FourSums total = FourSums::of_lanes({gray_parts<kTaps>(sums + first[0], weights, along.taps),
+                                             gray_parts<kTaps>(sums + first[1], weights + pitch, along.taps),
+                                             gray_parts<kTaps>(sums + first[2], weights + 2 * pitch, along.taps),
+                                             gray_parts<kTaps>(sums + first[3], weights + 3 * pitch, along.taps)});
+        total.add(half);
+        const uint32_t pixels = total.bytes_by(inverse);
         __builtin_memcpy(out + i, &pixels, sizeof pixels);
     }
     return i;
@@ -138,7 +112,7 @@ int32_t area_colors(const uint32_t* sums, const AlongRow<int32_t>& along, const 
 int32_t area_row(const uint32_t* sums, const AlongRow<int32_t>& along, const Quotient& quotient, uint8_t* out) noexcept
 {
     if (along.channels == 1)
-        return area_grays(sums, along, quotient, out);
+        return along.taps == 4 ? area_grays<4>(sums, along, quotient, out) : area_grays<0>(sums, along, quotient, out);
     return along.channels == 3 ? area_colors<3>(sums, along, quotient, out)
                                : area_colors<4>(sums, along, quotient, out);
 }

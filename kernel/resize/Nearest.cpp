@@ -112,6 +112,8 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
         made = make_spread(plan);
     else if (bits == 1 && from / to < kMostPicked && simd::moves_bits_fast())
         made = make_pick(plan);
+    else if (bits == 1 && from / to < kMostShuffledBits && !simd::moves_bits_fast())
+        made = make_shuffle_bits(plan);
     return made ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
@@ -133,6 +135,9 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrd
         break;
     case Way::double_bits:
         plan.loops->double_bits(plan, src, dst);
+        break;
+    case Way::shuffle_bits:
+        plan.loops->shuffle_bits(plan, src, dst);
         break;
     case Way::walk:
         break;

@@ -14,7 +14,7 @@
 namespace vk::resize {
 
 /// How a plan gets the front part of a row; what is left is walked.
-enum class Way : uint8_t { copy, walk, shuffle, permute, pick_bits, spread_bits, double_bits };
+enum class Way : uint8_t { copy, walk, shuffle, permute, pick_bits, spread_bits, double_bits, shuffle_bits };
 
 struct NearestLoops;
 
@@ -46,6 +46,9 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrd
 /// Copies rows past the caches; a fence is the caller's.
 void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
 
+/// Source pixels per destination pixel from which 16 pixels may come from more than 16 bytes.
+constexpr int32_t kMostShuffledBits = 8;
+
 // Tables, as NearestTables.cpp makes them and the loops read them.
 
 /// 32 bytes to write: for either half a source offset within the period and, behind the header, `parts` masks of both.
@@ -73,6 +76,12 @@ struct SpreadStep {
     uint8_t skip;   ///< bits in front of the first pixel in it
     uint8_t spare;  ///< 64 less the number of source pixels
 };
+/// 16 pixels to write from 16 bytes of the source; the last pixel of a byte comes first.
+struct BitStep {
+    uint8_t place[16]; ///< byte of each pixel
+    uint8_t bit[16];   ///< and its bit in there
+    uint32_t base;     ///< first source byte
+};
 /// 56 pixels to read.
 struct PickStep {
     uint64_t mask;
@@ -84,7 +93,8 @@ bool make_shuffle(NearestPlan& plan) noexcept;
 bool make_permute(NearestPlan& plan) noexcept;
 bool make_spread(NearestPlan& plan) noexcept;
 bool make_pick(NearestPlan& plan) noexcept;
-void make_double(NearestPlan& plan) noexcept; ///< for rows that become twice as long
+bool make_shuffle_bits(NearestPlan& plan) noexcept; ///< where words of bits are slow; below kMostShuffledBits
+void make_double(NearestPlan& plan) noexcept;       ///< for rows that become twice as long
 
 /// The planned part of rows.
 using PlannedLoop = void(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept;
@@ -93,6 +103,7 @@ struct NearestLoops {
     PlannedLoop* double_bits;
     PlannedLoop* spread_bits;
     PlannedLoop* pick_bits;
+    PlannedLoop* shuffle_bits;
     /// Copies whole cache lines past the caches, to an address that is one.
     void (*stream_lines)(const uint8_t* from, uint8_t* to, size_t bytes) noexcept;
 };

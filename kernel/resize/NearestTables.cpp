@@ -255,4 +255,30 @@ bool make_pick(NearestPlan& plan) noexcept
     return true;
 }
 
+bool make_shuffle_bits(NearestPlan& plan) noexcept
+{
+    constexpr auto kPixels = static_cast<int32_t>(kLane);
+    const int32_t steps = plan.to / kPixels;
+    if (steps == 0 || plan.from_bytes() < kLane)
+        return true;
+    if (!plan.table.allocate(static_cast<uint64_t>(steps) * sizeof(BitStep)))
+        return false;
+    const auto last_base = static_cast<int64_t>(plan.from_bytes() - kLane);
+    auto* const table = reinterpret_cast<BitStep*>(plan.table.data());
+    Walk walk(plan.from, plan.to);
+    for (BitStep* step = table; step < table + steps; ++step) {
+        const int64_t base = std::min<int64_t>(walk.source() / 8, last_base);
+        step->base = static_cast<uint32_t>(base);
+        for (size_t pixel = 0; pixel < kLane; ++pixel, walk.next()) {
+            const size_t lane = pixel / 8 * 8 + 7 - pixel % 8;
+            step->place[lane] = static_cast<uint8_t>(walk.source() / 8 - base);
+            step->bit[lane] = static_cast<uint8_t>(0x80 >> walk.source() % 8);
+        }
+    }
+    plan.steps = steps;
+    plan.walked_from = int64_t{steps} * kPixels;
+    plan.way = Way::shuffle_bits;
+    return true;
+}
+
 } // namespace vk::resize

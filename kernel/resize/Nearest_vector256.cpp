@@ -132,6 +132,16 @@ void pick_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexce
     }
 }
 
+void shuffle_bits(const NearestPlan& plan, const uint8_t* src, uint8_t* dst) noexcept
+{
+    const auto* entry = reinterpret_cast<const BitStep*>(plan.table.data());
+    for (int64_t step = 0; step < plan.steps; ++step, ++entry, dst += 2) {
+        const Block bytes = shuffle(load<Block>(src + entry->base), load<Block>(entry->place));
+        const auto pixels = static_cast<uint16_t>(bits(has_bit(bytes, load<Block>(entry->bit))));
+        std::memcpy(dst, &pixels, sizeof pixels);
+    }
+}
+
 void stream_lines(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
 {
     for (size_t at = 0; at < bytes; at += kWidth)
@@ -140,6 +150,6 @@ void stream_lines(const uint8_t* from, uint8_t* to, size_t bytes) noexcept
 
 } // namespace
 
-const NearestLoops nearest_loops = {shuffle_bytes, double_bits, spread_bits, pick_bits, stream_lines};
+const NearestLoops nearest_loops = {shuffle_bytes, double_bits, spread_bits, pick_bits, shuffle_bits, stream_lines};
 
 } // namespace vk::resize::VK_SIMD_SET

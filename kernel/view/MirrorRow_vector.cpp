@@ -48,6 +48,9 @@ template <int kBytes, class V = std::conditional_t<kPermutesBytes, Wide<uint8_t>
 int64_t mirror_odd(const uint8_t* from, uint8_t* to, int64_t width, int64_t done = 0) noexcept
 {
     constexpr auto kSize = static_cast<int64_t>(V::kBytes);
+    if constexpr (kTurnsThree)
+        for (; (width - done) * kBytes >= 3 * kSize; done += 3 * kSize / kBytes)
+            turn_three<kBytes>(to + done * kBytes, from + (width - done) * kBytes - 3 * kSize);
     for (; (width - done) * kBytes >= kSize; done += kSize / kBytes)
         store(to + done * kBytes, from_back<kBytes>(load<V>(from + (width - done) * kBytes - kSize)));
     if constexpr (V::kBytes > Block::kBytes)

@@ -282,7 +282,7 @@ TEST(CombineBits, CopyKnowsWhatRecordsSay)
     EXPECT_EQ((Picture{4, 1, {255, 0, 255, 0}}), read(ramp.get()));
 }
 
-// What the comparisons at every level rest on: the loops do all whole vectors of a row.
+// What the comparisons at every level rest on: the loops do all of a row that has a vector's bytes.
 TEST(CombineBits, FastFormsAreTaken)
 {
     const std::vector<uint8_t> from(400, 0x5A);
@@ -290,13 +290,12 @@ TEST(CombineBits, FastFormsAreTaken)
     const combine::Logic logic(0x6);
     for (const simd::Level level : kLevels) {
         const AtLevel at(level);
-        const size_t done = at.reached == simd::Level::avx512 ? 99 : 96;
         const combine::BitLoops* const loops = combine::bit_loops_sets.best();
         EXPECT_EQ(at.reached >= kFirstWithLoops, loops != nullptr);
         for (const uint32_t shift : {0u, 3u})
             for (const combine::BitOrder order : {combine::BitOrder::high_first, combine::BitOrder::low_first})
                 if (loops) {
-                    EXPECT_EQ(done, loops->logic_bytes(to.data(), from.data(), 99, shift, logic, order));
+                    EXPECT_EQ(99u, loops->logic_bytes(to.data(), from.data(), 99, shift, logic, order));
                 }
     }
 }

@@ -35,7 +35,7 @@ TEST(ResizeRow, KernelsFollowTheRule)
     TestRandom random(310);
     SCOPED_TRACE(random);
     const Level best = vk::simd::level();
-    int ways[7] = {};
+    int ways[8] = {};
     for (const Level level : kLevels)
         for (const int32_t bits : kDepths)
             for (const int32_t from : kWidths)
@@ -47,6 +47,9 @@ TEST(ResizeRow, KernelsFollowTheRule)
                     const bool has_loops = at.reached >= kFirstWithLoops;
                     vk::resize::NearestPlan plan;
                     ASSERT_EQ(SUCCESS, vk::resize::plan_nearest(plan, bits, from, to));
+                    if (bits == 1 && has_loops && from / to < vk::resize::kMostShuffledBits && random.one_in(3)) {
+                        ASSERT_TRUE(make_shuffle_bits(plan)); // which processors that are fast at bits do without
+                    }
                     ++ways[static_cast<int>(plan.way)];
                     EXPECT_TRUE(has_loops || plan.way == Way::walk || from == to);
                     EXPECT_TRUE(!has_loops || bits != 24 || from == to || from / to > 3 || plan.to_bytes() < 32 ||
@@ -60,8 +63,8 @@ TEST(ResizeRow, KernelsFollowTheRule)
                               Bytes(dst.data(), dst.data() + dst.size()))
                         << bits << " bits, " << from << " to " << to << ", way " << static_cast<int>(plan.way);
                 }
-    for (const Way way :
-         {Way::copy, Way::walk, Way::shuffle, Way::permute, Way::pick_bits, Way::spread_bits, Way::double_bits})
+    for (const Way way : {Way::copy, Way::walk, Way::shuffle, Way::permute, Way::pick_bits, Way::spread_bits,
+                          Way::double_bits, Way::shuffle_bits})
         EXPECT_TRUE(ways[static_cast<int>(way)] > 0 || best < kFirstWithLoops ||
                     (best < Level::avx512 && way == Way::permute) ||
                     (!vk::simd::moves_bits_fast() && (way == Way::pick_bits || way == Way::spread_bits)))
