@@ -1,5 +1,7 @@
-// Window level on 16-bit gray: whole bitmaps with fresh storage, and rows alone; straight windows, and those by table.
+// Window level on 16-bit gray: whole bitmaps with fresh storage, and rows alone; straight windows, those by table, and
+// what reads and writes as much and does nothing else.
 #include "BenchSupport.h"
+#include "Limits.h"
 #include "Vkkrnx.h"
 #include "kernel/window/Samples.h"
 
@@ -67,6 +69,13 @@ void window_rows(benchmark::State& state)
     });
 }
 
+void window_limit(benchmark::State& state)
+{
+    Limit limit(Traffic::stream, 2 * kPixels, kPixels);
+    against_memcpy(state, 2 * kPixels, kPixels, kPixels, limit);
+}
+
+BENCHMARK(window_limit)->Apply(settings);
 BENCHMARK(window_bitmap)->Apply(settings)->ArgsProduct({{WINDOW_LINEAR, WINDOW_SIGMOID}, {0, 1, 2}});
 BENCHMARK(window_rows)->Apply(settings)->ArgsProduct({{WINDOW_LINEAR, WINDOW_SIGMOID}, {0, 1, 2}});
 

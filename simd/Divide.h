@@ -34,44 +34,46 @@ VK_SIMD_INLINE Wide<float> about_quotient(float of, Wide<int32_t> by) noexcept
 #endif
 }
 
-/// Divides whole numbers below 2^24 by others below 2^16, where quotients stay below 2^8, and cuts off. Where the
-/// divisor is zero, the quotient is anything.
-class Divisor {
-  public:
-    using Reals = Wide<float>;
-    using Numbers = Wide<int32_t>;
-
+/// The lower three bytes of pixels, each mixed as (part s + (whole - part) d) / whole, to the nearest, halves up; the
+/// fourth byte is d's. `part` is a multiple of 255 up to 255 * 255, `whole` no less and no more than that; where it is
+/// zero, what comes out is anything.
+VK_SIMD_INLINE Wide<uint32_t> mix_colors(Wide<uint32_t> s, Wide<uint32_t> d, Wide<uint32_t> part,
+                                         Wide<uint32_t> whole) noexcept
+{
 #if VK_SIMD_X86 == 3
-    /// The inverse is a little too small: a quotient by it is never too large, since it errs by less than that, and when
-    /// it is one too small the rest says so.
-    explicit VK_SIMD_INLINE Divisor(Numbers by) noexcept : by_(to_float(by))
-    {
-        const __m512i number = native(by);
-        const __m512 about = _mm512_maskz_rcp14_ps(_mm512_test_epi32_mask(number, number), native_real(by_));
-        const __m512 near_one = _mm512_fnmadd_ps(native_real(by_), about, _mm512_set1_ps(2));
-        inverse_ = _mm512_mul_ps(about, _mm512_mul_ps(near_one, _mm512_set1_ps(1 - 1.0f / (1 << 21))));
-    }
-    VK_SIMD_INLINE Numbers of(Reals value) const noexcept
-    {
-        const __m512 v = native_real(value);
-        const __m512i quotient = _mm512_cvttps_epi32(_mm512_mul_ps(v, inverse_));
-        const __m512 rest = _mm512_fnmadd_ps(_mm512_cvtepi32_ps(quotient), native_real(by_), v);
-        const __mmask16 up = _mm512_cmp_ps_mask(rest, native_real(by_), _CMP_GE_OQ);
-        return from_native<Numbers>(_mm512_mask_add_epi32(quotient, up, quotient, _mm512_set1_epi32(1)));
-    }
-
-  private:
-    Reals by_;
-    __m512 inverse_;
+    // d + floor((s - d) part / whole + 1/2), with the ratio in two numbers: what the first, an inverse of 14 bits, leaves
+    // of the part gives the second, and together they err by less than 2^-28 of it, the product by less than 2^-20. No
+    // result with its half is nearer to the next whole number than 1 / (2 * 255 * 255), so a quarter of 2^-16 more than
+    // the half settles what is one itself, and rounding down keeps it there. Differences are multiplied by 2^16.
+    constexpr int kDown = _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC;
+    const __m512 by = _mm512_cvtepi32_ps(native(whole));
+    const __m512 about = _mm512_rcp14_ps(by);
+    const __m512 scaled = _mm512_mul_ps(_mm512_cvtepi32_ps(native(part)), _mm512_set1_ps(0x1p-16f));
+    const __m512 ratio = _mm512_mul_ps(scaled, about);
+    const __m512 rest = _mm512_mul_ps(_mm512_fnmadd_ps(ratio, by, scaled), about);
+    const auto moved = [&](Wide<uint32_t> difference) noexcept {
+        const __m512 v = _mm512_cvtepi32_ps(native(difference));
+        const __m512 half = _mm512_fmadd_ps(v, rest, _mm512_set1_ps(0.5f + 0x1p-18f));
+        const __m512i floor = _mm512_cvt_roundps_epi32(_mm512_fmadd_round_ps(v, ratio, half, kDown), kDown);
+        return from_native<Wide<uint32_t>>(floor);
+    };
+    const auto words = [](Wide<uint32_t> v) noexcept { return as<uint16_t>(v); };
+    const auto outer = all<Wide<uint32_t>>(0x00FF00FF);
+    const auto others = as<uint32_t>(words(s & outer) - words(d & outer));
+    const auto middle = as<uint32_t>(words(s) >> 8) - as<uint32_t>(words(d) >> 8);
+    return d + moved(others << 16) + (moved(middle << 16) << 8) + (moved(others & all<Wide<uint32_t>>(0xFFFF0000)) << 16);
 #else
-    explicit VK_SIMD_INLINE Divisor(Numbers by) noexcept : by_(to_float(by)) {}
-    /// The quotient is no nearer to the next whole number than 1 / 2^16, unless it is one, and floats up to 256 are no
-    /// farther apart, so rounding it does not take it there.
-    VK_SIMD_INLINE Numbers of(Reals value) const noexcept { return cut_off(value / by_); }
-
-  private:
-    Reals by_;
+    // A quotient is no nearer to the next whole number than 1 / 2^16, unless it is one, and floats up to 256 are no
+    // farther apart, so rounding it does not take it there.
+    const auto reals = [](Wide<uint32_t> v) noexcept { return to_float(as<int32_t>(v)); };
+    const auto byte = all<Wide<uint32_t>>(0xFF);
+    const auto by = reals(whole), half = reals(whole >> 1), own = reals(part), other = reals(whole - part);
+    const auto channel = [&](int shift) noexcept {
+        const auto below = mul_add(reals((d >> shift) & byte), other, half);
+        return as<uint32_t>(cut_off(mul_add(reals((s >> shift) & byte), own, below) / by));
+    };
+    return channel(0) | channel(8) << 8 | channel(16) << 16 | (d & all<Wide<uint32_t>>(0xFF000000));
 #endif
-};
+}
 
 } // namespace vk::simd::inline VK_SIMD_SET

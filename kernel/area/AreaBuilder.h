@@ -4,6 +4,7 @@
 #pragma once
 
 #include "kernel/area/Area.h"
+#include "platform/platform.h"
 
 #include <bit>
 #include <cstddef>
@@ -29,6 +30,22 @@ public:
 
     /// Begins anew, and keeps the room it has.
     void clear() noexcept;
+
+    /// How many runs and bands there will be as far as one can tell: growing makes as much room, so that it happens
+    /// once.
+    void expect(uint64_t runs, uint64_t bands) noexcept
+    {
+        expected_runs_ = runs;
+        expected_bands_ = bands;
+    }
+
+    /// The same after `done` of `all` rows of a picture: as many runs in the others.
+    void expect_rows(int32_t done, int32_t all) noexcept
+    {
+        const auto rows = static_cast<uint64_t>(all);
+        const uint64_t runs = done == 0 ? rows : uint64_t{run_count_} * rows / static_cast<uint64_t>(done);
+        expect(runs + runs / 8, rows);
+    }
 
     /// Room for `count` runs of the next band; null without memory.
     AreaRun* room(uint64_t count) noexcept
@@ -120,6 +137,10 @@ private:
     uint32_t run_count_ = 0;
     uint64_t band_room_ = 0;
     uint64_t run_room_ = 0;
+    uint64_t expected_bands_ = 0;
+    uint64_t expected_runs_ = 0;
+    Section band_memory_;
+    Section run_memory_;
     bool is_good_ = true;
 };
 

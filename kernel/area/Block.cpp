@@ -29,7 +29,9 @@ void* make_area_block(const Area& area) noexcept
 {
     const uint64_t bytes = bytes_of(area.band_count, area.run_count);
     auto* const header =
-        bytes > SIZE_MAX / 2 ? nullptr : static_cast<Header*>(locked_block_alloc(static_cast<size_t>(bytes)));
+        bytes > SIZE_MAX / 2
+            ? nullptr
+            : static_cast<Header*>(locked_block_alloc(static_cast<size_t>(bytes), Contents::unspecified));
     if (!header)
         return nullptr;
     *header = {kMark, area.band_count, area.run_count};

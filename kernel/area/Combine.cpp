@@ -9,6 +9,9 @@ namespace vk {
 
 namespace {
 
+/// Bands of one run that are combined between two looks at the room for them.
+constexpr uint32_t kBatch = 256;
+
 constexpr bool keeps(AreaOp op, uint32_t in_a, uint32_t in_b) noexcept
 {
     return static_cast<uint32_t>(op) >> (in_a + 2 * in_b) & 1;
@@ -164,7 +167,6 @@ template <AreaOp op>
 void add_singles(const Area& a, const AreaBand*& in_a, const Area& b, const AreaBand*& in_b, int32_t& y,
                  AreaBuilder& built) noexcept
 {
-    constexpr uint32_t kBatch = 256;
     const AreaBand* at_a = in_a;
     const AreaBand* at_b = in_b;
     const AreaBand* const end_a = a.bands + a.band_count;
@@ -224,6 +226,7 @@ template <AreaOp op> void sweep(const Area& a, const Area& b, AreaBuilder& built
 bool combine_areas(const Area& a, const Area& b, AreaOp op, AreaBuilder& built) noexcept
 {
     built.clear();
+    built.expect(uint64_t{a.run_count} + b.run_count + 2 * kBatch, uint64_t{a.band_count} + b.band_count + kBatch);
     switch (op) {
     case AreaOp::both:
         sweep<AreaOp::both>(a, b, built);

@@ -168,13 +168,12 @@ int area_of_mask(BITMAPHANDLE& mask, AreaBuilder& built) noexcept
     for (int32_t row = 0; row < mask.Height && result == V_SUCCESS;) {
         const int32_t rows = std::min(batch, mask.Height - row);
         const uint8_t* data = nullptr;
+        built.expect_rows(row, mask.Height);
         result = reader.read(row, rows, &data);
-        for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i, data += line) {
-            AreaRun* const runs = built.room(static_cast<uint64_t>(mask.Width) / 2 + 1);
-            if (!runs)
-                return V_ERROR_NO_MEMORY;
-            built.add_band(row + i, row + i + 1, runs_of_bits(data, mask.Width, runs));
-        }
+        if (result == V_SUCCESS)
+            add_rows_of_bits({data, line, row, rows}, mask.Width, built);
+        if (!built.good())
+            result = V_ERROR_NO_MEMORY;
         row += rows;
     }
     return result;

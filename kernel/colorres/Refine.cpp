@@ -3,8 +3,10 @@
 #include "kernel/system/Progress.h"
 #include "kernel/system/WordMutex.h"
 #include "kernel/threading/Bands.h"
+#include "kernel/threading/Pause.h"
 
 #include <algorithm>
+#include <atomic>
 #include <mutex>
 
 namespace vk::quantize {
@@ -35,9 +37,10 @@ uint64_t near_entry(const Center& from, const Center* centers, uint32_t to) noex
     return static_cast<uint64_t>(distance(from, centers[to])) << 8 | to;
 }
 
-void order_centers(const Center* centers, uint32_t count, RefineTables& tables) noexcept
+/// Each centre's list of all centres, the nearest first; of centres `first` to `end` - 1.
+void order_centers(const Center* centers, uint32_t count, RefineTables& tables, uint32_t first, uint32_t end) noexcept
 {
-    for (uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = first; i < end; ++i) {
         for (uint32_t j = 0; j < count; ++j)
             tables.nearby[i][j] = near_entry(centers[i], centers, j);
         std::sort(tables.nearby[i], tables.nearby[i] + count);
@@ -45,9 +48,9 @@ void order_centers(const Center* centers, uint32_t count, RefineTables& tables) 
 }
 
 /// The same after the centres have moved. The order changes little from pass to pass, which suits this way of sorting.
-void reorder_centers(const Center* centers, uint32_t count, RefineTables& tables) noexcept
+void reorder_centers(const Center* centers, uint32_t count, RefineTables& tables, uint32_t first, uint32_t end) noexcept
 {
-    for (uint32_t i = 0; i < count; ++i) {
+    for (uint32_t i = first; i < end; ++i) {
         uint64_t* const nearby = tables.nearby[i];
         for (uint32_t j = 0; j < count; ++j) {
             const uint64_t entry = near_entry(centers[i], centers, nearby[j] & 0xFFu);
@@ -123,22 +126,70 @@ void assign(Point* points, uint32_t count, const Center* centers, uint32_t cente
     }
 }
 
-/// The same by several threads.
-void assign_together(Point* points, uint32_t count, const Center* centers, uint32_t center_count,
-                     const RefineTables& tables, uint32_t threads, Pass& pass) noexcept
-{
-    WordMutex mutex;
-    Progress silent(0);
-    auto work = [&](Bands& bands) noexcept {
-        Pass own;
-        for (Band band{}; bands.take(band); bands.done(band, V_SUCCESS))
-            assign(points + band.row, static_cast<uint32_t>(band.rows), centers, center_count, tables, own);
-        const std::lock_guard guard(mutex);
-        pass.add(own);
-        return V_SUCCESS;
-    };
-    static_cast<void>(run_bands(plan_bands(static_cast<int32_t>(count), 1, threads), silent, work)); // cannot fail
-}
+/// A pass: the centres' lists, and behind them the points, which look into all lists.
+class Passing {
+public:
+    Passing(Point* points, uint32_t count, const Center* centers, uint32_t center_count, RefineTables& tables) noexcept
+        : points_(points), count_(count), centers_(centers), center_count_(center_count), tables_(tables)
+    {}
+
+    void run(bool is_first, uint32_t threads, Pass& pass) noexcept
+    {
+        is_first_ = is_first;
+        if (threads > 1 && count_ >= kSharedPoints)
+            return run_together(threads, pass);
+        order(0, center_count_);
+        assign(points_, count_, centers_, center_count_, tables_, pass);
+    }
+
+private:
+    static constexpr uint32_t kCenters = 8; ///< whose lists a thread takes at a time
+
+    void order(uint32_t first, uint32_t end) noexcept
+    {
+        is_first_ ? order_centers(centers_, center_count_, tables_, first, end)
+                  : reorder_centers(centers_, center_count_, tables_, first, end);
+    }
+
+    /// Takes lists until there are none left, and waits for those that others have taken.
+    void order_some() noexcept
+    {
+        for (uint32_t first; (first = taken_.fetch_add(kCenters, std::memory_order_relaxed)) < center_count_;) {
+            const uint32_t end = std::min(first + kCenters, center_count_);
+            order(first, end);
+            ordered_.fetch_add(end - first, std::memory_order_release);
+        }
+        for (Pause pause; ordered_.load(std::memory_order_acquire) < center_count_;)
+            pause.wait();
+    }
+
+    void run_together(uint32_t threads, Pass& pass) noexcept
+    {
+        WordMutex mutex;
+        Progress silent(0);
+        taken_.store(0, std::memory_order_relaxed);
+        ordered_.store(0, std::memory_order_relaxed);
+        auto work = [&](Bands& bands) noexcept {
+            order_some();
+            Pass own;
+            for (Band band{}; bands.take(band); bands.done(band, V_SUCCESS))
+                assign(points_ + band.row, static_cast<uint32_t>(band.rows), centers_, center_count_, tables_, own);
+            const std::lock_guard guard(mutex);
+            pass.add(own);
+            return V_SUCCESS;
+        };
+        static_cast<void>(run_bands(plan_bands(static_cast<int32_t>(count_), 1, threads), silent, work)); // cannot fail
+    }
+
+    Point* const points_;
+    const uint32_t count_;
+    const Center* const centers_;
+    const uint32_t center_count_;
+    RefineTables& tables_;
+    bool is_first_ = true;
+    std::atomic<uint32_t> taken_{0};   ///< centres whose lists somebody has begun
+    std::atomic<uint32_t> ordered_{0}; ///< those that are done
+};
 
 /// Moves each centre to its points; one that has lost all of them goes to the point that is worst off.
 void move_centers(const Pass& pass, Center* centers, uint32_t count) noexcept
@@ -160,19 +211,15 @@ void move_centers(const Pass& pass, Center* centers, uint32_t count) noexcept
 void refine(Point* points, uint32_t count, Center* centers, uint32_t center_count, RefineTables& tables,
             uint32_t threads) noexcept
 {
-    order_centers(centers, center_count, tables);
+    Passing passing(points, count, centers, center_count, tables);
     uint64_t before = UINT64_MAX;
     for (int i = 0; i < kMostPasses; ++i) {
         Pass pass;
-        if (threads > 1 && count >= kSharedPoints)
-            assign_together(points, count, centers, center_count, tables, threads, pass);
-        else
-            assign(points, count, centers, center_count, tables, pass);
+        passing.run(i == 0, threads, pass);
         if (pass.error >= before - before / 2000) // hardly better: done
             return;
         before = pass.error;
         move_centers(pass, centers, center_count);
-        reorder_centers(centers, center_count, tables);
     }
 }
 

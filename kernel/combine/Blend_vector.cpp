@@ -59,24 +59,15 @@ VK_SIMD_INLINE Pixels over_opaque(Pixels s, Pixels d) noexcept
     return as<uint32_t>(mix(as<uint8_t>(s | all<Pixels>(kAlphaBits)), as<uint8_t>(d), alphas_of(s)));
 }
 
-/// Straight pixels over any. Everything but the quotients is a whole number that a float holds.
+/// Straight pixels over any.
 VK_SIMD_INLINE Pixels over_any(Pixels s, Pixels d) noexcept
 {
-    const auto numbers = [](Pixels v) noexcept { return as<int32_t>(v); };
-    const auto reals = [&](Pixels v) noexcept { return to_float(numbers(v)); };
-    const Pixels byte = all<Pixels>(0xFF);
     const Pixels source = s >> 24;
-    const Pixels kept = as<uint32_t>(as<uint16_t>(d >> 24) * as<uint16_t>(source ^ byte));
+    const Pixels kept = as<uint32_t>(as<uint16_t>(d >> 24) * as<uint16_t>(source ^ all<Pixels>(0xFF)));
     const Pixels part = (source << 8) - source;
     const Pixels sum = part + kept;
-    const Divisor divisor(numbers(sum));
-    const auto half = reals(sum >> 1), own = reals(part), other = reals(kept);
-    const auto channel = [&](int shift) noexcept {
-        const auto below = mul_add(reals((d >> shift) & byte), other, half);
-        return as<uint32_t>(divisor.of(mul_add(reals((s >> shift) & byte), own, below)));
-    };
     const Pixels alpha = source + as<uint32_t>(by_255(as<uint16_t>(kept)));
-    const Pixels colors = channel(0) | channel(8) << 8 | channel(16) << 16;
+    const Pixels colors = mix_colors(s, d, part, sum) & all<Pixels>(~kAlphaBits);
     return keep(sum != Pixels{}, alpha << 24 | colors);
 }
 

@@ -188,6 +188,7 @@ int read_rows(BITMAPHANDLE& bitmap, RowTest& test, AreaBuilder& built) noexcept
     for (int32_t row = 0; row < bitmap.Height && result == V_SUCCESS;) {
         const int32_t rows = std::min(batch, bitmap.Height - row);
         const uint8_t* data = nullptr;
+        built.expect_rows(row, bitmap.Height);
         result = reader.read(row, rows, &data);
         for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i, data += line) {
             result = test.test(data, bits.data());

@@ -1,15 +1,15 @@
 #include "kernel/system/Blocks.h"
 
-#include "platform/platform.h"
-
 #include <algorithm>
 
 namespace vk {
 
-void* locked_block_alloc(size_t bytes) noexcept
+void* locked_block_alloc(size_t bytes, Contents contents) noexcept
 {
-    constexpr uint32_t kMoveableZeroed = 0x42;
-    void* const handle = platform::movable_alloc(kMoveableZeroed, bytes);
+    constexpr uint32_t kMoveable = 0x02;
+    constexpr uint32_t kZeroed = 0x40;
+    const uint32_t flags = kMoveable | (contents == Contents::zeroed ? kZeroed : 0);
+    void* const handle = platform::movable_alloc(flags, bytes);
     if (!handle)
         return nullptr;
     void* const block = platform::movable_lock(handle);

@@ -2,13 +2,15 @@
 // record while any holder of the address can still find the block.
 #pragma once
 
+#include "platform/platform.h"
+
 #include <cstddef>
 #include <cstdint>
 
 namespace vk {
 
-/// A zeroed locked block; null without memory.
-void* locked_block_alloc(size_t bytes) noexcept;
+/// A locked block; null without memory.
+void* locked_block_alloc(size_t bytes, Contents contents = Contents::zeroed) noexcept;
 
 /// Unlocks and frees a block by its address. False when the address is not that of a block.
 bool locked_block_free(void* block) noexcept;

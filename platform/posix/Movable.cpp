@@ -3,7 +3,7 @@
 // Every handle is looked up in the table first, so that a null, stale or foreign one gives the failure result. A locked
 // block keeps its address; one that shrinks while locked keeps its room and may grow into it again. As on Windows, an
 // empty movable block has no data and cannot be locked, and unlocking a fixed block does nothing and gives 1. Big
-// blocks are sections: their pages are large, which spares most faults of a first pass, and come cleared.
+// blocks are sections: their pages are large, which spares most faults of a first pass, and may come from stock.
 #include "platform/posix/MovableTable.h"
 
 #include <algorithm>
@@ -94,7 +94,8 @@ void* posix::data_alloc(size_t capacity, bool zero) noexcept
 {
     if (is_big(capacity)) {
         Section section;
-        return section_create(capacity, Contents::zeroed, &section) == Status::ok ? section.view : nullptr;
+        const Contents contents = zero ? Contents::zeroed : Contents::unspecified;
+        return section_create(capacity, contents, &section) == Status::ok ? section.view : nullptr;
     }
     const size_t size = std::max<size_t>(capacity, 1);
     const auto get = [size, zero]() noexcept { return zero ? std::calloc(1, size) : std::malloc(size); };

@@ -24,8 +24,8 @@ struct Block {
     bool movable = false;
 };
 
-/// Memory of blocks: small ones from malloc, big ones as sections, whose pages are large and come cleared. `capacity`
-/// is the size that memory was last allocated or resized with. Resizing keeps the memory when it fails.
+/// Memory of blocks: small ones from malloc, big ones as sections, whose pages are large. `capacity` is the size that
+/// memory was last allocated or resized with. Resizing keeps the memory when it fails.
 void* data_alloc(size_t capacity, bool zero) noexcept;
 void* data_resize(void* data, size_t capacity, size_t bytes) noexcept;
 void data_free(void* data, size_t capacity) noexcept;

@@ -11,7 +11,7 @@ using namespace vk::testing;
 
 namespace {
 
-constexpr int32_t kSizes[][2] = {{1, 1}, {64, 3}, {3, 300}, {7, 40}, {130, 65}, {257, 33}};
+constexpr int32_t kSizes[][2] = {{1, 1}, {64, 3}, {3, 300}, {7, 40}, {21, 60}, {45, 80}, {130, 65}, {257, 33}};
 
 /// Runs a test on masks of all sizes.
 template <class Run> void each_mask(Run run)

@@ -58,19 +58,18 @@ struct Mask {
     }
 };
 
-/// Builds the area of a mask, row by row.
+/// Builds the area of a mask from rows of bits.
 inline void build(Mask mask, AreaBuilder& built)
 {
     built.clear();
-    std::vector<uint8_t> bits(static_cast<size_t>(mask.width) / 8 + 1);
-    for (int32_t y = 0; y < mask.height; ++y) {
-        std::fill(bits.begin(), bits.end(), uint8_t{0});
+    const size_t stride = (static_cast<size_t>(mask.width) + 7) / 8;
+    std::vector<uint8_t> bits(stride * static_cast<size_t>(mask.height));
+    for (int32_t y = 0; y < mask.height; ++y)
         for (int32_t x = 0; x < mask.width; ++x)
-            bits[static_cast<size_t>(x) / 8] |= static_cast<uint8_t>(mask.at(x, y) << (7 - x % 8));
-        AreaRun* const runs = built.room(static_cast<uint64_t>(mask.width) / 2 + 1);
-        ASSERT_NE(nullptr, runs);
-        built.add_band(y, y + 1, runs_of_bits(bits.data(), mask.width, runs));
-    }
+            bits[stride * static_cast<size_t>(y) + static_cast<size_t>(x) / 8] |=
+                static_cast<uint8_t>(mask.at(x, y) << (7 - x % 8));
+    add_rows_of_bits({bits.data(), stride, 0, mask.height}, mask.width, built);
+    ASSERT_TRUE(built.good());
 }
 
 /// The mask of an area, which must have its one form and lie within the size.

@@ -204,17 +204,24 @@ constexpr Operation kAt[] = {
               }},
 };
 
-/// Quotients below 256, many of them whole or just below.
-size_t divide(const Operands& in, uint8_t* got, uint8_t* expected) noexcept
+/// Pixels over others, by two alphas of all sizes or, for ties, small ones.
+size_t mix(const Operands& in, uint8_t* got, uint8_t* expected) noexcept
 {
-    using Numbers = Wide<int32_t>;
-    const Numbers a = load<Numbers>(in[0]), b = load<Numbers>(in[1]), c = load<Numbers>(in[2]);
-    const Numbers quotient = a & all<Numbers>(0xFF);
-    const Numbers by = (b & all<Numbers>(0xFFFF)) | all<Numbers>(1);
-    Numbers rest = by - all<Numbers>(1);
-    for (size_t i = 0; i < Numbers::kLanes; ++i)
-        rest.raw[i] = c.raw[i] % 3 == 0 ? rest.raw[i] : c.raw[i] % 3 == 1 ? 0 : (c.raw[i] & 0xFFFF) % by.raw[i];
-    return answer(got, expected, Divisor(by).of(plain::to_float(quotient * by + rest)), quotient);
+    using Pixels = Wide<uint32_t>;
+    const Pixels s = load<Pixels>(in[0]), d = load<Pixels>(in[1]), c = load<Pixels>(in[2]);
+    Pixels wanted = d & all<Pixels>(0xFF000000), part{}, whole{};
+    for (size_t i = 0; i < Pixels::kLanes; ++i) {
+        const uint32_t kept = c.raw[i] >> 16 & 1 ? 0xFF : 0xF;
+        const uint32_t alpha = c.raw[i] & kept, below = c.raw[i] >> 8 & kept;
+        part.raw[i] = 255 * alpha;
+        whole.raw[i] = part.raw[i] + below * (255 - alpha) + (alpha + below == 0);
+        for (int shift = 0; shift < 24; shift += 8) {
+            const uint32_t sum =
+                (s.raw[i] >> shift & 0xFF) * part.raw[i] + (d.raw[i] >> shift & 0xFF) * (whole.raw[i] - part.raw[i]);
+            wanted.raw[i] |= (sum + whole.raw[i] / 2) / whole.raw[i] << shift;
+        }
+    }
+    return answer(got, expected, mix_colors(s, d, part, whole), wanted);
 }
 
 template <size_t Part> size_t triple(const Operands& in, uint8_t* got, uint8_t* expected) noexcept
@@ -226,7 +233,7 @@ template <size_t Part> size_t triple(const Operands& in, uint8_t* got, uint8_t* 
 }
 
 constexpr Operation kAtFullWidth[] = {
-    {"Divisor", divide}, {"thrice<0>", triple<0>}, {"thrice<1>", triple<1>}, {"thrice<2>", triple<2>}};
+    {"mix_colors", mix}, {"thrice<0>", triple<0>}, {"thrice<1>", triple<1>}, {"thrice<2>", triple<2>}};
 
 } // namespace
 
