@@ -47,11 +47,14 @@ WriteOptions write_options(const Arguments& arguments)
 {
     WriteOptions options;
     options.quality = number_option(arguments, "--quality", options.quality, 1, 100);
-    options.effort = number_option(arguments, "--effort", options.effort, 0, 9);
+    if (arguments.has("--effort")) {
+        options.effort = number_option(arguments, "--effort", kUsualEffort, 0, 9);
+    }
     const Chroma chroma = require_word(kChroma, "--chroma", arguments.value("--chroma").value_or("420"));
     options.chroma_across = chroma.across;
     options.chroma_down = chroma.down;
     options.progressive = arguments.has("--progressive");
+    options.optimized = arguments.has("--optimized");
     options.compression = arguments.value("--compression").value_or("");
     options.big = arguments.has("--big");
     options.bare = arguments.has("--strip");

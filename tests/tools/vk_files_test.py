@@ -210,10 +210,14 @@ class Files(VkTest):
         sizes = [len(self.convert(sample, self.path("out.jpg"), *more)) for more in
                  (["--quality", "40"], [], ["--chroma", "444"], ["--chroma", "444", "--quality", "99"])]
         self.assertEqual(sizes, sorted(sizes))
-        if by_system():
-            self.fails(1, "progressive", "convert", sample, self.path("x.jpg"), "--progressive")
-        else:
+        for kind in ("--progressive", "--optimized"):
+            if by_system():
+                self.fails(1, kind[2:], "convert", sample, self.path("x.jpg"), kind)
+        if not by_system():
             self.assertIn(b"\xff\xc2", self.convert(sample, self.path("out.jpg"), "--progressive"))
+            self.assertLess(len(self.convert(sample, self.path("out.jpg"), "--optimized")), sizes[1])
+            self.convert(sample, self.path("plain.jpg"))
+            self.assertEqual(self.compared(self.path("out.jpg"), self.path("plain.jpg"))[0], 0)
         self.convert(sample, self.path("gray.jpg"), "--bits", "8", "--palette", "gray")
         self.assertEqual(self.info(self.path("gray.jpg"))["bits per pixel"], "8")
         for bad in (["--quality", "0"], ["--quality", "101"], ["--chroma", "411"]):

@@ -236,7 +236,7 @@ class Profiles(FileTest):
                    self.path("out.png"), "--srgb")
 
     def test_inks(self):
-        self.need("JPEG", "PNG")
+        self.need("JPEG", "TIFF", "PNG")
         # Of the inks only black counts: from full light to none.
         steps = bytes(range(256))
         grid = b"".join(bytes([0 if corner & 1 else 255, 128, 128]) for corner in range(16))
@@ -245,14 +245,16 @@ class Profiles(FileTest):
                        b"prtr", b"Lab ")
         script = f"""
 from PIL import Image
-Image.frombytes("CMYK", (3, 1), bytes([9, 99, 200, 0, 50, 0, 0, 127, 80, 0, 0, 255])).resize((48, 16), 0).save("in.jpg", quality=100, icc_profile={inks!r})
+for name in ("in.jpg", "in.tif"):
+    Image.frombytes("CMYK", (3, 1), bytes([9, 99, 200, 0, 50, 0, 0, 127, 80, 0, 0, 255])).resize((48, 16), 0).save(name, quality=100, icc_profile={inks!r})
 """
         self.pillow(script)
-        with open(self.path("in.jpg"), "rb") as file:
-            rows = self.converted(file.read(), "in.jpg")[2]
-        for x, lightness in ((8, 100), (24, 50.2), (40, 0)):
-            light = ((lightness + 16) / 116) ** 3 if lightness > 8 else lightness / 903.3
-            self.near(rows[8][3 * x:3 * x + 3], [255 * light] * 3, 255, 4)
+        for name in ("in.jpg", "in.tif"):
+            with open(self.path(name), "rb") as file:
+                rows = self.converted(file.read(), name)[2]
+            for x, lightness in ((8, 100), (24, 50.2), (40, 0)):
+                light = ((lightness + 16) / 116) ** 3 if lightness > 8 else lightness / 903.3
+                self.near(rows[8][3 * x:3 * x + 3], [255 * light] * 3, 255, 4)
 
 
 if __name__ == "__main__":

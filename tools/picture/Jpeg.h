@@ -48,6 +48,13 @@ template <typename Step> void guard_jpeg(JpegErrors& errors, const std::string& 
     step();
 }
 
+/** Colours as rows have them, where the library knows these. */
+#ifdef JCS_EXTENSIONS
+constexpr J_COLOR_SPACE kStoredColors = JCS_EXT_BGR;
+#else
+constexpr J_COLOR_SPACE kStoredColors = JCS_RGB;
+#endif
+
 constexpr int kExifMarker = JPEG_APP0 + 1;
 constexpr char kExifName[] = "Exif\0"; ///< six bytes before the notes
 

@@ -197,7 +197,7 @@ void JpegReader::read_header()
 void JpegReader::describe()
 {
     const bool gray = jpeg_.num_components == 1;
-    jpeg_.out_color_space = gray ? JCS_GRAYSCALE : jpeg_.num_components == 4 ? JCS_CMYK : JCS_RGB;
+    jpeg_.out_color_space = gray ? JCS_GRAYSCALE : jpeg_.num_components == 4 ? JCS_CMYK : kStoredColors;
     info_.format = "JPEG";
     info_.width = static_cast<int32_t>(jpeg_.image_width);
     info_.height = static_cast<int32_t>(jpeg_.image_height);
@@ -259,7 +259,7 @@ void JpegReader::decode_row(uint8_t* row)
     }
     if (!inks_.empty()) {
         make_colors(row);
-    } else if (info_.bits == 24) {
+    } else if (info_.bits == 24 && kStoredColors == JCS_RGB) {
         swap_red_blue(row, static_cast<size_t>(info_.width));
     }
     if (++next_row_ == info_.height) {

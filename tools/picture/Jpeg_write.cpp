@@ -79,6 +79,7 @@ private:
     WriteOptions options_;
     PictureInfo info_;
     bool gray_ = false;
+    bool stored_ = false; ///< rows are taken as they are
     std::optional<OutputFile> file_;
     JpegTarget target_{};
     JpegErrors errors_{};
@@ -93,6 +94,7 @@ void JpegWriter::begin(const PictureInfo& info)
     }
     info_ = info;
     gray_ = info.order == COLORORDER_GRAY || is_gray(info.palette);
+    stored_ = info.bits == 24 && info.order == COLORORDER_BGR && kStoredColors != JCS_RGB;
     row_.resize(static_cast<size_t>(info.width) * (gray_ ? 1 : 3));
     file_.emplace(name_);
     jpeg_.err = report_to(errors_);
@@ -111,10 +113,10 @@ void JpegWriter::set_up()
     jpeg_.image_width = static_cast<JDIMENSION>(info_.width);
     jpeg_.image_height = static_cast<JDIMENSION>(info_.height);
     jpeg_.input_components = gray_ ? 1 : 3;
-    jpeg_.in_color_space = gray_ ? JCS_GRAYSCALE : JCS_RGB;
+    jpeg_.in_color_space = gray_ ? JCS_GRAYSCALE : stored_ ? kStoredColors : JCS_RGB;
     jpeg_set_defaults(&jpeg_);
     jpeg_set_quality(&jpeg_, options_.quality, TRUE);
-    jpeg_.optimize_coding = TRUE;
+    jpeg_.optimize_coding = options_.optimized ? TRUE : FALSE;
     if (!gray_) {
         jpeg_.comp_info[0].h_samp_factor = options_.chroma_across;
         jpeg_.comp_info[0].v_samp_factor = options_.chroma_down;
@@ -146,9 +148,11 @@ void JpegWriter::write_notes()
 
 void JpegWriter::write_row(const uint8_t* row)
 {
-    plain_samples(info_, row, gray_, row_.data());
+    if (!stored_) {
+        plain_samples(info_, row, gray_, row_.data());
+    }
     guard([&] {
-        JSAMPROW rows[] = {row_.data()};
+        JSAMPROW rows[] = {stored_ ? const_cast<JSAMPROW>(row) : row_.data()}; // which the encoder only reads
         jpeg_write_scanlines(&jpeg_, rows, 1);
     });
 }

@@ -108,13 +108,16 @@ struct ReadOptions {
 /** Opens a picture of any readable format, which its first bytes tell. FileError when it cannot be read. */
 std::unique_ptr<PictureReader> open_picture(const std::string& name, const ReadOptions& options = {});
 
+constexpr int kUsualEffort = 6;
+
 /** How a picture is written, where its format leaves a choice. */
 struct WriteOptions {
     int quality = 90;      ///< of what is lossy, 1 to 100
     int chroma_across = 2; ///< JPEG: columns of pixels that share their colour
     int chroma_down = 2;   ///< JPEG: rows of pixels that do
     bool progressive = false;
-    int effort = 6;               ///< of packing without loss, 0 (none) to 9
+    bool optimized = false;       ///< JPEG: codes made for the picture, which is held for that
+    std::optional<int> effort;    ///< of packing without loss, 0 (none) to 9; without it as the format sees fit
     std::string compression;      ///< TIFF: by name; empty: what suits the picture
     bool big = false;             ///< TIFF: with room for more than 4 GiB, whatever this page needs
     bool bare = false;            ///< nothing but the pixels: no profile, no resolution; orientation turned into pixels

@@ -7,6 +7,7 @@
  */
 #include "tools/picture/Formats.h"
 #include "tools/picture/Tiff.h"
+#include "tools/picture/TiffSamples.h"
 
 #include <algorithm>
 #include <cstring>
@@ -31,19 +32,6 @@ toff_t size_of_file(thandle_t file)
     return static_cast<InputFile*>(file)->size().value_or(0);
 }
 
-/** What the tags say of the samples. */
-struct Samples {
-    uint16_t bits = 1;
-    uint16_t count = 1; ///< in a pixel
-    uint16_t photometric = PHOTOMETRIC_MINISBLACK;
-    uint16_t planes = PLANARCONFIG_CONTIG;
-    uint16_t format = SAMPLEFORMAT_UINT;
-    uint16_t extra = 0;         ///< samples that are no colour
-    bool alpha = false;         ///< the first of these
-    bool premultiplied = false; ///< what it covers
-    int colors() const { return count - extra; }
-};
-
 class TiffReader : public PictureReader {
 public:
     TiffReader(Input file, const std::string& name);
@@ -63,7 +51,10 @@ private:
     void fetch_tiles(uint32_t first);
     void fetch_rows(uint32_t first, uint32_t count);
     void fetch_colors(uint32_t first, uint32_t count);
-    uint32_t sample(const uint8_t* row, size_t index) const;
+    uint32_t sample(const uint8_t* row, size_t index) const { return samples_.get(row, index); }
+    bool has_inks() const;
+    void take_inks();
+    void pack_inks(const uint8_t* line, uint8_t* row);
     void pack(const uint8_t* line, uint8_t* row) const;
     void pack_indices(const uint8_t* line, uint8_t* row) const;
     void unpremultiply(uint32_t* pixel) const;
@@ -74,9 +65,10 @@ private:
     std::string name_;
     Input file_;
     Tiff tiff_;
-    Samples samples_;
+    TiffSamples samples_;
     bool direct_ = false;
-    uint32_t tile_width_ = 0; ///< 0: strips
+    std::vector<uint8_t> inks_; ///< a row of four samples a pixel, where a profile says what they look like
+    uint32_t tile_width_ = 0;   ///< 0: strips
     uint32_t tile_height_ = 0;
     size_t plane_line_ = 0;       ///< bytes of a row, of a plane's where there are planes
     std::vector<uint8_t> lines_;  ///< rows as they are in the file; planes of a row follow each other
@@ -112,6 +104,9 @@ void TiffReader::open_page()
 {
     info_ = {};
     samples_ = {};
+    ink_profile_.clear();
+    ink_conversion_ = nullptr;
+    inks_.clear();
     tile_width_ = first_ = held_ = next_row_ = 0;
     read_header();
     direct_ = is_direct();
@@ -124,7 +119,7 @@ void TiffReader::open_page()
         }
         info_.bits = samples_.alpha ? 32 : 24;
         info_.order = COLORORDER_BGR;
-        samples_.bits = 8; // of what the library makes
+        samples_.bits = has_inks() ? samples_.bits : uint16_t{8}; // of what the library makes
         samples_.premultiplied = samples_.alpha;
     }
     read_notes();
@@ -262,9 +257,26 @@ void TiffReader::read_notes()
     }
     uint32_t bytes = 0;
     const uint8_t* profile = nullptr;
-    if (direct_ && TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &bytes, &profile) != 0) {
-        info_.profile.assign(profile, profile + bytes);
+    if ((direct_ || has_inks()) && TIFFGetField(tiff, TIFFTAG_ICCPROFILE, &bytes, &profile) != 0) {
+        // One for inks says nothing about the colours that the library makes of them.
+        (direct_ ? info_.profile : ink_profile_).assign(profile, profile + bytes);
     }
+}
+
+bool TiffReader::has_inks() const
+{
+    uint16_t set = INKSET_CMYK;
+    TIFFGetFieldDefaulted(tiff_.get(), TIFFTAG_INKSET, &set);
+    return samples_.photometric == PHOTOMETRIC_SEPARATED && set == INKSET_CMYK && samples_.colors() == 4 &&
+           !samples_.alpha && samples_.format == SAMPLEFORMAT_UINT && (samples_.bits == 8 || samples_.bits == 16);
+}
+
+/** Has the inks themselves come, for the conversion that was given since the page was opened. */
+void TiffReader::take_inks()
+{
+    direct_ = true;
+    inks_.resize(static_cast<size_t>(info_.width) * 4);
+    make_room();
 }
 
 uint32_t TiffReader::rows_at_a_time() const
@@ -375,25 +387,6 @@ void TiffReader::fetch_colors(uint32_t first, uint32_t count)
     }
 }
 
-uint32_t TiffReader::sample(const uint8_t* line, size_t index) const
-{
-    if (samples_.bits == 8) {
-        return line[index];
-    }
-    if (samples_.bits == 16) {
-        uint16_t value;
-        std::memcpy(&value, line + 2 * index, sizeof value);
-        return value;
-    }
-    const size_t bit = index * samples_.bits;
-    uint32_t window = 0;
-    for (size_t i = 0; i < 3; ++i) {
-        const size_t at = bit / 8 + i;
-        window = window << 8 | (at * 8 < bit + samples_.bits ? line[at] : 0u);
-    }
-    return window >> (24 - bit % 8 - samples_.bits) & ((1u << samples_.bits) - 1);
-}
-
 void TiffReader::pack_indices(const uint8_t* line, uint8_t* row) const
 {
     const auto bits = static_cast<size_t>(info_.bits);
@@ -456,15 +449,29 @@ void TiffReader::pack(const uint8_t* line, uint8_t* row) const
     }
 }
 
+void TiffReader::pack_inks(const uint8_t* line, uint8_t* row)
+{
+    for (size_t i = 0; i < inks_.size(); ++i) {
+        const size_t at = i / 4 * samples_.count + i % 4;
+        const uint32_t ink = is_planar() ? sample(line + i % 4 * plane_line_, i / 4) : sample(line, at);
+        inks_[i] = static_cast<uint8_t>(ink >> (samples_.bits - 8));
+    }
+    ink_conversion_(inks_.data(), row, inks_.size() / 4);
+}
+
 void TiffReader::decode_row(uint8_t* row)
 {
+    if (next_row_ == 0 && ink_conversion_) {
+        take_inks();
+    }
     if (next_row_ >= first_ + held_) {
         const uint32_t rows = direct_ && tile_width_ == 0 ? 1 : rows_at_a_time();
         fetch(next_row_, std::min(rows, static_cast<uint32_t>(info_.height) - next_row_));
     }
     const size_t at = next_row_++ - first_;
     if (direct_) {
-        pack(&lines_[at * line_bytes()], row);
+        const uint8_t* const line = &lines_[at * line_bytes()];
+        inks_.empty() ? pack(line, row) : pack_inks(line, row);
         return;
     }
     const uint32_t* pixel = &paint_[at * static_cast<size_t>(info_.width)];

@@ -140,7 +140,7 @@ void TiffWriter::set_form(const Compression& compression)
         set(TIFFTAG_PREDICTOR, compression.predictor);
     }
     if (compression.value == COMPRESSION_ADOBE_DEFLATE) {
-        set(TIFFTAG_ZIPQUALITY, std::max(options_.effort, 1));
+        set(TIFFTAG_ZIPQUALITY, std::max(options_.effort.value_or(kUsualEffort), 1));
     }
     if (compression.value == COMPRESSION_JPEG) {
         set(TIFFTAG_JPEGQUALITY, options_.quality);

@@ -148,11 +148,11 @@ void WebpWriter::encode(Encoding& encoding) const
     WebPConfigInit(&config);
     const bool lossless = options_.lossless || info_.bits <= 8;
     if (lossless) {
-        WebPConfigLosslessPreset(&config, options_.effort);
+        WebPConfigLosslessPreset(&config, options_.effort.value_or(kUsualEffort));
         config.exact = 1;
     } else {
         config.quality = static_cast<float>(options_.quality);
-        config.method = std::min(options_.effort * 2 / 3, 6);
+        config.method = std::min(options_.effort.value_or(kUsualEffort) * 2 / 3, 6);
     }
     WebPPicture& picture = encoding.picture;
     picture.use_argb = lossless ? 1 : 0;

@@ -107,8 +107,9 @@ const GUID& SystemWriter::choose_format()
 
 void SystemWriter::begin(const PictureInfo& info)
 {
-    if (kind_ == Kind::jpeg && options_.progressive) {
-        throw OperationError("JPEG: the system's codec does not write progressive files");
+    if (kind_ == Kind::jpeg && (options_.progressive || options_.optimized)) {
+        throw OperationError(std::string("JPEG: the system's codec does not write ") +
+                             (options_.progressive ? "progressive files" : "optimized codes"));
     }
     info_ = info;
     const GUID& wanted = choose_format();
