@@ -1,4 +1,7 @@
-// What the system says of this process: resident memory and open handles.
+// What the system and the C library say of this process: resident memory, the blocks of the heap, open handles.
+//
+// glibc keeps freed blocks for each thread, up to some 200 KiB, and counts them as held; it takes many thousand
+// operations until they are all there. A process started without these caches tells what is really held.
 #pragma once
 
 #include <cstdint>
@@ -11,10 +14,14 @@
 
 #include <psapi.h>
 #else
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <unistd.h>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 #endif
 
 namespace vk::endurance {
@@ -26,6 +33,19 @@ inline uint64_t resident_bytes()
     PROCESS_MEMORY_COUNTERS counters{};
     return K32GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters) ? counters.WorkingSetSize : 0;
 }
+
+/// Bytes of the heap that somebody holds; 0 where the C library does not tell.
+inline uint64_t heap_bytes()
+{
+    return 0;
+}
+
+inline void trim_heap()
+{
+    HeapCompact(GetProcessHeap(), 0);
+}
+
+inline void start_again_without_caches(char**) {}
 
 inline uint64_t open_handles()
 {
@@ -41,6 +61,34 @@ inline uint64_t resident_bytes()
     std::ifstream("/proc/self/statm") >> all >> resident;
     return resident * static_cast<uint64_t>(sysconf(_SC_PAGESIZE));
 }
+
+#if defined(__GLIBC__)
+inline uint64_t heap_bytes()
+{
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;
+}
+
+inline void trim_heap()
+{
+    malloc_trim(0);
+}
+
+/// Returns when they are off already, or cannot be.
+inline void start_again_without_caches(char** words)
+{
+    if (std::getenv("GLIBC_TUNABLES") == nullptr && setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1) == 0)
+        execv("/proc/self/exe", words);
+}
+#else
+inline uint64_t heap_bytes()
+{
+    return 0;
+}
+
+inline void trim_heap() {}
+inline void start_again_without_caches(char**) {}
+#endif
 
 inline uint64_t open_handles()
 {
