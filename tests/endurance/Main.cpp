@@ -145,7 +145,7 @@ private:
 
 int main(int count, char** words)
 {
-    start_again_without_caches(words);
+    start_again_with_bare_heap(words);
     Plan plan;
     if (!read_plan(count, words, plan)) {
         std::fprintf(stderr, "usage: %s [--operations N] [--threads N] [--seconds S] [--seed N]\n", words[0]);

@@ -1,7 +1,8 @@
 // What the system and the C library say of this process: resident memory, the blocks of the heap, open handles.
 //
-// glibc keeps freed blocks for each thread, up to some 200 KiB, and counts them as held; it takes many thousand
-// operations until they are all there. A process started without these caches tells what is really held.
+// glibc keeps freed blocks for each thread, some 200 KiB that it counts as held, and at the end of each thread's arena
+// up to twice the size of the largest mapped block that was freed, which malloc_trim leaves there. How much of that has
+// come together is a matter of chance. A process without the caches, and with one arena, tells what is really held.
 #pragma once
 
 #include <cstdint>
@@ -45,7 +46,7 @@ inline void trim_heap()
     HeapCompact(GetProcessHeap(), 0);
 }
 
-inline void start_again_without_caches(char**) {}
+inline void start_again_with_bare_heap(char**) {}
 
 inline uint64_t open_handles()
 {
@@ -74,10 +75,13 @@ inline void trim_heap()
     malloc_trim(0);
 }
 
-/// Returns when they are off already, or cannot be.
-inline void start_again_without_caches(char** words)
+constexpr const char* kTunables = "GLIBC_TUNABLES";
+
+/// Returns when it is so already, or cannot be.
+inline void start_again_with_bare_heap(char** words)
 {
-    if (std::getenv("GLIBC_TUNABLES") == nullptr && setenv("GLIBC_TUNABLES", "glibc.malloc.tcache_count=0", 1) == 0)
+    if (std::getenv(kTunables) == nullptr &&
+        setenv(kTunables, "glibc.malloc.tcache_count=0:glibc.malloc.arena_max=1", 1) == 0)
         execv("/proc/self/exe", words);
 }
 #else
@@ -87,7 +91,7 @@ inline uint64_t heap_bytes()
 }
 
 inline void trim_heap() {}
-inline void start_again_without_caches(char**) {}
+inline void start_again_with_bare_heap(char**) {}
 #endif
 
 inline uint64_t open_handles()
