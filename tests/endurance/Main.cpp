@@ -70,6 +70,8 @@ public:
 
     bool go()
     {
+        if (plan_.threads == 1)
+            look(0); // so that looking itself is not new afterwards
         std::vector<std::thread> threads;
         for (uint64_t i = 1; i < plan_.threads; ++i)
             threads.emplace_back([this, i] { work(plan_.seed + i); });
@@ -105,11 +107,11 @@ private:
         }
     }
 
-    /// At the end of a tenth.
+    /// At the start, and at the end of a tenth.
     void look(uint64_t tenth)
     {
         last_ = Holding::now();
-        if (first_.bytes == 0)
+        if (first_.bytes == 0 && tenth != 0)
             first_ = last_;
         std::printf("%3llu %%: resident %llu KiB, heap %llu KiB, %llu handles\n",
                     static_cast<unsigned long long>(10 * tenth), static_cast<unsigned long long>(last_.bytes / 1024),
