@@ -193,7 +193,8 @@ int allocate_plain(BITMAPHANDLE& bitmap, uint32_t memory, NewPixels pixels) noex
 {
     const uint64_t bytes = data_size(bitmap);
     StoreRequest request = store_request(bytes);
-    request.is_written = pixels == NewPixels::to_be_written;
+    request.is_written = pixels != NewPixels::clear;
+    request.pads_are_written = pixels == NewPixels::rows_to_be_written;
     if (memory & TYPE_TILED) {
         if (near_handle_limit() || bytes <= request.tile_bytes)
             memory = (memory & ~TYPE_TILED) | TYPE_CONV;

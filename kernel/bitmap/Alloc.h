@@ -18,8 +18,9 @@ uint64_t conventional_limit() noexcept;
 bool give_paint_table(BITMAPHANDLE& bitmap) noexcept;
 
 /// Whether a new bitmap's pixels are clear, or every one is written before the bitmap, or what becomes of it, is shown
-/// to anybody: callers, callbacks, other threads. What pads the rows is clear in any case.
-enum class NewPixels : uint8_t { clear, to_be_written };
+/// to anybody: callers, callbacks, other threads. What pads the rows is clear in any case, unless whole rows are
+/// written, in place, with what pads them.
+enum class NewPixels : uint8_t { clear, to_be_written, rows_to_be_written };
 
 /// For a record that is the caller's while it is filled: its status callback may look at it.
 NewPixels pixels_of_shown_record() noexcept;

@@ -65,7 +65,7 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest& request) noexcept
         platform::heap_free(block);
         return V_ERROR_NO_MEMORY;
     }
-    if (request.is_written)
+    if (request.is_written && !request.pads_are_written)
         clear_row_ends(bitmap, *block);
     bitmap.Handle = block;
     bitmap.Data = block->pixels();

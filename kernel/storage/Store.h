@@ -18,13 +18,14 @@ namespace vk {
 
 /// How storage is to be made; worked out by Alloc.cpp from a request and the thresholds.
 struct StoreRequest {
-    uint64_t bytes = 0;           ///< data size
-    uint64_t tile_bytes = 0;      ///< wanted tile size
-    uint64_t memory_limit = 0;    ///< bytes of tiles that may live in memory
-    int32_t memory_tiles = 0;     ///< tiles kept in memory whatever the limit; negative: percent of all
-    int32_t mapped_tiles = 0;     ///< file tiles kept mapped; negative: percent, 0: the store's choice
-    bool files_forbidden = false; ///< no temporary file may be made
-    bool is_written = false;      ///< every pixel is written before anybody looks, so that none need be clear
+    uint64_t bytes = 0;            ///< data size
+    uint64_t tile_bytes = 0;       ///< wanted tile size
+    uint64_t memory_limit = 0;     ///< bytes of tiles that may live in memory
+    int32_t memory_tiles = 0;      ///< tiles kept in memory whatever the limit; negative: percent of all
+    int32_t mapped_tiles = 0;      ///< file tiles kept mapped; negative: percent, 0: the store's choice
+    bool files_forbidden = false;  ///< no temporary file may be made
+    bool is_written = false;       ///< every pixel is written before anybody looks, so that none need be clear
+    bool pads_are_written = false; ///< and with them what pads the rows, where they lie in memory
 };
 
 /// The figures of V_GetBitmapMemoryInfo.

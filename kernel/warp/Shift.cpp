@@ -135,6 +135,7 @@ private:
         int64_t aside;
     };
 
+    /// The same with the bits that the source's may begin between.
     void copy(uint8_t* to, const uint8_t* from, const Stretch& seen) const noexcept
     {
         const auto bits = static_cast<uint64_t>(bits_);
@@ -142,7 +143,7 @@ private:
         const auto end = static_cast<uint64_t>(seen.end) * bits;
         const auto behind = static_cast<size_t>(end / 8);
         std::memcpy(to, fill_.data(), bytes_of(seen.first));
-        std::memcpy(to + behind, fill_.data() + behind, bytes_of(made_.Width) - behind);
+        std::memcpy(to + behind, fill_.data() + behind, made_.BytesPerLine - behind);
         if (first < end)
             combine::copy_bits(to, first, from, static_cast<uint64_t>(seen.first + seen.aside) * bits, end - first,
                                order_);
@@ -179,8 +180,8 @@ bool moves_rows(const Warp& warp, const Extent& source) noexcept
     const auto& m = warp.back.m;
     const bool is_aside = m[0][0] == 1 && m[0][1] == 0 && m[0][2] == 0 && m[1][1] == 1 && m[1][2] == 0 && m[2][2] == 1;
     const bool is_small = std::max({source.width, source.height, warp.canvas.width, warp.canvas.height}) <= kMost;
-    return !g_is_kept.load(std::memory_order_relaxed) && !warp.grid && is_aside && is_small && is_coarse(m[1][0]) &&
-           std::fabs(m[1][0]) * kMost <= 0x1p22 && is_coarse(m[2][0]) && is_coarse(m[2][1]);
+    return !g_is_kept.load(std::memory_order_relaxed) && !warp.grid && !warp.is_mixed() && is_aside && is_small &&
+           is_coarse(m[1][0]) && std::fabs(m[1][0]) * kMost <= 0x1p22 && is_coarse(m[2][0]) && is_coarse(m[2][1]);
 }
 
 int move_rows_aside(BITMAPHANDLE& source, BITMAPHANDLE& made, const Warp& warp, Progress& progress) noexcept

@@ -11,7 +11,7 @@ namespace vk::warp {
 /// True when a warp by the nearest pixel only moves rows and tells its positions in fractions that doubles hold.
 bool moves_rows(const Warp& warp, const Extent& source) noexcept;
 
-/// Paints such a warp; as paint_bitmap.
+/// Paints such a warp, with what pads the rows; as paint_bitmap.
 int move_rows_aside(BITMAPHANDLE& source, BITMAPHANDLE& made, const Warp& warp, Progress& progress) noexcept;
 
 /// Keeps to the general way, for tests.

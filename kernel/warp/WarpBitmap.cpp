@@ -24,13 +24,11 @@ namespace {
 
 using namespace warp;
 
-constexpr uint32_t kMixed = WARP_LINEAR | WARP_CUBIC | WARP_AREA;
-
 int paint_by(BITMAPHANDLE& source, BITMAPHANDLE& made, const Mapping& mapping, const Warp& warp,
              Progress& progress) noexcept
 {
     const sampling::FillPixel fill = sampling::fill_pixel(source, warp.fill);
-    if (!(warp.flags & kMixed))
+    if (!warp.is_mixed())
         return paint_canvas({source, made, mapping, nullptr}, progress, [&](const auto& act) noexcept {
             NearestPainter painter(mapping, made.BitsPerPixel, fill);
             return act(painter);
@@ -63,6 +61,8 @@ int stage(Staged& staged, BITMAPHANDLE& bitmap, const Warp& warp) noexcept
 {
     Progress progress(progress_steps(warp.canvas));
     Shape shape{warp.canvas.width, warp.canvas.height, bitmap.BitsPerPixel, bitmap.Order, 0, NewPixels::to_be_written};
+    if (moves_rows(warp, {bitmap.Width, bitmap.Height}))
+        shape.pixels = NewPixels::rows_to_be_written;
     if (is_compressed(bitmap))
         shape.memory = thread_state().default_memory_type;
     BitmapAccess access(bitmap);
@@ -97,7 +97,7 @@ int paint_bitmap(BITMAPHANDLE& source, BITMAPHANDLE& made, const Warp& warp, Pro
         const Grid grid(extent, warp.canvas, warp.grid->points, warp.grid->columns, warp.grid->rows);
         return paint_by(source, made, grid, warp, progress);
     }
-    if (!(warp.flags & kMixed) && moves_rows(warp, extent))
+    if (moves_rows(warp, extent))
         return move_rows_aside(source, made, warp, progress);
     const Plane plane(extent, warp.canvas, warp.back);
     return paint_by(source, made, plane, warp, progress);

@@ -4,6 +4,7 @@
 
 #include "Vkgeometry.h"
 #include "Vkrecord.h"
+#include "Vkwarp.h"
 #include "kernel/sampling/Mapping.h"
 #include "kernel/system/Progress.h"
 
@@ -27,6 +28,9 @@ struct Warp {
     const GridPoints* grid = nullptr; ///< goes before the matrix
     uint32_t flags = 0;               ///< WARP_ bits
     COLORREF fill = 0;
+
+    /// Several pixels make one.
+    bool is_mixed() const noexcept { return flags & (WARP_LINEAR | WARP_CUBIC | WARP_AREA); }
 };
 
 /// A canvas that a record can describe.
