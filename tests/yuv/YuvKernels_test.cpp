@@ -142,7 +142,12 @@ TEST(YuvKernels, PastTheCaches)
 {
     // As many bytes as writes past the caches are used for, in rows at a cache line and elsewhere.
     TestRandom random(52);
-    for (const int32_t width : {2112, 2101})
+#if defined(VKKRNX_TEST_SANITIZED)
+    const std::vector<int32_t> widths = {2101};
+#else
+    const std::vector<int32_t> widths = {2112, 2101};
+#endif
+    for (const int32_t width : widths)
         for (const size_t which : {size_t{9}, size_t{14}, size_t{0}, size_t{17}}) {
             TestPicture test(kYuvCodes[which], width, 2001, random);
             random.fill(test.planes[0]->data(), 100000);
