@@ -1,7 +1,10 @@
 #include "kernel/area/AreaBuilder.h"
 
+#include "kernel/area/Block.h"
+#include "kernel/system/Blocks.h"
+
 #include <algorithm>
-#include <cstring>
+#include <utility>
 
 namespace vk {
 
@@ -11,45 +14,17 @@ namespace {
 constexpr uint64_t kMost = UINT32_MAX;
 constexpr uint64_t kLeast = 64;
 
-/// Moves `used` items to a block with room for so many. False without memory, and the items stay.
-template <class T> bool move_to(uint64_t room, uint64_t used, Section& memory) noexcept
+/// Room for `needed` items: what there is, or more than needed.
+uint64_t grown(uint64_t needed, uint64_t room, uint64_t expected) noexcept
 {
-    Section larger;
-    if (room > SIZE_MAX / 2 / sizeof(T) ||
-        platform::section_create(static_cast<size_t>(room) * sizeof(T), Contents::unspecified, &larger) != Status::ok)
-        return false;
-    if (memory.view) {
-        std::memcpy(larger.view, memory.view, static_cast<size_t>(used) * sizeof(T));
-        platform::section_free(&memory);
-    }
-    memory = larger;
-    return true;
-}
-
-/// Makes room for `more` items behind `used` ones where there is less.
-template <class T>
-bool grow(T*& items, uint64_t& room, Section& memory, uint64_t used, uint64_t more, uint64_t expected) noexcept
-{
-    const uint64_t needed = used + more;
-    if (needed <= room)
-        return true;
-    if (needed > kMost)
-        return false;
-    const uint64_t wanted = std::max({needed, room * 2, expected, kLeast});
-    if (!move_to<T>(wanted, used, memory) && !move_to<T>(needed, used, memory))
-        return false;
-    items = static_cast<T*>(memory.view);
-    room = memory.bytes / sizeof(T);
-    return true;
+    return needed <= room ? room : std::max({needed, room * 2, expected, kLeast});
 }
 
 } // namespace
 
 AreaBuilder::~AreaBuilder()
 {
-    for (Section* memory : {&band_memory_, &run_memory_})
-        if (memory->view)
-            platform::section_free(memory);
+    give_back(&memory_);
 }
 
 void AreaBuilder::clear() noexcept
@@ -60,11 +35,71 @@ void AreaBuilder::clear() noexcept
     is_good_ = true;
 }
 
+bool AreaBuilder::take(uint64_t bytes, Section* memory) const noexcept
+{
+    if (bytes > SIZE_MAX / 2)
+        return false;
+    if (home_ == AreaHome::section)
+        return platform::section_create(static_cast<size_t>(bytes), Contents::unspecified, memory) == Status::ok;
+    memory->view = locked_block_alloc(static_cast<size_t>(bytes), Contents::unspecified);
+    memory->bytes = static_cast<size_t>(bytes);
+    return memory->view != nullptr;
+}
+
+void AreaBuilder::give_back(Section* memory) const noexcept
+{
+    if (!memory->view)
+        return;
+    if (home_ == AreaHome::section)
+        platform::section_free(memory);
+    else
+        locked_block_free(memory->view);
+}
+
+/// Moves everything to memory with room for so much. False without memory, and everything stays.
+bool AreaBuilder::move_to(uint64_t runs, uint64_t bands) noexcept
+{
+    Section larger;
+    if (!take(area_block_bytes(bands, runs), &larger))
+        return false;
+    AreaBand* const new_bands = bands_of_block(larger.view);
+    auto* const new_runs = reinterpret_cast<AreaRun*>(new_bands + bands);
+    std::copy_n(bands_, band_count_, new_bands);
+    std::copy_n(runs_, run_count_, new_runs);
+    give_back(&memory_);
+    memory_ = larger;
+    bands_ = new_bands;
+    runs_ = new_runs;
+    band_room_ = bands;
+    run_room_ = runs;
+    return true;
+}
+
 bool AreaBuilder::make_room(uint64_t runs, uint64_t bands) noexcept
 {
-    is_good_ = is_good_ && grow(runs_, run_room_, run_memory_, run_count_, runs, expected_runs_) &&
-               grow(bands_, band_room_, band_memory_, band_count_, bands, expected_bands_);
+    const uint64_t all_runs = run_count_ + runs;
+    const uint64_t all_bands = band_count_ + bands;
+    if (!is_good_ || (all_runs <= run_room_ && all_bands <= band_room_))
+        return is_good_;
+    is_good_ = std::max(all_runs, all_bands) <= kMost &&
+               (move_to(grown(all_runs, run_room_, expected_runs_), grown(all_bands, band_room_, expected_bands_)) ||
+                move_to(all_runs, all_bands));
     return is_good_;
+}
+
+void* AreaBuilder::release() noexcept
+{
+    if (!is_good_)
+        return nullptr;
+    const bool is_worth_keeping =
+        home_ == AreaHome::block && memory_.view && area_block_bytes(band_count_, run_count_) >= memory_.bytes / 2;
+    if (!is_worth_keeping)
+        return make_area_block(area());
+    mark_area_block(memory_.view, area());
+    clear();
+    band_room_ = 0;
+    run_room_ = 0;
+    return std::exchange(memory_, {}).view;
 }
 
 void AreaBuilder::add_band(int32_t top, int32_t bottom, AreaRuns runs) noexcept

@@ -21,9 +21,15 @@ struct SmallBand {
     uint32_t count = 0;
 };
 
+/// What an area is built in.
+enum class AreaHome : uint8_t {
+    section, ///< memory that goes with the builder
+    block,   ///< a block as records own them (Block.h)
+};
+
 class AreaBuilder {
 public:
-    AreaBuilder() noexcept = default;
+    explicit AreaBuilder(AreaHome home = AreaHome::section) noexcept : home_(home) {}
     AreaBuilder(const AreaBuilder&) = delete;
     AreaBuilder& operator=(const AreaBuilder&) = delete;
     ~AreaBuilder();
@@ -117,8 +123,15 @@ public:
     /// What was built; stands here until the builder is changed.
     Area area() const noexcept { return {bands_, runs_, band_count_, run_count_}; }
 
+    /// A block with what was built, which locked_block_free frees; null without memory, earlier or now. It is the
+    /// builder's own where at least half of that is used. The builder has done its work then.
+    void* release() noexcept;
+
 private:
     bool make_room(uint64_t runs, uint64_t bands) noexcept;
+    bool move_to(uint64_t runs, uint64_t bands) noexcept;
+    bool take(uint64_t bytes, Section* memory) const noexcept;
+    void give_back(Section* memory) const noexcept;
 
     /// The runs that were put there go on with the band before.
     bool continues_last(int32_t top, uint32_t count) const noexcept
@@ -139,8 +152,8 @@ private:
     uint64_t run_room_ = 0;
     uint64_t expected_bands_ = 0;
     uint64_t expected_runs_ = 0;
-    Section band_memory_;
-    Section run_memory_;
+    Section memory_; ///< a header, the bands and the runs; of a block only its view
+    AreaHome home_;
     bool is_good_ = true;
 };
 

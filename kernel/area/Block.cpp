@@ -4,41 +4,54 @@
 #include "platform/platform.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace vk {
 
 namespace {
 
-constexpr uint64_t kMark = 0x3161657241676552; // "RegArea1"
+constexpr uint64_t kMark = 0x3261657241676552; // "RegArea2"
 
-/// Bands follow, then runs.
+/// Bands follow, and runs somewhere behind them.
 struct Header {
     uint64_t mark;
+    uint64_t runs_at; ///< in bytes from the header
     uint32_t bands;
     uint32_t runs;
 };
 
-uint64_t bytes_of(uint64_t bands, uint64_t runs) noexcept
+} // namespace
+
+uint64_t area_block_bytes(uint64_t bands, uint64_t runs) noexcept
 {
     return sizeof(Header) + bands * sizeof(AreaBand) + runs * sizeof(AreaRun);
 }
 
-} // namespace
+AreaBand* bands_of_block(void* block) noexcept
+{
+    return reinterpret_cast<AreaBand*>(static_cast<Header*>(block) + 1);
+}
+
+void mark_area_block(void* block, const Area& area) noexcept
+{
+    const auto* const runs = reinterpret_cast<const uint8_t*>(area.runs);
+    const auto runs_at = static_cast<uint64_t>(runs - static_cast<const uint8_t*>(block));
+    *static_cast<Header*>(block) = {kMark, runs_at, area.band_count, area.run_count};
+}
 
 void* make_area_block(const Area& area) noexcept
 {
-    const uint64_t bytes = bytes_of(area.band_count, area.run_count);
-    auto* const header =
-        bytes > SIZE_MAX / 2
-            ? nullptr
-            : static_cast<Header*>(locked_block_alloc(static_cast<size_t>(bytes), Contents::unspecified));
-    if (!header)
+    const uint64_t bytes = area_block_bytes(area.band_count, area.run_count);
+    void* const block =
+        bytes > SIZE_MAX / 2 ? nullptr : locked_block_alloc(static_cast<size_t>(bytes), Contents::unspecified);
+    if (!block)
         return nullptr;
-    *header = {kMark, area.band_count, area.run_count};
-    auto* const bands = reinterpret_cast<AreaBand*>(header + 1);
+    AreaBand* const bands = bands_of_block(block);
+    auto* const runs = reinterpret_cast<AreaRun*>(bands + area.band_count);
     std::copy_n(area.bands, area.band_count, bands);
-    std::copy_n(area.runs, area.run_count, reinterpret_cast<AreaRun*>(bands + area.band_count));
-    return header;
+    std::copy_n(area.runs, area.run_count, runs);
+    mark_area_block(block, {bands, runs, area.band_count, area.run_count});
+    return block;
 }
 
 bool is_area_block(const void* block) noexcept
@@ -48,14 +61,16 @@ bool is_area_block(const void* block) noexcept
     if (held < sizeof(Header))
         return false;
     const auto* const header = static_cast<const Header*>(block);
-    return header->mark == kMark && bytes_of(header->bands, header->runs) <= held;
+    return header->mark == kMark && header->runs_at <= held && header->runs_at >= area_block_bytes(header->bands, 0) &&
+           header->runs * uint64_t{sizeof(AreaRun)} <= held - header->runs_at;
 }
 
 Area area_of_block(const void* block) noexcept
 {
     const auto* const header = static_cast<const Header*>(block);
-    const auto* const bands = reinterpret_cast<const AreaBand*>(header + 1);
-    return {bands, reinterpret_cast<const AreaRun*>(bands + header->bands), header->bands, header->runs};
+    const auto* const runs = static_cast<const uint8_t*>(block) + header->runs_at;
+    return {reinterpret_cast<const AreaBand*>(header + 1), reinterpret_cast<const AreaRun*>(runs), header->bands,
+            header->runs};
 }
 
 } // namespace vk

@@ -56,7 +56,7 @@ int make_scaled(BITMAPHANDLE& made, BITMAPHANDLE& from, int32_t width, int32_t h
     AreaBuilder set;
     AreaBuilder scaled;
     BitmapAccess access(from);
-    int result = access.result() == V_SUCCESS ? area_of_mask(from, set) : access.result();
+    int result = access.result() == V_SUCCESS ? area_of_mask(from, BitsToArea(set)) : access.result();
     if (result == V_SUCCESS && !scale_area(set.area(), from.Width, from.Height, width, height, scaled))
         result = V_ERROR_NO_MEMORY;
     if (result == V_SUCCESS)

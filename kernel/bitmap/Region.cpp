@@ -1,6 +1,5 @@
 #include "kernel/bitmap/Region.h"
 
-#include "kernel/area/Bits.h"
 #include "kernel/area/Block.h"
 #include "kernel/bitmap/Alloc.h"
 #include "kernel/bitmap/Callbacks.h"
@@ -17,12 +16,6 @@ namespace vk {
 
 namespace {
 
-/// Gives `made` what was built.
-int give(BITMAPHANDLE& made, const AreaBuilder& built, bool is_good) noexcept
-{
-    return is_good ? set_area(made, built.area()) : V_ERROR_NO_MEMORY;
-}
-
 int allocate_mask(BITMAPHANDLE& mask, const BITMAPHANDLE& like) noexcept
 {
     constexpr int32_t kBits = 1;
@@ -31,11 +24,8 @@ int allocate_mask(BITMAPHANDLE& mask, const BITMAPHANDLE& like) noexcept
     return result == V_SUCCESS ? allocate_bitmap(mask, TYPE_CONV, nullptr) : result;
 }
 
-} // namespace
-
-int set_area(BITMAPHANDLE& bitmap, const Area& area) noexcept
+int put_block(BITMAPHANDLE& bitmap, void* block) noexcept
 {
-    void* const block = make_area_block(area);
     if (!block)
         return V_ERROR_NO_MEMORY;
     if (!has_area(bitmap))
@@ -43,6 +33,18 @@ int set_area(BITMAPHANDLE& bitmap, const Area& area) noexcept
     drop_area(bitmap);
     bitmap.RgnInfo = block;
     return V_SUCCESS;
+}
+
+} // namespace
+
+int set_area(BITMAPHANDLE& bitmap, const Area& area) noexcept
+{
+    return put_block(bitmap, make_area_block(area));
+}
+
+int set_area(BITMAPHANDLE& bitmap, AreaBuilder& built) noexcept
+{
+    return put_block(bitmap, built.release());
 }
 
 void drop_area(BITMAPHANDLE& bitmap) noexcept
@@ -66,10 +68,10 @@ int lay_out_area(const BITMAPHANDLE& bitmap, BITMAPHANDLE& made, Layout layout) 
     if (!has_area(bitmap))
         return V_SUCCESS;
     AreaBuilder cut;
-    AreaBuilder built;
-    return give(made, built,
-                cut_area(area_of(bitmap), frame_of(bitmap), cut) &&
-                    lay_out_area(cut.area(), layout, bitmap.Width, bitmap.Height, built));
+    AreaBuilder built(AreaHome::block);
+    const bool is_good = cut_area(area_of(bitmap), frame_of(bitmap), cut) &&
+                         lay_out_area(cut.area(), layout, bitmap.Width, bitmap.Height, built);
+    return is_good ? set_area(made, built) : V_ERROR_NO_MEMORY;
 }
 
 int scale_area(const BITMAPHANDLE& bitmap, BITMAPHANDLE& made) noexcept
@@ -77,18 +79,19 @@ int scale_area(const BITMAPHANDLE& bitmap, BITMAPHANDLE& made) noexcept
     if (!has_area(bitmap))
         return V_SUCCESS;
     AreaBuilder cut;
-    AreaBuilder built;
-    return give(made, built,
-                cut_area(area_of(bitmap), frame_of(bitmap), cut) &&
-                    scale_area(cut.area(), bitmap.Width, bitmap.Height, made.Width, made.Height, built));
+    AreaBuilder built(AreaHome::block);
+    const bool is_good = cut_area(area_of(bitmap), frame_of(bitmap), cut) &&
+                         scale_area(cut.area(), bitmap.Width, bitmap.Height, made.Width, made.Height, built);
+    return is_good ? set_area(made, built) : V_ERROR_NO_MEMORY;
 }
 
 int move_area(const BITMAPHANDLE& bitmap, BITMAPHANDLE& made, int64_t columns, int64_t rows) noexcept
 {
-    AreaBuilder built;
     if (!has_area(bitmap))
         return V_SUCCESS;
-    return give(made, built, move_area(area_of(bitmap), columns, rows, frame_of(made), built));
+    AreaBuilder built(AreaHome::block);
+    const bool is_good = move_area(area_of(bitmap), columns, rows, frame_of(made), built);
+    return is_good ? set_area(made, built) : V_ERROR_NO_MEMORY;
 }
 
 int lay_out_region(BITMAPHANDLE& bitmap, BITMAPHANDLE& made, Layout layout) noexcept
@@ -158,9 +161,8 @@ int make_region_mask(BITMAPHANDLE& bitmap, BITMAPHANDLE& mask) noexcept
     return result;
 }
 
-int area_of_mask(BITMAPHANDLE& mask, AreaBuilder& built) noexcept
+int area_of_mask(BITMAPHANDLE& mask, BitsToArea to) noexcept
 {
-    built.clear();
     RowReader reader(mask);
     const int32_t batch = buffered_rows(mask, mask);
     const size_t line = mask.BytesPerLine;
@@ -168,11 +170,11 @@ int area_of_mask(BITMAPHANDLE& mask, AreaBuilder& built) noexcept
     for (int32_t row = 0; row < mask.Height && result == V_SUCCESS;) {
         const int32_t rows = std::min(batch, mask.Height - row);
         const uint8_t* data = nullptr;
-        built.expect_rows(row, mask.Height);
+        to.built().expect_rows(row, mask.Height);
         result = reader.read(row, rows, &data);
         if (result == V_SUCCESS)
-            add_rows_of_bits({data, line, row, rows}, mask.Width, built);
-        if (!built.good())
+            to.add({data, line, row, rows}, mask.Width);
+        if (!to.built().good())
             result = V_ERROR_NO_MEMORY;
         row += rows;
     }
@@ -200,9 +202,9 @@ int RegionMasks::make(BITMAPHANDLE& bitmap, const BITMAPHANDLE& made) noexcept
 int RegionMasks::give_to(BITMAPHANDLE& made) noexcept
 {
     BitmapAccess access(to);
-    AreaBuilder built;
-    const int result = access.result() == V_SUCCESS ? area_of_mask(to, built) : access.result();
-    return result == V_SUCCESS ? give(made, built, true) : result;
+    AreaBuilder built(AreaHome::block);
+    const int result = access.result() == V_SUCCESS ? area_of_mask(to, BitsToArea(built)) : access.result();
+    return result == V_SUCCESS ? set_area(made, built) : result;
 }
 
 } // namespace vk

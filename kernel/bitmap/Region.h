@@ -8,6 +8,7 @@
 #pragma once
 
 #include "Vkrecord.h"
+#include "kernel/area/Bits.h"
 #include "kernel/area/Transform.h"
 #include "kernel/rows/RegionRows.h"
 
@@ -21,8 +22,10 @@ inline AreaBox frame_of(const BITMAPHANDLE& bitmap) noexcept
     return {0, 0, bitmap.Width, bitmap.Height};
 }
 
-/// Gives a bitmap a region of ours in place of the one it has, whosever that is. SUCCESS or ERROR_NO_MEMORY.
+/// Gives a bitmap a region of ours in place of the one it has, whosever that is: a copy, or what was built, as well as
+/// memory lasted. SUCCESS or ERROR_NO_MEMORY.
 int set_area(BITMAPHANDLE& bitmap, const Area& area) noexcept;
+int set_area(BITMAPHANDLE& bitmap, AreaBuilder& built) noexcept;
 
 /// Frees a region of ours without a word to the hooks, or gives a bitmap the one of another record in its place.
 void drop_area(BITMAPHANDLE& bitmap) noexcept;
@@ -59,7 +62,7 @@ int make_region_mask(BITMAPHANDLE& bitmap, BITMAPHANDLE& mask) noexcept;
 int draw_area(const Area& area, BITMAPHANDLE& mask) noexcept;
 
 /// Reads an accessed 1-bit bitmap. SUCCESS, ERROR_NO_MEMORY or the failure of a transfer.
-int area_of_mask(BITMAPHANDLE& mask, AreaBuilder& built) noexcept;
+int area_of_mask(BITMAPHANDLE& mask, BitsToArea to) noexcept;
 
 /// Carries a region of ours to `made` as such masks: `draw(from, to)` does to 1-bit pixels what was done to the
 /// bitmap's, and gives a result code. `to` has the size of `made` and clear pixels.

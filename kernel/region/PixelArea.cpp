@@ -2,7 +2,6 @@
 // Up to 8 bits and for deep gray a table says which values belong; colours are compared four at a time.
 #include "kernel/region/PixelArea.h"
 
-#include "kernel/area/Bits.h"
 #include "kernel/bitmap/Region.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/convert/Convert.h"
@@ -175,40 +174,37 @@ private:
     uint8_t mask_[8]; ///< of a pixel's bytes
 };
 
-int read_rows(BITMAPHANDLE& bitmap, RowTest& test, AreaBuilder& built) noexcept
+int read_rows(BITMAPHANDLE& bitmap, RowTest& test, BitsToArea& to) noexcept
 {
     RowReader reader(bitmap);
     RowBuffer bits;
     const int32_t batch = buffered_rows(bitmap, bitmap);
     const size_t line = bitmap.BytesPerLine;
-    const auto width = static_cast<uint64_t>(bitmap.Width);
-    int result = bits.allocate(width / 8 + 8) ? test.open() : V_ERROR_NO_MEMORY;
+    int result = bits.allocate(static_cast<uint64_t>(bitmap.Width) / 8 + 8) ? test.open() : V_ERROR_NO_MEMORY;
     if (result == V_SUCCESS)
         result = reader.reserve(batch);
     for (int32_t row = 0; row < bitmap.Height && result == V_SUCCESS;) {
         const int32_t rows = std::min(batch, bitmap.Height - row);
         const uint8_t* data = nullptr;
-        built.expect_rows(row, bitmap.Height);
+        to.built().expect_rows(row, bitmap.Height);
         result = reader.read(row, rows, &data);
         for (int32_t i = 0; i < rows && result == V_SUCCESS; ++i, data += line) {
             result = test.test(data, bits.data());
-            AreaRun* const runs = built.room(width / 2 + 1);
-            if (!runs)
+            to.add({bits.data(), 0, row + i, 1}, bitmap.Width);
+            if (!to.built().good())
                 return V_ERROR_NO_MEMORY;
-            built.add_band(row + i, row + i + 1, runs_of_bits(bits.data(), bitmap.Width, runs));
         }
         row += rows;
     }
     return result;
 }
 
-int read_bitmap(BITMAPHANDLE& bitmap, RowTest& test, AreaBuilder& built) noexcept
+int read_bitmap(BITMAPHANDLE& bitmap, RowTest& test, BitsToArea& to) noexcept
 {
-    built.clear();
     BitmapAccess access(bitmap);
     int result = access.result();
     if (result == V_SUCCESS)
-        result = read_rows(bitmap, test, built);
+        result = read_rows(bitmap, test, to);
     const int released = access.release();
     return result == V_SUCCESS ? released : result;
 }
@@ -234,34 +230,34 @@ bool takes_index(const BITMAPHANDLE& bitmap, uint32_t index, const ColorRange& r
 
 } // namespace
 
-int area_of_colors(BITMAPHANDLE& bitmap, const ColorRange& range, AreaBuilder& built) noexcept
+int area_of_colors(BITMAPHANDLE& bitmap, const ColorRange& range, BitsToArea to) noexcept
 {
     if (bitmap.BitsPerPixel > 8 && !is_deep_gray(bitmap)) {
         ColorTest test(bitmap, range);
-        return read_bitmap(bitmap, test, built);
+        return read_bitmap(bitmap, test, to);
     }
     bool takes[256];
     for (uint32_t i = 0; i < 256; ++i)
         takes[i] = takes_index(bitmap, i, range);
     TableTest test(bitmap, takes);
-    return read_bitmap(bitmap, test, built);
+    return read_bitmap(bitmap, test, to);
 }
 
-int area_of_nonzero(BITMAPHANDLE& bitmap, AreaBuilder& built) noexcept
+int area_of_nonzero(BITMAPHANDLE& bitmap, BitsToArea to) noexcept
 {
     if (bitmap.BitsPerPixel > 8) {
         NonzeroTest test(bitmap);
-        return read_bitmap(bitmap, test, built);
+        return read_bitmap(bitmap, test, to);
     }
     if (bitmap.BitsPerPixel == 1) {
         const BitmapAccess access(bitmap);
-        return access.result() == V_SUCCESS ? area_of_mask(bitmap, built) : access.result();
+        return access.result() == V_SUCCESS ? area_of_mask(bitmap, to) : access.result();
     }
     bool takes[256];
     for (uint32_t i = 0; i < 256; ++i)
         takes[i] = i != 0;
     TableTest test(bitmap, takes);
-    return read_bitmap(bitmap, test, built);
+    return read_bitmap(bitmap, test, to);
 }
 
 } // namespace vk

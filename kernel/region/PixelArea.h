@@ -2,7 +2,7 @@
 #pragma once
 
 #include "Vkrecord.h"
-#include "kernel/area/AreaBuilder.h"
+#include "kernel/area/Bits.h"
 
 namespace vk {
 
@@ -17,9 +17,9 @@ struct ColorRange {
 
 /// Pixels whose colour, as V_GetPixelColor reads it, lies in a range. The bitmap is one that check_rows accepts; it is
 /// accessed here. SUCCESS, ERROR_NO_MEMORY, or the failure of an access or a transfer.
-int area_of_colors(BITMAPHANDLE& bitmap, const ColorRange& range, AreaBuilder& built) noexcept;
+int area_of_colors(BITMAPHANDLE& bitmap, const ColorRange& range, BitsToArea to) noexcept;
 
 /// Pixels that are not 0; alpha does not count.
-int area_of_nonzero(BITMAPHANDLE& bitmap, AreaBuilder& built) noexcept;
+int area_of_nonzero(BITMAPHANDLE& bitmap, BitsToArea to) noexcept;
 
 } // namespace vk

@@ -55,8 +55,8 @@ template <class Build> int combine_shape(BITMAPHANDLE* bitmap, uint32_t mode, bo
     const int result = check_change(bitmap, mode, is_valid);
     if (result != V_SUCCESS)
         return result;
-    AreaBuilder shape;
-    return build(frame_of(*bitmap), shape) ? combine_region(*bitmap, shape.area(), mode) : V_ERROR_NO_MEMORY;
+    AreaBuilder shape(AreaHome::block);
+    return build(frame_of(*bitmap), shape) ? combine_region(*bitmap, shape, mode) : V_ERROR_NO_MEMORY;
 }
 
 bool are_finite(const V_POINTD* points, uint32_t count) noexcept

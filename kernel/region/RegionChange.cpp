@@ -29,9 +29,17 @@ namespace {
 constexpr uint32_t kIndexForm = 0x01;
 constexpr uint32_t kGrayForm = 0x04;
 
-int give_area(BITMAPHANDLE& bitmap, const AreaBuilder& built, bool is_good) noexcept
+/// Sets the region to a shape, whatever it was.
+bool sets_region(const BITMAPHANDLE& bitmap, uint32_t mode) noexcept
 {
-    return is_good ? set_area(bitmap, built.area()) : V_ERROR_NO_MEMORY;
+    return mode == REGION_SET || (!has_area(bitmap) && mode != REGION_ANDNOT);
+}
+
+/// What a mode other than REGION_SET does to the region and what comes to it.
+AreaOp op_of(uint32_t mode) noexcept
+{
+    constexpr AreaOp kOps[] = {AreaOp::second_only, AreaOp::both, AreaOp::either, AreaOp::one, AreaOp::first_only};
+    return kOps[mode];
 }
 
 /// Builds an area of one bitmap's pixels as an area of those pixels of another that lie over them.
@@ -95,6 +103,37 @@ uint8_t more(uint8_t value, uint8_t by) noexcept
     return static_cast<uint8_t>(std::min(value + by, 255));
 }
 
+/// Nobody is called, who might change a region, while the rows of an accessed bitmap are read.
+bool is_read_quietly(BITMAPHANDLE& bitmap) noexcept
+{
+    return RowReader(bitmap).in_place();
+}
+
+/// Combines the region with rows of pixels that lie over it; `read(to)` passes on a bit for each. Combined on the way
+/// where nothing can happen to the region meanwhile.
+template <class Read> int combine_rows(BITMAPHANDLE& bitmap, BITMAPHANDLE& source, uint32_t mode, Read read) noexcept
+{
+    BitmapAccess access(source);
+    if (access.result() != V_SUCCESS)
+        return access.result();
+    AreaBuilder built(AreaHome::block);
+    AreaBuilder all;
+    const bool is_direct = !sets_region(bitmap, mode) && is_read_quietly(source);
+    int result = V_SUCCESS;
+    if (!is_direct)
+        result = read(BitsToArea(built));
+    else if (has_area(bitmap))
+        result = read(BitsToArea(area_of(bitmap), op_of(mode), built));
+    else if (build_rectangle(frame_of(bitmap), frame_of(bitmap), all))
+        result = read(BitsToArea(all.area(), op_of(mode), built));
+    else
+        result = V_ERROR_NO_MEMORY;
+    const int released = access.release();
+    if (result == V_SUCCESS)
+        result = released;
+    return result == V_SUCCESS ? combine_region(bitmap, built, is_direct ? REGION_SET : mode) : result;
+}
+
 int fill_mask(BITMAPHANDLE& mask, const Area& area) noexcept
 {
     BitmapAccess access(mask);
@@ -105,21 +144,22 @@ int fill_mask(BITMAPHANDLE& mask, const Area& area) noexcept
 
 } // namespace
 
-int combine_region(BITMAPHANDLE& bitmap, const Area& shape, uint32_t mode) noexcept
+int combine_region(BITMAPHANDLE& bitmap, AreaBuilder& shape, uint32_t mode) noexcept
 {
-    constexpr AreaOp kOps[] = {AreaOp::second_only, AreaOp::both, AreaOp::either, AreaOp::one, AreaOp::first_only};
-    if (mode == REGION_SET || (!has_area(bitmap) && mode != REGION_ANDNOT))
+    if (sets_region(bitmap, mode))
         return set_area(bitmap, shape);
     const Counted region(bitmap);
-    AreaBuilder built;
-    return give_area(bitmap, built, region.is_good() && combine_areas(region.area(), shape, kOps[mode], built));
+    AreaBuilder built(AreaHome::block);
+    const bool is_good = region.is_good() && combine_areas(region.area(), shape.area(), op_of(mode), built);
+    return is_good ? set_area(bitmap, built) : V_ERROR_NO_MEMORY;
 }
 
 int invert_region(BITMAPHANDLE& bitmap) noexcept
 {
     const Counted region(bitmap);
-    AreaBuilder built;
-    return give_area(bitmap, built, region.is_good() && invert_area(region.area(), frame_of(bitmap), built));
+    AreaBuilder built(AreaHome::block);
+    const bool is_good = region.is_good() && invert_area(region.area(), frame_of(bitmap), built);
+    return is_good ? set_area(bitmap, built) : V_ERROR_NO_MEMORY;
 }
 
 bool can_turn(const BITMAPHANDLE& from, const BITMAPHANDLE& to) noexcept
@@ -135,9 +175,9 @@ int transfer_region(BITMAPHANDLE& to, const BITMAPHANDLE& from) noexcept
     if (from.ViewPerspective == to.ViewPerspective && bounds.right <= std::min(+from.Width, +to.Width) &&
         bounds.bottom <= std::min(+from.Height, +to.Height))
         return set_area(to, area_of(from));
-    AreaBuilder built;
+    AreaBuilder built(AreaHome::block);
     const int result = turn_area(from, area_of(from), to, built);
-    return result == V_SUCCESS ? set_area(to, built.area()) : result;
+    return result == V_SUCCESS ? set_area(to, built) : result;
 }
 
 int combine_magic_wand(BITMAPHANDLE& bitmap, int32_t column, int32_t row, COLORREF lower, COLORREF upper,
@@ -155,27 +195,26 @@ int combine_magic_wand(BITMAPHANDLE& bitmap, int32_t column, int32_t row, COLORR
     range.upper = {more(color.rgbBlue, above.rgbBlue), more(color.rgbGreen, above.rgbGreen),
                    more(color.rgbRed, above.rgbRed), 0};
     AreaBuilder alike;
-    AreaBuilder connected;
-    result = area_of_colors(bitmap, range, alike);
+    AreaBuilder connected(AreaHome::block);
+    result = area_of_colors(bitmap, range, BitsToArea(alike));
     if (result != V_SUCCESS)
         return result;
-    return build_connected(alike.area(), column, row, connected) ? combine_region(bitmap, connected.area(), mode)
+    return build_connected(alike.area(), column, row, connected) ? combine_region(bitmap, connected, mode)
                                                                  : V_ERROR_NO_MEMORY;
 }
 
 int combine_mask(BITMAPHANDLE& bitmap, BITMAPHANDLE& mask, uint32_t mode) noexcept
 {
-    AreaBuilder nonzero;
-    AreaBuilder shape;
-    int result = area_of_nonzero(mask, nonzero);
-    if (result != V_SUCCESS)
-        return result;
     const bool is_same =
         bitmap.ViewPerspective == mask.ViewPerspective && bitmap.Width == mask.Width && bitmap.Height == mask.Height;
     if (is_same)
-        return combine_region(bitmap, nonzero.area(), mode);
-    result = turn_area(mask, nonzero.area(), bitmap, shape);
-    return result == V_SUCCESS ? combine_region(bitmap, shape.area(), mode) : result;
+        return combine_rows(bitmap, mask, mode, [&](BitsToArea to) noexcept { return area_of_nonzero(mask, to); });
+    AreaBuilder nonzero;
+    AreaBuilder shape(AreaHome::block);
+    int result = area_of_nonzero(mask, BitsToArea(nonzero));
+    if (result == V_SUCCESS)
+        result = turn_area(mask, nonzero.area(), bitmap, shape);
+    return result == V_SUCCESS ? combine_region(bitmap, shape, mode) : result;
 }
 
 int combine_colors(BITMAPHANDLE& bitmap, COLORREF lower, COLORREF upper, uint32_t mode) noexcept
@@ -183,9 +222,8 @@ int combine_colors(BITMAPHANDLE& bitmap, COLORREF lower, COLORREF upper, uint32_
     ColorRange range;
     if (!make_range(bitmap, lower, upper, &range))
         return V_ERROR_INVALID_PARAMETER;
-    AreaBuilder shape;
-    const int result = area_of_colors(bitmap, range, shape);
-    return result == V_SUCCESS ? combine_region(bitmap, shape.area(), mode) : result;
+    return combine_rows(bitmap, bitmap, mode,
+                        [&](BitsToArea to) noexcept { return area_of_colors(bitmap, range, to); });
 }
 
 int make_mask(BITMAPHANDLE& mask, BITMAPHANDLE& source, uint32_t struct_size) noexcept

@@ -37,8 +37,9 @@ inline bool is_foreign(const BITMAPHANDLE& bitmap) noexcept
     return bitmap.RgnInfo && !has_area(bitmap);
 }
 
-/// Combines the bitmap's region with a shape that is cut to it, by a REGION_ mode. SUCCESS or ERROR_NO_MEMORY.
-int combine_region(BITMAPHANDLE& bitmap, const Area& shape, uint32_t mode) noexcept;
+/// Combines the bitmap's region with a shape that is cut to it, by a REGION_ mode; the shape may become the region.
+/// SUCCESS or ERROR_NO_MEMORY.
+int combine_region(BITMAPHANDLE& bitmap, AreaBuilder& shape, uint32_t mode) noexcept;
 
 /// Makes the region what it leaves out.
 int invert_region(BITMAPHANDLE& bitmap) noexcept;

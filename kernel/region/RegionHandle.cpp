@@ -51,13 +51,13 @@ int combine_handle(BITMAPHANDLE& bitmap, HRGN handle, uint32_t mode) noexcept
     const platform::RegionRead read = platform::region_read(handle, &block, &rects, &count);
     if (read != platform::RegionRead::done)
         return read == platform::RegionRead::no_region ? V_ERROR_INVALID_HANDLE : V_ERROR_NO_MEMORY;
-    AreaBuilder area;
+    AreaBuilder area(AreaHome::block);
     const AreaBox frame = frame_of(bitmap);
     const RECT* at = rects;
     while (at && at != rects + count)
         at = add_band(at, rects + count, frame, area);
     platform::region_rects_free(block);
-    return at && area.good() ? combine_region(bitmap, area.area(), mode) : V_ERROR_NO_MEMORY;
+    return at && area.good() ? combine_region(bitmap, area, mode) : V_ERROR_NO_MEMORY;
 }
 
 HRGN make_handle(const Area& area) noexcept

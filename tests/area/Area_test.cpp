@@ -11,7 +11,8 @@ using namespace vk::testing;
 
 namespace {
 
-constexpr int32_t kSizes[][2] = {{1, 1}, {64, 3}, {3, 300}, {7, 40}, {21, 60}, {45, 80}, {130, 65}, {257, 33}};
+constexpr int32_t kSizes[][2] = {{1, 1},   {64, 3},   {3, 300},  {7, 40},  {21, 60},
+                                 {45, 80}, {130, 65}, {257, 33}, {4200, 4}};
 
 /// Runs a test on masks of all sizes.
 template <class Run> void each_mask(Run run)
@@ -61,15 +62,25 @@ TEST(Area, CombinesLikeMasks)
         Mask b = Mask::noise(a.width, a.height, seed + 100);
         for (size_t i = 0; i < b.pixels.size() && seed % 3 == 0; ++i)
             b.pixels[i] = i / static_cast<size_t>(a.width) % 5 ? a.pixels[i] : b.pixels[i];
+        Mask smaller = Mask::noise((a.width + 1) / 2, (a.height + 2) / 3, seed + 200);
         AreaBuilder first, second, built;
         build(a, first);
         build(b, second);
         for (const AreaOp op : kOps) {
+            SCOPED_TRACE(static_cast<int>(op));
+            const auto wanted = [&](Mask& other) {
+                return Mask::of(other.width, other.height, [&](int32_t x, int32_t y) {
+                    return static_cast<int>(op) >> (a.at(x, y) + 2 * other.at(x, y)) & 1;
+                });
+            };
             ASSERT_TRUE(combine_areas(first.area(), second.area(), op, built));
-            const Mask wanted = Mask::of(a.width, a.height, [&](int32_t x, int32_t y) {
-                return static_cast<int>(op) >> (a.at(x, y) + 2 * b.at(x, y)) & 1;
-            });
-            EXPECT_EQ(wanted, mask_of(built.area(), a.width, a.height)) << "operation " << static_cast<int>(op);
+            EXPECT_EQ(wanted(b), mask_of(built.area(), a.width, a.height));
+            // The same with the second one read from bits, whose rows end the first.
+            for (Mask* const bits : {&b, &smaller}) {
+                built.clear();
+                send(*bits, BitsToArea(first.area(), op, built));
+                EXPECT_EQ(wanted(*bits), mask_of(built.area(), bits->width, bits->height));
+            }
         }
     });
 }
@@ -136,11 +147,18 @@ TEST(Area, LivesInABlockThatIsToldApart)
 {
     AreaBuilder built;
     build(Mask::noise(90, 70, 4), built);
-    void* const block = make_area_block(built.area());
-    ASSERT_TRUE(is_area_block(block));
-    EXPECT_TRUE(area_of_block(block).equals(built.area()));
-    EXPECT_FALSE(is_area_block(static_cast<uint8_t*>(block) + 8));
-    locked_block_free(block);
+    for (const AreaHome home : {AreaHome::block, AreaHome::section})
+        for (const int32_t few : {0, 1}) { // the builder's own block, or a copy
+            AreaBuilder other(home);
+            build(Mask::noise(90, few == 0 ? 70 : 1, 4), other);
+            const std::vector<AreaRun> runs(other.area().runs, other.area().runs + other.area().run_count);
+            void* const block = other.release();
+            ASSERT_TRUE(is_area_block(block));
+            EXPECT_TRUE(few != 0 || area_of_block(block).equals(built.area()));
+            EXPECT_EQ(runs.size(), area_of_block(block).run_count);
+            EXPECT_FALSE(is_area_block(static_cast<uint8_t*>(block) + 8));
+            locked_block_free(block);
+        }
     EXPECT_FALSE(is_area_block(&built));
     EXPECT_FALSE(is_area_block(nullptr));
     void* const other = locked_block_alloc(200);

@@ -58,18 +58,24 @@ struct Mask {
     }
 };
 
-/// Builds the area of a mask from rows of bits.
-inline void build(Mask mask, AreaBuilder& built)
+/// Sends a mask on its way as rows of bits.
+inline void send(Mask mask, BitsToArea to)
 {
-    built.clear();
     const size_t stride = (static_cast<size_t>(mask.width) + 7) / 8;
     std::vector<uint8_t> bits(stride * static_cast<size_t>(mask.height));
     for (int32_t y = 0; y < mask.height; ++y)
         for (int32_t x = 0; x < mask.width; ++x)
             bits[stride * static_cast<size_t>(y) + static_cast<size_t>(x) / 8] |=
                 static_cast<uint8_t>(mask.at(x, y) << (7 - x % 8));
-    add_rows_of_bits({bits.data(), stride, 0, mask.height}, mask.width, built);
-    ASSERT_TRUE(built.good());
+    to.add({bits.data(), stride, 0, mask.height}, mask.width);
+    ASSERT_TRUE(to.built().good());
+}
+
+/// Builds the area of a mask.
+inline void build(const Mask& mask, AreaBuilder& built)
+{
+    built.clear();
+    send(mask, BitsToArea(built));
 }
 
 /// The mask of an area, which must have its one form and lie within the size.
