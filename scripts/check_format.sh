@@ -12,7 +12,7 @@ mode=(--dry-run -Werror)
 [ "${1:-}" = --fix ] && mode=(-i)
 
 folders=()
-for folder in bench fuzz include java kernel modules platform samples tests tools; do
+for folder in bench fuzz include java kernel modules platform samples simd tests tools; do
     [ -d "$folder" ] && folders+=("$folder")
 done
 sources() { find "${folders[@]}" \( -name '*.h' -o -name '*.hpp' -o -name '*.c' -o -name '*.cpp' \) -print0; }

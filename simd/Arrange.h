@@ -48,8 +48,7 @@ template <class V, class F> VK_SIMD_INLINE V blocks_of(const F& f) noexcept
 
 /// Every fourth lane of 32 bits, from lane `Which` on, in place of the four of its block.
 template <size_t Which, class T, size_t N>
-    requires(sizeof(T) == 4)
-VK_SIMD_INLINE Vec<T, N> of_block(Vec<T, N> v) noexcept
+VK_SIMD_INLINE Vec<T, N> of_block(Vec<T, N> v) noexcept requires(sizeof(T) == 4)
 {
     return arrange<[](size_t i) { return i / 4 * 4 + Which; }>(v);
 }
@@ -79,17 +78,15 @@ template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> unpacked_4(Vec<T, N> v) no
 /// In blocks, the first and the third lane of 32 bits, or the others, of `a`, then of `b`. As reals: more compilers
 /// know the step among these.
 template <size_t First, class T, size_t N>
-    requires(sizeof(T) == 4)
-VK_SIMD_INLINE Vec<T, N> every_other_in_blocks(Vec<T, N> a, Vec<T, N> b) noexcept
+VK_SIMD_INLINE Vec<T, N> every_other_in_blocks(Vec<T, N> a, Vec<T, N> b) noexcept requires(sizeof(T) == 4)
 {
     return as<T>(arrange<[](size_t i) { return i / 4 * 4 + i % 2 * 2 + First + (i % 4 < 2 ? 0 : N); }>(as<float>(a),
-                                                                                                as<float>(b)));
+                                                                                                       as<float>(b)));
 }
 
 /// The first, third and so on of a row of lanes of 32 bits, or the others: those of `a`, then of `b`.
 template <size_t First, class T, size_t N>
-    requires(sizeof(T) == 4)
-VK_SIMD_INLINE Vec<T, N> every_other(Vec<T, N> a, Vec<T, N> b) noexcept
+VK_SIMD_INLINE Vec<T, N> every_other(Vec<T, N> a, Vec<T, N> b) noexcept requires(sizeof(T) == 4)
 {
     if constexpr (Vec<T, N>::kBytes == 32)
         return unpacked(every_other_in_blocks<First>(a, b));
@@ -109,8 +106,7 @@ template <size_t First, class T, size_t N> VK_SIMD_INLINE Vec<T, N> every_other_
 
 /// The lanes one place up, the last of `before` as the first.
 template <class T, size_t N>
-    requires(sizeof(T) == 4)
-VK_SIMD_INLINE Vec<T, N> moved_up(Vec<T, N> before, Vec<T, N> v) noexcept
+VK_SIMD_INLINE Vec<T, N> moved_up(Vec<T, N> before, Vec<T, N> v) noexcept requires(sizeof(T) == 4)
 {
     if constexpr (Vec<T, N>::kBytes == 32) {
         const auto middle = arrange<[](size_t i) { return i + 2; }>(as<uint64_t>(before), as<uint64_t>(v));

@@ -111,15 +111,15 @@ using plain::spread_fields;
 
 /// Appends the positions of words' set bits to a list, counted on from word to word. The list needs room for all 64.
 class Positions {
-  public:
+public:
 #if VK_SIMD_X86 == 3
     explicit VK_SIMD_INLINE Positions(uint32_t base) noexcept : base_(all<Numbers>(static_cast<uint16_t>(base))) {}
 
     VK_SIMD_INLINE size_t append(uint64_t bits, uint16_t* list, size_t count) noexcept
     {
         static constexpr auto kAll = order_of<64>([](size_t i) noexcept { return i; });
-        const auto found = from_native<Vec<uint8_t, 64>>(
-            _mm512_maskz_compress_epi8(bits, native(kAll.load<Vec<uint8_t, 64>>())));
+        const auto found =
+            from_native<Vec<uint8_t, 64>>(_mm512_maskz_compress_epi8(bits, native(kAll.load<Vec<uint8_t, 64>>())));
         const auto put = [&]<int Part>() noexcept {
             const __m128i part = _mm512_maskz_extracti32x4_epi32(0xF, native(found), Part);
             store(list + count + 16 * Part, widen(from_native<Quad<uint8_t>>(part)) + base_);
@@ -136,9 +136,12 @@ class Positions {
     }
 
     /// Goes on over words without a bit set.
-    VK_SIMD_INLINE void skip(size_t words) noexcept { base_ += all<Numbers>(static_cast<uint16_t>(64 * words)); }
+    VK_SIMD_INLINE void skip(size_t words) noexcept
+    {
+        base_ += all<Numbers>(static_cast<uint16_t>(64 * words));
+    }
 
-  private:
+private:
     using Numbers = Vec<uint16_t, 16>;
     Numbers base_;
 #else
@@ -161,16 +164,18 @@ class Positions {
     }
 
     /// Goes on over words without a bit set.
-    VK_SIMD_INLINE void skip(size_t words) noexcept { base_ += static_cast<uint32_t>(64 * words); }
+    VK_SIMD_INLINE void skip(size_t words) noexcept
+    {
+        base_ += static_cast<uint32_t>(64 * words);
+    }
 
-  private:
+private:
     uint32_t base_;
 #endif
 };
 
 /// Words moved up by one; the first is the last one of those before.
-template <size_t N>
-VK_SIMD_INLINE Vec<uint64_t, N> move_up(Vec<uint64_t, N> before, Vec<uint64_t, N> words) noexcept
+template <size_t N> VK_SIMD_INLINE Vec<uint64_t, N> move_up(Vec<uint64_t, N> before, Vec<uint64_t, N> words) noexcept
 {
 #if VK_SIMD_X86 == 3
     if constexpr (N == 8)

@@ -21,8 +21,8 @@ struct Thirds {
 
 #if VK_SIMD_X86 == 3
 /// For each byte of a third, the place of its pixel's values; and which bytes are a channel's.
-template <Values Lie, size_t Part> inline constexpr auto kPlaces =
-    order_of<kWidth>([](size_t i) { return place_of_value<Lie>((Part * kWidth + i) / 3); });
+template <Values Lie, size_t Part>
+inline constexpr auto kPlaces = order_of<kWidth>([](size_t i) { return place_of_value<Lie>((Part * kWidth + i) / 3); });
 
 template <size_t Part> consteval uint64_t bytes_of_channel(size_t channel) noexcept
 {
@@ -38,12 +38,10 @@ VK_SIMD_INLINE Wide<uint8_t> third_of(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uin
     const __m512i places = native(kPlaces<Lie, Part>.template load<Wide<uint8_t>>());
     const __m512i one = _mm512_maskz_permutexvar_epi8(~__mmask64{0}, places, native(b));
     const __m512i two = _mm512_mask_permutexvar_epi8(one, bytes_of_channel<Part>(1), places, native(g));
-    return from_native<Wide<uint8_t>>(
-        _mm512_mask_permutexvar_epi8(two, bytes_of_channel<Part>(2), places, native(r)));
+    return from_native<Wide<uint8_t>>(_mm512_mask_permutexvar_epi8(two, bytes_of_channel<Part>(2), places, native(r)));
 }
 
-template <Values Lie>
-VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_t> r) noexcept
+template <Values Lie> VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_t> r) noexcept
 {
     return {third_of<Lie, 0>(b, g, r), third_of<Lie, 1>(b, g, r), third_of<Lie, 2>(b, g, r)};
 }
@@ -83,8 +81,7 @@ VK_SIMD_INLINE Wide<uint8_t> part_of(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint
     return from.template operator()<0>(b) | from.template operator()<1>(g) | from.template operator()<2>(r);
 }
 
-template <Values Lie>
-VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_t> r) noexcept
+template <Values Lie> VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_t> r) noexcept
 {
 #if VK_SIMD_NEON
     static constexpr auto kOrder = order_of<3 * 16>([](size_t i) { return i % 3 * 16 + place_of_value<Lie>(i / 3); });
@@ -98,9 +95,10 @@ VK_SIMD_INLINE Thirds mix_channels(Wide<uint8_t> b, Wide<uint8_t> g, Wide<uint8_
     if constexpr (kWidth == 16)
         return {first, second, third};
     else
-        return {every_other_block<0>(first, second),
-                as<uint8_t>(arrange<[](size_t i) { return i < 2 ? i : 4 + i; }>(as<uint64_t>(third), as<uint64_t>(first))),
-                every_other_block<1>(second, third)};
+        return {
+            every_other_block<0>(first, second),
+            as<uint8_t>(arrange<[](size_t i) { return i < 2 ? i : 4 + i; }>(as<uint64_t>(third), as<uint64_t>(first))),
+            every_other_block<1>(second, third)};
 #endif
 }
 
@@ -118,9 +116,8 @@ VK_SIMD_INLINE Thirds split_channels(const uint8_t* bgr) noexcept
     const Bytes parts[] = {part(0), part(1), part(2)};
     const auto channel = [&]<size_t Channel>() noexcept {
         const auto from = [&]<size_t Part>() noexcept {
-            static constexpr auto kOrder = order_of<16>([](size_t i) {
-                return (3 * i + Channel) / 16 == Part ? (3 * i + Channel) % 16 : size_t{kNone};
-            });
+            static constexpr auto kOrder = order_of<16>(
+                [](size_t i) { return (3 * i + Channel) / 16 == Part ? (3 * i + Channel) % 16 : size_t{kNone}; });
             return shuffle(parts[Part], in_blocks<Bytes>(kOrder));
         };
         return from.template operator()<0>() | from.template operator()<1>() | from.template operator()<2>();
@@ -130,6 +127,19 @@ VK_SIMD_INLINE Thirds split_channels(const uint8_t* bgr) noexcept
 }
 
 #endif
+
+/// Three vectors by turns: kWidth pixels, not a byte more.
+template <bool Stream>
+VK_SIMD_INLINE void store_channels(uint8_t* to, Wide<uint8_t> a, Wide<uint8_t> b, Wide<uint8_t> c) noexcept
+{
+#if VK_SIMD_NEON
+    vst3q_u8(to, uint8x16x3_t{{native(a), native(b), native(c)}});
+#else
+    const Thirds pixels = mix_channels<Values::in_order>(a, b, c);
+    for (size_t k = 0; k < 3; ++k)
+        put<Stream>(to + kWidth * k, pixels.of[k]);
+#endif
+}
 
 /// Pixels in lanes of 32 bits: blue and green as words, and red.
 struct ColorWords {
@@ -142,8 +152,7 @@ template <bool Last> VK_SIMD_INLINE ColorWords load_colors(const uint8_t* bgr) n
     using Bytes = Wide<uint8_t>;
 #if VK_SIMD_X86 == 3
     constexpr size_t kBefore = Last ? 16 : 0;
-    static constexpr auto kColors =
-        order_of<kWidth>([](size_t i) { return kBefore + i / 4 * 3 + i % 4 / 2; });
+    static constexpr auto kColors = order_of<kWidth>([](size_t i) { return kBefore + i / 4 * 3 + i % 4 / 2; });
     static constexpr auto kReds = order_of<kWidth>([](size_t i) { return kBefore + i / 4 * 3 + 2; });
     const auto bytes = native(load<Bytes>(bgr - kBefore));
     const auto take = [&](const Order<kWidth>& order, uint64_t kept) noexcept {
@@ -158,8 +167,8 @@ template <bool Last> VK_SIMD_INLINE ColorWords load_colors(const uint8_t* bgr) n
     static constexpr auto kReds = order_of<kWidth>([](size_t i) {
         return i % 4 != 0 ? size_t{kNone} : (Last && i / 16 == kWideBlocks - 1 ? 4 : 0) + i % 16 / 4 * 3 + 2;
     });
-    const auto bytes = blocks_of<Bytes>(
-        [&](size_t block) noexcept { return load<Quad<uint8_t>>(bgr + 12 * block - before(block)); });
+    const auto bytes =
+        blocks_of<Bytes>([&](size_t block) noexcept { return load<Quad<uint8_t>>(bgr + 12 * block - before(block)); });
     return {as<int16_t>(shuffle(bytes, kColors.template load<Bytes>())),
             as<int16_t>(shuffle(bytes, kReds.template load<Bytes>()))};
 #endif

@@ -41,10 +41,11 @@ VK_SIMD_INLINE Wide<uint32_t> mix_colors(Wide<uint32_t> s, Wide<uint32_t> d, Wid
                                          Wide<uint32_t> whole) noexcept
 {
 #if VK_SIMD_X86 == 3
-    // d + floor((s - d) part / whole + 1/2), with the ratio in two numbers: what the first, an inverse of 14 bits, leaves
-    // of the part gives the second, and together they err by less than 2^-28 of it, the product by less than 2^-20. No
-    // result with its half is nearer to the next whole number than 1 / (2 * 255 * 255), so a quarter of 2^-16 more than
-    // the half settles what is one itself, and rounding down keeps it there. Differences are multiplied by 2^16.
+    // d + floor((s - d) part / whole + 1/2), with the ratio in two numbers: what the first, an inverse of 14 bits,
+    // leaves of the part gives the second, and together they err by less than 2^-28 of it, the product by less than
+    // 2^-20. No result with its half is nearer to the next whole number than 1 / (2 * 255 * 255), so a quarter of 2^-16
+    // more than the half settles what is one itself, and rounding down keeps it there. Differences are multiplied by
+    // 2^16.
     constexpr int kDown = _MM_FROUND_TO_NEG_INF | _MM_FROUND_NO_EXC;
     const __m512 by = _mm512_cvtepi32_ps(native(whole));
     const __m512 about = _mm512_rcp14_ps(by);
@@ -61,7 +62,8 @@ VK_SIMD_INLINE Wide<uint32_t> mix_colors(Wide<uint32_t> s, Wide<uint32_t> d, Wid
     const auto outer = all<Wide<uint32_t>>(0x00FF00FF);
     const auto others = as<uint32_t>(words(s & outer) - words(d & outer));
     const auto middle = as<uint32_t>(words(s) >> 8) - as<uint32_t>(words(d) >> 8);
-    return d + moved(others << 16) + (moved(middle << 16) << 8) + (moved(others & all<Wide<uint32_t>>(0xFFFF0000)) << 16);
+    return d + moved(others << 16) + (moved(middle << 16) << 8) +
+           (moved(others & all<Wide<uint32_t>>(0xFFFF0000)) << 16);
 #else
     // A quotient is no nearer to the next whole number than 1 / 2^16, unless it is one, and floats up to 256 are no
     // farther apart, so rounding it does not take it there.

@@ -2,57 +2,20 @@
 // sets have several.
 #pragma once
 
-#include "simd/Order.h"
+#include "simd/Arrange.h"
 
 namespace vk::simd::inline VK_SIMD_SET {
-
-inline constexpr size_t kBlocks = kWidth / 16;
-
-/// An order of four bytes at a time, for permute() of a whole vector.
-struct Order32 {
-    alignas(kWidth) uint32_t at[kWidth / 4];
-
-    VK_SIMD_INLINE Wide<uint32_t> load() const noexcept { return simd::load<Wide<uint32_t>>(at); }
-};
-template <class F> consteval Order32 order_32(F from) noexcept
-{
-    Order32 order{};
-    for (size_t i = 0; i < kWidth / 4; ++i)
-        order.at[i] = static_cast<uint32_t>(from(i));
-    return order;
-}
-
-template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> permute_32(Vec<T, N> v, const Order32& order) noexcept
-{
-    if constexpr (kBlocks == 1)
-        return v; // what is below has no other order then
-    else
-        return as<T>(permute(as<uint32_t>(v), order.load()));
-}
-
-/// What one pack() made of two vectors, and what packs of packs made of four.
-template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> after_pack(Vec<T, N> packed) noexcept
-{
-    static constexpr auto kOrder = order_32([](size_t i) { return i / 2 % kBlocks * 4 + i / 2 / kBlocks * 2 + i % 2; });
-    return permute_32(packed, kOrder);
-}
-template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> after_packs(Vec<T, N> packed) noexcept
-{
-    static constexpr auto kOrder = order_32([](size_t i) { return i % kBlocks * 4 + i / kBlocks; });
-    return permute_32(packed, kOrder);
-}
 
 /// A vector whose interleave_low() with another such one begins the result, and whose interleave_high() ends it.
 template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> before_interleave(Vec<T, N> v) noexcept
 {
-    static constexpr auto kOrder = order_32([](size_t i) { return (i / 2 % 2 * kBlocks + i / 4) * 2 + i % 2; });
-    return permute_32(v, kOrder);
+    return as<T>(arrange<[](size_t i) { return i % 2 * kWideBlocks + i / 2; }>(as<uint64_t>(v)));
 }
 
 /// Words of two vectors as bytes, kept in their range.
 VK_SIMD_INLINE Wide<uint8_t> joined(Wide<int16_t> low, Wide<int16_t> high) noexcept
 {
-    return after_pack(pack_unsigned(low, high));
+    return unpacked(pack_unsigned(low, high));
 }
 
 /// The lowest byte of every lane of two vectors of words, whose upper bytes are clear.
@@ -87,7 +50,7 @@ template <size_t At> VK_SIMD_INLINE Wide<uint8_t> bytes_of(const Wide<uint32_t> 
         const auto number = [](Wide<uint32_t> lanes) noexcept { return as<int32_t>(At == 3 ? lanes >> 24 : lanes); };
         const auto low = pack(number(v[0]), number(v[1]));
         const auto high = pack(number(v[2]), number(v[3]));
-        return after_packs(pack_unsigned(low, high));
+        return unpacked_4(pack_unsigned(low, high));
     }
 #endif
 }
@@ -96,7 +59,7 @@ template <size_t At> VK_SIMD_INLINE Wide<uint8_t> bytes_of(const Wide<uint32_t> 
 VK_SIMD_INLINE void store_low_bytes(void* to, Wide<uint32_t> v) noexcept
 {
     const auto words = pack(as<int32_t>(v), as<int32_t>(v));
-    store_first<kWidth / 4>(to, after_packs(pack_unsigned(words, words)));
+    store_first<kWidth / 4>(to, unpacked_4(pack_unsigned(words, words)));
 }
 
 } // namespace vk::simd::inline VK_SIMD_SET

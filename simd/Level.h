@@ -1,8 +1,8 @@
 // Which instruction sets this processor has, and which of them kernels may use: the one place that chooses at run time.
 //
-// A kernel is compiled once for each set that is worth it (`cmake/Simd.cmake`), into a namespace named like the set, and
-// leaves a table of functions there. VK_SIMD_TABLE declares these tables and the choice among them. All sets give the
-// same bits.
+// A kernel is compiled once for each set that is worth it (`cmake/Simd.cmake`), into a namespace named like the set,
+// and leaves a table of functions there. VK_SIMD_TABLE declares these tables and the choice among them. All sets give
+// the same bits.
 #pragma once
 
 #include <cstdint>
@@ -25,8 +25,8 @@ Level level() noexcept;
 /// nothing else runs.
 Level limit_level(Level highest) noexcept;
 
-/// Whether the processor takes single bits out of words, and puts them in (simd/Bits.h), in a few cycles: some that have
-/// the instructions take hundreds.
+/// Whether the processor takes single bits out of words, and puts them in (simd/Bits.h), in a few cycles: some that
+/// have the instructions take hundreds.
 bool moves_bits_fast() noexcept;
 
 /// What a kernel has for each set; null where it has nothing.
@@ -49,33 +49,33 @@ template <class T> struct Choice {
 
 } // namespace vk::simd
 
-// VK_SIMD_TABLE(Type, name) declares the constant `name` of each set's namespace and `name_sets`, the choice among them.
-// VK_SIMD_TABLE_256 is for kernels that gain nothing from vectors of 64 bytes, VK_SIMD_TABLE_512 for those that need what
-// only sets with such vectors have.
+// VK_SIMD_TABLE(Type, name) declares the constant `name` of each set's namespace and `name_sets`, the choice among
+// them. VK_SIMD_TABLE_256 is for kernels that gain nothing from vectors of 64 bytes, VK_SIMD_TABLE_512 for those that
+// need what only sets with such vectors have.
 #if defined(__x86_64__)
-#define VK_SIMD_TABLE(Type, name)  \
-    namespace avx2 {               \
-    extern const Type name;        \
-    }                              \
-    namespace avx512 {             \
-    extern const Type name;        \
-    }                              \
+#define VK_SIMD_TABLE(Type, name)                                                                                      \
+    namespace avx2 {                                                                                                   \
+    extern const Type name;                                                                                            \
+    }                                                                                                                  \
+    namespace avx512 {                                                                                                 \
+    extern const Type name;                                                                                            \
+    }                                                                                                                  \
     inline constexpr ::vk::simd::Choice<const Type> name##_sets = {nullptr, &avx2::name, &avx512::name}
-#define VK_SIMD_TABLE_256(Type, name) \
-    namespace avx2 {                  \
-    extern const Type name;           \
-    }                                 \
+#define VK_SIMD_TABLE_256(Type, name)                                                                                  \
+    namespace avx2 {                                                                                                   \
+    extern const Type name;                                                                                            \
+    }                                                                                                                  \
     inline constexpr ::vk::simd::Choice<const Type> name##_sets = {nullptr, &avx2::name, nullptr}
-#define VK_SIMD_TABLE_512(Type, name) \
-    namespace avx512 {                \
-    extern const Type name;           \
-    }                                 \
+#define VK_SIMD_TABLE_512(Type, name)                                                                                  \
+    namespace avx512 {                                                                                                 \
+    extern const Type name;                                                                                            \
+    }                                                                                                                  \
     inline constexpr ::vk::simd::Choice<const Type> name##_sets = {nullptr, nullptr, &avx512::name}
 #elif defined(__aarch64__)
-#define VK_SIMD_TABLE(Type, name) \
-    namespace neon {              \
-    extern const Type name;       \
-    }                             \
+#define VK_SIMD_TABLE(Type, name)                                                                                      \
+    namespace neon {                                                                                                   \
+    extern const Type name;                                                                                            \
+    }                                                                                                                  \
     inline constexpr ::vk::simd::Choice<const Type> name##_sets = {&neon::name, nullptr, nullptr}
 #define VK_SIMD_TABLE_256(Type, name) VK_SIMD_TABLE(Type, name)
 #else

@@ -36,32 +36,32 @@ template <class T, size_t N> VK_SIMD_INLINE bool all(Mask<T, N> mask) noexcept
     return mask.truths == Mask<T, N>::kAll;
 }
 
-#define VK_MASK_AT(T, n, M, prefix, suffix, bits)                                                                    \
-    template <int Relation> VK_SIMD_INLINE Mask<T, n> compare(Vec<T, n> a, Vec<T, n> b) noexcept                     \
-    {                                                                                                               \
-        return {prefix##_cmp_##suffix##_mask(native(a), native(b), Relation)};                                      \
-    }                                                                                                               \
-    VK_SIMD_INLINE Vec<T, n> select(Mask<T, n> mask, Vec<T, n> yes, Vec<T, n> no) noexcept                           \
-    {                                                                                                               \
-        return from_native<Vec<T, n>>(prefix##_mask_blend_epi##bits(static_cast<M>(mask.truths), native(no), native(yes))); \
-    }                                                                                                               \
-    VK_SIMD_INLINE Vec<T, n> keep(Mask<T, n> mask, Vec<T, n> v) noexcept                                             \
-    {                                                                                                               \
-        return from_native<Vec<T, n>>(prefix##_maskz_mov_epi##bits(static_cast<M>(mask.truths), native(v)));        \
-    }                                                                                                               \
-    template <class V>                                                                                              \
-        requires std::is_same_v<V, Vec<T, n>>                                                                       \
-    VK_SIMD_INLINE V load(const void* from, Mask<T, n> mask) noexcept                                               \
-    {                                                                                                               \
-        return from_native<V>(prefix##_maskz_loadu_epi##bits(static_cast<M>(mask.truths), from));                   \
-    }                                                                                                               \
-    VK_SIMD_INLINE void store(void* to, Vec<T, n> v, Mask<T, n> mask) noexcept                                       \
-    {                                                                                                               \
-        prefix##_mask_storeu_epi##bits(to, static_cast<M>(mask.truths), native(v));                                 \
+#define VK_MASK_AT(T, n, M, prefix, suffix, bits)                                                                      \
+    template <int Relation> VK_SIMD_INLINE Mask<T, n> compare(Vec<T, n> a, Vec<T, n> b) noexcept                       \
+    {                                                                                                                  \
+        return {prefix##_cmp_##suffix##_mask(native(a), native(b), Relation)};                                         \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<T, n> select(Mask<T, n> mask, Vec<T, n> yes, Vec<T, n> no) noexcept                             \
+    {                                                                                                                  \
+        return from_native<Vec<T, n>>(                                                                                 \
+            prefix##_mask_blend_epi##bits(static_cast<M>(mask.truths), native(no), native(yes)));                      \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<T, n> keep(Mask<T, n> mask, Vec<T, n> v) noexcept                                               \
+    {                                                                                                                  \
+        return from_native<Vec<T, n>>(prefix##_maskz_mov_epi##bits(static_cast<M>(mask.truths), native(v)));           \
+    }                                                                                                                  \
+    template <class V>                                                                                                 \
+    VK_SIMD_INLINE V load(const void* from, Mask<T, n> mask) noexcept requires std::is_same_v<V, Vec<T, n>>            \
+    {                                                                                                                  \
+        return from_native<V>(prefix##_maskz_loadu_epi##bits(static_cast<M>(mask.truths), from));                      \
+    }                                                                                                                  \
+    VK_SIMD_INLINE void store(void* to, Vec<T, n> v, Mask<T, n> mask) noexcept                                         \
+    {                                                                                                                  \
+        prefix##_mask_storeu_epi##bits(to, static_cast<M>(mask.truths), native(v));                                    \
     }
-#define VK_MASK(T, sign, bits, m16, m32, m64)                            \
-    VK_MASK_AT(T, 128 / bits, m16, _mm, ep##sign##bits, bits)            \
-    VK_MASK_AT(T, 256 / bits, m32, _mm256, ep##sign##bits, bits)         \
+#define VK_MASK(T, sign, bits, m16, m32, m64)                                                                          \
+    VK_MASK_AT(T, 128 / bits, m16, _mm, ep##sign##bits, bits)                                                          \
+    VK_MASK_AT(T, 256 / bits, m32, _mm256, ep##sign##bits, bits)                                                       \
     VK_MASK_AT(T, 512 / bits, m64, _mm512, ep##sign##bits, bits)
 VK_MASK(uint8_t, u, 8, __mmask16, __mmask32, __mmask64)
 VK_MASK(int8_t, i, 8, __mmask16, __mmask32, __mmask64)
@@ -90,19 +90,19 @@ template <int Relation> VK_SIMD_INLINE Mask<int32_t, 4> compare(Vec<float, 4> a,
 
 template <class T, size_t N> VK_SIMD_INLINE auto operator==(Vec<T, N> a, Vec<T, N> b) noexcept
 {
-    return compare<Vec<T, N>::kReal ? _CMP_EQ_OQ : _MM_CMPINT_EQ>(a, b);
+    return compare < Vec<T, N>::kReal ? _CMP_EQ_OQ : _MM_CMPINT_EQ > (a, b);
 }
 template <class T, size_t N> VK_SIMD_INLINE auto operator!=(Vec<T, N> a, Vec<T, N> b) noexcept
 {
-    return compare<Vec<T, N>::kReal ? _CMP_NEQ_UQ : _MM_CMPINT_NE>(a, b);
+    return compare < Vec<T, N>::kReal ? _CMP_NEQ_UQ : _MM_CMPINT_NE > (a, b);
 }
 template <class T, size_t N> VK_SIMD_INLINE auto operator<(Vec<T, N> a, Vec<T, N> b) noexcept
 {
-    return compare<Vec<T, N>::kReal ? _CMP_LT_OQ : _MM_CMPINT_LT>(a, b);
+    return compare < Vec<T, N>::kReal ? _CMP_LT_OQ : _MM_CMPINT_LT > (a, b);
 }
 template <class T, size_t N> VK_SIMD_INLINE auto operator<=(Vec<T, N> a, Vec<T, N> b) noexcept
 {
-    return compare<Vec<T, N>::kReal ? _CMP_LE_OQ : _MM_CMPINT_LE>(a, b);
+    return compare < Vec<T, N>::kReal ? _CMP_LE_OQ : _MM_CMPINT_LE > (a, b);
 }
 
 /// The first `count` lanes; all when there are as many.
@@ -169,12 +169,12 @@ template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> keep(Mask<T, N> mask, Vec<
     return as<T>(mask.truths) & v;
 }
 
-#define VK_RELATION(relation)                                                                       \
-    template <class T, size_t N> VK_SIMD_INLINE auto operator relation(Vec<T, N> a, Vec<T, N> b) noexcept \
-    {                                                                                               \
-        using Lane = std::conditional_t<Vec<T, N>::kReal, IntOf<sizeof(T), true>, T>;               \
-        using Truths = typename Vec<IntOf<sizeof(T), true>, N>::Raw;                                \
-        return Mask<Lane, N>{{reinterpret_cast<Truths>(a.raw relation b.raw)}};                     \
+#define VK_RELATION(relation)                                                                                          \
+    template <class T, size_t N> VK_SIMD_INLINE auto operator relation(Vec<T, N> a, Vec<T, N> b) noexcept              \
+    {                                                                                                                  \
+        using Lane = std::conditional_t<Vec<T, N>::kReal, IntOf<sizeof(T), true>, T>;                                  \
+        using Truths = typename Vec<IntOf<sizeof(T), true>, N>::Raw;                                                   \
+        return Mask<Lane, N>{{reinterpret_cast<Truths>(a.raw relation b.raw)}};                                        \
     }
 VK_RELATION(==)
 VK_RELATION(!=)
@@ -196,10 +196,10 @@ template <class T, size_t N> VK_SIMD_INLINE auto operator>=(Vec<T, N> a, Vec<T, 
 // ---- the highest bit of each lane ----
 
 #if VK_SIMD_X86
-#define VK_HIGH_BITS(T, n, call)                                        \
-    VK_SIMD_INLINE uint64_t high_bits(Vec<T, n> v) noexcept             \
-    {                                                                   \
-        return call;                                                    \
+#define VK_HIGH_BITS(T, n, call)                                                                                       \
+    VK_SIMD_INLINE uint64_t high_bits(Vec<T, n> v) noexcept                                                            \
+    {                                                                                                                  \
+        return call;                                                                                                   \
     }
 VK_HIGH_BITS(int8_t, 16, static_cast<uint32_t>(_mm_movemask_epi8(native(v))))
 VK_HIGH_BITS(uint8_t, 16, static_cast<uint32_t>(_mm_movemask_epi8(native(v))))
@@ -223,10 +223,7 @@ VK_HIGH_BITS(int32_t, 16, _mm512_movepi32_mask(native(v)))
 /// A step that has all its lanes.
 struct Whole {
     template <class V> VK_SIMD_INLINE V load(const void* from) const noexcept { return simd::load<V>(from); }
-    template <class T, size_t N> VK_SIMD_INLINE void store(void* to, Vec<T, N> v) const noexcept
-    {
-        simd::store(to, v);
-    }
+    template <class T, size_t N> VK_SIMD_INLINE void store(void* to, Vec<T, N> v) const noexcept { simd::store(to, v); }
     /// Whether the mask is true of all lanes that are there.
     template <class T, size_t N> VK_SIMD_INLINE bool all(Mask<T, N> mask) const noexcept { return simd::all(mask); }
 };

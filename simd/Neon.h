@@ -124,21 +124,16 @@ VK_SIMD_INLINE Vec<uint64_t, 2> mul_even(Vec<uint32_t, 4> a, Vec<uint32_t, 4> b)
 
 // ---- widths ----
 
-template <class T, size_t N>
-requires(N * sizeof(T) == 16) VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v)
-noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
 {
     return from_native<Vec<T, N / 2>>(vget_low_u8(native(as<uint8_t>(v))));
 }
-template <class T, size_t N>
-requires(N * sizeof(T) == 16) VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v)
-noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
 {
     return from_native<Vec<T, N / 2>>(vget_high_u8(native(as<uint8_t>(v))));
 }
 template <class T, size_t N>
-requires(N * sizeof(T) == 8) VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high)
-noexcept
+VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept requires(N * sizeof(T) == 8)
 {
     return from_native<Vec<T, 2 * N>>(vcombine_u8(native(as<uint8_t>(low)), native(as<uint8_t>(high))));
 }
@@ -222,29 +217,22 @@ VK_SIMD_INLINE Vec<double, 2> to_double(Vec<int32_t, 2> a) noexcept
 
 // ---- pairs of vectors, for kernels that work on 32 bytes of wide numbers ----
 
-template <class T, size_t N>
-    requires(N * sizeof(T) == 32)
-VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 32)
 {
     const auto raw = as<uint64_t>(v).raw;
     return as<T>(Vec<uint64_t, 2>{__builtin_shufflevector(raw, raw, 0, 1)});
 }
-template <class T, size_t N>
-    requires(N * sizeof(T) == 32)
-VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 32)
 {
     const auto raw = as<uint64_t>(v).raw;
     return as<T>(Vec<uint64_t, 2>{__builtin_shufflevector(raw, raw, 2, 3)});
 }
 template <class T, size_t N>
-    requires(N * sizeof(T) == 16)
-VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
+VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept requires(N * sizeof(T) == 16)
 {
     return as<T>(Vec<uint64_t, 4>{__builtin_shufflevector(as<uint64_t>(low).raw, as<uint64_t>(high).raw, 0, 1, 2, 3)});
 }
-template <class T, size_t N>
-    requires(N * sizeof(T) == 16)
-VK_SIMD_INLINE auto widen(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE auto widen(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
 {
     return both(widen(low_half(v)), widen(high_half(v)));
 }
@@ -280,15 +268,14 @@ template <size_t Count, class T, size_t N> VK_SIMD_INLINE uint8x16_t byte_indice
                                   all<V>(0x0706'0504'0302'0100)));
 }
 template <class T, size_t N>
-requires(N * sizeof(T) == 16) VK_SIMD_INLINE Vec<T, N> permute(Vec<T, N> v, Vec<IntOf<sizeof(T), false>, N> order)
-noexcept
+VK_SIMD_INLINE Vec<T, N> permute(Vec<T, N> v, Vec<IntOf<sizeof(T), false>, N> order) noexcept
+    requires(N * sizeof(T) == 16)
 {
     return from_native<Vec<T, N>>(vqtbl1q_u8(native(as<uint8_t>(v)), byte_indices<N>(order)));
 }
 template <class T, size_t N>
-requires(N * sizeof(T) == 16) VK_SIMD_INLINE Vec<T, N> permute(Vec<T, N> a, Vec<T, N> b,
-                                                               Vec<IntOf<sizeof(T), false>, N> order)
-noexcept
+VK_SIMD_INLINE Vec<T, N> permute(Vec<T, N> a, Vec<T, N> b, Vec<IntOf<sizeof(T), false>, N> order) noexcept
+    requires(N * sizeof(T) == 16)
 {
     const uint8x16x2_t both = {{native(as<uint8_t>(a)), native(as<uint8_t>(b))}};
     return from_native<Vec<T, N>>(vqtbl2q_u8(both, byte_indices<2 * N>(order)));
@@ -306,9 +293,7 @@ template <int From> VK_SIMD_INLINE Vec<uint8_t, 16> align(Vec<uint8_t, 16> low, 
 // ---- truths ----
 
 /// The highest bit of each lane: each lane that has it keeps a bit of its own, and these are added up.
-template <class T, size_t N>
-requires(N * sizeof(T) == 16) VK_SIMD_INLINE uint64_t high_bits(Vec<T, N> v)
-noexcept
+template <class T, size_t N> VK_SIMD_INLINE uint64_t high_bits(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
 {
     if constexpr (sizeof(T) == 1) {
         constexpr uint8x16_t kOwn = {1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};

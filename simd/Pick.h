@@ -27,8 +27,7 @@ template <size_t... Index, class T, size_t N> VK_SIMD_INLINE Vec<T, N> pick(Vec<
 }
 
 /// The bits of `yes` where `ones` has ones, else those of `no`.
-template <class T, size_t N>
-VK_SIMD_INLINE Vec<T, N> select_bits(Vec<T, N> ones, Vec<T, N> yes, Vec<T, N> no) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> select_bits(Vec<T, N> ones, Vec<T, N> yes, Vec<T, N> no) noexcept
 {
 #if VK_SIMD_X86
     if constexpr (Vec<T, N>::kBytes == 16) // which compilers rewrite into something that takes longer
@@ -55,8 +54,7 @@ template <class V> VK_SIMD_INLINE V load_both(const void* low, [[maybe_unused]] 
 
 /// Sixteen bytes moved up by some; zeros come in.
 template <int Bytes, class T, size_t N>
-    requires(N * sizeof(T) == 16)
-VK_SIMD_INLINE Vec<T, N> move_up(Vec<T, N> v) noexcept
+VK_SIMD_INLINE Vec<T, N> move_up(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
 {
 #if VK_SIMD_X86
     return from_native<Vec<T, N>>(_mm_slli_si128(native(v), Bytes));
@@ -69,7 +67,8 @@ VK_SIMD_INLINE Vec<T, N> move_up(Vec<T, N> v) noexcept
 /// rest means nothing.
 template <size_t Size, size_t N> VK_SIMD_INLINE Vec<uint8_t, N> from_back(Vec<uint8_t, N> v) noexcept
 {
-    constexpr auto from = [](size_t count) constexpr noexcept {
+    constexpr auto from = [](size_t count) constexpr noexcept
+    {
         return [count](size_t i) noexcept {
             return i < count / Size * Size ? count - Size - i / Size * Size + i % Size : 0;
         };

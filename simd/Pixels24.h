@@ -6,9 +6,8 @@
 //     load_24, store_24          to and from pixels of four bytes
 //     exchange_24                from memory to memory, exchanging
 //     pairs_24                   neighbouring bytes as words
-//     store_channels             from three vectors, one a channel
 //
-// simd/Thirds.h has the values of pixels repeated for their bytes.
+// simd/Channels.h has channels, a vector of bytes each, simd/Thirds.h the values of pixels repeated for their bytes.
 #pragma once
 
 #include "simd/InOrder.h"
@@ -27,14 +26,10 @@ constexpr size_t in_pixel(size_t channel, bool swap) noexcept
 }
 
 /// Sixteen bytes for each block, the blocks' `Stride` bytes apart.
-template <size_t Stride, class V = Wide<uint8_t>> VK_SIMD_INLINE V load_blocks(const uint8_t* from) noexcept
+template <size_t Stride> VK_SIMD_INLINE Wide<uint8_t> load_blocks(const uint8_t* from) noexcept
 {
-    if constexpr (V::kBytes == 16) {
-        return load<V>(from);
-    } else {
-        using Half = Vec<uint8_t, V::kBytes / 2>;
-        return both(load_blocks<Stride, Half>(from), load_blocks<Stride, Half>(from + Stride * V::kBytes / 32));
-    }
+    return blocks_of<Wide<uint8_t>>(
+        [from](size_t block) noexcept { return load<Quad<uint8_t>>(from + Stride * block); });
 }
 
 /// Pixels with a clear fourth byte: kWidth / 4 of them.
@@ -61,9 +56,13 @@ template <bool Swap> VK_SIMD_INLINE Wide<uint32_t> load_24(const uint8_t* from) 
 /// Stores the twelve lowest bytes of each block, and zeros or anything behind them.
 VK_SIMD_INLINE void store_twelves(uint8_t* to, Wide<uint8_t> v) noexcept
 {
-    static constexpr auto kClose =
-        order_32([](size_t i) { return i < 3 * kBlocks ? i / 3 * 4 + i % 3 : (i - 3 * kBlocks) * 4 + 3; });
-    store(to, permute_32(v, kClose));
+    if constexpr (kWideBlocks == 1)
+        store(to, v);
+    else
+        store(to, arrange<[](size_t i) {
+                  constexpr size_t kKept = 3 * kWideBlocks;
+                  return i < kKept ? i / 3 * 4 + i % 3 : (i - kKept) * 4 + 3;
+              }>(as<uint32_t>(v)));
 }
 
 /// Four vectors of pixels of four bytes, of which the last is dropped: kWidth pixels.
@@ -144,46 +143,6 @@ template <bool Swap> VK_SIMD_INLINE Pairs24 pairs_24(const uint8_t* from) noexce
         return {{as<uint16_t>(interleave_low(a, b)), as<uint16_t>(interleave_low(c, d))},
                 {as<uint16_t>(interleave_high(a, b)), as<uint16_t>(interleave_high(c, d))}};
     }
-}
-
-/// Three vectors by turns: kWidth pixels, not a byte more.
-template <bool Stream>
-VK_SIMD_INLINE void store_channels(uint8_t* to, Wide<uint8_t> a, Wide<uint8_t> b, Wide<uint8_t> c) noexcept
-{
-    using Bytes [[maybe_unused]] = Wide<uint8_t>;
-#if VK_SIMD_X86 == 3
-    static constexpr auto kPixel = order_of<3 * kWidth>([](size_t i) { return i / 3; });
-    constexpr uint64_t kThirds = 0x9249249249249249u; // each part has a channel's begin a byte earlier
-    for (size_t k = 0; k < 3; ++k) {
-        const __m512i order = native(load<Bytes>(kPixel.at + kWidth * k));
-        const __m512i first = _mm512_maskz_permutexvar_epi8(~__mmask64{0}, order, native(a));
-        const __m512i two = _mm512_mask_permutexvar_epi8(first, kThirds << (4 - k) % 3, order, native(b));
-        const __m512i three = _mm512_mask_permutexvar_epi8(two, kThirds << (5 - k) % 3, order, native(c));
-        put<Stream>(to + kWidth * k, from_native<Bytes>(three));
-    }
-#elif VK_SIMD_NEON
-    vst3q_u8(to, uint8x16x3_t{{native(a), native(b), native(c)}});
-#else
-    static constexpr auto kOrder = order_of<9 * 16>([](size_t i) {
-        const size_t at = i / 48 * 16 + i % 16; // byte of part i / 48, of which these are from one channel
-        return at % 3 == i / 16 % 3 ? at / 3 : size_t{kNone};
-    });
-    const auto part = [&](size_t k) noexcept {
-        const auto of = [&](Bytes v, size_t channel) noexcept {
-            return shuffle(v, repeat<Bytes>(load<Quad<uint8_t>>(kOrder.at + 48 * k + 16 * channel)));
-        };
-        return of(a, 0) | of(b, 1) | of(c, 2);
-    };
-    const Bytes parts[] = {part(0), part(1), part(2)};
-    if constexpr (kWidth == 32) {
-        put<Stream>(to, both(low_half(parts[0]), low_half(parts[1])));
-        put<Stream>(to + kWidth, both(low_half(parts[2]), high_half(parts[0])));
-        put<Stream>(to + 2 * kWidth, both(high_half(parts[1]), high_half(parts[2])));
-    } else {
-        for (size_t k = 0; k < 3; ++k)
-            put<Stream>(to + kWidth * k, parts[k]);
-    }
-#endif
 }
 
 } // namespace vk::simd::inline VK_SIMD_SET

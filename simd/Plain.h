@@ -1,6 +1,6 @@
-// The operations that compilers have no notation for, as loops over lanes. A set's own file (X86.h, Neon.h) has overloads
-// for what its processors do in a step or two; where it has none, these stand in, so that whatever a kernel says runs on
-// every processor. `plain::` names them for the tests that hold the others against them.
+// The operations that compilers have no notation for, as loops over lanes. A set's own file (X86.h, Neon.h) has
+// overloads for what its processors do in a step or two; where it has none, these stand in, so that whatever a kernel
+// says runs on every processor. `plain::` names them for the tests that hold the others against them.
 //
 // "In blocks" means that each 16 bytes of a vector are treated alike and apart from the others, as the processors'
 // wider sets do. Counts of bits that an operation shifts by, and indices, are in the range of the lane unless it says
@@ -240,7 +240,8 @@ template <size_t N> VK_SIMD_INLINE Vec<uint8_t, N> shuffle(Vec<uint8_t, N> v, Ve
 }
 
 /// Lanes taken from anywhere in a vector. Cheap where lanes have 32 bits or kPermutesBytes says so.
-template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> permute(Vec<T, N> v, Vec<IntOf<sizeof(T), false>, N> order) noexcept
+template <class T, size_t N>
+VK_SIMD_INLINE Vec<T, N> permute(Vec<T, N> v, Vec<IntOf<sizeof(T), false>, N> order) noexcept
 {
     Vec<T, N> result;
     for (size_t i = 0; i < N; ++i)
@@ -283,7 +284,8 @@ template <class V, class T, size_t N> VK_SIMD_INLINE V repeat(Vec<T, N> block) n
 
 // ---- memory ----
 
-/// A store to a multiple of the vector's size that goes past the caches, where processors can; fence() ends a run of them.
+/// A store to a multiple of the vector's size that goes past the caches, where processors can; fence() ends a run of
+/// them.
 template <class T, size_t N> VK_SIMD_INLINE void stream(void* to, Vec<T, N> v) noexcept
 {
     store(to, v);

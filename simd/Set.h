@@ -9,7 +9,7 @@
 
 #if defined(VK_SIMD_PLAIN)
 #define VK_SIMD_SET loops
-#elif defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512VL__) && defined(__AVX512DQ__) && \
+#elif defined(__AVX512F__) && defined(__AVX512BW__) && defined(__AVX512VL__) && defined(__AVX512DQ__) &&               \
     defined(__AVX512VBMI__) && defined(__AVX512VBMI2__)
 #define VK_SIMD_SET avx512
 #define VK_SIMD_X86 3

@@ -117,7 +117,10 @@ private:
     {
         sums_ += mul_even(as<uint32_t>(widen(numbers)), as<uint32_t>(widen(weights)));
     }
-    VK_SIMD_INLINE void add(const FourSums& other) noexcept { sums_ += other.sums_; }
+    VK_SIMD_INLINE void add(const FourSums& other) noexcept
+    {
+        sums_ += other.sums_;
+    }
 
     /// A lane for the sum of each one's lanes.
     static VK_SIMD_INLINE FourSums of_lanes(const FourSums (&of)[4]) noexcept

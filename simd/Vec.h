@@ -64,11 +64,7 @@ template <class T, size_t N> struct Vec {
         else
             return of(a.bits() * b.bits());
     }
-    friend VK_SIMD_INLINE Vec operator/(Vec a, Vec b) noexcept
-        requires kReal
-    {
-        return {a.raw / b.raw};
-    }
+    friend VK_SIMD_INLINE Vec operator/(Vec a, Vec b) noexcept requires kReal { return {a.raw / b.raw}; }
     friend VK_SIMD_INLINE Vec operator&(Vec a, Vec b) noexcept { return of(a.bits() & b.bits()); }
     friend VK_SIMD_INLINE Vec operator|(Vec a, Vec b) noexcept { return of(a.bits() | b.bits()); }
     friend VK_SIMD_INLINE Vec operator^(Vec a, Vec b) noexcept { return of(a.bits() ^ b.bits()); }
@@ -76,13 +72,11 @@ template <class T, size_t N> struct Vec {
     VK_SIMD_INLINE Vec operator-() const noexcept { return Vec{} - *this; }
 
     /// Shifts of all lanes by the same number of bits, which is best known when compiling (see also shift_left).
-    friend VK_SIMD_INLINE Vec operator<<(Vec a, int count) noexcept
-        requires(!kReal)
+    friend VK_SIMD_INLINE Vec operator<<(Vec a, int count) noexcept requires(!kReal)
     {
         return of(a.bits() << (RawBits{} + static_cast<Bits>(count)));
     }
-    friend VK_SIMD_INLINE Vec operator>>(Vec a, int count) noexcept
-        requires(!kReal)
+    friend VK_SIMD_INLINE Vec operator>>(Vec a, int count) noexcept requires(!kReal)
     {
         return {a.raw >> (Raw{} + static_cast<T>(count))};
     }

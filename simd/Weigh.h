@@ -17,7 +17,7 @@ template <int First, int Second, int Third> struct Weights {
     /// As bytes in order, after `f` has made them of words.
     template <class F> static VK_SIMD_INLINE Wide<uint8_t> bytes(F f, const Wide<int32_t> (&sums)[4]) noexcept
     {
-        return after_packs(pack_unsigned(f(pack(sums[0], sums[1])), f(pack(sums[2], sums[3]))));
+        return unpacked_4(pack_unsigned(f(pack(sums[0], sums[1])), f(pack(sums[2], sums[3]))));
     }
 
     /// The same of kWidth pixels of four bytes, or of three.

@@ -1,5 +1,5 @@
-// The operations on x86-64: 16 bytes with SSE2, 32 with AVX2, 64 with AVX-512. Instructions that are named alike for all
-// widths come from one line each; the others follow.
+// The operations on x86-64: 16 bytes with SSE2, 32 with AVX2, 64 with AVX-512. Instructions that are named alike for
+// all widths come from one line each; the others follow.
 #pragma once
 
 #include "simd/Plain.h"
@@ -10,15 +10,11 @@ namespace vk::simd::inline VK_SIMD_SET {
 
 // ---- the compiler's own types ----
 
-template <class T, size_t N>
-    requires(N * sizeof(T) == 16)
-VK_SIMD_INLINE __m128i native(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE __m128i native(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
 {
     return reinterpret_cast<__m128i>(v.raw);
 }
-template <class V>
-    requires(V::kBytes == 16)
-VK_SIMD_INLINE V from_native(__m128i v) noexcept
+template <class V> VK_SIMD_INLINE V from_native(__m128i v) noexcept requires(V::kBytes == 16)
 {
     return {reinterpret_cast<typename V::Raw>(v)};
 }
@@ -31,15 +27,11 @@ VK_SIMD_INLINE __m128d native_real(Vec<double, 2> v) noexcept
     return reinterpret_cast<__m128d>(v.raw);
 }
 #if VK_SIMD_X86 >= 2
-template <class T, size_t N>
-    requires(N * sizeof(T) == 32)
-VK_SIMD_INLINE __m256i native(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE __m256i native(Vec<T, N> v) noexcept requires(N * sizeof(T) == 32)
 {
     return reinterpret_cast<__m256i>(v.raw);
 }
-template <class V>
-    requires(V::kBytes == 32)
-VK_SIMD_INLINE V from_native(__m256i v) noexcept
+template <class V> VK_SIMD_INLINE V from_native(__m256i v) noexcept requires(V::kBytes == 32)
 {
     return {reinterpret_cast<typename V::Raw>(v)};
 }
@@ -53,15 +45,11 @@ VK_SIMD_INLINE __m256d native_real(Vec<double, 4> v) noexcept
 }
 #endif
 #if VK_SIMD_X86 >= 3
-template <class T, size_t N>
-    requires(N * sizeof(T) == 64)
-VK_SIMD_INLINE __m512i native(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE __m512i native(Vec<T, N> v) noexcept requires(N * sizeof(T) == 64)
 {
     return reinterpret_cast<__m512i>(v.raw);
 }
-template <class V>
-    requires(V::kBytes == 64)
-VK_SIMD_INLINE V from_native(__m512i v) noexcept
+template <class V> VK_SIMD_INLINE V from_native(__m512i v) noexcept requires(V::kBytes == 64)
 {
     return {reinterpret_cast<typename V::Raw>(v)};
 }
@@ -77,22 +65,23 @@ VK_SIMD_INLINE __m512d native_real(Vec<double, 8> v) noexcept
 
 // ---- two vectors to one, named alike ----
 
-#define VK_BINARY_AT(name, T, R, bytes, call)                                                                     \
-    VK_SIMD_INLINE Vec<R, (bytes) / sizeof(R)> name(Vec<T, (bytes) / sizeof(T)> a, Vec<T, (bytes) / sizeof(T)> b) noexcept \
-    {                                                                                                             \
-        return from_native<Vec<R, (bytes) / sizeof(R)>>(call(native(a), native(b)));                              \
+#define VK_BINARY_AT(name, T, R, bytes, call)                                                                          \
+    VK_SIMD_INLINE Vec<R, (bytes) / sizeof(R)> name(Vec<T, (bytes) / sizeof(T)> a,                                     \
+                                                    Vec<T, (bytes) / sizeof(T)> b) noexcept                            \
+    {                                                                                                                  \
+        return from_native<Vec<R, (bytes) / sizeof(R)>>(call(native(a), native(b)));                                   \
     }
 #if VK_SIMD_X86 == 3
-#define VK_BINARY_WIDE(name, T, R, instruction)        \
-    VK_BINARY_AT(name, T, R, 32, _mm256_##instruction) \
+#define VK_BINARY_WIDE(name, T, R, instruction)                                                                        \
+    VK_BINARY_AT(name, T, R, 32, _mm256_##instruction)                                                                 \
     VK_BINARY_AT(name, T, R, 64, _mm512_##instruction)
 #elif VK_SIMD_X86 == 2
 #define VK_BINARY_WIDE(name, T, R, instruction) VK_BINARY_AT(name, T, R, 32, _mm256_##instruction)
 #else
 #define VK_BINARY_WIDE(name, T, R, instruction)
 #endif
-#define VK_BINARY(name, T, R, instruction)          \
-    VK_BINARY_AT(name, T, R, 16, _mm_##instruction) \
+#define VK_BINARY(name, T, R, instruction)                                                                             \
+    VK_BINARY_AT(name, T, R, 16, _mm_##instruction)                                                                    \
     VK_BINARY_WIDE(name, T, R, instruction)
 /// Of those that SSE2 has not, vectors of 16 bytes come with AVX2.
 #if VK_SIMD_X86 >= 2
@@ -130,8 +119,8 @@ VK_BINARY(pack_unsigned, int16_t, uint8_t, packus_epi16)
 VK_BINARY_AVX2(pack_unsigned, int32_t, uint16_t, packus_epi32)
 VK_BINARY_AVX2(shuffle, uint8_t, uint8_t, shuffle_epi8)
 
-#define VK_INTERLEAVE(T, bits)                               \
-    VK_BINARY(interleave_low, T, T, unpacklo_epi##bits)      \
+#define VK_INTERLEAVE(T, bits)                                                                                         \
+    VK_BINARY(interleave_low, T, T, unpacklo_epi##bits)                                                                \
     VK_BINARY(interleave_high, T, T, unpackhi_epi##bits)
 VK_INTERLEAVE(uint8_t, 8)
 VK_INTERLEAVE(int8_t, 8)
@@ -150,23 +139,24 @@ VK_INTERLEAVE(int64_t, 64)
 
 // ---- shifts by a count known when running ----
 
-#define VK_SHIFT_AT(T, bytes, prefix, bits, right)                                                                  \
-    VK_SIMD_INLINE Vec<T, (bytes) / sizeof(T)> shift_left(Vec<T, (bytes) / sizeof(T)> a, int count) noexcept         \
-    {                                                                                                               \
-        return from_native<Vec<T, (bytes) / sizeof(T)>>(prefix##_sll_epi##bits(native(a), _mm_cvtsi32_si128(count))); \
-    }                                                                                                               \
-    VK_SIMD_INLINE Vec<T, (bytes) / sizeof(T)> shift_right(Vec<T, (bytes) / sizeof(T)> a, int count) noexcept        \
-    {                                                                                                               \
-        return from_native<Vec<T, (bytes) / sizeof(T)>>(prefix##_##right##_epi##bits(native(a), _mm_cvtsi32_si128(count))); \
+#define VK_SHIFT_AT(T, bytes, prefix, bits, right)                                                                     \
+    VK_SIMD_INLINE Vec<T, (bytes) / sizeof(T)> shift_left(Vec<T, (bytes) / sizeof(T)> a, int count) noexcept           \
+    {                                                                                                                  \
+        return from_native<Vec<T, (bytes) / sizeof(T)>>(prefix##_sll_epi##bits(native(a), _mm_cvtsi32_si128(count)));  \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<T, (bytes) / sizeof(T)> shift_right(Vec<T, (bytes) / sizeof(T)> a, int count) noexcept          \
+    {                                                                                                                  \
+        return from_native<Vec<T, (bytes) / sizeof(T)>>(                                                               \
+            prefix##_##right##_epi##bits(native(a), _mm_cvtsi32_si128(count)));                                        \
     }
 #if VK_SIMD_X86 == 3
-#define VK_SHIFTS(T, bits, right)            \
-    VK_SHIFT_AT(T, 16, _mm, bits, right)    \
-    VK_SHIFT_AT(T, 32, _mm256, bits, right) \
+#define VK_SHIFTS(T, bits, right)                                                                                      \
+    VK_SHIFT_AT(T, 16, _mm, bits, right)                                                                               \
+    VK_SHIFT_AT(T, 32, _mm256, bits, right)                                                                            \
     VK_SHIFT_AT(T, 64, _mm512, bits, right)
 #elif VK_SIMD_X86 == 2
-#define VK_SHIFTS(T, bits, right)         \
-    VK_SHIFT_AT(T, 16, _mm, bits, right) \
+#define VK_SHIFTS(T, bits, right)                                                                                      \
+    VK_SHIFT_AT(T, 16, _mm, bits, right)                                                                               \
     VK_SHIFT_AT(T, 32, _mm256, bits, right)
 #else
 #define VK_SHIFTS(T, bits, right) VK_SHIFT_AT(T, 16, _mm, bits, right)
@@ -182,41 +172,31 @@ VK_SHIFTS(uint64_t, 64, srl)
 // ---- halves ----
 
 #if VK_SIMD_X86 >= 2
-template <class T, size_t N>
-    requires(N * sizeof(T) == 32)
-VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 32)
 {
     return from_native<Vec<T, N / 2>>(_mm256_castsi256_si128(native(v)));
 }
-template <class T, size_t N>
-    requires(N * sizeof(T) == 32)
-VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 32)
 {
     return from_native<Vec<T, N / 2>>(_mm256_extracti128_si256(native(v), 1));
 }
 template <class T, size_t N>
-    requires(N * sizeof(T) == 16)
-VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
+VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept requires(N * sizeof(T) == 16)
 {
     return from_native<Vec<T, 2 * N>>(_mm256_inserti128_si256(_mm256_castsi128_si256(native(low)), native(high), 1));
 }
 #endif
 #if VK_SIMD_X86 >= 3
-template <class T, size_t N>
-    requires(N * sizeof(T) == 64)
-VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 64)
 {
     return from_native<Vec<T, N / 2>>(_mm512_castsi512_si256(native(v)));
 }
-template <class T, size_t N>
-    requires(N * sizeof(T) == 64)
-VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept
+template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> high_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 64)
 {
     return from_native<Vec<T, N / 2>>(_mm512_maskz_extracti64x4_epi64(0xFF, native(v), 1));
 }
 template <class T, size_t N>
-    requires(N * sizeof(T) == 32)
-VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
+VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept requires(N * sizeof(T) == 32)
 {
     return from_native<Vec<T, 2 * N>>(_mm512_inserti64x4(_mm512_castsi256_si512(native(low)), native(high), 1));
 }
@@ -225,10 +205,10 @@ VK_SIMD_INLINE Vec<T, 2 * N> both(Vec<T, N> low, Vec<T, N> high) noexcept
 // ---- unsigned bytes by signed ones ----
 
 #if VK_SIMD_X86 >= 2
-#define VK_MUL_PAIRS(bytes, call)                                                                        \
-    VK_SIMD_INLINE Vec<int16_t, (bytes) / 2> mul_pairs(Vec<uint8_t, bytes> a, Vec<int8_t, bytes> b) noexcept \
-    {                                                                                                    \
-        return from_native<Vec<int16_t, (bytes) / 2>>(call(native(a), native(b)));                       \
+#define VK_MUL_PAIRS(bytes, call)                                                                                      \
+    VK_SIMD_INLINE Vec<int16_t, (bytes) / 2> mul_pairs(Vec<uint8_t, bytes> a, Vec<int8_t, bytes> b) noexcept           \
+    {                                                                                                                  \
+        return from_native<Vec<int16_t, (bytes) / 2>>(call(native(a), native(b)));                                     \
     }
 VK_MUL_PAIRS(16, _mm_maddubs_epi16)
 VK_MUL_PAIRS(32, _mm256_maddubs_epi16)
@@ -239,9 +219,7 @@ VK_MUL_PAIRS(64, _mm512_maddubs_epi16)
 #endif
 
 /// Sixteen bytes in every block.
-template <class V, class T, size_t N>
-    requires(N * sizeof(T) == 16)
-VK_SIMD_INLINE V repeat(Vec<T, N> block) noexcept
+template <class V, class T, size_t N> VK_SIMD_INLINE V repeat(Vec<T, N> block) noexcept requires(N * sizeof(T) == 16)
 {
     if constexpr (V::kBytes == 16)
         return as<typename V::Lane>(block);
@@ -257,8 +235,7 @@ VK_SIMD_INLINE V repeat(Vec<T, N> block) noexcept
 
 /// Sixteen bytes of two blocks one after the other, from byte `From` on, in blocks.
 template <int From, size_t N>
-    requires(N >= 16)
-VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) noexcept
+VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) noexcept requires(N >= 16)
 {
 #if VK_SIMD_X86 >= 2
     if constexpr (N == 16)
@@ -271,8 +248,8 @@ VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) 
 #endif
 #else
     if constexpr (From == 8)
-        return {reinterpret_cast<typename Vec<uint8_t, N>::Raw>(_mm_shuffle_pd(
-            reinterpret_cast<__m128d>(low.raw), reinterpret_cast<__m128d>(high.raw), 1))};
+        return {reinterpret_cast<typename Vec<uint8_t, N>::Raw>(
+            _mm_shuffle_pd(reinterpret_cast<__m128d>(low.raw), reinterpret_cast<__m128d>(high.raw), 1))};
     return from_native<Vec<uint8_t, N>>(
         _mm_or_si128(_mm_srli_si128(native(low), From), _mm_slli_si128(native(high), 16 - From)));
 #endif
@@ -281,13 +258,12 @@ VK_SIMD_INLINE Vec<uint8_t, N> align(Vec<uint8_t, N> low, Vec<uint8_t, N> high) 
 // ---- widths ----
 
 #if VK_SIMD_X86 >= 2
-#define VK_UNARY_AT(name, T, n, R, call)                                    \
-    VK_SIMD_INLINE Vec<R, n> name(Vec<T, n> a) noexcept                     \
-    {                                                                       \
-        return from_native<Vec<R, n>>(call(native(a)));                     \
+#define VK_UNARY_AT(name, T, n, R, call)                                                                               \
+    VK_SIMD_INLINE Vec<R, n> name(Vec<T, n> a) noexcept                                                                \
+    {                                                                                                                  \
+        return from_native<Vec<R, n>>(call(native(a)));                                                                \
     }
-#define VK_WIDEN(T, R, instruction)                                \
-    VK_UNARY_AT(widen, T, 16 / sizeof(T), R, _mm256_##instruction)
+#define VK_WIDEN(T, R, instruction) VK_UNARY_AT(widen, T, 16 / sizeof(T), R, _mm256_##instruction)
 VK_WIDEN(uint8_t, uint16_t, cvtepu8_epi16)
 VK_WIDEN(int8_t, int16_t, cvtepi8_epi16)
 VK_WIDEN(uint16_t, uint32_t, cvtepu16_epi32)
@@ -316,22 +292,22 @@ VK_UNARY_AT(cut_4, uint32_t, 16, uint8_t, _mm512_cvtepi32_epi8)
 
 // ---- reals and whole numbers ----
 
-#define VK_REAL_AT(n, prefix)                                                               \
-    VK_SIMD_INLINE Vec<int32_t, n> cut_off(Vec<float, n> a) noexcept                        \
-    {                                                                                       \
-        return from_native<Vec<int32_t, n>>(prefix##_cvttps_epi32(native_real(a)));         \
-    }                                                                                       \
-    VK_SIMD_INLINE Vec<float, n> to_float(Vec<int32_t, n> a) noexcept                       \
-    {                                                                                       \
-        return {reinterpret_cast<Vec<float, n>::Raw>(prefix##_cvtepi32_ps(native(a)))};     \
-    }                                                                                       \
-    VK_SIMD_INLINE Vec<float, n> min(Vec<float, n> a, Vec<float, n> b) noexcept             \
-    {                                                                                       \
-        return {reinterpret_cast<Vec<float, n>::Raw>(prefix##_min_ps(native_real(a), native_real(b)))}; \
-    }                                                                                       \
-    VK_SIMD_INLINE Vec<float, n> max(Vec<float, n> a, Vec<float, n> b) noexcept             \
-    {                                                                                       \
-        return {reinterpret_cast<Vec<float, n>::Raw>(prefix##_max_ps(native_real(a), native_real(b)))}; \
+#define VK_REAL_AT(n, prefix)                                                                                          \
+    VK_SIMD_INLINE Vec<int32_t, n> cut_off(Vec<float, n> a) noexcept                                                   \
+    {                                                                                                                  \
+        return from_native<Vec<int32_t, n>>(prefix##_cvttps_epi32(native_real(a)));                                    \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<float, n> to_float(Vec<int32_t, n> a) noexcept                                                  \
+    {                                                                                                                  \
+        return {reinterpret_cast<Vec<float, n>::Raw>(prefix##_cvtepi32_ps(native(a)))};                                \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<float, n> min(Vec<float, n> a, Vec<float, n> b) noexcept                                        \
+    {                                                                                                                  \
+        return {reinterpret_cast<Vec<float, n>::Raw>(prefix##_min_ps(native_real(a), native_real(b)))};                \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<float, n> max(Vec<float, n> a, Vec<float, n> b) noexcept                                        \
+    {                                                                                                                  \
+        return {reinterpret_cast<Vec<float, n>::Raw>(prefix##_max_ps(native_real(a), native_real(b)))};                \
     }
 VK_REAL_AT(4, _mm)
 #if VK_SIMD_X86 >= 2
@@ -358,14 +334,14 @@ VK_SIMD_INLINE Vec<double, 8> to_double(Vec<int32_t, 8> a) noexcept
 #endif
 #undef VK_REAL_AT
 
-#define VK_DOUBLE_AT(n, prefix)                                                                                       \
-    VK_SIMD_INLINE Vec<double, n> min(Vec<double, n> a, Vec<double, n> b) noexcept                                    \
-    {                                                                                                                 \
-        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_min_pd(native_real(a), native_real(b)))};              \
-    }                                                                                                                 \
-    VK_SIMD_INLINE Vec<double, n> max(Vec<double, n> a, Vec<double, n> b) noexcept                                    \
-    {                                                                                                                 \
-        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_max_pd(native_real(a), native_real(b)))};              \
+#define VK_DOUBLE_AT(n, prefix)                                                                                        \
+    VK_SIMD_INLINE Vec<double, n> min(Vec<double, n> a, Vec<double, n> b) noexcept                                     \
+    {                                                                                                                  \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_min_pd(native_real(a), native_real(b)))};               \
+    }                                                                                                                  \
+    VK_SIMD_INLINE Vec<double, n> max(Vec<double, n> a, Vec<double, n> b) noexcept                                     \
+    {                                                                                                                  \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_max_pd(native_real(a), native_real(b)))};               \
     }
 VK_DOUBLE_AT(2, _mm)
 #if VK_SIMD_X86 >= 2
@@ -380,26 +356,25 @@ VK_DOUBLE_AT(8, _mm512)
 
 #if VK_SIMD_X86 >= 2
 template <class T>
-    requires(sizeof(T) == 4)
-VK_SIMD_INLINE Vec<T, 8> permute(Vec<T, 8> v, Vec<uint32_t, 8> order) noexcept
+VK_SIMD_INLINE Vec<T, 8> permute(Vec<T, 8> v, Vec<uint32_t, 8> order) noexcept requires(sizeof(T) == 4)
 {
     return from_native<Vec<T, 8>>(_mm256_permutevar8x32_epi32(native(v), native(order)));
 }
 #endif
 #if VK_SIMD_X86 >= 3
 /// With masks of everything, because compilers warn of the values that the plain forms leave undefined.
-#define VK_PERMUTE(bytes, n, prefix, bits, mask)                                                                     \
-    template <class T>                                                                                              \
-        requires(sizeof(T) == (bytes))                                                                              \
-    VK_SIMD_INLINE Vec<T, n> permute(Vec<T, n> v, Vec<IntOf<bytes, false>, n> order) noexcept                       \
-    {                                                                                                               \
-        return from_native<Vec<T, n>>(prefix##_maskz_permutexvar_epi##bits(mask, native(order), native(v)));        \
-    }                                                                                                               \
-    template <class T>                                                                                              \
-        requires(sizeof(T) == (bytes))                                                                              \
-    VK_SIMD_INLINE Vec<T, n> permute(Vec<T, n> a, Vec<T, n> b, Vec<IntOf<bytes, false>, n> order) noexcept          \
-    {                                                                                                               \
-        return from_native<Vec<T, n>>(prefix##_permutex2var_epi##bits(native(a), native(order), native(b)));        \
+#define VK_PERMUTE(bytes, n, prefix, bits, mask)                                                                       \
+    template <class T>                                                                                                 \
+    VK_SIMD_INLINE Vec<T, n> permute(Vec<T, n> v,                                                                      \
+                                     Vec<IntOf<bytes, false>, n> order) noexcept requires(sizeof(T) == (bytes))        \
+    {                                                                                                                  \
+        return from_native<Vec<T, n>>(prefix##_maskz_permutexvar_epi##bits(mask, native(order), native(v)));           \
+    }                                                                                                                  \
+    template <class T>                                                                                                 \
+    VK_SIMD_INLINE Vec<T, n> permute(Vec<T, n> a, Vec<T, n> b,                                                         \
+                                     Vec<IntOf<bytes, false>, n> order) noexcept requires(sizeof(T) == (bytes))        \
+    {                                                                                                                  \
+        return from_native<Vec<T, n>>(prefix##_permutex2var_epi##bits(native(a), native(order), native(b)));           \
     }
 VK_PERMUTE(1, 64, _mm512, 8, ~__mmask64{0})
 VK_PERMUTE(2, 32, _mm512, 16, ~__mmask32{0})
@@ -411,12 +386,11 @@ VK_PERMUTE(1, 32, _mm256, 8, ~__mmask32{0})
 
 // ---- memory ----
 
-#define VK_STREAM_AT(size, instruction, Native)                              \
-    template <class T, size_t N>                                            \
-        requires(N * sizeof(T) == (size))                                   \
-    VK_SIMD_INLINE void stream(void* to, Vec<T, N> v) noexcept              \
-    {                                                                       \
-        instruction(static_cast<Native*>(to), native(v));                   \
+#define VK_STREAM_AT(size, instruction, Native)                                                                        \
+    template <class T, size_t N>                                                                                       \
+    VK_SIMD_INLINE void stream(void* to, Vec<T, N> v) noexcept requires(N * sizeof(T) == (size))                       \
+    {                                                                                                                  \
+        instruction(static_cast<Native*>(to), native(v));                                                              \
     }
 VK_STREAM_AT(16, _mm_stream_si128, __m128i)
 #if VK_SIMD_X86 >= 2

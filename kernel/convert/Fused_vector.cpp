@@ -1,6 +1,7 @@
 // Fused paths of vectors. What a set of instructions does in its own way with pixels of three bytes, fields and tables
 // is in the layer; the paths follow from there.
 #include "kernel/convert/Fused.h"
+#include "simd/Channels.h"
 #include "simd/Fields.h"
 #include "simd/Simd.h"
 #include "simd/Tables.h"
