@@ -210,6 +210,11 @@ Status temp_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name)
     return backend::temp_name(directory, prefix, name);
 }
 
+Status temp_file(const wchar_t* directory, const wchar_t* prefix, int64_t* file) noexcept
+{
+    return backend::temp_file(directory, prefix, file);
+}
+
 Status event_create(bool manual_reset, bool signalled, void** event) noexcept
 {
     return backend::event_create(manual_reset, signalled, event);

@@ -16,10 +16,12 @@ namespace {
 constexpr int kFlags = V_OPENFLAG_CREATE | V_OPENFLAG_TRUNCATE | V_OPENFLAG_READWRITE | V_OPENFLAG_TEMPORARY;
 constexpr wchar_t kPrefix[] = L"VD";
 
-bool open_plain(StorageFile& file, const wchar_t* name) noexcept
+int open_plain(StorageFile& file) noexcept
 {
-    file.handle = V_OsCreat(name, OSCREAT_DELETEONCLOSE);
-    return file.is_open();
+    wchar_t directory[kMaxTempName];
+    if (const int result = usable_temp_directory(directory); result != V_SUCCESS)
+        return result;
+    return platform::temp_file(directory, kPrefix, &file.handle) == Status::ok ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
 /// Closes a redirected file for good, and has it deleted in case its maker does not do so by itself.
@@ -53,10 +55,12 @@ bool open_redirected(StorageFile& file, const redirect::Table& table, const wcha
 int open(StorageFile& file) noexcept
 {
     const redirect::Table table = redirect::temp_table();
+    if (redirect::is_plain(table))
+        return open_plain(file);
     wchar_t name[kMaxTempName];
     if (const int result = make_temp_name(table, kPrefix, name); result != V_SUCCESS)
         return result;
-    const bool opened = redirect::is_plain(table) ? open_plain(file, name) : open_redirected(file, table, name);
+    const bool opened = open_redirected(file, table, name);
     if (!opened && opens_in_system(table))
         V_OsDelete(name);
     return opened ? V_SUCCESS : V_ERROR_NO_MEMORY;

@@ -28,5 +28,7 @@ int temp_directory(wchar_t* directory, uint32_t length) noexcept;
 /// Whether files in the directory can be named at all. SUCCESS; ERROR_INVALID_FILENAME: its name is too long or no
 /// text; ERROR_NO_MEMORY.
 int check_temp_directory() noexcept;
+/// The same, and the directory, which has room for kMaxTempName.
+int usable_temp_directory(wchar_t* directory) noexcept;
 
 } // namespace vk

@@ -46,16 +46,6 @@ bool make_up_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name
     return true;
 }
 
-/// The directory, if names in it can be told and are no longer than a name may be.
-int usable_directory(wchar_t (&directory)[kMaxTempName]) noexcept
-{
-    const int result = temp_directory(directory, kMaxTempName);
-    if (result != V_SUCCESS)
-        return result == V_ERROR_BUFFER_TOO_SMALL ? V_ERROR_INVALID_FILENAME : result;
-    return std::wcslen(directory) + std::size(kDefaultPrefix) - 1 + kMadeUp <= kMaxTempName ? V_SUCCESS
-                                                                                            : V_ERROR_INVALID_FILENAME;
-}
-
 } // namespace
 
 bool opens_in_system(const redirect::Table& table) noexcept
@@ -77,16 +67,25 @@ int temp_directory(wchar_t* directory, uint32_t length) noexcept
     }
 }
 
+int usable_temp_directory(wchar_t* directory) noexcept
+{
+    const int result = temp_directory(directory, kMaxTempName);
+    if (result != V_SUCCESS)
+        return result == V_ERROR_BUFFER_TOO_SMALL ? V_ERROR_INVALID_FILENAME : result;
+    return std::wcslen(directory) + std::size(kDefaultPrefix) - 1 + kMadeUp <= kMaxTempName ? V_SUCCESS
+                                                                                            : V_ERROR_INVALID_FILENAME;
+}
+
 int check_temp_directory() noexcept
 {
     wchar_t directory[kMaxTempName];
-    return usable_directory(directory);
+    return usable_temp_directory(directory);
 }
 
 int make_temp_name(const redirect::Table& table, const wchar_t* prefix, wchar_t* name) noexcept
 {
     wchar_t directory[kMaxTempName];
-    if (const int result = usable_directory(directory); result != V_SUCCESS)
+    if (const int result = usable_temp_directory(directory); result != V_SUCCESS)
         return result;
     if (!opens_in_system(table))
         return make_up_name(directory, prefix, name) ? V_SUCCESS : V_ERROR_NO_MEMORY;

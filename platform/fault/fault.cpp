@@ -346,6 +346,17 @@ Status file_open(const wchar_t* name, const OpenOptions& options, int64_t* file)
     return status;
 }
 
+Status temp_file(const wchar_t* directory, const wchar_t* prefix, int64_t* file) noexcept
+{
+    for (const Call part : {Call::temp_name, Call::file_open})
+        if (must_fail(part))
+            return failure_of(part);
+    const Status status = backend::temp_file(directory, prefix, file);
+    if (status == Status::ok)
+        ++fault::live_files;
+    return status;
+}
+
 Status file_read(int64_t file, void* buffer, size_t bytes, size_t* moved) noexcept
 {
     if (must_fail(Call::file_read))

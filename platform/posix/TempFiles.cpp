@@ -1,7 +1,8 @@
 // The directory of temporary files, and new files with unique names in it.
 //
-// A file is made exclusively, never through a symbolic link, readable by its owner alone. The name's random part only
-// keeps collisions rare; it is O_EXCL that makes the file ours.
+// A file that nobody else is to find has no name at all, on file systems that know such files; elsewhere it loses its
+// name at once. One with a name is made exclusively, never through a symbolic link, readable by its owner alone. The
+// name's random part only keeps collisions rare; it is O_EXCL that makes the file ours.
 #include "platform/posix/Posix.h"
 
 #include <atomic>
@@ -124,6 +125,32 @@ Status temp_name(const wchar_t* directory, const wchar_t* prefix, wchar_t* name)
             return posix::last_status();
     }
     return Status::exists;
+}
+
+Status temp_file(const wchar_t* directory, const wchar_t* prefix, int64_t* file) noexcept
+{
+    char path[posix::kMaxPath];
+    if (const Status status = posix::to_utf8(directory, path, sizeof path); status != Status::ok)
+        return status;
+    int made = -1;
+    do
+        made = open(path, O_TMPFILE | O_EXCL | O_RDWR | O_CLOEXEC, 0600);
+    while (made < 0 && errno == EINTR);
+    if (made >= 0) {
+        *file = made;
+        return Status::ok;
+    }
+    wchar_t name[kMaxTempName];
+    if (const Status status = temp_name(directory, prefix, name); status != Status::ok)
+        return status;
+    OpenOptions options;
+    options.access = Access::read_write;
+    options.share = Share::read_write;
+    options.delete_on_close = true;
+    const Status status = file_open(name, options, file);
+    if (status != Status::ok)
+        file_delete(name);
+    return status;
 }
 
 } // namespace vk::backend

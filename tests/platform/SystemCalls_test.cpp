@@ -375,6 +375,14 @@ TEST_F(SystemCalls, FiguresAndNames)
         backend::file_delete(name);
     }
     EXPECT_EQ(20u, names.size());
+    // A file system that has no files without names.
+    int64_t file = kNoFile;
+    t_plans[0] = {"open", EOPNOTSUPP, 1};
+    ASSERT_EQ(Status::ok, backend::temp_file(directory, L"vt", &file));
+    EXPECT_EQ(Status::ok, backend::file_close(file));
+    t_plans[0] = {"open", EACCES, 100};
+    EXPECT_EQ(Status::denied, backend::temp_file(directory, L"vt", &file));
+    forget();
     wchar_t name[kMaxTempName] = L"as it was";
     t_plans[0] = {"open", EEXIST, 100};
     EXPECT_EQ(Status::exists, backend::temp_name(directory, L"vt", name));

@@ -1,6 +1,8 @@
 // The temporary directory, and temporary files: new, unique, and their owner's alone.
 #include "tests/platform/TempFile.h"
 
+#include <filesystem>
+#include <iterator>
 #include <set>
 
 #if !defined(_WIN32)
@@ -54,6 +56,30 @@ TEST(Temp, NamesAreNewEmptyFiles)
         platform::file_close(file);
         EXPECT_EQ(Status::ok, platform::file_delete(name.c_str()));
     }
+}
+
+TEST(Temp, FilesForNobodyElseLeaveNothing)
+{
+    const std::wstring directory = temp_directory() + L"vt own files";
+    std::filesystem::create_directory(directory);
+    int64_t files[3];
+    for (int64_t& file : files) {
+        ASSERT_EQ(Status::ok, platform::temp_file(directory.c_str(), L"VD", &file));
+        EXPECT_EQ(Status::ok, platform::file_set_size(file, 100));
+    }
+    size_t named = std::size(files);
+#if !defined(_WIN32)
+    named = 0;
+#endif
+    const auto listed = [&] { return std::distance(std::filesystem::directory_iterator(directory), {}); };
+    EXPECT_EQ(static_cast<std::ptrdiff_t>(named), listed());
+    for (const int64_t file : files)
+        platform::file_close(file);
+    EXPECT_EQ(0, listed());
+    std::filesystem::remove(directory);
+    int64_t none = kNoFile;
+    EXPECT_NE(Status::ok, platform::temp_file(directory.c_str(), L"VD", &none));
+    EXPECT_EQ(kNoFile, none);
 }
 
 TEST(Temp, WhatCannotBeNamedIsRefused)
