@@ -24,7 +24,7 @@ enum class Call : uint8_t {
     movable_lock,
     memory_status,
     handle_count,
-    file_open, ///< and, behind a temp_name, opening a file that never has a name
+    file_open,  ///< and, behind a temp_name, opening a file that never has a name
     file_read,  ///< at a position, too
     file_write, ///< at a position, too
     file_seek,
