@@ -39,7 +39,7 @@ prepare windows all -DVKKRNX_JAVA=ON
 prepare asan 'all vk_fuzz'
 prepare tsan 'vk_tests vk_abi_tests vk_endurance' -DVKKRNX_TOOLS=OFF
 # Of 64-bit ARM what holds vectors against plain code; scripts/test_aarch64.sh tries everything.
-prepare aarch64 vk_tests -DVKKRNX_TESTS_WITH='AtLevel|kLevels'
+prepare aarch64 'vk_tests Vkkrnx' -DVKKRNX_TESTS_WITH='AtLevel|kLevels'
 echo "== built in $((SECONDS - started)) s"
 
 # The configurations as one test tree.
