@@ -15,6 +15,7 @@ constexpr int kRounds = 25;
 struct Operation {
     const char* name;
     int (*run)(BITMAPHANDLE* bitmap);
+    uint32_t memory = TYPE_CONV;
 };
 
 template <int32_t kBits, uint32_t kFlags, uint32_t kColors, int32_t kMethod> int change(BITMAPHANDLE* bitmap)
@@ -51,6 +52,16 @@ constexpr Operation kOperations[] = {
     {"Floyd-Steinberg, 16 colours", change<4, 0, 0, DITHER_FLOYD_STEINBERG>},
     {"Stucki, 256 colours", change<8, 0, 0, DITHER_STUCKI>},
     {"24 to 32 bits", change<32, 0, 0, DITHER_NONE>},
+    {"tiles, area resize to 37 %", scale<37, V_ResampleBitmap>, TYPE_TILED},
+    {"tiles, bicubic resize to 150 %", scale<150, V_BicubicResampleBitmap>, TYPE_TILED},
+    {"tiles, rotate, nearest", rotate<0>, TYPE_TILED},
+    {"tiles, rotate, linear", rotate<ROTATEFLAG_RESAMPLE>, TYPE_TILED},
+    {"tiles, rotate, cubic", rotate<ROTATEFLAG_BICUBIC>, TYPE_TILED},
+    {"tiles, warp, cubic", warp<WARP_CUBIC>, TYPE_TILED},
+    {"disk, area resize to 37 %", scale<37, V_ResampleBitmap>, TYPE_DISK},
+    {"disk, bicubic resize to 150 %", scale<150, V_BicubicResampleBitmap>, TYPE_DISK},
+    {"disk, rotate, cubic", rotate<ROTATEFLAG_BICUBIC>, TYPE_DISK},
+    {"super-compressed, warp, cubic", warp<WARP_CUBIC>, TYPE_SUPERCOMPRESSED},
 };
 
 struct Least {
@@ -93,6 +104,8 @@ void workers(benchmark::State& state)
 {
     const Operation& operation = kOperations[state.range(0)];
     Bitmap source({24, COLORORDER_BGR});
+    if (V_SetBitmapMemoryInfo(source.get(), operation.memory, 0, 0, 0, 0, 0, 0) != SUCCESS)
+        throw std::bad_alloc();
     Least one;
     Least two;
     for ([[maybe_unused]] auto _ : state) {

@@ -126,12 +126,12 @@ V_API uint64_t V_GetMemoryStock(void) V_NOEXCEPT;
  * Workers. An operation on a whole bitmap may be done by several threads: the calling one, and others of the pool that
  * take a part when they have nothing else to do. The bits do not depend on their number.
  *
- * Changes of depth, order and palette use workers with every storage (V_ColorResBitmap with all ways of dithering and
- * palettes made for the picture, V_GrayScaleBitmap, V_CreateGrayScaleBitmap, V_CreateBitmapListOptPal for counting):
- * where rows are no plain memory, the calling thread alone reads and writes them, in order. Where source and
- * destination are plain memory, so do resampling (all functions of Vkresample.h, and resizing that filters),
- * V_RotateBitmap by other than right angles, and warps and shears (V_WarpBitmap, V_WarpBitmapCorners, V_WarpBitmapGrid,
- * V_ShearBitmap with SHEAR_LINEAR). Everything else is done by the calling thread alone.
+ * Workers are used by changes of depth, order and palette (V_ColorResBitmap with all ways of dithering and palettes
+ * made for the picture, V_GrayScaleBitmap, V_CreateGrayScaleBitmap, V_CreateBitmapListOptPal for counting), resampling
+ * (all functions of Vkresample.h, and resizing that filters), V_RotateBitmap by other than right angles, and warps and
+ * shears (V_WarpBitmap, V_WarpBitmapCorners, V_WarpBitmapGrid, V_ShearBitmap with SHEAR_LINEAR); with every storage:
+ * where pixels are no plain memory, the calling thread alone reads and writes them, and what is held at a time grows
+ * with the number of workers. Everything else is done by the calling thread alone.
  */
 
 /**

@@ -20,7 +20,17 @@ template <class Lane> bool has_full_alpha(const uint8_t* lanes, size_t width, La
 
 } // namespace
 
-LaneRows::LaneRows(BITMAPHANDLE& bitmap, const Form& form) noexcept : bitmap_(bitmap), form_(form), reader_(bitmap) {}
+LaneRows::LaneRows(BITMAPHANDLE& bitmap, const Form& form, const RowRing* ring) noexcept
+    : bitmap_(bitmap), form_(form), ring_(ring), reader_(bitmap)
+{}
+
+int LaneRows::read(int32_t y, const uint8_t** row) noexcept
+{
+    if (!ring_)
+        return reader_.read(y, 1, row);
+    *row = ring_->row(y);
+    return V_SUCCESS;
+}
 
 int LaneRows::open(int32_t slots) noexcept
 {
@@ -28,7 +38,7 @@ int LaneRows::open(int32_t slots) noexcept
     if (form_.alpha && !alpha_.allocate(static_cast<uint32_t>(bitmap_.Height)))
         return V_ERROR_NO_MEMORY;
     const uint8_t* first = nullptr;
-    direct_ = form_.lanes == Lanes::stored && reader_.in_place() && reader_.read(0, 1, &first) == V_SUCCESS &&
+    direct_ = form_.lanes == Lanes::stored && (ring_ || reader_.in_place()) && read(0, &first) == V_SUCCESS &&
               is_aligned(first, form_.lane_bytes);
     if (direct_)
         return V_SUCCESS;
@@ -37,13 +47,15 @@ int LaneRows::open(int32_t slots) noexcept
     const auto count = static_cast<uint64_t>(slots);
     const bool has_room = lanes_.allocate(pitch_ * count) && held_.allocate(count * sizeof(int32_t)) &&
                           (form_.lanes == Lanes::stored || room_.allocate(uint64_t{width} * sizeof(uint32_t)));
-    return has_room ? reader_.reserve(1) : V_ERROR_NO_MEMORY;
+    if (!has_room)
+        return V_ERROR_NO_MEMORY;
+    return ring_ ? V_SUCCESS : reader_.reserve(1);
 }
 
 int LaneRows::row(int32_t y, const uint8_t** lanes) noexcept
 {
     if (direct_)
-        return reader_.read(y, 1, lanes);
+        return read(y, lanes);
     const int32_t slot = y % slots_;
     auto* const held = reinterpret_cast<int32_t*>(held_.data()) + slot;
     uint8_t* const out = lanes_.data() + static_cast<size_t>(slot) * pitch_;
@@ -52,7 +64,7 @@ int LaneRows::row(int32_t y, const uint8_t** lanes) noexcept
         return V_SUCCESS;
     *held = 0;
     const uint8_t* row = nullptr;
-    const int result = reader_.read(y, 1, &row);
+    const int result = read(y, &row);
     if (result != V_SUCCESS)
         return result;
     const auto width = static_cast<size_t>(bitmap_.Width);

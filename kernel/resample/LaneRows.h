@@ -7,9 +7,19 @@
 
 namespace vk::resample {
 
+/// Rows of a bitmap that somebody else reads, each as long as it is needed.
+struct RowRing {
+    const uint8_t* data = nullptr;
+    int32_t rows = 1; ///< that there is room for
+    size_t pitch = 0;
+
+    const uint8_t* row(int32_t y) const noexcept { return data + static_cast<size_t>(y % rows) * pitch; }
+};
+
 class LaneRows {
 public:
-    LaneRows(BITMAPHANDLE& bitmap, const Form& form) noexcept;
+    /// Of the bitmap's own rows, or as a ring has them.
+    LaneRows(BITMAPHANDLE& bitmap, const Form& form, const RowRing* ring = nullptr) noexcept;
 
     /// Makes room for `slots` rows. SUCCESS or ERROR_NO_MEMORY.
     int open(int32_t slots) noexcept;
@@ -26,10 +36,12 @@ public:
     int is_opaque(int32_t y, bool* opaque) noexcept;
 
 private:
+    int read(int32_t y, const uint8_t** row) noexcept;
     bool see_alpha(const uint8_t* lanes) const noexcept;
 
     BITMAPHANDLE& bitmap_;
     const Form& form_;
+    const RowRing* ring_;
     RowReader reader_;
     bool direct_ = false; ///< rows are used where they stand
     int32_t slots_ = 0;

@@ -9,11 +9,12 @@
 #include "kernel/colorres/SameRange.h"
 #include "kernel/convert/ExactLookup.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/resample/MovedRows.h"
 #include "kernel/resample/RowResampler.h"
 #include "kernel/rows/RowAccess.h"
+#include "kernel/rows/RowBands.h"
 #include "kernel/system/Checks.h"
 #include "kernel/system/Progress.h"
-#include "kernel/threading/Bands.h"
 
 namespace vk {
 
@@ -36,10 +37,11 @@ public:
     RowSink& operator=(const RowSink&) = delete;
     ~RowSink() { pixel::destroy_exact_lookup(lookup_); }
 
-    int open() noexcept
+    /// For rows that this writes, or for rows that somebody else does.
+    int open(bool is_lent) noexcept
     {
         const auto width = static_cast<uint32_t>(to_.Width);
-        int result = writer_.reserve(1);
+        int result = is_lent ? V_SUCCESS : writer_.reserve(1);
         const bool is_packed = form_.lanes != Lanes::stored;
         if (result == V_SUCCESS && (!lanes_.allocate(form_.pixel_bytes() * width + kLaneSlack) ||
                                     (is_packed && !room_.allocate(uint64_t{width} * sizeof(uint32_t)))))
@@ -51,10 +53,17 @@ public:
         return lookup_ ? V_SUCCESS : V_ERROR_NO_MEMORY;
     }
 
+    /// Rows from `first` on go there, BytesPerLine apart; none of them is written.
+    void lend(int32_t first, uint8_t* rows) noexcept
+    {
+        first_ = first;
+        lent_ = rows;
+    }
+
     /// Where the lanes of row `y` are to go.
     void* place(int32_t y) const noexcept
     {
-        uint8_t* const row = writer_.place(stored(y));
+        uint8_t* const row = packed(y);
         return is_direct(row) ? row : lanes_.data();
     }
 
@@ -62,15 +71,19 @@ public:
     int write(int32_t y) noexcept
     {
         const auto width = static_cast<size_t>(to_.Width);
-        uint8_t* const row = writer_.place(stored(y));
+        uint8_t* const row = packed(y);
         if (form_.lanes != Lanes::stored)
             pack_row(form_, lanes_.data(), row, width, reinterpret_cast<uint32_t*>(room_.data()), lookup_);
         else if (!is_direct(row))
             std::memcpy(row, lanes_.data(), form_.pixel_bytes() * width);
-        return writer_.write(stored(y), 1);
+        return lent_ ? V_SUCCESS : writer_.write(stored(y), 1);
     }
 
 private:
+    uint8_t* packed(int32_t y) const noexcept
+    {
+        return lent_ ? lent_ + size_t{to_.BytesPerLine} * static_cast<uint32_t>(y - first_) : writer_.place(stored(y));
+    }
     int32_t stored(int32_t y) const noexcept { return reversed_ ? to_.Height - 1 - y : y; }
     bool is_direct(const uint8_t* row) const noexcept
     {
@@ -81,23 +94,33 @@ private:
     const Form& form_;
     RowWriter writer_;
     bool reversed_;
+    int32_t first_ = 0;
+    uint8_t* lent_ = nullptr;
     RowBuffer lanes_;
     RowBuffer room_;
     ColorLookup* lookup_ = nullptr;
 };
 
+bool is_reversed(const BITMAPHANDLE& from, const BITMAPHANDLE& to) noexcept
+{
+    return from.ViewPerspective != to.ViewPerspective;
+}
+
 /// Rows of the destination, in any order.
 class Filling {
 public:
-    Filling(BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, const Form& target) noexcept
-        : to_(to), rows_(from, source), sink_(to, target, from.ViewPerspective != to.ViewPerspective)
+    Filling(BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, const Form& target,
+            const RowRing* ring = nullptr) noexcept
+        : to_(to), rows_(from, source, ring), sink_(to, target, is_reversed(from, to))
     {}
 
-    int open(Kernel kernel) noexcept
+    int open(Kernel kernel, bool is_lent = false) noexcept
     {
         const int result = rows_.open(to_.Width, to_.Height, kernel);
-        return result == V_SUCCESS ? sink_.open() : result;
+        return result == V_SUCCESS ? sink_.open(is_lent) : result;
     }
+
+    void lend(int32_t first, uint8_t* rows) noexcept { sink_.lend(first, rows); }
 
     int row(int32_t y) noexcept
     {
@@ -136,6 +159,25 @@ int fill_in_bands(BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, cons
     return run_bands(plan_bands(to.Height, 1, threads), progress, work);
 }
 
+/// The same where the calling thread moves rows for all.
+int fill_moved(MovedRows& moved, BITMAPHANDLE& from, BITMAPHANDLE& to, const Form& source, const Form& target,
+               Kernel kernel, Progress& progress) noexcept
+{
+    const int opened = moved.open();
+    Relay& relay = moved.relay();
+    auto work = [&](Bands& bands) noexcept {
+        Filling filling(from, to, source, target, moved.ring());
+        const int result = filling.open(kernel, moved.is_written());
+        for (int64_t number = 0; result == V_SUCCESS && relay.take(bands, number);) {
+            const RowPiece piece = moved.piece(number);
+            filling.lend(piece.rows.row, piece.to);
+            relay.done(bands, number, fill_rows(filling, piece.rows, nullptr));
+        }
+        return result;
+    };
+    return opened == V_SUCCESS ? run_bands(relay.bands(), progress, work) : opened;
+}
+
 int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShare& share) noexcept
 {
     Form source;
@@ -144,10 +186,12 @@ int fill(BITMAPHANDLE& from, BITMAPHANDLE& to, Kernel kernel, const ProgressShar
         return V_ERROR_INVALID_PARAMETER;
     Progress progress(to.Height, share);
     int result = progress.begin();
-    const bool is_memory = RowReader(from).in_place() && RowWriter(to).in_place();
-    const uint32_t threads = is_memory ? workers_allowed() : 1;
-    if (result == V_SUCCESS && threads > 1) {
+    const uint32_t threads = workers_allowed();
+    MovedRows moved(from, to, kernel, is_reversed(from, to));
+    if (result == V_SUCCESS && threads > 1 && is_in_memory(from, &to)) {
         result = fill_in_bands(from, to, source, target, kernel, threads, progress);
+    } else if (result == V_SUCCESS && threads > 1 && moved.plan(threads)) {
+        result = fill_moved(moved, from, to, source, target, kernel, progress);
     } else if (result == V_SUCCESS) {
         Filling filling(from, to, source, target);
         result = filling.open(kernel);

@@ -9,8 +9,11 @@ namespace vk::resample {
 
 class RowResampler {
 public:
-    /// For an accessed bitmap that check_rows accepts and its form, which both outlive the object.
-    RowResampler(BITMAPHANDLE& source, const Form& form) noexcept : rows_(source, form) {}
+    /// For an accessed bitmap that check_rows accepts and its form, which both outlive the object, as does the ring
+    /// that has its rows, if any.
+    RowResampler(BITMAPHANDLE& source, const Form& form, const RowRing* ring = nullptr) noexcept
+        : rows_(source, form, ring)
+    {}
 
     /// To `width` x `height` pixels. SUCCESS or ERROR_NO_MEMORY.
     int open(int32_t width, int32_t height, Kernel kernel) noexcept;

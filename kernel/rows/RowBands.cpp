@@ -1,18 +1,21 @@
-// Bands that are moved lie in slots, which the calling thread fills ahead and empties in order; so there are more of
-// them than threads. A slot says itself when its band is done.
+// Bands that are moved lie in slots of a relay; those of a bitmap that is memory itself lie where they stand.
 #include "kernel/rows/RowBands.h"
 
-#include "kernel/threading/Pause.h"
+#include "kernel/threading/Relay.h"
 
 #include <algorithm>
 
 namespace vk {
 
-class RowRelay {
+class RowRelay final : public Freight {
 public:
     RowRelay(const RowPass& pass, RowWork work, void* context) noexcept
-        : pass_(pass), work_(work), context_(context), reader_(pass.source)
-    {}
+        : pass_(pass), work_(work), context_(context), reader_(pass.source), relay_(*this),
+          is_moved_(!is_in_memory(pass.source, pass.made))
+    {
+        const BandPlan& plan = pass.plan;
+        relay_.plan(plan.height / plan.rows + (plan.height % plan.rows != 0), plan.threads, plan.before);
+    }
 
     int run(Progress& progress) noexcept
     {
@@ -21,58 +24,56 @@ public:
             RowBands rows(*this, bands);
             return work_(context_, rows);
         };
-        return result == V_SUCCESS ? run_bands(pass_.plan, progress, work) : result;
+        return result == V_SUCCESS ? run_bands(is_moved_ ? relay_.bands() : pass_.plan, progress, work) : result;
     }
 
     bool take(Bands& bands, RowSet& set) noexcept
     {
         Band band{};
-        if (!bands.take(band)) {
-            if (is_moved_ && bands.is_caller())
-                write_up_to(bands, batches_);
+        int64_t number = 0;
+        if (is_moved_ ? !relay_.take(bands, number) : !bands.take(band))
             return false;
-        }
-        const int64_t number = band.row / pass_.plan.rows;
-        if (is_moved_ && !(bands.is_caller() ? bring(bands, number) : wait_for(bands, number)))
-            return false;
-        set = {from(number), to(number), pass_.first + band.row, band.rows};
+        if (!is_moved_)
+            number = band.row / pass_.plan.rows;
+        set = {from(number), to(number), first_row(number), rows_of(number)};
         return true;
     }
 
     void done(Bands& bands, const RowSet& set, int result) noexcept
     {
         const int32_t row = set.row - pass_.first;
-        if (!is_moved_ || result != V_SUCCESS)
-            return bands.done({row, set.count}, result);
-        const int64_t number = row / pass_.plan.rows;
-        slots_[number % count_].store(number + 1, std::memory_order_release);
-        if (bands.is_caller())
-            write_done(bands);
+        if (is_moved_)
+            relay_.done(bands, row / pass_.plan.rows, result);
+        else
+            bands.done({row, set.count}, result);
     }
 
-private:
-    static constexpr int64_t kMostSlots = 64;
+    int bring(int64_t number) noexcept override
+    {
+        return reader_.in_place() ? V_SUCCESS
+                                  : get_rows(pass_.source, from_.data() + slot_bytes(pass_.source, relay_.slot(number)),
+                                             first_row(number), rows_of(number));
+    }
+    int carry(int64_t number) noexcept override
+    {
+        return to_.data() ? put_rows(*pass_.made, to(number), first_row(number), rows_of(number)) : V_SUCCESS;
+    }
+    bool has_room(int64_t) const noexcept override { return true; }
+    int64_t steps(int64_t number) const noexcept override { return pass_.plan.steps * rows_of(number); }
 
+private:
     int open() noexcept
     {
-        const BandPlan& plan = pass_.plan;
-        is_moved_ = !is_in_memory(pass_.source, pass_.made);
-        batches_ = (int64_t{plan.height} + plan.rows - 1) / plan.rows;
-        count_ = plan.threads == 1 ? 1 : std::min<int64_t>(2 * int64_t{plan.threads} + 1, batches_);
-        if (count_ > kMostSlots) {
-            count_ = kMostSlots;
-            pass_.plan.threads = kMostSlots / 2;
-        }
-        int result =
-            reader_.in_place() ? V_SUCCESS : from_.allocate_for(pass_.source, slot_bytes(pass_.source, count_));
+        const auto slots = static_cast<uint64_t>(relay_.slots());
+        int result = reader_.in_place() ? V_SUCCESS : from_.allocate_for(pass_.source, slot_bytes(pass_.source, slots));
         if (result == V_SUCCESS && pass_.made && !RowWriter(*pass_.made).in_place())
-            result = to_.allocate_for(*pass_.made, slot_bytes(*pass_.made, count_));
+            result = to_.allocate_for(*pass_.made, slot_bytes(*pass_.made, slots));
         return result;
     }
 
-    uint64_t slot_bytes(const BITMAPHANDLE& bitmap, int64_t slots) const noexcept
+    uint64_t slot_bytes(const BITMAPHANDLE& bitmap, uint64_t slots) const noexcept
     {
-        return uint64_t{bitmap.BytesPerLine} * static_cast<uint32_t>(pass_.plan.rows) * static_cast<uint64_t>(slots);
+        return uint64_t{bitmap.BytesPerLine} * static_cast<uint32_t>(pass_.plan.rows) * slots;
     }
     int32_t first_row(int64_t number) const noexcept
     {
@@ -86,7 +87,7 @@ private:
     const uint8_t* from(int64_t number) noexcept
     {
         if (!reader_.in_place())
-            return from_.data() + slot_bytes(pass_.source, number % count_);
+            return from_.data() + slot_bytes(pass_.source, relay_.slot(number));
         const uint8_t* rows = nullptr;
         RowReader reader(pass_.source);
         static_cast<void>(reader.read(first_row(number), rows_of(number), &rows)); // where they stand
@@ -96,80 +97,18 @@ private:
     {
         if (!pass_.made)
             return nullptr;
-        return to_.data() ? to_.data() + slot_bytes(*pass_.made, number % count_)
+        return to_.data() ? to_.data() + slot_bytes(*pass_.made, relay_.slot(number))
                           : RowWriter(*pass_.made).place(first_row(number));
     }
 
-    /// Reads as far ahead as there is room. False when that fails.
-    bool read_ahead(Bands& bands) noexcept
-    {
-        int64_t read = read_.load(std::memory_order_relaxed);
-        for (; read < std::min(batches_, written_ + count_); ++read) {
-            const int result = reader_.in_place()
-                                   ? V_SUCCESS
-                                   : get_rows(pass_.source, from_.data() + slot_bytes(pass_.source, read % count_),
-                                              first_row(read), rows_of(read));
-            if (result != V_SUCCESS) {
-                bands.done({}, result);
-                return false;
-            }
-            read_.store(read + 1, std::memory_order_release);
-        }
-        return true;
-    }
-
-    bool is_done(int64_t number) const noexcept
-    {
-        return slots_[number % count_].load(std::memory_order_acquire) == number + 1;
-    }
-
-    /// Writes what is done and next.
-    void write_done(Bands& bands) noexcept
-    {
-        for (; written_ < batches_ && is_done(written_) && !bands.has_stopped(); ++written_) {
-            const int32_t rows = rows_of(written_);
-            const int result = to_.data() ? put_rows(*pass_.made, to(written_), first_row(written_), rows) : V_SUCCESS;
-            bands.done({first_row(written_) - pass_.first, rows}, result);
-        }
-    }
-
-    /// Writes so many bands and reads ahead meanwhile. False when the operation is to stop.
-    bool write_up_to(Bands& bands, int64_t number) noexcept
-    {
-        Pause pause;
-        for (;;) {
-            write_done(bands);
-            if (bands.has_stopped() || !read_ahead(bands))
-                return false;
-            if (written_ >= number)
-                return true;
-            pause.wait();
-        }
-    }
-
-    /// Has a band read that the calling thread has taken: as soon as there is room for it.
-    bool bring(Bands& bands, int64_t number) noexcept { return write_up_to(bands, number - count_ + 1); }
-
-    bool wait_for(const Bands& bands, int64_t number) const noexcept
-    {
-        for (Pause pause; read_.load(std::memory_order_acquire) <= number; pause.wait())
-            if (bands.has_stopped()) // others may wait for this band by now, if it has been read
-                return read_.load(std::memory_order_acquire) > number;
-        return true;
-    }
-
-    RowPass pass_;
+    const RowPass pass_;
     const RowWork work_;
     void* const context_;
     RowReader reader_;
-    bool is_moved_ = false;
-    int64_t batches_ = 0;
-    int64_t count_ = 1;                           ///< slots
-    RowBuffer from_;                              ///< of rows that are read
-    RowBuffer to_;                                ///< of rows that will be written
-    std::atomic<int64_t> read_{0};                ///< bands read
-    int64_t written_ = 0;                         ///< bands written, by the calling thread
-    std::atomic<int64_t> slots_[kMostSlots] = {}; ///< one more than the number of the band that was done there last
+    Relay relay_;
+    const bool is_moved_;
+    RowBuffer from_; ///< of rows that are read
+    RowBuffer to_;   ///< of rows that will be written
 };
 
 bool RowBands::take(RowSet& set) noexcept

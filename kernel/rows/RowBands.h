@@ -1,12 +1,10 @@
 // Rows of a whole bitmap, or from one bitmap to another, worked on by the threads that an operation has. Rows in memory
-// are used where they stand. Others are moved by the calling thread alone, a band at a time, and written in order:
-// storage that keeps a position, and callbacks, see the same as if there were one thread.
+// are used where they stand. Others are moved by the calling thread alone (threading/Relay.h), a band at a time.
 #pragma once
 
 #include "kernel/rows/RowAccess.h"
 #include "kernel/threading/Bands.h"
 
-#include <atomic>
 #include <cstdint>
 
 namespace vk {

@@ -7,12 +7,13 @@
 
 namespace vk::sampling {
 
-Loader::Loader(BITMAPHANDLE& bitmap, const Cells* cells) noexcept : bitmap_(bitmap), cells_(cells), reader_(bitmap) {}
-
-int Loader::whole(Pixels& pixels) noexcept
+Loader::Loader(BITMAPHANDLE& bitmap, const Cells* cells) noexcept : bitmap_(bitmap), cells_(cells)
 {
-    pixels = {nullptr, bitmap_.BytesPerLine, {0, 0, bitmap_.Width, bitmap_.Height}, 0};
-    return reader_.read(0, 1, &pixels.data);
+    RowReader reader(bitmap);
+    is_memory_ = reader.in_place();
+    memory_ = {nullptr, bitmap.BytesPerLine, {0, 0, bitmap.Width, bitmap.Height}, 0};
+    if (is_memory_)
+        static_cast<void>(reader.read(0, 1, &memory_.data)); // where it stands
 }
 
 size_t Loader::row_bytes(int64_t pixels) const noexcept
@@ -24,14 +25,12 @@ int Loader::load_row(const Box& box, int32_t row, uint8_t* to) noexcept
 {
     const int32_t bits = bitmap_.BitsPerPixel;
     const auto bytes = static_cast<size_t>(packed_bytes(static_cast<uint64_t>(box.width()), bits));
-    const auto offset = static_cast<size_t>(packed_bytes(static_cast<uint64_t>(box.left), bits));
     const bool is_cells = cells_ && !cells_->is_direct();
     const uint8_t* packed = nullptr;
-    if (is_memory()) {
-        const int result = reader_.read(row, 1, &packed);
-        if (result != V_SUCCESS)
-            return result;
-        packed += offset;
+    if (is_memory_) {
+        const auto aside = static_cast<uint64_t>(box.left - memory_.held.left);
+        packed = memory_.data + static_cast<size_t>(row - memory_.held.top) * memory_.stride +
+                 static_cast<size_t>(packed_bytes(aside, bits));
     } else {
         if (is_cells && !packed_.data() && !packed_.allocate(bitmap_.BytesPerLine))
             return V_ERROR_NO_MEMORY;

@@ -29,13 +29,22 @@ public:
     /// Bits of what is told.
     int32_t bits() const noexcept { return cells_ ? 8 * cells_->kind().size : bitmap_.BitsPerPixel; }
 
-    /// The bitmap is memory.
-    bool is_memory() const noexcept { return reader_.in_place(); }
-    /// And its pixels are what is told.
-    bool is_direct() const noexcept { return is_memory() && (!cells_ || cells_->is_direct()); }
+    /// Reads from there what somebody else has read: packed pixels, and no others.
+    void lend(const Pixels& pixels) noexcept
+    {
+        is_memory_ = true;
+        memory_ = pixels;
+    }
 
-    /// The whole bitmap, where it is direct. SUCCESS or a code.
-    int whole(Pixels& pixels) noexcept;
+    /// The pixels are in memory.
+    bool is_memory() const noexcept { return is_memory_; }
+    /// And they are what is told.
+    bool is_direct() const noexcept { return is_memory_ && (!cells_ || cells_->is_direct()); }
+
+    /// Those in memory, as they stand there.
+    const Pixels& memory() const noexcept { return memory_; }
+    /// Those that can be read.
+    const Box& readable() const noexcept { return memory_.held; }
 
     /// Bytes of a row of so many pixels.
     size_t row_bytes(int64_t pixels) const noexcept;
@@ -49,7 +58,8 @@ private:
 
     BITMAPHANDLE& bitmap_;
     const Cells* cells_;
-    RowReader reader_;
+    bool is_memory_ = false;
+    Pixels memory_;
     RowBuffer packed_; ///< a row on its way to become cells
 };
 

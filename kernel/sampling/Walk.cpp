@@ -1,41 +1,21 @@
 #include "kernel/sampling/Walk.h"
 
-#include "kernel/format/RowMath.h"
-#include "kernel/rows/RowCol.h"
 #include "simd/Hints.h"
 
 #include <algorithm>
 #include <atomic>
-#include <cmath>
 
 namespace vk::sampling {
 
 namespace {
 
-/// Source pixels that are held at a time: of storage that is no memory, and of memory whose pixels must become cells,
-/// which then stay in the cache.
-constexpr uint64_t kHeldBytes = 32u << 20;
+/// Held of memory whose pixels must become cells, which then stay in the cache.
 constexpr uint64_t kCellBytes = 1u << 20;
-/// Canvas pixels on their way to storage.
-constexpr uint64_t kCanvasBytes = 16u << 20;
-/// Rows that are painted column block by column block: near ones see the same source rows.
-constexpr int32_t kBandRows = 64;
 
 /// Rows before they are painted that a stretch of one is asked for.
 constexpr int32_t kRowsAhead = 6;
 
 std::atomic<uint64_t> g_held{0};
-
-uint64_t held_limit(uint64_t usual) noexcept
-{
-    const uint64_t limit = g_held.load(std::memory_order_relaxed);
-    return limit ? std::min(limit, usual) : usual;
-}
-
-size_t bytes_of(int64_t pixels, int32_t bits) noexcept
-{
-    return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(pixels), bits));
-}
 
 /// Brings the lines of a row that will be written: pieces of rows are too short for a processor to foresee.
 void fetch_for_writing(const uint8_t* at, size_t bytes) noexcept
@@ -45,109 +25,97 @@ void fetch_for_writing(const uint8_t* at, size_t bytes) noexcept
         simd::fetch_to_write(reinterpret_cast<uintptr_t>(at));
 }
 
+/// Where pixels are painted: memory that stands for a box of the canvas.
+struct Target {
+    uint8_t* data = nullptr;
+    size_t stride = 0;
+    Box box;
+};
+
 class Walk {
 public:
     /// Without progress where somebody else reports it.
     Walk(const Painting& painting, Painter& painter, Progress* progress) noexcept
-        : from_(painting.source), made_(painting.made), mapping_(painting.mapping), painter_(painter),
-          progress_(progress), loader_(painting.source, painting.cells), fetcher_(loader_), writer_(painting.made)
+        : from_(painting.source), made_(painting.made), painter_(painter), progress_(progress),
+          loader_(painting.source, painting.cells), fetcher_(loader_), writer_(painting.made),
+          boxes_(loader_, painting.mapping, painter.margin(), painting.made.BitsPerPixel)
     {
         source_.extent = {from_.Width, from_.Height};
+        target_ = {writer_.place(0), made_.BytesPerLine, {0, 0, made_.Width, made_.Height}};
     }
 
-    /// Paints rows, once it is open.
-    int paint_rows_of(const Band& band) noexcept { return walk({0, band.row, made_.Width, band.row + band.rows}); }
-
+    /// For the whole bitmap, whose pixels this moves where they are no memory.
     int open() noexcept
     {
-        const auto all = [](uint64_t bytes, int64_t rows, uint64_t limit) noexcept {
-            return std::min(bytes * static_cast<uint64_t>(rows), limit);
-        };
         if (!writer_.in_place()) {
             canvas_bytes_ = all(made_.BytesPerLine, made_.Height, kCanvasBytes);
             if (!canvas_.allocate(canvas_bytes_))
                 return V_ERROR_NO_MEMORY;
         }
-        if (loader_.is_direct())
-            return loader_.whole(source_.pixels);
-        held_bytes_ = all(loader_.row_bytes(loader_.width()), loader_.height(),
-                          held_limit(loader_.is_memory() ? kCellBytes : kHeldBytes));
-        return held_.allocate_for(from_, held_bytes_ + kSlack);
+        return open_source();
+    }
+
+    /// For pieces, which have the source's pixels with them where these are no memory.
+    int open_for_pieces(bool is_read) noexcept
+    {
+        is_lent_ = is_read;
+        if (is_lent_)
+            loader_.lend({});
+        return open_source();
+    }
+
+    int paint_rows_of(const Band& band) noexcept { return walk({0, band.row, made_.Width, band.row + band.rows}); }
+
+    int paint_piece(const Piece& piece) noexcept
+    {
+        if (is_lent_)
+            loader_.lend(piece.window);
+        source_.pixels = loader_.memory();
+        if (piece.canvas)
+            target_ = {piece.canvas, bytes_of(piece.box.width(), bits()), piece.box};
+        return walk(piece.box);
     }
 
 private:
     int32_t bits() const noexcept { return made_.BitsPerPixel; }
 
-    /// The source pixels that a box of the canvas looks at.
-    Box looked_at(const Box& box) const noexcept
+    static uint64_t all(uint64_t bytes, int64_t rows, uint64_t limit) noexcept
     {
-        const Seen seen = mapping_.seen(box);
-        if (!(seen.left <= seen.right && seen.top <= seen.bottom))
-            return {};
-        // A position is never off by as much as a pixel.
-        const int32_t margin = painter_.margin() + 1;
-        const auto within = [](double value, int32_t limit) noexcept {
-            return static_cast<int32_t>(std::clamp(value, 0.0, double{1} * limit));
-        };
-        return {within(std::floor(seen.left) - margin, loader_.width()) / kAligned * kAligned,
-                within(std::floor(seen.top) - margin, loader_.height()),
-                within(std::ceil(seen.right) + margin, loader_.width()),
-                within(std::ceil(seen.bottom) + margin, loader_.height())};
+        return std::min(bytes * static_cast<uint64_t>(rows), limit);
     }
 
-    uint64_t held_bytes(const Box& looked) const noexcept
+    int open_source() noexcept
     {
-        return looked.empty() ? 0 : static_cast<uint64_t>(looked.height()) * loader_.row_bytes(looked.width());
+        source_.pixels = loader_.memory();
+        if (loader_.is_direct())
+            return V_SUCCESS;
+        held_bytes_ = all(loader_.row_bytes(loader_.width()), loader_.height(),
+                          held_limit(loader_.is_memory() ? kCellBytes : kHeldBytes));
+        return held_.allocate_for(from_, held_bytes_ + kSlack);
     }
 
-    bool fits(const Box& box, const Box& looked) const noexcept
+    CutLimits limits() const noexcept
     {
-        const uint64_t canvas = static_cast<uint64_t>(box.height()) * bytes_of(box.width(), bits());
-        return (writer_.in_place() || canvas <= canvas_bytes_) &&
-               (loader_.is_direct() || held_bytes(looked) <= held_bytes_);
-    }
-
-    /// What reading costs: rows are stored as a whole, so a part of one costs more than its bytes.
-    uint64_t cost(const Box& box) const noexcept
-    {
-        const Box looked = looked_at(box);
-        return looked.empty() ? 0
-                              : static_cast<uint64_t>(looked.height()) *
-                                    (loader_.row_bytes(looked.width()) + loader_.row_bytes(loader_.width()) / 4);
-    }
-
-    /// Halves a box the cheaper way. False when it is too small for that.
-    bool halve(const Box& box, Box& first, Box& second) const noexcept
-    {
-        const int64_t unit = box.width() > kLongest ? kLongest : kAligned;
-        const auto middle = static_cast<int32_t>((box.left + box.width() / 2) / unit * unit > box.left
-                                                     ? (box.left + box.width() / 2) / unit * unit
-                                                     : box.left + unit);
-        const bool can_column = middle < box.right && box.width() > unit;
-        const bool can_row = box.height() > 1;
-        const int32_t row = box.top + static_cast<int32_t>(box.height() / 2);
-        const Box by_row[2] = {{box.left, box.top, box.right, row}, {box.left, row, box.right, box.bottom}};
-        const Box by_column[2] = {{box.left, box.top, middle, box.bottom}, {middle, box.top, box.right, box.bottom}};
-        if (!can_column && !can_row)
-            return false;
-        const bool is_row =
-            can_row && (!can_column || cost(by_row[0]) + cost(by_row[1]) <= cost(by_column[0]) + cost(by_column[1]));
-        first = is_row ? by_row[0] : by_column[0];
-        second = is_row ? by_row[1] : by_column[1];
-        return true;
+        return {canvas_.data() ? canvas_bytes_ : kUnlimited, loader_.is_direct() ? kUnlimited : held_bytes_};
     }
 
     int walk(const Box& box) noexcept
     {
-        const Box looked = loader_.is_direct() ? Box{} : looked_at(box);
-        if (fits(box, looked))
-            return paint(box, looked);
-        Box first;
-        Box second;
-        if (!halve(box, first, second))
-            return held_bytes(looked) <= held_limit(kHeldBytes) ? paint_wide(box, looked) : paint_fetched(box);
-        const int result = walk(first);
-        return result == V_SUCCESS ? walk(second) : result;
+        boxes_.begin(box);
+        int result = V_SUCCESS;
+        for (Cut cut; result == V_SUCCESS && boxes_.next(limits(), cut);)
+            result = paint_cut(cut);
+        return result;
+    }
+
+    int paint_cut(const Cut& cut) noexcept
+    {
+        if (canvas_.data())
+            target_ = {canvas_.data(), bytes_of(cut.box.width(), bits()), cut.box};
+        if (cut.fits)
+            return paint(cut.box, cut.looked);
+        const bool is_wide = boxes_.held_bytes(cut.looked) <= held_limit(kHeldBytes);
+        return is_wide ? paint_wide(cut.box, cut.looked) : paint_fetched(cut.box, cut.looked);
     }
 
     int paint(const Box& box, const Box& looked) noexcept
@@ -164,18 +132,18 @@ private:
     /// A few pixels of the canvas see more of the source than is usually held.
     int paint_wide(const Box& box, const Box& looked) noexcept
     {
-        held_bytes_ = held_bytes(looked);
+        held_bytes_ = boxes_.held_bytes(looked);
         return held_.allocate(held_bytes_ + kSlack) ? paint(box, looked) : V_ERROR_NO_MEMORY;
     }
 
     /// Even a few pixels of the canvas see too much of the source.
-    int paint_fetched(const Box& box) noexcept
+    int paint_fetched(const Box& box, const Box& looked) noexcept
     {
         const int result = fetcher_.open();
         if (result != V_SUCCESS)
             return result;
         Parts parts(loader_);
-        parts.open(looked_at(box), held_.data(), held_bytes_);
+        parts.open(looked, held_.data(), held_bytes_);
         source_.pixels = {};
         source_.fetcher = &fetcher_;
         source_.parts = &parts;
@@ -188,56 +156,46 @@ private:
 
     int paint_rows(const Box& box) noexcept
     {
-        const size_t stride = writer_.in_place() ? made_.BytesPerLine : bytes_of(box.width(), bits());
-        uint8_t* out = writer_.in_place() ? writer_.place(box.top) + bytes_of(box.left, bits()) : canvas_.data();
+        uint8_t* out = target_.data + static_cast<size_t>(box.top - target_.box.top) * target_.stride +
+                       bytes_of(box.left - target_.box.left, bits());
         int result = V_SUCCESS;
         for (int32_t top = box.top; top < box.bottom && result == V_SUCCESS;) {
             const int32_t reported = progress_ ? reported_rows(made_.Height) : kBandRows;
             const int32_t rows = std::min({kBandRows, reported, box.bottom - top});
-            paint_band({box.left, top, box.right, top + rows}, out, stride);
-            out += stride * static_cast<uint32_t>(rows);
+            paint_band({box.left, top, box.right, top + rows}, out);
+            out += target_.stride * static_cast<uint32_t>(rows);
             top += rows;
             done_ += rows * box.width();
             result = progress_ ? progress_->update(done_) : V_SUCCESS;
         }
-        return result == V_SUCCESS ? store(box) : result;
+        return result == V_SUCCESS && canvas_.data() ? put_box(made_, box, canvas_.data()) : result;
     }
 
-    void paint_band(const Box& band, uint8_t* out, size_t stride) noexcept
+    void paint_band(const Box& band, uint8_t* out) noexcept
     {
         for (int32_t left = band.left, right = left; left < band.right; left = right) {
             right = left / kLongest * kLongest + std::min(kLongest, band.right - left / kLongest * kLongest);
             uint8_t* place = out + bytes_of(left - band.left, bits());
             const size_t bytes = bytes_of(right - left, bits());
-            for (int32_t row = band.top; row < band.bottom; ++row, place += stride) {
+            for (int32_t row = band.top; row < band.bottom; ++row, place += target_.stride) {
                 if (row + kRowsAhead < band.bottom)
-                    fetch_for_writing(place + kRowsAhead * stride, bytes);
+                    fetch_for_writing(place + kRowsAhead * target_.stride, bytes);
                 painter_.paint(source_, row, left, right, place);
             }
         }
     }
 
-    int store(const Box& box) noexcept
-    {
-        if (writer_.in_place())
-            return V_SUCCESS;
-        const size_t bytes = bytes_of(box.width(), bits());
-        int result = V_SUCCESS;
-        const uint8_t* from = canvas_.data();
-        for (int32_t row = box.top; row < box.bottom && result == V_SUCCESS; ++row, from += bytes)
-            result = code_of(put_row_col(made_, from, row, box.left, bytes));
-        return result;
-    }
-
     BITMAPHANDLE& from_;
     BITMAPHANDLE& made_;
-    const Mapping& mapping_;
     Painter& painter_;
     Progress* progress_;
     Loader loader_;
     Fetcher fetcher_;
     RowWriter writer_;
-    RowBuffer canvas_;
+    Boxes boxes_;
+    bool is_lent_ = false; ///< source pixels are, piece by piece
+    Target target_;
+    RowBuffer canvas_; ///< of pixels that this writes to storage
     RowBuffer held_;
     uint64_t canvas_bytes_ = 0;
     uint64_t held_bytes_ = 0;
@@ -268,13 +226,27 @@ int paint_bands(const Painting& painting, Painter& painter, Bands& bands) noexce
     return result;
 }
 
-BandPlan plan_canvas(const Painting& painting) noexcept
+int paint_pieces(const Painting& painting, Painter& painter, MovedBoxes& moved, Bands& bands) noexcept
 {
-    const BITMAPHANDLE& made = painting.made;
-    const bool is_memory = RowReader(painting.source).in_place() && RowWriter(painting.made).in_place();
-    BandPlan plan = plan_bands(made.Height, 1, is_memory ? workers_allowed() : 1);
+    Walk walk(painting, painter, nullptr);
+    Relay& relay = moved.relay();
+    const int result = walk.open_for_pieces(moved.is_read());
+    for (int64_t number = 0; result == V_SUCCESS && relay.take(bands, number);)
+        relay.done(bands, number, walk.paint_piece(moved.piece(number)));
+    return result;
+}
+
+BandPlan plan_canvas(const BITMAPHANDLE& made) noexcept
+{
+    BandPlan plan = plan_bands(made.Height, 1, workers_allowed());
     plan.steps = made.Width;
     return plan;
+}
+
+uint64_t held_limit(uint64_t usual) noexcept
+{
+    const uint64_t limit = g_held.load(std::memory_order_relaxed);
+    return limit ? std::min(limit, usual) : usual;
 }
 
 void limit_held(uint64_t bytes) noexcept

@@ -26,7 +26,7 @@ std::atomic<uint64_t> g_bands_of_workers{0};
 class BandJob {
 public:
     BandJob(const BandPlan& plan, BandWork work, void* context) noexcept
-        : plan_(plan), work_(work), context_(context), settings_(state_to_hand_over())
+        : plan_(plan), work_(work), context_(context), settings_(state_to_hand_over()), done_(plan.before)
     {
         settings_.status_callback = nullptr;
         settings_.workers = 1;
@@ -57,11 +57,10 @@ public:
         return true;
     }
 
+    int64_t steps_of(const Band& band) const noexcept { return plan_.steps * band.rows; }
+
     /// Returns the steps of progress that are done by now.
-    int64_t done(const Band& band) noexcept
-    {
-        return steps(done_.fetch_add(band.rows, std::memory_order_relaxed) + band.rows);
-    }
+    int64_t done(int64_t steps) noexcept { return done_.fetch_add(steps, std::memory_order_relaxed) + steps; }
 
     bool has_stopped() const noexcept { return result_.load(std::memory_order_acquire) != V_SUCCESS; }
 
@@ -72,8 +71,6 @@ public:
     }
 
 private:
-    int64_t steps(int64_t rows) const noexcept { return plan_.before + plan_.steps * rows; }
-
     static BandJob* make(const BandPlan& plan, BandWork work, void* context) noexcept
     {
         void* const block = platform::heap_alloc(sizeof(BandJob));
@@ -108,7 +105,7 @@ private:
             if (platform::event_wait(left_, kForever) != Waited::signalled)
                 platform::sleep_for(1);
         const int result = result_.load(std::memory_order_relaxed);
-        return result == V_SUCCESS ? progress.update(steps(plan_.height)) : result;
+        return result == V_SUCCESS ? progress.update(done(0)) : result;
     }
 
     void work_as_guest() noexcept
@@ -146,7 +143,7 @@ private:
     ThreadState settings_; ///< of workers
     void* left_ = nullptr; ///< event: the last of those inside has left
     std::atomic<int64_t> next_{0};
-    std::atomic<int64_t> done_{0};
+    std::atomic<int64_t> done_; ///< steps of progress
     std::atomic<int> result_{V_SUCCESS};
     std::atomic<uint32_t> inside_{0}; ///< workers that have begun and not ended
     std::atomic<uint32_t> owners_{1};
@@ -169,10 +166,15 @@ bool Bands::has_stopped() const noexcept
 
 void Bands::done(const Band& band, int result) noexcept
 {
+    done_steps(job_.steps_of(band), result);
+}
+
+void Bands::done_steps(int64_t steps, int result) noexcept
+{
     if (result == V_SUCCESS) {
-        const int64_t steps = job_.done(band);
+        const int64_t all = job_.done(steps);
         if (progress_)
-            result = progress_->update(steps);
+            result = progress_->update(all);
     }
     if (result != V_SUCCESS)
         job_.fail(result);

@@ -30,6 +30,9 @@ public:
     /// Says what became of a band that was taken.
     void done(const Band& band, int result) noexcept;
 
+    /// The same of a part that makes so many steps of progress, where bands are cut up or put together otherwise.
+    void done_steps(int64_t steps, int result) noexcept;
+
     /// The operation has failed, or its callback has refused.
     bool has_stopped() const noexcept;
 

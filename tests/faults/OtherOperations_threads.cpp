@@ -1,10 +1,13 @@
 // Threads, modules, and the settings of threads and of the process.
 #include "tests/faults/OtherOperations.h"
 
+#include "Vkbitmap.h"
 #include "Vkcolorres.h"
 #include "Vkdither.h"
 #include "Vkloader.h"
 #include "Vkmodule.h"
+#include "Vkresample.h"
+#include "Vkrotate.h"
 #include "Vkthreading.h"
 #include "platform/fault/fault.h"
 
@@ -79,6 +82,35 @@ intptr_t batch()
     EXPECT_TRUE(V_CancelWorkItems(items) == V_SUCCESS && V_WorkItemsAreCanceled(items) == 1);
     EXPECT_TRUE(V_WorkItemsAreThreaded(items) >= 0 && V_GetWorkItemsLock(items));
     V_DestroyWorkItems(items);
+    return code;
+}
+
+int dither(BITMAPHANDLE* bitmap)
+{
+    return V_ColorResBitmap(bitmap, bitmap, sizeof *bitmap, 4, 0, nullptr, nullptr, 0);
+}
+int shrink(BITMAPHANDLE* bitmap)
+{
+    return V_ResampleBitmap(bitmap, 200, 10);
+}
+int turn(BITMAPHANDLE* bitmap)
+{
+    return V_RotateBitmap(bitmap, 500, ROTATEFLAG_BICUBIC, 0);
+}
+
+/// An operation by three threads on rows that one of them moves. Whoever gets no memory leaves the work to the others.
+template <auto change> intptr_t workers()
+{
+    BITMAPHANDLE bitmap{};
+    int code = V_CreateBitmap(&bitmap, BITMAPHANDLE_SIZE, TYPE_DISK, 1030, 24, 24, COLORORDER_BGR, nullptr, TOP_LEFT,
+                              nullptr, 0);
+    if (code != V_SUCCESS)
+        return code;
+    V_SetWorkers(3);
+    code = change(&bitmap);
+    V_SetWorkers(1);
+    V_Shutdown(); // so that they have ended
+    V_FreeBitmap(&bitmap);
     return code;
 }
 
@@ -215,6 +247,9 @@ const OtherFamily thread_scenarios = {
      batch},
     {"V_QueueUserWorkItem, V_Shutdown", queue<0>},
     {"V_QueueUserWorkItem (a new thread)", queue<VKPOOL_NEWTHREAD>},
+    {"V_SetWorkers (V_ColorResBitmap)", workers<dither>},
+    {"V_SetWorkers (V_ResampleBitmap)", workers<shrink>},
+    {"V_SetWorkers (V_RotateBitmap)", workers<turn>},
     {"V_VellThreadCreateAndRun", own_thread},
     {"V_LoadDll, V_CopyDll, V_GetDllFunction, V_UnloadDll", module<V_LoadDll, &kModule>},
     {"V_LoadDllA", module<V_LoadDllA, &kNarrowModule>},

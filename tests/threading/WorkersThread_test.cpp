@@ -1,7 +1,8 @@
 // Operations on several threads: the same bits for every number of them, progress on the calling thread alone, and no
 // standstill, whoever asks for workers.
+#include "kernel/sampling/Walk.h"
 #include "kernel/system/ThreadState.h"
-#include "kernel/threading/Bands.h"
+#include "kernel/threading/Relay.h"
 #include "tests/support/TestBitmap.h"
 #include "tests/threading/ThreadingSupport.h"
 
@@ -83,6 +84,25 @@ template <uint32_t kFlags> int shear(BITMAPHANDLE& bitmap)
 {
     return V_ShearBitmap(&bitmap, 1700, kFlags, 0);
 }
+/// Into tiles that are there, from the last row up.
+int pour(BITMAPHANDLE& bitmap)
+{
+    BITMAPHANDLE made{};
+    EXPECT_EQ(V_SUCCESS, V_CreateBitmap(&made, sizeof made, TYPE_TILED, 500, 90, bitmap.BitsPerPixel, bitmap.Order,
+                                        nullptr, BOTTOM_LEFT, nullptr, 0));
+    const int result = V_IntBicubicResampleBitmap(&bitmap, &made);
+    V_FreeBitmap(&bitmap);
+    bitmap = made;
+    return result;
+}
+/// From memory to storage that is none.
+template <int (*kRun)(BITMAPHANDLE&)> int to_disk(BITMAPHANDLE& bitmap)
+{
+    V_SetDefaultMemoryType(TYPE_DISK);
+    const int result = kRun(bitmap);
+    V_SetDefaultMemoryType(TYPE_CONV);
+    return result;
+}
 
 constexpr uint32_t kNearest = COLORRES_NODITHER;
 constexpr uint32_t kMade = COLORRES_PALETTE_OPTIMIZED;
@@ -93,11 +113,10 @@ struct Case {
     std::vector<int32_t> bits;
     std::vector<uint32_t> memory = {TYPE_CONV};
 };
-/// What the calling thread does alone.
-bool is_alone(const Case& entry, uint32_t memory)
+/// What the calling thread does alone: it copies rows, which takes as long as memory does.
+bool is_alone(const Case& entry)
 {
-    const bool is_placed = entry.run == shrink || std::strncmp(entry.name, "rotate", 6) == 0;
-    return entry.run == shear<0> || (memory != TYPE_CONV && is_placed);
+    return entry.run == shear<0>;
 }
 #if defined(VKKRNX_TEST_SANITIZED)
 const std::vector<uint32_t> kMemories = {TYPE_CONV, TYPE_TILED};
@@ -127,15 +146,18 @@ const Case kCases[] = {
     {"ordered to 1", dither<DITHER_ORDERED, 1>, {16}},
     {"clustered, made palette", dither<DITHER_CLUSTERED, 8, kMade, 200>, {24}},
     {"dither part", dither_part, {24}},
-    {"shrink", shrink, {8, 24, 32}, {TYPE_CONV, TYPE_DISK}},
-    {"enlarge", enlarge, {16, 24, 32, 48}},
-    {"rotate", rotate<0>, {1, 8, 24}, {TYPE_CONV, TYPE_DISK}},
-    {"rotate, linear", rotate<ROTATEFLAG_RESAMPLE>, {1, 8, 24}, {TYPE_CONV, TYPE_DISK}},
+    {"shrink", shrink, {8, 24, 32}, kMemories},
+    {"enlarge", enlarge, {16, 24, 32, 48}, {TYPE_CONV, TYPE_TILED}},
+    {"pour", pour, {16, 24}, {TYPE_CONV, TYPE_DISK}},
+    {"rotate", rotate<0>, {1, 8, 24}, kMemories},
+    {"rotate, linear", rotate<ROTATEFLAG_RESAMPLE>, {1, 8, 24}, kMemories},
+    {"rotate, linear, to disk", to_disk<rotate<ROTATEFLAG_RESAMPLE>>, {8, 24}},
     {"rotate, cubic", rotate<ROTATEFLAG_BICUBIC>, {8, 24, 32}},
-    {"warp", warp<WARP_NEAREST>, {1, 24}},
-    {"warp, linear", warp<WARP_LINEAR>, {8, 24}},
-    {"warp, cubic means", warp<WARP_CUBIC | WARP_AREA>, {32}},
-    {"bend", bend, {24}},
+    {"warp", warp<WARP_NEAREST>, {1, 24}, {TYPE_CONV, TYPE_TILED}},
+    {"warp, linear", warp<WARP_LINEAR>, {8, 24}, kMemories},
+    {"warp, cubic means", warp<WARP_CUBIC | WARP_AREA>, {32}, {TYPE_CONV, TYPE_DISK}},
+    {"bend", bend, {24}, {TYPE_CONV, TYPE_TILED}},
+    {"bend, to disk", to_disk<bend>, {24}, {TYPE_CONV, TYPE_SUPERCOMPRESSED}},
     {"shear", shear<0>, {24}},
     {"shear, linear", shear<SHEAR_LINEAR>, {8, 24}},
 };
@@ -145,6 +167,15 @@ class WorkersThread : public testing::LeavesNothing {};
 
 /// The same where one thread at a time will do: too much for a tool that watches threads.
 class WorkersOf : public WorkersThread {};
+
+/// Has little of a source that is no memory held at a time, so that small pictures are moved in many boxes.
+class HeldLittle {
+public:
+    HeldLittle() { sampling::limit_held(60000); }
+    ~HeldLittle() { sampling::limit_held(0); }
+    HeldLittle(const HeldLittle&) = delete;
+    HeldLittle& operator=(const HeldLittle&) = delete;
+};
 
 /// Every operation on every storage; workers have a part in each for certain.
 TEST_F(WorkersOf, OperationsDoNotChangeTheBits)
@@ -164,9 +195,10 @@ TEST_F(WorkersOf, OperationsDoNotChangeTheBits)
                     ASSERT_EQ(V_SUCCESS, entry.run(*together));
                     EXPECT_TRUE(expected == together.pixels()) << count;
                 };
-                for (const int32_t count : {3, 10000})
-                    run(count);
-                if (!is_alone(entry, memory)) {
+                run(10000);
+                const HeldLittle limit;
+                run(3);
+                if (!is_alone(entry)) {
                     const uint64_t before = bands_of_workers();
                     EXPECT_TRUE(testing::comes_true([&] { return run(2), bands_of_workers() != before; }));
                 }
@@ -273,22 +305,42 @@ TEST_F(WorkersThread, WorkForManyThreadsAtOnce)
     EXPECT_EQ(0, wrong);
 }
 
+/// Several items at once, each with workers: also rows that wait for each other, and for the thread that moves them.
 TEST_F(WorkersThread, WorkInsideItemsOfABatch)
 {
-    constexpr uint32_t kItems = 24;
-    std::atomic<int> wrong{0};
+    struct Item {
+        int (*run)(BITMAPHANDLE& bitmap);
+        uint32_t memory;
+        testing::Bytes expected = {};
+        std::atomic<int> right{0};
+    };
+    Item all[] = {{shrink, TYPE_CONV},
+                  {shrink, TYPE_DISK},
+                  {rotate<ROTATEFLAG_RESAMPLE>, TYPE_TILED},
+                  {dither<DITHER_FLOYD_STEINBERG, 8>, TYPE_CONV},
+                  {dither<DITHER_FLOYD_STEINBERG, 4>, TYPE_DISK},
+                  {dither<DITHER_STUCKI, 4>, TYPE_TILED}};
+    for (Item& item : all) {
+        Picture alone(24, item.memory, kWide);
+        ASSERT_EQ(V_SUCCESS, item.run(*alone));
+        item.expected = alone.pixels();
+    }
     const auto work = [](VKWorkItems*, void* user) {
+        auto& item = *static_cast<Item*>(user);
         const Workers workers(4);
-        Picture picture(24);
-        *static_cast<std::atomic<int>*>(user) += shrink(*picture) != V_SUCCESS;
+        Picture picture(24, item.memory, kWide);
+        item.right += item.run(*picture) == V_SUCCESS && picture.pixels() == item.expected;
         return V_SUCCESS;
     };
+    constexpr int kTimes = 4;
     VKWorkItems items;
-    ASSERT_EQ(1, items.Create(kItems, 0, 0));
-    for (uint32_t i = 0; i < kItems; ++i)
-        ASSERT_EQ(1, items.QueueItem(work, &wrong));
+    ASSERT_EQ(1, items.Create(kTimes * static_cast<uint32_t>(std::size(all)), 0, 0));
+    for (int i = 0; i < kTimes; ++i)
+        for (Item& item : all)
+            ASSERT_EQ(1, items.QueueItem(work, &item));
     items.Wait();
-    EXPECT_EQ(0, wrong);
+    for (const Item& item : all)
+        EXPECT_EQ(kTimes, item.right) << &item - all;
 }
 
 TEST_F(WorkersThread, AreASettingOfTheThread)
@@ -322,6 +374,68 @@ TEST_F(WorkersThread, StopAtTheFirstFailure)
         for (const auto& count : rows)
             EXPECT_TRUE(count == 1 || (bad >= 0 && count == 0));
     }
+}
+
+/// Pieces that note how they are moved, and fail where they are told to.
+struct Noted final : Freight {
+    int64_t bad_bring = -1, bad_carry = -1;
+    int64_t brought = 0, carried = 0;
+    bool is_right = true;
+    std::thread::id thread = std::this_thread::get_id();
+
+    void note(int64_t piece, int64_t& count)
+    {
+        is_right &= thread == std::this_thread::get_id() && piece == count;
+        ++count;
+    }
+    int bring(int64_t piece) noexcept override
+    {
+        note(piece, brought);
+        return piece == bad_bring ? V_ERROR_FILE_READ : V_SUCCESS;
+    }
+    int carry(int64_t piece) noexcept override
+    {
+        note(piece, carried);
+        return piece == bad_carry ? V_ERROR_FILE_WRITE : V_SUCCESS;
+    }
+    bool has_room(int64_t gone) const noexcept override { return brought - gone < 3; }
+    int64_t steps(int64_t) const noexcept override { return 2; }
+};
+
+/// The calling thread alone moves them, in order, and nobody waits for one that does not come.
+TEST_F(WorkersThread, HavePiecesMovedInOrder)
+{
+    constexpr int64_t kPieces = 150;
+    const struct {
+        int64_t bad_bring, bad_work, bad_carry;
+        int result;
+    } rows[] = {{-1, -1, -1, V_SUCCESS},          {0, -1, -1, V_ERROR_FILE_READ}, {70, -1, -1, V_ERROR_FILE_READ},
+                {-1, 70, -1, V_ERROR_NO_MEMORY},  {-1, 0, -1, V_ERROR_NO_MEMORY}, {-1, -1, 0, V_ERROR_FILE_WRITE},
+                {-1, -1, 149, V_ERROR_FILE_WRITE}};
+    for (const auto& row : rows)
+        for (const uint32_t threads : {1u, 2u, 4u, 200u}) {
+            SCOPED_TRACE(testing::say(row.bad_bring, row.bad_work, row.bad_carry, threads));
+            Noted freight;
+            freight.bad_bring = row.bad_bring;
+            freight.bad_carry = row.bad_carry;
+            Relay relay(freight);
+            relay.plan(kPieces, threads);
+            Progress progress(2 * kPieces);
+            std::vector<std::atomic<int>> done(kPieces);
+            auto work = [&](Bands& bands) noexcept {
+                for (int64_t piece = 0; relay.take(bands, piece);) {
+                    ++done[static_cast<size_t>(piece)];
+                    relay.done(bands, piece, piece == row.bad_work ? V_ERROR_NO_MEMORY : V_SUCCESS);
+                }
+                return V_SUCCESS;
+            };
+            EXPECT_EQ(row.result, run_bands(relay.bands(), progress, work));
+            EXPECT_TRUE(freight.is_right);
+            EXPECT_EQ(row.result == V_SUCCESS, freight.carried == kPieces && row.bad_carry < 0);
+            EXPECT_TRUE(std::is_sorted(done.rbegin(), done.rend())) << "one is left out";
+            EXPECT_GE(1, done.front());
+            EXPECT_TRUE(row.result != V_SUCCESS || done.back() == 1);
+        }
 }
 
 } // namespace
