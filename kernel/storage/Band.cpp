@@ -25,49 +25,49 @@ size_t bytes_of_row(const uint8_t* row) noexcept
 
 } // namespace
 
-Band* Band::create(uint32_t rows) noexcept
+RunBand* RunBand::create(uint32_t rows) noexcept
 {
-    static_assert(sizeof(Band) % alignof(size_t) == 0);
-    void* const memory = platform::heap_alloc(sizeof(Band) + rows * sizeof(size_t));
+    static_assert(sizeof(RunBand) % alignof(size_t) == 0);
+    void* const memory = platform::heap_alloc(sizeof(RunBand) + rows * sizeof(size_t));
     if (!memory)
         return nullptr;
-    Band* const band = new (memory) Band(rows);
+    RunBand* const band = new (memory) RunBand(rows);
     std::fill_n(band->entries(), rows, kNoRecord);
     return band;
 }
 
-void Band::destroy(Band* band) noexcept
+void RunBand::destroy(RunBand* band) noexcept
 {
     platform::heap_free(band->buffer_);
     platform::heap_free(band);
 }
 
-Band::Header Band::header_at(size_t offset) const noexcept
+RunBand::Header RunBand::header_at(size_t offset) const noexcept
 {
     Header header;
     std::memcpy(&header, buffer_ + offset, sizeof header);
     return header;
 }
 
-const uint8_t* Band::row(uint32_t index) const noexcept
+const uint8_t* RunBand::row(uint32_t index) const noexcept
 {
     const size_t offset = entries()[index];
     return offset == kNoRecord ? nullptr : buffer_ + offset + sizeof(Header);
 }
 
-size_t Band::own_room(uint32_t index) const noexcept
+size_t RunBand::own_room(uint32_t index) const noexcept
 {
     const size_t offset = entries()[index];
     return offset == kNoRecord ? 0 : kUnit * size_t{header_at(offset).room};
 }
 
-size_t Band::end_room() const noexcept
+size_t RunBand::end_room() const noexcept
 {
     const size_t left = capacity_ - used_;
     return left <= sizeof(Header) ? 0 : (left - sizeof(Header)) / kUnit * kUnit;
 }
 
-void Band::count_in(uint32_t index) noexcept
+void RunBand::count_in(uint32_t index) noexcept
 {
     const size_t bytes = bytes_of_row(row(index));
     live_ += static_cast<size_t>(record_bytes(bytes));
@@ -75,7 +75,7 @@ void Band::count_in(uint32_t index) noexcept
     ++stored_rows_;
 }
 
-void Band::count_out(uint32_t index) noexcept
+void RunBand::count_out(uint32_t index) noexcept
 {
     const uint8_t* const old = row(index);
     if (!old)
@@ -86,23 +86,23 @@ void Band::count_out(uint32_t index) noexcept
     --stored_rows_;
 }
 
-uint8_t* Band::begin_own(uint32_t index) noexcept
+uint8_t* RunBand::begin_own(uint32_t index) noexcept
 {
     count_out(index);
     return buffer_ + entries()[index] + sizeof(Header);
 }
 
-void Band::commit_own(uint32_t index) noexcept
+void RunBand::commit_own(uint32_t index) noexcept
 {
     count_in(index);
 }
 
-uint8_t* Band::end_place() noexcept
+uint8_t* RunBand::end_place() noexcept
 {
     return buffer_ + used_ + sizeof(Header);
 }
 
-void Band::commit_end(uint32_t index) noexcept
+void RunBand::commit_end(uint32_t index) noexcept
 {
     const uint8_t* const written = end_place();
     const size_t bytes = bytes_of_row(written);
@@ -120,13 +120,13 @@ void Band::commit_end(uint32_t index) noexcept
     count_in(index);
 }
 
-void Band::make_clear(uint32_t index) noexcept
+void RunBand::make_clear(uint32_t index) noexcept
 {
     count_out(index);
     entries()[index] = kNoRecord;
 }
 
-void Band::compact() noexcept
+void RunBand::compact() noexcept
 {
     if (live_ == used_)
         return;
@@ -147,7 +147,7 @@ void Band::compact() noexcept
     used_ = to;
 }
 
-bool Band::resize_buffer(uint64_t bytes) noexcept
+bool RunBand::resize_buffer(uint64_t bytes) noexcept
 {
     if (bytes > SIZE_MAX / 2)
         return false;
@@ -160,7 +160,7 @@ bool Band::resize_buffer(uint64_t bytes) noexcept
     return true;
 }
 
-bool Band::reserve(uint64_t bytes) noexcept
+bool RunBand::reserve(uint64_t bytes) noexcept
 {
     if (fits(bytes))
         return true;
@@ -178,7 +178,7 @@ bool Band::reserve(uint64_t bytes) noexcept
     return fits(bytes);
 }
 
-bool Band::trim() noexcept
+bool RunBand::trim() noexcept
 {
     compact();
     if (used_ == capacity_)
@@ -191,7 +191,7 @@ bool Band::trim() noexcept
     return true;
 }
 
-void Band::take_rows(Band& other) noexcept
+void RunBand::take_rows(RunBand& other) noexcept
 {
     buffer_ = std::exchange(other.buffer_, nullptr);
     capacity_ = std::exchange(other.capacity_, 0);

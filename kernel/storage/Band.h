@@ -14,7 +14,7 @@ namespace vk {
 /// Rows of one band.
 constexpr uint32_t kBandRows = 32768;
 
-class Band {
+class RunBand {
 public:
     /// Bytes that a row of `row_bytes` bytes takes in a buffer.
     static constexpr uint64_t record_bytes(uint64_t row_bytes) noexcept
@@ -23,8 +23,8 @@ public:
     }
 
     /// A band of clear rows; null without memory.
-    static Band* create(uint32_t rows) noexcept;
-    static void destroy(Band* band) noexcept;
+    static RunBand* create(uint32_t rows) noexcept;
+    static void destroy(RunBand* band) noexcept;
 
     uint32_t rows() const noexcept { return rows_; }
     /// Bytes of the stored rows, headers of records not counted, and their number.
@@ -55,7 +55,7 @@ public:
     bool trim() noexcept;
 
     /// Takes over the rows of another band that this one, empty so far, has room for. The other is left without any.
-    void take_rows(Band& other) noexcept;
+    void take_rows(RunBand& other) noexcept;
 
 private:
     struct Header {
@@ -64,7 +64,7 @@ private:
     };
     static constexpr size_t kNoRecord = SIZE_MAX;
 
-    explicit Band(uint32_t rows) noexcept : rows_(rows) {}
+    explicit RunBand(uint32_t rows) noexcept : rows_(rows) {}
 
     size_t* entries() noexcept { return reinterpret_cast<size_t*>(this + 1); }
     const size_t* entries() const noexcept { return reinterpret_cast<const size_t*>(this + 1); }

@@ -27,13 +27,13 @@ struct Owner {
     uint32_t width = 0;
     uint32_t bytes_per_line = 0;
     uint32_t height = 0;
-    Band** bands = nullptr;
+    RunBand** bands = nullptr;
     uint8_t* scratch = nullptr; ///< one row of pixels, for puts of parts
     uint64_t stored_bytes = 0;  ///< of all bands
     uint64_t stored_rows = 0;
 
     size_t row_bytes() const noexcept { return static_cast<size_t>(packed_bytes(width, 1)); }
-    Band& band_of(uint32_t row) noexcept { return *bands[row / kBandRows]; }
+    RunBand& band_of(uint32_t row) noexcept { return *bands[row / kBandRows]; }
 };
 
 constexpr size_t bands_for(uint32_t height) noexcept
@@ -55,7 +55,7 @@ Owner* owner_of(const BITMAPHANDLE& bitmap) noexcept
 /// Counts what a change of one band does to the totals.
 class Recount {
 public:
-    Recount(Owner& owner, const Band& band) noexcept
+    Recount(Owner& owner, const RunBand& band) noexcept
         : owner_(owner), band_(band), bytes_(band.stored_bytes()), rows_(band.stored_rows())
     {}
     ~Recount()
@@ -68,7 +68,7 @@ public:
 
 private:
     Owner& owner_;
-    const Band& band_;
+    const RunBand& band_;
     uint64_t bytes_;
     uint64_t rows_;
 };
@@ -90,7 +90,7 @@ bool is_clear(const uint8_t* row, const Owner& owner) noexcept
 /// Puts a row of pixels. False without memory, the row then being what it was.
 bool put_pixels(Owner& owner, uint32_t row, const uint8_t* pixels) noexcept
 {
-    Band& band = owner.band_of(row);
+    RunBand& band = owner.band_of(row);
     const Recount recount(owner, band);
     const uint32_t index = row % kBandRows;
     const size_t worst = runlength::max_row_bytes(owner.width);
@@ -108,8 +108,8 @@ bool put_pixels(Owner& owner, uint32_t row, const uint8_t* pixels) noexcept
             return true;
         }
         const size_t wanted = worst <= kLargestWorstRow ? worst : bytes;
-        if (band.end_room() < bytes && !band.reserve(Band::record_bytes(wanted)) &&
-            !band.reserve(Band::record_bytes(bytes)))
+        if (band.end_room() < bytes && !band.reserve(RunBand::record_bytes(wanted)) &&
+            !band.reserve(RunBand::record_bytes(bytes)))
             return false;
     }
     runlength::compress(band.end_place(), pixels, 0, owner.width);
@@ -123,7 +123,7 @@ bool put_pixels(Owner& owner, uint32_t row, const uint8_t* pixels) noexcept
 /// Puts a row that has the form and the length of this bitmap's rows.
 bool put_canonical(Owner& owner, uint32_t row, const uint8_t* run_row) noexcept
 {
-    Band& band = owner.band_of(row);
+    RunBand& band = owner.band_of(row);
     const Recount recount(owner, band);
     const uint32_t index = row % kBandRows;
     const size_t bytes = runlength::row_bytes(runlength::word_count(run_row));
@@ -133,7 +133,7 @@ bool put_canonical(Owner& owner, uint32_t row, const uint8_t* run_row) noexcept
         std::memcpy(band.begin_own(index), run_row, bytes);
         band.commit_own(index);
     } else {
-        if (!band.reserve(Band::record_bytes(bytes)))
+        if (!band.reserve(RunBand::record_bytes(bytes)))
             return false;
         std::memcpy(band.end_place(), run_row, bytes);
         band.commit_end(index);
@@ -185,18 +185,18 @@ const uint8_t* merged_row(Owner& owner, const Part& part, const uint8_t* from) n
 /// Makes sure that the rows of a transfer can be put without running out of memory half way.
 bool prepare(Owner& owner, uint64_t position, const uint8_t* from, size_t bytes) noexcept
 {
-    Band* band = nullptr;
+    RunBand* band = nullptr;
     uint64_t needed = 0; // by the rows of this band
     while (bytes != 0) {
         const Part part = next_part(owner, position, bytes);
-        if (Band* const next = &owner.band_of(part.row); next != band) {
+        if (RunBand* const next = &owner.band_of(part.row); next != band) {
             if (band && !band->reserve(needed))
                 return false;
             band = next;
             needed = 0;
         }
         if (const uint8_t* const pixels = merged_row(owner, part, from))
-            needed += Band::record_bytes(runlength::measure(pixels, 0, owner.width));
+            needed += RunBand::record_bytes(runlength::measure(pixels, 0, owner.width));
         position += part.bytes;
         from += part.bytes;
         bytes -= part.bytes;
@@ -206,17 +206,17 @@ bool prepare(Owner& owner, uint64_t position, const uint8_t* from, size_t bytes)
 
 // ---- making and freeing ----
 
-void free_bands(Band** bands, size_t begin, size_t end) noexcept
+void free_bands(RunBand** bands, size_t begin, size_t end) noexcept
 {
     while (end > begin)
-        Band::destroy(bands[--end]);
+        RunBand::destroy(bands[--end]);
 }
 
 /// Makes bands [begin, end) of a bitmap of `height` rows; all or none.
-bool make_bands(Band** bands, size_t begin, size_t end, uint32_t height) noexcept
+bool make_bands(RunBand** bands, size_t begin, size_t end, uint32_t height) noexcept
 {
     for (size_t k = begin; k < end; ++k) {
-        bands[k] = Band::create(rows_in(k, height));
+        bands[k] = RunBand::create(rows_in(k, height));
         if (!bands[k]) {
             free_bands(bands, begin, k);
             return false;
@@ -225,9 +225,9 @@ bool make_bands(Band** bands, size_t begin, size_t end, uint32_t height) noexcep
     return true;
 }
 
-Band** make_table(size_t bands) noexcept
+RunBand** make_table(size_t bands) noexcept
 {
-    return static_cast<Band**>(platform::heap_alloc(std::max<size_t>(bands, 1) * sizeof(Band*)));
+    return static_cast<RunBand**>(platform::heap_alloc(std::max<size_t>(bands, 1) * sizeof(RunBand*)));
 }
 
 void free_owner(Owner* owner) noexcept
@@ -252,7 +252,7 @@ int create(BITMAPHANDLE& bitmap, const StoreRequest&) noexcept
     owner->height = static_cast<uint32_t>(bitmap.Height);
     const size_t count = bands_for(owner->height);
     owner->scratch = static_cast<uint8_t*>(platform::heap_alloc(owner->row_bytes() + 1));
-    Band** const bands = owner->scratch ? make_table(count) : nullptr;
+    RunBand** const bands = owner->scratch ? make_table(count) : nullptr;
     if (!bands || !make_bands(bands, 0, count, owner->height)) {
         platform::heap_free(bands);
         free_owner(owner);
@@ -294,7 +294,7 @@ int resize(BITMAPHANDLE& bitmap, int32_t height) noexcept
     size_t same = std::min(before, after);
     if (same != 0 && rows_in(same - 1, owner->height) != rows_in(same - 1, new_height))
         --same;
-    Band** const bands = make_table(after);
+    RunBand** const bands = make_table(after);
     if (!bands || !make_bands(bands, same, after, new_height)) {
         platform::heap_free(bands);
         return V_ERROR_NO_MEMORY;
@@ -466,9 +466,9 @@ bool compressed_trim_band(BITMAPHANDLE& bitmap, size_t band) noexcept
 
 bool compressed_grow_band(BITMAPHANDLE& bitmap, size_t band, uint64_t bytes) noexcept
 {
-    Band& grown = *owner_of(bitmap)->bands[band];
+    RunBand& grown = *owner_of(bitmap)->bands[band];
     // What as many records as the band has rows take beyond the words themselves comes on top.
-    const uint64_t extra = uint64_t{grown.rows()} * Band::record_bytes(runlength::row_bytes(1));
+    const uint64_t extra = uint64_t{grown.rows()} * RunBand::record_bytes(runlength::row_bytes(1));
     return bytes <= SIZE_MAX / 4 && grown.reserve(bytes + extra);
 }
 
