@@ -23,7 +23,7 @@ constexpr bool kPng = VK_WITH_PNG || kSystem;
 constexpr bool kJpeg = VK_WITH_JPEG || kSystem;
 constexpr bool kTiff = VK_WITH_TIFF || kSystem;
 constexpr bool kWebp = VK_WITH_WEBP;
-constexpr bool kGif = VK_WITH_GIF;
+constexpr bool kGif = VK_WITH_GIF || kSystem;
 constexpr bool kLcms = VK_WITH_LCMS;
 
 using Magic = std::string_view;
@@ -90,10 +90,8 @@ Format gif_format()
 {
     Format format = {
         "GIF", {".gif"}, [](Magic magic) { return magic.starts_with("GIF87a") || magic.starts_with("GIF89a"); }};
-    if constexpr (kGif || kSystem) {
-        format.read = &read_gif;
-    }
     if constexpr (kGif) {
+        format.read = &read_gif;
         format.write = &write_gif;
     }
     return format;
