@@ -1,7 +1,7 @@
 # What is installed, by component: runtime (the library and its modules), development (headers, CMake package and
-# pkg-config file), tools (the vk command, its manual and its completion), documentation, and java (with VKKRNX_JAVA).
-# Everything installed finds its neighbours by relative paths, so the tree may be moved. scripts/package.sh makes
-# packages of the components but for java.
+# pkg-config file), tools (the vk command, its manual and its completion), documentation, java (with VKKRNX_JAVA) and
+# python (with VKKRNX_PYTHON_DIR). Everything installed finds its neighbours by relative paths, so the tree may be moved.
+# scripts/package.sh makes packages of the components.
 include(CMakePackageConfigHelpers)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/Vkkrnx)
 set(pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
@@ -53,4 +53,10 @@ if(TARGET vk AND Python3_FOUND AND NOT CMAKE_CROSSCOMPILING AND NOT VKKRNX_SANIT
   add_custom_target(vk_manual ALL DEPENDS ${manual}/made)
   install(DIRECTORY ${manual}/man1 DESTINATION ${CMAKE_INSTALL_MANDIR} COMPONENT tools)
   install(FILES ${manual}/completion/vk DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tools)
+endif()
+
+set(VKKRNX_PYTHON_DIR "" CACHE STRING "Folder of the system's Python packages to install ours to; empty: pip does it")
+if(VKKRNX_PYTHON_DIR)
+  install(DIRECTORY ${CMAKE_SOURCE_DIR}/python/vkkrnx DESTINATION ${VKKRNX_PYTHON_DIR} COMPONENT python
+          FILES_MATCHING PATTERN "*.py" PATTERN "py.typed" PATTERN "__pycache__" EXCLUDE)
 endif()

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
-# Makes the packages of the last commit's version in build/packages: Debian packages of the runtime, development, tools and
-# documentation components, and a zip for Windows. The same commit gives the same bytes on the same system. Installs what
-# is missing; may be called from anywhere. scripts/package_smoke.sh tries the Debian packages out.
+# Makes the packages of the last commit's version in build/packages: Debian packages of all components, and a zip for
+# Windows. The same commit gives the same bytes on the same system. Installs what is missing; may be called from anywhere.
+# scripts/package_smoke.sh tries the packages out.
 #   package.sh [debian] [windows]    one kind alone
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -45,7 +45,7 @@ install_components() { # <build folder> <stage> <prefix in it> <component>...
 # --- Debian
 
 declare -A package_of=([runtime]=libvkkrnx$soversion [development]=libvkkrnx-dev [tools]=vkkrnx-tools
-    [documentation]=libvkkrnx-doc)
+    [documentation]=libvkkrnx-doc [python]=python3-vkkrnx [java]=libvkkrnx-java)
 
 # What Debian wants in a package besides the component's files.
 finish_tree() { # <component>
@@ -70,6 +70,15 @@ finish_tree() { # <component>
     find "$tree" -type d -exec chmod 755 {} +
     find "$tree" -type f -exec chmod 644 {} +
     [ ! -d "$tree/usr/bin" ] || chmod 755 "$tree"/usr/bin/*
+    [ "$component" != python ] || python_scripts "$name" "$tree/DEBIAN"
+}
+
+# What Python writes beside its modules comes with the package and goes with it.
+# shellcheck disable=SC2016 # the scripts are to expand it
+python_scripts() { # <package> <folder>
+    printf '#!/bin/sh\nset -e\n[ "$1" != configure ] || py3compile -p %s\n' "$1" >"$2/postinst"
+    printf '#!/bin/sh\nset -e\npy3clean -p %s\n' "$1" >"$2/prerm"
+    chmod 755 "$2/postinst" "$2/prerm"
 }
 
 strip_tree() { # <tree>
@@ -101,7 +110,7 @@ build_deb() { # <component>
 
 package_debian() {
     ensure_packages build-essential cmake ninja-build pkg-config python3 doxygen libpng-dev libjpeg-dev libtiff-dev \
-        libwebp-dev libgif-dev liblcms2-dev
+        libwebp-dev libgif-dev liblcms2-dev openjdk-17-jdk-headless strip-nondeterminism
     local maintainer="${DEBFULLNAME:-Vkkrnx maintainers} <${DEBEMAIL:-maintainers@vkkrnx.invalid}>"
     mkdir -p "$work/debian"
     sed -e "s/@SOVERSION@/$soversion/; s/@MAINTAINER@/$maintainer/" packaging/debian/control >"$work/debian/control"
@@ -115,14 +124,19 @@ package_debian() {
         sed -e '1,/^Copyright/d; /./!d' LICENSE | sed -e 's/^/ /; s/^ THE SOFTWARE IS PROVIDED/ .\n&/; s/^ The above/ .\n&/'
     } >"$work/copyright"
 
-    local flags
+    local flags jni
+    jni=lib/$(dpkg-architecture -qDEB_HOST_MULTIARCH)/jni
     flags="$(dpkg-buildflags --get CPPFLAGS) -ffile-prefix-map=$PWD=."
     build "$work/debian-build" -D CMAKE_INSTALL_PREFIX=/usr -D CMAKE_SKIP_INSTALL_RPATH=ON \
+        -D VKKRNX_JAVA=ON -D VKKRNX_JAVA_LIBDIR="$jni" -D VKKRNX_PYTHON_DIR=lib/python3/dist-packages \
         -D CMAKE_C_FLAGS="$(hardening CFLAGS) $flags" -D CMAKE_CXX_FLAGS="$(hardening CXXFLAGS) $flags" \
         -D CMAKE_SHARED_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_MODULE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)" \
         -D CMAKE_EXE_LINKER_FLAGS="$(dpkg-buildflags --get LDFLAGS)"
-    install_components "$work/debian-build" "$work/stage" /usr runtime development tools documentation
+    install_components "$work/debian-build" "$work/stage" /usr "${!package_of[@]}"
+    (cd python && python3 -B -c 'import backend, sys; backend.prepare_metadata_for_build_wheel(sys.argv[1])' \
+        "$work/stage/python/usr/lib/python3/dist-packages")
+    strip-nondeterminism --timestamp "$SOURCE_DATE_EPOCH" "$work"/stage/java/usr/share/java/*.jar
     scripts/site.sh --plain --vk "$work/debian-build/vk" --library "$work/debian-build" "$work/site" >"$work/site.log"
     cp -r "$work/site" "$work/stage/documentation/usr/share/doc/Vkkrnx/html"
     for component in "${!package_of[@]}"; do
@@ -130,7 +144,7 @@ package_debian() {
         strip_tree "$work/stage/$component/usr"
     done
     rm -f "$out"/*.deb "$work/debian/files"
-    for component in runtime development tools documentation; do
+    for component in "${!package_of[@]}"; do
         build_deb "$component"
     done
 }
@@ -141,13 +155,15 @@ hardening() { dpkg-buildflags --get "$1" | sed -e "s#-g -O2##; s#-ffile-prefix-m
 # --- Windows
 
 package_windows() {
-    ensure_packages build-essential cmake ninja-build pkg-config python3 g++-mingw-w64-x86-64-posix
+    ensure_packages build-essential cmake ninja-build pkg-config python3 g++-mingw-w64-x86-64-posix \
+        openjdk-17-jdk-headless strip-nondeterminism
     local name=vkkrnx-$version-windows-x86_64
     local tree=$work/$name build=$PWD/build/package-windows
     build "$build" --toolchain "$PWD/cmake/mingw-w64.cmake" -D CMAKE_INSTALL_PREFIX=/vkkrnx -D CMAKE_INSTALL_DOCDIR=doc \
+        -D VKKRNX_JAVA=ON \
         -D CMAKE_SHARED_LINKER_FLAGS=-Wl,--no-insert-timestamp -D CMAKE_EXE_LINKER_FLAGS=-Wl,--no-insert-timestamp \
         -D CMAKE_MODULE_LINKER_FLAGS=-Wl,--no-insert-timestamp
-    install_components "$build" "$work/windows-stage" "" runtime development tools documentation
+    install_components "$build" "$work/windows-stage" "" runtime development tools documentation java
     rm -rf "$tree"
     mkdir -p "$tree/licences"
     cp -r "$work"/windows-stage/*/. "$tree"
@@ -156,6 +172,7 @@ package_windows() {
     cp /usr/share/doc/mingw-w64-x86-64-dev/copyright "$tree/licences/mingw-w64.txt"
     cp /usr/share/doc/gcc-mingw-w64-base/copyright "$tree/licences/gcc-runtime.txt"
     x86_64-w64-mingw32-strip "$tree"/bin/*
+    strip-nondeterminism --timestamp "$SOURCE_DATE_EPOCH" "$tree"/share/java/*.jar
     python3 - "$tree" "$out/$name.zip" <<'PYTHON'
 """Zips a folder: sorted names, one time."""
 import os, pathlib, sys, time, zipfile

@@ -45,21 +45,6 @@ constexpr const Operation* kOperations[] = {&kConvert, &kResize, &kRotate,  &kWa
 
 using Milliseconds = std::chrono::duration<double, std::milli>;
 
-void act(const Step& step, Bitmap& bitmap, const char* doing)
-{
-    Progress progress(doing);
-    if (!step.any_view) {
-        bitmap.turn_upright();
-    }
-    step.action(bitmap);
-}
-
-RowDone shown(const char* label)
-{
-    return
-        [progress = std::make_shared<Progress>(label)](int32_t done, int32_t total) { progress->count(done, total); };
-}
-
 Report describe(const PictureInfo& info, const std::string& written_to, Milliseconds spent)
 {
     Report report;
@@ -88,46 +73,31 @@ std::vector<Step> steps_of(const Operation& operation, const Arguments& argument
     return steps;
 }
 
-/** From standard input to standard output, which gets the picture only when it is complete. The report, when it is
- *  asked for, has to go elsewhere. */
-void run_piped(const Operation& operation, const Arguments& arguments)
+/** The extension of the format that a pipe is to be given. */
+std::string piped_extension(const Arguments& arguments)
 {
-    const std::vector<Step> steps = steps_of(operation, arguments);
     const std::optional<std::string> format = arguments.value("--format");
     if (format && !has_writable_name("x." + *format)) {
         throw UsageError("--format does not know " + *format);
     }
-    std::unique_ptr<Bitmap> bitmap;
-    {
-        BufferRedirection input;
-        input.fill_from_input();
-        bitmap = load_bitmap("standard input", shown("reading"), read_options(arguments));
-    }
-    const auto start = std::chrono::steady_clock::now();
-    for (const Step& step : steps) {
-        act(step, *bitmap, operation.doing);
-    }
-    const Milliseconds spent = std::chrono::steady_clock::now() - start;
-    const WriteOptions options = write_options(arguments);
-    const std::string name = "standard output" + (format ? "." + *format : default_extension());
-    BufferRedirection output;
-    save_bitmap(*bitmap, *create_picture(name, options), options, shown("writing"));
-    output.send_to_output();
-    if (arguments.has("--json")) {
-        describe(rows_of(*bitmap)->info(), "standard output", spent).print(true, stderr);
-    }
+    return format ? "." + *format : default_extension();
 }
 
 void run_operation(const Operation& operation, const Arguments& arguments)
 {
-    if (arguments.has("--pipe")) {
-        return run_piped(operation, arguments);
-    }
     const std::vector<Step> steps = steps_of(operation, arguments);
     const FileOptions options(arguments);
+    std::optional<Pipe> pipe;
+    std::string extension;
+    if (arguments.has("--pipe")) {
+        extension = piped_extension(arguments);
+        pipe.emplace();
+    }
     Clock::duration files{};
-    TimedWriter writer(create_picture(arguments.files[1], options.write), files);
-    auto reader = std::make_unique<TimedReader>(open_picture(arguments.files[0], options.read), files);
+    TimedWriter writer(
+        pipe ? pipe->create(extension, options.write) : create_picture(arguments.files[1], options.write), files);
+    auto reader = std::make_unique<TimedReader>(
+        pipe ? pipe->open(options.read) : open_picture(arguments.files[0], options.read), files);
     const Clock::time_point start = Clock::now();
     Progress progress(operation.doing);
     const RowDone row_done = [&](int32_t done, int32_t total) { progress.count(done, total); };
@@ -135,7 +105,13 @@ void run_operation(const Operation& operation, const Arguments& arguments)
     reader.reset(); // the file may be the one to be replaced
     writer.finish();
     const Milliseconds spent = Clock::now() - start - files;
-    describe(info, arguments.files[1], spent).print(arguments.has("--json"));
+    if (!pipe) {
+        return describe(info, arguments.files[1], spent).print(arguments.has("--json"));
+    }
+    pipe->send();
+    if (arguments.has("--json")) { // elsewhere than the picture
+        describe(info, "standard output", spent).print(true, stderr);
+    }
 }
 
 } // namespace
@@ -171,7 +147,7 @@ PictureInfo process(PictureReader& reader, const std::vector<Step>& chain, Pictu
     Rows rows = rows_of(reader);
     auto step = chain.begin();
     for (; step != chain.end() && step->rows; ++step) {
-        if (!step->any_view && rows->info().orientation != TOP_LEFT) {
+        if (!step->any_view && !stand_upright(rows)) {
             break;
         }
         Rows made = step->rows(rows);
@@ -180,7 +156,9 @@ PictureInfo process(PictureReader& reader, const std::vector<Step>& chain, Pictu
         }
         rows = std::move(made);
     }
-    if (step == chain.end() && write_rows(*rows, writer, options, row_done)) {
+    const bool keeps_view = !options.bare && writer.keeps_orientation();
+    if (step == chain.end() && (keeps_view || stand_upright(rows))) {
+        write_rows(*rows, writer, options, row_done);
         return rows->info();
     }
     const std::unique_ptr<Bitmap> bitmap = gather(*rows, row_done);

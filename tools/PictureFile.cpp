@@ -90,7 +90,9 @@ PictureInfo file_info(const PictureInfo& from, const FileForm& form, bool bare)
     return info;
 }
 
-void write_page(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
+} // namespace
+
+void write_rows(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
 {
     const PictureInfo& from = rows.info();
     const FileForm form = file_form(from);
@@ -115,17 +117,6 @@ void write_page(RowSource& rows, PictureWriter& writer, const WriteOptions& opti
     }
 }
 
-} // namespace
-
-bool write_rows(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
-{
-    if (rows.info().orientation != TOP_LEFT && (options.bare || !writer.keeps_orientation())) {
-        return false;
-    }
-    write_page(rows, writer, options, row_done);
-    return true;
-}
-
 void save_bitmap(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done)
 {
     save_page(bitmap, writer, options, row_done);
@@ -137,7 +128,7 @@ void save_page(Bitmap& bitmap, PictureWriter& writer, const WriteOptions& option
     if (!bitmap.rows_as_they_are && (options.bare || !writer.keeps_orientation())) {
         bitmap.turn_upright();
     }
-    write_page(*rows_of(bitmap), writer, options, row_done);
+    write_rows(*rows_of(bitmap), writer, options, row_done);
 }
 
 } // namespace vk::tool

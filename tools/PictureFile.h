@@ -29,8 +29,8 @@ std::unique_ptr<Bitmap> load_page(PictureReader& reader, const RowDone& row_done
 /** Holds the rows. */
 std::unique_ptr<Bitmap> gather(RowSource& rows, const RowDone& row_done);
 
-/** Writes rows as a page, or leaves them alone and tells so where they would have to be turned upright first. */
-bool write_rows(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done);
+/** Writes rows as a page. They are upright, or the writer says how they are displayed. */
+void write_rows(RowSource& rows, PictureWriter& writer, const WriteOptions& options, const RowDone& row_done);
 
 /** Writes the stored rows, brought upright first where the format cannot say how they are displayed. Depths and orders
  *  that picture files do not have are written in the nearest form that has all their values. */

@@ -18,6 +18,7 @@
 #include <shellapi.h>
 #else
 #include <csignal>
+#include <cstdlib>
 #include <sys/stat.h>
 #include <unistd.h>
 #endif
@@ -121,6 +122,28 @@ File create_new(const std::filesystem::path& path, const std::filesystem::path& 
         const bool same =
             (old.st_uid == geteuid() && old.st_gid == getegid()) || fchown(fd, old.st_uid, old.st_gid) == 0;
         static_cast<void>(fchmod(fd, old.st_mode & (same ? kRights : S_IRWXU)));
+    }
+    return fd < 0 ? nullptr : File(fdopen(fd, "w+b"));
+#endif
+}
+
+File temporary_file()
+{
+#if defined(_WIN32)
+    wchar_t folder[MAX_PATH + 1] = L"";
+    wchar_t name[MAX_PATH + 1] = L"";
+    if (GetTempPathW(MAX_PATH + 1, folder) == 0 || GetTempFileNameW(folder, L"vk", 0, name) == 0) {
+        errno = EACCES;
+        return nullptr;
+    }
+    const int fd = _wopen(name, _O_RDWR | _O_BINARY | _O_NOINHERIT | _O_TEMPORARY | _O_SHORT_LIVED);
+    return fd < 0 ? nullptr : File(_fdopen(fd, "w+b"));
+#else
+    std::error_code error;
+    std::string name = (std::filesystem::temp_directory_path(error) / "vk-XXXXXX").string();
+    const int fd = error ? -1 : mkostemp(name.data(), O_CLOEXEC);
+    if (fd >= 0) {
+        unlink(name.c_str());
     }
     return fd < 0 ? nullptr : File(fdopen(fd, "w+b"));
 #endif

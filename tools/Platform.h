@@ -33,6 +33,10 @@ File open_for_reading(const std::string& name);
  * when it exists) otherwise. */
 File create_new(const std::filesystem::path& path, const std::filesystem::path& target);
 
+/** Makes a file for writing and reading bytes that has no name, or one that goes with it, whatever ends the program.
+ * Null and errno when that fails. */
+File temporary_file();
+
 /** As fseek, for files of any size; the new position or -1. */
 int64_t seek_file(std::FILE* file, int64_t offset, int whence);
 

@@ -1,4 +1,4 @@
-"""PNG files made and taken apart by hand, so that the vk command is not checked by the libraries it uses itself."""
+"""PNG and GIF files made and taken apart by hand, so that the vk command is not checked by the libraries it uses itself."""
 import struct
 import zlib
 
@@ -67,3 +67,67 @@ def read_png(data):
         rows.append(unpack(row, depth, width * CHANNELS[colour]))
         above = row
     return depth, colour, rows, chunks
+
+
+def gif(size, colors, frames, loops=None):
+    """A GIF file of (place and size, delay, disposal, clear index, rows of indices) frames, four or more colours and no packing."""
+    head = b"GIF89a" + struct.pack("<HH3B", *size, 0xF0 | (len(colors) - 1).bit_length() - 1, 0, 0) + bytes(sum(colors, ()))
+    data = b"" if loops is None else b"!\xff\x0bNETSCAPE2.0\3\1" + struct.pack("<HB", loops, 0)
+    for place, delay, disposal, clear, rows in frames:
+        data += b"!\xf9\4" + struct.pack("<BHBB", disposal << 2 | (clear is not None), delay, clear or 0, 0)
+        data += b"," + struct.pack("<4HB", *place, 0) + b"\7"
+        pixels = bytes(sum(rows, []))
+        for i in range(0, len(pixels), 100):  # codes stay at eight bits when they are started over
+            part = b"\x80" + pixels[i:i + 100]
+            data += bytes([len(part)]) + part
+        data += b"\1\x81\0"
+    return head + data + b";"
+
+
+def unpacked(depth, data):
+    """What a GIF's packed codes stand for."""
+    codes, at, out, clear = int.from_bytes(data, "little"), 0, [], 1 << depth
+    table, width, last = [], depth + 1, None
+    while (code := codes >> at & (1 << width) - 1) != clear + 1:
+        at += width
+        if code == clear:
+            table, width, last = [[i] for i in range(clear)] + [[], []], depth + 1, None
+            continue
+        if last is not None and len(table) < 4096:
+            table.append(last + (table[code] if code < len(table) else last)[:1])
+        last = table[code]
+        out += last
+        width = min(12, max(width, len(table).bit_length()))
+    return out
+
+
+def read_gif(data):
+    """The size, the colours and the blocks of a GIF file with one palette: loops, and frames as gif() takes them."""
+    width, height, flags = struct.unpack("<HHB", data[6:11])
+    at, blocks, control = 13 + (6 << (flags & 7)), [], None
+    colors = [tuple(data[i:i + 3]) for i in range(13, at, 3)]
+    def sub_blocks():
+        nonlocal at
+        found = b""
+        while data[at]:
+            found += data[at + 1:at + 1 + data[at]]
+            at += 1 + data[at]
+        at += 1
+        return found
+    while data[at:] != b";":
+        kind = data[at:at + 2]
+        if data[at] == 0x21:
+            at += 2
+            block = sub_blocks()
+            if kind == b"!\xf9":
+                control = struct.unpack("<BHB", block)
+            else:
+                blocks.append(struct.unpack("<H", block[12:])[0])
+            continue
+        place = struct.unpack("<4H", data[at + 1:at + 9])
+        depth, at = data[at + 10], at + 11
+        pixels = unpacked(depth, sub_blocks())
+        rows = [pixels[i:i + place[2]] for i in range(0, len(pixels), place[2])]
+        assert len(rows) == place[3] and len(rows[-1]) == place[2]
+        blocks.append((place, control[1], control[0] >> 2, control[2] if control[0] & 1 else None, rows))
+    return (width, height), colors, blocks

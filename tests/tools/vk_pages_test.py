@@ -6,7 +6,7 @@ import subprocess
 import unittest
 import zlib
 
-from pictures import chunk, png, read_png
+from pictures import chunk, gif, png, read_gif, read_png
 from vkcommand import VkTest, by_system, formats, main, options, vk
 
 SYSTEM_PYTHON = "/usr/bin/python3"
@@ -70,15 +70,19 @@ class Pages(FileTest):
         self.run_vk("compare", first, second)
 
     def test_lossless_round_trips(self):
-        self.need("PNG", "WebP", "GIF")
-        for name, kinds in (("out.webp", (("--bits", "24"), ("--bits", "32"), ("--bits", "4"))),
-                            ("out.gif", (("--bits", "1"), ("--bits", "2"), ("--bits", "4"), ("--bits", "8", "--palette", "gray")))):
-            for kind in kinds:
+        self.need("PNG")
+        for name, needs, kinds in (
+                ("out.webp", "WebP", (("--bits", "24"), ("--bits", "32"), ("--bits", "4"))),
+                ("out.gif", "GIF", (("--bits", "1"), ("--bits", "2"), ("--bits", "4"), ("--bits", "8", "--palette", "gray")))):
+            for kind in kinds if needs in formats() else ():
                 self.run_vk("convert", self.sample(), self.path("in.png"), *kind)
                 self.run_vk("convert", self.path("in.png"), self.path(name), "--lossless")
                 self.run_vk("convert", self.path(name), self.path("back.png"))
                 self.same(self.path("in.png"), self.path("back.png"))
-        # Clear pixels keep their colours, and the file what it says besides.
+
+    def test_what_webp_keeps(self):
+        """Clear pixels keep their colours, and the file what it says besides."""
+        self.need("PNG", "WebP")
         rows = [[9, 8, 7, 0, 1, 2, 3, 255], [4, 5, 6, 128, 0, 0, 0, 1]]
         exif = b"II*\0" + struct.pack("<IHHHIHHI", 8, 1, 0x112, 3, 1, 6, 0, 0)
         plain = png(rows, 8, 6, chunk(b"pHYs", bytes([0, 0, 0x2E, 0x23, 0, 0, 0x17, 0x12, 1])) + chunk(b"eXIf", exif) +
@@ -127,6 +131,33 @@ class Pages(FileTest):
         self.assertEqual((places[0], places[2]), (places[1], [0, 0, 5]))
         self.run_vk("convert", self.path("woven.gif"), self.path("woven.png"))
         self.assertEqual(*self.pillow(SHOW, "woven.gif", "woven.png"))
+
+    def test_gif_block_by_block(self):
+        """Places, delays, disposals, loops and clear pixels, in and out, whoever packs them."""
+        self.need("GIF", "PNG")
+        colors = [(7, 8, 9), (200, 0, 30), (1, 2, 250), (255, 255, 255)]
+        lines = lambda width, height, shift: [[(x * y + x // 3 + shift) % 4 for x in range(width)] for y in range(height)]
+        frames = [((0, 0, 9, 7), 5, 1, None, lines(9, 7, 0)), ((2, 1, 5, 4), 0, 2, 2, lines(5, 4, 1)),
+                  ((8, 6, 1, 1), 65535, 3, 0, [[0]]), ((0, 3, 6, 300), 7, 1, 3, lines(6, 300, 2))]
+        for loops in (0, 3, None):
+            self.run_vk("join", self.path("out.gif"), self.path("in.gif", gif((20, 400), colors, frames, loops)))
+            with open(self.path("out.gif"), "rb") as file:
+                size, found, blocks = read_gif(file.read())
+            self.assertEqual((size, blocks.pop(0) if loops is not None else None), ((20, 400), loops))
+            self.assertEqual(len(blocks), len(frames))
+            for (place, delay, disposal, clear, pixels), (place2, delay2, disposal2, clear2, pixels2) in zip(frames, blocks):
+                self.assertEqual((place, delay, disposal, clear is None), (place2, delay2, disposal2, clear2 is None))
+                shown = [[None if i == clear else colors[i] for i in row] for row in pixels]
+                self.assertEqual([[None if i == clear2 else found[i] for i in row] for row in pixels2], shown)
+        rows = [[9, 8, 7, 255, 1, 2, 3, 0], [4, 5, 6, 128, 0, 0, 0, 127]]  # and of pictures that are no frames
+        self.path("in.png", png(rows, 8, 6))
+        self.run_vk("join", self.path("out.gif"), *[self.path("in.png")] * 2, "--delay", "255", "--loop", "65535")
+        with open(self.path("out.gif"), "rb") as file:
+            size, found, blocks = read_gif(file.read())
+        self.assertEqual((size, len(blocks), blocks[0]), ((2, 2), 3, 65535))
+        for place, delay, _, clear, pixels in blocks[1:]:
+            self.assertEqual((place, delay), ((0, 0, 2, 2), 26))
+            self.assertEqual([[None if i == clear else found[i] for i in row] for row in pixels], [[(9, 8, 7), None], [(4, 5, 6), None]])
 
     def test_pages_of_a_document(self):
         self.need("TIFF", "PNG")

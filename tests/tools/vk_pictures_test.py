@@ -153,6 +153,60 @@ class Pictures(VkTest):
             for size in (40, 52):
                 self.assertEqual(decoded(bmp([pixels], bits, size=size, masks=masks)), expected, (bits, masks))
 
+    def test_bmp_kinds(self):
+        """What leaves the picture as it is though it is unusual, and what is refused."""
+        def changed(data, *changes):
+            for at, value in changes:
+                value = value if isinstance(value, bytes) else value.to_bytes(4, "little")
+                data = data[:at] + value + data[at + len(value):]
+            return data
+
+        palette, rows, deep = [(1, 2, 3), (40, 50, 60), (7, 8, 9)], [[2, 0, 1], [1, 1, 2]], [[0x102030, 0xFF, 0xAB0000]]
+        plain, v5 = bmp(rows, 8, palette), bmp(rows, 8, palette, size=124)
+        indexed = b"3 2\n255\n" + b"".join(bytes(palette[index][::-1]) for row in rows for index in row)
+        black = indexed[:-3] + bytes(3)
+        colours = b"3 1\n255\n" + b"".join(pixel.to_bytes(3, "big") for pixel in deep[0])
+        upper, lower = b"\1\2\1\0\1\1", b"\2\1\1\2"
+        runs8 = lower + b"\0\0" + upper + b"\0\1"
+        kinds = {
+            "size of the file": (changed(plain, (2, 0)), indexed), "less of the file": (changed(plain, (2, 30)), indexed),
+            "size of the pixels": (bmp(rows, 8, palette, image_size=0xFFFFFFFF), indexed),
+            "no resolution": (bmp(rows, 8, palette, per_metre=0), indexed), "less than none": (bmp(rows, 8, palette, per_metre=-5), indexed),
+            "vast resolution": (bmp(rows, 8, palette, per_metre=0x7FFFFFFF), indexed),
+            "long palette": (bmp(rows, 8, palette + [(0, 0, 0)] * 297), indexed), "bytes behind": (plain + bytes(77), indexed),
+            "important colours": (changed(plain, (50, 0xFFFFFF)), indexed), "reserved": (changed(plain, (6, b"abcd")), indexed),
+            "no such colour": (bmp([rows[0], [1, 1, 200]], 8, palette), black), "OS/2, halftoned": (bmp(rows, 8, palette, size=64), indexed),
+            "profile": (changed(v5, (70, b"DEBM"), (126, len(v5) - 14), (130, 40)) + bytes(40), indexed),
+            "profile beyond": (changed(v5, (70, b"DEBM"), (126, 1 << 30), (130, 1 << 31)), indexed),
+            "linked profile": (changed(v5, (70, b"KNIL"), (126, len(v5) - 14), (130, 6)) + b"a.icc\0", indexed),
+            "calibrated": (changed(bmp(rows, 8, palette, size=108), (70, 0), (74, bytes(range(48)))), indexed),
+            "runs": (bmp(rows, 8, palette, data=runs8, compression=1), indexed),
+            "runs from the top": (bmp(rows, 8, palette, data=upper + b"\0\0" + lower, compression=1, top_down=True), indexed),
+            "palette of colours": (bmp(deep, 24, palette), colours), "palette of 32": (bmp(deep, 32, palette), colours),
+            "gap": (bmp(deep, 24, gap=b"\1" * 100), colours), "fourth bytes": (bmp([[p | 0x9A << 24 for p in deep[0]]], 32), colours),
+            "alpha of 16": (bmp([[0xF123, 0x0FFF]], 16, size=56, masks=(0xF00, 0xF0, 0xF, 0xF000)),
+                            b"2 1\n255\n" + bytes([0x11, 0x22, 0x33, 255, 255, 255])),
+            "alpha of 2 bits": (bmp([[0x3FF << 20, 3 << 30 | 0x200]], 32, size=108, masks=(0x3FF << 20, 0x3FF << 10, 0x3FF, 3 << 30)),
+                                b"2 1\n255\n" + bytes([255, 0, 0, 0, 0, 0x80])),
+        }
+        for name, (data, expected) in kinds.items():
+            out = self.hold(self.path("in.bmp", data), "conv", self.path("out.ppm"))[1]
+            self.assertEqual(out, b"P6\n" + expected, name)
+        short = lambda value: value.to_bytes(2, "little")
+        refused = {  # the place and what stands there: in a picture of 8 bits unless there is another
+            "no depth": (28, short(0)), "64 bits": (28, short(64)), "3 bits": (28, short(3)), "no planes": (26, short(0)),
+            "many planes": (26, short(5000)), "a header of nothing": (14, 0), "a header of 13": (14, 13), "one of half the file": (14, 0x4000),
+            "no width": (18, 0), "no height": (22, 0), "less than no width": (18, 0xFFFFFFFD), "vast": (18, b"\0\0\1\0\0\0\1\0"),
+            "pixels in the header": (10, 20), "pixels behind": (10, len(plain)), "masks of 8 bits": (30, 3), "runs of 4": (30, 2),
+            "JPEG": (30, 4), "PNG": (30, 5), "unknown": (30, 99),
+            "JPEG inside": (28, short(0) + b"\4\0\0\0"), "OS/2 fax": (14, changed(bmp([[0, 1]], 1, palette[:2], size=64), (30, 3))[14:]),
+            "OS/2 runs of 24": (14, changed(bmp(deep, 24, size=64), (30, 4))[14:]), "masks of 24": (14, bmp(deep, 24, masks=(1, 2, 4))[14:]),
+            "runs of 1": (14, bmp([[0, 1]], 1, palette[:2], data=runs8, compression=1)[14:]), "none of it": (14, plain[14:30]),
+        }
+        for name, (at, value) in refused.items():
+            data = changed(plain, (at, value))
+            self.fails(3, "in.bmp", "info", self.path("in.bmp", data[:30] if name == "none of it" else data))
+
     def test_bmp_files_that_lie(self):
         good = bmp([[1, 2, 3], [4, 5, 6]], 8, [(1, 2, 3)] * 256)
         huge = (0x7FFFFFFF).to_bytes(4, "little")

@@ -50,18 +50,21 @@ class Rows(VkTest):
             yield f"{kind}-{most}.pnm", f"{kind} 73 59 {most}\n".encode() + samples
         yield "bits.pnm", b"P4 73 59\n" + source.randbytes(10 * 59)
 
-    def made(self, words, name, data):
-        """What an operation makes of a file, and what it makes of standard input, which is always held."""
-        out = self.path("out." + self.format)
-        if os.path.exists(out):
-            os.remove(out)
-        from_file = vk(*words[:1], self.path(name), out, *words[1:])
-        held = vk(words[0], "--pipe", "--format", self.format, *words[1:], given=data)
-        rows = None
-        if from_file.returncode == 0:
-            with open(out, "rb") as file:
-                rows = file.read()
-        return (from_file.returncode, rows), (held.returncode, held.stdout or None)
+    def made(self, words, name):
+        """What an operation makes of a file, and what it makes of one that has been turned twice, for which it is held."""
+        results = []
+        for before in ([], ["flip", "--then", "flip", "--then"]):
+            out = self.path("out." + self.format)
+            if os.path.exists(out):
+                os.remove(out)
+            command, *rest = before + words
+            done = vk(command, self.path(name), out, *rest)
+            made = None
+            if done.returncode == 0:
+                with open(out, "rb") as file:
+                    made = file.read()
+            results.append((done.returncode, made))
+        return results
 
     def test_same_as_held(self):
         self.format = "png" if "PNG" in formats() else "pnm"
@@ -73,7 +76,7 @@ class Rows(VkTest):
             for name, data in pictures[number % len(pictures)::8] if options.slow else pictures[number % 4::4]:
                 self.path(name, data)
                 words = operation.format(palette=palette).split()
-                rows, held = self.made(words, name, data)
+                rows, held = self.made(words, name)
                 self.assertEqual(rows, held, (operation, name))
                 done += held[0] == 0
         self.assertGreater(done, len(OPERATIONS) // 2)
@@ -84,15 +87,25 @@ class Rows(VkTest):
         if options.runner:
             self.skipTest("memory is not counted here")
         source = self.path("in.pgm", b"P5 6000 4000 255\n" + bytes(range(250)) * (6000 * 4000 // 250))
+        mirrored = self.path("mirrored.jpg")
+        if "JPEG" in formats():
+            vk("orient", source, mirrored, "--from", "2", "--to", "2")
+            self.check_memory(24, "crop", mirrored, self.path("out.ppm"), "--rect", "5,5,5000,3000")
+            self.check_memory(24, "convert", mirrored, self.path("out.ppm"))
         for words in (["convert", "--bits", "24"], ["resize", "--scale", "30"], ["resize", "--scale", "110", "--filter", "bicubic"],
                       ["crop", "--rect", "5,5,5000,3000"], ["mirror"], ["window", "--center", "90", "--width", "50"],
                       ["extend", "--by", "9,9,9,9"], ["convert", "--bits", "1", "--palette", "gray"]):
-            command = options.command + [words[0], source, self.path("out.ppm"), *words[1:]]
-            script = ("import resource, subprocess, sys; subprocess.run(sys.argv[1:], check=True, stdout=subprocess.DEVNULL); "
-                      "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)")
-            done = subprocess.run(["python3", "-c", script, *command], stdout=subprocess.PIPE, check=True)
-            if b"asan" not in options.vk.encode():
-                self.assertLess(int(done.stdout), 24 << 10, words)
+            self.check_memory(24, words[0], source, self.path("out.ppm"), *words[1:])
+        with open(source, "rb") as file:
+            self.check_memory(40, "mirror", "--pipe", "--format", "ppm", given=file)
+
+    def check_memory(self, most, *words, given=None):
+        """Runs the command in so many mebibytes."""
+        script = ("import resource, subprocess, sys; subprocess.run(sys.argv[1:], check=True, stdout=subprocess.DEVNULL); "
+                  "print(resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss)")
+        done = subprocess.run(["python3", "-c", script, *options.command, *words], stdin=given, stdout=subprocess.PIPE, check=True)
+        if b"asan" not in options.vk.encode():
+            self.assertLess(int(done.stdout), most << 10, words)
 
 
 if __name__ == "__main__":

@@ -305,6 +305,7 @@ class Pipes(VkTest):
         ends = bytes(random.Random(4).choice(b"\r\n\x1a\0") for _ in range(300 * 250 * 3))
         yield "a.ppm", b"P6 16 16 255\n" + every
         yield "b.ppm", b"P6 300 250 255\n" + ends
+        yield "much.ppm", b"P6 2000 1600 255\n" + ends[:96000] * 100  # more than waits in memory
         yield "c.bmp", bmp([[i * j * 1000 for i in range(7)] for j in range(5)], 24)
         if "PNG" in formats():
             rows = [[(7 * i * j) % 256 for i in range(200 * 3)] for j in range(100)]
@@ -313,6 +314,11 @@ class Pipes(VkTest):
         if "JPEG" in formats():
             with open(os.path.join(options.samples, "rocket.jpg"), "rb") as file:
                 yield "f.jpg", file.read()
+        for kind, name in (("GIF", "g.gif"), ("TIFF", "h.tif"), ("WebP", "i.webp")):
+            if kind in formats():
+                vk("convert", self.path("b.ppm", b"P6 300 250 255\n" + ends), self.path(name))
+                with open(self.path(name), "rb") as file:
+                    yield name, file.read()
 
     def test_same_as_with_files(self):
         outputs = ["ppm", "bmp"] + (["png"] if "PNG" in formats() else [])

@@ -35,8 +35,9 @@ constexpr int64_t kMaxHeight = 0x7FFFFFFF;
 /** For what a decoder has to keep in memory as a whole: interlaced and progressive files. */
 constexpr uint64_t kMaxBuffered = uint64_t{1} << 30;
 
-/** FileError when a file of so many bytes claims a size that is 0, beyond the limits or beyond belief. */
-void check_size(const std::string& name, int64_t width, int64_t height, std::optional<uint64_t> file_bytes);
+/** FileError when a file claims a size that is 0, beyond the limits or, for a file of so many bytes, beyond belief. */
+void check_size(const std::string& name, int64_t width, int64_t height, InputFile& file);
+void check_size(const std::string& name, int64_t width, int64_t height, uint64_t file_bytes);
 
 std::vector<RGBQUAD> gray_ramp(int32_t bits);
 

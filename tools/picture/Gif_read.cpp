@@ -125,7 +125,7 @@ void GifReader::describe()
 {
     const GifImageDesc& image = gif_->Image;
     const ColorMapObject* const map = image.ColorMap != nullptr ? image.ColorMap : gif_->SColorMap;
-    check_size(name_, image.Width, image.Height, file_->size());
+    check_size(name_, image.Width, image.Height, *file_);
     if (map == nullptr || map->ColorCount < 1 || map->ColorCount > 256) {
         fail("it has no palette");
     }

@@ -6,6 +6,7 @@
 
 #include "tools/Failure.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <system_error>
 
@@ -80,6 +81,21 @@ std::optional<uint64_t> InputFile::size()
         return std::nullopt;
     }
     return static_cast<uint64_t>(end);
+}
+
+bool InputFile::may_hold(uint64_t bytes)
+{
+    constexpr uint64_t kLookAhead = uint64_t{1} << 17;
+    if (redirected_ == nullptr) {
+        return bytes <= size().value_or(bytes);
+    }
+    const int64_t position = seek(0, SEEK_CUR);
+    if (position < 0 || bytes <= static_cast<uint64_t>(position)) {
+        return true;
+    }
+    std::vector<uint8_t> ahead(static_cast<size_t>(std::min(bytes - static_cast<uint64_t>(position), kLookAhead)));
+    const size_t got = read(ahead.data(), ahead.size());
+    return got == ahead.size() ? seek(position, SEEK_SET) == position : false;
 }
 
 } // namespace vk::tool

@@ -31,6 +31,9 @@ public:
     int64_t seek(int64_t offset, int whence) noexcept;
     /** Bytes in the file; none for what has no size. */
     std::optional<uint64_t> size();
+    /** False where it is known that there are fewer bytes in all. Redirected files are not asked for their end, which
+     *  may yet have to come in: they are looked into some way ahead. */
+    bool may_hold(uint64_t bytes);
 
 private:
     std::string name_;

@@ -189,7 +189,7 @@ void JpegReader::read_header()
     if (channels != 1 && channels != 3 && channels != 4) {
         throw FileError(name_, "JPEG: a picture of " + std::to_string(channels) + " channels");
     }
-    check_size(name_, jpeg_.image_width, jpeg_.image_height, file_->size());
+    check_size(name_, jpeg_.image_width, jpeg_.image_height, *file_);
     describe();
     read_notes();
 }

@@ -23,7 +23,7 @@ constexpr bool kPng = VK_WITH_PNG || kSystem;
 constexpr bool kJpeg = VK_WITH_JPEG || kSystem;
 constexpr bool kTiff = VK_WITH_TIFF || kSystem;
 constexpr bool kWebp = VK_WITH_WEBP;
-constexpr bool kGif = VK_WITH_GIF;
+constexpr bool kGif = VK_WITH_GIF || kSystem;
 constexpr bool kLcms = VK_WITH_LCMS;
 
 using Magic = std::string_view;
@@ -90,10 +90,8 @@ Format gif_format()
 {
     Format format = {
         "GIF", {".gif"}, [](Magic magic) { return magic.starts_with("GIF87a") || magic.starts_with("GIF89a"); }};
-    if constexpr (kGif || kSystem) {
-        format.read = &read_gif;
-    }
     if constexpr (kGif) {
+        format.read = &read_gif;
         format.write = &write_gif;
     }
     return format;
@@ -263,7 +261,10 @@ void set_most_pixels(uint64_t pixels)
     g_most_pixels = pixels;
 }
 
-void check_size(const std::string& name, int64_t width, int64_t height, std::optional<uint64_t> file_bytes)
+namespace {
+
+/** `holds` tells whether the file may hold so many bytes. */
+template <typename Holds> void check_claim(const std::string& name, int64_t width, int64_t height, Holds holds)
 {
     if (width < 1 || height < 1) {
         throw FileError(name, "the picture is empty");
@@ -277,9 +278,21 @@ void check_size(const std::string& name, int64_t width, int64_t height, std::opt
     if (pixels > (most != 0 ? most : kMostPixels)) {
         throw FileError(name, "the picture is larger than --limit allows: " + size);
     }
-    if (most == 0 && file_bytes && pixels > kManyPixels && pixels / kPixelsPerByte > *file_bytes) {
+    if (most == 0 && pixels > kManyPixels && !holds(pixels / kPixelsPerByte)) {
         throw FileError(name, "hardly holds the " + size + " pixels that it claims; --limit lets it pass");
     }
+}
+
+} // namespace
+
+void check_size(const std::string& name, int64_t width, int64_t height, InputFile& file)
+{
+    check_claim(name, width, height, [&](uint64_t least) { return file.may_hold(least); });
+}
+
+void check_size(const std::string& name, int64_t width, int64_t height, uint64_t file_bytes)
+{
+    check_claim(name, width, height, [&](uint64_t least) { return file_bytes >= least; });
 }
 
 std::vector<RGBQUAD> gray_ramp(int32_t bits)

@@ -90,7 +90,7 @@ void PngReader::read_header()
         png_set_interlace_handling(png_);
         png_read_update_info(png_, header_);
     });
-    check_size(name_, width, height, file_->size());
+    check_size(name_, width, height, *file_);
     info_.width = static_cast<int32_t>(width);
     info_.height = static_cast<int32_t>(height);
     check_file_size(encoded_row);

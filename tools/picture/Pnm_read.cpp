@@ -3,7 +3,7 @@
  * Reads PNM: bit maps, gray maps and pixel maps (P1 to P6), as text or bytes, up to 16 bits per sample. Samples are
  * scaled to all of 8 or 16 bits when the file's greatest value is a smaller one. Strict: a sample beyond the greatest
  * value, a malformed header and a file shorter than its size asks for are refused, the last before a single row is
- * read.
+ * read where the file's length is known.
  */
 #include "tools/picture/Formats.h"
 
@@ -45,14 +45,10 @@ public:
         }
     }
 
-    std::optional<uint64_t> size() const { return file_->size(); }
+    InputFile& file() { return *file_; }
 
-    /** Bytes left in the file; of what has no size, more than any picture asks for. */
-    uint64_t left() const
-    {
-        const std::optional<uint64_t> size = file_->size();
-        return size ? *size - std::min(*size, consumed_ + position_) : UINT64_MAX;
-    }
+    /** False where it is known that fewer bytes are left in the file. */
+    bool may_have_left(uint64_t bytes) { return file_->may_hold(consumed_ + position_ + bytes); }
 
     [[noreturn]] void fail(const std::string& why) const { throw FileError(name_, "damaged PNM file: " + why); }
 
@@ -119,7 +115,7 @@ void PnmReader::read_header(const std::string& name)
     channels_ = kind_ == '3' || kind_ == '6' ? 3 : 1;
     const int64_t width = read_number(true);
     const int64_t height = read_number(true);
-    check_size(name, width, height, source_.size());
+    check_size(name, width, height, source_.file());
     info_.width = static_cast<int32_t>(width);
     info_.height = static_cast<int32_t>(height);
     const bool bit_map = kind_ == '1' || kind_ == '4';
@@ -137,7 +133,7 @@ void PnmReader::read_header(const std::string& name)
     const uint64_t samples = static_cast<uint64_t>(width) * channels_;
     const uint64_t sample_bytes = text_ || max_ > 255 ? 2 : 1;
     const uint64_t row = kind_ == '4' ? (samples + 7) / 8 : bit_map ? samples : samples * sample_bytes;
-    if (source_.left() + (text_ ? 1 : 0) < row * static_cast<uint64_t>(height)) {
+    if (!source_.may_have_left(row * static_cast<uint64_t>(height) - (text_ ? 1 : 0))) {
         source_.fail("it is too short for " + std::to_string(width) + " x " + std::to_string(height) + " pixels");
     }
     bytes_.resize(text_ ? 0 : row);

@@ -133,7 +133,7 @@ void TiffReader::read_header()
     uint32_t height = 0;
     TIFFGetField(tiff, TIFFTAG_IMAGEWIDTH, &width);
     TIFFGetField(tiff, TIFFTAG_IMAGELENGTH, &height);
-    check_size(name_, width, height, file_->size());
+    check_size(name_, width, height, *file_);
     info_.format = "TIFF";
     info_.width = static_cast<int32_t>(width);
     info_.height = static_cast<int32_t>(height);

@@ -142,4 +142,13 @@ RowStage in_bands(std::function<void(Bitmap&)> action)
         [action = std::move(action)](Rows& rows) -> Rows { return std::make_unique<Bands>(std::move(rows), action); };
 }
 
+bool stand_upright(Rows& rows)
+{
+    constexpr int32_t kMirrored = 2;
+    if (rows->info().orientation == kMirrored) {
+        rows = in_bands([](Bitmap& band) { band.turn_upright(); })(rows);
+    }
+    return rows->info().orientation == TOP_LEFT;
+}
+
 } // namespace vk::tool

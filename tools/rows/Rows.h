@@ -42,6 +42,9 @@ Rows rows_of(Bitmap& bitmap);
  *  in its place alone, and its form does not depend on pixels. */
 RowStage in_bands(std::function<void(Bitmap&)> action);
 
+/** Has rows come as they are displayed, where that takes no more than to turn each; whether they then do. */
+bool stand_upright(Rows& rows);
+
 /** How rows are resized or brought to another form: the arguments of the library's streaming resize. */
 struct StreamRequest {
     int32_t width = 0;

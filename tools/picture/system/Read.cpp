@@ -122,7 +122,7 @@ void SystemReader::open_frame(uint32_t index)
     UINT width = 0;
     UINT height = 0;
     require(frame_->GetSize(&width, &height));
-    check_size(name_, width, height, file_->size());
+    check_size(name_, width, height, *file_);
     info_ = file_info_;
     info_.format = kNames[static_cast<size_t>(kind_)];
     info_.width = static_cast<int32_t>(width);
