@@ -311,10 +311,7 @@ class Pipes(VkTest):
             rows = [[(7 * i * j) % 256 for i in range(200 * 3)] for j in range(100)]
             yield "d.png", png(rows, 8, 2)
             yield "e.png", png(rows, 8, 2, b"", True)
-        if "JPEG" in formats():
-            with open(os.path.join(options.samples, "rocket.jpg"), "rb") as file:
-                yield "f.jpg", file.read()
-        for kind, name in (("GIF", "g.gif"), ("TIFF", "h.tif"), ("WebP", "i.webp")):
+        for kind, name in (("JPEG", "f.jpg"), ("GIF", "g.gif"), ("TIFF", "h.tif"), ("WebP", "i.webp")):
             if kind in formats():
                 vk("convert", self.path("b.ppm", b"P6 300 250 255\n" + ends), self.path(name))
                 with open(self.path(name), "rb") as file:
@@ -335,9 +332,8 @@ class Pipes(VkTest):
         self.assertTrue(done.stdout.startswith(b"\x89PNG" if "PNG" in formats() else b"P5"))
 
     def test_every_operation_through_a_chain_of_pipes(self):
-        data = next(self.inputs())[1]
-        with open(self.path("0.ppm", data), "rb") as file:
-            last = file.read()
+        last = next(self.inputs())[1]
+        self.path("0.ppm", last)
         for number, operation in enumerate(self.OPERATIONS):
             self.assertEqual(vk(operation[0], self.path(f"{number}.ppm"), self.path(f"{number + 1}.ppm"),
                                 *operation[1:]).returncode, 0)
