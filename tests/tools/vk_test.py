@@ -182,7 +182,8 @@ class Batches(VkTest):
     def test_stops_when_interrupted(self):
         if options.runner:
             self.skipTest("no Ctrl-C can be sent to a Windows program from here")
-        self.fill(24, 700, 700)
+        side = 300 if options.slow else 700
+        self.fill(24, side, side)
         process = subprocess.Popen(options.command + ["batch", self.source, "-o", self.path("out"), "convert", "--bits", "8"],
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         while process.poll() is None and not (os.path.exists(self.path("out")) and os.listdir(self.path("out"))):
@@ -196,7 +197,7 @@ class Batches(VkTest):
         written = self.contents("out")
         self.assertEqual(len(written), int(done[1]))  # and nothing half-written
         for data in written.values():
-            self.assertGreater(len(data), 700 * 700 * 3)
+            self.assertGreater(len(data), side * side * 3)
         again = vk("batch", self.source, "-o", self.path("out"), "--resume", "--json", "convert", "--bits", "8")
         report = json.loads(again.stdout)
         self.assertEqual((report["left_out"], report["written"]), (int(done[1]), 24 - int(done[1])))

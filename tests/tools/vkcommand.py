@@ -29,7 +29,7 @@ def start(arguments, given):
         input_.write(given)
         input_.seek(0)
         done = subprocess.run(options.command + [str(a) for a in arguments], env=environment, stdin=input_, stdout=output,
-                              stderr=errors, timeout=120, check=False)
+                              stderr=errors, timeout=600, check=False)
         for file in (output, errors):
             file.seek(0)
         return subprocess.CompletedProcess(done.args, done.returncode, output.read(), errors.read())
