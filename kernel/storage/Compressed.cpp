@@ -7,7 +7,7 @@
 
 #include "kernel/format/RowMath.h"
 #include "kernel/runs/RunLength.h"
-#include "kernel/storage/Band.h"
+#include "kernel/storage/RunBand.h"
 #include "kernel/storage/Store.h"
 #include "kernel/system/Checks.h"
 #include "platform/platform.h"

@@ -1,7 +1,7 @@
 // Records in the buffer of a band. Counts are kept with every change, so that nothing has to walk the rows: what the
 // records of rows need (live), what the buffer holds (used), and the bytes of the rows themselves.
 // A row may shrink within its record; what it leaves unused is garbage like a record that nobody points to.
-#include "kernel/storage/Band.h"
+#include "kernel/storage/RunBand.h"
 
 #include "kernel/runs/RunLength.h"
 #include "platform/platform.h"
