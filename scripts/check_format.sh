@@ -19,9 +19,12 @@ if [ "${1:-}" = --fix ]; then
 fi
 # The program reports changes of some lines that are none: what it would write decides.
 suspects=$(sources | xargs -0 -n 40 -P 2 "$clang_format" --dry-run 2>&1 |
-    sed -nE 's/^([^:]+):[0-9]+:[0-9]+: warning: code should be clang-formatted.*/\1/p' | sort -u)
+    sed -nE 's/^([^:]+):[0-9]+:[0-9]+: warning: code should be clang-formatted.*/\1/p' | sort -u) || {
+    "$clang_format" --dump-config >/dev/null # says what is wrong
+    exit 1
+}
 places=$(for file in $suspects; do
-    "$clang_format" "$file" | cmp - "$file" 2>&1 |
+    { "$clang_format" "$file" | cmp - "$file" 2>&1 || true; } |
         sed -nE 's/^- ([^ ]+) differ: .*line ([0-9]+)$/\1:\2/p; s/^cmp: EOF on (.*)/\1/p'
 done)
 if [ -n "$places" ]; then

@@ -2,8 +2,8 @@
 // every kind of storage, and with every allocation failing by turns.
 #include "kernel/format/RowMath.h"
 #include "kernel/runs/RunLength.h"
-#include "kernel/storage/RunBand.h"
 #include "kernel/storage/Compressed.h"
+#include "kernel/storage/RunBand.h"
 #include "kernel/storage/Store.h"
 #include "tests/support/FaultLoop.h"
 #include "tests/support/TestBitmap.h"
