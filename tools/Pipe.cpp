@@ -65,10 +65,13 @@ int64_t StandardInput::read(uint8_t* bytes, size_t count) noexcept
 int64_t StandardInput::seek(int64_t offset, int origin) noexcept
 {
     constexpr int64_t kFarthest = std::numeric_limits<int64_t>::max() / 2;
+    if (offset < -kFarthest || offset > kFarthest) {
+        return -1;
+    }
     const bool from_end = origin == SEEK_END;
     const int64_t near_to = offset + (origin == SEEK_CUR ? position_ : 0);
     const bool is_near = !from_end && near_to >= first_ && near_to <= end();
-    if (offset < -kFarthest || offset > kFarthest || (!keeps_all_ && !is_near && !keep_all())) {
+    if (!keeps_all_ && !is_near && !keep_all()) {
         return -1;
     }
     const int64_t to = from_end ? spool_.size() + offset : near_to;
