@@ -6,6 +6,7 @@
 #include "kernel/format/RowMath.h"
 #include "kernel/view/Blocks.h"
 #include "kernel/view/Tile.h"
+#include "platform/platform.h"
 
 #include <algorithm>
 #include <cstring>
@@ -216,6 +217,35 @@ static_assert(every_depth([](int32_t bits) { return tile_size(bits).rows > 0; })
 
 constexpr size_t kTileBytes = 256 * (256 + 64);
 
+/// Memory of its own for a tile: from the heap, since threads may have little stack, or on the stack for narrow tiles
+/// where there is none.
+class TileMemory {
+public:
+    TileMemory() noexcept : block_(static_cast<uint8_t*>(platform::heap_alloc(kTileBytes + kLine))) {}
+    ~TileMemory() { platform::heap_free(block_); }
+    TileMemory(const TileMemory&) = delete;
+    TileMemory& operator=(const TileMemory&) = delete;
+
+    uint8_t* data() noexcept { return block_ ? block_ + (0 - reinterpret_cast<uintptr_t>(block_)) % kLine : spare_; }
+
+    TileSize limited(TileSize size) const noexcept
+    {
+        if (!block_)
+            size.columns = std::min(size.columns, kNarrow);
+        return size;
+    }
+
+private:
+    static constexpr int32_t kNarrow = 16;
+
+    uint8_t* const block_;
+    alignas(kLine) uint8_t spare_[kNarrow * (576 + 64)];
+
+    static_assert(every_depth([](int32_t bits) {
+        return kNarrow * tile_size(bits).pitch <= static_cast<int32_t>(sizeof spare_);
+    }));
+};
+
 void copy_lines(const turn::Lines& lines, bool stream) noexcept
 {
     for (int32_t row = 0; row < lines.rows; ++row) {
@@ -236,7 +266,7 @@ constexpr int32_t kNeighbours = 1024;
 class Transposer {
 public:
     Transposer(const TransposeBlock& block, int32_t bits, bool stream) noexcept
-        : block_(block), bits_(bits), size_(tile_size(bits))
+        : block_(block), bits_(bits), size_(memory_.limited(tile_size(bits)))
     {
         const auto step = static_cast<size_t>(block.to_stride < 0 ? -block.to_stride : block.to_stride);
         stream_ = stream && (reinterpret_cast<uintptr_t>(block.to) | step) % kLine == 0;
@@ -277,18 +307,15 @@ private:
     {
         const Tile tile{block_.from + row * block_.from_stride + offset(column),
                         block_.from_stride,
-                        tile_,
+                        memory_.data(),
                         size_.pitch,
                         columns,
                         rows,
                         ahead};
         transpose_tile(tile, forms_, bits_);
-        const turn::Lines lines{tile_,
-                                size_.pitch,
-                                block_.to + column * block_.to_stride + offset(row),
-                                block_.to_stride,
-                                columns,
-                                static_cast<size_t>(packed_bytes(static_cast<uint32_t>(rows), bits_))};
+        const turn::Lines lines{
+            tile.to,          size_.pitch, block_.to + column * block_.to_stride + offset(row),
+            block_.to_stride, columns,     static_cast<size_t>(packed_bytes(static_cast<uint32_t>(rows), bits_))};
         const bool stream = stream_ && lines.bytes % kLine == 0;
         return forms_.loops ? forms_.loops->copy(lines, stream) : copy_lines(lines, stream);
     }
@@ -300,10 +327,10 @@ private:
 
     const TransposeBlock block_;
     const int32_t bits_;
+    TileMemory memory_;
     const TileSize size_;
     const Forms forms_;
     bool stream_ = false;
-    alignas(64) uint8_t tile_[kTileBytes];
 };
 
 } // namespace

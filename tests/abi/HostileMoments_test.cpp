@@ -10,8 +10,34 @@
 #include <fstream>
 #include <pthread.h>
 #include <sys/stat.h>
+#include <sys/syscall.h>
 #include <sys/time.h>
 #include <thread>
+#include <unistd.h>
+
+#if !VK_SANITIZED
+namespace {
+
+std::atomic<bool> g_clocks_jump{false};
+std::atomic<int> g_looks{0}; ///< at a clock that jumped
+
+} // namespace
+
+/// The library's, too: while they jump, the time of day goes decades on and back, and hours pass from one look at the
+/// coarse clock to the next, as they do while a machine sleeps.
+extern "C" int clock_gettime(clockid_t clock, timespec* time) noexcept
+{
+    const auto result = static_cast<int>(syscall(SYS_clock_gettime, clock, time));
+    if (!g_clocks_jump || (clock != CLOCK_REALTIME && clock != CLOCK_MONOTONIC_COARSE))
+        return result;
+    const int look = ++g_looks;
+    if (clock == CLOCK_REALTIME)
+        time->tv_sec = look % 3 * 1'000'000'000L;
+    else
+        time->tv_sec += look * 10'000L;
+    return result;
+}
+#endif
 
 namespace vk::testing {
 namespace {
@@ -26,7 +52,7 @@ bool on_small_stack(const std::function<bool()>& run)
     pthread_attr_t attributes;
     pthread_t thread{};
     pthread_attr_init(&attributes);
-    pthread_attr_setstacksize(&attributes, 128 << 10);
+    pthread_attr_setstacksize(&attributes, 64 << 10);
     const auto main = [](void* given) -> void* {
         auto& mine = *static_cast<Job*>(given);
         mine.good = mine.run();
@@ -38,7 +64,7 @@ bool on_small_stack(const std::function<bool()>& run)
     return job.good;
 }
 
-TEST(Hostile, StackOf128KiB)
+TEST(Hostile, StackOf64KiB)
 {
     if (VK_SANITIZED)
         GTEST_SKIP() << "the sanitizers need more";
@@ -112,6 +138,24 @@ bool waits_well()
     batch.Wait();
     return done == 4 || complain("batch", "is not waited for", done);
 }
+
+#if !VK_SANITIZED
+TEST(Hostile, ClocksThatJump)
+{
+    const uint64_t expected = undisturbed();
+    Tally& all = tally();
+    for (const uint32_t home : kHomes) {
+        all.failures = 0;
+        all.sum = 0;
+        EXPECT_TRUE(in_child([&] {
+            g_clocks_jump = true;
+            return make_and_live(home, {}) && waits_well() && g_looks > 0;
+        })) << home;
+        EXPECT_EQ(0, all.failures) << home;
+        EXPECT_EQ(expected, all.sum) << home;
+    }
+}
+#endif
 
 TEST(Hostile, SignalsWhileWaiting)
 {

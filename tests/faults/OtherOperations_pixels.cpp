@@ -164,7 +164,7 @@ const OtherFamily pixel_scenarios = {
     {"V_RotateBuffer90, V_RotateBuffer180, V_MirrorLine, V_GetChangeViewPerspectiveParams, "
      "V_ChangeRectViewPerspective, "
      "V_SinValue, V_CosValue",
-     turns, Calls::none},
+     turns},
     {"V_FillWindowTable, V_FillWindowColors", windows, Calls::none},
     {"V_GetYuvSize", yuv, Calls::none},
 };
