@@ -1,7 +1,7 @@
 // Times every operation on whole bitmaps, through the shared library alone:
 //   vk_scan depths [PART]  at every depth, in nanoseconds a pixel, and how many times as long a byte of source and
-//   result
-//                          takes as at the operation's best depth; from three times on the line is marked
+//                          result takes as at the operation's best depth; from three times on the line is marked.
+//                          Pixels of less than a byte count as one, since most work is the same for each.
 //   vk_scan sizes [PART]   at 1, 4, 16 and 64 megapixels, in memory and in tiles, and how far the times of a pixel are
 //                          apart; from 1.3 times on the line is marked
 // PART: operations whose names have that in them only.
@@ -69,9 +69,19 @@ struct Picture {
 };
 
 struct Time {
-    double seconds = -1; ///< below 0: there is no such operation
-    uint64_t bytes = 0;  ///< of the source and of what became of it
+    double seconds = -1; ///< below 0: there is no such operation, or nothing was to be done
+    double bytes = 0;    ///< of the source and of what became of it
+
+    double of_byte() const { return seconds / bytes; }
 };
+
+/// Bytes a second above which nothing can have been done.
+constexpr double kNothing = 200e9;
+
+double bytes_of(const BITMAPHANDLE& bitmap)
+{
+    return double(bitmap.Width) * bitmap.Height * std::max(bitmap.BitsPerPixel, 8) / 8;
+}
 
 /// The least of some runs, each on a copy.
 Time time_of(const Operation& operation, BITMAPHANDLE& source, int runs)
@@ -84,9 +94,10 @@ Time time_of(const Operation& operation, BITMAPHANDLE& source, int runs)
         const auto start = std::chrono::steady_clock::now();
         const int result = operation.run(copy);
         const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-        least.bytes = source.Size64 + copy.Size64;
+        least.bytes = bytes_of(source) + bytes_of(copy);
+        const bool is_done = result == SUCCESS && static_cast<double>(source.Size64) < kNothing * seconds;
         V_FreeBitmap(&copy);
-        if (result != SUCCESS)
+        if (!is_done)
             return {};
         least.seconds = i == 0 ? seconds : std::min(least.seconds, seconds);
     }
@@ -111,10 +122,10 @@ int scan_depths(const std::string& part)
             if (time.seconds < 0)
                 continue;
             times.emplace_back(&form, time);
-            best = std::min(best, time.seconds / static_cast<double>(time.bytes));
+            best = std::min(best, time.of_byte());
         }
         for (const auto& [form, time] : times) {
-            const double times_best = time.seconds / static_cast<double>(time.bytes) / best;
+            const double times_best = time.of_byte() / best;
             std::printf("| %s | %s | %.2f | %.1f%s |\n", operation.name, form->name,
                         time.seconds * 1e9 / (kWidth * kHeight), times_best, times_best > kMarked ? " *" : "");
             marked += times_best > kMarked;
