@@ -5,7 +5,7 @@
 
 namespace vk::simd::inline VK_SIMD_SET {
 
-/// a b + c where it does not matter whether the product is rounded, as of whole numbers that stay below 2^24.
+/// a b + c where it does not matter whether the product is rounded, as of whole numbers that stay below 2^24, or 2^53.
 template <size_t N> VK_SIMD_INLINE Vec<float, N> mul_add(Vec<float, N> a, Vec<float, N> b, Vec<float, N> c) noexcept
 {
 #if VK_SIMD_X86 == 3
@@ -16,6 +16,26 @@ template <size_t N> VK_SIMD_INLINE Vec<float, N> mul_add(Vec<float, N> a, Vec<fl
 #elif VK_SIMD_NEON
     if constexpr (N == 4)
         return from_native<Vec<float, N>>(vfmaq_f32(native(c), native(a), native(b)));
+    else
+#endif
+        return a * b + c;
+}
+
+template <size_t N> VK_SIMD_INLINE Vec<double, N> mul_add(Vec<double, N> a, Vec<double, N> b, Vec<double, N> c) noexcept
+{
+#if VK_SIMD_X86 == 3
+    if constexpr (N == 8)
+        return {reinterpret_cast<typename Vec<double, N>::Raw>(
+            _mm512_fmadd_pd(native_real(a), native_real(b), native_real(c)))};
+    else if constexpr (N == 4)
+        return {reinterpret_cast<typename Vec<double, N>::Raw>(
+            _mm256_mask_fmadd_pd(native_real(a), 0xFF, native_real(b), native_real(c)))};
+    else
+#elif VK_SIMD_NEON
+    if constexpr (N == 4)
+        return both(mul_add(low_half(a), low_half(b), low_half(c)), mul_add(high_half(a), high_half(b), high_half(c)));
+    else if constexpr (N == 2)
+        return from_native<Vec<double, N>>(vfmaq_f64(native(c), native(a), native(b)));
     else
 #endif
         return a * b + c;

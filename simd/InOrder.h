@@ -62,4 +62,13 @@ VK_SIMD_INLINE void store_low_bytes(void* to, Wide<uint32_t> v) noexcept
     store_first<kWidth / 4>(to, unpacked_4(pack_unsigned(words, words)));
 }
 
+/// Stores the lower word of every lane; the upper ones are clear. kWidth / 2 bytes.
+VK_SIMD_INLINE void store_low_words(void* to, Wide<uint32_t> v) noexcept
+{
+    if constexpr (kWidth == 32)
+        store(to, low_half(unpacked(pack_unsigned(as<int32_t>(v), as<int32_t>(v)))));
+    else
+        store(to, cut(v));
+}
+
 } // namespace vk::simd::inline VK_SIMD_SET

@@ -122,6 +122,12 @@ VK_SIMD_INLINE Vec<uint64_t, 2> mul_even(Vec<uint32_t, 4> a, Vec<uint32_t, 4> b)
     return from_native<Vec<uint64_t, 2>>(vmull_u32(evens[0], evens[1]));
 }
 
+VK_SIMD_INLINE Vec<int64_t, 2> mul_even(Vec<int32_t, 4> a, Vec<int32_t, 4> b) noexcept
+{
+    return from_native<Vec<int64_t, 2>>(
+        vmull_s32(vmovn_s64(vreinterpretq_s64_s32(native(a))), vmovn_s64(vreinterpretq_s64_s32(native(b)))));
+}
+
 // ---- widths ----
 
 template <class T, size_t N> VK_SIMD_INLINE Vec<T, N / 2> low_half(Vec<T, N> v) noexcept requires(N * sizeof(T) == 16)
@@ -214,6 +220,10 @@ VK_SIMD_INLINE Vec<double, 2> to_double(Vec<int32_t, 2> a) noexcept
 {
     return from_native<Vec<double, 2>>(vcvtq_f64_s64(vmovl_s32(native(a))));
 }
+VK_SIMD_INLINE Vec<double, 2> to_double(Vec<int64_t, 2> a) noexcept
+{
+    return from_native<Vec<double, 2>>(vcvtq_f64_s64(native(a)));
+}
 
 // ---- pairs of vectors, for kernels that work on 32 bytes of wide numbers ----
 
@@ -247,6 +257,14 @@ VK_SIMD_INLINE Vec<int32_t, 4> cut_off(Vec<double, 4> a) noexcept
 VK_SIMD_INLINE Vec<double, 4> to_double(Vec<int32_t, 4> a) noexcept
 {
     return both(to_double(low_half(a)), to_double(high_half(a)));
+}
+VK_SIMD_INLINE Vec<double, 4> to_double(Vec<int64_t, 4> a) noexcept
+{
+    return both(to_double(low_half(a)), to_double(high_half(a)));
+}
+VK_SIMD_INLINE Vec<float, 4> to_float(Vec<double, 4> a) noexcept
+{
+    return from_native<Vec<float, 4>>(vcvt_high_f32_f64(vcvt_f32_f64(native(low_half(a))), native(high_half(a))));
 }
 
 // ---- lanes from anywhere ----

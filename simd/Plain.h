@@ -106,6 +106,14 @@ template <size_t N> VK_SIMD_INLINE Vec<uint64_t, N / 2> mul_even(Vec<uint32_t, N
     return products;
 }
 
+template <size_t N> VK_SIMD_INLINE Vec<int64_t, N / 2> mul_even(Vec<int32_t, N> a, Vec<int32_t, N> b) noexcept
+{
+    Vec<int64_t, N / 2> products;
+    for (size_t i = 0; i < N / 2; ++i)
+        products.raw[i] = int64_t{a.raw[2 * i]} * b.raw[2 * i];
+    return products;
+}
+
 /// Shifts by a count that is only known when running; each lane by a count of its own.
 template <class T, size_t N> VK_SIMD_INLINE Vec<T, N> shift_left(Vec<T, N> a, int count) noexcept
 {
@@ -140,6 +148,15 @@ template <size_t N> VK_SIMD_INLINE Vec<float, N> to_float(Vec<int32_t, N> a) noe
 template <size_t N> VK_SIMD_INLINE Vec<double, N> to_double(Vec<int32_t, N> a) noexcept
 {
     return map<double>([](int32_t x) noexcept { return x; }, a);
+}
+/// The nearest real, which large numbers are not quite.
+template <size_t N> VK_SIMD_INLINE Vec<double, N> to_double(Vec<int64_t, N> a) noexcept
+{
+    return map<double>([](int64_t x) noexcept { return x; }, a);
+}
+template <size_t N> VK_SIMD_INLINE Vec<float, N> to_float(Vec<double, N> a) noexcept
+{
+    return map<float>([](double x) noexcept { return x; }, a);
 }
 
 // ---- widths ----

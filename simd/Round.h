@@ -1,4 +1,4 @@
-// Single reals to whole numbers, in a step.
+// Reals to the nearest whole numbers, halves to even ones.
 #pragma once
 
 #include "simd/Simd.h"
@@ -15,6 +15,21 @@ VK_SIMD_INLINE int64_t nearest_whole(double value) noexcept
 #else
     return __builtin_llrint(value);
 #endif
+}
+
+/// What makes the last bit of a real below 2^51 a whole one.
+inline constexpr double kRounder = 0x1.8p52;
+
+/// The nearest whole numbers of reals below 2^51 either way, as such and as reals.
+template <size_t N> VK_SIMD_INLINE Vec<int64_t, N> nearest_whole(Vec<double, N> a) noexcept
+{
+    const auto rounder = all<Vec<double, N>>(kRounder);
+    return as<int64_t>(a + rounder) - as<int64_t>(rounder);
+}
+template <size_t N> VK_SIMD_INLINE Vec<double, N> rounded_to_whole(Vec<double, N> a) noexcept
+{
+    const auto rounder = all<Vec<double, N>>(kRounder);
+    return (a + rounder) - rounder;
 }
 
 } // namespace vk::simd::inline VK_SIMD_SET

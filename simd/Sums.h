@@ -3,7 +3,7 @@
 // compilers would keep in memory as one vector.
 #pragma once
 
-#include "simd/Arrange.h"
+#include "simd/Fold.h"
 
 namespace vk::simd::inline VK_SIMD_SET {
 
@@ -125,13 +125,7 @@ private:
     /// A lane for the sum of each one's lanes.
     static VK_SIMD_INLINE FourSums of_lanes(const FourSums (&of)[4]) noexcept
     {
-        const auto folded = [](Sums a, Sums b) noexcept {
-            return arrange<[](size_t k) { return k / 2 * 2 + k % 2 * 4; }>(a, b) +
-                   arrange<[](size_t k) { return k / 2 * 2 + 1 + k % 2 * 4; }>(a, b);
-        };
-        const Sums low = folded(of[0].sums_, of[1].sums_), high = folded(of[2].sums_, of[3].sums_);
-        return FourSums(arrange<[](size_t k) { return k < 2 ? k : 2 + k; }>(low, high) +
-                        arrange<[](size_t k) { return k < 2 ? 2 + k : 4 + k; }>(low, high));
+        return FourSums(simd::folded<uint64_t>({of[0].sums_, of[1].sums_, of[2].sums_, of[3].sums_}));
     }
 
     /// Sums below 2^52 by a real: four bytes, cut off, the first one lowest.

@@ -113,6 +113,7 @@ VK_BINARY(mul_high, uint16_t, uint16_t, mulhi_epu16)
 VK_BINARY_AVX2(mul_rounded, int16_t, int16_t, mulhrs_epi16)
 VK_BINARY(mul_pairs, int16_t, int32_t, madd_epi16)
 VK_BINARY(mul_even, uint32_t, uint64_t, mul_epu32)
+VK_BINARY_AVX2(mul_even, int32_t, int64_t, mul_epi32)
 VK_BINARY(pack, int16_t, int8_t, packs_epi16)
 VK_BINARY(pack, int32_t, int16_t, packs_epi32)
 VK_BINARY(pack_unsigned, int16_t, uint8_t, packus_epi16)
@@ -333,6 +334,37 @@ VK_SIMD_INLINE Vec<double, 8> to_double(Vec<int32_t, 8> a) noexcept
 }
 #endif
 #undef VK_REAL_AT
+
+#if VK_SIMD_X86 >= 2
+VK_SIMD_INLINE Vec<float, 4> to_float(Vec<double, 4> a) noexcept
+{
+    return {reinterpret_cast<Vec<float, 4>::Raw>(_mm256_cvtpd_ps(native_real(a)))};
+}
+#endif
+#if VK_SIMD_X86 >= 3
+VK_SIMD_INLINE Vec<float, 8> to_float(Vec<double, 8> a) noexcept
+{
+    return {reinterpret_cast<Vec<float, 8>::Raw>(_mm512_cvtpd_ps(native_real(a)))};
+}
+#define VK_LONG_AT(n, prefix)                                                                                          \
+    VK_SIMD_INLINE Vec<double, n> to_double(Vec<int64_t, n> a) noexcept                                                \
+    {                                                                                                                  \
+        return {reinterpret_cast<Vec<double, n>::Raw>(prefix##_cvtepi64_pd(native(a)))};                               \
+    }
+VK_LONG_AT(2, _mm)
+VK_LONG_AT(4, _mm256)
+VK_LONG_AT(8, _mm512)
+#undef VK_LONG_AT
+#elif VK_SIMD_X86 == 2
+/// Each half as the last bits of a large real: less what makes these large, their sum is rounded once.
+VK_SIMD_INLINE Vec<double, 4> to_double(Vec<int64_t, 4> a) noexcept
+{
+    using Bits = Vec<uint64_t, 4>;
+    const auto low = (as<uint64_t>(a) & all<Bits>(0xFFFF'FFFF)) | all<Bits>(0x4330'0000'0000'0000);
+    const auto high = (as<uint64_t>(a) >> 32) ^ all<Bits>(0x4530'0000'8000'0000);
+    return (as<double>(high) - as<double>(all<Bits>(0x4530'0000'8010'0000))) + as<double>(low);
+}
+#endif
 
 #define VK_DOUBLE_AT(n, prefix)                                                                                        \
     VK_SIMD_INLINE Vec<double, n> min(Vec<double, n> a, Vec<double, n> b) noexcept                                     \

@@ -47,6 +47,8 @@ struct Box {
 struct ExactLookup {
     ColorLookup base;
     const MatchKnown* wide; ///< or null
+    const ScanAll* all;     ///< or null
+    ScanEntry few[kMostScanned];
     uint32_t count;
     uint32_t blocks; ///< cells there is room for
     std::atomic<uint32_t> used_blocks;
@@ -355,6 +357,46 @@ void match_cells_wide(const ColorLookup* self, const Rgba8* colors, uint8_t* ind
     }
 }
 
+/// Tries all entries for a step of colours, of which `count` matter; ties are left to the cells.
+void match_step(const ExactLookup& lookup, const Rgba8* colors, uint8_t* indices, size_t count) noexcept
+{
+    const uint64_t tied = lookup.all->match(lookup.few, lookup.count, colors, indices);
+    for (uint64_t left = tied & (~uint64_t{0} >> (64 - count)); left != 0; left &= left - 1) {
+        const auto at = static_cast<size_t>(std::countr_zero(left));
+        match_cells(&lookup.base, colors + at, indices + at, 1);
+    }
+}
+
+void match_few(const ColorLookup* self, const Rgba8* colors, uint8_t* indices, size_t count) noexcept
+{
+    constexpr size_t kMostStep = 64;
+    const ExactLookup& lookup = learning(self);
+    const size_t step = lookup.all->step;
+    size_t i = 0;
+    for (; i + step <= count; i += step) {
+        match_step(lookup, colors + i, indices + i, step);
+    }
+    if (i < count) {
+        Rgba8 last[kMostStep] = {};
+        uint8_t found[kMostStep];
+        std::copy_n(colors + i, count - i, last);
+        match_step(lookup, last, found, count - i);
+        std::copy_n(found, count - i, indices + i);
+    }
+}
+
+/// With a square no larger than 3 * 255 * 255 and twice as large products, keys fit 32 bits.
+ScanEntry scan_entry(const RGBQUAD& entry, uint32_t index) noexcept
+{
+    const auto pair = [](int32_t low, int32_t high) noexcept {
+        return static_cast<int32_t>((static_cast<uint32_t>(-2 * low) & 0xFFFFu) | static_cast<uint32_t>(-2 * high)
+                                                                                      << 16);
+    };
+    const int32_t red = entry.rgbRed, green = entry.rgbGreen, blue = entry.rgbBlue;
+    return {pair(blue, red), pair(green, 0),
+            (red * red + green * green + blue * blue) * 256 + static_cast<int32_t>(index)};
+}
+
 } // namespace
 
 ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels) noexcept
@@ -367,6 +409,13 @@ ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_
     auto* const lookup = new (memory) ExactLookup{};
     lookup->wide = match_known_loop_sets.best();
     lookup->base.match = lookup->wide != nullptr ? match_cells_wide : match_cells;
+    lookup->all = count <= kMostScanned ? scan_all_sets.best() : nullptr;
+    if (lookup->all != nullptr) {
+        lookup->base.match = match_few;
+        for (uint32_t i = 0; i < count; ++i) {
+            lookup->few[i] = scan_entry(entries[i], i);
+        }
+    }
     lookup->count = count;
     lookup->blocks = blocks;
     lookup->used_list.store(count, std::memory_order_relaxed);

@@ -6,6 +6,8 @@
 // few entries that can win there, in palette order, so that ties fall as in the scan of all. Cells are settled when a
 // colour first falls into them, in memory that is there from the start: asking never fails and allocates nothing.
 //
+// Few entries need none of that: where there are vectors, all are tried at once, and cells serve ties alone.
+//
 // Several threads may ask at once. What one finds out it publishes as a whole; two that settle the same cell at once
 // come to the same answers, and one of their blocks is lost.
 #pragma once
@@ -29,6 +31,25 @@ struct MatchKnown {
     size_t step;
 };
 VK_SIMD_TABLE_256(MatchKnown, match_known_loop);
+
+/// An entry as scanning all of few sees it: what blue and red, and green, are multiplied by, in 16 bits each, and the
+/// entry's square times 256 with the index.
+struct ScanEntry {
+    int32_t outer;
+    int32_t green;
+    int32_t square_and_index;
+};
+
+/// Writes the index of the nearest entry, of those equally near the first, for `step` colours; returns a bit for each
+/// that has several, which another rule decides.
+struct ScanAll {
+    uint64_t (*match)(const ScanEntry* entries, uint32_t count, const Rgba8* colors, uint8_t* indices) noexcept;
+    size_t step;
+};
+VK_SIMD_TABLE(ScanAll, scan_all);
+
+/// Palettes of no more entries are scanned as a whole where there are vectors: that takes no longer than looking up.
+constexpr uint32_t kMostScanned = 32;
 
 /// Frees a look-up made by create_exact_lookup; null is ignored.
 void destroy_exact_lookup(ColorLookup* lookup) noexcept;

@@ -26,6 +26,9 @@ public:
 
     /// The loops in vectors that do the work of rows without transparency, or null.
     const ByteLoops* fast_loops() const noexcept { return is_bytes_ ? bytes_.fast_loops() : nullptr; }
+    /// Those of the wide filter, which does the rest of such rows; and those for rows with transparency.
+    const WideLoops* wide_loops() const noexcept { return wide_.fast_loops(); }
+    const WideLoops* alpha_loops() const noexcept { return by_alpha_.fast_loops(); }
 
 private:
     struct Axes {

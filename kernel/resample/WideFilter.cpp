@@ -2,75 +2,20 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 namespace vk::resample {
 
 namespace {
 
-/// Summed for a pixel with alpha: three colours times alpha, alpha, three colours.
-constexpr int32_t kAlphaChannels = 7;
 /// Rows behind the first pass take up to this much where more than a few would be of use.
 constexpr uint64_t kRingBytes = 16 * 1024 * 1024;
-constexpr uint64_t kLeastRows = 8;
-
-/// Bits dropped between the passes: of products with alpha, and of lanes.
-struct Shifts {
-    int32_t product;
-    int32_t lane;
-};
-
-int64_t drop(int64_t sum, int32_t bits) noexcept
-{
-    return (sum + (bits == 0 ? 0 : int64_t{1} << (bits - 1))) >> bits;
-}
-
-template <class Lane, int32_t kChannels>
-void sum_pixels(const uint8_t* bytes, const TapTable& table, int32_t count, Shifts shifts, int64_t* out) noexcept
-{
-    constexpr int32_t kProducts = kChannels == kAlphaChannels ? 3 : 0;
-    const int32_t taps = table.count();
-    const int32_t* weights = table.weights();
-    for (int32_t i = 0; i < count; ++i, weights += taps, out += kChannels) {
-        const auto* lane = reinterpret_cast<const Lane*>(bytes) + static_cast<ptrdiff_t>(table.first()[i]) * kChannels;
-        int64_t sums[kChannels] = {};
-        for (int32_t k = 0; k < taps; ++k, lane += kChannels)
-            for (int32_t c = 0; c < kChannels; ++c)
-                sums[c] += int64_t{weights[k]} * lane[c];
-        for (int32_t c = 0; c < kChannels; ++c)
-            out[c] = drop(sums[c], c < kProducts ? shifts.product : shifts.lane);
-    }
-}
 
 template <class Lane>
-void sum_row(const uint8_t* lanes, int32_t channels, const TapTable& table, int32_t count, Shifts shifts,
-             int64_t* out) noexcept
+void put_colors(const int64_t* sums, const WideEnd& end, Lane* out, size_t begin, size_t count) noexcept
 {
-    if (channels == 1)
-        sum_pixels<Lane, 1>(lanes, table, count, shifts, out);
-    else if (channels == 3)
-        sum_pixels<Lane, 3>(lanes, table, count, shifts, out);
-    else if (channels == 4)
-        sum_pixels<Lane, 4>(lanes, table, count, shifts, out);
-    else
-        sum_pixels<Lane, kAlphaChannels>(lanes, table, count, shifts, out);
-}
-
-template <class Lane> void multiply_alpha(const Lane* pixel, uint32_t* out, size_t width) noexcept
-{
-    for (size_t i = 0; i < width; ++i, pixel += 4, out += kAlphaChannels) {
-        out[3] = pixel[3];
-        for (size_t c = 0; c < 3; ++c) {
-            out[c] = uint32_t{pixel[c]} * pixel[3];
-            out[4 + c] = pixel[c];
-        }
-    }
-}
-
-/// The largest lane that is summed.
-uint64_t largest(const Form& form, bool by_alpha) noexcept
-{
-    return by_alpha ? uint64_t{form.most} * form.most : form.most;
+    for (size_t i = begin; i < begin + count; ++i)
+        if (i % 4 != 3)
+            out[i] = static_cast<Lane>(wide_lane(sums[i], end));
 }
 
 } // namespace
@@ -81,48 +26,102 @@ bool sums_fit(uint64_t most, const Axis& x, const Axis& y) noexcept
     return static_cast<uint64_t>(x.total()) <= limit / static_cast<uint64_t>(y.total());
 }
 
+/// The second pass takes 33 bits of value and 28 of weight; negative lobes less than double the sum. Colours that stand
+/// alone lose fewer bits than products, as alpha beside these does.
+void WideFilter::set_shifts(bool exact, bool by_alpha, int64_t total) noexcept
+{
+    const Form& form = rows_->form();
+    const auto shift_for = [&](uint64_t most) noexcept {
+        return exact ? 0 : std::max(kWideBits + static_cast<int32_t>(std::bit_width(most)) - 33, 0);
+    };
+    const auto set = [&](Ring& ring, uint64_t most, int32_t extra) noexcept {
+        ring.pass.extra = ring.end.extra = extra;
+        ring.pass.most = most;
+        ring.pass.shift = shift_for(most);
+        ring.end.shift = exact ? 0 : 2 * kWideBits - ring.pass.shift + extra;
+        ring.end.unit = exact ? total : int64_t{1} << ring.end.shift;
+        ring.end.inverse = 1.0 / static_cast<double>(ring.end.unit);
+    };
+    set(colors_, form.most, 0);
+    const auto extra = exact ? 0 : static_cast<int32_t>(std::bit_width(form.most));
+    set(ring_, by_alpha ? uint64_t{form.most} * form.most : form.most, by_alpha ? extra : 0);
+    ring_.pass.by_alpha = ring_.end.by_alpha = by_alpha;
+}
+
+int WideFilter::open_ring(Ring& ring) noexcept
+{
+    const Form& form = rows_->form();
+    const auto slots = static_cast<uint64_t>(slots_);
+    ring.pass.along = {table_.first(),
+                       table_.weights(),
+                       table_.count(),
+                       table_.count(),
+                       form.channels,
+                       rows_->width(),
+                       static_cast<int32_t>(lanes_ / static_cast<size_t>(form.channels))};
+    ring.pass.lane_bytes = ring.end.lane_bytes = form.lane_bytes;
+    ring.end.most = form.most;
+    const bool has_room =
+        ring.rows.allocate(slots * pitch_ * sizeof(int64_t)) && ring.held.allocate(slots * sizeof(int32_t));
+    return has_room ? V_SUCCESS : V_ERROR_NO_MEMORY;
+}
+
+/// Weights and room for loops that sum in reals.
+int WideFilter::open_reals(int64_t across) noexcept
+{
+    const int32_t taps = table_.count();
+    const int32_t channels = rows_->form().channels;
+    const int32_t pitch = channels == 1 ? (taps + kTapGroup - 1) / kTapGroup * kTapGroup : taps;
+    const size_t part = static_cast<size_t>(rows_->width()) * static_cast<size_t>(channels) + kLaneSlack;
+    const size_t positions = lanes_ / static_cast<size_t>(channels);
+    if (!reals_.allocate(positions * static_cast<size_t>(pitch) * sizeof(double)) ||
+        !room_.allocate(2 * part * sizeof(double)))
+        return V_ERROR_NO_MEMORY;
+    auto* out = reinterpret_cast<double*>(reals_.data());
+    const int32_t* from = table_.weights();
+    for (size_t i = 0; i < positions; ++i, from += taps, out += pitch)
+        std::copy_n(from, taps, out);
+    for (Ring* ring : {&ring_, &colors_}) {
+        ring->pass.reals = reinterpret_cast<const double*>(reals_.data());
+        ring->pass.pitch = pitch;
+        ring->pass.room = reinterpret_cast<double*>(room_.data());
+        ring->pass.part = part;
+        const bool is_exact = ring->end.shift == 0;
+        const double most = is_exact ? static_cast<double>(ring->pass.most) * static_cast<double>(across) : 0x1p34;
+        ring->pass.split = wide_split(most, static_cast<double>(y_->total()) * (is_exact ? 1 : 2));
+    }
+    return V_SUCCESS;
+}
+
 int WideFilter::open(LaneRows& rows, Axis& x, Axis& y, bool exact, bool by_alpha) noexcept
 {
     rows_ = &rows;
     y_ = &y;
-    exact_ = exact;
-    by_alpha_ = by_alpha;
-    channels_ = by_alpha ? kAlphaChannels : rows.form().channels;
-    total_ = exact ? x.total() * y.total() : 0;
-    // The second pass takes 33 bits of value and 28 of weight; negative lobes less than double the sum.
-    // Alpha and plain colours keep as many bits more as their products are larger.
-    const auto bits = static_cast<int32_t>(std::bit_width(largest(rows.form(), by_alpha)));
-    product_shift_ = exact ? 0 : std::max(kWideBits + bits - 33, 0);
-    extra_bits_ = exact || !by_alpha ? 0 : static_cast<int32_t>(std::bit_width(rows.form().most));
-    last_shift_ = exact ? 0 : 2 * kWideBits - product_shift_ + extra_bits_;
-    lanes_ = static_cast<size_t>(x.positions()) * static_cast<size_t>(channels_);
+    lanes_ = static_cast<size_t>(x.positions()) * static_cast<size_t>(rows.form().channels);
+    pitch_ = lanes_ + kLaneSlack;
+    set_shifts(exact, by_alpha, exact ? x.total() * y.total() : 0);
+    fast_ = wide_fits_reals(ring_.pass, x.total()) ? wide_loops_sets.best() : nullptr;
+    loops_ = fast_ ? fast_ : &plain_wide_loops();
     const auto most = static_cast<uint64_t>(y.most());
-    slots_ = static_cast<int32_t>(std::min(most, std::max(kRingBytes / (lanes_ * sizeof(int64_t)), kLeastRows)));
-    const auto slots = static_cast<uint64_t>(slots_);
-    const uint64_t source = by_alpha ? static_cast<uint64_t>(x.pixels()) * kAlphaChannels * sizeof(uint32_t) : 1;
-    const bool has_room = ring_.allocate(slots * lanes_ * sizeof(int64_t)) && held_.allocate(slots * sizeof(int32_t)) &&
-                          sums_.allocate(lanes_ * sizeof(int64_t)) && weights_.allocate(most * sizeof(int32_t)) &&
-                          expanded_.allocate(source);
-    return has_room ? table_.open(x) : V_ERROR_NO_MEMORY;
-}
-
-const uint8_t* WideFilter::expand(const uint8_t* lanes) noexcept
-{
-    auto* const out = reinterpret_cast<uint32_t*>(expanded_.data());
-    const auto width = static_cast<size_t>(rows_->width());
-    if (rows_->form().lane_bytes == 1)
-        multiply_alpha(lanes, out, width);
-    else
-        multiply_alpha(reinterpret_cast<const uint16_t*>(lanes), out, width);
-    return expanded_.data();
+    const uint64_t useful = std::max(kRingBytes / (pitch_ * sizeof(int64_t)), uint64_t{kMostWideRows});
+    slots_ = static_cast<int32_t>(std::min(most, useful));
+    if (!sums_.allocate(pitch_ * sizeof(int64_t)) || !weights_.allocate(most * sizeof(int32_t)) ||
+        (by_alpha && !color_sums_.allocate(pitch_ * sizeof(int64_t))))
+        return V_ERROR_NO_MEMORY;
+    int result = table_.open(x);
+    if (result == V_SUCCESS)
+        result = open_ring(ring_);
+    if (result == V_SUCCESS && by_alpha)
+        result = open_ring(colors_);
+    return result == V_SUCCESS && fast_ ? open_reals(x.total()) : result;
 }
 
 /// Source row `y` behind the first pass.
-int WideFilter::narrow_row(int32_t y, const int64_t** sums) noexcept
+int WideFilter::narrow_row(Ring& ring, int32_t y, const int64_t** sums) noexcept
 {
     const int32_t slot = y % slots_;
-    auto* const held = reinterpret_cast<int32_t*>(held_.data()) + slot;
-    auto* const out = reinterpret_cast<int64_t*>(ring_.data()) + static_cast<size_t>(slot) * lanes_;
+    auto* const held = reinterpret_cast<int32_t*>(ring.held.data()) + slot;
+    auto* const out = reinterpret_cast<int64_t*>(ring.rows.data()) + static_cast<size_t>(slot) * pitch_;
     *sums = out;
     if (*held == y + 1)
         return V_SUCCESS;
@@ -131,74 +130,61 @@ int WideFilter::narrow_row(int32_t y, const int64_t** sums) noexcept
     const int result = rows_->row(y, &lanes);
     if (result != V_SUCCESS)
         return result;
-    const auto count = static_cast<int32_t>(lanes_ / static_cast<size_t>(channels_));
-    const int32_t bytes = by_alpha_ ? 4 : rows_->form().lane_bytes;
-    if (by_alpha_)
-        lanes = expand(lanes);
-    const Shifts shifts{product_shift_, product_shift_ - extra_bits_};
-    if (bytes == 1)
-        sum_row<uint8_t>(lanes, channels_, table_, count, shifts, out);
-    else if (bytes == 2)
-        sum_row<uint16_t>(lanes, channels_, table_, count, shifts, out);
-    else
-        sum_row<uint32_t>(lanes, channels_, table_, count, shifts, out);
+    loops_->along(lanes, ring.pass, out);
     *held = y + 1;
     return V_SUCCESS;
 }
 
-uint32_t WideFilter::lane(int64_t sum) const noexcept
+/// The sums of lanes of the row under way, a few source rows at a time.
+int WideFilter::sum_rows(Ring& ring, size_t begin, size_t count, int64_t* sums) noexcept
 {
-    const int64_t value =
-        exact_ ? (sum + total_ / 2) / total_ : (sum + (int64_t{1} << (last_shift_ - 1))) >> last_shift_;
-    return static_cast<uint32_t>(std::clamp<int64_t>(value, 0, rows_->form().most));
-}
-
-template <class Lane> void WideFilter::finish(Lane* out) const noexcept
-{
-    const auto* const sums = reinterpret_cast<const int64_t*>(sums_.data());
-    for (size_t i = 0; i < lanes_; ++i)
-        out[i] = static_cast<Lane>(lane(sums[i]));
-}
-
-template <class Lane> void WideFilter::finish_by_alpha(Lane* out) const noexcept
-{
-    const auto* sums = reinterpret_cast<const int64_t*>(sums_.data());
-    const int64_t most = rows_->form().most;
-    for (size_t i = 0; i < lanes_; i += kAlphaChannels, sums += kAlphaChannels, out += 4) {
-        const int64_t alpha = drop(sums[3], extra_bits_);
-        for (size_t c = 0; c < 3; ++c) {
-            const int64_t mean = alpha > 0 ? (std::max<int64_t>(sums[c], 0) + alpha / 2) / alpha : lane(sums[4 + c]);
-            out[c] = static_cast<Lane>(std::min(mean, most));
+    const auto* const weights = reinterpret_cast<const int32_t*>(weights_.data());
+    for (int32_t k = 0; k < taps_; k += kMostWideRows) {
+        const int32_t some = std::min(kMostWideRows, taps_ - k);
+        WideRows rows{{}, weights + k, some, ring.pass.split, k != 0};
+        for (int32_t r = 0; r < some; ++r) {
+            const int result = narrow_row(ring, first_ + k + r, &rows.of[r]);
+            if (result != V_SUCCESS)
+                return result;
+            rows.of[r] += begin;
         }
-        out[3] = static_cast<Lane>(lane(sums[3]));
+        loops_->down(rows, sums + begin, count);
     }
+    return V_SUCCESS;
+}
+
+/// Gives runs of pixels of which nothing is visible the plain means of colours. Where not all source rows are kept,
+/// the row is one run.
+int WideFilter::fill_invisible(void* out) noexcept
+{
+    auto* const plain = reinterpret_cast<int64_t*>(color_sums_.data());
+    const auto* const sums = reinterpret_cast<const int64_t*>(sums_.data());
+    const auto is_invisible = [&](size_t i) noexcept { return wide_alpha(sums[i + 3], ring_.end.extra) <= 0; };
+    int result = taps_ > slots_ ? sum_rows(colors_, 0, lanes_, plain) : V_SUCCESS;
+    for (size_t i = 0; i < lanes_ && result == V_SUCCESS; i += 4) {
+        const size_t begin = i;
+        while (i < lanes_ && is_invisible(i))
+            i += 4;
+        if (i == begin)
+            continue;
+        if (taps_ <= slots_)
+            result = sum_rows(colors_, begin, i - begin, plain);
+        if (colors_.end.lane_bytes == 1)
+            put_colors(plain, colors_.end, static_cast<uint8_t*>(out), begin, i - begin);
+        else
+            put_colors(plain, colors_.end, static_cast<uint16_t*>(out), begin, i - begin);
+    }
+    return result;
 }
 
 int WideFilter::row(int32_t at, void* out) noexcept
 {
     auto* const sums = reinterpret_cast<int64_t*>(sums_.data());
-    auto* const weights = reinterpret_cast<int32_t*>(weights_.data());
-    std::fill_n(sums, lanes_, 0);
-    int32_t first = 0;
-    const int32_t taps = y_->taps(at, &first, weights);
-    for (int32_t k = 0; k < taps; ++k) {
-        const int64_t* from = nullptr;
-        const int result = narrow_row(first + k, &from);
-        if (result != V_SUCCESS)
-            return result;
-        for (size_t i = 0; i < lanes_; ++i)
-            sums[i] += weights[k] * from[i];
-    }
-    const int32_t bytes = rows_->form().lane_bytes;
-    if (by_alpha_)
-        bytes == 1 ? finish_by_alpha(static_cast<uint8_t*>(out)) : finish_by_alpha(static_cast<uint16_t*>(out));
-    else if (bytes == 1)
-        finish(static_cast<uint8_t*>(out));
-    else if (bytes == 2)
-        finish(static_cast<uint16_t*>(out));
-    else
-        finish(static_cast<uint32_t*>(out));
-    return V_SUCCESS;
+    taps_ = y_->taps(at, &first_, reinterpret_cast<int32_t*>(weights_.data()));
+    const int result = sum_rows(ring_, 0, lanes_, sums);
+    if (result != V_SUCCESS)
+        return result;
+    return loops_->finish(sums, ring_.end, out, lanes_) ? fill_invisible(out) : V_SUCCESS;
 }
 
 } // namespace vk::resample

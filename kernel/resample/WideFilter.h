@@ -1,14 +1,15 @@
 // The filter that serves every form, in 64-bit whole numbers: along the row first, each source row once as long as it
-// is kept, then down the columns.
+// is kept, then down the columns. WideKernels.h has the loops.
 //
 // Area averaging is exact: no rounding before the quotient of the sums. Other kernels have weights of 28 bits and keep
 // as many bits in between as the second pass leaves room for, so a result of up to 16 bits is off the rounded real one
-// only next to a half, and one of 32 bits is right to some 26. Colours with alpha are summed with their alpha and
-// without: the result is the weighted mean, or the plain one where everything is invisible.
+// only next to a half, and one of 32 bits is right to some 26. Colours with alpha are summed with their alpha: the
+// result is the weighted mean, or where everything is invisible the plain one, whose sums are only made for that.
 #pragma once
 
 #include "kernel/resample/LaneRows.h"
 #include "kernel/resample/Weights.h"
+#include "kernel/resample/WideKernels.h"
 
 namespace vk::resample {
 
@@ -27,30 +28,41 @@ public:
     /// Writes destination row `at` as lanes. SUCCESS or the failure of a transfer.
     int row(int32_t at, void* out) noexcept;
 
-private:
-    int narrow_row(int32_t y, const int64_t** sums) noexcept;
-    const uint8_t* expand(const uint8_t* lanes) noexcept;
-    uint32_t lane(int64_t sum) const noexcept;
-    template <class Lane> void finish(Lane* out) const noexcept;
-    template <class Lane> void finish_by_alpha(Lane* out) const noexcept;
+    const WideLoops* fast_loops() const noexcept { return fast_; } ///< those in use, or null
 
+private:
+    /// Source rows behind the first pass.
+    struct Ring {
+        WideRow pass{};
+        WideEnd end{};
+        RowBuffer rows;
+        RowBuffer held; ///< row in each slot, counted from 1
+    };
+
+    void set_shifts(bool exact, bool by_alpha, int64_t total) noexcept;
+    int open_reals(int64_t across) noexcept;
+    int open_ring(Ring& ring) noexcept;
+    int narrow_row(Ring& ring, int32_t y, const int64_t** sums) noexcept;
+    int sum_rows(Ring& ring, size_t begin, size_t count, int64_t* sums) noexcept;
+    int fill_invisible(void* out) noexcept;
+
+    const WideLoops* fast_ = nullptr;
+    const WideLoops* loops_ = nullptr;
     LaneRows* rows_ = nullptr;
     Axis* y_ = nullptr;
     TapTable table_;
-    int32_t channels_ = 0; ///< that are summed
-    bool exact_ = false;
-    bool by_alpha_ = false;
-    int32_t product_shift_ = 0; ///< bits dropped between the passes
-    int32_t extra_bits_ = 0;    ///< fewer for what is not multiplied with alpha
-    int32_t last_shift_ = 0;
-    int64_t total_ = 0;
     size_t lanes_ = 0; ///< of a destination row
+    size_t pitch_ = 0; ///< sums from one row to the next
     int32_t slots_ = 0;
-    RowBuffer ring_; ///< rows behind the first pass
-    RowBuffer held_; ///< row in each slot, counted from 1
+    Ring ring_;   ///< with products where colours are weighted
+    Ring colors_; ///< then also without
     RowBuffer sums_;
-    RowBuffer weights_;  ///< of one destination row
-    RowBuffer expanded_; ///< a source row with its products
+    RowBuffer color_sums_;
+    int32_t first_ = 0; ///< source row of the destination row under way, and how many there are
+    int32_t taps_ = 0;
+    RowBuffer weights_; ///< theirs
+    RowBuffer reals_;   ///< weights for vectors
+    RowBuffer room_;    ///< a source row for vectors
 };
 
 } // namespace vk::resample

@@ -129,12 +129,14 @@ void Cells::pack_colors(const uint8_t* cells, uint8_t* packed, size_t count) con
 {
     uint8_t indices[kMostPixels + 8]; // the look-up may write a little more
     lookup_->match(lookup_, reinterpret_cast<const pixel::Rgba8*>(cells), indices, count);
-    for (size_t i = 0; i < count; ++i) {
+    constexpr uint32_t kColor = 0x00FFFFFF; // of words of blue, green, red and something else
+    const auto* const entries = reinterpret_cast<const uint8_t*>(form_.entries);
+    for (size_t i = 0; i < count; ++i) { // without branches, which nobody foresees
         const uint8_t own = cells[4 * i + 3];
-        const RGBQUAD& found = form_.entries[indices[i]];
-        const RGBQUAD cell{cells[4 * i], cells[4 * i + 1], cells[4 * i + 2], 0};
-        if (same_color(form_.entries[own], found) || same_color(form_.entries[own], cell))
-            indices[i] = own;
+        const auto entry = load<uint32_t>(entries + size_t{4} * own);
+        const uint64_t to_found = (entry ^ load<uint32_t>(entries + size_t{4} * indices[i])) & kColor;
+        const uint64_t to_mixed = (entry ^ load<uint32_t>(cells + 4 * i)) & kColor;
+        indices[i] = to_found * to_mixed == 0 ? own : indices[i];
     }
     form_.format->pack(indices, packed, count);
 }

@@ -91,12 +91,17 @@ TEST(ExactLookup, IsTheScanWhenItsMemoryIsUsedUp)
 /// The wide loop, where this processor has it, is another one than the plain loop and gives the same.
 TEST(ExactLookup, IsTheScanInThePlainLoopToo)
 {
-    const Palette palette = fixed(8);
-    const Lookup wide(pixel::create_exact_lookup(palette.data(), 256, 1), pixel::destroy_exact_lookup);
-    const bool is_wide = pixel::match_known_loop_sets.best() != nullptr;
+    for (const int32_t bits : {3, 8}) {
+        const Palette palette = fixed(bits);
+        const auto count = static_cast<uint32_t>(palette.size());
+        const Lookup wide(pixel::create_exact_lookup(palette.data(), count, 1), pixel::destroy_exact_lookup);
+        const bool is_wide = pixel::match_known_loop_sets.best() != nullptr;
+        EXPECT_EQ(is_wide, pixel::scan_all_sets.best() != nullptr);
+        const AtLevel at(simd::Level::base);
+        const Lookup plain(pixel::create_exact_lookup(palette.data(), count, 1), pixel::destroy_exact_lookup);
+        EXPECT_EQ(is_wide, wide->match != plain->match);
+    }
     const AtLevel at(simd::Level::base);
-    const Lookup plain(pixel::create_exact_lookup(palette.data(), 256, 1), pixel::destroy_exact_lookup);
-    EXPECT_EQ(is_wide, wide->match != plain->match);
     expect_exact(clustered(4, 250, 16), 1u << 24, 31 * kStep);
     expect_exact(clustered(5, 250, 256), 1, 97 * kStep);
 }

@@ -1,6 +1,7 @@
 // Every operation of the vector layer beside the loop that says what it means. Within a line, `a`, `b` and `c` are
 // vectors of the type that it names, full of anything.
 #include "simd/Divide.h"
+#include "simd/Round.h"
 #include "simd/Thirds.h"
 #include "tests/simd/Answers.h"
 
@@ -64,6 +65,16 @@ template <class V> size_t steps(const Operands& in, uint8_t* got, uint8_t* expec
 template <class V> auto whole(V a, int bits) noexcept
 {
     return plain::to_float(as<int32_t>(as<uint32_t>(a) >> (32 - bits)));
+}
+
+template <class V> auto long_whole(V a, int bits) noexcept
+{
+    return plain::to_double(as<int64_t>(as<uint64_t>(a) >> (64 - bits)));
+}
+/// Whole numbers and halves below 2^51, of either sign.
+template <class V> auto halves(V a) noexcept
+{
+    return plain::to_double(a >> 13) * all<decltype(plain::to_double(a))>(0.5);
 }
 
 #define VK_CASE(what, T, got_value, loop_value)                                                                        \
@@ -155,6 +166,7 @@ constexpr Operation kAt[] = {
     VK_AFTER(mul_pairs, int16_t, plain::max(a, all<V>(-32767)), b),
     VK_AFTER(mul_pairs, uint8_t, a, as<int8_t>(b)),
     VK_BINARY(mul_even, uint32_t),
+    VK_BINARY(mul_even, int32_t),
     VK_BINARY(pack, int16_t),
     VK_BINARY(pack, int32_t),
     VK_BINARY(pack_unsigned, int16_t),
@@ -175,6 +187,8 @@ constexpr Operation kAt[] = {
     VK_CASE("cut_4", uint32_t, plain::widen_4(cut_4(a)), (a) & all<V>(0xFF)),
     VK_UNARY(to_float, int32_t),
     VK_WIDEN(to_double, int32_t),
+    VK_UNARY(to_double, int64_t),
+    VK_CASE("to_float of double", int64_t, to_float(plain::to_double(a)), plain::to_float(plain::to_double(a))),
     VK_CASE("cut_off of float", int32_t, cut_off(plain::to_float(a) * all<Reals<W>>(0.0371f)),
             plain::cut_off(plain::to_float(a) * all<Reals<W>>(0.0371f))),
     VK_CASE("cut_off of double", int32_t, cut_off(plain::to_double(low_half(a)) * all<Doubles<W>>(0.73)),
@@ -190,6 +204,12 @@ constexpr Operation kAt[] = {
     VK_CASE("/", float, whole(a, 24) / (whole(b, 8) + all<V>(1)), VK_REALS(p / (q + 1), whole(a, 24), whole(b, 8))),
     VK_CASE("mul_add", float, mul_add(whole(a, 12), whole(b, 11), whole(c, 22)),
             whole(a, 12) * whole(b, 11) + whole(c, 22)),
+    VK_CASE("mul_add", int64_t, mul_add(long_whole(a, 26), long_whole(b, 26), long_whole(c, 52)),
+            long_whole(a, 26) * long_whole(b, 26) + long_whole(c, 52)),
+    VK_CASE("nearest_whole", int64_t, nearest_whole(halves(a)),
+            plain::map<int64_t>([](double x) noexcept { return __builtin_llrint(x); }, halves(a))),
+    VK_CASE("rounded_to_whole", int64_t, rounded_to_whole(halves(a)),
+            plain::map<double>([](double x) noexcept { return __builtin_rint(x); }, halves(a))),
     VK_ALL(VK_MASKS, ),
     VK_CASE("mul_even of wider numbers", uint32_t, mul_even(as<uint32_t>(widen(a)), as<uint32_t>(widen(b))),
             plain::mul_even(as<uint32_t>(plain::widen(a)), as<uint32_t>(plain::widen(b)))),
