@@ -41,6 +41,16 @@ template <size_t N> VK_SIMD_INLINE Vec<double, N> mul_add(Vec<double, N> a, Vec<
         return a * b + c;
 }
 
+/// floor(of / by) of whole numbers below 2^62, `of` not negative and `by` positive; 65536 where it is no less.
+template <size_t N> VK_SIMD_INLINE Vec<int64_t, N> few_quotients(Vec<int64_t, N> of, Vec<int64_t, N> by) noexcept
+{
+    using Floats = Vec<float, N>;
+    // As floats, quotients up to 2^16 are off by a fiftieth at most: the nearest whole number is it, or one more.
+    const Floats about = to_float(to_double(of)) / to_float(to_double(by));
+    const auto close = widen(cut_off(min(about, all<Floats>(65536.0F)) + all<Floats>(0.5F)));
+    return close - keep(of < close * by, all<Vec<int64_t, N>>(1));
+}
+
 /// of / by, to one or two of the last bits, for whole numbers that are not negative; 0 for those of 0.
 VK_SIMD_INLINE Wide<float> about_quotient(float of, Wide<int32_t> by) noexcept
 {

@@ -12,15 +12,6 @@ namespace vk::resample {
 
 namespace {
 
-/// Bits of blue, green and red in a 16-bit pixel, from the lowest on; RGB order has red lowest.
-struct Fields {
-    uint32_t green_bits;
-    uint32_t high_at;
-
-    explicit Fields(const Form& form) noexcept : Fields(form.order == COLORORDER_RGB565) {}
-    explicit Fields(bool six) noexcept : green_bits(six ? 6u : 5u), high_at(six ? 11u : 10u) {}
-};
-
 void read_palette(const BITMAPHANDLE& bitmap, Form& form) noexcept
 {
     const uint32_t most = 1u << form.bits;
@@ -83,22 +74,19 @@ uint8_t gray_of_entry(const RGBQUAD& entry) noexcept
 void unpack_fields(const Form& form, const uint8_t* row, uint8_t* lanes, size_t width) noexcept
 {
     const Fields fields(form);
-    const uint32_t green_mask = (1u << fields.green_bits) - 1;
     for (size_t i = 0; i < width; ++i, lanes += 3) {
-        const uint32_t pixel = row[2 * i] | uint32_t{row[2 * i + 1]} << 8;
-        lanes[0] = static_cast<uint8_t>(pixel & 31);
-        lanes[1] = static_cast<uint8_t>(pixel >> 5 & green_mask);
-        lanes[2] = static_cast<uint8_t>(pixel >> fields.high_at & 31);
+        const uint32_t spread = fields.spread(row[2 * i] | uint32_t{row[2 * i + 1]} << 8);
+        lanes[0] = static_cast<uint8_t>(spread);
+        lanes[1] = static_cast<uint8_t>(spread >> 8);
+        lanes[2] = static_cast<uint8_t>(spread >> 16);
     }
 }
 
 void pack_fields(const Form& form, const uint8_t* lanes, uint8_t* row, size_t width) noexcept
 {
     const Fields fields(form);
-    const uint32_t green_most = (1u << fields.green_bits) - 1;
     for (size_t i = 0; i < width; ++i, lanes += 3) {
-        const uint32_t pixel = std::min<uint32_t>(lanes[0], 31) | std::min<uint32_t>(lanes[1], green_most) << 5 |
-                               std::min<uint32_t>(lanes[2], 31) << fields.high_at;
+        const uint16_t pixel = fields.joined(lanes[0] | uint32_t{lanes[1]} << 8 | uint32_t{lanes[2]} << 16);
         row[2 * i] = static_cast<uint8_t>(pixel);
         row[2 * i + 1] = static_cast<uint8_t>(pixel >> 8);
     }

@@ -41,6 +41,31 @@ struct Form {
     size_t pixel_bytes() const noexcept { return static_cast<size_t>(channels * lane_bytes); }
 };
 
+/// Bits of blue, green and red in a 16-bit pixel, from the lowest on; RGB order has red lowest.
+class Fields {
+public:
+    explicit Fields(const Form& form) noexcept
+        : green_most_(form.order == COLORORDER_RGB565 ? 63u : 31u), high_at_(form.order == COLORORDER_RGB565 ? 11 : 10)
+    {}
+
+    /// A byte for each, from the lowest on.
+    uint32_t spread(uint32_t pixel) const noexcept
+    {
+        return (pixel & 31) | (pixel >> 5 & green_most_) << 8 | (pixel >> high_at_ & 31) << 16;
+    }
+    /// The pixel of such bytes, each no more than its field holds.
+    uint16_t joined(uint32_t bytes) const noexcept
+    {
+        const auto least = [](uint32_t value, uint32_t most) noexcept { return value < most ? value : most; };
+        return static_cast<uint16_t>(least(bytes & 255, 31) | least(bytes >> 8 & 255, green_most_) << 5 |
+                                     least(bytes >> 16 & 255, 31) << high_at_);
+    }
+
+private:
+    uint32_t green_most_;
+    int high_at_;
+};
+
 /// True when lanes of a size may be used where they stand.
 inline bool is_aligned(const void* lanes, int32_t lane_bytes) noexcept
 {

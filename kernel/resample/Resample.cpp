@@ -1,8 +1,8 @@
 // The resample family's door: bitmaps resized by filters.
 //
 // Inside: ResampleBitmap.cpp runs a filter over whole bitmaps and RowResampler.h makes row after row; Weights.h has the
-// filters, Form.h the lanes that pixels are mixed in, ByteFilter.h and WideFilter.h the two passes, whose loops stand in
-// ByteKernels.h and WideKernels.h.
+// filters, Form.h the lanes that pixels are mixed in, ByteFilter.h and WideFilter.h the two passes, whose loops stand
+// in ByteKernels.h and WideKernels.h.
 #include "Vkresample.h"
 
 #include "kernel/resample/Resample.h"

@@ -18,6 +18,16 @@ void put_colors(const int64_t* sums, const WideEnd& end, Lane* out, size_t begin
             out[i] = static_cast<Lane>(wide_lane(sums[i], end));
 }
 
+/// The end of pixels of which nothing is visible, from `begin` on: those have no alpha, which is quickly seen.
+template <class Lane>
+size_t invisible_end(const int64_t* sums, const WideEnd& end, const Lane* out, size_t begin, size_t count) noexcept
+{
+    size_t i = begin;
+    while (i < count && out[i + 3] == 0 && wide_alpha(sums[i + 3], end.extra) <= 0)
+        i += 4;
+    return i;
+}
+
 } // namespace
 
 bool sums_fit(uint64_t most, const Axis& x, const Axis& y) noexcept
@@ -155,24 +165,19 @@ int WideFilter::sum_rows(Ring& ring, size_t begin, size_t count, int64_t* sums) 
 
 /// Gives runs of pixels of which nothing is visible the plain means of colours. Where not all source rows are kept,
 /// the row is one run.
-int WideFilter::fill_invisible(void* out) noexcept
+template <class Lane> int WideFilter::fill_invisible(Lane* out) noexcept
 {
     auto* const plain = reinterpret_cast<int64_t*>(color_sums_.data());
     const auto* const sums = reinterpret_cast<const int64_t*>(sums_.data());
-    const auto is_invisible = [&](size_t i) noexcept { return wide_alpha(sums[i + 3], ring_.end.extra) <= 0; };
     int result = taps_ > slots_ ? sum_rows(colors_, 0, lanes_, plain) : V_SUCCESS;
     for (size_t i = 0; i < lanes_ && result == V_SUCCESS; i += 4) {
         const size_t begin = i;
-        while (i < lanes_ && is_invisible(i))
-            i += 4;
+        i = invisible_end(sums, ring_.end, out, begin, lanes_);
         if (i == begin)
             continue;
         if (taps_ <= slots_)
             result = sum_rows(colors_, begin, i - begin, plain);
-        if (colors_.end.lane_bytes == 1)
-            put_colors(plain, colors_.end, static_cast<uint8_t*>(out), begin, i - begin);
-        else
-            put_colors(plain, colors_.end, static_cast<uint16_t*>(out), begin, i - begin);
+        put_colors(plain, colors_.end, out, begin, i - begin);
     }
     return result;
 }
@@ -182,9 +187,10 @@ int WideFilter::row(int32_t at, void* out) noexcept
     auto* const sums = reinterpret_cast<int64_t*>(sums_.data());
     taps_ = y_->taps(at, &first_, reinterpret_cast<int32_t*>(weights_.data()));
     const int result = sum_rows(ring_, 0, lanes_, sums);
-    if (result != V_SUCCESS)
+    if (result != V_SUCCESS || !loops_->finish(sums, ring_.end, out, lanes_))
         return result;
-    return loops_->finish(sums, ring_.end, out, lanes_) ? fill_invisible(out) : V_SUCCESS;
+    return ring_.end.lane_bytes == 1 ? fill_invisible(static_cast<uint8_t*>(out))
+                                     : fill_invisible(static_cast<uint16_t*>(out));
 }
 
 } // namespace vk::resample

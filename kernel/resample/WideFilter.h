@@ -44,7 +44,7 @@ private:
     int open_ring(Ring& ring) noexcept;
     int narrow_row(Ring& ring, int32_t y, const int64_t** sums) noexcept;
     int sum_rows(Ring& ring, size_t begin, size_t count, int64_t* sums) noexcept;
-    int fill_invisible(void* out) noexcept;
+    template <class Lane> int fill_invisible(Lane* out) noexcept;
 
     const WideLoops* fast_ = nullptr;
     const WideLoops* loops_ = nullptr;

@@ -348,17 +348,14 @@ public:
             value = as<int64_t>(shift_right(as<uint64_t>(positive + half_), shift_));
         } else if constexpr (kEnd == End::total) {
             const Pixels of = positive + half_;
-            value = floor_of(of, unit_, nearest_whole(to_double(of) * inverse_));
+            const Pixels close = nearest_whole(to_double(of) * inverse_); // or one more than the quotient
+            value = close - keep(of < close * unit_, all<Pixels>(1));
         } else {
             const Pixels alpha = arrange<[](size_t i) { return i / 4 * 4 + 3; }>(sums) + extra_half_;
             invisible_ |= keep(alpha < visible_, visible_);
             const Pixels shifted = as<int64_t>(shift_right(as<uint64_t>(alpha), extra_));
             const Pixels by = arrange<[](size_t i) { return i % 4 == 3 ? Pixels::kLanes + i : i; }>(shifted, unit_);
-            const Pixels of = positive + as<int64_t>(as<uint64_t>(by) >> 1);
-            // As floats, quotients up to 2^16 are off by a fiftieth at most.
-            const Floats about = to_float(to_double(of)) / to_float(to_double(by));
-            const Floats few = min(about, all<Floats>(65536.0F)) + all<Floats>(0.5F);
-            value = floor_of(of, by, widen(cut_off(few)));
+            value = few_quotients(positive + as<int64_t>(as<uint64_t>(by) >> 1), by);
         }
         return select(value > most_, most_, value);
     }
@@ -367,13 +364,6 @@ public:
 
 private:
     using Reals = Vec<double, Pixels::kLanes>;
-    using Floats = Vec<float, Pixels::kLanes>;
-
-    /// floor(of / by), which is `near` or one less.
-    static VK_SIMD_INLINE Pixels floor_of(Pixels of, Pixels by, Pixels near_it) noexcept
-    {
-        return near_it - keep(of < near_it * by, all<Pixels>(1));
-    }
 
     Pixels most_, unit_, half_;
     Reals inverse_;

@@ -55,6 +55,11 @@ template <class Lane> Lane load(const uint8_t* from) noexcept
     return value;
 }
 
+template <class Lane> void put(uint8_t* to, Lane value) noexcept
+{
+    std::memcpy(to, &value, sizeof value);
+}
+
 } // namespace
 
 Cells::~Cells()
@@ -141,25 +146,32 @@ void Cells::pack_colors(const uint8_t* cells, uint8_t* packed, size_t count) con
     form_.format->pack(indices, packed, count);
 }
 
+/// What is carried is the sample as a whole.
 template <class Lane> void Cells::unpack_samples(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept
 {
     uint32_t samples[kMostPixels];
     form_.format->unpack(packed, samples, count);
-    for (size_t i = 0; i < count; ++i) {
-        const Lane cell[2] = {static_cast<Lane>(form_.gray.extract(samples[i]) ^ form_.bias),
-                              static_cast<Lane>(samples[i])};
-        std::memcpy(cells + i * size(), cell, size());
+    const GrayRange range = form_.gray;
+    const uint32_t bias = form_.bias;
+    const auto number = [&](size_t i) noexcept { return static_cast<Lane>(range.extract(samples[i]) ^ bias); };
+    for (size_t i = 0; i < count && !kind_.carried; ++i)
+        put(cells + i * sizeof(Lane), number(i));
+    for (size_t i = 0; i < count && kind_.carried; ++i) {
+        put(cells + 2 * i * sizeof(Lane), number(i));
+        put(cells + (2 * i + 1) * sizeof(Lane), static_cast<Lane>(samples[i]));
     }
 }
 
 template <class Lane> void Cells::pack_samples(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
 {
     uint32_t samples[kMostPixels];
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t* const cell = cells + i * size();
-        const uint32_t value = form_.gray.place(load<Lane>(cell) ^ form_.bias);
-        const uint32_t rest = kind_.carried ? load<Lane>(cell + sizeof(Lane)) : 0u;
-        samples[i] = (rest & ~form_.gray.place(form_.gray.mask())) | value;
+    const GrayRange range = form_.gray;
+    const uint32_t bias = form_.bias;
+    for (size_t i = 0; i < count && !kind_.carried; ++i)
+        samples[i] = range.place(load<Lane>(cells + i * sizeof(Lane)) ^ bias);
+    for (size_t i = 0; i < count && kind_.carried; ++i) {
+        const uint32_t rest = load<Lane>(cells + (2 * i + 1) * sizeof(Lane)) & ~range.place(range.mask());
+        samples[i] = rest | range.place(load<Lane>(cells + 2 * i * sizeof(Lane)) ^ bias);
     }
     form_.format->pack(samples, packed, count);
 }
@@ -168,22 +180,18 @@ void Cells::unpack_fields(const uint8_t* packed, uint8_t* cells, size_t count) c
 {
     if (kind_.is_real)
         return form_.format->unpack(packed, cells, count);
-    uint8_t fields[3 * kMostPixels];
-    resample::unpack_row(form_, packed, fields, count, nullptr);
-    for (size_t i = 0; i < count; ++i) {
-        std::memcpy(cells + 4 * i, fields + 3 * i, 3);
-        cells[4 * i + 3] = 0;
-    }
+    const resample::Fields fields(form_);
+    for (size_t i = 0; i < count; ++i)
+        put(cells + 4 * i, fields.spread(load<uint16_t>(packed + 2 * i)));
 }
 
 void Cells::pack_fields(const uint8_t* cells, uint8_t* packed, size_t count) const noexcept
 {
     if (kind_.is_real)
         return form_.format->pack(cells, packed, count);
-    uint8_t fields[3 * kMostPixels];
+    const resample::Fields fields(form_);
     for (size_t i = 0; i < count; ++i)
-        std::memcpy(fields + 3 * i, cells + 4 * i, 3);
-    resample::pack_row(form_, fields, packed, count, nullptr, nullptr);
+        put(packed + 2 * i, fields.joined(load<uint32_t>(cells + 4 * i)));
 }
 
 void Cells::unpack_indices(const uint8_t* packed, uint8_t* cells, size_t count) const noexcept

@@ -80,6 +80,12 @@ struct Mixing {
 struct RealMixing {
     MixLoops (*loops)(const CellKind& kind) noexcept;
 };
+/// What of Mix.h has numbers of more bits, as the loops above use it.
+struct WideMixing {
+    Mix (*cubic)(const CellKind& kind) noexcept; ///< of numbers of two bytes
+    Mix byte_colors; ///< puts colours by alpha over cells of bytes, mixed otherwise, where alphas are not all the same
+};
+VK_SIMD_TABLE(WideMixing, wide_mixing);
 VK_SIMD_TABLE(Mixing, mixing);
 VK_SIMD_TABLE(RealMixing, real_mixing);
 /// Those in use.

@@ -281,7 +281,7 @@ private:
     RowBytes rows_[kVectors];
 };
 
-/// Samples of which none is mixed by vectors unless all are opaque.
+/// Samples of which colours are mixed once more, by alpha, unless all are opaque.
 constexpr size_t kTogether = RowNumbers::kLanes;
 
 template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
@@ -320,16 +320,38 @@ template <size_t kSize, bool kAlpha> void cubic(const Patch& patch, const CellKi
                 return;
             for (size_t first = 0; first < part.count; first += kTogether)
                 if (!has_bits(alphas[first / kTogether], alpha_mask))
-                    plain_mix(kind).cubic(part_of(patch, i + static_cast<int32_t>(first),
-                                                  part.count - first < kTogether ? part.count - first : kTogether),
-                                          kind, cells + first * kSize);
+                    wide_mixing.byte_colors(part_of(patch, i + static_cast<int32_t>(first),
+                                                    part.count - first < kTogether ? part.count - first : kTogether),
+                                            kind, cells + first * kSize);
+        });
+}
+
+/// Three numbers a cell and a byte that comes from the nearest one, which takes its place among the mixed.
+template <Mix kMix> void carry_last(const Patch& patch, const CellKind& kind, uint8_t* out) noexcept
+{
+    kMix(patch, kind, out);
+    const Numbers last = number(static_cast<int32_t>(0xFF000000u)), middle = number(kOne / 2);
+    for_lanes(
+        patch.count, [&](int32_t i, auto part) __attribute__((always_inline)) {
+            const Numbers right = keep(fractions_of(patch.x + i) > middle, number(4));
+            const Numbers below = keep(fractions_of(patch.y + i) > middle, number(static_cast<int32_t>(patch.stride)));
+            const Numbers nearest = gather(patch.origin, part.keep(offsets_of(patch, i, 4) + right + below));
+            uint8_t* const cells = out + static_cast<size_t>(i) * 4;
+            uint8_t mixed[kWidth] = {};
+            __builtin_memcpy(mixed, cells, part.count * 4);
+            const Numbers made = (load<Numbers>(mixed) & ~last) | (nearest & last);
+            store_lowest<4>(cells, as<uint32_t>(made), part.count);
         });
 }
 
 MixLoops loops_for(const CellKind& kind) noexcept
 {
-    if (kind.lane_bytes != 1 || kind.carried)
+    if (kind.lane_bytes == 2)
+        return {nullptr, wide_mixing.cubic(kind)};
+    if (kind.lane_bytes != 1 || (kind.carried && kind.size != 4))
         return {};
+    if (kind.carried)
+        return {carry_last<linear<4, false>>, carry_last<cubic<4, false>>};
     if (kind.size == 1)
         return {linear_1, cubic_1};
     if (kind.size == 3)

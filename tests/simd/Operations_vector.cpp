@@ -67,12 +67,12 @@ template <class V> auto whole(V a, int bits) noexcept
     return plain::to_float(as<int32_t>(as<uint32_t>(a) >> (32 - bits)));
 }
 
-template <class V> auto long_whole(V a, int bits) noexcept
+template <class V> VK_SIMD_INLINE auto long_whole(V a, int bits) noexcept
 {
     return plain::to_double(as<int64_t>(as<uint64_t>(a) >> (64 - bits)));
 }
 /// Whole numbers and halves below 2^51, of either sign.
-template <class V> auto halves(V a) noexcept
+template <class V> VK_SIMD_INLINE auto halves(V a) noexcept
 {
     return plain::to_double(a >> 13) * all<decltype(plain::to_double(a))>(0.5);
 }

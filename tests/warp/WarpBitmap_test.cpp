@@ -199,12 +199,19 @@ TEST(WarpBitmap, EveryLevelGivesTheSame)
         const sampling::Mixing* const mixing = sampling::mixing_sets.at(at.reached);
         const sampling::PositionLoops* const positions = sampling::position_loops_sets.at(at.reached);
         EXPECT_TRUE(at.reached < kFirstWithLoops || (taking && mixing && positions));
-        const sampling::CellKind bytes{3, 1, 3, false, false, 255};
         EXPECT_EQ(taking ? taking->loop(24) : nullptr, sampling::fast_take(24));
         EXPECT_NE(sampling::plain_take(24), sampling::fast_take(24));
         EXPECT_EQ(taking ? taking->bits : nullptr, sampling::fast_take_bits());
-        EXPECT_EQ(mixing ? mixing->loops(bytes).linear : nullptr, sampling::fast_mix(bytes).linear);
-        EXPECT_NE(sampling::plain_mix(bytes).linear, sampling::fast_mix(bytes).linear);
+        for (const sampling::CellKind& kind :
+             {sampling::CellKind{3, 1, 3, false, false, 255}, sampling::CellKind{3, 1, 4, false, true, 255},
+              sampling::CellKind{1, 2, 2, false, false, 4095}, sampling::CellKind{4, 2, 8, true, false, 65535}}) {
+            const sampling::MixLoops fast = sampling::fast_mix(kind), plain = sampling::plain_mix(kind);
+            EXPECT_EQ(mixing ? mixing->loops(kind).linear : nullptr, fast.linear);
+            EXPECT_EQ(mixing ? mixing->loops(kind).cubic : nullptr, fast.cubic);
+            EXPECT_TRUE(!mixing || (fast.cubic && (fast.linear || kind.lane_bytes == 2)));
+            EXPECT_NE(plain.linear, fast.linear);
+            EXPECT_NE(plain.cubic, fast.cubic);
+        }
         EXPECT_EQ(positions ? positions : &sampling::kPlainPositions, &sampling::loops());
     }
 }
