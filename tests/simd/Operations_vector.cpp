@@ -209,7 +209,7 @@ constexpr Operation kAt[] = {
     VK_CASE("nearest_whole", int64_t, nearest_whole(halves(a)),
             plain::map<int64_t>([](double x) noexcept { return __builtin_llrint(x); }, halves(a))),
     VK_CASE("rounded_to_whole", int64_t, rounded_to_whole(halves(a)),
-            plain::map<double>([](double x) noexcept { return __builtin_rint(x); }, halves(a))),
+            plain::map<double>([](double x) noexcept { return __builtin_rint(x) + 0.0; }, halves(a))),
     VK_ALL(VK_MASKS, ),
     VK_CASE("mul_even of wider numbers", uint32_t, mul_even(as<uint32_t>(widen(a)), as<uint32_t>(widen(b))),
             plain::mul_even(as<uint32_t>(plain::widen(a)), as<uint32_t>(plain::widen(b)))),
