@@ -126,7 +126,7 @@ int32_t wide_split(double most, double weights) noexcept
     constexpr double kMostSum = 0x1p51;
     constexpr int32_t kMostSplit = 20;
     for (int32_t bits = 1; bits <= kMostSplit; ++bits) {
-        const double unit = int64_t{1} << bits;
+        const auto unit = static_cast<double>(int64_t{1} << bits);
         if (kMostWideRows * unit / 2 * most <= kMostSum && (weights / unit + kMostWideRows) * most <= kMostSum)
             return bits;
     }
