@@ -76,27 +76,6 @@ void read_chunk(const DitherState& state, uint8_t* row, uint32_t* out, size_t co
     }
 }
 
-/// 24-bit rows, four bytes at a time.
-template <bool RedFirst> void read_24(const uint8_t* row, uint32_t* out, size_t count) noexcept
-{
-    const auto convert = [](uint32_t word) {
-        if constexpr (RedFirst) {
-            return (word & 0xFF00u) | (word & 0xFFu) << 16 | (word >> 16 & 0xFFu);
-        } else {
-            return word & kColorMask;
-        }
-    };
-    uint32_t word = 0;
-    for (size_t i = 0; i + 1 < count; ++i) {
-        std::memcpy(&word, row + 3 * i, 4);
-        out[i] = convert(word);
-    }
-    if (count != 0) {
-        std::memcpy(&word, row + 3 * (count - 1), 3);
-        out[count - 1] = convert(word);
-    }
-}
-
 /// Calls `read(column, count)` for one chunk after the other.
 template <class Read> void by_chunks(int32_t width, Read read) noexcept
 {
@@ -106,20 +85,10 @@ template <class Read> void by_chunks(int32_t width, Read read) noexcept
     }
 }
 
-bool reads_24(const DitherState& state) noexcept
-{
-    return state.src_bits == 24 && !state.format->wide_gamut && !state.plain;
-}
-
 } // namespace
 
 void read_colors(const DitherState& state, uint8_t* row, uint32_t* out) noexcept
 {
-    if (reads_24(state)) {
-        const auto read = state.src_order == COLORORDER_RGB ? read_24<true> : read_24<false>;
-        read(row, out, static_cast<size_t>(state.width));
-        return;
-    }
     const auto bits = static_cast<size_t>(state.src_bits);
     by_chunks(state.width, [&](size_t at, size_t count) { read_chunk(state, row + at * bits / 8, out + at, count); });
 }
