@@ -210,7 +210,7 @@ public:
         uint64_t& slot = place(number);
         if (slot == number)
             return true;
-        if (used_ == slots_ / 2)
+        if (used_ == slots_ / 4 * 3)
             return false;
         slot = number;
         ++used_;
@@ -219,7 +219,7 @@ public:
 
     bool may_grow() const noexcept { return slots_ < most_slots_; }
     /// Both false without memory, the table being as it was.
-    bool grow() noexcept { return rebuild(slots_ * 2, UINT64_MAX); }
+    bool grow() noexcept { return rebuild(std::min(slots_ * 4, most_slots_), UINT64_MAX); }
     bool keep_up_to(uint64_t last) noexcept { return rebuild(slots_, last); }
 
     uint64_t count() const noexcept { return used_ + (has_zero_ ? 1u : 0u); }
@@ -258,9 +258,71 @@ private:
 
     uint32_t most_slots_;
     uint64_t* table_ = nullptr;
-    uint32_t slots_ = 0; ///< half of them may be used
+    uint32_t slots_ = 0; ///< three of four may be used
     uint32_t used_ = 0;
     bool has_zero_ = false;
+};
+
+/// Numbers that wait to be added, many at a time in the order of their slots in the largest table, so that one larger
+/// than the caches is gone through from one end to the other. Those that came not long before are left out.
+class Waiting {
+public:
+    /// Makes room for as many as the pixels need; false without memory.
+    bool open(uint64_t pixels) noexcept
+    {
+        room_ = static_cast<size_t>(std::clamp<uint64_t>(pixels, 1, kMost));
+        return memory_.allocate((2 * room_ + kRecent) * sizeof(uint64_t));
+    }
+
+    /// Takes `number_of(i)` for as many i below a count as there is room for; how many. `sort` follows when it is full.
+    template <class NumberOf> size_t take(size_t count, NumberOf number_of) noexcept
+    {
+        const size_t some = std::min(count, room_ - count_);
+        uint64_t* to = numbers() + count_;
+        uint64_t* const recent = numbers() + 2 * room_;
+        for (size_t i = 0; i < some; ++i) {
+            const uint64_t number = number_of(i);
+            uint64_t& last = recent[number % kRecent];
+            *to = number;
+            to += last != number || number == 0 ? 1 : 0; // which no branch could foretell
+            last = number;
+        }
+        count_ = static_cast<size_t>(to - numbers());
+        return some;
+    }
+    bool is_full() const noexcept { return count_ == room_; }
+
+    /// Brings them in order; they are gone afterwards.
+    const uint64_t* sort(size_t* count) noexcept
+    {
+        uint32_t ends[kParts + 1] = {};
+        const uint64_t* const from = numbers();
+        uint64_t* const to = numbers() + room_;
+        const size_t in_all = *count = count_;
+        for (size_t i = 0; i < in_all; ++i)
+            ++ends[part(from[i]) + 1];
+        for (size_t i = 0; i < kParts; ++i)
+            ends[i + 1] += ends[i];
+        for (size_t i = 0; i < in_all; ++i)
+            to[ends[part(from[i])]++] = from[i];
+        count_ = 0;
+        return to;
+    }
+
+    /// Forgets what came before.
+    void clear() noexcept { std::memset(numbers() + 2 * room_, 0, kRecent * sizeof(uint64_t)); }
+
+private:
+    static constexpr uint64_t kMost = 1u << 19;
+    static constexpr size_t kRecent = 1u << 11;
+    static constexpr size_t kParts = 1u << 10;
+
+    static size_t part(uint64_t number) noexcept { return number / (kMostSlots / kParts) % kParts; }
+    uint64_t* numbers() const noexcept { return reinterpret_cast<uint64_t*>(memory_.data()); }
+
+    RowBuffer memory_;
+    size_t room_ = 0;
+    size_t count_ = 0;
 };
 
 /// Passes over a bitmap of 32, 48 or 64 bits, each for a range of scrambled colours that follows the one before. A
@@ -277,8 +339,12 @@ public:
     {
         uint64_t count = 0;
         int result = progress_.begin();
+        const uint64_t pixels = uint64_t{static_cast<uint32_t>(bitmap_.Width)} * static_cast<uint32_t>(bitmap_.Height);
+        if (result == V_SUCCESS && !waiting_.open(pixels))
+            result = V_ERROR_NO_MEMORY;
         for (bool is_done = false; !is_done && result == V_SUCCESS; first_ = last_ + 1) {
             last_ = UINT64_MAX;
+            waiting_.clear();
             result = found_.start() ? pass() : V_ERROR_NO_MEMORY;
             count += found_.count();
             is_done = last_ == UINT64_MAX;
@@ -296,6 +362,8 @@ private:
         return each_batch(
             bitmap_, [&](const uint8_t* row) noexcept { return add_row(row); },
             [&](int32_t row) noexcept {
+                if (row == bitmap_.Height && !add_waiting())
+                    return V_ERROR_NO_MEMORY;
                 const double range = static_cast<double>(last_ - first_);
                 const double done = static_cast<double>(first_) + range * row / bitmap_.Height;
                 told_ = std::max(told_, static_cast<int64_t>(done * (kSteps / 18446744073709551616.0)));
@@ -318,21 +386,27 @@ private:
 
     template <size_t kBytes> int add_row_of(const uint8_t* row) noexcept
     {
-        uint64_t before = 0;
-        bool has_before = false;
-        for (const uint8_t* const end = row + kBytes * static_cast<size_t>(bitmap_.Width); row != end; row += kBytes) {
-            uint64_t color = 0;
-            std::memcpy(&color, row, kBytes);
-            if (has_before && color == before)
-                continue;
-            before = color;
-            has_before = true;
-            if constexpr (kBytes == 4)
-                color = range_.extract(static_cast<uint32_t>(color));
-            if (!add(scrambled(color)))
+        const GrayRange range = range_;
+        const auto width = static_cast<size_t>(bitmap_.Width);
+        for (size_t done = 0; done < width;) {
+            done += waiting_.take(width - done, [&](size_t i) noexcept {
+                uint64_t color = 0;
+                std::memcpy(&color, row + kBytes * (done + i), kBytes);
+                if constexpr (kBytes == 4)
+                    color = range.extract(static_cast<uint32_t>(color));
+                return scrambled(color);
+            });
+            if (waiting_.is_full() && !add_waiting())
                 return V_ERROR_NO_MEMORY;
         }
         return V_SUCCESS;
+    }
+
+    bool add_waiting() noexcept
+    {
+        size_t count = 0;
+        const uint64_t* const numbers = waiting_.sort(&count);
+        return std::all_of(numbers, numbers + count, [this](uint64_t number) noexcept { return add(number); });
     }
 
     bool add(uint64_t number) noexcept
@@ -353,6 +427,7 @@ private:
 
     BITMAPHANDLE& bitmap_;
     Found found_;
+    Waiting waiting_;
     Progress progress_;
     const GrayRange range_;
     uint64_t first_ = 0;

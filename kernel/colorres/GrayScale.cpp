@@ -6,7 +6,7 @@
 #include "kernel/bitmap/Duplicate.h"
 #include "kernel/bitmap/Record.h"
 #include "kernel/colorres/ColorRes.h"
-#include "kernel/format/PackedBits.h"
+#include "kernel/convert/Steps.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/Checks.h"
@@ -41,18 +41,6 @@ GrayKind palette_kind(const RGBQUAD* entries, uint32_t count) noexcept
     return is_ramp(entries, count, from_end) ? GrayKind::inverted : GrayKind::none;
 }
 
-/// The smallest and largest value of a range of samples so far.
-struct Limits {
-    uint32_t least = UINT32_MAX;
-    uint32_t most = 0;
-
-    void see(uint32_t value) noexcept
-    {
-        least = std::min(least, value);
-        most = std::max(most, value);
-    }
-};
-
 /// What counts of a sample: `flip` turns signed ones into unsigned ones of the same order.
 struct Significant {
     GrayRange range;
@@ -61,13 +49,32 @@ struct Significant {
     uint32_t of(uint32_t sample) const noexcept { return range.extract(sample) ^ flip; }
 };
 
-void see_row(const uint8_t* row, int32_t bits, uint32_t width, const Significant& significant, Limits& limits) noexcept
+void see_samples(const uint32_t* samples, size_t count, const Significant& significant,
+                 pixel::SampleLimits& limits) noexcept
 {
-    with_depth(bits, [&]<int32_t kBits>() noexcept {
-        if constexpr (kBits >= kMostIndexBits && has_order(kBits, COLORORDER_GRAY))
-            for (uint32_t i = 0; i < width; ++i)
-                limits.see(significant.of(pixel_at<kBits>(row, i)));
-    });
+    const GrayRange& range = significant.range;
+    const pixel::SampleChange values{range.shift, range.bits, range.bits, 0};
+    const size_t done =
+        pixel::run_step<&pixel::StepLoops::widen_limits>(samples, &limits, count, values, significant.flip);
+    for (size_t i = done; i < count; ++i) {
+        const uint32_t value = significant.of(samples[i]);
+        limits.least = std::min(limits.least, value);
+        limits.most = std::max(limits.most, value);
+    }
+}
+
+void see_row(const uint8_t* row, int32_t bits, size_t width, const Significant& significant,
+             pixel::SampleLimits& limits) noexcept
+{
+    constexpr size_t kPiece = 512;
+    const pixel::Format& format =
+        bits == kMostIndexBits ? pixel::gray8_samples() : *pixel::find_format(bits, COLORORDER_GRAY);
+    uint32_t samples[kPiece];
+    for (size_t at = 0; at < width; at += kPiece) {
+        const size_t count = std::min(kPiece, width - at);
+        format.unpack(row + pixel::format_bytes(format, at), samples, count);
+        see_samples(samples, count, significant, limits);
+    }
 }
 
 } // namespace
@@ -97,11 +104,11 @@ int find_gray_limits(BITMAPHANDLE& bitmap) noexcept
     // Indices from white on are the levels the other way round, which changes the same bits of all.
     const uint32_t flip = gray_kind(bitmap) == GrayKind::inverted ? range.mask() ^ sign : sign;
     const Significant significant{range, flip};
-    const auto width = static_cast<uint32_t>(bitmap.Width);
+    const auto width = static_cast<size_t>(bitmap.Width);
     RowReader reader(bitmap);
     const int32_t batch = buffered_rows(bitmap, bitmap);
     int result = reader.reserve(batch);
-    Limits limits;
+    pixel::SampleLimits limits;
     for (int32_t row = 0; row < bitmap.Height && result == V_SUCCESS;) {
         const int32_t rows = std::min(batch, bitmap.Height - row);
         const uint8_t* data = nullptr;

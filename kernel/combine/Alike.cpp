@@ -7,6 +7,8 @@
 #include "kernel/convert/Format.h"
 #include "kernel/convert/Gray.h"
 #include "kernel/format/PackedBits.h"
+#include "kernel/format/RowMath.h"
+#include "kernel/format/Spread.h"
 
 #include <algorithm>
 #include <cstring>
@@ -236,23 +238,57 @@ int32_t Alike::match_bit_words(const uint8_t* pixels, int32_t count, uint64_t* w
     return whole;
 }
 
+/// Whether a pixel is alike when its channels, or its index or sample, lie within limits, of up to 16 bits.
+bool Alike::has_limits() const noexcept
+{
+    if (form_.indexed())
+        return is_index_range_;
+    return !form_.deep_gray() || (form_.bits <= 16 && form_.full_range());
+}
+
+/// Pixels as channels of whole bytes or words: as they are, or in `to`.
+const uint8_t* Alike::bring(const uint8_t* pixels, int32_t count, uint8_t* to) const noexcept
+{
+    const auto some = static_cast<size_t>(count);
+    if (!is_whole_bytes(form_.bits))
+        spread_pixels(pixels, to, some, form_.bits);
+    else if (form_.bits == 16 && !form_.deep_gray())
+        pixel::find_format(form_.bits, form_.order)->unpack(pixels, to, some);
+    else
+        return pixels;
+    return to;
+}
+
 /// As many words as there is a fast way for.
 int32_t Alike::match_fast(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept
 {
+    constexpr int32_t kPiece = 1024;
     if (form_.bits == 1)
         return match_bit_words(pixels, count, words);
-    const bool is_bytes =
-        form_.bits == 24 || (form_.bits == 32 && !form_.deep_gray()) || (form_.bits == 8 && is_index_range_);
-    const AlikeLoops* const loops = is_bytes ? alike_loops_sets.best() : nullptr;
+    const AlikeLoops* const loops = has_limits() ? alike_loops_sets.best() : nullptr;
     if (!loops)
         return 0;
-    uint8_t low[kChannels];
-    uint8_t high[kChannels];
+    const bool is_deep = form_.deep_gray() || form_.bits >= 48;
+    const bool is_single = form_.indexed() || form_.deep_gray();
+    const size_t channels = is_single ? 1 : form_.bits == 24 || form_.bits == 48 ? 3 : 4;
+    uint16_t low[kChannels];
+    uint16_t high[kChannels];
     for (int channel = 0; channel < kChannels; ++channel) {
-        low[channel] = static_cast<uint8_t>(ranges_[channel].low);
-        high[channel] = static_cast<uint8_t>(std::min(ranges_[channel].high, 255u));
+        const bool is_any = form_.bits == 16 && channel == 3; // what fields are brought to has alpha
+        low[channel] = is_any ? uint16_t{0} : static_cast<uint16_t>(ranges_[channel].low);
+        high[channel] =
+            is_any ? uint16_t{255} : static_cast<uint16_t>(std::min(ranges_[channel].high, is_deep ? 65535u : 255u));
     }
-    return loops->match_bytes(pixels, count, form_.bits / 8, low, high, words);
+    alignas(64) uint8_t piece[kPiece * 4];
+    int32_t done = 0;
+    for (; (done + 1) * kWordPixels <= count;) {
+        const int32_t first = done * kWordPixels;
+        const int32_t some = std::min(count - first, kPiece) / kWordPixels * kWordPixels;
+        const uint8_t* const brought =
+            bring(pixels + packed_bytes(static_cast<uint32_t>(first), form_.bits), some, piece);
+        done += (is_deep ? loops->match_words : loops->match_bytes)(brought, some, channels, low, high, words + done);
+    }
+    return done;
 }
 
 void Alike::match(Line pixels, int32_t count, uint64_t* words) const noexcept

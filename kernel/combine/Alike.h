@@ -48,6 +48,8 @@ private:
     uint64_t match_words(const uint8_t* pixels, int32_t count) const noexcept;
     int32_t match_bit_words(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept;
     int32_t match_fast(const uint8_t* pixels, int32_t count, uint64_t* words) const noexcept;
+    bool has_limits() const noexcept;
+    const uint8_t* bring(const uint8_t* pixels, int32_t count, uint8_t* to) const noexcept;
 
     PixelForm form_;
     Range ranges_[kChannels];     ///< in stored order
@@ -55,11 +57,13 @@ private:
     bool is_index_range_ = false; ///< the indices that are alike follow each other: ranges_[0]
 };
 
-/// As many words of 64 pixels as are whole, for pixels of 1, 3 or 4 bytes that are alike when each byte lies within its
-/// own limits. Returns their number.
+/// As many words of 64 pixels as are whole, for pixels of 1, 3 or 4 channels of bytes, or of words, that are alike when
+/// each channel lies within its own limits. Returns their number.
 struct AlikeLoops {
-    int32_t (*match_bytes)(const uint8_t* pixels, int32_t count, int32_t bytes, const uint8_t* low, const uint8_t* high,
-                           uint64_t* words) noexcept;
+    using Match = int32_t(const uint8_t* pixels, int32_t count, size_t channels, const uint16_t* low,
+                          const uint16_t* high, uint64_t* words) noexcept;
+    Match* match_bytes;
+    Match* match_words;
 };
 VK_SIMD_TABLE_256(AlikeLoops, alike_loops);
 

@@ -3,8 +3,9 @@
 
 #include "kernel/combine/ChannelOperation.h"
 #include "kernel/combine/ConvertRun.h"
-#include "kernel/combine/PaletteColors.h"
+#include "kernel/combine/PalettePairs.h"
 #include "kernel/combine/PixelLanes.h"
+#include "kernel/combine/WordOperation.h"
 
 namespace vk::combine {
 
@@ -20,7 +21,9 @@ public:
 private:
     void run_palette(Line to, const uint8_t* from, int32_t count) noexcept;
     void run_channels(Line to, const uint8_t* from, int32_t count) noexcept;
+    void run_words(Line to, const uint8_t* from, int32_t count) noexcept;
     void run_lanes(Line to, const uint8_t* from, int32_t count) noexcept;
+    void find_words() noexcept;
 
     const Arithmetic how_;
     PixelForm form_; ///< the destination's
@@ -29,6 +32,8 @@ private:
     RowConverter converter_;
     ConvertedPixels source_;
     PaletteColors colors_;
+    PalettePairs pairs_; ///< of two bitmaps of indices
+    WordFields words_;   ///< of gray samples that are not signed, and of colours in 16 bits
     PixelLanes from_lanes_[kChunk];
     PixelLanes to_lanes_[kChunk];
     alignas(64) uint8_t packed_[kChunkBytes];

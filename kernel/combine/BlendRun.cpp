@@ -85,7 +85,8 @@ int BlendRun::open(const BITMAPHANDLE& to, const BITMAPHANDLE& from, const BITMA
         how_.is_source_premultiplied = false;
     choose_width();
     choose_fast();
-    return V_SUCCESS;
+    const bool is_paired = by_palette_ && !mask_.is_open() && PalettePairs::are_pairs(to, from, pixels);
+    return is_paired ? pairs_.open(converter_, colors_) : V_SUCCESS;
 }
 
 /// Source over, at 8 bits a channel: alpha on both sides and nothing else, or a mask of 8 bits and nothing else.
@@ -132,6 +133,23 @@ template <class Wide> void BlendRun::blend_lanes(const PixelLanes* from, PixelLa
     }
 }
 
+/// Pixels in the form in which they are blended, under masks_ and, unless it is theirs, with alphas_.
+void BlendRun::blend_pixels(const uint8_t* from, uint8_t* to, int32_t count) noexcept
+{
+    unpack_lanes(form_, is_signed_, from, count, from_lanes_);
+    unpack_lanes(form_, is_signed_, to, count, to_lanes_);
+    if (alpha_most_ == 1)
+        std::fill_n(alphas_, count, uint16_t{1});
+    else if (own_alpha_)
+        std::transform(from_lanes_, from_lanes_ + count, alphas_,
+                       [](const PixelLanes& pixel) noexcept { return static_cast<uint16_t>(pixel.alpha); });
+    if (is_wide_)
+        blend_lanes<Wide128>(from_lanes_, to_lanes_, count);
+    else
+        blend_lanes<uint64_t>(from_lanes_, to_lanes_, count);
+    pack_lanes(form_, is_signed_, to_lanes_, count, to);
+}
+
 void BlendRun::run_chunk(Line to, Line from, Line mask, int32_t count) noexcept
 {
     const uint64_t place = bit_of(to.column, form_.bits);
@@ -139,25 +157,22 @@ void BlendRun::run_chunk(Line to, Line from, Line mask, int32_t count) noexcept
     uint8_t* const packed = by_palette_ ? colors_.look_up(to, count) : packed_;
     if (!by_palette_)
         copy_bits(packed_, 0, to.data, place, length, bit_order(form_.bits));
-    unpack_lanes(form_, is_signed_, source_.take(from, count), count, from_lanes_);
-    unpack_lanes(form_, is_signed_, packed, count, to_lanes_);
     mask_.take(mask, count, masks_);
-    if (alpha_most_ == 1)
-        std::fill_n(alphas_, count, uint16_t{1});
-    else if (own_alpha_)
-        std::transform(from_lanes_, from_lanes_ + count, alphas_,
-                       [](const PixelLanes& pixel) noexcept { return static_cast<uint16_t>(pixel.alpha); });
-    else
+    if (alpha_most_ != 1 && !own_alpha_)
         alpha_.take(from, count, alphas_);
-    if (is_wide_)
-        blend_lanes<Wide128>(from_lanes_, to_lanes_, count);
-    else
-        blend_lanes<uint64_t>(from_lanes_, to_lanes_, count);
-    pack_lanes(form_, is_signed_, to_lanes_, count, packed);
+    blend_pixels(source_.take(from, count), packed, count);
     if (by_palette_)
         colors_.match(to, count);
     else
         copy_bits(to.data, place, packed_, 0, length, bit_order(form_.bits));
+}
+
+void BlendRun::run_pairs(Line to, Line from, int32_t count) noexcept
+{
+    pairs_.run(to, from, count, [this](const uint8_t* other, uint8_t* colors, int32_t asked) noexcept {
+        mask_.take({}, asked, masks_);
+        blend_pixels(other, colors, asked);
+    });
 }
 
 BlendLoop* BlendRun::fast_loop(simd::Level highest) const noexcept
@@ -201,6 +216,8 @@ void BlendRun::run(Line to, Line from, Line mask, int32_t count) noexcept
         const int32_t some = std::min(count - done, kChunk);
         if (loop)
             run_fast(loop, moved(to, done), moved(from, done), moved(mask, done), some);
+        else if (pairs_.is_open())
+            run_pairs(moved(to, done), moved(from, done), some);
         else
             run_chunk(moved(to, done), moved(from, done), moved(mask, done), some);
     }

@@ -5,7 +5,7 @@
 #include "kernel/combine/BlendFormula.h"
 #include "kernel/combine/BlendKernels.h"
 #include "kernel/combine/CoverRows.h"
-#include "kernel/combine/PaletteColors.h"
+#include "kernel/combine/PalettePairs.h"
 #include "kernel/combine/PixelLanes.h"
 #include "kernel/combine/Streaming.h"
 
@@ -41,6 +41,8 @@ private:
     void choose_fast() noexcept;
     void run_fast(BlendLoop* loop, Line to, Line from, Line mask, int32_t count) noexcept;
     void run_chunk(Line to, Line from, Line mask, int32_t count) noexcept;
+    void run_pairs(Line to, Line from, int32_t count) noexcept;
+    void blend_pixels(const uint8_t* from, uint8_t* to, int32_t count) noexcept;
     template <class Wide> void blend_lanes(const PixelLanes* from, PixelLanes* to, int32_t count) const noexcept;
     template <class Wide> Coverage<Wide> coverage(uint32_t alpha, uint32_t mask) const noexcept;
 
@@ -59,6 +61,7 @@ private:
     RowConverter converter_;
     ConvertedPixels source_;
     PaletteColors colors_;
+    PalettePairs pairs_; ///< of two bitmaps of indices without a mask
     AlphaValues alpha_;
     MaskValues mask_;
     uint16_t alphas_[kChunk];

@@ -1,6 +1,7 @@
 #include "kernel/combine/PaletteColors.h"
 
 #include "kernel/format/RowMath.h"
+#include "kernel/format/Spread.h"
 #include "kernel/system/Checks.h"
 
 #include <algorithm>
@@ -44,6 +45,14 @@ uint8_t* PaletteColors::look_up(Line pixels, int32_t count) noexcept
     to_colors_.run(packed_, before_, some);
     std::memcpy(colors_, before_, size_t{some} * 4);
     return colors_;
+}
+
+void PaletteColors::find(const uint8_t* colors, uint8_t* indices, size_t count) noexcept
+{
+    if (form_.bits == 8)
+        return to_indices_.run(colors, indices, count);
+    to_indices_.run(colors, indices_, count);
+    spread_pixels(indices_, indices, count, form_.bits);
 }
 
 void PaletteColors::match(Line pixels, int32_t count) noexcept

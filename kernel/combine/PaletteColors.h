@@ -18,6 +18,11 @@ public:
     /// Writes the indices of the colours as they are now to where they were looked up.
     void match(Line pixels, int32_t count) noexcept;
 
+    int32_t bits() const noexcept { return form_.bits; }
+    /// The colours of pixels that begin with a byte, and the indices nearest to up to kChunk colours, a byte each.
+    void show(const uint8_t* pixels, uint8_t* colors, size_t count) noexcept { to_colors_.run(pixels, colors, count); }
+    void find(const uint8_t* colors, uint8_t* indices, size_t count) noexcept;
+
 private:
     PixelForm form_;
     RowConverter to_colors_;

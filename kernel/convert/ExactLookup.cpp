@@ -6,6 +6,7 @@
 #include "kernel/convert/ExactLookup.h"
 
 #include "kernel/convert/Fused.h"
+#include "kernel/convert/PairLookup.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/palette/Palette.h"
 #include "platform/platform.h"
@@ -401,6 +402,9 @@ ScanEntry scan_entry(const RGBQUAD& entry, uint32_t index) noexcept
 
 ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_t pixels) noexcept
 {
+    if (count == 2 && are_apart(entries[0], entries[1])) {
+        return create_pair_lookup({entries[0], entries[1]});
+    }
     const auto blocks = static_cast<uint32_t>(std::clamp<uint64_t>(pixels / 32, 1024, kCells));
     void* const memory = platform::heap_alloc(sizeof(ExactLookup));
     if (memory == nullptr) {
@@ -439,7 +443,7 @@ ColorLookup* create_exact_lookup(const RGBQUAD* entries, uint32_t count, uint64_
 void destroy_exact_lookup(ColorLookup* lookup) noexcept
 {
     auto* exact = reinterpret_cast<ExactLookup*>(lookup);
-    if (exact != nullptr) {
+    if (exact != nullptr && !destroy_pair_lookup(lookup)) {
         platform::heap_free(exact->indices);
         platform::heap_free(exact->lists);
         platform::heap_free(exact);

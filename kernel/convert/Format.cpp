@@ -1,7 +1,9 @@
 // The format table. Each row's functions are instances of the few templates below, by the traits of the pixel.
 #include "kernel/convert/Format.h"
 
+#include "kernel/convert/Steps.h"
 #include "kernel/format/PackedBits.h"
+#include "kernel/format/Spread.h"
 
 #include <cstring>
 
@@ -20,63 +22,29 @@ template <class T> void store(uint8_t* to, T value) noexcept
     std::memcpy(to, &value, sizeof value);
 }
 
-// Bytes as they are: indices and gray levels of 8 bits.
+// Pixels that are their working form: indices and gray levels of 8 bits, samples of 32, and colours whose alpha and red
+// come last.
 
-void copy_bytes_in(const uint8_t* packed, void* work, size_t count) noexcept
+template <size_t Bytes> void copy_in(const uint8_t* packed, void* work, size_t count) noexcept
 {
-    std::memcpy(work, packed, count);
+    std::memcpy(work, packed, count * Bytes);
 }
 
-void copy_bytes_out(const void* work, uint8_t* packed, size_t count) noexcept
+template <size_t Bytes> void copy_out(const void* work, uint8_t* packed, size_t count) noexcept
 {
-    std::memcpy(packed, work, count);
+    std::memcpy(packed, work, count * Bytes);
 }
 
-// Indices of 1 to 7 bits: a bit stream, most significant bit first. Eight pixels are Bits bytes, so groups of eight go
-// through one word.
-
-template <unsigned Bits> void unpack_group(const uint8_t* packed, size_t bytes, uint8_t* out, size_t count) noexcept
-{
-    uint64_t stream = 0;
-    for (size_t i = 0; i < Bits; ++i) {
-        stream = stream << 8 | (i < bytes ? packed[i] : 0u);
-    }
-    for (size_t i = 0; i < count; ++i) {
-        out[i] = static_cast<uint8_t>(stream >> (Bits * (7 - i)) & ((1u << Bits) - 1u));
-    }
-}
+// Indices of 1 to 7 bits: a bit stream, most significant bit first.
 
 template <unsigned Bits> void unpack_index(const uint8_t* packed, void* work, size_t count) noexcept
 {
-    auto* out = static_cast<uint8_t*>(work);
-    for (; count >= 8; count -= 8, packed += Bits, out += 8) {
-        unpack_group<Bits>(packed, Bits, out, 8);
-    }
-    if (count != 0) {
-        unpack_group<Bits>(packed, (count * Bits + 7) / 8, out, count);
-    }
-}
-
-template <unsigned Bits> void pack_group(const uint8_t* in, size_t count, uint8_t* packed, size_t bytes) noexcept
-{
-    uint64_t stream = 0;
-    for (size_t i = 0; i < 8; ++i) {
-        stream = stream << Bits | (i < count ? in[i] & ((1u << Bits) - 1u) : 0u);
-    }
-    for (size_t i = 0; i < bytes; ++i) {
-        packed[i] = static_cast<uint8_t>(stream >> (8 * (Bits - 1 - i)));
-    }
+    spread_pixels(packed, work, count, Bits);
 }
 
 template <unsigned Bits> void pack_index(const void* work, uint8_t* packed, size_t count) noexcept
 {
-    const auto* in = static_cast<const uint8_t*>(work);
-    for (; count >= 8; count -= 8, packed += Bits, in += 8) {
-        pack_group<Bits>(in, 8, packed, Bits);
-    }
-    if (count != 0) {
-        pack_group<Bits>(in, count, packed, (count * Bits + 7) / 8);
-    }
+    gather_pixels(work, packed, count, Bits);
 }
 
 // Gray in a stream of bits, least significant bit first, and of 16 and 32 bits, which are whole words.
@@ -209,6 +177,23 @@ template <bool RedFirst> void pack_24(const void* work, uint8_t* packed, size_t 
 
 // Rows of the table.
 
+/// Vectors do the front of a run of pixels where there are any, the plain functions the rest.
+template <Layout kLayout, int32_t kBits, class Element, Unpack kPlain>
+void unpack_by_steps(const uint8_t* packed, void* work, size_t count) noexcept
+{
+    const StepLoops* const loops = step_loops_sets.best();
+    const size_t done = loops != nullptr ? loops->unpack[static_cast<size_t>(kLayout)](packed, work, count) : 0;
+    kPlain(packed + done * kBits / 8, static_cast<Element*>(work) + done, count - done);
+}
+
+template <Layout kLayout, int32_t kBits, class Element, Pack kPlain>
+void pack_by_steps(const void* work, uint8_t* packed, size_t count) noexcept
+{
+    const StepLoops* const loops = step_loops_sets.best();
+    const size_t done = loops != nullptr ? loops->pack[static_cast<size_t>(kLayout)](work, packed, count) : 0;
+    kPlain(static_cast<const Element*>(work) + done, packed + done * kBits / 8, count - done);
+}
+
 template <unsigned Bits> constexpr Format index_row() noexcept
 {
     return {Bits, kAnyOrder, Work::index8, false, false, unpack_index<Bits>, pack_index<Bits>};
@@ -216,42 +201,57 @@ template <unsigned Bits> constexpr Format index_row() noexcept
 
 constexpr Format byte_row(int32_t bits, int32_t order, Work work) noexcept
 {
-    return {bits, order, work, false, false, copy_bytes_in, copy_bytes_out};
+    return {bits, order, work, false, false, copy_in<1>, copy_out<1>};
 }
 
-template <int32_t Bits> constexpr Format gray_stream_row() noexcept
+template <Layout kLayout, int32_t kBits, Unpack kUnpack, Pack kPack> constexpr Format gray_row() noexcept
 {
-    return {Bits, COLORORDER_GRAY, Work::gray_deep, false, false, unpack_gray_stream<Bits>, pack_gray_stream<Bits>};
+    return {kBits,
+            COLORORDER_GRAY,
+            Work::gray_deep,
+            false,
+            false,
+            unpack_by_steps<kLayout, kBits, uint32_t, kUnpack>,
+            pack_by_steps<kLayout, kBits, uint32_t, kPack>};
 }
 
-template <class Word> constexpr Format gray_row(int32_t bits) noexcept
+template <Layout kLayout, int32_t kBits, class Pixel, bool kAlpha, Unpack kUnpack, Pack kPack>
+constexpr Format color_row(int32_t order) noexcept
 {
-    return {bits, COLORORDER_GRAY, Work::gray_deep, false, false, unpack_gray<Word>, pack_gray<Word>};
-}
-
-template <unsigned RedAt, unsigned BlueAt, unsigned Greens> constexpr Format fields_row(int32_t order) noexcept
-{
-    return {
-        16, order, Work::rgba8, false, false, unpack_fields<RedAt, BlueAt, Greens>, pack_fields<RedAt, BlueAt, Greens>};
-}
-
-template <class Pixel, bool Alpha> constexpr Format channels_row(int32_t order) noexcept
-{
-    constexpr bool kDeep = sizeof(Pixel) == sizeof(Rgba16);
-    constexpr int32_t kBits = (kDeep ? 16 : 8) * (Alpha ? 4 : 3);
-    const bool red_first = order == COLORORDER_RGB;
     return {kBits,
             order,
-            kDeep ? Work::rgba16 : Work::rgba8,
-            Alpha,
+            sizeof(Pixel) == sizeof(Rgba16) ? Work::rgba16 : Work::rgba8,
+            kAlpha,
             order == COLORORDER_ROMM,
-            red_first ? unpack_channels<Pixel, 0, 2, Alpha> : unpack_channels<Pixel, 2, 0, Alpha>,
-            red_first ? pack_channels<Pixel, 0, 2, Alpha> : pack_channels<Pixel, 2, 0, Alpha>};
+            unpack_by_steps<kLayout, kBits, Pixel, kUnpack>,
+            pack_by_steps<kLayout, kBits, Pixel, kPack>};
 }
 
-template <bool RedFirst> constexpr Format row_24(int32_t order) noexcept
+template <Layout kLayout, unsigned kRedAt, unsigned kBlueAt, unsigned kGreens>
+constexpr Format fields_row(int32_t order) noexcept
 {
-    return {24, order, Work::rgba8, false, order == COLORORDER_ROMM, unpack_24<RedFirst>, pack_24<RedFirst>};
+    return color_row<kLayout, 16, Rgba8, false, unpack_fields<kRedAt, kBlueAt, kGreens>,
+                     pack_fields<kRedAt, kBlueAt, kGreens>>(order);
+}
+
+template <Layout kLayout, bool kRedFirst> constexpr Format row_24(int32_t order) noexcept
+{
+    return color_row<kLayout, 24, Rgba8, false, unpack_24<kRedFirst>, pack_24<kRedFirst>>(order);
+}
+
+/// Channels of bytes or words, red first or blue.
+template <Layout kLayout, class Pixel, bool kAlpha, unsigned kRed> constexpr Format channels_row(int32_t order) noexcept
+{
+    constexpr int32_t kBits = sizeof(Pixel) * 8 / 4 * (kAlpha ? 4 : 3);
+    return color_row<kLayout, kBits, Pixel, kAlpha, unpack_channels<Pixel, kRed, 2 - kRed, kAlpha>,
+                     pack_channels<Pixel, kRed, 2 - kRed, kAlpha>>(order);
+}
+
+template <class Pixel> constexpr Format whole_row() noexcept
+{
+    constexpr bool kDeep = sizeof(Pixel) == sizeof(Rgba16);
+    return {sizeof(Pixel) * 8,      COLORORDER_BGR,         kDeep ? Work::rgba16 : Work::rgba8, true, false,
+            copy_in<sizeof(Pixel)>, copy_out<sizeof(Pixel)>};
 }
 
 constexpr Format kFormats[] = {
@@ -265,22 +265,22 @@ constexpr Format kFormats[] = {
     index_row<7>(),
     byte_row(8, COLORORDER_GRAY, Work::gray8),
     byte_row(8, kAnyOrder, Work::index8),
-    gray_stream_row<12>(),
-    gray_row<uint16_t>(16),
-    fields_row<0, 10, 5>(COLORORDER_RGB),
-    fields_row<10, 0, 5>(COLORORDER_BGR),
-    fields_row<11, 0, 6>(COLORORDER_RGB565),
-    row_24<true>(COLORORDER_RGB),
-    row_24<false>(COLORORDER_BGR),
-    row_24<false>(COLORORDER_ROMM),
-    channels_row<Rgba8, true>(COLORORDER_RGB),
-    channels_row<Rgba8, true>(COLORORDER_BGR),
-    gray_row<uint32_t>(32),
-    channels_row<Rgba16, false>(COLORORDER_RGB),
-    channels_row<Rgba16, false>(COLORORDER_BGR),
-    channels_row<Rgba16, false>(COLORORDER_ROMM),
-    channels_row<Rgba16, true>(COLORORDER_RGB),
-    channels_row<Rgba16, true>(COLORORDER_BGR),
+    gray_row<Layout::gray12, 12, unpack_gray_stream<12>, pack_gray_stream<12>>(),
+    gray_row<Layout::gray16, 16, unpack_gray<uint16_t>, pack_gray<uint16_t>>(),
+    fields_row<Layout::red_555, 0, 10, 5>(COLORORDER_RGB),
+    fields_row<Layout::blue_555, 10, 0, 5>(COLORORDER_BGR),
+    fields_row<Layout::blue_565, 11, 0, 6>(COLORORDER_RGB565),
+    row_24<Layout::red_24, true>(COLORORDER_RGB),
+    row_24<Layout::blue_24, false>(COLORORDER_BGR),
+    row_24<Layout::blue_24, false>(COLORORDER_ROMM),
+    channels_row<Layout::red_32, Rgba8, true, 0>(COLORORDER_RGB),
+    whole_row<Rgba8>(),
+    {32, COLORORDER_GRAY, Work::gray_deep, false, false, copy_in<4>, copy_out<4>},
+    channels_row<Layout::red_48, Rgba16, false, 0>(COLORORDER_RGB),
+    channels_row<Layout::blue_48, Rgba16, false, 2>(COLORORDER_BGR),
+    channels_row<Layout::blue_48, Rgba16, false, 2>(COLORORDER_ROMM),
+    channels_row<Layout::red_64, Rgba16, true, 0>(COLORORDER_RGB),
+    whole_row<Rgba16>(),
 };
 
 /// An order of its own comes before the any-order row of the same depth.
@@ -334,7 +334,8 @@ const Format* find_format(int32_t bits, int32_t order) noexcept
 
 const Format& gray8_samples() noexcept
 {
-    static constexpr Format kSamples = gray_row<uint8_t>(8);
+    static constexpr Format kSamples = {8,     COLORORDER_GRAY,      Work::gray_deep,   false,
+                                        false, unpack_gray<uint8_t>, pack_gray<uint8_t>};
     return kSamples;
 }
 

@@ -35,13 +35,27 @@ struct FusedPath {
     bool (*serves)(Plan& plan) noexcept;
 };
 
-/// The path a plan takes, or null. Everything else of the plan is decided.
-const FusedPath* find_fused(Plan& plan) noexcept;
+/// Sets the path a plan takes, or null, and whether its pixels are spread before. Everything else of the plan is
+/// decided.
+void choose_fused(Plan& plan) noexcept;
 
-/// Runs the plan's path over any number of pixels, without touching a byte outside of them and what is spare.
+/// The form of the pixels that the plan's path takes.
+inline const Format& taken_form(const Plan& plan) noexcept
+{
+    return plan.spread != nullptr ? *plan.spread : *plan.src;
+}
+
+/// Pixels that take a fused path at a time where they go by way of memory of their own.
+constexpr size_t kFusedChunk = 2048;
+
+/// Runs the plan's path over any number of pixels of the form that it takes, without touching a byte outside of them
+/// and what is spare.
 void run_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count, Spare spare) noexcept;
 
-/// Runs the plan's path past the caches where the destination allows it, else as run_fused does.
+/// The same for pixels of the plan's source.
+void fuse_row(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count, Spare spare) noexcept;
+
+/// fuse_row past the caches where the destination allows it.
 void stream_fused(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept;
 
 /// A table, special before general.

@@ -1,6 +1,7 @@
 // Fused paths of vectors. What a set of instructions does in its own way with pixels of three bytes, fields and tables
 // is in the layer; the paths follow from there.
 #include "kernel/convert/Fused.h"
+#include "simd/Arrange.h"
 #include "simd/Channels.h"
 #include "simd/Fields.h"
 #include "simd/Simd.h"
@@ -15,6 +16,7 @@ using namespace simd;
 
 using Bytes = Wide<uint8_t>;
 using Words = Wide<int16_t>;
+using Words16 = Wide<uint16_t>;
 using Pixels = Wide<uint32_t>;
 
 constexpr size_t kPixels = Pixels::kLanes;
@@ -174,6 +176,31 @@ template <bool Stream> void index_to_24(const Plan& plan, const uint8_t* src, ui
     }
 }
 
+/// A channel each in place of the lanes' bytes, and the lanes in order.
+template <bool Stream> void index_to_32(const Plan& plan, const uint8_t* src, uint8_t* dst, size_t count) noexcept
+{
+    const bool red_first = plan.dst->order == COLORORDER_RGB;
+    alignas(64) uint8_t channels[4][256];
+    for (size_t i = 0; i < 256; ++i)
+        for (size_t k = 0; k < 4; ++k)
+            channels[red_first && k < 3 ? 2 - k : k][i] = plan.table[4 * i + k];
+    const ByteTable first(channels[0]), second(channels[1]), third(channels[2]), last(channels[3]);
+    for (; count != 0; count -= kWidth, src += kWidth, dst += 4 * kWidth) {
+        fetch_ahead<Stream, kWidth>(src);
+        // Interleaved twice, each block has a part of every vector that comes of it.
+        const Bytes index =
+            as<uint8_t>(arrange<[](size_t i) { return i % 4 * kWideBlocks + i / 4; }>(as<uint32_t>(load<Bytes>(src))));
+        const auto words = [](Bytes v) noexcept { return as<uint16_t>(v); };
+        const Bytes a = first.at(index), b = second.at(index), c = third.at(index), d = last.at(index);
+        const Words16 ab[] = {words(interleave_low(a, b)), words(interleave_high(a, b))};
+        const Words16 cd[] = {words(interleave_low(c, d)), words(interleave_high(c, d))};
+        for (size_t i = 0; i < 2; ++i) {
+            put<Stream>(dst + 2 * kWidth * i, interleave_low(ab[i], cd[i]));
+            put<Stream>(dst + 2 * kWidth * i + kWidth, interleave_high(ab[i], cd[i]));
+        }
+    }
+}
+
 /// The loops of a path.
 struct Loops {
     Kernel* run;
@@ -196,6 +223,9 @@ constexpr Loops kOfFields = {fields_to_24<false, Green6, Swap>,
 constexpr Loops kBitToGray = {bit_to_gray<false>, bit_to_gray<true>};
 constexpr Loops kIndexTo24 = {kLooksUpBytes ? index_to_24<false> : nullptr,
                               kLooksUpBytes ? index_to_24<true> : nullptr};
+
+constexpr Loops kIndexTo32 = {kLooksUpBytes ? index_to_32<false> : nullptr,
+                              kLooksUpBytes ? index_to_32<true> : nullptr};
 
 constexpr int32_t kBgr = COLORORDER_BGR;
 constexpr int32_t kRgb = COLORORDER_RGB;
@@ -259,11 +289,13 @@ constexpr FusedPath kPaths[] = {
     // Where looking up is a loop the plain path is faster.
     path("8 to 24, looked up", 8, kAnyOrder, 24, kBgr, kIndexTo24),
     path("8 to 24, looked up", 8, kAnyOrder, 24, kRgb, kIndexTo24),
+    path("8 to 32, looked up", 8, kAnyOrder, 32, kBgr, kIndexTo32),
+    path("8 to 32, looked up", 8, kAnyOrder, 32, kRgb, kIndexTo32),
 };
 constexpr size_t kCount = sizeof kPaths / sizeof kPaths[0];
 
 } // namespace
 
-const FusedRows fused_rows = {kPaths, kLooksUpBytes ? kCount : kCount - 2};
+const FusedRows fused_rows = {kPaths, kLooksUpBytes ? kCount : kCount - 4};
 
 } // namespace vk::pixel::VK_SIMD_SET

@@ -5,6 +5,7 @@
 #include "kernel/convert/Fused.h"
 #include "kernel/convert/Gamut.h"
 #include "kernel/convert/Reduce.h"
+#include "kernel/format/Spread.h"
 #include "kernel/palette/Palette.h"
 
 #include <cstring>
@@ -12,8 +13,7 @@
 namespace vk::pixel {
 namespace {
 
-/// Fused paths take longer chunks, as each ends with a step on the side, from pixels of at most so many bytes.
-constexpr size_t kFusedChunk = 2048;
+/// Pixels that fused paths take have at most so many bytes.
 constexpr size_t kFusedPixelBytes = 4;
 
 /// The flags that count: gray bits follow the orders, a range needs a gray side, and a full range is no range.
@@ -113,7 +113,11 @@ void convert_chunk(Plan& plan, uint8_t* buffer, size_t first, size_t count) noex
         return;
     }
     alignas(64) uint8_t copy[kFusedChunk * kFusedPixelBytes + kFusedSlack];
-    std::memcpy(copy, src, format_bytes(*plan.src, count));
+    if (plan.spread != nullptr) {
+        spread_pixels(src, copy, count, plan.src->bits);
+    } else {
+        std::memcpy(copy, src, format_bytes(*plan.src, count));
+    }
     run_fused(plan, copy, dst, count, {kFusedSlack, 0});
 }
 
@@ -135,7 +139,7 @@ bool make_plan(const ConvertJob& job, Plan* plan) noexcept
     plan->undo_gamut = plan->src->wide_gamut && !plan->dst->wide_gamut;
     plan->apply_gamut = plan->dst->wide_gamut && !plan->src->wide_gamut;
     prepare_reduce(*plan, job.transparent, (flags & CVT_TRANSPARENT_COLOR) != 0);
-    plan->fused = find_fused(*plan);
+    choose_fused(*plan);
     return true;
 }
 
@@ -162,7 +166,7 @@ void run_in_place(Plan& plan, uint8_t* buffer, size_t width) noexcept
 void run_row(Plan& plan, const uint8_t* src, uint8_t* dst, size_t width, Spare spare) noexcept
 {
     if (plan.fused != nullptr) {
-        run_fused(plan, src, dst, width, spare);
+        fuse_row(plan, src, dst, width, spare);
         return;
     }
     if (changes_nothing(plan)) {

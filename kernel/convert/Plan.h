@@ -34,6 +34,7 @@ struct Plan {
 
     const Format* src;
     const Format* dst;
+    const Format* spread;       ///< bytes that pixels of 1 to 7 bits become before the fused path takes them, or null
     const FusedPath* fused;     ///< or null
     Reduce reduce;              ///< null when the working forms are the same and nothing changes
     const RGBQUAD* src_palette; ///< never null for an indexed source
@@ -45,8 +46,9 @@ struct Plan {
     bool set_alpha;       ///< alpha comes from the comparison with `transparent`, pixel by pixel
     uint32_t transparent; ///< red in the low byte, or kNoColor
 
-    alignas(16) uint8_t table[256 * sizeof(Rgba16)]; ///< the working form of each index of an indexed source
+    alignas(16) uint8_t table[256 * sizeof(Rgba16)]; ///< the working form of each index or gray of a source of bytes
     int16_t index_of[256]; ///< destination index of each source index or gray; -1 not yet asked
+    uint32_t asked;        ///< pixels that were asked for one by one; from many on the table has all indices
     Matcher matcher;
 };
 

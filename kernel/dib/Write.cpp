@@ -6,8 +6,8 @@
 #include "kernel/colorres/ColorRows.h"
 #include "kernel/convert/Convert.h"
 #include "kernel/dib/Dib.h"
-#include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/format/Spread.h"
 #include "kernel/palette/Palette.h"
 #include "kernel/rows/Locks.h"
 #include "kernel/rows/RowAccess.h"
@@ -185,12 +185,16 @@ private:
     /// Indices stay what they are at the greater depth.
     void widen_indices(const uint8_t* from, uint8_t* to) const noexcept
     {
+        constexpr size_t kChunk = 2048;
         const int32_t bits = bitmap_.BitsPerPixel;
-        const auto width = static_cast<uint32_t>(bitmap_.Width);
-        std::memset(to, 0, used_);
-        for (uint32_t x = 0; x < width; ++x) {
-            const uint32_t index = extract_bits(from + column_offset(bits, static_cast<int32_t>(x)), bits, x);
-            insert_bits(to + column_offset(layout_.bits, static_cast<int32_t>(x)), layout_.bits, x, index);
+        const auto width = static_cast<size_t>(bitmap_.Width);
+        if (layout_.bits == 8)
+            return spread_pixels(from, to, width, bits);
+        uint8_t indices[kChunk];
+        for (size_t at = 0; at < width; at += kChunk) {
+            const size_t count = std::min(kChunk, width - at);
+            spread_pixels(from + packed_bytes(at, bits), indices, count, bits);
+            gather_pixels(indices, to + packed_bytes(at, layout_.bits), count, layout_.bits);
         }
     }
 

@@ -1,6 +1,7 @@
 // The fast paths but for bits and lanes: rows without error, and the choice among the rest.
 #include "kernel/dither/Fast.h"
 
+#include "kernel/convert/Steps.h"
 #include "kernel/dither/Match.h"
 #include "simd/Simd.h"
 
@@ -57,6 +58,25 @@ template <size_t Size> void offset_row(const Offsets& offsets, uint8_t* bytes, s
     }
 }
 
+/// Black and white by the sum of the channels, as far as there is a loop for it; how many pixels.
+size_t map_two(const DitherState& state, size_t count) noexcept
+{
+    constexpr int32_t kMost = 3 * 255;
+    const auto is_white = [&state](int32_t sum) noexcept { return state.sum_choices[sum] >> 24 == 1; };
+    if (state.kind != Kind::fixed1 || is_white(0) || !is_white(kMost)) {
+        return 0;
+    }
+    int32_t dark = 0;
+    int32_t bright = kMost;
+    while (bright - dark > 1) {
+        const int32_t middle = (dark + bright) / 2;
+        (is_white(middle) ? bright : dark) = middle;
+    }
+    const pixel::PairRule rule{-1, -1, -1, 1 - 2 * bright};
+    return pixel::run_step<&pixel::StepLoops::match_pair>(reinterpret_cast<const pixel::Rgba8*>(state.work),
+                                                          state.indices, count, rule);
+}
+
 } // namespace
 
 void map_colors(DitherState& state) noexcept
@@ -65,10 +85,11 @@ void map_colors(DitherState& state) noexcept
     if (is_ordered(state.method)) {
         offset_row<4>(row_offsets(state), reinterpret_cast<uint8_t*>(state.work), width);
     }
+    const size_t done = map_two(state, width);
     with_match(state, [&](const auto& match) {
         const uint32_t* colors = state.work;
         uint8_t* indices = state.indices;
-        for (size_t i = 0; i < width; ++i) {
+        for (size_t i = done; i < width; ++i) {
             indices[i] = static_cast<uint8_t>(match(colors[i]) >> 24);
         }
     });

@@ -1,5 +1,6 @@
 // Reading source rows: any format to 8-bit colours, or gray levels where one channel does.
 #include "kernel/convert/Gamut.h"
+#include "kernel/convert/Reduce.h"
 #include "kernel/dither/State.h"
 
 #include <algorithm>
@@ -14,84 +15,64 @@ using pixel::Work;
 /// A multiple of 8, so that a chunk starts on a byte at every depth.
 constexpr size_t kChunk = 256;
 
-constexpr uint32_t word_of(const Rgba8& p) noexcept
+/// Colours, whose words are what they are in memory but for alpha.
+void read_colors8(const DitherState& state, uint8_t* row, uint32_t* out, size_t count) noexcept
 {
-    return p.b | static_cast<uint32_t>(p.g) << 8 | static_cast<uint32_t>(p.r) << 16;
-}
-constexpr uint32_t word_of(const Rgba16& p) noexcept
-{
-    return p.b >> 8u | (p.g & 0xFF00u) | (p.r & 0xFF00u) << 8;
-}
-
-template <class Pixel> void read_channels(const DitherState& state, uint8_t* row, uint32_t* out, size_t count) noexcept
-{
-    Pixel pixels[kChunk];
+    auto* const pixels = reinterpret_cast<Rgba8*>(out); // bytes all the same
     state.format->unpack(row, pixels, count);
     if (state.format->wide_gamut) {
         pixel::inverse_gamut(pixels, count);
         state.format->pack(pixels, row, count);
     }
     for (size_t i = 0; i < count; ++i) {
-        out[i] = word_of(pixels[i]);
+        out[i] &= kColorMask;
     }
 }
 
-template <class Out> void read_deep(const DitherState& state, const uint8_t* row, Out* out, size_t count) noexcept
+void read_colors16(const DitherState& state, uint8_t* row, uint32_t* out, size_t count) noexcept
+{
+    Rgba16 pixels[kChunk];
+    state.format->unpack(row, pixels, count);
+    if (state.format->wide_gamut) {
+        pixel::inverse_gamut(pixels, count);
+        state.format->pack(pixels, row, count);
+    }
+    pixel::narrow_colors(pixels, reinterpret_cast<Rgba8*>(out), count);
+    for (size_t i = 0; i < count; ++i) {
+        out[i] &= kColorMask;
+    }
+}
+
+void read_levels(const DitherState& state, const uint8_t* row, uint8_t* out, size_t count) noexcept
 {
     uint32_t samples[kChunk];
     state.format->unpack(row, samples, count);
-    const GrayRange range = state.gray;
-    for (size_t i = 0; i < count; ++i) {
-        const uint8_t level = range.level(samples[i]);
-        if constexpr (sizeof(Out) == 1) {
-            out[i] = level;
-        } else {
-            out[i] = gray_word(level);
-        }
-    }
+    pixel::find_levels(state.gray, samples, out, count);
 }
 
 void read_chunk(const DitherState& state, uint8_t* row, uint32_t* out, size_t count) noexcept
 {
+    uint8_t bytes[kChunk];
     switch (state.format->work) {
     case Work::rgba8:
-        read_channels<Rgba8>(state, row, out, count);
+        read_colors8(state, row, out, count);
         return;
     case Work::rgba16:
-        read_channels<Rgba16>(state, row, out, count);
+        read_colors16(state, row, out, count);
         return;
     case Work::gray_deep:
-        read_deep(state, row, out, count);
+        read_levels(state, row, bytes, count);
+        for (size_t i = 0; i < count; ++i) {
+            out[i] = gray_word(bytes[i]);
+        }
         return;
     case Work::index8:
     case Work::gray8:
-        uint8_t bytes[kChunk];
         state.format->unpack(row, bytes, count);
         for (size_t i = 0; i < count; ++i) {
             out[i] = state.src_colors[bytes[i]];
         }
         return;
-    }
-}
-
-/// 24-bit rows, four bytes at a time.
-template <bool RedFirst> void read_24(const uint8_t* row, uint32_t* out, size_t count) noexcept
-{
-    const auto convert = [](uint32_t word) {
-        if constexpr (RedFirst) {
-            return (word & 0xFF00u) | (word & 0xFFu) << 16 | (word >> 16 & 0xFFu);
-        } else {
-            return word & kColorMask;
-        }
-    };
-    uint32_t word = 0;
-    for (size_t i = 0; i + 1 < count; ++i) {
-        std::memcpy(&word, row + 3 * i, 4);
-        out[i] = convert(word);
-    }
-    if (count != 0) {
-        std::memcpy(&word, row + 3 * (count - 1), 3);
-        out[count - 1] = convert(word);
     }
 }
 
@@ -104,20 +85,10 @@ template <class Read> void by_chunks(int32_t width, Read read) noexcept
     }
 }
 
-bool reads_24(const DitherState& state) noexcept
-{
-    return state.src_bits == 24 && !state.format->wide_gamut && !state.plain;
-}
-
 } // namespace
 
 void read_colors(const DitherState& state, uint8_t* row, uint32_t* out) noexcept
 {
-    if (reads_24(state)) {
-        const auto read = state.src_order == COLORORDER_RGB ? read_24<true> : read_24<false>;
-        read(row, out, static_cast<size_t>(state.width));
-        return;
-    }
     const auto bits = static_cast<size_t>(state.src_bits);
     by_chunks(state.width, [&](size_t at, size_t count) { read_chunk(state, row + at * bits / 8, out + at, count); });
 }
@@ -128,7 +99,7 @@ void read_grays(const DitherState& state, const uint8_t* row, uint8_t* out) noex
     by_chunks(state.width, [&](size_t at, size_t count) {
         const uint8_t* from = row + at * bits / 8;
         if (state.format->deep_gray()) {
-            read_deep(state, from, out + at, count);
+            read_levels(state, from, out + at, count);
             return;
         }
         state.format->unpack(from, out + at, count);

@@ -1,4 +1,4 @@
-// The inner loops of alpha at 8 bits a channel, for pixels of four bytes, alpha last. The plain ones define the result;
+// The inner loops of alpha, for pixels of four bytes, alpha last. The plain ones define the result;
 // those for wider vectors do as many pixels as they take, or with masks all, and return the number.
 #pragma once
 
@@ -28,6 +28,8 @@ struct AlphaLoops {
     size_t (*take_alpha)(const uint8_t* pixels, uint8_t* alphas, size_t count) noexcept;
     size_t (*premultiply)(uint8_t* pixels, size_t count) noexcept;
     size_t (*unpremultiply)(uint8_t* pixels, size_t count) noexcept;
+    size_t (*premultiply_words)(uint8_t* pixels, size_t count) noexcept; ///< of pixels of eight bytes
+    size_t (*unpremultiply_words)(uint8_t* pixels, size_t count) noexcept;
 };
 VK_SIMD_TABLE(AlphaLoops, alpha_loops);
 

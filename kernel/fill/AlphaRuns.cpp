@@ -117,9 +117,13 @@ void WeighRun::run(Line to, Line, Line, int32_t count) noexcept
 {
     const auto all = static_cast<size_t>(count);
     uint8_t* const pixels = pixels_of(to, is_deep_);
-    if (is_deep_)
-        return weigh_plain<uint16_t>(pixels, all, is_division_);
     const AlphaLoops* const loops = alpha_loops_sets.best();
+    if (is_deep_) {
+        const size_t done = !loops         ? 0
+                            : is_division_ ? loops->unpremultiply_words(pixels, all)
+                                           : loops->premultiply_words(pixels, all);
+        return weigh_plain<uint16_t>(pixels + 8 * done, all - done, is_division_);
+    }
     if (!loops)
         return weigh_plain<uint8_t>(pixels, all, is_division_);
     const auto loop = is_division_ ? loops->unpremultiply : loops->premultiply;

@@ -65,9 +65,12 @@ int PatternRun::begin_row(int32_t row, int32_t left) noexcept
     const int result = code_of(
         get_row(pattern, row_.data(), remainder(int64_t{row} - origin_.row, pattern.Height), pattern.BytesPerLine));
     const uint64_t bits = static_cast<uint64_t>(pattern.Width) * static_cast<uint32_t>(bits_);
-    for (int32_t i = 0; i < repeats_ && result == V_SUCCESS; ++i)
-        combine::copy_bits(repeated_.data(), bits * static_cast<uint32_t>(i), row_.data(), 0, bits,
-                           combine::bit_order(bits_));
+    const uint64_t wanted = bits * static_cast<uint32_t>(repeats_);
+    const auto order = combine::bit_order(bits_);
+    if (result == V_SUCCESS)
+        combine::copy_bits(repeated_.data(), 0, row_.data(), 0, bits, order);
+    for (uint64_t filled = bits; filled < wanted && result == V_SUCCESS; filled *= 2) // by what is there already
+        combine::copy_bits(repeated_.data(), filled, repeated_.data(), 0, std::min(filled, wanted - filled), order);
     return result;
 }
 

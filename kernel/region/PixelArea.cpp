@@ -5,6 +5,8 @@
 #include "kernel/bitmap/Region.h"
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/convert/Convert.h"
+#include "kernel/convert/Plan.h"
+#include "kernel/convert/Reduce.h"
 #include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/palette/Palette.h"
@@ -69,24 +71,52 @@ protected:
     const GrayRange gray_;
 };
 
-/// Values that a table of 256 knows.
+/// Bytes that a table of 256 knows: indices, or levels of gray. A conversion to one bit tells them apart, those that
+/// are taken being white.
 class TableTest final : public RowTest {
 public:
-    TableTest(const BITMAPHANDLE& bitmap, const bool (&takes)[256]) noexcept : RowTest(bitmap), takes_(takes) {}
+    TableTest(const BITMAPHANDLE& bitmap, const bool (&takes)[256]) noexcept : RowTest(bitmap)
+    {
+        for (uint32_t i = 0; i < 256; ++i)
+            colors_[i] = takes[i] ? kWhite : RGBQUAD{};
+    }
+
+    int open() noexcept override
+    {
+        ConvertJob job;
+        job.src_bits = is_deep_gray_ ? 8 : bits_;
+        job.dst_bits = 1;
+        job.src_palette = colors_;
+        job.dst_palette = kAnswers;
+        return pixel::make_plan(job, &plan_) ? V_SUCCESS : V_ERROR_INVALID_PARAMETER;
+    }
 
     int test(const uint8_t* row, uint8_t* out) noexcept override
     {
-        if (bits_ == 8)
-            test_pixels(out, width_, [&](int32_t x) noexcept { return takes_[row[x]]; });
-        else if (bits_ < 8)
-            test_pixels(out, width_, [&](int32_t x) noexcept { return takes_[value(row, x)]; });
-        else
-            test_pixels(out, width_, [&](int32_t x) noexcept { return takes_[gray_.level(value(row, x))]; });
+        const auto width = static_cast<size_t>(width_);
+        if (!is_deep_gray_) {
+            pixel::run_row(plan_, row, out, width, {});
+            return V_SUCCESS;
+        }
+        uint32_t samples[kPiece];
+        uint8_t levels[kPiece];
+        for (size_t at = 0; at < width; at += kPiece) {
+            const size_t count = std::min(kPiece, width - at);
+            format_->unpack(row + packed_bytes(at, bits_), samples, count);
+            pixel::find_levels(gray_, samples, levels, count);
+            pixel::run_row(plan_, levels, out + at / 8, count, {});
+        }
         return V_SUCCESS;
     }
 
 private:
-    const bool (&takes_)[256];
+    static constexpr size_t kPiece = 1024;
+    static constexpr RGBQUAD kWhite = {255, 255, 255, 0};
+    static constexpr RGBQUAD kAnswers[2] = {{}, kWhite};
+
+    const pixel::Format* const format_ = pixel::find_format(bits_, order_); ///< of deep gray
+    RGBQUAD colors_[256];
+    pixel::Plan plan_;
 };
 
 class ColorTest final : public RowTest {

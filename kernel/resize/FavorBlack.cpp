@@ -5,6 +5,7 @@
 #include "kernel/colorres/GrayScale.h"
 #include "kernel/format/RowMath.h"
 #include "kernel/resize/Access.h"
+#include "kernel/resize/Nearest.h"
 #include "kernel/resize/Stepping.h"
 #include "kernel/rows/RowAccess.h"
 #include "kernel/system/Progress.h"
@@ -90,6 +91,8 @@ public:
         int result = reader_.reserve(1);
         if (result == V_SUCCESS)
             result = writer_.reserve(1);
+        if (result == V_SUCCESS && is_nearest())
+            return resize::plan_nearest(nearest_, 1, from_.Width, width_);
         const bool has_room = result == V_SUCCESS && black_.allocate(from_.Width) &&
                               counts_.allocate(uint64_t{sizeof(int64_t)} * static_cast<uint32_t>(width_));
         return result == V_SUCCESS && !has_room ? V_ERROR_NO_MEMORY : result;
@@ -98,6 +101,8 @@ public:
     /// Displayed row `row` of the destination.
     int make_row(int32_t row) noexcept
     {
+        if (is_nearest())
+            return take_row(row);
         std::memset(counts_.data(), 0, sizeof(int64_t) * static_cast<size_t>(width_));
         const auto first = static_cast<int32_t>(resize::stepped(row, from_.Height, to_.Height));
         int result = V_SUCCESS;
@@ -107,6 +112,24 @@ public:
     }
 
 private:
+    /// Blocks of one pixel have its colour.
+    bool is_nearest() const noexcept { return block_width_ == 1 && block_height_ == 1; }
+
+    int take_row(int32_t row) noexcept
+    {
+        const auto first = static_cast<int32_t>(resize::stepped(row, from_.Height, to_.Height));
+        const uint8_t* data = nullptr;
+        const int result = reader_.read(stored_row(from_, first), 1, &data);
+        if (result != V_SUCCESS)
+            return result;
+        const int32_t stored = stored_row(to_, row);
+        uint8_t* const made = writer_.place(stored);
+        const size_t bytes = nearest_.row_bytes();
+        resize::run_nearest(nearest_, data, made);
+        std::memset(made + bytes, 0, to_.BytesPerLine - bytes);
+        return writer_.write(stored, 1);
+    }
+
     int count_row(int32_t stored) noexcept
     {
         const uint8_t* data = nullptr;
@@ -143,6 +166,7 @@ private:
     RowWriter writer_;
     BlackRow black_;
     RowBuffer counts_;
+    resize::NearestPlan nearest_; ///< for blocks of one pixel
     int32_t width_;
     int32_t block_width_;
     int32_t block_height_;

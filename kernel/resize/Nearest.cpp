@@ -3,6 +3,7 @@
 
 #include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/format/Spread.h"
 #include "kernel/resize/Stepping.h"
 #include "simd/Simd.h"
 
@@ -91,6 +92,11 @@ size_t NearestPlan::to_bytes() const noexcept
     return static_cast<size_t>(packed_bytes(static_cast<uint64_t>(to), bits));
 }
 
+size_t NearestPlan::row_bytes() const noexcept
+{
+    return packed != 0 ? static_cast<size_t>(packed_bytes(static_cast<uint64_t>(to), packed)) : to_bytes();
+}
+
 int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noexcept
 {
     plan.bits = bits;
@@ -99,7 +105,14 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
     plan.way = Way::walk;
     plan.walked_from = 0;
     plan.loops = nearest_loops_sets.best();
+    plan.packed = 0;
     bool made = true;
+    if (plan.loops && bits != 1 && !is_whole_bytes(bits) && from != to && from / to < kMostSpread) {
+        plan.packed = bits;
+        plan.bits = bits = static_cast<int32_t>(8 * spread_size(bits));
+        if (!plan.spread.allocate(plan.from_bytes() + plan.to_bytes()))
+            return V_ERROR_NO_MEMORY;
+    }
     if (from == to)
         plan.way = Way::copy;
     else if (!plan.loops)
@@ -117,7 +130,9 @@ int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noex
     return made ? V_SUCCESS : V_ERROR_NO_MEMORY;
 }
 
-void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept
+namespace {
+
+void run_moved(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept
 {
     switch (plan.way) {
     case Way::copy:
@@ -143,6 +158,19 @@ void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrd
         break;
     }
     walk_row(plan, src, dst);
+}
+
+} // namespace
+
+void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead) noexcept
+{
+    if (plan.packed == 0)
+        return run_moved(plan, src, dst, ahead);
+    uint8_t* const before = plan.spread.data();
+    uint8_t* const after = before + plan.from_bytes();
+    spread_pixels(src, before, static_cast<size_t>(plan.from), plan.packed);
+    run_moved(plan, before, after, 0);
+    gather_pixels(after, dst, static_cast<size_t>(plan.to), plan.packed);
 }
 
 void stream_rows(const uint8_t* from, uint8_t* to, size_t bytes) noexcept

@@ -1,5 +1,6 @@
 // Rows resized to the nearest pixel. What the stepping does is the same for every row, so a plan is worked out once:
-// which bytes to shuffle where (whole-byte pixels), which bits to pick or spread (1 bit). Without vectors to shuffle,
+// which bytes to shuffle where (whole-byte pixels, to which others are spread), which bits to pick or spread (1 bit).
+// Without vectors to shuffle,
 // at other depths and where a plan does not pay, pixels are walked one by one; the results are the same to the bit.
 //
 // A row is read and written within its packed bytes alone; bits behind the last pixel become clear.
@@ -20,8 +21,9 @@ struct NearestLoops;
 
 /// The plan of a row.
 struct NearestPlan {
-    int32_t bits = 0;
-    int32_t from = 0; ///< pixels
+    int32_t bits = 0;   ///< of the pixels that are moved
+    int32_t packed = 0; ///< and as they are stored, where they are spread to bytes or words first; else 0
+    int32_t from = 0;   ///< pixels
     int32_t to = 0;
     Way way = Way::walk;
     uint32_t parts = 0;      ///< shuffle: 16-byte loads per 16 bytes written; permute: 64-byte ones per 64
@@ -32,15 +34,21 @@ struct NearestPlan {
     int64_t walked_from = 0; ///< first destination pixel that is walked; at a byte boundary
     RowBuffer table;
     const NearestLoops* loops = nullptr; ///< for all ways but copying, walking and permuting
+    RowBuffer spread;                    ///< a row before, and behind it one as it becomes
 
-    size_t from_bytes() const noexcept;
+    size_t from_bytes() const noexcept; ///< of pixels that are moved
     size_t to_bytes() const noexcept;
+    size_t row_bytes() const noexcept; ///< of what becomes of a row, as it is stored
 };
+
+/// Source pixels per destination pixel from which walking is faster than spreading them all.
+constexpr int32_t kMostSpread = 8;
 
 /// Plans rows of `from` pixels that become `to`, both above 0, at a bitmap's depth. SUCCESS or ERROR_NO_MEMORY.
 int plan_nearest(NearestPlan& plan, int32_t bits, int32_t from, int32_t to) noexcept;
 
-/// Resizes a row; the two do not overlap. The row that will be wanted next may be fetched, `ahead` bytes further on.
+/// Resizes a row, one at a time by a plan; the two do not overlap. The row that will be wanted next may be fetched,
+/// `ahead` bytes further on.
 void run_nearest(const NearestPlan& plan, const uint8_t* src, uint8_t* dst, ptrdiff_t ahead = 0) noexcept;
 
 /// Copies rows past the caches; a fence is the caller's.

@@ -67,7 +67,7 @@ public:
         if (result != V_SUCCESS)
             return result;
         made_ = place(row);
-        const size_t bytes = plan_.to_bytes();
+        const size_t bytes = plan_.row_bytes();
         const int64_t ahead = reader_.in_place() ? (next_row - source_row) * static_cast<int64_t>(source_line_) : 0;
         resize::run_nearest(plan_, data, made_, static_cast<ptrdiff_t>(ahead));
         std::memset(made_ + bytes, 0, line_ - bytes);

@@ -45,15 +45,6 @@ struct TransposeLoops {
 
     /// Copies the rows, past the caches where `stream` says that they are whole cache lines.
     void (*copy)(const Lines& lines, bool stream) noexcept;
-
-    /// Pixels of 2 to 7 bits spread to bytes, and back. Reads and writes no byte without pixels; the rest of the last
-    /// one is cleared.
-    void (*spread)(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept;
-    void (*gather)(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept;
-
-    /// Pixels of 12 bits spread to 16, and back: as many from the first on as full vectors allow, an even number.
-    int32_t (*spread_12)(const uint8_t* from, uint8_t* to, int32_t count) noexcept;
-    int32_t (*gather_12)(const uint8_t* from, uint8_t* to, int32_t count) noexcept;
 };
 
 VK_SIMD_TABLE_256(TransposeLoops, transpose_loops);

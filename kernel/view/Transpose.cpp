@@ -2,8 +2,8 @@
 // needs beyond that stands in one table.
 #include "kernel/view/Transpose.h"
 
-#include "kernel/format/PackedBits.h"
 #include "kernel/format/RowMath.h"
+#include "kernel/format/Spread.h"
 #include "kernel/view/Blocks.h"
 #include "kernel/view/Tile.h"
 #include "platform/platform.h"
@@ -22,6 +22,7 @@ using turn::Tile;
 struct Forms {
     const turn::TransposeLoops* loops = turn::transpose_loops_sets.best();
     bool has_blocks = simd::level() != simd::Level::plain;
+    SpreadWay spread;
 };
 
 constexpr size_t kLine = 64;
@@ -110,48 +111,8 @@ constexpr int32_t kSpreadSide = 64;
 /// Bytes between its rows: those of 16-bit pixels, and what a vector writes too far.
 constexpr ptrdiff_t kSpreadPitch = 2 * kSpreadSide + 32;
 
-constexpr size_t packed_size(int32_t pixels, int32_t bits) noexcept
-{
-    return static_cast<size_t>(packed_bytes(static_cast<uint32_t>(pixels), bits));
-}
-
 /// The units of a depth: bytes, or words where pixels are larger.
-template <int32_t kBits> using SpreadUnit = std::conditional_t<(kBits > 8), uint16_t, uint8_t>;
-
-template <int32_t kBits>
-void spread(const uint8_t* from, SpreadUnit<kBits>* to, int32_t count, const Forms& forms) noexcept
-{
-    if constexpr (packing_of(kBits) == Packing::low_first) {
-        int32_t done = 0;
-        if constexpr (kBits == 12)
-            if (forms.loops)
-                done = forms.loops->spread_12(from, reinterpret_cast<uint8_t*>(to), count);
-        spread_low_first<kBits>(from + packed_size(done, kBits), to + done, static_cast<size_t>(count - done));
-    } else {
-        if (forms.loops)
-            return forms.loops->spread(from, to, count, kBits);
-        for (int32_t i = 0; i < count; ++i)
-            to[i] = static_cast<uint8_t>(pixel_at<kBits>(from, static_cast<uint32_t>(i)));
-    }
-}
-
-template <int32_t kBits>
-void gather(const SpreadUnit<kBits>* from, uint8_t* to, int32_t count, const Forms& forms) noexcept
-{
-    if constexpr (packing_of(kBits) == Packing::low_first) {
-        int32_t done = 0;
-        if constexpr (kBits == 12)
-            if (forms.loops)
-                done = forms.loops->gather_12(reinterpret_cast<const uint8_t*>(from), to, count);
-        gather_low_first<kBits>(from + done, to + packed_size(done, kBits), static_cast<size_t>(count - done));
-    } else {
-        if (forms.loops)
-            return forms.loops->gather(from, to, count, kBits);
-        std::memset(to, 0, packed_size(count, kBits));
-        for (int32_t i = 0; i < count; ++i)
-            insert_bits(to + column_offset(kBits, i), kBits, static_cast<uint32_t>(i), from[i]);
-    }
-}
+template <int32_t kBits> using SpreadUnit = std::conditional_t<spread_size(kBits) == 2, uint16_t, uint8_t>;
 
 template <int32_t kBits> void transpose_packed(const Tile& tile, const Forms& forms) noexcept
 {
@@ -161,12 +122,14 @@ template <int32_t kBits> void transpose_packed(const Tile& tile, const Forms& fo
     Unit before[kSpreadSide * kSpreadSide];
     Unit after[kSpreadSide * kPitch];
     for (int32_t row = 0; row < tile.rows; ++row)
-        spread<kBits>(tile.from + row * tile.stride, before + row * kSpreadSide, tile.columns, forms);
+        spread_pixels(tile.from + row * tile.stride, before + row * kSpreadSide, static_cast<size_t>(tile.columns),
+                      kBits, forms.spread);
     transpose_bytes<kUnit>({reinterpret_cast<const uint8_t*>(before), kUnit * kSpreadSide,
                             reinterpret_cast<uint8_t*>(after), kSpreadPitch, tile.columns, tile.rows},
                            forms);
     for (int32_t column = 0; column < tile.columns; ++column)
-        gather<kBits>(after + column * kPitch, tile.to + column * tile.pitch, tile.rows, forms);
+        gather_pixels(after + column * kPitch, tile.to + column * tile.pitch, static_cast<size_t>(tile.rows), kBits,
+                      forms.spread);
 }
 
 void transpose_tile(const Tile& tile, const Forms& forms, int32_t bits) noexcept

@@ -1,5 +1,4 @@
-// Transposing what needs shuffles: pixels of three and six bytes are spread to four and eight, pixels of 2 to 7 bits to
-// bytes.
+// Transposing what needs shuffles: pixels of three and six bytes are spread to four and eight.
 #include "kernel/view/Blocks.h"
 #include "kernel/view/Tile.h"
 #include "simd/Bits.h"
@@ -187,90 +186,8 @@ void copy_lines(const Lines& lines, bool stream) noexcept
     return stream ? copy_rows<true>(lines) : copy_rows<false>(lines);
 }
 
-template <int kBits> uint64_t spread_word(uint64_t word) noexcept
-{
-    return __builtin_bswap64(spread_fields<kBits>(__builtin_bswap64(word) >> (64 - 8 * kBits)));
-}
-
-template <int kBits> uint64_t gather_word(uint64_t word) noexcept
-{
-    return __builtin_bswap64(gather_fields<kBits>(__builtin_bswap64(word)) << (64 - 8 * kBits));
-}
-
-template <int kBits> void spread(const uint8_t* from, uint8_t* to, int32_t count) noexcept
-{
-    uint64_t word = 0;
-    for (; count * kBits >= 64; count -= 8, from += kBits, to += 8) {
-        std::memcpy(&word, from, sizeof word);
-        word = spread_word<kBits>(word);
-        std::memcpy(to, &word, sizeof word);
-    }
-    for (; count > 0; count -= 8, from += kBits, to += 8) {
-        const int32_t pixels = count < 8 ? count : 8;
-        word = 0;
-        for (int32_t i = 0; i < (pixels * kBits + 7) / 8; ++i) // one store that the load takes from would wait for it
-            word |= uint64_t{from[i]} << (8 * i);
-        word = spread_word<kBits>(word);
-        std::memcpy(to, &word, static_cast<size_t>(pixels));
-    }
-}
-
-template <int kBits> void gather(const uint8_t* from, uint8_t* to, int32_t count) noexcept
-{
-    uint64_t word = 0;
-    for (; count >= 8; count -= 8, from += 8, to += kBits) {
-        std::memcpy(&word, from, sizeof word);
-        word = gather_word<kBits>(word);
-        std::memcpy(to, &word, kBits);
-    }
-    word = 0;
-    std::memcpy(&word, from, static_cast<size_t>(count));
-    word = gather_word<kBits>(word);
-    std::memcpy(to, &word, static_cast<size_t>((count * kBits + 7) / 8));
-}
-
-using MovePixels = void(const uint8_t* from, uint8_t* to, int32_t count) noexcept;
-constexpr MovePixels* kSpread[] = {spread<2>, spread<3>, spread<4>, spread<5>, spread<6>, spread<7>};
-constexpr MovePixels* kGather[] = {gather<2>, gather<3>, gather<4>, gather<5>, gather<6>, gather<7>};
-
-void spread_row(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept
-{
-    kSpread[bits - 2](from, to, count);
-}
-
-void gather_row(const uint8_t* from, uint8_t* to, int32_t count, int32_t bits) noexcept
-{
-    kGather[bits - 2](from, to, count);
-}
-
-/// Odd pixels stand in the upper twelve bits of their word, even ones go there.
-int32_t spread_12(const uint8_t* from, uint8_t* to, int32_t count) noexcept
-{
-    static constexpr Order<16> kPairs = {{0, 1, 1, 2, 3, 4, 4, 5, 6, 7, 7, 8, 9, 10, 10, 11}};
-    const auto shifts = as<uint16_t>(all<Quad<uint32_t>>(16 | 1 << 16));
-    int32_t done = 0;
-    for (; (count - done) * 3 >= 32; done += 8) {
-        const Block bytes = shuffle(load<Block>(from + done / 2 * 3), kPairs.load<Block>());
-        store(to + 2 * done, as<uint16_t>(bytes) * shifts >> 4);
-    }
-    return done;
-}
-
-int32_t gather_12(const uint8_t* from, uint8_t* to, int32_t count) noexcept
-{
-    static constexpr auto kClosed = order_of<16>([](size_t i) { return i < 12 ? i / 3 * 4 + i % 3 : kNone; });
-    const auto shifts = as<int16_t>(all<Quad<int32_t>>(1 | 1 << 28)); // odd pixels times 4096
-    int32_t done = 0;
-    for (; (count - done) * 3 >= 32; done += 8) {
-        const auto pairs = mul_pairs(load<Quad<int16_t>>(from + 2 * done), shifts);
-        store(to + done / 2 * 3, shuffle(as<uint8_t>(pairs), kClosed.load<Block>()));
-    }
-    return done;
-}
-
 } // namespace
 
-const TransposeLoops transpose_loops = {transpose_pixels, transpose_bit_rows, copy_lines, spread_row,
-                                        gather_row,       spread_12,          gather_12};
+const TransposeLoops transpose_loops = {transpose_pixels, transpose_bit_rows, copy_lines};
 
 } // namespace vk::turn::VK_SIMD_SET

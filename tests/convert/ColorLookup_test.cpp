@@ -70,6 +70,12 @@ TEST(ExactLookup, IsTheScanForEveryColor)
     expect_exact(clustered(2, 256, 256), 1u << 24, 5 * kStep);
     expect_exact(fixed(4), 1u << 24, kStep);
     expect_exact({{7, 7, 7, 0}}, 1u << 24, kStep);
+    for (const simd::Level level : kLevels) { // two entries with many colours as near to the one as to the other
+        const AtLevel at(level);
+        expect_exact({{9, 200, 31, 0}, {10, 200, 30, 0}}, 1, 7 * kStep);
+        expect_exact({{255, 255, 255, 0}, {0, 0, 0, 0}}, 1, 97 * kStep);
+        expect_exact({{4, 4, 4, 0}, {4, 4, 4, 0}}, 1, 997 * kStep);
+    }
 }
 
 TEST(ExactLookup, IsTheScanForManyPalettes)

@@ -22,7 +22,8 @@ struct Case {
     ConvertJob job;
     RGBQUAD src_palette[256], dst_palette[256];
 
-    Case(const FusedPath& p, simd::Level l, TestRandom& random) : path(p), level(l)
+    /// Of pixels that are spread to the bytes that the path takes, of `spread_from` bits, unless that is 0.
+    Case(const FusedPath& p, simd::Level l, TestRandom& random, int32_t spread_from = 0) : path(p), level(l)
     {
         random.fill(src_palette, sizeof src_palette);
         // Grays that a comparison can tell apart, either way round.
@@ -34,7 +35,7 @@ struct Case {
         const bool is_gray = p.src_bits == 0 || p.src_order == COLORORDER_GRAY;
         if (is_gray && p.serves == pixel::find_bits) // or that none can
             dst_palette[0] = dst_palette[1];
-        job.src_bits = p.src_bits;
+        job.src_bits = spread_from != 0 ? spread_from : p.src_bits;
         job.dst_bits = p.dst_bits;
         job.src_order = p.src_order == pixel::kAnyOrder ? COLORORDER_RGB : p.src_order;
         job.dst_order = p.dst_order == pixel::kAnyOrder ? COLORORDER_RGB : p.dst_order;
@@ -48,7 +49,9 @@ struct Case {
         const AtLevel at(highest);
         auto result = std::make_unique<Plan>();
         EXPECT_TRUE(pixel::make_plan(job, result.get()));
-        EXPECT_EQ(highest == simd::Level::plain ? nullptr : &path, result->fused) << path.name;
+        const FusedPath* const expected = highest == simd::Level::plain ? nullptr : &path;
+        EXPECT_EQ(expected, result->fused) << path.name;
+        EXPECT_EQ(expected != nullptr && job.src_bits != path.src_bits, result->spread != nullptr) << path.name;
         return result;
     }
 
@@ -108,6 +111,10 @@ TEST(ConvertFused, EveryPathIsTheGeneralWay)
                 compare(c, width, random, buffer, target);
             for (const size_t width : {2047u, 2048u, 2049u, 4096u, 5000u})
                 compare(c, width, random, buffer, target);
+            for (int32_t bits = path->dst_bits == 1 ? 2 : 1; bits < 8 && path->src_bits == 8 && path->src_order < 0;
+                 ++bits)
+                for (const size_t width : {1u, 65u, 299u, 2049u, 5001u})
+                    compare(Case(*path, level, random, bits), width, random, buffer, target);
             if (HasFailure())
                 return;
         }

@@ -220,6 +220,21 @@ TEST(Dither, BitsAtEveryLevel)
             EXPECT_EQ(17u,
                       done[static_cast<size_t>(level == simd::Level::plain ? DitherPath::plain : DitherPath::bits)]);
         }
+        for (const SourceFormat& source : kSources) { // and black and white of colours
+            const DitherSetup setup{random.between(1, 300),
+                                    source.bits,
+                                    source.order,
+                                    source.low,
+                                    source.high,
+                                    {},
+                                    DITHER_ORDERED,
+                                    {},
+                                    2,
+                                    1};
+            const Bytes rows = random_rows(setup, 9, random);
+            Done done{};
+            ASSERT_EQ(expected(setup, rows, 9).indices, dithered(setup, rows, 9, 5, done).indices) << source.bits;
+        }
         uint8_t levels[100] = {};
         uint8_t bits[16] = {};
         if (loops) {

@@ -61,7 +61,7 @@ TEST(FillAlpha, ColoursAreMultipliedAndDivided)
                               }),
                       read(bitmap.get()));
         }
-    uint8_t pixels[400] = {};
+    uint8_t pixels[800] = {};
     uint8_t alphas[100] = {};
     for (const simd::Level level : kLevels) {
         const AtLevel at(level);
@@ -70,6 +70,9 @@ TEST(FillAlpha, ColoursAreMultipliedAndDivided)
             EXPECT_EQ(masks ? 99u : 96u, loops->premultiply(pixels, 99));
             EXPECT_EQ(masks ? 99u : 96u, loops->unpremultiply(pixels, 99));
             EXPECT_EQ(masks ? 64u : 96u, loops->take_alpha(pixels, alphas, 99));
+            const size_t words = at.reached == simd::Level::neon ? 98 : 96;
+            EXPECT_EQ(words, loops->premultiply_words(pixels, 99));
+            EXPECT_EQ(words, loops->unpremultiply_words(pixels, 99));
         }
     }
 }
