@@ -7,7 +7,7 @@
 namespace vk::bench {
 
 constexpr int32_t kIcon = 32;      ///< pixels along a side
-constexpr int32_t kSmallIcon = 24; ///< after resizing
+constexpr int32_t kSmallIcon = 24; ///< after averaging
 constexpr size_t kIconRow = 3 * kIcon;
 
 /// Of rows of 24 bits.

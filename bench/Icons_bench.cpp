@@ -1,4 +1,4 @@
-// The life of a small picture beside the same in other libraries: made of rows, resized, turned gray and freed.
+// The life of a small picture beside the same in other libraries: made of rows, averaged down, turned gray and freed.
 // python/bench/icons.py does it from Python, beside Pillow.
 #include "BenchSupport.h"
 #include "Icons.h"
@@ -19,7 +19,7 @@ void live(const uint8_t* rows)
     V_CreateBitmap(&icon, sizeof icon, TYPE_CONV, kIcon, kIcon, 24, COLORORDER_BGR, nullptr, TOP_LEFT, nullptr, 0);
     for (int32_t y = 0; y < kIcon; ++y)
         V_PutBitmapRow(&icon, rows + y * kIconRow, y, kIconRow);
-    V_SizeBitmap(&icon, kSmallIcon, kSmallIcon, SIZEFLAG_BICUBIC);
+    V_SizeBitmap(&icon, kSmallIcon, kSmallIcon, SIZEFLAG_RESAMPLE);
     V_GrayScaleBitmap(&icon, 8);
     benchmark::DoNotOptimize(*icon.Data);
     V_FreeBitmap(&icon);
@@ -31,7 +31,7 @@ void live_opencv(const uint8_t* rows)
     cv::Mat icon(kIcon, kIcon, CV_8UC3), small, gray;
     for (int32_t y = 0; y < kIcon; ++y)
         std::memcpy(icon.ptr(y), rows + y * kIconRow, kIconRow);
-    cv::resize(icon, small, cv::Size(kSmallIcon, kSmallIcon), 0, 0, cv::INTER_CUBIC);
+    cv::resize(icon, small, cv::Size(kSmallIcon, kSmallIcon), 0, 0, cv::INTER_AREA);
     cv::cvtColor(small, gray, cv::COLOR_BGR2GRAY);
     benchmark::DoNotOptimize(*gray.data);
 }

@@ -1,4 +1,4 @@
-"""The life of a small picture from Python, here and in Pillow: made of pixels, resized, turned gray and freed.
+"""The life of a small picture from Python, here and in Pillow: made of pixels, averaged down, turned gray and freed.
 
     VKKRNX_LIBRARY=build/native/libVkkrnx.so PYTHONPATH=python python3 python/bench/icons.py
 
@@ -17,11 +17,11 @@ ARRAY = np.frombuffer(PIXELS, np.uint8).reshape(SIDE, SIDE, 3)
 
 def ours():
     with vkkrnx.Bitmap.from_array(ARRAY) as icon:
-        icon.resize(SMALL, SMALL, filter="bicubic").gray()
+        icon.resize(SMALL, SMALL, filter="area").gray()
 
 
 def pillow():
-    Image.frombytes("RGB", (SIDE, SIDE), PIXELS).resize((SMALL, SMALL), Image.Resampling.BICUBIC).convert("L")
+    Image.frombytes("RGB", (SIDE, SIDE), PIXELS).resize((SMALL, SMALL), Image.Resampling.BOX).convert("L")
 
 
 def seconds(life):
