@@ -1,6 +1,5 @@
 // Arithmetic on a vector of channels at a time.
-#include "kernel/combine/ChannelOperation.h"
-#include "simd/Simd.h"
+#include "kernel/combine/Operate.h"
 
 namespace vk::combine::VK_SIMD_SET {
 
@@ -34,20 +33,10 @@ VK_SIMD_INLINE Words multiply(Words a, Words b) noexcept
 
 template <uint32_t Operation, class Channels> VK_SIMD_INLINE Channels operate(Channels s, Channels d) noexcept
 {
-    if constexpr (Operation == COMBINE_ADD)
-        return add_clamped(s, d);
-    else if constexpr (Operation == COMBINE_SUBTRACT)
-        return sub_clamped(d, s);
-    else if constexpr (Operation == COMBINE_MIN)
-        return min(s, d);
-    else if constexpr (Operation == COMBINE_MAX)
-        return max(s, d);
-    else if constexpr (Operation == COMBINE_AVERAGE)
-        return average(s, d);
-    else if constexpr (Operation == COMBINE_DIFFERENCE)
-        return sub_clamped(s, d) | sub_clamped(d, s);
-    else
+    if constexpr (Operation == COMBINE_MULTIPLY)
         return multiply(s, d);
+    else
+        return operate_on<Operation>(s, d);
 }
 
 template <class Channels, uint32_t Operation>
@@ -71,22 +60,9 @@ size_t run(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes
 template <class Channels>
 size_t run_operation(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes, Bytes alpha) noexcept
 {
-    switch (how.operation) {
-    case COMBINE_ADD:
-        return run<Channels, COMBINE_ADD>(how, from, to, bytes, alpha);
-    case COMBINE_SUBTRACT:
-        return run<Channels, COMBINE_SUBTRACT>(how, from, to, bytes, alpha);
-    case COMBINE_MIN:
-        return run<Channels, COMBINE_MIN>(how, from, to, bytes, alpha);
-    case COMBINE_MAX:
-        return run<Channels, COMBINE_MAX>(how, from, to, bytes, alpha);
-    case COMBINE_AVERAGE:
-        return run<Channels, COMBINE_AVERAGE>(how, from, to, bytes, alpha);
-    case COMBINE_DIFFERENCE:
-        return run<Channels, COMBINE_DIFFERENCE>(how, from, to, bytes, alpha);
-    default:
-        return run<Channels, COMBINE_MULTIPLY>(how, from, to, bytes, alpha);
-    }
+    return with_operation(how.operation, [&]<uint32_t kOperation>() noexcept {
+        return run<Channels, kOperation>(how, from, to, bytes, alpha);
+    });
 }
 
 size_t combine(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t bytes_in_all, int bytes,

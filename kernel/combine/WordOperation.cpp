@@ -1,5 +1,6 @@
 #include "kernel/combine/WordOperation.h"
 
+#include "kernel/combine/Operate.h"
 #include "kernel/combine/Rest.h"
 
 #include <algorithm>
@@ -53,22 +54,9 @@ void combine_long(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_
 void combine_long_words(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t count, uint32_t shift,
                         uint32_t bits) noexcept
 {
-    switch (how.operation) {
-    case COMBINE_ADD:
-        return combine_long<COMBINE_ADD>(how, from, to, count, shift, bits);
-    case COMBINE_SUBTRACT:
-        return combine_long<COMBINE_SUBTRACT>(how, from, to, count, shift, bits);
-    case COMBINE_MIN:
-        return combine_long<COMBINE_MIN>(how, from, to, count, shift, bits);
-    case COMBINE_MAX:
-        return combine_long<COMBINE_MAX>(how, from, to, count, shift, bits);
-    case COMBINE_AVERAGE:
-        return combine_long<COMBINE_AVERAGE>(how, from, to, count, shift, bits);
-    case COMBINE_DIFFERENCE:
-        return combine_long<COMBINE_DIFFERENCE>(how, from, to, count, shift, bits);
-    default:
-        return combine_long<COMBINE_MULTIPLY>(how, from, to, count, shift, bits);
-    }
+    VK_SIMD_SET::with_operation(how.operation, [&]<uint32_t kOperation>() noexcept {
+        combine_long<kOperation>(how, from, to, count, shift, bits);
+    });
 }
 
 void combine_words(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t count,

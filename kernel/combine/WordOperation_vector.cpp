@@ -1,6 +1,7 @@
 // Arithmetic on a vector of words at a time, one number of each after the other.
 #include "kernel/combine/WordOperation.h"
-#include "simd/Simd.h"
+
+#include "kernel/combine/Operate.h"
 
 namespace vk::combine::VK_SIMD_SET {
 
@@ -32,20 +33,12 @@ VK_SIMD_INLINE Words multiply(Words a, Words b, int bits) noexcept
 
 template <uint32_t Operation> VK_SIMD_INLINE Words operate(Words s, Words d, const Field& field) noexcept
 {
-    if constexpr (Operation == COMBINE_ADD)
-        return min(add_clamped(s, d), field.most);
-    else if constexpr (Operation == COMBINE_SUBTRACT)
-        return sub_clamped(d, s);
-    else if constexpr (Operation == COMBINE_MIN)
-        return min(s, d);
-    else if constexpr (Operation == COMBINE_MAX)
-        return max(s, d);
-    else if constexpr (Operation == COMBINE_AVERAGE)
-        return average(s, d);
-    else if constexpr (Operation == COMBINE_DIFFERENCE)
-        return sub_clamped(s, d) | sub_clamped(d, s);
-    else
+    if constexpr (Operation == COMBINE_MULTIPLY)
         return multiply(s, d, field.bits);
+    else if constexpr (Operation == COMBINE_ADD)
+        return min(operate_on<Operation>(s, d), field.most);
+    else
+        return operate_on<Operation>(s, d);
 }
 
 template <uint32_t Operation>
@@ -75,22 +68,8 @@ size_t run(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t count
 
 size_t combine(const Arithmetic& how, const uint8_t* from, uint8_t* to, size_t count, const WordFields& fields) noexcept
 {
-    switch (how.operation) {
-    case COMBINE_ADD:
-        return run<COMBINE_ADD>(how, from, to, count, fields);
-    case COMBINE_SUBTRACT:
-        return run<COMBINE_SUBTRACT>(how, from, to, count, fields);
-    case COMBINE_MIN:
-        return run<COMBINE_MIN>(how, from, to, count, fields);
-    case COMBINE_MAX:
-        return run<COMBINE_MAX>(how, from, to, count, fields);
-    case COMBINE_AVERAGE:
-        return run<COMBINE_AVERAGE>(how, from, to, count, fields);
-    case COMBINE_DIFFERENCE:
-        return run<COMBINE_DIFFERENCE>(how, from, to, count, fields);
-    default:
-        return run<COMBINE_MULTIPLY>(how, from, to, count, fields);
-    }
+    return with_operation(
+        how.operation, [&]<uint32_t kOperation>() noexcept { return run<kOperation>(how, from, to, count, fields); });
 }
 
 } // namespace

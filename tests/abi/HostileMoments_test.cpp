@@ -97,20 +97,26 @@ void send_signals()
     setitimer(ITIMER_REAL, &often, nullptr);
 }
 
-TEST(Hostile, Signals)
+/// Leads a life in each kind of storage in children that `live` leads it in: with the same pixels as ever.
+template <class Live> void expect_the_usual(Live&& live)
 {
     const uint64_t expected = undisturbed();
     Tally& all = tally();
     for (const uint32_t home : kHomes) {
         all.failures = 0;
         all.sum = 0;
-        EXPECT_TRUE(in_child([&] {
-            send_signals();
-            return make_and_live(home, {});
-        })) << home;
+        EXPECT_TRUE(in_child([&] { return live(home); })) << home;
         EXPECT_EQ(0, all.failures) << home;
         EXPECT_EQ(expected, all.sum) << home;
     }
+}
+
+TEST(Hostile, Signals)
+{
+    expect_the_usual([](uint32_t home) {
+        send_signals();
+        return make_and_live(home, {});
+    });
 }
 
 /// A wait that lasts, under signals.
@@ -142,18 +148,10 @@ bool waits_well()
 #if !VK_SANITIZED
 TEST(Hostile, ClocksThatJump)
 {
-    const uint64_t expected = undisturbed();
-    Tally& all = tally();
-    for (const uint32_t home : kHomes) {
-        all.failures = 0;
-        all.sum = 0;
-        EXPECT_TRUE(in_child([&] {
-            g_clocks_jump = true;
-            return make_and_live(home, {}) && waits_well() && g_looks > 0;
-        })) << home;
-        EXPECT_EQ(0, all.failures) << home;
-        EXPECT_EQ(expected, all.sum) << home;
-    }
+    expect_the_usual([](uint32_t home) {
+        g_clocks_jump = true;
+        return make_and_live(home, {}) && waits_well() && g_looks > 0;
+    });
 }
 #endif
 
