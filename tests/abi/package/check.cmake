@@ -1,5 +1,5 @@
 # Installs the library into a scratch directory and uses it from there: through its CMake package and, natively, through
-# pkg-config. Run with -D BUILD_DIR, GENERATOR and TOOLCHAIN (empty for a native build).
+# pkg-config. Run with -D BUILD_DIR, GENERATOR, TOOLCHAIN (empty for a native build) and WINDOWS (built for it).
 set(scratch ${BUILD_DIR}/package_test)
 set(prefix ${scratch}/prefix)
 file(REMOVE_RECURSE ${scratch})
@@ -34,7 +34,7 @@ run(${CMAKE_CTEST_COMMAND} --test-dir ${scratch}/build --output-on-failure)
 message("CMake package: ${output}")
 
 # A linker of the kind that Windows' own compilers use, where there is one, with the import library for such.
-if(TOOLCHAIN)
+if(WINDOWS)
   file(GLOB_RECURSE import_library ${prefix}/Vkkrnx.lib)
   file(GLOB_RECURSE dll ${prefix}/Vkkrnx.dll)
   if(NOT import_library)

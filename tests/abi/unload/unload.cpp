@@ -71,7 +71,7 @@ template <class Function> Function function_of(void* address)
 
 #if defined(_WIN32)
 
-void run(const char* file)
+void run(const char* file, bool)
 {
     for (int round = 0; round < 3; ++round) {
         HMODULE const library = LoadLibraryA(file);
@@ -160,7 +160,8 @@ void load_and_unload(const char* file, int round, int threads_before)
     const int ended = g_ended;
     expect(g_started == ended, "what runs is waited for");
     expect(ended >= 5 && ended < kItems, "what is queued is dropped, new threads have their own");
-    expect(threads() == threads_before, "no thread is left");
+    // The system may list one that has been waited for a moment longer.
+    expect(comes_true([&] { return threads() == threads_before; }), "no thread is left");
     expect(dlopen(file, RTLD_NOW | RTLD_NOLOAD) == nullptr, "the library is gone");
     pause_for(10);
     expect(g_started == ended, "nothing starts any more");
@@ -210,14 +211,9 @@ void fork_with_a_pool(const char* file)
     dlclose(library.handle);
 }
 
-void run(const char* file)
+// Without unloading, the end of the process waits for what runs, and an item may itself end it.
+void end_with_a_pool(const char* file)
 {
-    const int threads_before = threads();
-    for (int round = 0; round < 12; ++round)
-        load_and_unload(file, round, threads_before);
-    memory_is_given_back(file);
-    fork_with_a_pool(file);
-    // And once without unloading: the end of the process waits for what runs, and an item may itself end it.
     const Library library(file);
     library.queue(&work, in_milliseconds(20), 0);
     const pid_t child = fork();
@@ -231,12 +227,25 @@ void run(const char* file)
            "an item ends a process");
 }
 
+void run(const char* file, bool forks)
+{
+    const int threads_before = threads();
+    for (int round = 0; round < 12; ++round)
+        load_and_unload(file, round, threads_before);
+    memory_is_given_back(file);
+    if (forks) {
+        fork_with_a_pool(file);
+        end_with_a_pool(file);
+    }
+}
+
 #endif
 
 } // namespace
 
-int main(int, char** arguments)
+// vk_unload_test LIBRARY [--no-forks]: without where an emulator falls over when a process with threads forks.
+int main(int count, char** arguments)
 {
-    run(arguments[1]);
+    run(arguments[1], count == 2);
     return g_failures == 0 ? 0 : 1;
 }
