@@ -1,5 +1,5 @@
 // Arithmetic on a vector of channels at a time.
-#include "kernel/combine/Operate.h"
+#include "kernel/combine/Operate_vector.h"
 
 namespace vk::combine::VK_SIMD_SET {
 

@@ -1,6 +1,6 @@
 #include "kernel/combine/WordOperation.h"
 
-#include "kernel/combine/Operate.h"
+#include "kernel/combine/Operate_vector.h"
 #include "kernel/combine/Rest.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 // Arithmetic on a vector of words at a time, one number of each after the other.
 #include "kernel/combine/WordOperation.h"
 
-#include "kernel/combine/Operate.h"
+#include "kernel/combine/Operate_vector.h"
 
 namespace vk::combine::VK_SIMD_SET {
 

@@ -3,6 +3,7 @@
 #include "Vkregion.h"
 #include "kernel/combine/ChannelOperation.h"
 #include "kernel/combine/RunRows.h"
+#include "kernel/combine/WordOperation.h"
 #include "kernel/palette/ColorMatch.h"
 #include "kernel/runs/RunLength.h"
 #include "kernel/storage/Compressed.h"
@@ -92,6 +93,7 @@ TEST(CombineChannels, EveryOperationAndLayout)
             for (const uint32_t operation : kArithmetic)
                 for (const uint32_t nots : {0u, COMBINE_NOT_SRC, COMBINE_NOT_DST, COMBINE_NOT_SRC | COMBINE_NOT_DST}) {
                     const AtLevel at(level);
+                    ASSERT_EQ(at.reached >= kFirstWithLoops, combine::word_loops_sets.best() != nullptr);
                     const uint32_t flags = operation | nots;
                     const int32_t width = random.one_in(4) ? random.between(1100, 1300) : random.between(1, 150);
                     SCOPED_TRACE(std::to_string(layout.bits) + " bits, order " + std::to_string(layout.order) +
